@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QComboBox>
+
+/// A drop-down list with a click rule: filling it selects nothing and runs no rule; selecting from code runs the rule every time,
+/// also for the entry already selected, and so does every pick by the operator.
+class ListBox : public QComboBox
+{
+    Q_OBJECT
+
+public:
+    explicit ListBox(QWidget* parent = nullptr);
+
+    void AddItem(const QString& text, qint32 itemData = 0);
+    void AddItems(const QStringList& texts);
+    void RemoveItem(int index);
+    void Clear();
+    int ListCount() const { return count(); }
+    QString List(int index) const { return itemText(index); }
+    qint32 ItemData(int index) const;
+
+    /// -1 when nothing is selected.
+    int ListIndex() const { return currentIndex(); }
+    /// Selects an entry (-1: none) and runs the rule.
+    void SetListIndex(int index);
+
+Q_SIGNALS:
+    /// The click rule.
+    void Click();
+};

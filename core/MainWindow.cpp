@@ -1,0 +1,3 @@
+#include "core/MainWindow.h"
+
+MainWindow::~MainWindow() = default;

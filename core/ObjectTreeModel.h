@@ -1,0 +1,52 @@
+#pragma once
+
+#include "core/TreeNode.h"
+
+#include <QAbstractItemModel>
+#include <QIcon>
+#include <QStringList>
+
+#include <array>
+
+/// The object tree: the nodes in the server's order, never sorted, labels not editable.
+class ObjectTreeModel : public QAbstractItemModel
+{
+    Q_OBJECT
+
+public:
+    explicit ObjectTreeModel(QObject* parent = nullptr);
+    ~ObjectTreeModel() override;
+
+    /// The image shown for nodes of a kind.
+    void SetImage(NodeTag tag, const QIcon& image);
+    QIcon Image(NodeTag tag) const;
+
+    void Clear();
+    /// Replaces whatever the tree held by a single root.
+    TreeNodeRef SetRoot(const QString& text, NodeTag tag);
+    TreeNodeRef Root() const { return m_Root; }
+    /// `row` from 0 (first) to the number of children (last). Throws ValueError when out of range or the parent left the tree.
+    TreeNodeRef Insert(const TreeNodeRef& parent, int row, const QString& text, NodeTag tag);
+    TreeNodeRef Append(const TreeNodeRef& parent, const QString& text, NodeTag tag);
+    /// Many children at once: one announcement to the view.
+    void Append(const TreeNodeRef& parent, const QStringList& texts, NodeTag tag);
+    /// The node and all below it leave the tree; references to them stay safe. Does nothing when it already left.
+    void Remove(const TreeNodeRef& node);
+
+    /// The node with exactly this key, case-sensitive; none when there is no such node.
+    TreeNodeRef FindByKey(QStringView key) const;
+    TreeNodeRef NodeAt(const QModelIndex& index) const;
+    /// Invalid for a node that left the tree.
+    QModelIndex IndexOf(const TreeNodeRef& node) const;
+
+    QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;
+    QModelIndex parent(const QModelIndex& child) const override;
+    int rowCount(const QModelIndex& parent = {}) const override;
+    int columnCount(const QModelIndex& parent = {}) const override;
+    bool hasChildren(const QModelIndex& parent = {}) const override;
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+
+private:
+    TreeNodeRef m_Root;
+    std::array<QIcon, 5> m_Images;
+};

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QTableWidget>
+
+#include <functional>
+
+/// One row of a property grid.
+struct PropertyRow
+{
+    QString Caption;
+    /// Reads the row's text from the server; may throw.
+    std::function<QString()> Read;
+    /// Shown when reading fails.
+    QString OnFailure = {};
+};
+
+using PropertyRows = QList<PropertyRow>;
+
+/// Two columns, captions and values, that a refresher fills. The grid keeps the texts: painting never calls the server, and setting
+/// a text that a cell already shows costs nothing.
+class PropertyGrid : public QTableWidget
+{
+    Q_OBJECT
+
+public:
+    /// Widths and heights as designed: 15 twips were one pixel at the font that the windows were drawn for.
+    struct Layout
+    {
+        int CaptionTwips;
+        int MarginTwips;
+    };
+
+    explicit PropertyGrid(QWidget* parent = nullptr);
+
+    /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events run between rows; stops when
+    /// the grid is deleted meanwhile.
+    void Lay(PropertyRows rows, Layout layout);
+    const PropertyRows& Rows() const { return m_Rows; }
+
+    QString CellText(int row, int column) const;
+    void SetValueText(int row, const QString& text);
+    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs.
+    void RefreshRow(int row);
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void ShowCurrentCellInToolTip();
+    void PlaceColumns();
+
+    PropertyRows m_Rows;
+    Layout m_Layout{1300, 0};
+};

@@ -1,0 +1,44 @@
+#include "core/automation/Errors.h"
+
+#include <new>
+
+DescribedError::DescribedError(const QString& description)
+    : std::runtime_error(description.toStdString())
+    , m_Description(description)
+{
+}
+
+ValueError ValueError::TypeMismatch()
+{
+    return ValueError(QStringLiteral("Type mismatch"));
+}
+
+ValueError ValueError::Overflow()
+{
+    return ValueError(QStringLiteral("Overflow"));
+}
+
+ValueError ValueError::SubscriptOutOfRange()
+{
+    return ValueError(QStringLiteral("Subscript out of range"));
+}
+
+ValueError ValueError::InvalidCall()
+{
+    return ValueError(QStringLiteral("Invalid procedure call or argument"));
+}
+
+QString CurrentErrorDescription()
+{
+    try {
+        throw;
+    } catch (const DescribedError& error) {
+        return error.Description();
+    } catch (const std::bad_alloc&) {
+        return QStringLiteral("Out of memory");
+    } catch (const std::exception& error) {
+        return QString::fromUtf8(error.what());
+    } catch (...) {
+        return QStringLiteral("Unknown error");
+    }
+}

@@ -1,0 +1,86 @@
+#include "core/automation/PlainText.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/NumberText.h"
+#include "core/automation/Variant.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr double MillisecondsADay = 86'400'000.0;
+constexpr qint64 FirstDay = -657'434; // 0100-01-01
+constexpr qint64 LastDay = 2'958'465; // 9999-12-31
+
+QDate DayZero()
+{
+    return QDate(1899, 12, 30);
+}
+
+template <typename T>
+QString PlainPayload(const T& payload)
+{
+    if constexpr (std::is_same_v<T, std::monostate>) return QString();
+    else if constexpr (std::is_same_v<T, bool>) return FormatBool(payload);
+    else if constexpr (std::is_same_v<T, float>) return FormatSingle(payload);
+    else if constexpr (std::is_same_v<T, double>) return FormatDouble(payload);
+    else if constexpr (std::is_same_v<T, Currency>) return FormatCurrency(payload);
+    else if constexpr (std::is_same_v<T, Date>) return FormatDate(payload);
+    else if constexpr (std::is_same_v<T, QString>) return payload;
+    else if constexpr (std::is_integral_v<T>) return QString::number(payload);
+    else throw ValueError::TypeMismatch();
+}
+
+} // namespace
+
+QString ToPlainText(const Variant& value)
+{
+    return std::visit([](const auto& payload) { return PlainPayload(payload); }, value.Data());
+}
+
+QString FormatBool(bool value)
+{
+    return value ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+QString FormatCurrency(Currency amount)
+{
+    const bool negative = amount.TenThousandths < 0;
+    const quint64 magnitude =
+        negative ? ~static_cast<quint64>(amount.TenThousandths) + 1 : static_cast<quint64>(amount.TenThousandths);
+    QString text = QString::number(magnitude / 10000);
+    if (const quint64 decimals = magnitude % 10000) {
+        text += u'.' + QString::number(decimals).rightJustified(4, u'0');
+        while (text.endsWith(u'0')) text.chop(1);
+    }
+    return negative ? u'-' + text : text;
+}
+
+QString FormatDate(Date date, bool milliseconds)
+{
+    const QDateTime dateTime = ToDateTime(date);
+    const bool fraction = milliseconds && dateTime.time().msec() != 0;
+    return dateTime.toString(fraction ? u"yyyy-MM-dd hh:mm:ss.zzz" : u"yyyy-MM-dd hh:mm:ss");
+}
+
+QDateTime ToDateTime(Date date)
+{
+    const double day = std::trunc(date.Days);
+    if (!(day >= static_cast<double>(FirstDay) && day <= static_cast<double>(LastDay))) throw ValueError::Overflow();
+    auto milliseconds = static_cast<qint64>(std::nearbyint(std::abs(date.Days - day) * MillisecondsADay));
+    qint64 wholeDay = static_cast<qint64>(day);
+    if (milliseconds == static_cast<qint64>(MillisecondsADay)) { // the last half millisecond rounds into the next day
+        milliseconds = 0;
+        ++wholeDay;
+    }
+    if (wholeDay > LastDay) throw ValueError::Overflow();
+    // UTC stands for "no zone": an automation date is a wall-clock time and must not jump with daylight saving.
+    return QDateTime(DayZero().addDays(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)), Qt::UTC);
+}
+
+Date FromDateTime(const QDateTime& dateTime)
+{
+    const auto days = static_cast<double>(DayZero().daysTo(dateTime.date()));
+    const double fraction = dateTime.time().msecsSinceStartOfDay() / MillisecondsADay;
+    return Date{days < 0 ? days - fraction : days + fraction};
+}

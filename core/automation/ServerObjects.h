@@ -1,0 +1,175 @@
+#pragma once
+
+#include "core/automation/ResultSet.h"
+#include "core/automation/Variant.h"
+
+/// Anything that a server hands out by reference. Every operation of every object throws ServerError when it fails.
+class ServerObject
+{
+public:
+    ServerObject() = default;
+    ServerObject(const ServerObject&) = delete;
+    ServerObject& operator=(const ServerObject&) = delete;
+    virtual ~ServerObject();
+};
+
+class VelSQLController;
+class VelSQLItem;
+class VelSQLHistory;
+
+using ControllerRef = std::shared_ptr<VelSQLController>;
+using ItemRef = std::shared_ptr<VelSQLItem>;
+using HistoryRef = std::shared_ptr<VelSQLHistory>;
+
+/// The root of the server's objects. The operations stand in the order of the server's operation table.
+class VelSQLEngine : public ServerObject
+{
+public:
+    virtual ControllerRef get_Controller(const Variant& name) = 0;
+    virtual void Start() = 0;
+    virtual void Stop() = 0;
+    virtual void Snapshot() = 0;
+    virtual Variant Execute(const QString& command) = 0;
+    virtual HistoryRef get_History() = 0;
+    /// An array of texts: the names of all controllers, in the server's order.
+    virtual Variant get_ControllerNames() = 0;
+};
+
+using EngineRef = std::shared_ptr<VelSQLEngine>;
+
+/// What a subscriber of a controller is told, on the thread that subscribed, between other events and never inside a call.
+class ControllerEvents
+{
+public:
+    virtual void OnChangeState(qint32 lNewVal) = 0;
+    virtual void OnChangeItem(const ItemRef& pICSItem) = 0;
+
+protected:
+    ~ControllerEvents() = default;
+};
+
+/// A running subscription; destroying it ends it, and no event arrives afterwards.
+class EventSubscription
+{
+public:
+    EventSubscription() = default;
+    EventSubscription(const EventSubscription&) = delete;
+    EventSubscription& operator=(const EventSubscription&) = delete;
+    virtual ~EventSubscription();
+};
+
+using EventSubscriptionRef = std::unique_ptr<EventSubscription>;
+
+/// A named group of items.
+class VelSQLController : public ServerObject
+{
+public:
+    virtual ItemRef get_Item(const Variant& name) = 0;
+    virtual void Start() = 0;
+    virtual void Stop() = 0;
+    virtual void Snapshot() = 0;
+    /// `definition` is an array of 41 variants.
+    virtual void AddItem(const Variant& definition) = 0;
+    virtual void RemoveItem(const QString& name) = 0;
+    virtual Variant Execute(const QString& command, const Variant& parameter) = 0;
+    virtual qint32 get_Count() = 0;
+    virtual qint32 get_Index() = 0;
+    /// An array of texts: the names of the controller's items, in the server's order.
+    virtual Variant get_ItemNames() = 0;
+    /// Milliseconds; `index` is 0, 1 or 2.
+    virtual qint32 get_ScanTimes(qint32 index) = 0;
+    /// See StateName.
+    virtual qint32 get_State() = 0;
+    virtual Variant get_Tag() = 0;
+    virtual void put_Tag(const Variant& value) = 0;
+    virtual QString get_Description() = 0;
+    virtual QString get_Name() = 0;
+    /// `index` is an I2.
+    virtual Variant get_SettingData(const Variant& index) = 0;
+
+    /// From now on `events` is told; it must outlive the subscription.
+    virtual EventSubscriptionRef Subscribe(ControllerEvents& events) = 0;
+};
+
+/// A data point.
+class VelSQLItem : public ServerObject
+{
+public:
+    virtual Variant get_Value() = 0;
+    virtual void put_Value(const Variant& value) = 0;
+    virtual void Snapshot() = 0;
+    virtual bool get_Activation() = 0;
+    virtual void put_Activation(bool active) = 0;
+    virtual Variant get_DateTime() = 0;
+    virtual qint32 get_Index() = 0;
+    virtual bool get_LinkActivation() = 0;
+    virtual void put_LinkActivation(bool active) = 0;
+    virtual qint32 get_Microsecond() = 0;
+    /// 0 succeeded, 1 failed, 2 undefined.
+    virtual qint32 get_State() = 0;
+    virtual Variant get_Tag() = 0;
+    virtual void put_Tag(const Variant& value) = 0;
+    /// `delay` in milliseconds.
+    virtual void put_ValueEx(qint32 delay, const Variant& value) = 0;
+    /// 0 read and write, 1 read only, 2 write only.
+    virtual qint32 get_Attribute() = 0;
+    virtual QString get_Description() = 0;
+    virtual Variant get_Elements(qint32 index1, qint32 index2, qint32 index3) = 0;
+    virtual Variant get_ID() = 0;
+    virtual void put_ID(const Variant& value) = 0;
+    /// An array of texts, or EMPTY.
+    virtual Variant get_LinkItem() = 0;
+    virtual QString get_Name() = 0;
+    /// `index` is 0 to 35.
+    virtual Variant get_SettingData(qint32 index) = 0;
+};
+
+/// Records item values and answers SQL. Settings exist for two destinations, 1 and 2.
+class VelSQLHistory : public ServerObject
+{
+public:
+    virtual ResultSetRef Execute(const QString& statement) = 0;
+    virtual QString get_ConnectionString(qint32 index) = 0;
+    virtual bool get_Enabled() = 0;
+    virtual qint32 get_MaxRecord(qint32 index) = 0;
+    virtual QString get_TableName(qint32 index) = 0;
+};
+
+/// Turns typed text (the decimal type code, ",", the value text) into values and back.
+class ValueConverter : public ServerObject
+{
+public:
+    /// Throws ValueError with what was wrong with which text for which type.
+    virtual Variant TextToValue(const QString& typedText) = 0;
+    /// `flags` is always 0. Throws ValueError for what has no text (objects).
+    virtual QString ValueToText(const Variant& value, qint32 flags) = 0;
+};
+
+using ValueConverterRef = std::shared_ptr<ValueConverter>;
+
+/// The script tool as the console drives it.
+class ScriptHost : public ServerObject
+{
+public:
+    virtual void Show() = 0;
+    virtual void AddObject(const QString& name, const ObjectRef& object) = 0;
+    virtual void RemoveObject(const QString& name) = 0;
+    virtual QString get_Script() = 0;
+    virtual void put_Script(const QString& script) = 0;
+};
+
+using ScriptHostRef = std::shared_ptr<ScriptHost>;
+
+/// The server's type library: the classes that a client may create.
+class VelSQLLib
+{
+public:
+    virtual ~VelSQLLib();
+
+    /// Attaches to a running server or starts one. Throws ServerError when there is none to be had.
+    virtual EngineRef CreateEngine() = 0;
+    virtual ValueConverterRef CreateValueConverter() = 0;
+};
+
+/// The text of a controller's state code: "Uninitialized", "Active", "Deactive", "Error", "Terminated"; "Unknown" for any other.
+QString StateName(qint32 state);

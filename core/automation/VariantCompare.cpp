@@ -1,0 +1,43 @@
+#include "core/automation/VariantCompare.h"
+
+#include "core/automation/SafeArray.h"
+
+#include <optional>
+
+namespace {
+
+/// The number a value stands for. Two amounts of money are compared before this: only they need more than a double.
+std::optional<double> ToNumber(const Variant& value)
+{
+    return std::visit(
+        [](const auto& payload) -> std::optional<double> {
+            using T = std::decay_t<decltype(payload)>;
+            if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
+            else if constexpr (std::is_same_v<T, Currency>) return static_cast<double>(payload.TenThousandths) / 10000.0;
+            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
+            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
+            else return std::nullopt;
+        },
+        value.Data());
+}
+
+bool SameArray(const SafeArray& a, const SafeArray& b)
+{
+    if (a.Count() != b.Count()) return false;
+    for (qsizetype i = 0; i < a.Count(); ++i) {
+        if (!SameValue(a.At(i), b.At(i))) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool SameValue(const Variant& a, const Variant& b)
+{
+    if (a.IsArray() && b.IsArray()) return SameArray(a.Array(), b.Array());
+    if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
+    const auto numberA = ToNumber(a);
+    const auto numberB = ToNumber(b);
+    if (numberA && numberB) return *numberA == *numberB;
+    return !numberA && !numberB && a == b;
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <QString>
+
+class PropertyGrid;
+class QCheckBox;
+class QLineEdit;
+class QWidget;
+
+/// Small routines on input fields that all windows share.
+namespace modMain {
+
+/// Enables a control and gives it the window background colour.
+void EnableField(QWidget* control);
+/// Disables a control and gives it the button-face colour.
+void DisableField(QWidget* control);
+/// EnableField or DisableField for several controls.
+void EnableFields(bool enable, std::initializer_list<QWidget*> controls);
+
+/// Ticked is true; unticked and grayed are false.
+bool CheckToBool(const QCheckBox* box);
+
+/// Rewrites a text that is a number as a signed 32-bit integer (halves to even) and returns true; leaves any other text alone and
+/// returns false. Throws ValueError "Overflow" beyond 32 bits.
+bool NormalizeIntegerText(QString& text);
+
+void SelectAllText(QLineEdit* box);
+
+/// Puts the current cell's text on the clipboard; errors are ignored.
+void CopyCellToClipboard(const PropertyGrid* grid);
+
+/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit, QPlainTextEdit or QTextEdit, also the
+/// editor inside a combo or spin box.
+bool IsEditBox(const QWidget* widget);
+bool HasSelection(const QWidget* editBox);
+bool IsReadOnly(const QWidget* editBox);
+
+/// Clipboard operations on ActiveEditBox; without one they do nothing. A copy of nothing leaves the clipboard as it was.
+void EditCut();
+void EditCopy();
+void EditPaste();
+/// Empties a text field.
+void ClearTextBox(QWidget* editBox);
+
+} // namespace modMain

@@ -1,0 +1,72 @@
+#pragma once
+
+#include "core/MainWindow.h"
+#include "core/automation/Errors.h"
+#include "core/automation/ServerObjects.h"
+
+#include <QPointer>
+
+#include <concepts>
+
+class ChildWindow;
+
+/// The application-wide state and the routines that every window uses around its server calls.
+namespace modMain {
+
+/// The server's type library; set once by the program before the main window loads.
+extern VelSQLLib* Library;
+/// The one engine that every window talks to; empty until the tree is built and again after shut-down.
+extern EngineRef Engine;
+extern HistoryRef History;
+extern TreeNodeRef EngineNode;
+extern TreeNodeRef HistoryNode;
+extern ScriptHostRef ScriptTool;
+/// Number of the next log line; only ever increases.
+extern qint32 LogLineCount;
+/// Target of cut, copy and paste: a QLineEdit, QPlainTextEdit or QTextEdit, or none.
+extern QPointer<QWidget> ActiveEditBox;
+
+/// The main window announces itself here while it lives.
+void SetMainWindow(MainWindow* mainWindow);
+MainWindow* GetMainWindow();
+
+/// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take the line,
+/// pane and counter stay as they were and the status line reads "Log buffer overflow.".
+void AddLog(const QString& message);
+/// Panel 1 of the status bar.
+void SetStatus(const QString& text);
+/// Logs the description of the exception being handled, unchanged; only inside a catch block.
+void LogErrorDescription();
+
+/// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line, painted before the call blocks (unless
+/// they were painted within the last 16 ms).
+void Announce(QStringView object, QStringView operation);
+
+/// Runs an operator's command; whatever it throws becomes one log line. True when nothing was thrown.
+template <std::invocable Command>
+bool ReportErrors(Command&& command)
+{
+    try {
+        std::forward<Command>(command)();
+        return true;
+    } catch (...) {
+        LogErrorDescription();
+        return false;
+    }
+}
+
+/// The plain operator's call: announce, call, "Succeeded.". True when nothing was thrown.
+template <std::invocable Call>
+bool CallServer(QStringView object, QStringView operation, Call&& call)
+{
+    return ReportErrors([&] {
+        Announce(object, operation);
+        std::forward<Call>(call)();
+        AddLog(QStringLiteral("Succeeded."));
+    });
+}
+
+/// The open child window whose node has this key: the first in opening order, windows without a node skipped; or none.
+ChildWindow* FindFormByNode(const QString& key);
+
+} // namespace modMain
