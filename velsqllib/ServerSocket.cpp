@@ -1,0 +1,139 @@
+#include "velsqllib/ServerSocket.h"
+
+#include "core/automation/Errors.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace {
+
+QString SystemError()
+{
+    return QString::fromLocal8Bit(strerror(errno));
+}
+
+sockaddr_un AddressOf(const QString& path)
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const QByteArray bytes = QFile::encodeName(path);
+    if (static_cast<std::size_t>(bytes.size()) >= sizeof address.sun_path)
+        throw DescribedError(QStringLiteral("The path of the server's socket is too long: %1").arg(path));
+    memcpy(address.sun_path, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+    return address;
+}
+
+int MakeSocket()
+{
+    const int descriptor = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+    if (descriptor < 0) throw DescribedError(QStringLiteral("No socket could be made: %1").arg(SystemError()));
+    return descriptor;
+}
+
+const sockaddr* Generic(const sockaddr_un& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+} // namespace
+
+QString ServerSocketPath()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty()) return runtime + QStringLiteral("/velsql/server.sock");
+    return QStringLiteral("%1/velsql-%2/server.sock").arg(QDir::tempPath()).arg(geteuid());
+}
+
+bool IsSameUser(int connectedSocket)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    return getsockopt(connectedSocket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == geteuid();
+}
+
+int ConnectToServer(const QString& path)
+{
+    const sockaddr_un address = AddressOf(path);
+    const int descriptor = MakeSocket();
+    if (connect(descriptor, Generic(address), sizeof address) != 0) {
+        close(descriptor);
+        return -1;
+    }
+    if (!IsSameUser(descriptor)) {
+        close(descriptor);
+        throw DescribedError(QStringLiteral("The server at %1 belongs to another user.").arg(path));
+    }
+    return descriptor;
+}
+
+ListeningSocket::ListeningSocket(const QString& path)
+    : m_Path(path)
+{
+    MakeFolder();
+    Lock();
+    try {
+        Listen();
+    } catch (...) {
+        close(m_Lock);
+        throw;
+    }
+}
+
+ListeningSocket::~ListeningSocket()
+{
+    unlink(QFile::encodeName(m_Path).constData()); // ours: the lock is still held
+    close(m_Socket);
+    close(m_Lock);
+}
+
+void ListeningSocket::MakeFolder() const
+{
+    const QByteArray folder = QFile::encodeName(QFileInfo(m_Path).path());
+    if (mkdir(folder.constData(), 0700) != 0 && errno != EEXIST)
+        throw DescribedError(
+            QStringLiteral("The folder %1 cannot be made: %2").arg(QString::fromLocal8Bit(folder), SystemError()));
+    struct stat status
+    {
+    };
+    const bool isPrivate =
+        lstat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
+    if (!isPrivate || chmod(folder.constData(), 0700) != 0)
+        throw DescribedError(
+            QStringLiteral("The folder %1 does not belong to this user.").arg(QString::fromLocal8Bit(folder)));
+}
+
+void ListeningSocket::Lock()
+{
+    const QByteArray lockPath = QFile::encodeName(m_Path + QStringLiteral(".lock"));
+    m_Lock = open(lockPath.constData(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
+    if (m_Lock < 0)
+        throw DescribedError(
+            QStringLiteral("%1 cannot be opened: %2").arg(QString::fromLocal8Bit(lockPath), SystemError()));
+    if (flock(m_Lock, LOCK_EX | LOCK_NB) != 0) {
+        close(m_Lock);
+        throw DescribedError(QStringLiteral("A server is already running at %1.").arg(m_Path));
+    }
+}
+
+void ListeningSocket::Listen()
+{
+    const sockaddr_un address = AddressOf(m_Path);
+    m_Socket = MakeSocket();
+    unlink(address.sun_path); // a file left by a server that was killed: the lock says that none is running
+    const mode_t before = umask(0177);
+    const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, 128) == 0;
+    umask(before);
+    if (listening) return;
+    const QString error = SystemError();
+    close(m_Socket);
+    throw DescribedError(QStringLiteral("The server cannot listen at %1: %2").arg(m_Path, error));
+}

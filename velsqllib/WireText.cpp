@@ -1,0 +1,17 @@
+#include "velsqllib/WireText.h"
+
+#include <QtEndian>
+
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "texts are copied to the wire as they stand in memory");
+
+QString FromWireText(capnp::Data::Reader text)
+{
+    QString result(static_cast<qsizetype>(text.size() / sizeof(QChar)), Qt::Uninitialized);
+    memcpy(result.data(), text.begin(), static_cast<std::size_t>(result.size()) * sizeof(QChar));
+    return result;
+}
+
+capnp::Data::Reader WireBytes(const QString& text)
+{
+    return {reinterpret_cast<const kj::byte*>(text.utf16()), static_cast<std::size_t>(text.size()) * sizeof(QChar)};
+}

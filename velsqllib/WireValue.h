@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/automation/Variant.h"
+#include "velsqllib/velsqllib.capnp.h"
+
+#include <capnp/message.h>
+
+/// How server objects inside values become wire objects and back; client and server have one each.
+class WireObjects
+{
+public:
+    virtual ~WireObjects();
+    virtual void Write(const ObjectRef& object, wire::Object::Builder builder) = 0;
+    virtual ObjectRef Read(wire::Object::Reader reader) = 0;
+};
+
+/// Arrays inside arrays deeper than this are refused on both sides.
+inline constexpr int MaxValueDepth = 24;
+
+/// Throws ValueError when arrays are nested too deeply.
+void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects& objects);
+
+/// Throws ValueError for what is no value of this system.
+Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);
+
+/// Limits for reading messages on both sides: 512 MiB a message, nesting enough for MaxValueDepth.
+capnp::ReaderOptions WireReaderOptions();
