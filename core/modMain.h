@@ -1,8 +1,8 @@
 #pragma once
 
-#include "core/MainWindow.h"
 #include "core/automation/Errors.h"
 #include "core/automation/ServerObjects.h"
+#include "core/MainWindow.h"
 
 #include <QPointer>
 

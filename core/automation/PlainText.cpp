@@ -75,7 +75,8 @@ QDateTime ToDateTime(Date date)
     }
     if (wholeDay > LastDay) throw ValueError::Overflow();
     // UTC stands for "no zone": an automation date is a wall-clock time and must not jump with daylight saving.
-    return QDateTime(DayZero().addDays(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)), Qt::UTC);
+    return QDateTime(DayZero().addDays(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)),
+                     Qt::UTC);
 }
 
 Date FromDateTime(const QDateTime& dateTime)

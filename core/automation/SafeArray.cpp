@@ -8,7 +8,8 @@
 namespace {
 
 constexpr std::array<VarType, std::variant_size_v<SafeArray::Elements>> ElementTypes = {
-    VT_BOOL, VT_I1, VT_UI1, VT_I2, VT_UI2, VT_I4, VT_UI4, VT_R4, VT_R8, VT_CY, VT_DATE, VT_BSTR, VT_DISPATCH, VT_VARIANT};
+    VT_BOOL, VT_I1, VT_UI1, VT_I2,   VT_UI2,  VT_I4,       VT_UI4,
+    VT_R4,   VT_R8, VT_CY,  VT_DATE, VT_BSTR, VT_DISPATCH, VT_VARIANT};
 
 template <typename T>
 bool SameElements(const QList<T>& a, const QList<T>& b)

@@ -8,10 +8,9 @@
 class SafeArray
 {
 public:
-    using Elements =
-        std::variant<QList<bool>, QList<qint8>, QList<quint8>, QList<qint16>, QList<quint16>, QList<qint32>,
-                     QList<quint32>, QList<float>, QList<double>, QList<Currency>, QList<Date>, QList<QString>,
-                     QList<ObjectRef>, QList<Variant>>;
+    using Elements = std::variant<QList<bool>, QList<qint8>, QList<quint8>, QList<qint16>, QList<quint16>,
+                                  QList<qint32>, QList<quint32>, QList<float>, QList<double>, QList<Currency>,
+                                  QList<Date>, QList<QString>, QList<ObjectRef>, QList<Variant>>;
 
     /// At most 2^31 - 1 elements, and the upper bound stays within 32 bits; ValueError "Overflow" otherwise.
     template <typename T>

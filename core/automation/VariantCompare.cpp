@@ -13,7 +13,8 @@ std::optional<double> ToNumber(const Variant& value)
         [](const auto& payload) -> std::optional<double> {
             using T = std::decay_t<decltype(payload)>;
             if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
-            else if constexpr (std::is_same_v<T, Currency>) return static_cast<double>(payload.TenThousandths) / 10000.0;
+            else if constexpr (std::is_same_v<T, Currency>)
+                return static_cast<double>(payload.TenThousandths) / 10000.0;
             else if constexpr (std::is_same_v<T, Date>) return payload.Days;
             else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
             else return std::nullopt;
