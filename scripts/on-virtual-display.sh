@@ -72,11 +72,14 @@ start_display()
     xauth -q add "$DISPLAY" . "$cookie"
 }
 
+# It announces itself long before it looks at windows (the first time it builds the font cache in between) and never
+# finds those that open meanwhile; its start-up command runs when it is ready.
 start_window_manager()
 {
-    setsid openbox --sm-disable --config-file /etc/xdg/openbox/rc.xml >"$private/manager.log" 2>&1 &
+    setsid openbox --sm-disable --config-file /etc/xdg/openbox/rc.xml --startup "touch '$private/managing'" \
+        >"$private/manager.log" 2>&1 &
     windowManager=$!
-    wait_for 20 "$windowManager" window_manager_is_there ||
+    wait_for 60 "$windowManager" test -e "$private/managing" ||
         fail "The window manager could not be started:" "$(cat "$private/manager.log")"
 }
 
@@ -86,11 +89,6 @@ start_program()
     QT_QPA_PLATFORM=xcb setsid "$@" &
     program=$!
     wait_for 60 "$program" has_window || fail "No window of ${1##*/} appeared."
-}
-
-window_manager_is_there()
-{
-    wmctrl -m >"$private/wmctrl.log" 2>&1
 }
 
 windows()
