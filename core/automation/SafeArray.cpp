@@ -2,8 +2,10 @@
 
 #include "core/automation/Errors.h"
 
+#include <algorithm>
 #include <array>
 #include <limits>
+#include <type_traits>
 
 namespace {
 
@@ -14,6 +16,7 @@ constexpr std::array<VarType, std::variant_size_v<SafeArray::Elements>> ElementT
 template <typename T>
 bool SameElements(const QList<T>& a, const QList<T>& b)
 {
+    if constexpr (std::is_integral_v<T>) return a == b;
     // Element by element through Variant: floating-point numbers are the same when their bits are.
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const T& x, const T& y) { return Variant(x) == Variant(y); });
@@ -25,6 +28,7 @@ SafeArray::SafeArray(Elements elements, qint32 lowerBound)
     : m_Elements(std::move(elements))
     , m_LowerBound(lowerBound)
 {
+    if (Count() > std::numeric_limits<qint32>::max()) throw ValueError::Overflow();
     if (qint64{lowerBound} + Count() - 1 > std::numeric_limits<qint32>::max()) throw ValueError::Overflow();
     if (Count() == 0 && lowerBound == std::numeric_limits<qint32>::min()) throw ValueError::Overflow();
 }

@@ -46,6 +46,12 @@ Variant::Variant(SafeArray array)
 {
 }
 
+Variant::Variant(SafeArrayRef array)
+    : m_Payload(std::move(array))
+{
+    if (!*GetIf<SafeArrayRef>()) ThrowTypeMismatch();
+}
+
 VarType Variant::Type() const
 {
     if (const auto* array = GetIf<SafeArrayRef>()) return ArrayOf((*array)->ElementType());

@@ -52,12 +52,14 @@ public:
     Variant() = default;
     /// Exactly the type given: no conversion takes place, so that `Variant(1)` is an I4 and a character pointer is refused.
     template <typename T>
-        requires(IsAlternative<T>)
+        requires(IsAlternative<T> && !std::is_same_v<T, SafeArrayRef>)
     Variant(T value)
         : m_Payload(std::move(value))
     {
     }
     Variant(SafeArray array);
+    /// Throws ValueError "Type mismatch" when there is no array.
+    Variant(SafeArrayRef array);
 
     /// The type code; for an array 8192 plus the element's code.
     VarType Type() const;

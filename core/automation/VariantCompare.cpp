@@ -3,6 +3,7 @@
 #include "core/automation/SafeArray.h"
 
 #include <optional>
+#include <type_traits>
 
 namespace {
 
@@ -22,9 +23,23 @@ std::optional<double> ToNumber(const Variant& value)
         value.Data());
 }
 
+/// Whether both blocks are the same to the byte, which large arrays of bytes mostly are. Never said of types whose values
+/// may say the same in other bits.
+bool SameBlock(const SafeArray& a, const SafeArray& b)
+{
+    return std::visit(
+        [&b](const auto& elements) {
+            using List = std::decay_t<decltype(elements)>;
+            if constexpr (!std::is_integral_v<typename List::value_type>) return false;
+            else return std::holds_alternative<List>(b.Data()) && elements == std::get<List>(b.Data());
+        },
+        a.Data());
+}
+
 bool SameArray(const SafeArray& a, const SafeArray& b)
 {
     if (a.Count() != b.Count()) return false;
+    if (SameBlock(a, b)) return true;
     for (qsizetype i = 0; i < a.Count(); ++i) {
         if (!SameValue(a.At(i), b.At(i))) return false;
     }
