@@ -1,0 +1,127 @@
+#include "core/ChildWindow.h"
+
+#include "core/modMain.h"
+
+#include <QCloseEvent>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+
+namespace {
+
+QList<ChildWindow*>& OpenForms()
+{
+    static QList<ChildWindow*> Forms;
+    return Forms;
+}
+
+/// A hidden window leaves no active frame behind: the one used before it takes over.
+void ActivatePrevious(QMdiArea* area)
+{
+    const auto frames = area->subWindowList(QMdiArea::ActivationHistoryOrder);
+    for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
+        if ((*frame)->isVisible() && !(*frame)->isMinimized()) return area->setActiveSubWindow(*frame);
+    }
+    area->setActiveSubWindow(nullptr);
+}
+
+} // namespace
+
+ChildWindow::ChildWindow() = default;
+
+ChildWindow::~ChildWindow()
+{
+    OpenForms().removeOne(this);
+}
+
+const QList<ChildWindow*>& ChildWindow::Forms()
+{
+    return OpenForms();
+}
+
+void ChildWindow::UnloadAll()
+{
+    while (!OpenForms().isEmpty()) OpenForms().constFirst()->Unload();
+}
+
+ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node)
+{
+    form->m_TreeNode = node;
+    form->Host();
+    OpenForms().append(form);
+    const Hold hold(form);
+    try {
+        if (!form->Load()) form->Unload();
+    } catch (...) {
+        form->Unload();
+        throw;
+    }
+    return form->m_Unloading ? nullptr : form;
+}
+
+void ChildWindow::Host()
+{
+    QMdiArea& area = modMain::GetMainWindow()->ChildArea();
+    m_Frame = area.addSubWindow(this);
+    m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
+    m_Frame->hide();
+}
+
+void ChildWindow::ShowForm()
+{
+    if (m_Unloading || !m_Frame) return;
+    if (m_Frame->isMinimized()) m_Frame->showNormal();
+    show();
+    m_Frame->show();
+    m_Frame->raise();
+    m_Frame->mdiArea()->setActiveSubWindow(m_Frame);
+}
+
+void ChildWindow::HideForm()
+{
+    if (m_Unloading || !m_Frame) return;
+    const bool wasActive = m_Frame->mdiArea()->activeSubWindow() == m_Frame;
+    m_Frame->hide();
+    if (wasActive) ActivatePrevious(m_Frame->mdiArea());
+}
+
+void ChildWindow::Unload()
+{
+    if (m_Unloading) return;
+    HideForm();
+    m_Unloading = true;
+    OpenForms().removeOne(this);
+    if (m_Frame) m_Frame->mdiArea()->removeSubWindow(m_Frame);
+    if (m_Holds == 0) Release();
+}
+
+void ChildWindow::Release()
+{
+    RunFormUnload();
+    if (m_Frame) m_Frame->deleteLater();
+    else deleteLater();
+}
+
+void ChildWindow::RunFormUnload()
+{
+    if (std::exchange(m_FormUnloadDone, true)) return;
+    m_Unloading = true;
+    OpenForms().removeOne(this);
+    FormUnload();
+}
+
+void ChildWindow::closeEvent(QCloseEvent* event)
+{
+    event->setAccepted(MayClose());
+    if (event->isAccepted()) Unload();
+}
+
+ChildWindow::Hold::Hold(ChildWindow* form)
+    : m_Form(form)
+{
+    ++form->m_Holds;
+}
+
+ChildWindow::Hold::~Hold()
+{
+    if (m_Form && --m_Form->m_Holds == 0 && m_Form->m_Unloading) m_Form->Release();
+}

@@ -1,0 +1,116 @@
+#include "core/modMain.h"
+
+#include "core/ChildWindow.h"
+#include "core/LogPane.h"
+
+#include <QElapsedTimer>
+#include <QStringBuilder>
+
+#include <limits>
+
+namespace modMain {
+
+VelSQLLib* Library = nullptr;
+EngineRef Engine;
+HistoryRef History;
+TreeNodeRef EngineNode;
+TreeNodeRef HistoryNode;
+ScriptHostRef ScriptTool;
+qint32 LogLineCount = 0;
+QPointer<QWidget> ActiveEditBox;
+
+namespace {
+
+constexpr qint64 FrameMs = 16;
+
+MainWindow* g_MainWindow = nullptr;
+ValueConverterRef g_Converter;
+QElapsedTimer g_SincePainted;
+
+void AppendLine(const QString& message)
+{
+    if (LogLineCount == std::numeric_limits<qint32>::max()) throw ValueError::Overflow();
+    g_MainWindow->Log().Append(QString::number(LogLineCount) % u" : " % message % u"\r\n");
+    ++LogLineCount;
+}
+
+/// The operator sees what is being called even when the call blocks; painting more often than the screen shows is waste.
+void PaintProgress()
+{
+    if (!g_MainWindow || (g_SincePainted.isValid() && g_SincePainted.elapsed() < FrameMs)) return;
+    g_MainWindow->PaintProgress();
+    g_SincePainted.start();
+}
+
+} // namespace
+
+void SetMainWindow(MainWindow* mainWindow)
+{
+    g_MainWindow = mainWindow;
+    g_SincePainted.invalidate();
+}
+
+MainWindow* GetMainWindow()
+{
+    return g_MainWindow;
+}
+
+void Reset()
+{
+    LogLineCount = 0;
+    ActiveEditBox = nullptr;
+    ScriptTool.reset();
+    History.reset();
+    Engine.reset();
+    HistoryNode.reset();
+    EngineNode.reset();
+    g_Converter.reset();
+}
+
+void AddLog(const QString& message)
+{
+    if (!g_MainWindow) return;
+    try {
+        AppendLine(message);
+    } catch (...) {
+        SetStatus(QStringLiteral("Log buffer overflow."));
+        return;
+    }
+    SetStatus(QStringLiteral("Ready."));
+}
+
+void SetStatus(const QString& text)
+{
+    if (g_MainWindow) g_MainWindow->SetStatusText(text);
+}
+
+void LogErrorDescription()
+{
+    AddLog(CurrentErrorDescription());
+}
+
+void Announce(QStringView object, QStringView operation)
+{
+    AddLog(u"Calling " % object % u':' % operation % u"...");
+    SetStatus(operation % u"...");
+    PaintProgress();
+}
+
+ValueConverter& Converter()
+{
+    if (!g_Converter) {
+        if (!Library) throw ServerError(QStringLiteral("The server's library is not loaded."));
+        g_Converter = Library->CreateValueConverter();
+    }
+    return *g_Converter;
+}
+
+ChildWindow* FindFormByNode(const QString& key)
+{
+    for (ChildWindow* form : ChildWindow::Forms()) {
+        if (form->m_TreeNode && form->m_TreeNode->Key() == key) return form;
+    }
+    return nullptr;
+}
+
+} // namespace modMain

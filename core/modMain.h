@@ -29,6 +29,8 @@ extern QPointer<QWidget> ActiveEditBox;
 /// The main window announces itself here while it lives.
 void SetMainWindow(MainWindow* mainWindow);
 MainWindow* GetMainWindow();
+/// The state before start-up: line 0, no edit box, no server objects, no converter. `Library` and the main window stay.
+void Reset();
 
 /// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take the line,
 /// pane and counter stay as they were and the status line reads "Log buffer overflow.".

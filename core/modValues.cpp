@@ -1,0 +1,153 @@
+#include "core/modValues.h"
+
+#include "core/automation/SafeArray.h"
+#include "core/ListBox.h"
+#include "core/modMain.h"
+
+#include <QStringBuilder>
+
+#include <algorithm>
+#include <array>
+
+namespace modMain {
+
+namespace {
+
+constexpr qint32 LongestShownArray = 8;
+constexpr std::array<VarType, UnknownTypeIndex> TypesByIndex = {VT_EMPTY,
+                                                                VT_NULL,
+                                                                VT_BOOL,
+                                                                VT_UI1,
+                                                                VT_I2,
+                                                                VT_I4,
+                                                                VT_R4,
+                                                                VT_R8,
+                                                                VT_CY,
+                                                                VT_DATE,
+                                                                VT_BSTR,
+                                                                ArrayOf(VT_BOOL),
+                                                                ArrayOf(VT_UI1),
+                                                                ArrayOf(VT_I2),
+                                                                ArrayOf(VT_I4),
+                                                                ArrayOf(VT_R4),
+                                                                ArrayOf(VT_R8),
+                                                                ArrayOf(VT_CY),
+                                                                ArrayOf(VT_DATE),
+                                                                ArrayOf(VT_BSTR),
+                                                                ArrayOf(VT_VARIANT)};
+
+/// The value's own type code; a reference to an object counts as one code, whatever it points to.
+QString CodeText(VarType type)
+{
+    return QString::number(type);
+}
+
+bool HasNestedArray(const SafeArray& array)
+{
+    const auto* elements = std::get_if<QList<Variant>>(&array.Data());
+    return elements &&
+           std::any_of(elements->begin(), elements->end(), [](const Variant& element) { return element.IsArray(); });
+}
+
+/// Up to eight elements are shown whole and larger arrays only as "...": the limit is meant.
+QString ArrayToTypedText(const Variant& value)
+{
+    const SafeArray& array = value.Array();
+    const bool tooLong = qint64{array.UpperBound()} - array.LowerBound() >= LongestShownArray;
+    if (tooLong || HasNestedArray(array)) return CodeText(value.Type()) % u",...";
+    return Converter().ValueToText(value, 0);
+}
+
+QStringView TypeSuffix(VarType type)
+{
+    switch (type) {
+    case VT_EMPTY: return u"EMPTY)";
+    case VT_NULL: return u"NULL)";
+    case VT_BOOL: return u"BOOL)";
+    case VT_UI1: return u"UI1)";
+    case VT_I1: return u"UI1)"; // A signed byte is labelled as an unsigned one: this is meant.
+    case VT_I2: return u"I2)";
+    case VT_UI2: return u"UI2)";
+    case VT_I4: return u"I4)";
+    case VT_UI4: return u"UI4)";
+    case VT_R4: return u"R4)";
+    case VT_R8: return u"R8)";
+    case VT_CY: return u"CY)";
+    case VT_DATE: return u"DATE)";
+    case VT_BSTR: return u"BSTR)";
+    case VT_VARIANT: return u"VARIANT)";
+    default: return u"?)";
+    }
+}
+
+} // namespace
+
+const QStringList& TypeList()
+{
+    static const QStringList Captions =
+        QStringLiteral("EMPTY,NULL,BOOL,UI1,I2,I4,R4,R8,CY,DATE,BSTR,ARRAY | BOOL,ARRAY | UI1,ARRAY | I2,ARRAY | I4,"
+                       "ARRAY | R4,ARRAY | R8,ARRAY | CY,ARRAY | DATE,ARRAY | BSTR,ARRAY | VARIANT,(Unknown)")
+            .split(u',');
+    return Captions;
+}
+
+VarType TypeIndexToVarType(qint16 index)
+{
+    return index >= 0 && index < UnknownTypeIndex ? TypesByIndex[static_cast<std::size_t>(index)] : VarType{-1};
+}
+
+qint16 VarTypeToTypeIndex(VarType type)
+{
+    return static_cast<qint16>(std::find(TypesByIndex.begin(), TypesByIndex.end(), type) - TypesByIndex.begin());
+}
+
+void FillTypeList(ListBox* list)
+{
+    list->Clear();
+    list->AddItems(TypeList());
+    list->SetListIndex(0);
+}
+
+QString BuildTypedText(int typeIndex, const QString& text)
+{
+    const VarType type = TypeIndexToVarType(static_cast<qint16>(typeIndex));
+    const bool bare = type == VT_EMPTY || type == VT_NULL;
+    return bare ? CodeText(type) : CodeText(type) % u',' % text;
+}
+
+Variant ToValue(int typeIndex, const QString& text)
+{
+    return Converter().TextToValue(BuildTypedText(typeIndex, text));
+}
+
+QString ValueToTypedText(const Variant& value)
+{
+    const VarType type = value.Type();
+    try {
+        if (value.IsObject()) return CodeText(VT_DISPATCH) % u",...";
+        if (type == VT_EMPTY || type == VT_NULL) return CodeText(type) + u',';
+        return value.IsArray() ? ArrayToTypedText(value) : Converter().ValueToText(value, 0);
+    } catch (...) {
+        return CodeText(type) % u",???";
+    }
+}
+
+QString ValueTextOf(const QString& typedText)
+{
+    return typedText.mid(typedText.indexOf(u',') + 1);
+}
+
+QString ValueToDisplayText(const Variant& value)
+{
+    QString text;
+    ReportErrors([&] {
+        if (value.IsEmpty()) text = QStringLiteral("(EMPTY)");
+        else if (value.IsNull()) text = QStringLiteral("(NULL)");
+        else
+            text = ValueTextOf(ValueToTypedText(value)) % QStringView(value.IsArray() ? u" (ARRAY | " : u" (") %
+                   TypeSuffix(ElementOf(value.Type()));
+    });
+    return text;
+}
+
+} // namespace modMain

@@ -28,7 +28,7 @@ public:
     void RefreshTlbar() override {}
     void RefreshMenuBar() override {}
 
-    /// The engine node with a controller "PLC1", its items, and the history node.
+    /// Builds the engine node with a controller "PLC1", its items, and the history node, and returns the engine node.
     TreeNodeRef BuildTree(const QStringList& itemNames);
     /// The log without line numbers, one entry a line.
     QStringList LogMessages() const;

@@ -5,57 +5,92 @@
 #include <QMap>
 #include <QStringList>
 
-/// A server made of tables: answers every operation from its members, records every call, and fails where told.
+#include <array>
+
+/// A server made of tables: answers every operation from its members, records every call, and fails where told. It is
+/// modMain::Library while it lives.
 class FakeServer : public VelSQLLib
 {
 public:
     struct Item
     {
-        QString Name;
-        Variant Value, Tag, ID, LinkItem, Elements;
+        QString Name = {};
+        Variant Value = {}, Tag = {}, ID = {}, LinkItem = {}, Elements = {};
         qint32 Attribute = 0;
         qint32 State = 0;
         bool Activation = true;
         bool LinkActivation = false;
-        Variant SettingData;
+        Variant SettingData = {};
+        Variant DateTime = Date{45000.5};
+        qint32 Microsecond = 0;
+        QString Description = {};
     };
     struct Controller
     {
-        QString Name;
-        QList<Item> Items;
+        QString Name = {};
+        QList<Item> Items = {};
         qint32 State = 1;
-        Variant Tag;
-        Variant ExecuteResult;
+        Variant Tag = {};
+        Variant ExecuteResult = {};
+        Variant SettingData = {};
+        QString Description = {};
+    };
+    /// The settings of destinations 1 and 2 stand at 0 and 1.
+    struct History
+    {
+        std::array<QString, 2> ConnectionString = {QStringLiteral("Driver=First"), QStringLiteral("Driver=Second")};
+        bool Enabled = true;
+        std::array<qint32, 2> MaxRecord = {1000, 0};
+        std::array<QString, 2> TableName = {QStringLiteral("velsql_history"), QString()};
+        ResultSetRef Result;
     };
 
     /// "PLC1" with the items "D100" (I4 25) and "D200" (BSTR "abc"); "PLC2" without items.
     FakeServer();
+    ~FakeServer() override;
 
     EngineRef CreateEngine() override;
     ValueConverterRef CreateValueConverter() override;
 
+    /// Throw ServerError for names that the server does not have.
+    Controller& FindController(const QString& controller);
     Item& FindItem(const QString& controller, const QString& item);
 
     QList<Controller> m_Controllers;
+    History m_History;
     Variant m_EngineExecuteResult;
-    /// Every call in order, as "Object(name).Operation(argument types or texts)"; look-ups included.
+    /// The definition that the last AddItem brought; its element 0 became the name of the new item.
+    Variant m_AddedDefinition;
+    /// Every call in order, as "Object(name).Operation(arguments)", look-ups included; typed arguments as typed text, such
+    /// as "Item(D100).put_Value(3,25)". The converter's work is local and not recorded.
     QStringList m_Calls;
     /// From now on the n-th call (1: the next one) fails once with `description`; 0: none fails.
     void FailCall(int n, const QString& description);
     /// From now on every call of this operation, such as "get_Value", fails; a null description: works again.
     void FailOperation(const QString& operation, const QString& description);
-    /// Objects of this server that are still referenced.
+    /// Objects of this server, converters apart, that are still referenced.
     int m_LiveObjects = 0;
-    /// Open subscriptions, as "controller name".
-    QStringList m_Subscriptions;
+
     /// Delivers an event to the subscribers of a controller.
     void FireState(const QString& controller, qint32 state);
     void FireItem(const QString& controller, const QString& item);
+    /// The controllers subscribed to, once per open subscription.
+    QStringList Subscriptions() const;
 
     /// Called by the objects before they answer.
     void Record(const QString& call, const QString& operation);
+    struct Subscriber
+    {
+        QString Controller;
+        ControllerEvents* Events;
+        const void* Subscription;
+    };
+    QList<Subscriber> m_Subscribers;
 
 private:
+    template <typename Deliver>
+    void Fire(const QString& controller, Deliver deliver);
+
     int m_FailIn = 0;
     QString m_FailDescription;
     QMap<QString, QString> m_FailingOperations;
