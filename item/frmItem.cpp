@@ -1,0 +1,237 @@
+#include "item/frmItem.h"
+
+#include "core/automation/NumberText.h"
+#include "core/automation/SafeArray.h"
+#include "core/FieldCheck.h"
+#include "core/GridRefresher.h"
+#include "core/MessageBoxes.h"
+#include "core/modFields.h"
+#include "core/modMain.h"
+#include "core/modValues.h"
+#include "core/ObjectTreeModel.h"
+#include "item/ItemAccess.h"
+#include "item/ItemRows.h"
+#include "item/Picture.h"
+
+#include <QStringBuilder>
+
+#include <cmath>
+
+using namespace modMain;
+
+namespace {
+
+constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0};
+
+bool IsEmptyList(const Variant& names)
+{
+    return names.IsEmpty() || (names.IsArray() && names.Array().Count() == 0);
+}
+
+} // namespace
+
+frmItem::frmItem()
+{
+    setupUi(this);
+    m_Refresher = new GridRefresher(fgItem, this);
+    ConnectFields();
+    ConnectCommands();
+}
+
+void frmItem::ConnectFields()
+{
+    connect(cmbProperty, &ListBox::Click, this, &frmItem::cmbProperty_Click);
+    connect(cmbType, &ListBox::Click, this, &frmItem::cmbType_Click);
+    connect(chkDelay, &QCheckBox::stateChanged, this, &frmItem::chkDelay_Click);
+    connect(chkActv, &QCheckBox::stateChanged, this, &frmItem::chkActv_Click);
+    connect(chkLinkActv, &QCheckBox::stateChanged, this, &frmItem::chkLinkActv_Click);
+    auto* check = new FieldCheck(this);
+    check->Add(txtDelay, [this] { return txtDelay_Validate(); });
+}
+
+void frmItem::ConnectCommands()
+{
+    connect(cmdGet, &QPushButton::clicked, this, &frmItem::cmdGet_Click);
+    connect(cmdPut, &QPushButton::clicked, this, &frmItem::cmdPut_Click);
+    connect(cmdSnapshot, &QPushButton::clicked, this, &frmItem::cmdSnapshot_Click);
+    connect(cmdRemove, &QPushButton::clicked, this, &frmItem::cmdRemove_Click);
+    connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideForm);
+}
+
+void frmItem::ShowForm()
+{
+    ChildWindow::ShowForm();
+    m_Refresher->Start();
+}
+
+void frmItem::HideForm()
+{
+    m_Refresher->Stop();
+    ChildWindow::HideForm();
+}
+
+bool frmItem::Load()
+{
+    setWindowTitle(u"Item : " % m_TreeNode->Key());
+    LookUpItem();
+    FillPropertyList();
+    FillTypeList(cmbType);
+    DisableField(txtDelay);
+    DisableField(txtElements);
+    txtDelay->setText(QStringLiteral("0"));
+    m_DelayTicked = CheckToBool(chkDelay);
+    if (!InitItemGrid()) return false;
+    cmdRemove->setEnabled(m_TreeNode->Tag() == NodeTag::AddItem);
+    return true;
+}
+
+void frmItem::FormUnload()
+{
+    m_Refresher->Stop();
+    m_csItem.reset();
+    m_csCtrl.reset();
+}
+
+void frmItem::LookUpItem()
+{
+    const TreeNodeRef parent = m_TreeNode->Parent();
+    m_csCtrl = Engine->get_Controller(Variant(parent ? parent->Text() : QString()));
+    m_csItem = m_csCtrl->get_Item(Variant(m_TreeNode->Text()));
+}
+
+void frmItem::FillPropertyList()
+{
+    cmbProperty->Clear();
+    cmbProperty->AddItems(ItemPropertyNames());
+    cmbProperty->SetListIndex(0);
+}
+
+/// False when the window was unloaded while the grid was laid out.
+bool frmItem::InitItemGrid()
+{
+    fgItem->Lay(ItemRows(m_csItem), GridLayout);
+    if (IsUnloading()) return false;
+    m_Refresher->RefreshNow();
+    InitActivation();
+    return true;
+}
+
+/// Ticking a box runs its rule: loading the window of an active item activates it once more, and that is meant.
+void frmItem::InitActivation()
+{
+    chkActv->setChecked(m_csItem->get_Activation());
+    chkLinkActv->setChecked(m_csItem->get_LinkActivation());
+    chkLinkActv->setEnabled(!IsEmptyList(m_csItem->get_LinkItem()));
+}
+
+void frmItem::cmbProperty_Click()
+{
+    m_PropertyIndex = cmbProperty->ListIndex();
+    const auto property = static_cast<ItemProperty>(m_PropertyIndex);
+    if (property == ItemProperty::Value) {
+        chkDelay->setChecked(m_DelayTicked);
+        chkDelay->setEnabled(true);
+        chkDelay_Click();
+        DisableField(txtElements);
+        return;
+    }
+    m_DelayTicked = CheckToBool(chkDelay); // also from Tag to ID, where it was cleared before: meant
+    chkDelay->setChecked(false);
+    chkDelay->setEnabled(false);
+    cmdGet->setEnabled(true);
+    DisableField(txtDelay);
+    EnableFields(property == ItemProperty::Elements, {txtElements});
+}
+
+void frmItem::cmbType_Click()
+{
+    const VarType type = TypeIndexToVarType(static_cast<qint16>(cmbType->ListIndex()));
+    EnableFields(type != VT_EMPTY && type != VT_NULL, {txtValue});
+    cmdPut->setEnabled(cmbType->ListIndex() != UnknownTypeIndex);
+}
+
+/// A delayed write has no matching read.
+void frmItem::chkDelay_Click()
+{
+    EnableFields(CheckToBool(chkDelay), {txtDelay});
+    cmdGet->setEnabled(!CheckToBool(chkDelay));
+}
+
+bool frmItem::txtDelay_Validate()
+{
+    const QString text = txtDelay->text().isEmpty() ? QStringLiteral("0") : txtDelay->text();
+    const std::optional<double> number = ParseNumber(text);
+    if (!number) return false;
+    try {
+        txtDelay->setText(QString::number(RoundToInt32(std::abs(*number))));
+        return true;
+    } catch (const ValueError& error) {
+        ShowExclamation(error.Description());
+        return false;
+    }
+}
+
+void frmItem::cmdGet_Click()
+{
+    ReportErrors([this] {
+        ShowValue(GetItemProperty(*m_csItem, static_cast<ItemProperty>(m_PropertyIndex), txtElements->text()));
+    });
+}
+
+void frmItem::ShowValue(const Variant& value)
+{
+    cmbType->SetListIndex(VarTypeToTypeIndex(value.Type()));
+    txtValue->setText(ValueTextOf(ValueToTypedText(value)));
+    imgThumbnail->Clear();
+    if (value.Type() == ArrayOf(VT_UI1)) ShowThumbnail(value.Array().Of<quint8>());
+}
+
+void frmItem::ShowThumbnail(const QList<quint8>& bytes)
+{
+    WritePictureFile(bytes);
+    // From the bytes, not from the file: pictures of files are cached by name and second.
+    imgThumbnail->SetPicture(ReadPicture(bytes));
+}
+
+void frmItem::cmdPut_Click()
+{
+    ReportErrors([this] {
+        const Variant value = ToValue(cmbType->ListIndex(), txtValue->text()); // refused text: nothing is announced
+        const auto delay = CheckToBool(chkDelay) ? std::optional(txtDelay->text()) : std::nullopt;
+        PutItemProperty(*m_csItem, static_cast<ItemProperty>(m_PropertyIndex), value, delay);
+    });
+}
+
+void frmItem::chkActv_Click()
+{
+    ReportErrors([this] { m_csItem->put_Activation(CheckToBool(chkActv)); });
+}
+
+void frmItem::chkLinkActv_Click()
+{
+    ReportErrors([this] { m_csItem->put_LinkActivation(CheckToBool(chkLinkActv)); });
+}
+
+void frmItem::cmdSnapshot_Click()
+{
+    // "Controller" is what operators know this line by, although it is the item's snapshot.
+    CallServer(u"Controller", u"Snapshot", [this] { m_csItem->Snapshot(); });
+}
+
+void frmItem::cmdRemove_Click()
+{
+    const Hold hold(this);
+    if (AskSure() && !IsUnloading()) ReportErrors([this] { RemoveItem(); });
+}
+
+void frmItem::RemoveItem()
+{
+    Announce(u"Controller", u"RemoveItem");
+    m_csCtrl->RemoveItem(m_csItem->get_Name());
+    AddLog(QStringLiteral("Succeeded."));
+    MainWindow* mainWindow = GetMainWindow();
+    mainWindow->Tree().Remove(m_TreeNode);
+    mainWindow->m_CurrentNode = mainWindow->SelectedNode();
+    mainWindow->RefreshStatusBar();
+    Unload();
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+#include "core/ChildWindow.h"
+#include "ui_frmItem.h"
+
+class GridRefresher;
+
+/// The console of one item: shows its properties, gets and puts single ones as typed values, and switches, snapshots or removes it.
+class frmItem : public ChildWindow, private Ui::frmItem
+{
+    Q_OBJECT
+
+public:
+    frmItem();
+
+    /// Also starts the grid's refresh.
+    void ShowForm() override;
+    /// Also stops the grid's refresh.
+    void HideForm() override;
+
+protected:
+    bool Load() override;
+    void FormUnload() override;
+
+private:
+    void ConnectFields();
+    void ConnectCommands();
+
+    void LookUpItem();
+    void FillPropertyList();
+    bool InitItemGrid();
+    void InitActivation();
+
+    void cmbProperty_Click();
+    void cmbType_Click();
+    void chkDelay_Click();
+    bool txtDelay_Validate();
+    void cmdGet_Click();
+    void cmdPut_Click();
+    void chkActv_Click();
+    void chkLinkActv_Click();
+    void cmdSnapshot_Click();
+    void cmdRemove_Click();
+
+    void ShowValue(const Variant& value);
+    void ShowThumbnail(const QList<quint8>& bytes);
+    void RemoveItem();
+
+    ControllerRef m_csCtrl;
+    ItemRef m_csItem;
+    GridRefresher* m_Refresher;
+    /// Position in cmbProperty.
+    int m_PropertyIndex = 0;
+    /// Whether chkDelay was ticked when a property other than Value was chosen last.
+    bool m_DelayTicked = false;
+};
