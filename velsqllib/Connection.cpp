@@ -1,0 +1,78 @@
+#include "velsqllib/Connection.h"
+
+#include "core/automation/Errors.h"
+#include "velsqllib/ClientObjects.h"
+#include "velsqllib/ControllerSubscription.h"
+#include "velsqllib/ServerSocket.h"
+
+#include <QTimer>
+
+namespace {
+
+constexpr qint64 AttemptIntervalMs = 1000;
+
+} // namespace
+
+Connection::Connection(const QString& socketPath)
+    : m_SocketPath(socketPath)
+    , m_Loop(KjLoop::OfThisThread())
+    , m_Objects(std::make_unique<ClientObjects>(*this))
+{
+}
+
+Connection::~Connection()
+{
+    m_Events.Clear(); // its acknowledgements belong to the attachment
+}
+
+bool Connection::Attach()
+{
+    m_LastAttempt.start();
+    int socket = -1;
+    try {
+        socket = ConnectToServer(m_SocketPath);
+    } catch (const DescribedError& error) {
+        throw ServerError(error.Description());
+    }
+    if (socket < 0) return false;
+    m_Attachment.reset();
+    m_Attachment = std::make_unique<Attachment>(m_Loop, socket);
+    ++m_Generation;
+    for (ControllerSubscription* subscription : m_Subscriptions) subscription->Renew();
+    return true;
+}
+
+void Connection::EnsureUsable()
+{
+    if (m_Attachment && m_Attachment->IsHanging()) m_Loop->Poll(); // perhaps the answer lies waiting
+    if (m_Attachment && !m_Attachment->IsLost()) {
+        if (m_Attachment->IsHanging()) throw ServerError(QStringLiteral("The server does not answer."));
+        return;
+    }
+    const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptIntervalMs;
+    if (tooSoon || !Attach()) throw ServerError(QStringLiteral("The server is not running."));
+}
+
+ServerError Connection::ToServerError(const kj::Exception& failure) const
+{
+    static constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
+    const kj::StringPtr description = failure.getDescription();
+    if (description.startsWith(RemotePrefix)) {
+        const kj::StringPtr text = description.slice(RemotePrefix.size());
+        return ServerError(QString::fromUtf8(text.begin(), static_cast<qsizetype>(text.size())));
+    }
+    if (failure.getType() == kj::Exception::Type::DISCONNECTED)
+        return ServerError(
+            QStringLiteral("The connection to the server was lost; the call may still have taken effect."));
+    return ServerError(QString::fromUtf8(description.begin(), static_cast<qsizetype>(description.size())));
+}
+
+void Connection::PollLater()
+{
+    if (m_PollPending) return;
+    m_PollPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_PollPending = false;
+        m_Loop->Poll();
+    });
+}

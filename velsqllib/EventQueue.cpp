@@ -1,0 +1,48 @@
+#include "velsqllib/EventQueue.h"
+
+#include <QElapsedTimer>
+#include <QScopedValueRollback>
+
+EventQueue::EventQueue()
+{
+    m_Turn.setInterval(0);
+    connect(&m_Turn, &QTimer::timeout, this, &EventQueue::HandleSlice);
+}
+
+kj::Promise<void> EventQueue::Add(std::shared_ptr<EventSink> sink, Deliver deliver)
+{
+    auto done = kj::newPromiseAndFulfiller<void>();
+    m_Events.push_back({std::move(sink), std::move(deliver), kj::mv(done.fulfiller)});
+    m_Turn.start();
+    return kj::mv(done.promise);
+}
+
+void EventQueue::Clear()
+{
+    m_Turn.stop();
+    m_Events.clear();
+}
+
+void EventQueue::HandleSlice()
+{
+    if (m_Handling) return; // a handler opened a window of its own: the rest waits until it returns
+    const QScopedValueRollback handling(m_Handling, true);
+    QElapsedTimer slice;
+    slice.start();
+    while (!m_Events.empty() && slice.elapsed() < SliceMs) {
+        Event event = std::move(m_Events.front());
+        m_Events.pop_front();
+        Handle(std::move(event));
+    }
+    if (m_Events.empty()) m_Turn.stop();
+}
+
+void EventQueue::Handle(Event event)
+{
+    try {
+        if (event.Sink->Target) event.DeliverTo(*event.Sink->Target);
+    } catch (...) {
+        // What a handler throws must not reach the event loop; it has reported what it wanted to report.
+    }
+    event.Done->fulfill();
+}

@@ -1,0 +1,30 @@
+#include "velsqllib/HistoryProxy.h"
+
+#include "velsqllib/ResultSetProxy.h"
+
+ResultSetRef HistoryProxy::Execute(const QString& statement)
+{
+    return Call(
+        &WireClient::executeRequest, [&](auto& request) { request.setStatement(WireBytes(statement)); },
+        [&](auto& response) { return std::make_shared<ResultSetProxy>(GetConnection(), response.getResult()); });
+}
+
+QString HistoryProxy::get_ConnectionString(qint32 index)
+{
+    return GetText(&WireClient::getConnectionStringRequest, [&](auto& request) { request.setIndex(index); });
+}
+
+bool HistoryProxy::get_Enabled()
+{
+    return GetNumber(&WireClient::getEnabledRequest);
+}
+
+qint32 HistoryProxy::get_MaxRecord(qint32 index)
+{
+    return GetNumber(&WireClient::getMaxRecordRequest, [&](auto& request) { request.setIndex(index); });
+}
+
+QString HistoryProxy::get_TableName(qint32 index)
+{
+    return GetText(&WireClient::getTableNameRequest, [&](auto& request) { request.setIndex(index); });
+}

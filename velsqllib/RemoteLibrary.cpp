@@ -1,0 +1,38 @@
+#include "velsqllib/RemoteLibrary.h"
+
+#include "core/automation/Errors.h"
+#include "velsqllib/EngineProxy.h"
+#include "velsqllib/ServerSocket.h"
+#include "velsqllib/ServerStarter.h"
+#include "velsqllib/TypedTextConverter.h"
+
+RemoteLibrary::RemoteLibrary()
+    : RemoteLibrary(ServerSocketPath(), FindServerProgram())
+{
+}
+
+RemoteLibrary::RemoteLibrary(const QString& socketPath, const QString& serverProgram)
+    : m_SocketPath(socketPath)
+    , m_ServerProgram(serverProgram)
+    , m_Connection(std::make_shared<Connection>(socketPath))
+{
+}
+
+RemoteLibrary::~RemoteLibrary() = default;
+
+EngineRef RemoteLibrary::CreateEngine()
+{
+    if (!m_Connection->Attach()) {
+        ServerStarter starter(m_ServerProgram, m_SocketPath);
+        while (!m_Connection->Attach()) starter.WaitAWhile();
+    }
+    return m_Connection->Call([this] { return m_Connection->CreateEngineRequest().send(); },
+                              [this](auto response) {
+                                  return std::make_shared<EngineProxy>(m_Connection, ObjectWay{}, response.getResult());
+                              });
+}
+
+ValueConverterRef RemoteLibrary::CreateValueConverter()
+{
+    return std::make_shared<TypedTextConverter>();
+}

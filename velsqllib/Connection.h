@@ -1,0 +1,69 @@
+#pragma once
+
+#include "core/automation/Errors.h"
+#include "velsqllib/Attachment.h"
+#include "velsqllib/EventQueue.h"
+#include "velsqllib/WireValue.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+
+#include <concepts>
+
+class ControllerSubscription;
+
+/// The way from the console to the server: owns the socket, makes every call, and finds the server again when it was restarted.
+class Connection : public QObject, public std::enable_shared_from_this<Connection>
+{
+    Q_OBJECT
+
+public:
+    explicit Connection(const QString& socketPath);
+    ~Connection() override;
+
+    /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not be used.
+    bool Attach();
+    /// Counts attachments: what was got from the server under another number is stale.
+    quint64 Generation() const { return m_Generation; }
+    /// The engine of the present attachment; only inside a call.
+    wire::Engine::Client& Engine() { return m_Attachment->Engine(); }
+    auto CreateEngineRequest() { return m_Attachment->Library().createEngineRequest(); }
+
+    /// Every call on the server: `send` builds and sends the request, `read` takes the answer apart. Fails at once while there is no
+    /// server (looked for at most once a second) or it hangs. Throws ServerError with the server's own description.
+    template <std::invocable Send, typename Read>
+    auto Call(Send&& send, Read&& read)
+    {
+        EnsureUsable();
+        try {
+            return read(m_Attachment->Await(send()));
+        } catch (const kj::Exception& failure) {
+            throw ToServerError(failure);
+        }
+    }
+
+    /// Sends what dropping references left to be sent, soon: KJ does not run by itself.
+    void PollLater();
+
+    WireObjects& Objects() { return *m_Objects; }
+    EventQueue& Events() { return m_Events; }
+    /// Subscriptions are renewed with every new attachment.
+    void AddSubscription(ControllerSubscription* subscription) { m_Subscriptions.append(subscription); }
+    void RemoveSubscription(ControllerSubscription* subscription) { m_Subscriptions.removeOne(subscription); }
+
+private:
+    void EnsureUsable();
+    [[nodiscard]] ServerError ToServerError(const kj::Exception& failure) const;
+
+    QString m_SocketPath;
+    std::shared_ptr<KjLoop> m_Loop;
+    std::unique_ptr<WireObjects> m_Objects;
+    std::unique_ptr<Attachment> m_Attachment;
+    EventQueue m_Events;
+    QList<ControllerSubscription*> m_Subscriptions;
+    QElapsedTimer m_LastAttempt;
+    quint64 m_Generation = 0;
+    bool m_PollPending = false;
+};
+
+using ConnectionRef = std::shared_ptr<Connection>;

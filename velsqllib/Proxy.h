@@ -1,0 +1,103 @@
+#pragma once
+
+#include "velsqllib/ClientObjects.h"
+#include "velsqllib/Connection.h"
+#include "velsqllib/WireText.h"
+
+/// How an object is reached from the engine: what is empty is not needed for its kind.
+struct ObjectWay
+{
+    QString ControllerName;
+    QString ItemName;
+};
+
+/// What all objects of the server have in common as the console sees them: a reference over the wire that is got anew, by the
+/// object's way, whenever the connection is attached to another server.
+template <typename Wire>
+class Proxy
+{
+public:
+    using WireClient = typename Wire::Client;
+
+    Proxy(ConnectionRef connection, ObjectWay way, WireClient client)
+        : m_Connection(std::move(connection))
+        , m_Way(std::move(way))
+        , m_Client(kj::mv(client))
+        , m_Generation(m_Connection->Generation())
+    {
+    }
+    Proxy(const Proxy&) = delete;
+    Proxy& operator=(const Proxy&) = delete;
+    ~Proxy() noexcept { m_Connection->PollLater(); }
+
+    /// The reference on the present server; only inside a call.
+    WireClient& Client()
+    {
+        if (m_Generation != m_Connection->Generation()) {
+            m_Client = Find(static_cast<Wire*>(nullptr));
+            m_Generation = m_Connection->Generation();
+            m_Confirmed = false;
+        }
+        return m_Client;
+    }
+
+protected:
+    static constexpr auto NoArguments = [](auto&) {};
+    using NoArgumentsType = decltype(NoArguments);
+    static constexpr auto NoResult = [](const auto&) {};
+
+    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result of the response.
+    template <typename Request, typename Fill, typename Read>
+    auto Call(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill, const Read& read)
+    {
+        KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // looked for again by the next call
+        return m_Connection->Call(
+            [&] {
+                auto request = (Client().*operation)(nullptr);
+                fill(request);
+                return request.send();
+            },
+            [&](auto response) {
+                m_Confirmed = true;
+                return read(response);
+            });
+    }
+
+    template <typename Request, typename Fill = NoArgumentsType>
+    void Do(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
+    {
+        Call(operation, fill, NoResult);
+    }
+    template <typename Request, typename Fill = NoArgumentsType>
+    Variant GetValue(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
+    {
+        return Call(operation, fill, [this](auto& response) { return ReadValue(response.getResult(), Objects()); });
+    }
+    template <typename Request, typename Fill = NoArgumentsType>
+    QString GetText(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
+    {
+        return Call(operation, fill, [](auto& response) { return FromWireText(response.getResult()); });
+    }
+    /// Integers and booleans.
+    template <typename Request, typename Fill = NoArgumentsType>
+    auto GetNumber(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
+    {
+        return Call(operation, fill, [](auto& response) { return response.getResult(); });
+    }
+
+    WireObjects& Objects() { return m_Connection->Objects(); }
+    const ConnectionRef& GetConnection() const { return m_Connection; }
+    const ObjectWay& Way() const { return m_Way; }
+
+private:
+    wire::Engine::Client Find(wire::Engine*) { return m_Connection->Engine(); }
+    wire::Controller::Client Find(wire::Controller*) { return FindController(*m_Connection, m_Way.ControllerName); }
+    wire::Item::Client Find(wire::Item*) { return FindItem(*m_Connection, m_Way.ControllerName, m_Way.ItemName); }
+    wire::History::Client Find(wire::History*) { return FindHistory(*m_Connection); }
+
+    ConnectionRef m_Connection;
+    ObjectWay m_Way;
+    WireClient m_Client;
+    quint64 m_Generation;
+    bool m_Confirmed = true;
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+#include "velsqllib/Connection.h"
+
+/// The server's type library for a process of its own: reaches a running server, or starts the bundled one.
+class RemoteLibrary : public VelSQLLib
+{
+public:
+    /// Looks at the user's own socket and starts `velsqlserver` from beside the program, else from the path.
+    RemoteLibrary();
+    /// For tests and tools: another socket, another server program (none: nothing is started).
+    RemoteLibrary(const QString& socketPath, const QString& serverProgram);
+    ~RemoteLibrary() override;
+
+    EngineRef CreateEngine() override;
+    ValueConverterRef CreateValueConverter() override;
+
+private:
+    QString m_SocketPath;
+    QString m_ServerProgram;
+    ConnectionRef m_Connection;
+};

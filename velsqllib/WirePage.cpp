@@ -1,0 +1,59 @@
+#include "velsqllib/WirePage.h"
+
+#include "core/automation/Errors.h"
+
+namespace {
+
+/// Rows hold plain values: an object cannot come out of a database.
+class NoObjects : public WireObjects
+{
+public:
+    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
+    ObjectRef Read(wire::Object::Reader) override { return nullptr; }
+};
+
+kj::Array<capnp::word> CopyWords(capnp::Data::Reader bytes)
+{
+    auto words = kj::heapArray<capnp::word>(bytes.size() / sizeof(capnp::word));
+    memcpy(words.begin(), bytes.begin(), words.size() * sizeof(capnp::word));
+    return words;
+}
+
+/// A page is read many times while the operator scrolls over it, so the limit on reading is lifted; its size is bounded by the
+/// message that brought it.
+capnp::ReaderOptions PageOptions()
+{
+    capnp::ReaderOptions options = WireReaderOptions();
+    options.traversalLimitInWords = kj::maxValue;
+    return options;
+}
+
+} // namespace
+
+WirePage::WirePage(capnp::Data::Reader bytes)
+    : m_Words(CopyWords(bytes))
+    , m_Message(m_Words, PageOptions())
+    , m_Page(m_Message.getRoot<wire::ResultPage>())
+    , m_Cells(m_Page.getCells())
+    , m_ColumnCount(m_Page.getColumnCount())
+    , m_RowCount(m_ColumnCount > 0 ? static_cast<qint32>(m_Cells.size()) / m_ColumnCount : 0)
+{
+    if (m_RowCount < 1) throw ServerError(QStringLiteral("The server sent a page without rows."));
+}
+
+Variant WirePage::Cell(qint32 row, qint32 column) const
+{
+    if (row < 0 || row >= m_RowCount || column < 0 || column >= m_ColumnCount) throw ValueError::SubscriptOutOfRange();
+    NoObjects noObjects;
+    const auto index = static_cast<uint>(row) * static_cast<uint>(m_ColumnCount) + static_cast<uint>(column);
+    try {
+        return ReadValue(m_Cells[index], noObjects);
+    } catch (const kj::Exception& failure) {
+        throw ServerError(QString::fromUtf8(failure.getDescription().cStr()));
+    }
+}
+
+qsizetype WirePage::Bytes() const
+{
+    return static_cast<qsizetype>(m_Words.size() * sizeof(capnp::word));
+}
