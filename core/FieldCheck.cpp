@@ -1,0 +1,207 @@
+#include "core/FieldCheck.h"
+
+#include "core/modMain.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QDialog>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
+
+namespace {
+
+/// Whether pressing this control does something although it leaves the focus where it is.
+bool ActsWithoutFocus(const QWidget* control, const QMouseEvent& event)
+{
+    if (event.button() != Qt::LeftButton || !control->isEnabled()) return false;
+    const auto* tabs = qobject_cast<const QTabBar*>(control);
+    if (!tabs) return qobject_cast<const QAbstractButton*>(control);
+    const int tab = tabs->tabAt(event.position().toPoint());
+    return tab >= 0 && tab != tabs->currentIndex();
+}
+
+/// The button that Enter in a field of this window presses.
+const QPushButton* DefaultButton(const QWidget* field)
+{
+    const auto* dialog = qobject_cast<const QDialog*>(field->window());
+    if (!dialog) return nullptr;
+    for (const QPushButton* button : dialog->findChildren<QPushButton*>())
+        if (button->isDefault() && button->isVisible()) return button;
+    return nullptr;
+}
+
+bool TurnsPages(const QWidget* field, const QKeyEvent& event)
+{
+    const bool tab = event.key() == Qt::Key_Tab || event.key() == Qt::Key_Backtab;
+    if (!tab || !(event.modifiers() & Qt::ControlModifier)) return false;
+    for (const QWidget* widget = field; widget; widget = widget->parentWidget())
+        if (qobject_cast<const QTabWidget*>(widget)) return true;
+    return false;
+}
+
+} // namespace
+
+FieldCheck::FieldCheck(QWidget* window)
+    : QObject(window)
+    , m_Window(window)
+{
+    connect(qApp, &QApplication::focusChanged, this, &FieldCheck::FollowFocus);
+}
+
+FieldCheck::~FieldCheck() = default;
+
+void FieldCheck::Add(QLineEdit* field, Check check)
+{
+    m_Checks.insert(field, std::move(check));
+    connect(field, &QObject::destroyed, this, [this](const QObject* gone) { m_Checks.remove(gone); });
+    FollowFocus();
+}
+
+void FieldCheck::Exempt(QWidget* control)
+{
+    m_Exempt.append(control);
+}
+
+/// All events are only watched while there is a field to be checked.
+void FieldCheck::FollowFocus()
+{
+    qApp->removeEventFilter(this);
+    if (FieldAtStake()) qApp->installEventFilter(this);
+}
+
+bool FieldCheck::IsExempt(const QWidget* control) const
+{
+    return std::any_of(m_Exempt.begin(), m_Exempt.end(), [control](const QPointer<QWidget>& exempt) {
+        return exempt && (exempt == control || exempt->isAncestorOf(control));
+    });
+}
+
+/// Whether going to `control` means leaving `field` for another control of this window that is not exempt.
+bool FieldCheck::IsOtherControl(const QWidget* control, const QLineEdit* field) const
+{
+    return control && m_Window && m_Window->isAncestorOf(control) && control != field &&
+           !field->isAncestorOf(control) && !IsExempt(control);
+}
+
+/// The field to be checked before anything else happens in the window; none when there is no such field.
+QLineEdit* FieldCheck::FieldAtStake() const
+{
+    QWidget* focus = QApplication::focusWidget();
+    QLineEdit* field = focus && IsExempt(focus) ? m_Pending.data() : qobject_cast<QLineEdit*>(focus);
+    return m_Checks.contains(field) && field->isEnabled() && field->isVisible() ? field : nullptr;
+}
+
+/// False when the field was refused (what is left of a mouse press is then swallowed as told), or is gone.
+bool FieldCheck::MayLeave(QLineEdit* field, Swallow whenRefused)
+{
+    const QPointer<FieldCheck> self(this);
+    const QPointer<QLineEdit> stillThere(field);
+    const bool accepted = RunCheck(field);
+    if (!self || !stillThere) return false;
+    m_Pending = nullptr;
+    if (accepted) return true;
+    m_Swallow = whenRefused;
+    field->setFocus(Qt::OtherFocusReason);
+    field->selectAll();
+    return false;
+}
+
+bool FieldCheck::RunCheck(QLineEdit* field)
+{
+    const QPointer<FieldCheck> self(this); // a check may show a message box, and while that is open everything may go
+    const Check check = m_Checks.value(field);
+    bool accepted = false;
+    m_Checking = true;
+    modMain::ReportErrors([&] { accepted = check(); });
+    if (self) m_Checking = false;
+    return accepted;
+}
+
+bool FieldCheck::eventFilter(QObject* watched, QEvent* event)
+{
+    if (m_Checking || !watched->isWidgetType()) return false;
+    const QPointer<QObject> receiver(watched);
+    return Filter(watched, event) || !receiver;
+}
+
+bool FieldCheck::Filter(QObject* watched, QEvent* event)
+{
+    auto* control = static_cast<QWidget*>(watched);
+    switch (event->type()) {
+    case QEvent::FocusOut: return FocusLeaves(control, *static_cast<QFocusEvent*>(event));
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick: return MousePressed(control, *static_cast<QMouseEvent*>(event));
+    case QEvent::MouseButtonRelease:
+    case QEvent::ContextMenu: return MouseContinues(*event);
+    case QEvent::Wheel: return WheelTurned(control, *event);
+    case QEvent::Shortcut: return ShortcutPressed(control);
+    case QEvent::KeyPress: return KeyPressed(control, *static_cast<QKeyEvent*>(event));
+    default: return false;
+    }
+}
+
+/// The focus is already on its new place when the old one learns of it.
+bool FieldCheck::FocusLeaves(QWidget* control, const QFocusEvent& event)
+{
+    QLineEdit* field = IsExempt(control) ? m_Pending.data() : qobject_cast<QLineEdit*>(control);
+    const QWidget* target = QApplication::focusWidget();
+    if (!m_Checks.contains(field) || !field->isEnabled() || !field->isVisible()) return false;
+    if (target && IsExempt(target)) m_Pending = field;
+    if (!IsOtherControl(target, field)) return false;
+    const Qt::FocusReason reason = event.reason();
+    const bool byMouse = reason == Qt::MouseFocusReason;
+    if (!byMouse && reason != Qt::TabFocusReason && reason != Qt::BacktabFocusReason) return false;
+    const bool leavesField = control == field;
+    if (MayLeave(field, byMouse ? Swallow::NextPress : Swallow::Nothing)) return false;
+    return leavesField; // it has the focus again and never lost it
+}
+
+bool FieldCheck::MousePressed(QWidget* control, QMouseEvent& event)
+{
+    event.accept(); // if it is swallowed, the control's parents are not to be asked
+    if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) {
+        m_Swallow = Swallow::RestOfPress;
+        return true;
+    }
+    QLineEdit* field = FieldAtStake();
+    return field && IsOtherControl(control, field) && ActsWithoutFocus(control, event) &&
+           !MayLeave(field, Swallow::RestOfPress);
+}
+
+bool FieldCheck::MouseContinues(QEvent& event)
+{
+    if (m_Swallow != Swallow::RestOfPress) return false;
+    if (event.type() == QEvent::MouseButtonRelease) m_Swallow = Swallow::Nothing;
+    event.accept();
+    return true;
+}
+
+/// The wheel may take the focus like a click, or turn the pages without taking it.
+bool FieldCheck::WheelTurned(QWidget* control, QEvent& event)
+{
+    event.accept();
+    if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) return true;
+    QLineEdit* field = FieldAtStake();
+    return field && IsOtherControl(control, field) && qobject_cast<QTabBar*>(control) && !MayLeave(field);
+}
+
+bool FieldCheck::ShortcutPressed(QWidget* control)
+{
+    QLineEdit* field = FieldAtStake();
+    if (const auto* label = qobject_cast<QLabel*>(control)) control = label->buddy();
+    return field && IsOtherControl(control, field) && !MayLeave(field);
+}
+
+bool FieldCheck::KeyPressed(QWidget* control, const QKeyEvent& event)
+{
+    QLineEdit* field = FieldAtStake();
+    if (!field || control != field) return false;
+    const bool enter = event.key() == Qt::Key_Enter || event.key() == Qt::Key_Return;
+    const bool leaves = enter ? IsOtherControl(DefaultButton(field), field) : TurnsPages(field, event);
+    return leaves && !MayLeave(field);
+}

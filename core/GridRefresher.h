@@ -8,7 +8,7 @@ class PropertyGrid;
 
 /// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 25 ms (or one call), going on in the
 /// next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a slow server never takes more
-/// than half of the time.
+/// than half of the time. All refreshers share the slices: however many windows are open, one slice runs in a turn.
 class GridRefresher : public QObject
 {
     Q_OBJECT
@@ -19,11 +19,13 @@ public:
 
     explicit GridRefresher(PropertyGrid* grid, QObject* parent = nullptr);
 
+    /// The first refresh comes one interval from now. Does nothing when it runs already.
     void Start();
     /// Also ends a refresh that is under way.
     void Stop();
-    bool IsRunning() const { return m_Tick.isActive(); }
-    /// Reads all rows at once, before returning.
+    bool IsRunning() const { return m_Running; }
+    /// Reads all rows at once, before returning. Row readers may stop or destroy the refresher or the grid; a call from a row
+    /// reader does nothing.
     void RefreshNow();
 
 Q_SIGNALS:
@@ -31,13 +33,20 @@ Q_SIGNALS:
     void Refreshed();
 
 private:
+    friend class RefreshTurns;
+
     void BeginRefresh();
-    void RefreshSlice();
+    bool RefreshNextRow();
     void EndRefresh();
+    void ScheduleNext();
 
     QPointer<PropertyGrid> m_Grid;
     QTimer m_Tick;
-    QTimer m_Next;
-    QElapsedTimer m_Lasted;
+    QElapsedTimer m_SinceBegin;
+    QElapsedTimer m_SinceEnd;
+    qint64 m_LastedMs = 0;
+    /// The row to be read next; -1: no refresh is under way.
     int m_Row = -1;
+    bool m_Running = false;
+    bool m_Reading = false;
 };

@@ -1,0 +1,59 @@
+#include "core/ListBox.h"
+
+#include "core/automation/Errors.h"
+
+#include <QSignalBlocker>
+#include <QWheelEvent>
+
+ListBox::ListBox(QWidget* parent)
+    : QComboBox(parent)
+{
+    setFocusPolicy(Qt::StrongFocus); // the wheel turned over a list neither focuses nor changes it
+    setMaxVisibleItems(22);          // the whole list of value types
+    connect(this, &QComboBox::activated, this, &ListBox::Click);
+}
+
+void ListBox::AddItem(const QString& text, qint32 itemData)
+{
+    const QSignalBlocker silently(this);
+    const int selected = currentIndex();
+    addItem(text, itemData);
+    setCurrentIndex(selected); // the first entry added would be selected
+}
+
+void ListBox::AddItems(const QStringList& texts)
+{
+    for (const QString& text : texts) AddItem(text);
+}
+
+void ListBox::RemoveItem(int index)
+{
+    if (index < 0 || index >= count()) throw ValueError::SubscriptOutOfRange();
+    const QSignalBlocker silently(this);
+    if (index == currentIndex()) setCurrentIndex(-1); // a neighbour would be selected
+    removeItem(index);
+}
+
+void ListBox::Clear()
+{
+    const QSignalBlocker silently(this);
+    clear();
+}
+
+qint32 ListBox::ItemData(int index) const
+{
+    return itemData(index).toInt();
+}
+
+void ListBox::SetListIndex(int index)
+{
+    if (index < -1 || index >= count()) throw ValueError::SubscriptOutOfRange();
+    setCurrentIndex(index);
+    Q_EMIT Click();
+}
+
+void ListBox::wheelEvent(QWheelEvent* event)
+{
+    if (hasFocus()) return QComboBox::wheelEvent(event);
+    event->ignore(); // whoever scrolls a pane means the pane
+}

@@ -13,18 +13,24 @@ public:
 
     void AddItem(const QString& text, qint32 itemData = 0);
     void AddItems(const QStringList& texts);
+    /// Runs no rule; without the entry selected nothing is selected. Throws ValueError outside the list.
     void RemoveItem(int index);
+    /// Runs no rule.
     void Clear();
     int ListCount() const { return count(); }
     QString List(int index) const { return itemText(index); }
+    /// 0 for an entry without one.
     qint32 ItemData(int index) const;
 
     /// -1 when nothing is selected.
     int ListIndex() const { return currentIndex(); }
-    /// Selects an entry (-1: none) and runs the rule.
+    /// Selects an entry (-1: none) and runs the rule. Throws ValueError outside the list.
     void SetListIndex(int index);
 
 Q_SIGNALS:
     /// The click rule.
     void Click();
+
+protected:
+    void wheelEvent(QWheelEvent* event) override;
 };

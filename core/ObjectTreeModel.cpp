@@ -1,0 +1,174 @@
+#include "core/ObjectTreeModel.h"
+
+#include "core/automation/Errors.h"
+#include "core/DisplayText.h"
+
+ObjectTreeModel::ObjectTreeModel(QObject* parent)
+    : QAbstractItemModel(parent)
+{
+}
+
+ObjectTreeModel::~ObjectTreeModel()
+{
+    if (m_Root) m_Root->m_IsRoot = false;
+}
+
+void ObjectTreeModel::SetImage(NodeTag tag, const QIcon& image)
+{
+    m_Images.at(static_cast<std::size_t>(tag)) = image;
+}
+
+QIcon ObjectTreeModel::Image(NodeTag tag) const
+{
+    return m_Images.at(static_cast<std::size_t>(tag));
+}
+
+void ObjectTreeModel::Clear()
+{
+    ReplaceRoot({});
+}
+
+TreeNodeRef ObjectTreeModel::SetRoot(const QString& text, NodeTag tag)
+{
+    ReplaceRoot(TreeNodeRef(new TreeNode(text, tag)));
+    return m_Root;
+}
+
+void ObjectTreeModel::ReplaceRoot(const TreeNodeRef& root)
+{
+    const TreeNodeRef before = m_Root; // the nodes go when no view knows them any more
+    beginResetModel();
+    if (before) before->m_IsRoot = false;
+    m_Root = root;
+    if (m_Root) m_Root->m_IsRoot = true;
+    endResetModel();
+}
+
+TreeNodeRef ObjectTreeModel::Insert(const TreeNodeRef& parent, int row, const QString& text, NodeTag tag)
+{
+    InsertRows(parent, row, {text}, tag);
+    return parent->Child(row);
+}
+
+TreeNodeRef ObjectTreeModel::Append(const TreeNodeRef& parent, const QString& text, NodeTag tag)
+{
+    return Insert(parent, parent ? parent->ChildCount() : 0, text, tag);
+}
+
+void ObjectTreeModel::Append(const TreeNodeRef& parent, const QStringList& texts, NodeTag tag)
+{
+    InsertRows(parent, parent ? parent->ChildCount() : 0, texts, tag);
+}
+
+void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const QStringList& texts, NodeTag tag)
+{
+    if (!Holds(parent) || row < 0 || row > parent->ChildCount()) throw ValueError::SubscriptOutOfRange();
+    if (texts.isEmpty()) return;
+    std::vector<TreeNodeRef>& children = parent->m_Children;
+    beginInsertRows(IndexOf(parent), row, row + static_cast<int>(texts.size()) - 1);
+    const auto place = children.insert(children.begin() + row, static_cast<std::size_t>(texts.size()), TreeNodeRef());
+    std::transform(texts.begin(), texts.end(), place, [&](const QString& text) {
+        auto* node = new TreeNode(text, tag);
+        node->m_Parent = parent.get();
+        return TreeNodeRef(node);
+    });
+    Renumber(*parent, row);
+    endInsertRows();
+}
+
+void ObjectTreeModel::Remove(const TreeNodeRef& node)
+{
+    if (!Holds(node)) return;
+    if (node == m_Root) return Clear();
+    const TreeNodeRef removed = node; // the caller's reference may be a child's slot in the vector itself
+    const TreeNodeRef parent = removed->Parent();
+    const int row = removed->Row();
+    beginRemoveRows(IndexOf(parent), row, row);
+    parent->m_Children.erase(parent->m_Children.begin() + row);
+    removed->m_Parent = nullptr;
+    removed->m_Row = 0;
+    Renumber(*parent, row);
+    endRemoveRows();
+}
+
+void ObjectTreeModel::Renumber(TreeNode& parent, int fromRow)
+{
+    for (int row = fromRow; row < parent.ChildCount(); ++row)
+        parent.m_Children[static_cast<std::size_t>(row)]->m_Row = row;
+}
+
+bool ObjectTreeModel::Holds(const TreeNodeRef& node) const
+{
+    const TreeNode* top = node.get();
+    while (top && top->m_Parent) top = top->m_Parent;
+    return top && top == m_Root.get();
+}
+
+TreeNodeRef ObjectTreeModel::FindByKey(QStringView key) const
+{
+    return m_Root ? FindBelow(m_Root, key) : TreeNodeRef();
+}
+
+TreeNodeRef ObjectTreeModel::FindBelow(const TreeNodeRef& node, QStringView key)
+{
+    // A name may hold the separator, so several ways down may fit; only those whose texts fit are walked.
+    if (!key.startsWith(node->m_Text)) return {};
+    const QStringView rest = key.sliced(node->m_Text.size());
+    if (rest.isEmpty()) return node;
+    if (rest.front() != TreeNode::PathSeparator) return {};
+    for (const TreeNodeRef& child : node->m_Children)
+        if (TreeNodeRef found = FindBelow(child, rest.sliced(1))) return found;
+    return {};
+}
+
+TreeNodeRef ObjectTreeModel::NodeAt(const QModelIndex& index) const
+{
+    if (!index.isValid() || index.model() != this) return {};
+    return TreeNodeRef(static_cast<TreeNode*>(index.internalPointer()));
+}
+
+QModelIndex ObjectTreeModel::IndexOf(const TreeNodeRef& node) const
+{
+    return Holds(node) ? createIndex(node->m_Row, 0, node.get()) : QModelIndex();
+}
+
+QModelIndex ObjectTreeModel::index(int row, int column, const QModelIndex& parent) const
+{
+    if (!hasIndex(row, column, parent)) return {};
+    const TreeNode* node =
+        parent.isValid() ? NodeAt(parent)->m_Children[static_cast<std::size_t>(row)].get() : m_Root.get();
+    return createIndex(row, column, node);
+}
+
+QModelIndex ObjectTreeModel::parent(const QModelIndex& child) const
+{
+    const TreeNodeRef node = NodeAt(child);
+    TreeNode* parent = node ? node->m_Parent : nullptr;
+    return parent ? createIndex(parent->m_Row, 0, parent) : QModelIndex();
+}
+
+int ObjectTreeModel::rowCount(const QModelIndex& parent) const
+{
+    if (!parent.isValid()) return m_Root ? 1 : 0;
+    const TreeNodeRef node = NodeAt(parent);
+    return node && parent.column() == 0 ? node->ChildCount() : 0;
+}
+
+int ObjectTreeModel::columnCount(const QModelIndex&) const
+{
+    return 1;
+}
+
+bool ObjectTreeModel::hasChildren(const QModelIndex& parent) const
+{
+    return rowCount(parent) > 0;
+}
+
+QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
+{
+    const TreeNodeRef node = NodeAt(index);
+    if (!node) return {};
+    if (role == Qt::DisplayRole) return OneLine(node->m_Text);
+    if (role == Qt::DecorationRole) return Image(node->m_Tag);
+    return {};
+}

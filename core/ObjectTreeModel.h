@@ -17,7 +17,7 @@ public:
     explicit ObjectTreeModel(QObject* parent = nullptr);
     ~ObjectTreeModel() override;
 
-    /// The image shown for nodes of a kind.
+    /// The image shown for nodes of a kind; to be set before the tree is filled.
     void SetImage(NodeTag tag, const QIcon& image);
     QIcon Image(NodeTag tag) const;
 
@@ -47,6 +47,12 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
 
 private:
+    void ReplaceRoot(const TreeNodeRef& root);
+    void InsertRows(const TreeNodeRef& parent, int row, const QStringList& texts, NodeTag tag);
+    static void Renumber(TreeNode& parent, int fromRow);
+    bool Holds(const TreeNodeRef& node) const;
+    static TreeNodeRef FindBelow(const TreeNodeRef& node, QStringView key);
+
     TreeNodeRef m_Root;
     std::array<QIcon, 5> m_Images;
 };

@@ -1,0 +1,184 @@
+#include "core/PropertyGrid.h"
+
+#include "core/DisplayText.h"
+#include "core/modFields.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QPointer>
+#include <QScopedValueRollback>
+#include <QStyledItemDelegate>
+#include <QToolTip>
+
+namespace {
+
+constexpr int RowTwips = 255;
+constexpr int FrameMs = 16;
+
+/// Paints captions like buttons' faces, and of a long text no more than fits.
+class CellDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QString displayText(const QVariant& value, const QLocale&) const override { return OneLine(value.toString()); }
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        if (index.column() != 0) return;
+        option->backgroundBrush = option->palette.brush(QPalette::Button);
+        option->palette.setBrush(QPalette::Text, option->palette.brush(QPalette::ButtonText));
+    }
+};
+
+/// Lets window events run, at most once a frame and never one layout inside another's.
+void RunWindowEvents()
+{
+    static QElapsedTimer sinceLast;
+    static bool running = false;
+    if (running || (sinceLast.isValid() && sinceLast.elapsed() < FrameMs)) return;
+    const QScopedValueRollback nowRunning(running, true);
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    sinceLast.start();
+}
+
+} // namespace
+
+PropertyGrid::PropertyGrid(QWidget* parent)
+    : QTableWidget(0, 2, parent)
+{
+    verticalHeader()->hide();
+    horizontalHeader()->hide();
+    horizontalHeader()->setMinimumSectionSize(1);
+    setItemDelegate(new CellDelegate(this));
+    setEditTriggers(NoEditTriggers);
+    setSelectionMode(SingleSelection);
+    setTabKeyNavigation(false);
+    setWordWrap(false);
+    connect(this, &QTableWidget::currentCellChanged, this, &PropertyGrid::ShowCurrentCellInToolTip);
+}
+
+void PropertyGrid::Lay(PropertyRows rows, Layout layout)
+{
+    const int timesLaid = ++m_TimesLaid;
+    const QPointer<PropertyGrid> self(this);
+    m_Rows = std::move(rows);
+    m_Layout = layout;
+    setRowCount(0);
+    setRowCount(static_cast<int>(m_Rows.size()));
+    PlaceRows();
+    for (int row = 0; row < rowCount(); ++row) {
+        LayRow(row);
+        RunWindowEvents();
+        if (!self || m_TimesLaid != timesLaid) return;
+    }
+    setCurrentCell(0, 1);
+}
+
+void PropertyGrid::LayRow(int row)
+{
+    setItem(row, 0, new QTableWidgetItem(m_Rows.at(row).Caption));
+    if (!item(row, 1)) setItem(row, 1, new QTableWidgetItem);
+}
+
+QString PropertyGrid::CellText(int row, int column) const
+{
+    const QTableWidgetItem* cell = item(row, column);
+    return cell ? cell->text() : QString();
+}
+
+void PropertyGrid::SetValueText(int row, const QString& text)
+{
+    if (row < 0 || row >= rowCount()) return;
+    if (!item(row, 1)) setItem(row, 1, new QTableWidgetItem);
+    if (item(row, 1)->text() == text) return;
+    item(row, 1)->setText(text);
+    if (row == currentRow()) ShowCurrentCellInToolTip();
+}
+
+void PropertyGrid::RefreshRow(int row)
+{
+    if (row < 0 || row >= m_Rows.size()) return;
+    const PropertyRows rows = m_Rows; // the reader lives on, whatever it does to the grid
+    const QPointer<PropertyGrid> self(this);
+    const int timesLaid = m_TimesLaid;
+    QString text;
+    try {
+        text = rows.at(row).Read();
+    } catch (...) {
+        text = rows.at(row).OnFailure;
+    }
+    if (self && timesLaid == m_TimesLaid) SetValueText(row, text);
+}
+
+void PropertyGrid::keyboardSearch(const QString&) {}
+
+void PropertyGrid::keyPressEvent(QKeyEvent* event)
+{
+    // It is meant: every key copies the current cell, the Ctrl key itself included, and only Ctrl+C copies nothing.
+    const Qt::KeyboardModifiers shifts =
+        event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier);
+    if (event->key() == Qt::Key_C && shifts == Qt::ControlModifier) {
+        event->ignore(); // the table would copy
+        return;
+    }
+    modMain::CopyCellToClipboard(this);
+    QTableWidget::keyPressEvent(event);
+}
+
+bool PropertyGrid::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip) return QTableWidget::event(event);
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), ToolTipHtml(toolTip()), this);
+    return true;
+}
+
+void PropertyGrid::changeEvent(QEvent* event)
+{
+    QTableWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) PlaceRows();
+}
+
+void PropertyGrid::resizeEvent(QResizeEvent* event)
+{
+    QTableWidget::resizeEvent(event);
+    PlaceColumns();
+}
+
+void PropertyGrid::ShowCurrentCellInToolTip()
+{
+    if (currentColumn() == 1) setToolTip(CellText(currentRow(), 1));
+}
+
+void PropertyGrid::PlaceRows()
+{
+    verticalHeader()->setMinimumSectionSize(1);
+    verticalHeader()->setDefaultSectionSize(RowHeight());
+    PlaceColumns();
+}
+
+void PropertyGrid::PlaceColumns()
+{
+    const int caption = std::max(m_Layout.CaptionTwips * RowHeight() / RowTwips, LongestCaption());
+    const int margin = m_Layout.MarginTwips * RowHeight() / RowTwips;
+    const int inside = std::min(viewport()->width(), width() - 2 * frameWidth() - margin);
+    setColumnWidth(0, caption);
+    setColumnWidth(1, std::max(inside - caption, RowHeight()));
+}
+
+int PropertyGrid::RowHeight() const
+{
+    return fontMetrics().height() + 4;
+}
+
+int PropertyGrid::LongestCaption() const
+{
+    int longest = 0;
+    for (const PropertyRow& row : m_Rows) longest = std::max(longest, fontMetrics().horizontalAdvance(row.Caption));
+    return longest + 3 * style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 2;
+}

@@ -32,24 +32,35 @@ public:
 
     explicit PropertyGrid(QWidget* parent = nullptr);
 
-    /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events run between rows; stops when
-    /// the grid is deleted meanwhile.
+    /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events (not the operator's input)
+    /// run between rows; stops when the grid is deleted or laid again meanwhile.
     void Lay(PropertyRows rows, Layout layout);
     const PropertyRows& Rows() const { return m_Rows; }
 
     QString CellText(int row, int column) const;
     void SetValueText(int row, const QString& text);
-    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs.
+    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading may destroy the
+    /// grid or lay it again.
     void RefreshRow(int row);
+
+    /// Does nothing: letters copy the current cell, they do not look for another one.
+    void keyboardSearch(const QString& search) override;
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
     void ShowCurrentCellInToolTip();
+    void LayRow(int row);
+    void PlaceRows();
     void PlaceColumns();
+    int RowHeight() const;
+    int LongestCaption() const;
 
     PropertyRows m_Rows;
     Layout m_Layout{1300, 0};
+    int m_TimesLaid = 0;
 };

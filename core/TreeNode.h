@@ -32,6 +32,8 @@ public:
     static constexpr QChar PathSeparator = u'\\';
 
     TreeNode(QString text, NodeTag tag);
+    ~TreeNode();
+    Q_DISABLE_COPY_MOVE(TreeNode)
 
     const QString& Text() const { return m_Text; }
     NodeTag Tag() const { return m_Tag; }

@@ -1,0 +1,58 @@
+#include "core/DisplayText.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qsizetype LineLength = 1000;
+constexpr qsizetype ToolTipLength = 2000;
+/// A run without a blank that is longer than this gets places where it may be wrapped.
+constexpr qsizetype WordLength = 60;
+constexpr QChar Ellipsis = u'\x2026';
+constexpr QChar WrapHere = u'\x200B';
+
+bool IsLineEnd(QChar character)
+{
+    return character == u'\n' || character == u'\r' || character == QChar::LineSeparator ||
+           character == QChar::ParagraphSeparator;
+}
+
+QString Shortened(const QString& text, qsizetype length)
+{
+    if (text.size() <= length) return text;
+    const bool splitsPair = text.at(length - 1).isHighSurrogate();
+    return text.left(splitsPair ? length - 1 : length) + Ellipsis;
+}
+
+QString Wrappable(const QString& text)
+{
+    QString result;
+    qsizetype run = 0;
+    for (const QChar character : text) {
+        run = character.isSpace() ? 0 : run + 1;
+        if (run > WordLength && !character.isLowSurrogate()) {
+            result += WrapHere;
+            run = 1;
+        }
+        result += character;
+    }
+    return result;
+}
+
+} // namespace
+
+QString OneLine(const QString& text)
+{
+    if (text.size() <= LineLength && std::none_of(text.begin(), text.end(), IsLineEnd)) return text;
+    QString line = Shortened(text, LineLength);
+    line.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
+    std::replace_if(line.begin(), line.end(), IsLineEnd, QChar(u' '));
+    return line;
+}
+
+QString ToolTipHtml(const QString& text)
+{
+    if (text.isEmpty()) return {};
+    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>")
+        .arg(Wrappable(Shortened(text, ToolTipLength)).toHtmlEscaped());
+}
