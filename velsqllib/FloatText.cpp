@@ -53,7 +53,7 @@ std::optional<T> ReadSpecial(QStringView text)
     text = WithoutOuterBlanks(text);
     const bool negative = text.startsWith(u'-');
     if (negative) text = text.sliced(1);
-    for (const QStringView name : {u"Infinity", u"Inf"}) {
+    for (const QStringView name : {QStringView(u"Infinity"), QStringView(u"Inf")}) {
         if (text.compare(name, Qt::CaseInsensitive) == 0)
             return negative ? -std::numeric_limits<T>::infinity() : std::numeric_limits<T>::infinity();
     }

@@ -58,13 +58,15 @@ bool TextCursor::TakeIf(QChar c)
 void TextCursor::Take(QChar c)
 {
     if (TakeIf(c)) return;
-    const QString where = m_At == m_Text.size() ? QStringLiteral(" at the end") : QStringLiteral(" before ") + Quote(Left());
+    const QString where =
+        m_At == m_Text.size() ? QStringLiteral(" at the end") : QStringLiteral(" before ") + Quote(Left());
     throw ValueError(Quote(QStringView(&c, 1)) + QStringLiteral(" is missing") + where);
 }
 
 void TextCursor::EnterBraces()
 {
-    if (!TakeIf(u'{')) throw ValueError(Quote(TakePlain()) + QStringLiteral(" is not a typed text in braces such as {3,25}"));
+    if (!TakeIf(u'{'))
+        throw ValueError(Quote(TakePlain()) + QStringLiteral(" is not a typed text in braces such as {3,25}"));
     ++m_Braces;
 }
 
@@ -101,7 +103,8 @@ QString TextCursor::TakeQuoted()
     QString text;
     do {
         const qsizetype quote = m_Text.indexOf(u'"', m_At);
-        if (quote < 0) throw ValueError(QStringLiteral("The quote before ") + Quote(quoted) + QStringLiteral(" is not closed"));
+        if (quote < 0)
+            throw ValueError(QStringLiteral("The quote before ") + Quote(quoted) + QStringLiteral(" is not closed"));
         text += m_Text.sliced(m_At, quote - m_At);
         m_At = quote + 1;
         if (m_At == m_Text.size() || m_Text[m_At] != u'"') return text;

@@ -1,5 +1,7 @@
 #include "velsqllib/TextErrors.h"
 
+#include "velsqllib/ValueText.h"
+
 namespace {
 
 constexpr qsizetype LongestQuote = 40;
@@ -28,4 +30,9 @@ ValueError Outside(QStringView text, const QString& lowest, const QString& highe
 {
     return ValueError(QStringLiteral("overflow, ") + Quote(text) + QStringLiteral(" is outside ") + lowest +
                       QStringLiteral(" to ") + highest);
+}
+
+ValueError NestedTooDeep()
+{
+    return ValueError(QStringLiteral("arrays are nested more than %1 deep").arg(MaxArrayDepth));
 }

@@ -7,3 +7,4 @@ QString Quote(QStringView text);
 
 ValueError NotANumber(QStringView text);
 ValueError Outside(QStringView text, const QString& lowest, const QString& highest);
+ValueError NestedTooDeep();

@@ -59,7 +59,7 @@ QString TypeName(VarType type)
 {
     const NamedType* named = FindType(type);
     if (!named) return QString::number(type);
-    return (IsArrayType(type) ? QStringLiteral("VT_ARRAY|") : QString()) + named->Name;
+    return (IsArrayType(type) ? QStringLiteral("VT_ARRAY|") : QString()) + named->Name.toString();
 }
 
 VarType ReadTypeCode(QStringView text)

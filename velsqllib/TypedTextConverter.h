@@ -1,0 +1,11 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+
+/// The console's converter: works in the console's own process, so that what an operator typed is checked without a server.
+class TypedTextConverter : public ValueConverter
+{
+public:
+    Variant TextToValue(const QString& typedText) override;
+    QString ValueToText(const Variant& value, qint32 flags) override;
+};
