@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidget>
+
+/// The bar between two panes; whoever places the panes follows its drag.
+class DragBar : public QWidget
+{
+    Q_OBJECT
+    Q_PROPERTY(Qt::Orientation orientation READ Orientation WRITE setOrientation)
+
+public:
+    explicit DragBar(QWidget* parent = nullptr);
+
+    /// Vertical: a bar that stands between left and right. Horizontal: one that lies between top and bottom.
+    Qt::Orientation Orientation() const { return m_Orientation; }
+    /// Spelled as the form's generated code calls it.
+    void setOrientation(Qt::Orientation orientation);
+    /// Pixels across the bar, as the style draws a splitter.
+    int Thickness() const;
+
+Q_SIGNALS:
+    /// The mouse moved while a button that was pressed on the bar is down; `position` is within the bar.
+    void MouseMove(const QPoint& position);
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    Qt::Orientation m_Orientation = Qt::Vertical;
+    bool m_Dragging = false;
+};

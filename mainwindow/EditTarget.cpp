@@ -1,0 +1,54 @@
+#include "mainwindow/EditTarget.h"
+
+#include "core/modFields.h"
+#include "core/modMain.h"
+
+#include <QApplication>
+#include <QFocusEvent>
+#include <QLineEdit>
+
+EditTarget::EditTarget(QObject* parent)
+    : QObject(parent)
+{
+    qApp->installEventFilter(this);
+    connect(qApp, &QApplication::focusChanged, this, &EditTarget::FocusChanged);
+}
+
+void EditTarget::FollowFocus()
+{
+    if (QWidget* box = EditBoxOf(QApplication::focusWidget())) modMain::ActiveEditBox = box;
+}
+
+QWidget* EditTarget::EditBoxOf(QWidget* widget)
+{
+    if (!widget || modMain::IsEditBox(widget)) return widget;
+    for (QLineEdit* editor : widget->findChildren<QLineEdit*>(Qt::FindDirectChildrenOnly)) {
+        if (editor->focusProxy() == widget) return editor;
+    }
+    return nullptr;
+}
+
+bool EditTarget::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::FocusOut || !watched->isWidgetType()) return false;
+    const auto* box = qobject_cast<QLineEdit*>(EditBoxOf(static_cast<QWidget*>(watched)));
+    if (!box) return false;
+    m_Left = static_cast<QWidget*>(watched);
+    m_Selection = {box->selectionStart(), box->selectionLength(), box->cursorPosition() == box->selectionStart()};
+    return false;
+}
+
+void EditTarget::FocusChanged(QWidget* before, QWidget* now)
+{
+    auto* box = before && before == m_Left ? qobject_cast<QLineEdit*>(EditBoxOf(before)) : nullptr;
+    if (now && EditBoxOf(now)) {
+        // Only one text box shows a selection that commands would use.
+        auto* kept = qobject_cast<QLineEdit*>(modMain::ActiveEditBox.data());
+        if (kept && kept != EditBoxOf(now) && !kept->hasFocus()) kept->deselect();
+        return;
+    }
+    if (!box || before->hasFocus() || box->hasSelectedText() || m_Selection.Length == 0) return;
+    modMain::ActiveEditBox = box;
+    const auto [start, length, caretAtStart] = m_Selection;
+    box->setSelection(caretAtStart ? start + length : start, caretAtStart ? -length : length);
+}

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+
+/// Keeps ActiveEditBox at the text box used last, and its selection with it: a menu opened by key, or a button or grid that takes the
+/// focus, would drop the selection that Cut and Copy are meant for.
+class EditTarget : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit EditTarget(QObject* parent);
+
+    /// ActiveEditBox becomes the text box that has the focus; anything else that has it changes nothing.
+    void FollowFocus();
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    /// The text box that `widget` is or types into (combo and spin boxes lend their focus to one); or none.
+    static QWidget* EditBoxOf(QWidget* widget);
+    void FocusChanged(QWidget* before, QWidget* now);
+
+    struct Selection
+    {
+        int Start = 0;
+        int Length = 0;
+        bool CaretAtStart = false;
+    };
+    QPointer<QWidget> m_Left;
+    Selection m_Selection;
+};

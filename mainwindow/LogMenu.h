@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QObject>
+
+class LogPane;
+class QAction;
+class QMenu;
+
+/// The log pane's own pop-up in place of the text box's: any press on the pane makes it the target of the edit commands.
+class LogMenu : public QObject
+{
+    Q_OBJECT
+
+public:
+    LogMenu(LogPane* txtLog, QMenu* mnuPopupLog);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void txtLog_MouseDown(Qt::MouseButton button, const QPoint& position);
+    void ShowMenu(const QPoint& position);
+
+    LogPane* m_Log;
+    QMenu* m_Menu;
+};

@@ -1,0 +1,88 @@
+#include "mainwindow/ObjectTreeView.h"
+
+#include "core/ObjectTreeModel.h"
+
+#include <QContextMenuEvent>
+#include <QKeyEvent>
+
+ObjectTreeView::ObjectTreeView(QWidget* parent)
+    : QTreeView(parent)
+{
+    setHeaderHidden(true);
+    setUniformRowHeights(true);
+    setEditTriggers(NoEditTriggers);
+    setExpandsOnDoubleClick(false); // A double-click opens the node's window.
+}
+
+TreeNodeRef ObjectTreeView::SelectedNode() const
+{
+    return NodeOf(currentIndex());
+}
+
+void ObjectTreeView::SelectNode(const TreeNodeRef& node)
+{
+    const QModelIndex index = static_cast<ObjectTreeModel*>(model())->IndexOf(node);
+    if (!index.isValid()) return;
+    setCurrentIndex(index);
+    scrollTo(index);
+}
+
+void ObjectTreeView::mousePressEvent(QMouseEvent* event)
+{
+    Q_EMIT MouseDown(event->button());
+    QTreeView::mousePressEvent(event);
+    if (const TreeNodeRef node = NodeUnder(event->position().toPoint())) {
+        Q_EMIT NodeClick(node, event->globalPosition().toPoint());
+    }
+}
+
+void ObjectTreeView::mouseDoubleClickEvent(QMouseEvent* event)
+{
+    // The second press of a double-click is a press like the first: it may be on another node.
+    mousePressEvent(event);
+    if (event->button() == Qt::LeftButton) Q_EMIT DblClick();
+}
+
+void ObjectTreeView::mouseMoveEvent(QMouseEvent* event)
+{
+    // Dragging would move the selection away from the node that was clicked.
+    if (event->buttons() == Qt::NoButton) QTreeView::mouseMoveEvent(event);
+}
+
+void ObjectTreeView::keyPressEvent(QKeyEvent* event)
+{
+    const QPersistentModelIndex before = currentIndex();
+    const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (!isEnter) QTreeView::keyPressEvent(event);
+    const TreeNodeRef node = SelectedNode();
+    if (!node || (!isEnter && before == currentIndex())) return;
+    Q_EMIT NodeKey(node);
+    if (isEnter) Q_EMIT DblClick();
+}
+
+void ObjectTreeView::contextMenuEvent(QContextMenuEvent* event)
+{
+    event->accept();
+    const TreeNodeRef node = SelectedNode();
+    if (event->reason() == QContextMenuEvent::Mouse || !node) return; // The mouse press has shown it.
+    scrollTo(currentIndex());
+    Q_EMIT NodeMenuKey(node, viewport()->mapToGlobal(visualRect(currentIndex()).center()));
+}
+
+QItemSelectionModel::SelectionFlags ObjectTreeView::selectionCommand(const QModelIndex& index, const QEvent*) const
+{
+    // What is current is selected; Ctrl+click does not take it back.
+    return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
+}
+
+TreeNodeRef ObjectTreeView::NodeOf(const QModelIndex& index) const
+{
+    return index.isValid() ? static_cast<ObjectTreeModel*>(model())->NodeAt(index) : TreeNodeRef();
+}
+
+TreeNodeRef ObjectTreeView::NodeUnder(const QPoint& position) const
+{
+    const QModelIndex index = indexAt(position);
+    const bool isOnExpander = model()->hasChildren(index) && position.x() < visualRect(index).left();
+    return isOnExpander ? TreeNodeRef() : NodeOf(index);
+}

@@ -1,0 +1,50 @@
+#include "mainwindow/ObjectWindows.h"
+
+#include "core/ChildWindow.h"
+#include "core/modMain.h"
+#include "item/frmItem.h"
+
+namespace {
+
+QString ControllerCaption(const TreeNodeRef& node)
+{
+    return QStringLiteral("Controller(%1)").arg(node->Text());
+}
+
+QString ItemCaption(const TreeNodeRef& node)
+{
+    return ControllerCaption(node->Parent()) + QStringLiteral(".Item(%1)").arg(node->Text());
+}
+
+/// A window title in which Qt reads no mark for unsaved changes.
+QString LiteralTitle(QString text)
+{
+    return text.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
+}
+
+/// One window per node: the one that is open comes to the front, else a new one opens; one that does not want to be loaded goes.
+template <typename Form>
+void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRef&))
+{
+    ChildWindow* form = modMain::FindFormByNode(node->Key());
+    if (!form) {
+        form = ChildWindow::Open<Form>(node);
+        if (!form) return;
+        form->setWindowTitle(LiteralTitle(caption(node)));
+    }
+    form->ShowForm();
+}
+
+void ShowItem(const TreeNodeRef& node)
+{
+    ShowNodeWindow<frmItem>(node, ItemCaption);
+}
+
+} // namespace
+
+ObjectWindows ConsoleWindows()
+{
+    ObjectWindows windows;
+    windows.Show = {{NodeTag::Item, ShowItem}, {NodeTag::AddItem, ShowItem}};
+    return windows;
+}

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "core/MainWindow.h"
+#include "core/ObjectTreeModel.h"
+#include "mainwindow/ObjectCommands.h"
+#include "mainwindow/StatusPanels.h"
+#include "ui_frmMDI.h"
+
+#include <QMainWindow>
+#include <QTimer>
+
+#include <optional>
+
+class EditTarget;
+class PanesLayout;
+
+/// The main window: start-up and shut-down, the object tree, and every command of menus, pop-ups and toolbar.
+class frmMDI : public QMainWindow, public MainWindow, private Ui::frmMDI
+{
+    Q_OBJECT
+
+public:
+    explicit frmMDI(ObjectWindows windows = ConsoleWindows());
+    ~frmMDI() override;
+
+    /// Creates the engine and builds the tree. A failure is shown in one message box; the rest of the load is then skipped.
+    void Form_Load();
+    /// Closes all child windows and releases the server's objects, whatever fails on the way. Only the first call does anything.
+    void Form_Unload();
+
+    QWidget* Widget() override { return this; }
+    QMdiArea& ChildArea() override { return *mdiChildren; }
+    LogPane& Log() override { return *txtLog; }
+    ObjectTreeModel& Tree() override { return m_Tree; }
+    TreeNodeRef SelectedNode() const override { return treeObject->SelectedNode(); }
+    void SelectNode(const TreeNodeRef& node) override { treeObject->SelectNode(node); }
+    void SetStatusText(const QString& text) override;
+    void PaintProgress() override;
+    void RefreshStatusBar() override;
+    void RefreshTlbar() override;
+    void RefreshMenuBar() override;
+
+protected:
+    bool event(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void SetFirstSize();
+    void LoadImages();
+    void ConnectTree();
+    void ConnectMenus();
+    void ConnectPopups();
+    void ConnectToolbar();
+    void DisableMissingWindows();
+
+    void treeObject_MouseDown(Qt::MouseButton button);
+    void treeObject_NodeClick(const TreeNodeRef& node, const QPoint& position);
+    void treeObject_NodeKey(const TreeNodeRef& node);
+    void treeObject_DblClick();
+    void tmrObjChk_Timer();
+    void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);
+    void CascadeWindows();
+    void CloseWindows();
+    void ShowVersion();
+
+    ObjectTreeModel m_Tree;
+    ObjectCommands m_Commands;
+    std::optional<StatusPanels> m_Panels;
+    PanesLayout* m_Panes;
+    EditTarget* m_EditTarget;
+    QTimer tmrObjChk;
+    Qt::MouseButton m_MouseButton = Qt::NoButton;
+    bool m_NodeHit = false;
+    bool m_Unloaded = false;
+};
