@@ -1,0 +1,152 @@
+#include "core/ListBox.h"
+#include "core/modValues.h"
+#include "tests/item/ItemWindow.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class ItemRules : public ItemWindow
+{
+protected:
+    /// Leaves a field as the Tab key does.
+    void Leave(const char* name)
+    {
+        auto& field = Control<QLineEdit>(name);
+        field.setFocus();
+        QTest::keyClick(&field, Qt::Key_Tab);
+    }
+    void ShowForm()
+    {
+        m_Main.Widget()->show();
+        Open().ShowForm();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.Widget()));
+    }
+};
+
+} // namespace
+
+TEST_F(ItemRules, KeepsTheDelayBoxOverChangesOfTheProperty)
+{
+    const struct
+    {
+        const char* Title;
+        bool TickedFirst;
+        QStringList Chosen;
+        bool TickedThen;
+    } rows[] = {
+        {"comes back as it was before Elements", true, {u"Elements"_s, u"Value"_s}, true},
+        {"was clear before Tag", false, {u"Tag"_s, u"Value"_s}, false},
+        // Each choice of another property remembers anew: meant.
+        {"Tag, then ID, then Value gives the cleared state", true, {u"Tag"_s, u"ID"_s, u"Value"_s}, false},
+        {"the same property twice counts as two", true, {u"ID"_s, u"ID"_s, u"Value"_s}, false},
+        {"Value twice restores what was remembered at load", true, {u"Value"_s}, false},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Title);
+        Open();
+        Tick("chkDelay", row.TickedFirst);
+        for (const QString& property : row.Chosen) Choose("cmbProperty", property);
+        EXPECT_EQ(Control<QCheckBox>("chkDelay").isChecked(), row.TickedThen);
+        EXPECT_EQ(Control<QLineEdit>("txtDelay").isEnabled(), row.TickedThen);
+        EXPECT_EQ(Control<QPushButton>("cmdGet").isEnabled(), !row.TickedThen);
+    }
+}
+
+TEST_F(ItemRules, EnablesWhatAPropertyNeeds)
+{
+    const QString always = u"cmbProperty cmbType %1cmdPut chkActv cmdSnapshot cmdHide fgItem"_s;
+    const struct
+    {
+        QString Property;
+        bool Delay;
+        QString Fields;
+    } rows[] = {{u"Value"_s, false, u"chkDelay cmdGet "_s},
+                {u"Value"_s, true, u"chkDelay txtDelay "_s},
+                {u"Tag"_s, true, u"cmdGet "_s},
+                {u"ID"_s, true, u"cmdGet "_s},
+                {u"Elements"_s, true, u"txtElements cmdGet "_s}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Property.toStdString());
+        Open();
+        if (row.Property != u"Value") Tick("chkDelay", row.Delay);
+        Choose("cmbProperty", row.Property);
+        if (row.Property == u"Value") Tick("chkDelay", row.Delay);
+        EXPECT_EQ(Enabled(), always.arg(row.Fields).split(u' '));
+    }
+}
+
+TEST_F(ItemRules, EnablesWhatATypeNeeds)
+{
+    Open();
+    for (int index = 0; index < modMain::TypeList().size(); ++index) {
+        SCOPED_TRACE(index);
+        Control<ListBox>("cmbType").SetListIndex(index);
+        EXPECT_EQ(Control<QLineEdit>("txtValue").isEnabled(), index > 1);  // neither EMPTY nor NULL
+        EXPECT_EQ(Control<QPushButton>("cmdPut").isEnabled(), index < 21); // not (Unknown)
+    }
+}
+
+TEST_F(ItemRules, ChecksTheDelayWhenItIsLeft)
+{
+    const struct
+    {
+        QString Typed, Left;
+        bool Refused;
+        QStringList Boxes;
+    } rows[] = {{u""_s, u"0"_s, false, {}},
+                {u"-5"_s, u"5"_s, false, {}},
+                {u" 12 "_s, u"12"_s, false, {}},
+                {u"2.5"_s, u"2"_s, false, {}},
+                {u"3.5"_s, u"4"_s, false, {}},
+                {u"1e3"_s, u"1000"_s, false, {}},
+                {u"2147483647"_s, u"2147483647"_s, false, {}},
+                {u"12abc"_s, u"12abc"_s, true, {}},
+                {u" "_s, u" "_s, true, {}},
+                {u"2147483648"_s, u"2147483648"_s, true, {u"Overflow"_s}},
+                {u"-2147483648"_s, u"-2147483648"_s, true, {u"Overflow"_s}}};
+    ShowForm();
+    Tick("chkDelay");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.Typed.toStdString());
+        Type("txtDelay", row.Typed);
+        Leave("txtDelay");
+        EXPECT_EQ(Text("txtDelay"), row.Left);
+        EXPECT_EQ(Control<QLineEdit>("txtDelay").hasFocus(), row.Refused);
+        EXPECT_EQ(Control<QLineEdit>("txtDelay").selectedText(), row.Refused ? row.Left : QString());
+        EXPECT_EQ(std::exchange(m_Boxes, {}), row.Boxes);
+        Type("txtDelay", u"0"_s);
+    }
+}
+
+TEST_F(ItemRules, ARefusedDelayKeepsPutFromBeingPressed)
+{
+    ShowForm();
+    Tick("chkDelay");
+    Type("txtDelay", u"soon"_s);
+    Control<QLineEdit>("txtDelay").setFocus();
+    QTest::mouseClick(&Control<QPushButton>("cmdPut"), Qt::LeftButton);
+    QTest::keyClick(&Control<QLineEdit>("txtDelay"), Qt::Key_P, Qt::AltModifier);
+    EXPECT_TRUE(Control<QLineEdit>("txtDelay").hasFocus());
+    EXPECT_EQ(TakeLog(), QStringList());
+    EXPECT_FALSE(TakeCalls().join(u' ').contains(u"put_"));
+}
+
+TEST_F(ItemRules, TabReachesEveryControl)
+{
+    ShowForm();
+    Control<QPushButton>("cmdRemove").setEnabled(true);
+    Choose("cmbType", u"I4"_s);
+    QStringList reached;
+    Control<QWidget>("fgItem").setFocus();
+    for (int i = 0; i < 12; ++i) {
+        QWidget* focus = QApplication::focusWidget();
+        reached << focus->objectName();
+        QTest::keyClick(focus, Qt::Key_Tab);
+    }
+    EXPECT_EQ(reached.join(u' '),
+              u"fgItem cmbProperty cmbType txtValue chkDelay cmdGet cmdPut chkActv cmdSnapshot cmdRemove cmdHide "
+              u"fgItem"_s);
+}
