@@ -4,13 +4,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
-
-// Together they end a call on a server that hangs within 6 seconds.
-constexpr auto WatchInterval = 500 * kj::MILLISECONDS;
-constexpr auto SilenceBeforePing = 1500ms;
-constexpr auto PingPatience = 3500ms;
-
 wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& rpc)
 {
     capnp::MallocMessageBuilder message(8);
@@ -21,8 +14,9 @@ wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& r
 
 } // namespace
 
-Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket)
+Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience)
     : m_Loop(std::move(loop))
+    , m_Patience(patience)
     , m_Notifier(socket, QSocketNotifier::Read)
     , m_Stream(m_Loop->LowLevel().wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
@@ -31,12 +25,7 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket)
     , m_Rpc(capnp::makeRpcClient(m_Network))
     , m_Library(Bootstrap(m_Rpc))
     , m_Engine(m_Library.createEngineRequest().send().getResult())
-    , m_Disconnect(m_Network.onDisconnect()
-                       .then([this] {
-                           m_Lost = true;
-                           m_Notifier.setEnabled(false); // a closed socket stays readable for ever
-                       })
-                       .eagerlyEvaluate(nullptr))
+    , m_Disconnect(m_Network.onDisconnect().then([this] { SetLost(); }).eagerlyEvaluate(nullptr))
     , m_Watch(Watch().eagerlyEvaluate(nullptr))
     , m_Ping(nullptr)
 {
@@ -45,9 +34,15 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket)
 
 Attachment::~Attachment() = default;
 
+void Attachment::SetLost()
+{
+    m_Lost = true;
+    m_Notifier.setEnabled(false); // a closed socket stays readable for ever
+}
+
 kj::Promise<void> Attachment::Watch()
 {
-    return m_Loop->Timer().afterDelay(WatchInterval).then([this] {
+    return m_Loop->Timer().afterDelay(m_Patience.Interval.count() * kj::MILLISECONDS).then([this] {
         CheckAlive();
         return Watch();
     });
@@ -59,10 +54,11 @@ void Attachment::CheckAlive()
     const auto now = Clock::now();
     if (!m_Waiting || m_Hanging) return;
     if (!m_PingSent) {
-        if (now - m_WaitingSince >= SilenceBeforePing) Ping();
-    } else if (now - std::max(m_PingSince, m_WaitingSince) >= PingPatience) {
+        if (now - m_WaitingSince >= m_Patience.BeforePing) Ping();
+    } else if (now - std::max(m_PingSince, m_WaitingSince) >= m_Patience.ForPingAnswer) {
         m_Hanging = true;
-        m_Calls.cancel("The server does not answer; the call was given up and may still take effect.");
+        m_Calls.cancel(
+            KJ_EXCEPTION(FAILED, "The server does not answer; the call was given up and may still take effect."));
     }
 }
 

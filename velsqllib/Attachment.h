@@ -19,14 +19,23 @@ class Attachment
 public:
     using Clock = std::chrono::steady_clock;
 
+    /// When a waiting call is doubted. The sum stays below ten seconds, the operator's patience with a server that hangs.
+    struct Patience
+    {
+        std::chrono::milliseconds Interval{500};    ///< between two looks
+        std::chrono::milliseconds BeforePing{1500}; ///< a call may take so long unasked
+        std::chrono::milliseconds ForPingAnswer{3500};
+    };
+
     /// Takes over a connected socket.
-    Attachment(std::shared_ptr<KjLoop> loop, int socket);
+    Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience);
     ~Attachment();
 
     wire::Library::Client& Library() { return m_Library; }
     wire::Engine::Client& Engine() { return m_Engine; }
     /// The other end closed the connection or died.
     bool IsLost() const { return m_Lost; }
+    void SetLost();
     /// A ping has gone unanswered for too long; becomes false again when the answer arrives.
     bool IsHanging() const { return m_Hanging; }
 
@@ -46,6 +55,7 @@ private:
     void Ping();
 
     std::shared_ptr<KjLoop> m_Loop;
+    Patience m_Patience;
     QSocketNotifier m_Notifier;
     kj::Own<kj::AsyncIoStream> m_Stream;
     capnp::TwoPartyVatNetwork m_Network;

@@ -10,11 +10,25 @@
 namespace {
 
 constexpr qint64 AttemptIntervalMs = 1000;
+/// What the RPC system puts in front of a failure's text that the other side sent; exactly once.
+constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
+
+/// The failure arose on this side, in the connection, and not in the server's operation.
+bool IsLocal(const kj::Exception& failure)
+{
+    return !failure.getDescription().startsWith(RemotePrefix);
+}
+
+QString ToText(kj::StringPtr text)
+{
+    return QString::fromUtf8(text.begin(), static_cast<qsizetype>(text.size()));
+}
 
 } // namespace
 
-Connection::Connection(const QString& socketPath)
+Connection::Connection(const QString& socketPath, const Attachment::Patience& patience)
     : m_SocketPath(socketPath)
+    , m_Patience(patience)
     , m_Loop(KjLoop::OfThisThread())
     , m_Objects(std::make_unique<ClientObjects>(*this))
 {
@@ -36,7 +50,7 @@ bool Connection::Attach()
     }
     if (socket < 0) return false;
     m_Attachment.reset();
-    m_Attachment = std::make_unique<Attachment>(m_Loop, socket);
+    m_Attachment = std::make_unique<Attachment>(m_Loop, socket, m_Patience);
     ++m_Generation;
     for (ControllerSubscription* subscription : m_Subscriptions) subscription->Renew();
     return true;
@@ -53,18 +67,20 @@ void Connection::EnsureUsable()
     if (tooSoon || !Attach()) throw ServerError(QStringLiteral("The server is not running."));
 }
 
-ServerError Connection::ToServerError(const kj::Exception& failure) const
+void Connection::NoteFailure(const kj::Exception& failure)
 {
-    static constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
+    // KJ reports the end of the connection to the call first: the next call must not try the dead one again.
+    if (IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED) m_Attachment->SetLost();
+}
+
+ServerError Connection::ToServerError(const kj::Exception& failure)
+{
     const kj::StringPtr description = failure.getDescription();
-    if (description.startsWith(RemotePrefix)) {
-        const kj::StringPtr text = description.slice(RemotePrefix.size());
-        return ServerError(QString::fromUtf8(text.begin(), static_cast<qsizetype>(text.size())));
-    }
+    if (!IsLocal(failure)) return ServerError(ToText(description.slice(RemotePrefix.size())));
     if (failure.getType() == kj::Exception::Type::DISCONNECTED)
         return ServerError(
             QStringLiteral("The connection to the server was lost; the call may still have taken effect."));
-    return ServerError(QString::fromUtf8(description.begin(), static_cast<qsizetype>(description.size())));
+    return ServerError(ToText(description));
 }
 
 void Connection::PollLater()

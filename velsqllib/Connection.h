@@ -18,7 +18,7 @@ class Connection : public QObject, public std::enable_shared_from_this<Connectio
     Q_OBJECT
 
 public:
-    explicit Connection(const QString& socketPath);
+    explicit Connection(const QString& socketPath, const Attachment::Patience& patience = {});
     ~Connection() override;
 
     /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not be used.
@@ -38,6 +38,7 @@ public:
         try {
             return read(m_Attachment->Await(send()));
         } catch (const kj::Exception& failure) {
+            NoteFailure(failure);
             throw ToServerError(failure);
         }
     }
@@ -53,9 +54,11 @@ public:
 
 private:
     void EnsureUsable();
-    [[nodiscard]] ServerError ToServerError(const kj::Exception& failure) const;
+    void NoteFailure(const kj::Exception& failure);
+    [[nodiscard]] static ServerError ToServerError(const kj::Exception& failure);
 
     QString m_SocketPath;
+    Attachment::Patience m_Patience;
     std::shared_ptr<KjLoop> m_Loop;
     std::unique_ptr<WireObjects> m_Objects;
     std::unique_ptr<Attachment> m_Attachment;

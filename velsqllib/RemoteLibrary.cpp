@@ -11,10 +11,11 @@ RemoteLibrary::RemoteLibrary()
 {
 }
 
-RemoteLibrary::RemoteLibrary(const QString& socketPath, const QString& serverProgram)
+RemoteLibrary::RemoteLibrary(const QString& socketPath, const QString& serverProgram,
+                             const Attachment::Patience& patience)
     : m_SocketPath(socketPath)
     , m_ServerProgram(serverProgram)
-    , m_Connection(std::make_shared<Connection>(socketPath))
+    , m_Connection(std::make_shared<Connection>(socketPath, patience))
 {
 }
 

@@ -10,7 +10,7 @@ public:
     /// Looks at the user's own socket and starts `velsqlserver` from beside the program, else from the path.
     RemoteLibrary();
     /// For tests and tools: another socket, another server program (none: nothing is started).
-    RemoteLibrary(const QString& socketPath, const QString& serverProgram);
+    RemoteLibrary(const QString& socketPath, const QString& serverProgram, const Attachment::Patience& patience = {});
     ~RemoteLibrary() override;
 
     EngineRef CreateEngine() override;

@@ -55,12 +55,13 @@ ServerStarter::ServerStarter(const QString& program, const QString& socketPath)
 void ServerStarter::WaitAWhile()
 {
     const bool ended = HasEnded(m_ProcessId); // asked before reading, so that its last words are complete
-    if (ended) throw ServerError(QStringLiteral("The VelSQL server %1 could not start: %2").arg(m_Program, Said()));
+    if (ended) throw ServerError(QStringLiteral("The VelSQL server %1 could not start. %2").arg(m_Program, Said()).trimmed());
     if (m_Started.elapsed() > PatienceMs)
         throw ServerError(QStringLiteral("The VelSQL server %1 did not get ready within %2 seconds. %3")
                               .arg(m_Program)
                               .arg(PatienceMs / 1000)
-                              .arg(Said()));
+                              .arg(Said())
+                              .trimmed());
     QThread::msleep(PauseMs);
 }
 

@@ -201,6 +201,6 @@ capnp::ReaderOptions WireReaderOptions()
 {
     capnp::ReaderOptions options;
     options.traversalLimitInWords = 64 * 1024 * 1024;
-    options.nestingLimit = 2 * MaxValueDepth + 16;
+    options.nestingLimit = 3 * MaxValueDepth + 16; // a variant inside an array is three pointers deep
     return options;
 }

@@ -15,7 +15,7 @@ public:
 };
 
 /// Arrays inside arrays deeper than this are refused on both sides.
-inline constexpr int MaxValueDepth = 24;
+inline constexpr int MaxValueDepth = 16;
 
 /// Throws ValueError when arrays are nested too deeply.
 void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects& objects);
