@@ -104,7 +104,7 @@ QString TextCursor::TakeQuoted()
     do {
         const qsizetype quote = m_Text.indexOf(u'"', m_At);
         if (quote < 0)
-            throw ValueError(QStringLiteral("The quote before ") + Quote(quoted) + QStringLiteral(" is not closed"));
+            throw ValueError(QStringLiteral("the quote before ") + Quote(quoted) + QStringLiteral(" is not closed"));
         text += m_Text.sliced(m_At, quote - m_At);
         m_At = quote + 1;
         if (m_At == m_Text.size() || m_Text[m_At] != u'"') return text;

@@ -26,7 +26,11 @@ public:
     void Append(const Variant& value)
     {
         RequireText(value.Type());
-        std::visit([this](const auto& payload) { AppendPayload(payload); }, value.Data());
+        try {
+            std::visit([this](const auto& payload) { AppendPayload(payload); }, value.Data());
+        } catch (const ValueError& error) {
+            throw ValueError(TypeName(value.Type()) + QStringLiteral(": ") + error.Description());
+        }
     }
 
 private:
