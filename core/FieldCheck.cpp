@@ -12,6 +12,7 @@
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
+#include <QTimer>
 
 namespace {
 
@@ -44,6 +45,13 @@ bool TurnsPages(const QWidget* field, const QKeyEvent& event)
     return false;
 }
 
+/// Nobody else gets the event: neither the control nor, as with an ignored one, its parents.
+bool Consumed(QEvent& event)
+{
+    event.accept();
+    return true;
+}
+
 } // namespace
 
 FieldCheck::FieldCheck(QWidget* window)
@@ -67,11 +75,11 @@ void FieldCheck::Exempt(QWidget* control)
     m_Exempt.append(control);
 }
 
-/// All events are only watched while there is a field to be checked.
+/// All events are only watched while there is a field to be checked, or a click to be swallowed.
 void FieldCheck::FollowFocus()
 {
     qApp->removeEventFilter(this);
-    if (FieldAtStake()) qApp->installEventFilter(this);
+    if (FieldAtStake() || m_Swallow != Swallow::Nothing) qApp->installEventFilter(this);
 }
 
 bool FieldCheck::IsExempt(const QWidget* control) const
@@ -105,10 +113,21 @@ bool FieldCheck::MayLeave(QLineEdit* field, Swallow whenRefused)
     if (!self || !stillThere) return false;
     m_Pending = nullptr;
     if (accepted) return true;
-    m_Swallow = whenRefused;
     field->setFocus(Qt::OtherFocusReason);
     field->selectAll();
+    SwallowPress(whenRefused);
     return false;
+}
+
+/// The press that moved the focus is delivered before control is back in the event loop, or not at all.
+void FieldCheck::SwallowPress(Swallow swallow)
+{
+    m_Swallow = swallow;
+    FollowFocus(); // after a message box the window may not be active again yet
+    if (swallow == Swallow::NextPress)
+        QTimer::singleShot(0, this, [this] {
+            if (m_Swallow == Swallow::NextPress) m_Swallow = Swallow::Nothing;
+        });
 }
 
 bool FieldCheck::RunCheck(QLineEdit* field)
@@ -163,31 +182,30 @@ bool FieldCheck::FocusLeaves(QWidget* control, const QFocusEvent& event)
 
 bool FieldCheck::MousePressed(QWidget* control, QMouseEvent& event)
 {
-    event.accept(); // if it is swallowed, the control's parents are not to be asked
-    if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) {
+    const Swallow swallow = std::exchange(m_Swallow, Swallow::Nothing);
+    if (swallow == Swallow::NextPress) {
         m_Swallow = Swallow::RestOfPress;
-        return true;
+        return Consumed(event);
     }
     QLineEdit* field = FieldAtStake();
-    return field && IsOtherControl(control, field) && ActsWithoutFocus(control, event) &&
-           !MayLeave(field, Swallow::RestOfPress);
+    const bool asks = field && IsOtherControl(control, field) && ActsWithoutFocus(control, event);
+    return asks && !MayLeave(field, Swallow::RestOfPress) && Consumed(event);
 }
 
 bool FieldCheck::MouseContinues(QEvent& event)
 {
     if (m_Swallow != Swallow::RestOfPress) return false;
     if (event.type() == QEvent::MouseButtonRelease) m_Swallow = Swallow::Nothing;
-    event.accept();
-    return true;
+    return Consumed(event);
 }
 
 /// The wheel may take the focus like a click, or turn the pages without taking it.
 bool FieldCheck::WheelTurned(QWidget* control, QEvent& event)
 {
-    event.accept();
-    if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) return true;
+    if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) return Consumed(event);
     QLineEdit* field = FieldAtStake();
-    return field && IsOtherControl(control, field) && qobject_cast<QTabBar*>(control) && !MayLeave(field);
+    const bool asks = field && IsOtherControl(control, field) && qobject_cast<QTabBar*>(control);
+    return asks && !MayLeave(field) && Consumed(event);
 }
 
 bool FieldCheck::ShortcutPressed(QWidget* control)

@@ -19,7 +19,8 @@ class FieldCheck : public QObject
     Q_OBJECT
 
 public:
-    /// True: accepted (it may have rewritten the text). May show a message box. What it throws is logged, and the field refused.
+    /// True: accepted (it may have rewritten the text). May show a message box, must not destroy the window. What it throws is
+    /// logged, and the field refused.
     using Check = std::function<bool()>;
 
     explicit FieldCheck(QWidget* window);
@@ -45,6 +46,7 @@ private:
     QLineEdit* FieldAtStake() const;
     bool MayLeave(QLineEdit* field, Swallow whenRefused = Swallow::Nothing);
     bool RunCheck(QLineEdit* field);
+    void SwallowPress(Swallow swallow);
 
     bool Filter(QObject* watched, QEvent* event);
     bool FocusLeaves(QWidget* control, const QFocusEvent& event);
