@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QPointer>
 #include <QScopedValueRollback>
+#include <QScrollBar>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 
@@ -160,15 +161,38 @@ void PropertyGrid::PlaceRows()
     verticalHeader()->setMinimumSectionSize(1);
     verticalHeader()->setDefaultSectionSize(RowHeight());
     PlaceColumns();
+    updateGeometry();
 }
 
 void PropertyGrid::PlaceColumns()
 {
-    const int caption = std::max(m_Layout.CaptionTwips * RowHeight() / RowTwips, LongestCaption());
+    const int caption = CaptionWidth();
     const int margin = m_Layout.MarginTwips * RowHeight() / RowTwips;
     const int inside = std::min(viewport()->width(), width() - 2 * frameWidth() - margin);
     setColumnWidth(0, caption);
     setColumnWidth(1, std::max(inside - caption, RowHeight()));
+}
+
+QSize PropertyGrid::sizeHint() const
+{
+    return SizeFor(16, 30);
+}
+
+QSize PropertyGrid::minimumSizeHint() const
+{
+    return SizeFor(4, 8);
+}
+
+QSize PropertyGrid::SizeFor(int rows, int valueCharacters) const
+{
+    const int value = valueCharacters * fontMetrics().averageCharWidth();
+    const int scrollBar = verticalScrollBar()->sizeHint().width();
+    return QSize(CaptionWidth() + value + scrollBar, rows * RowHeight()).grownBy(QMargins() + frameWidth());
+}
+
+int PropertyGrid::CaptionWidth() const
+{
+    return std::max(m_Layout.CaptionTwips * RowHeight() / RowTwips, LongestCaption());
 }
 
 int PropertyGrid::RowHeight() const
@@ -180,5 +204,6 @@ int PropertyGrid::LongestCaption() const
 {
     int longest = 0;
     for (const PropertyRow& row : m_Rows) longest = std::max(longest, fontMetrics().horizontalAdvance(row.Caption));
-    return longest + 3 * style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 2;
+    const int besideText = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
+    return longest + 2 * besideText + 1; // the last one is the grid line
 }

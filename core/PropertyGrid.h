@@ -46,6 +46,10 @@ public:
     /// Does nothing: letters copy the current cell, they do not look for another one.
     void keyboardSearch(const QString& search) override;
 
+    /// Room for captions and values at whatever font the grid has.
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     bool event(QEvent* event) override;
@@ -57,7 +61,9 @@ private:
     void LayRow(int row);
     void PlaceRows();
     void PlaceColumns();
+    QSize SizeFor(int rows, int valueCharacters) const;
     int RowHeight() const;
+    int CaptionWidth() const;
     int LongestCaption() const;
 
     PropertyRows m_Rows;
