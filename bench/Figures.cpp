@@ -1,0 +1,73 @@
+#include "bench/Figures.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <sched.h>
+#include <sys/resource.h>
+#include <vector>
+
+namespace {
+
+double CpuNowUs()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto us = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
+    };
+    return us(usage.ru_utime) + us(usage.ru_stime);
+}
+
+} // namespace
+
+namespace Figures {
+
+QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions)
+{
+    using Clock = std::chrono::steady_clock;
+    QList<Cost> costs(actions.size());
+    std::vector<std::vector<double>> samples(static_cast<std::size_t>(actions.size()));
+    for (int round = 0; round < rounds; ++round) {
+        for (qsizetype a = 0; a < actions.size(); ++a) {
+            const double cpu = CpuNowUs();
+            for (int i = 0; i < perRound; ++i) {
+                const auto start = Clock::now();
+                actions[a]();
+                samples[static_cast<std::size_t>(a)].push_back(
+                    std::chrono::duration<double, std::micro>(Clock::now() - start).count());
+            }
+            costs[a].CpuUs += (CpuNowUs() - cpu) / perRound / rounds;
+        }
+    }
+    for (qsizetype a = 0; a < actions.size(); ++a) {
+        auto& all = samples[static_cast<std::size_t>(a)];
+        std::nth_element(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(all.size() / 2), all.end());
+        costs[a].MedianUs = all[all.size() / 2];
+    }
+    return costs;
+}
+
+void PrintCost(const QString& name, const Cost& cost)
+{
+    std::printf("  %-52s %9.2f us  (cpu %.2f us)\n", qPrintable(name), cost.MedianUs, cost.CpuUs);
+}
+
+bool PrintRatio(const QString& name, double ratio, double limit)
+{
+    const bool kept = ratio <= limit;
+    std::printf("  %-52s %9.2f x   (at most %.2f)%s\n", qPrintable(name), ratio, limit, kept ? "" : "  EXCEEDED");
+    std::fflush(stdout);
+    return kept;
+}
+
+void PinToOneCore(qint64 otherProcess, bool pin)
+{
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    for (unsigned cpu = 0; cpu < (pin ? 1U : static_cast<unsigned>(CPU_SETSIZE)); ++cpu) CPU_SET(cpu, &set);
+    sched_setaffinity(0, sizeof set, &set);
+    sched_setaffinity(static_cast<pid_t>(otherProcess), sizeof set, &set);
+}
+
+} // namespace Figures

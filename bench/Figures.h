@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+#include <functional>
+
+/// How the benchmarks measure and print: every figure is a ratio to a floor measured in the same run, because times on shared machines
+/// mean little by themselves.
+namespace Figures {
+
+/// Wall-clock and processor time of one repeated action.
+struct Cost
+{
+    double MedianUs = 0.0;
+    double CpuUs = 0.0; ///< of this process, mean per action
+};
+
+/// Runs each action `perRound` times in turn, `rounds` rounds, so that slow phases of the machine hit all of them.
+QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions);
+
+/// "  <name>  <microseconds>".
+void PrintCost(const QString& name, const Cost& cost);
+/// "  <name>  <ratio>  (at most <limit>)"; returns whether it keeps the limit.
+bool PrintRatio(const QString& name, double ratio, double limit);
+
+/// This process and every child started from now on runs on one processor only, or on all again.
+void PinToOneCore(qint64 otherProcess, bool pin);
+
+} // namespace Figures

@@ -1,0 +1,81 @@
+#include "tests/support/RealServer.h"
+
+#include "velsqllib/ServerSocket.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <csignal>
+#include <unistd.h>
+
+RealServer::RealServer()
+{
+    for (const auto& [variable, folder] : {std::pair{"XDG_RUNTIME_DIR", "run"},
+                                           {"XDG_CONFIG_HOME", "config"},
+                                           {"XDG_STATE_HOME", "state"},
+                                           {"XDG_CACHE_HOME", "cache"},
+                                           {"XDG_DATA_HOME", "data"}}) {
+        const QString path = m_Folder.filePath(QString::fromLatin1(folder));
+        QDir().mkpath(path);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        qputenv(variable, QFile::encodeName(path));
+    }
+    m_Process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+}
+
+RealServer::~RealServer()
+{
+    Kill();
+}
+
+QString RealServer::Program()
+{
+    return QCoreApplication::applicationDirPath() + QStringLiteral("/velsqlserver");
+}
+
+void RealServer::Start(const QStringList& arguments)
+{
+    m_Process.start(Program(), QStringList{QStringLiteral("--socket"), SocketPath()} + arguments);
+    QElapsedTimer waiting;
+    waiting.start();
+    while (waiting.elapsed() < 20'000) {
+        const int descriptor = ConnectToServer(SocketPath());
+        if (descriptor >= 0) {
+            close(descriptor);
+            return;
+        }
+        QThread::msleep(10);
+    }
+    qFatal("the server did not start");
+}
+
+void RealServer::Kill()
+{
+    if (m_Process.state() == QProcess::NotRunning) return;
+    Signal(SIGKILL);
+    m_Process.waitForFinished();
+}
+
+int RealServer::Terminate()
+{
+    Signal(SIGTERM);
+    m_Process.waitForFinished();
+    return m_Process.exitCode();
+}
+
+void RealServer::Suspend()
+{
+    Signal(SIGSTOP);
+}
+
+void RealServer::Resume()
+{
+    Signal(SIGCONT);
+}
+
+void RealServer::Signal(int signal)
+{
+    kill(static_cast<pid_t>(m_Process.processId()), signal);
+}
