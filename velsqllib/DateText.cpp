@@ -134,7 +134,7 @@ QString WriteClock(qint64 day, TimeOfDay time)
 {
     const qint64 unitsASecond = UnitsADay(time.Decimals) / SecondsADay;
     const QTime clock = QTime::fromMSecsSinceStartOfDay(static_cast<int>(time.Units / unitsASecond * 1000));
-    const QString text = DayZero.addDays(day).toString(u"yyyy-MM-dd") + clock.toString(u" hh:mm:ss");
+    QString text = DayZero.addDays(day).toString(u"yyyy-MM-dd") + clock.toString(u" hh:mm:ss");
     if (time.Decimals == 0) return text;
     return text + u'.' + QString::number(time.Units % unitsASecond).rightJustified(time.Decimals, u'0');
 }

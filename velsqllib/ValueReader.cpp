@@ -77,7 +77,7 @@ Variant ValueReader::ReadArray(VarType elementType)
 {
     if (m_Depth == MaxArrayDepth) throw NestedTooDeep();
     ++m_Depth;
-    const Variant array =
+    Variant array =
         VisitType(elementType, [this]<typename T>(std::type_identity<T>) { return Variant(ReadElements<T>()); });
     --m_Depth;
     return array;
@@ -116,7 +116,7 @@ bool ValueReader::TakeComma()
 Variant ValueReader::ReadBraced()
 {
     m_Cursor.EnterBraces();
-    const Variant value = ReadTyped();
+    Variant value = ReadTyped();
     m_Cursor.LeaveBraces();
     return value;
 }
