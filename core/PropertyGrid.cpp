@@ -205,5 +205,5 @@ int PropertyGrid::LongestCaption() const
     int longest = 0;
     for (const PropertyRow& row : m_Rows) longest = std::max(longest, fontMetrics().horizontalAdvance(row.Caption));
     const int besideText = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
-    return longest + 2 * besideText + 1; // the last one is the grid line
+    return longest + 2 * besideText + 2; // a grid line, and what laying text out may round up
 }
