@@ -1,0 +1,20 @@
+#pragma once
+
+#include "server/plant/Plant.h"
+
+#include <kj/async.h>
+#include <kj/timer.h>
+
+/// The plant's heart beat: scans each controller's three classes of items at their times.
+class PlantLife : private kj::TaskSet::ErrorHandler
+{
+public:
+    PlantLife(Plant& plant, kj::Timer& timer);
+
+private:
+    kj::Promise<void> ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due);
+    void taskFailed(kj::Exception&& exception) override;
+
+    kj::Timer& m_Timer;
+    kj::TaskSet m_Scans;
+};

@@ -1,0 +1,130 @@
+#include "server/ServerProcess.h"
+
+#include "core/automation/SafeArray.h"
+#include "server/log/Log.h"
+#include "server/plant/DemoPlant.h"
+#include "server/rpc/EngineServer.h"
+
+#include <csignal>
+#include <unistd.h>
+
+class ServerProcess::Definitions : public ItemMaker
+{
+public:
+    void AddItem(PlantController& controller, const Variant& definition) override
+    {
+        ItemTraits traits;
+        traits.Name = definition.Array().At(0).Get<QString>();
+        controller.Add(std::move(traits));
+    }
+};
+
+class ServerProcess::OpenGate : public CallGate
+{
+public:
+    kj::Promise<void> Pass(const ObjectWay&, capnp::InterfaceSchema::Method, Context) override { return kj::READY_NOW; }
+};
+
+ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options)
+    : m_Io(io)
+    , m_Options(options)
+    , m_Began(io.provider->getTimer().now())
+    , m_Socket(options.SocketPath)
+    , m_Plant(*this)
+    , m_History(DefaultHistorySettings())
+    , m_Commands(io.provider->getTimer())
+    , m_Definitions(kj::heap<Definitions>())
+    , m_Gate(kj::heap<OpenGate>())
+    , m_Services{m_Plant, m_History, m_Commands, *m_Definitions, *m_Gate, m_Objects}
+    , m_Ending(kj::newPromiseAndFulfiller<void>())
+    , m_Tasks(*this)
+{
+    m_Objects.Open(m_Services);
+    BuildDemoPlant(m_Plant);
+    m_Plant.Begin();
+    m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
+    m_Clients = kj::heap<ClientHost>(io, m_Socket.Descriptor(), kj::heap<LibraryServer>(m_Services));
+    m_Clients->OnCountChanged([this] { WatchIdleness(); });
+}
+
+ServerProcess::~ServerProcess()
+{
+    m_Clients->OnCountChanged(nullptr); // their going now says nothing
+}
+
+void ServerProcess::Run()
+{
+    WatchSignals();
+    WatchIdleness();
+    TellReady();
+    Log(LogLevel::Info,
+        QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket.Path()));
+    m_Ending.promise.wait(m_Io.waitScope);
+    m_Plant.Terminate();
+}
+
+Moment ServerProcess::Now()
+{
+    const auto sinceBegin = kj::systemPreciseMonotonicClock().now() - m_Began;
+    return {std::chrono::system_clock::now(), static_cast<double>(sinceBegin / kj::MICROSECONDS) / 1e6};
+}
+
+void ServerProcess::After(qint32 delay, std::function<void()> action)
+{
+    m_Tasks.add(m_Io.provider->getTimer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
+}
+
+void ServerProcess::Record(const PlantItem&) {}
+
+void ServerProcess::Warn(const QString& text)
+{
+    Log(LogLevel::Warning, text);
+}
+
+void ServerProcess::taskFailed(kj::Exception&& exception)
+{
+    Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
+}
+
+void ServerProcess::TellReady() const
+{
+    if (m_Options.ReadyDescriptor < 0) return;
+    const char ready = '\n';
+    if (write(m_Options.ReadyDescriptor, &ready, 1) != 1)
+        Log(LogLevel::Warning, QStringLiteral("Whoever started the server does not listen any more."));
+    close(m_Options.ReadyDescriptor);
+}
+
+void ServerProcess::WatchSignals()
+{
+    for (const int number : {SIGTERM, SIGINT})
+        m_Tasks.add(m_Io.unixEventPort.onSignal(number).then(
+            [this](siginfo_t) { End(QStringLiteral("It was told to end.")); }));
+}
+
+void ServerProcess::WatchIdleness()
+{
+    if (!m_Options.StopWhenIdle || m_Options.IsService) return;
+    if (m_Clients->ClientCount() > 0) {
+        m_IdleWatch = kj::READY_NOW;
+        return;
+    }
+    const auto delay = *m_Options.StopWhenIdle * kj::SECONDS;
+    m_IdleWatch = m_Io.provider->getTimer()
+                      .afterDelay(delay)
+                      .then([this] {
+                          if (IsIdle()) End(QStringLiteral("The last client has gone."));
+                      })
+                      .eagerlyEvaluate(nullptr);
+}
+
+bool ServerProcess::IsIdle() const
+{
+    return m_Clients->ClientCount() == 0 && !m_Plant.IsStarted();
+}
+
+void ServerProcess::End(const QString& reason)
+{
+    Log(LogLevel::Info, QStringLiteral("The server ends: %1").arg(reason));
+    m_Ending.fulfiller->fulfill();
+}

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "server/commands/Commands.h"
+#include "server/PlantLife.h"
+#include "server/rpc/ClientHost.h"
+#include "server/rpc/ObjectDirectory.h"
+#include "velsqllib/ServerSocket.h"
+
+#include <optional>
+
+/// What the command line asks for.
+struct ServerOptions
+{
+    QString SocketPath;
+    int ReadyDescriptor = -1;
+    std::optional<int> StopWhenIdle; ///< seconds
+    bool IsService = false;
+};
+
+/// The server from its start to its end: puts plant, history and wire together and runs the one event loop.
+class ServerProcess : private Surroundings, private kj::TaskSet::ErrorHandler
+{
+public:
+    /// Throws DescribedError when the server cannot start.
+    ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options);
+    ~ServerProcess();
+
+    /// Serves until a signal, idleness or a command ends it.
+    void Run();
+
+private:
+    class Definitions;
+    class OpenGate;
+
+    Moment Now() override;
+    void After(qint32 delay, std::function<void()> action) override;
+    void Record(const PlantItem& item) override;
+    void Warn(const QString& text) override;
+    void taskFailed(kj::Exception&& exception) override;
+
+    void TellReady() const;
+    void WatchSignals();
+    void WatchIdleness();
+    bool IsIdle() const;
+    void End(const QString& reason);
+
+    kj::AsyncIoContext& m_Io;
+    const ServerOptions m_Options;
+    const kj::TimePoint m_Began;
+    ListeningSocket m_Socket;
+    Plant m_Plant;
+    History m_History;
+    Commands m_Commands;
+    kj::Own<Definitions> m_Definitions;
+    kj::Own<OpenGate> m_Gate;
+    ObjectDirectory m_Objects;
+    Services m_Services;
+    kj::PromiseFulfillerPair<void> m_Ending;
+    kj::Own<PlantLife> m_Life;
+    kj::Own<ClientHost> m_Clients;
+    kj::Promise<void> m_IdleWatch = kj::READY_NOW;
+    kj::TaskSet m_Tasks;
+};

@@ -1,0 +1,58 @@
+#include "server/history/History.h"
+
+#include "core/automation/Errors.h"
+
+#include <QDir>
+
+namespace {
+
+QString StateFolder()
+{
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME", QDir::homePath() + QStringLiteral("/.local/state"));
+    return state + QStringLiteral("/velsql");
+}
+
+} // namespace
+
+HistorySettings DefaultHistorySettings()
+{
+    HistorySettings settings;
+    settings.Destinations[0].ConnectionString =
+        QStringLiteral("Driver=SQLite;Database=%1/history.db").arg(StateFolder());
+    return settings;
+}
+
+History::History(HistorySettings settings)
+    : m_Settings(std::move(settings))
+{
+}
+
+QString History::ConnectionString(qint32 index) const
+{
+    const QString& text = Destination(index).ConnectionString;
+    return text.isEmpty() ? text : DatabaseAddress(text).Shown();
+}
+
+qint32 History::MaxRecord(qint32 index) const
+{
+    return Destination(index).MaxRecord;
+}
+
+QString History::TableName(qint32 index) const
+{
+    return Destination(index).TableName;
+}
+
+kj::Promise<ResultSpoolRef> History::Execute(const QString& statement)
+{
+    const QString& where = Destination(1).ConnectionString;
+    if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to ask."));
+    return m_Runner.Run(DatabaseAddress(where), statement);
+}
+
+const HistoryDestination& History::Destination(qint32 index) const
+{
+    if (index != 1 && index != 2)
+        throw ServerError(QStringLiteral("The history has the destinations 1 and 2, not %1.").arg(index));
+    return m_Settings.Destinations[static_cast<std::size_t>(index - 1)];
+}

@@ -1,0 +1,136 @@
+#include "server/history/ResultSpool.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
+#include "velsqllib/WireValue.h"
+
+#include <capnp/serialize.h>
+
+#include <cerrno>
+#include <cstring>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 LargestRow = 256 * 1024 * 1024;
+
+/// Results hold no objects.
+class NoObjects : public WireObjects
+{
+public:
+    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
+    ObjectRef Read(wire::Object::Reader) override { return nullptr; }
+};
+
+qint64 BytesOf(const Variant& value)
+{
+    constexpr qint64 Fixed = 24;
+    if (const QString* text = value.GetIf<QString>()) return Fixed + text->size() * qint64{sizeof(QChar)};
+    return value.IsArray() ? 2 * Fixed + value.Array().Count() : Fixed;
+}
+
+[[noreturn]] void ThrowSystemError(const QString& what)
+{
+    throw DescribedError(QStringLiteral("%1: %2").arg(what, QString::fromLocal8Bit(strerror(errno))));
+}
+
+} // namespace
+
+ResultSpool::ResultSpool(QStringList columns)
+    : m_Columns(std::move(columns))
+{
+    if (!m_File.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(m_File.errorString()));
+    unlink(QFile::encodeName(m_File.fileName()).constData()); // gone with the last reference, even after a crash
+}
+
+ResultProgress ResultSpool::Progress() const
+{
+    const std::lock_guard lock(m_Guard);
+    return {m_Rows, m_Complete};
+}
+
+kj::Array<kj::byte> ResultSpool::PageOf(qint64 row) const
+{
+    const Page page = Find(row);
+    auto bytes = kj::heapArray<kj::byte>(static_cast<std::size_t>(page.Size));
+    const auto count = pread(m_File.handle(), bytes.begin(), bytes.size(), page.Offset);
+    if (count != static_cast<ssize_t>(page.Size)) ThrowSystemError(QStringLiteral("The result cannot be read back"));
+    return bytes;
+}
+
+void ResultSpool::Append(QList<Variant> row)
+{
+    qint64 bytes = 0;
+    for (const Variant& cell : row) bytes += BytesOf(cell);
+    if (bytes > LargestRow)
+        throw DescribedError(QStringLiteral("Row %1 is larger than %2 MB.")
+                                 .arg(m_Rows + m_WaitingRows + 1)
+                                 .arg(LargestRow / (1024 * 1024)));
+    if (m_WaitingRows > 0 && m_WaitingBytes + bytes > PageBytes) Flush();
+    m_Waiting += std::move(row);
+    m_WaitingBytes += bytes;
+    ++m_WaitingRows;
+}
+
+void ResultSpool::Finish(const QString& failure)
+{
+    QString reason = failure;
+    try {
+        Flush();
+    } catch (const DescribedError& error) {
+        if (reason.isEmpty()) reason = error.Description();
+    }
+    const std::lock_guard lock(m_Guard);
+    m_Failure = reason;
+    m_Complete = true;
+}
+
+void ResultSpool::Flush()
+{
+    if (m_WaitingRows == 0) return;
+    const auto bytes = Encode();
+    Write(bytes);
+    const std::lock_guard lock(m_Guard);
+    m_Pages.push_back({m_Rows, m_WaitingRows, m_FileSize, static_cast<qint64>(bytes.size())});
+    m_FileSize += static_cast<qint64>(bytes.size());
+    m_Rows += m_WaitingRows;
+    m_Waiting.clear();
+    m_WaitingRows = m_WaitingBytes = 0;
+}
+
+void ResultSpool::Write(kj::ArrayPtr<const kj::byte> bytes) const
+{
+    qint64 at = m_FileSize;
+    while (bytes.size() > 0) {
+        const auto count = pwrite(m_File.handle(), bytes.begin(), bytes.size(), at);
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) ThrowSystemError(QStringLiteral("The result cannot be kept"));
+        bytes = bytes.slice(static_cast<std::size_t>(count), bytes.size());
+        at += count;
+    }
+}
+
+kj::Array<kj::byte> ResultSpool::Encode() const
+{
+    NoObjects noObjects;
+    capnp::MallocMessageBuilder message(static_cast<uint>(m_WaitingBytes / qint64{sizeof(capnp::word)} + 64));
+    auto page = message.initRoot<wire::ResultPage>();
+    page.setFirstRow(m_Rows); // only this thread changes it
+    page.setColumnCount(static_cast<qint32>(m_Columns.size()));
+    auto cells = page.initCells(static_cast<uint>(m_Waiting.size()));
+    for (uint i = 0; i < cells.size(); ++i) WriteValue(m_Waiting[i], cells[i], noObjects);
+    auto words = capnp::messageToFlatArray(message);
+    const auto bytes = words.asBytes();
+    return bytes.attach(kj::mv(words));
+}
+
+ResultSpool::Page ResultSpool::Find(qint64 row) const
+{
+    const std::lock_guard lock(m_Guard);
+    const auto behind = std::upper_bound(m_Pages.begin(), m_Pages.end(), row,
+                                         [](qint64 wanted, const Page& page) { return wanted < page.FirstRow; });
+    if (row >= 0 && row < m_Rows && behind != m_Pages.begin()) return *std::prev(behind);
+    if (m_Complete && !m_Failure.isEmpty()) throw DescribedError(m_Failure);
+    throw DescribedError(m_Complete ? QStringLiteral("The result has %1 rows.").arg(m_Rows)
+                                    : QStringLiteral("Row %1 has not been read yet.").arg(row));
+}

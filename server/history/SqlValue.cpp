@@ -1,0 +1,76 @@
+#include "server/history/SqlValue.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/PlainText.h"
+#include "core/automation/SafeArray.h"
+
+#include <QDateTime>
+
+#include <limits>
+
+namespace {
+
+Variant FromInteger(qint64 number)
+{
+    const bool fits = number >= std::numeric_limits<qint32>::min() && number <= std::numeric_limits<qint32>::max();
+    if (fits) return static_cast<qint32>(number);
+    constexpr qint64 ExactInDouble = qint64{1} << 53;
+    if (std::abs(number) <= ExactInDouble) return static_cast<double>(number);
+    return QString::number(number);
+}
+
+Variant FromBytes(const QByteArray& bytes)
+{
+    return SafeArray(QList<quint8>(bytes.begin(), bytes.end()));
+}
+
+QString ElementText(const Variant& element)
+{
+    if (element.IsArray()) return QStringLiteral("(%1)").arg(ToSql(element).toString());
+    return element.IsObject() || element.IsNull() ? QString() : ToPlainText(element);
+}
+
+QString ArrayText(const SafeArray& array)
+{
+    QStringList texts;
+    for (qsizetype i = 0; i < array.Count(); ++i) texts.append(ElementText(array.At(i)));
+    return texts.join(u',');
+}
+
+} // namespace
+
+Variant FromSql(const QVariant& value)
+{
+    if (value.isNull()) return Null{};
+    switch (value.typeId()) {
+    case QMetaType::Bool: return value.toBool();
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong: return FromInteger(value.toLongLong());
+    case QMetaType::Float:
+    case QMetaType::Double: return value.toDouble();
+    case QMetaType::QByteArray: return FromBytes(value.toByteArray());
+    case QMetaType::QDate:
+    case QMetaType::QDateTime: return FromDateTime(value.toDateTime());
+    default: return value.toString();
+    }
+}
+
+QVariant ToSql(const Variant& value)
+{
+    return std::visit(
+        [](const auto& payload) -> QVariant {
+            using T = std::decay_t<decltype(payload)>;
+            if constexpr (std::is_same_v<T, bool>) return payload ? 1 : 0;
+            else if constexpr (std::is_same_v<T, Currency>)
+                return static_cast<double>(payload.TenThousandths) / 10000.0;
+            else if constexpr (std::is_same_v<T, float>) return static_cast<double>(payload);
+            else if constexpr (std::is_same_v<T, double>) return payload;
+            else if constexpr (std::is_integral_v<T>) return static_cast<qlonglong>(payload);
+            else if constexpr (std::is_same_v<T, Date>) return FormatDate(payload, true);
+            else if constexpr (std::is_same_v<T, QString>) return payload;
+            else if constexpr (std::is_same_v<T, SafeArrayRef>) return ArrayText(*payload);
+            else return QVariant();
+        },
+        value.Data());
+}

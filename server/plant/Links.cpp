@@ -1,0 +1,117 @@
+#include "server/plant/Links.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
+#include "server/plant/Plant.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+/// Counts how many links a value has gone along; a circle of links ends here instead of in the stack.
+class Journey
+{
+public:
+    Journey()
+    {
+        if (Length >= Longest)
+            throw DescribedError(QStringLiteral("its links go in a circle or over more than %1 items").arg(Longest));
+        ++Length;
+    }
+    Journey(const Journey&) = delete;
+    Journey& operator=(const Journey&) = delete;
+    ~Journey() { --Length; }
+
+private:
+    static constexpr int Longest = 16;
+    static inline int Length = 0;
+};
+
+struct Target
+{
+    PlantItemRef Item;
+    qsizetype Element = -1; ///< -1: the whole value
+};
+
+Target Find(const PlantItem& item, const QString& link)
+{
+    static const QRegularExpression elementForm(QStringLiteral("^(.*)\\((\\d{1,9})\\)$"),
+                                                QRegularExpression::DotMatchesEverythingOption);
+    Target target;
+    QString name = link;
+    if (item.Traits().ExtractsElement) {
+        const auto match = elementForm.match(link);
+        target.Element = match.hasMatch() ? match.captured(2).toLongLong() : 0;
+        if (match.hasMatch()) name = match.captured(1);
+    }
+    target.Item = item.Controller()->Home().Resolve(*item.Controller(), name);
+    if (!target.Item) throw DescribedError(QStringLiteral("the linked item \"%1\" does not exist").arg(name));
+    return target;
+}
+
+const SafeArray& ArrayOf(const Target& target, const Variant& value)
+{
+    if (!value.IsArray() || target.Element >= value.Array().Count())
+        throw DescribedError(
+            QStringLiteral("the linked item \"%1\" has no element %2").arg(target.Item->Name()).arg(target.Element));
+    return value.Array();
+}
+
+Variant ReadProperty(const Target& target, LinkedProperty property)
+{
+    switch (property) {
+    case LinkedProperty::Id: return target.Item->Id();
+    case LinkedProperty::Activation: return target.Item->IsActive();
+    case LinkedProperty::LinkActivation: return target.Item->IsLinkActive();
+    case LinkedProperty::Value: break;
+    }
+    const Variant value = target.Item->Value();
+    return target.Element < 0 ? value : ArrayOf(target, value).At(target.Element);
+}
+
+void WriteElement(const Target& target, const Variant& value)
+{
+    const Variant whole = target.Item->LastValue();
+    const SafeArray& array = ArrayOf(target, whole);
+    QList<Variant> elements;
+    for (qsizetype i = 0; i < array.Count(); ++i) elements.append(i == target.Element ? value : array.At(i));
+    target.Item->PutValue(ConvertTo(SafeArray(std::move(elements), array.LowerBound()), whole.Type()));
+}
+
+void WriteProperty(const Target& target, LinkedProperty property, const Variant& value)
+{
+    switch (property) {
+    case LinkedProperty::Id: return target.Item->PutId(value);
+    case LinkedProperty::Activation: return target.Item->PutActivation(ToNumber(value) != 0.0);
+    case LinkedProperty::LinkActivation: return target.Item->PutLinkActivation(ToNumber(value) != 0.0);
+    case LinkedProperty::Value: break;
+    }
+    if (target.Element < 0) target.Item->PutValue(value);
+    else WriteElement(target, value);
+}
+
+} // namespace
+
+Variant ReadLinks(const PlantItem& item)
+{
+    const Journey journey;
+    const ItemTraits& traits = item.Traits();
+    if (traits.Kind != ItemKind::Array) return ReadProperty(Find(item, traits.Links.first()), traits.Property);
+    QList<Variant> values;
+    for (const QString& link : traits.Links) values.append(ReadProperty(Find(item, link), traits.Property));
+    return SafeArray(std::move(values));
+}
+
+void WriteLinks(const PlantItem& item, const Variant& value)
+{
+    const Journey journey;
+    const ItemTraits& traits = item.Traits();
+    if (traits.Kind != ItemKind::Array) {
+        for (const QString& link : traits.Links) WriteProperty(Find(item, link), traits.Property, value);
+        return;
+    }
+    if (!value.IsArray() || value.Array().Count() != traits.Links.size())
+        throw DescribedError(QStringLiteral("it takes an array of %1 values").arg(traits.Links.size()));
+    for (qsizetype i = 0; i < traits.Links.size(); ++i)
+        WriteProperty(Find(item, traits.Links[i]), traits.Property, value.Array().At(i));
+}

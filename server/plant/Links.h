@@ -1,0 +1,10 @@
+#pragma once
+
+#include "server/plant/PlantItem.h"
+
+/// What an item takes from its linked items: of one item its property, of several an array of them, in order.
+/// Throws DescribedError when an item is not there, cannot be read or the links go in a circle.
+Variant ReadLinks(const PlantItem& item);
+
+/// Hands a written value on: to one linked item as it is, to the items of an array item element by element.
+void WriteLinks(const PlantItem& item, const Variant& value);

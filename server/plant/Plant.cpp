@@ -1,0 +1,84 @@
+#include "server/plant/Plant.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
+
+Plant::Plant(Surroundings& surroundings)
+    : m_Surroundings(surroundings)
+{
+}
+
+Plant::~Plant()
+{
+    for (const PlantControllerRef& controller : m_Controllers) controller->PutTag(Variant());
+}
+
+PlantControllerRef Plant::Find(const QString& name) const
+{
+    const auto found = std::find_if(m_Controllers.begin(), m_Controllers.end(),
+                                    [&](const auto& controller) { return controller->Name() == name; });
+    return found == m_Controllers.end() ? nullptr : *found;
+}
+
+PlantControllerRef Plant::Controller(const QString& name) const
+{
+    PlantControllerRef controller = Find(name);
+    if (!controller) throw ServerError(QStringLiteral("Controller \"%1\" does not exist.").arg(name));
+    return controller;
+}
+
+PlantControllerRef Plant::Add(ControllerTraits traits)
+{
+    if (Find(traits.Name)) throw DescribedError(QStringLiteral("Controller \"%1\" exists already.").arg(traits.Name));
+    auto controller = std::make_shared<PlantController>(*this, std::move(traits));
+    controller->m_Index = static_cast<qint32>(m_Controllers.size());
+    m_Controllers.append(controller);
+    return controller;
+}
+
+PlantItemRef Plant::Resolve(const PlantController& home, const QString& link) const
+{
+    if (PlantItemRef item = home.Find(link)) return item;
+    // Names may hold backslashes themselves: each of them may be the one between controller and item.
+    for (qsizetype at = link.indexOf(u'\\'); at >= 0; at = link.indexOf(u'\\', at + 1)) {
+        const PlantControllerRef controller = Find(link.left(at));
+        if (!controller) continue;
+        if (PlantItemRef item = controller->Find(link.mid(at + 1))) return item;
+    }
+    return nullptr;
+}
+
+void Plant::Begin()
+{
+    for (const PlantControllerRef& controller : m_Controllers) {
+        if (controller->Traits().StartsActive) controller->Start();
+    }
+}
+
+void Plant::Start()
+{
+    m_Started = true;
+    for (const PlantControllerRef& controller : m_Controllers) controller->Start();
+}
+
+void Plant::Stop()
+{
+    m_Started = false;
+    for (const PlantControllerRef& controller : m_Controllers) controller->Stop();
+}
+
+void Plant::Snapshot()
+{
+    for (const PlantControllerRef& controller : m_Controllers) controller->Snapshot();
+}
+
+void Plant::Terminate()
+{
+    for (const PlantControllerRef& controller : m_Controllers)
+        controller->SetState(static_cast<qint32>(ControllerState::Terminated));
+}
+
+Variant TextArray(const QStringList& texts)
+{
+    return SafeArray(QList<QString>(texts));
+}

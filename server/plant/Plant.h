@@ -1,0 +1,60 @@
+#pragma once
+
+#include "server/plant/PlantController.h"
+
+#include <functional>
+
+/// What the plant needs of the process around it.
+class Surroundings
+{
+public:
+    virtual Moment Now() = 0;
+    /// Runs `action` after `delay` milliseconds, between other things.
+    virtual void After(qint32 delay, std::function<void()> action) = 0;
+    /// A change of an item that is to be recorded.
+    virtual void Record(const PlantItem& item) = 0;
+    /// Something went wrong that nobody waits for the answer of.
+    virtual void Warn(const QString& text) = 0;
+
+protected:
+    ~Surroundings() = default;
+};
+
+/// All controllers with their items: the server's world, without any wire or database.
+class Plant : public ServerObject
+{
+public:
+    explicit Plant(Surroundings& surroundings);
+    ~Plant() override;
+
+    Surroundings& Around() const { return m_Surroundings; }
+    const QList<PlantControllerRef>& Controllers() const { return m_Controllers; }
+    PlantControllerRef Find(const QString& name) const;
+    /// Throws ServerError when there is none; upper and lower case differ.
+    PlantControllerRef Controller(const QString& name) const;
+    /// Throws DescribedError when the name is taken.
+    PlantControllerRef Add(ControllerTraits traits);
+
+    /// What "[<controller name>\]<item name>" means to items of `home`: an item of its own first. Null when there is none.
+    PlantItemRef Resolve(const PlantController& home, const QString& link) const;
+
+    /// Brings the controllers to the state that their description asks for.
+    void Begin();
+    /// As an operator does; the server then stays although nobody is connected.
+    void Start();
+    void Stop();
+    void Snapshot();
+    bool IsStarted() const { return m_Started; }
+    /// All controllers are told that the server goes.
+    void Terminate();
+
+    qint32 PendingWrites = 0; ///< delayed writes that wait for their time
+
+private:
+    Surroundings& m_Surroundings;
+    QList<PlantControllerRef> m_Controllers;
+    bool m_Started = false;
+};
+
+/// A list of texts as the server's objects hand it out.
+Variant TextArray(const QStringList& texts);

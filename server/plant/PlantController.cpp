@@ -1,0 +1,118 @@
+#include "server/plant/PlantController.h"
+
+#include "core/automation/Errors.h"
+#include "server/plant/Plant.h"
+
+namespace {
+
+constexpr qint32 SettingDataCount = 21;
+
+} // namespace
+
+PlantController::PlantController(Plant& plant, ControllerTraits traits)
+    : m_Plant(plant)
+    , m_Traits(std::move(traits))
+    , m_Tag(m_Traits.Tag)
+{
+}
+
+PlantController::~PlantController()
+{
+    for (const PlantItemRef& item : m_Items) item->Forget();
+}
+
+PlantItemRef PlantController::Item(const QString& name) const
+{
+    PlantItemRef item = Find(name);
+    if (!item) throw ServerError(QStringLiteral("Controller \"%1\" has no item \"%2\".").arg(Name(), name));
+    return item;
+}
+
+void PlantController::Start()
+{
+    SetState(static_cast<qint32>(ControllerState::Active));
+}
+
+void PlantController::Stop()
+{
+    SetState(static_cast<qint32>(ControllerState::Deactive));
+}
+
+void PlantController::Snapshot()
+{
+    const Moment now = m_Plant.Around().Now();
+    for (const PlantItemRef& item : m_Items) item->Scan(now);
+}
+
+void PlantController::Scan(int scanClass, const Moment& moment)
+{
+    if (!IsActive()) return;
+    for (const PlantItemRef& item : m_Items) {
+        if (item->Traits().ScanClass == scanClass) item->Scan(moment);
+    }
+}
+
+void PlantController::SetState(qint32 state)
+{
+    if (state == m_State) return;
+    m_State = state;
+    RaiseStateChanged(state);
+}
+
+qint32 PlantController::ScanTime(qint32 index) const
+{
+    if (index < 0 || index >= static_cast<qint32>(m_Traits.ScanTimes.size()))
+        throw ServerError(
+            QStringLiteral("Controller \"%1\": ScanTimes has the indexes 0 to 2, not %2.").arg(Name()).arg(index));
+    return m_Traits.ScanTimes[static_cast<std::size_t>(index)];
+}
+
+Variant PlantController::SettingData(qint32 index) const
+{
+    if (index < 0 || index >= SettingDataCount)
+        throw ServerError(QStringLiteral("Controller \"%1\": SettingData has the indexes 0 to %2, not %3.")
+                              .arg(Name())
+                              .arg(SettingDataCount - 1)
+                              .arg(index));
+    return m_Traits.SettingData.value(index);
+}
+
+PlantItemRef PlantController::Add(ItemTraits traits, SignalRef signal, std::unique_ptr<ValueRules> rules)
+{
+    if (m_ByName.contains(traits.Name))
+        throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), traits.Name));
+    auto item = std::make_shared<PlantItem>(*this, std::move(traits), std::move(signal), std::move(rules));
+    qsizetype at = m_Items.size();
+    if (m_Traits.SortsItems)
+        at = std::lower_bound(m_Items.begin(), m_Items.end(), item,
+                              [](const auto& a, const auto& b) { return a->Name() < b->Name(); }) -
+             m_Items.begin();
+    m_Items.insert(at, item);
+    m_ByName.insert(item->Name(), item);
+    Renumber(at);
+    return item;
+}
+
+void PlantController::Remove(const QString& name)
+{
+    const PlantItemRef item = Item(name);
+    m_Items.removeAt(item->Index());
+    m_ByName.remove(name);
+    Renumber(item->Index());
+    item->Forget();
+}
+
+void PlantController::RaiseItemChanged(const PlantItemRef& item)
+{
+    for (ControllerObserver* observer : m_Observers) observer->ItemChanged(item);
+}
+
+void PlantController::RaiseStateChanged(qint32 state)
+{
+    for (ControllerObserver* observer : m_Observers) observer->StateChanged(state);
+}
+
+void PlantController::Renumber(qsizetype from)
+{
+    for (qsizetype i = from; i < m_Items.size(); ++i) m_Items[i]->m_Index = static_cast<qint32>(i);
+}

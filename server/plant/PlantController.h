@@ -1,0 +1,102 @@
+#pragma once
+
+#include "server/plant/PlantItem.h"
+
+#include <QHash>
+
+#include <array>
+
+class Plant;
+class PlantController;
+
+enum class ControllerState : qint32
+{
+    Uninitialized = 0,
+    Active = 1,
+    Deactive = 2,
+    Error = 3,
+    Terminated = 4
+};
+
+/// Is told of a controller's events while they happen; must not change the plant meanwhile.
+class ControllerObserver
+{
+public:
+    virtual void StateChanged(qint32 state) = 0;
+    virtual void ItemChanged(const PlantItemRef& item) = 0;
+
+protected:
+    ~ControllerObserver() = default;
+};
+
+struct ControllerTraits
+{
+    QString Name;
+    QString Description;
+    std::array<qint32, 3> ScanTimes = {100, 1000, 5000}; ///< milliseconds; 0: items of that class are not scanned
+    QList<Variant> SettingData;
+    Variant Tag;
+    bool StartsActive = true;
+    bool SortsItems = false; ///< added items go to their place by name instead of to the end
+};
+
+/// A named group of items that are scanned together.
+class PlantController : public ServerObject, public std::enable_shared_from_this<PlantController>
+{
+public:
+    PlantController(Plant& plant, ControllerTraits traits);
+    ~PlantController() override;
+
+    Plant& Home() const { return m_Plant; }
+    const ControllerTraits& Traits() const { return m_Traits; }
+    const QString& Name() const { return m_Traits.Name; }
+    qint32 Index() const { return m_Index; }
+    /// Usually a ControllerState; a test may set any number.
+    qint32 State() const { return m_State; }
+    bool IsActive() const { return m_State == static_cast<qint32>(ControllerState::Active); }
+    const Variant& Tag() const { return m_Tag; }
+    void PutTag(const Variant& value) { m_Tag = value; }
+
+    const QList<PlantItemRef>& Items() const { return m_Items; }
+    /// Null when there is none of that name; upper and lower case differ.
+    PlantItemRef Find(const QString& name) const { return m_ByName.value(name); }
+    /// Throws ServerError when there is none.
+    PlantItemRef Item(const QString& name) const;
+
+    void Start();
+    void Stop();
+    /// Reads every active item once, whatever the state.
+    void Snapshot();
+    /// Reads the items of a scan class when the controller is active.
+    void Scan(int scanClass, const Moment& moment);
+    /// Tells the observers when it is another state than before.
+    void SetState(qint32 state);
+    qint32 ScanTime(qint32 index) const;
+    Variant SettingData(qint32 index) const;
+
+    /// Throws ServerError when the name is taken.
+    PlantItemRef Add(ItemTraits traits, SignalRef signal = nullptr, std::unique_ptr<ValueRules> rules = nullptr);
+    void Remove(const QString& name);
+
+    void AddObserver(ControllerObserver& observer) { m_Observers.append(&observer); }
+    void RemoveObserver(ControllerObserver& observer) { m_Observers.removeOne(&observer); }
+    qsizetype ObserverCount() const { return m_Observers.size(); }
+    void RaiseItemChanged(const PlantItemRef& item);
+    void RaiseStateChanged(qint32 state);
+
+private:
+    friend class Plant;
+
+    void Renumber(qsizetype from);
+
+    Plant& m_Plant;
+    const ControllerTraits m_Traits;
+    qint32 m_Index = 0;
+    qint32 m_State = static_cast<qint32>(ControllerState::Uninitialized);
+    Variant m_Tag;
+    QList<PlantItemRef> m_Items;
+    QHash<QString, PlantItemRef> m_ByName;
+    QList<ControllerObserver*> m_Observers;
+};
+
+using PlantControllerRef = std::shared_ptr<PlantController>;

@@ -1,0 +1,217 @@
+#include "server/plant/PlantItem.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
+#include "core/automation/VariantCompare.h"
+#include "server/plant/Links.h"
+#include "server/plant/Plant.h"
+
+namespace {
+
+constexpr qint32 SettingDataCount = 36;
+constexpr qint32 MaxPendingWrites = 10'000;
+
+} // namespace
+
+ValueRules::~ValueRules() = default;
+
+PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SignalRef signal,
+                     std::unique_ptr<ValueRules> rules)
+    : m_Controller(&controller)
+    , m_Traits(std::move(traits))
+    , m_Signal(std::move(signal))
+    , m_Rules(std::move(rules))
+    , m_Active(m_Traits.Active)
+    , m_LinkActive(m_Traits.LinkActive)
+    , m_Value(m_Traits.Initial)
+    , m_Tag(m_Traits.Tag)
+    , m_Id(m_Traits.Id)
+    , m_Time(controller.Home().Around().Now().Wall)
+{
+    if (!m_Traits.Initial.IsEmpty()) m_State = ItemState::Succeeded;
+}
+
+Variant PlantItem::Value()
+{
+    CheckThere();
+    if (m_Traits.Attribute == Access::WriteOnly) Throw(QStringLiteral("it is write only and cannot be read"));
+    if (m_Traits.Kind == ItemKind::Alias && FollowsLinks()) {
+        try {
+            Read(m_Controller->Home().Around().Now());
+        } catch (const DescribedError& error) {
+            m_State = ItemState::Failed;
+            Throw(error.Description());
+        }
+    }
+    return m_Value;
+}
+
+void PlantItem::PutValue(const Variant& value)
+{
+    CheckThere();
+    if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
+    try {
+        const Variant fitted = Fitted(value);
+        if (FollowsLinks()) {
+            m_State = ItemState::Failed; // until the linked items have taken it
+            WriteLinks(*this, fitted);
+        }
+        Store(fitted, m_Controller->Home().Around().Now().Wall, ForcedChange::Writing);
+    } catch (const DescribedError& error) {
+        Throw(error.Description());
+    }
+}
+
+void PlantItem::PutValueEx(qint32 delay, const Variant& value)
+{
+    CheckThere();
+    if (delay < 0) Throw(QStringLiteral("the delay %1 is negative").arg(delay));
+    Plant& plant = m_Controller->Home();
+    if (plant.PendingWrites >= MaxPendingWrites)
+        Throw(QStringLiteral("%1 delayed writes are waiting already").arg(MaxPendingWrites));
+    if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
+    ++plant.PendingWrites;
+    plant.Around().After(delay, [item = weak_from_this(), &plant, value] {
+        --plant.PendingWrites;
+        const PlantItemRef self = item.lock();
+        if (!self || !self->m_Controller) return;
+        try {
+            self->PutValue(value);
+        } catch (const DescribedError& error) {
+            self->m_State = ItemState::Failed;
+            plant.Around().Warn(QStringLiteral("Delayed write: ") + error.Description());
+        }
+    });
+}
+
+void PlantItem::PutTag(const Variant& value)
+{
+    CheckThere();
+    m_Tag = value;
+}
+
+void PlantItem::PutId(const Variant& value)
+{
+    CheckThere();
+    m_Id = value;
+}
+
+void PlantItem::PutActivation(bool active)
+{
+    CheckThere();
+    m_Active = active;
+}
+
+void PlantItem::PutLinkActivation(bool active)
+{
+    CheckThere();
+    if (m_Traits.Links.isEmpty()) Throw(QStringLiteral("it is not linked to any item"));
+    m_LinkActive = active;
+}
+
+void PlantItem::Snapshot()
+{
+    CheckThere();
+    if (!m_Active) return;
+    try {
+        Read(m_Controller->Home().Around().Now());
+    } catch (const DescribedError& error) {
+        m_State = ItemState::Failed;
+        Throw(error.Description());
+    }
+}
+
+Variant PlantItem::Elements(qint32 first, qint32 count, qint32 step)
+{
+    const Variant value = Value();
+    if (!value.IsArray()) Throw(QStringLiteral("its value is no array"));
+    const SafeArray& array = value.Array();
+    if (step < 0 || count < -1) Throw(QStringLiteral("Elements takes a count of -1 or more and a step of 0 or more"));
+    if (first < 0 || first >= array.Count())
+        Throw(QStringLiteral("it has no element %1, only %2 from 0 on").arg(first).arg(array.Count()));
+    if (count == 0) return array.At(first);
+    const qint64 distance = std::max(step, 1);
+    const qint64 last = count < 0 ? array.Count() - 1 : first + (count - 1) * distance;
+    if (last >= array.Count())
+        Throw(QStringLiteral("it has no element %1, only %2 from 0 on").arg(last).arg(array.Count()));
+    QList<Variant> elements;
+    for (qint64 i = first; i <= last; i += distance) elements.append(array.At(i));
+    return ConvertTo(SafeArray(std::move(elements)), value.Type());
+}
+
+Variant PlantItem::SettingData(qint32 index) const
+{
+    if (index < 0 || index >= SettingDataCount)
+        Throw(QStringLiteral("SettingData has the indexes 0 to %1, not %2").arg(SettingDataCount - 1).arg(index));
+    return m_Traits.SettingData.value(index);
+}
+
+Variant PlantItem::LinkItem() const
+{
+    return m_Traits.Links.isEmpty() ? Variant() : TextArray(m_Traits.Links);
+}
+
+void PlantItem::Scan(const Moment& moment)
+{
+    if (!m_Active || m_Traits.Attribute == Access::WriteOnly) return;
+    try {
+        Read(moment);
+    } catch (const DescribedError&) {
+        m_State = ItemState::Failed; // the reason is told to whoever asks with a call
+    }
+}
+
+void PlantItem::Throw(const QString& reason) const
+{
+    // A reason that names an item by itself is another item's answer, which came along a link.
+    if (reason.startsWith(u"Item \"")) throw ServerError(reason);
+    const QString home = m_Controller ? QStringLiteral(" of controller \"%1\"").arg(m_Controller->Name()) : QString();
+    throw ServerError(QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), home, reason));
+}
+
+void PlantItem::CheckThere() const
+{
+    if (!m_Controller) throw ServerError(QStringLiteral("Item \"%1\" has been removed.").arg(Name()));
+}
+
+Variant PlantItem::Fitted(const Variant& value) const
+{
+    if (value.IsEmpty()) {
+        if (m_Traits.TakesEmpty) return value;
+        throw ValueError(QStringLiteral("EMPTY cannot be written to it"));
+    }
+    return ConvertTo(m_Rules ? m_Rules->Written(value) : value, m_Traits.Type);
+}
+
+void PlantItem::Read(const Moment& moment)
+{
+    if (!FollowsLinks() && !m_Signal) return; // it holds what was written
+    const Variant raw = FollowsLinks() ? ReadLinks(*this) : m_Signal->Next(moment.Seconds, m_Traits.Type);
+    if (!m_Rules) return Store(ConvertTo(raw, m_Traits.Type), moment.Wall, ForcedChange::Reading);
+    if (const auto value = m_Rules->Read(raw, m_Value, *m_Controller))
+        Store(ConvertTo(*value, m_Traits.Type), moment.Wall, ForcedChange::Reading);
+}
+
+bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
+{
+    if (m_Traits.Forced == occasion || m_State == ItemState::Undefined) return true;
+    if (!m_Traits.ComparesArrays && value.IsArray()) return true;
+    return !SameValue(value, m_Value);
+}
+
+void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasion)
+{
+    const bool isChange = m_Active && IsChange(value, occasion);
+    m_Value = value;
+    m_Time = time;
+    m_State = ItemState::Succeeded;
+    if (!isChange) return;
+    if (m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
+    if (m_Traits.Historic) m_Controller->Home().Around().Record(*this);
+}
+
+void PlantItem::Forget()
+{
+    m_Controller = nullptr;
+    m_Value = m_Tag = m_Id = Variant(); // an object among them may hold this item
+}

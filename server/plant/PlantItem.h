@@ -1,0 +1,153 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+#include "server/plant/Moment.h"
+#include "server/plant/Signal.h"
+
+#include <QStringList>
+
+#include <optional>
+
+class PlantController;
+
+enum class Access
+{
+    ReadWrite = 0,
+    ReadOnly = 1,
+    WriteOnly = 2
+};
+enum class ItemState
+{
+    Succeeded = 0,
+    Failed = 1,
+    Undefined = 2
+};
+enum class LinkedProperty
+{
+    Value = 0,
+    Id = 1,
+    Activation = 2,
+    LinkActivation = 3
+};
+enum class ForcedChange
+{
+    Never = 0,
+    Reading = 1,
+    Writing = 2
+};
+enum class ItemKind
+{
+    Normal = 0,
+    Alias = 1,
+    Array = 2
+};
+
+/// What values pass on their way into an item, when its definition asks for more than its type.
+class ValueRules
+{
+public:
+    virtual ~ValueRules();
+    /// A value that was read from a signal or a linked item, converted; none when it is filtered out. Throws DescribedError.
+    virtual std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) = 0;
+    /// A value that is to be written, converted. Throws DescribedError.
+    virtual Variant Written(const Variant& value) = 0;
+};
+
+/// What describes an item from its making to its end.
+struct ItemTraits
+{
+    QString Name;
+    QString Description;
+    ItemKind Kind = ItemKind::Normal;
+    VarType Type = VT_VARIANT; ///< values are converted to it; VT_VARIANT takes every value as it is
+    Variant Initial;           ///< EMPTY: none
+    Access Attribute = Access::ReadWrite;
+    Variant Tag;
+    Variant Id;
+    QStringList Links; ///< "[<controller>\]<item>" each
+    LinkedProperty Property = LinkedProperty::Value;
+    bool ExtractsElement = false; ///< "(n)" behind a link's name means an element of the linked array
+    bool Historic = false;
+    bool RaisesEvents = true;
+    ForcedChange Forced = ForcedChange::Never;
+    bool ComparesArrays = true; ///< else every array that arrives is a change
+    bool TakesEmpty = false;    ///< EMPTY may be written, whatever the type
+    bool Active = true;
+    bool LinkActive = true;
+    int ScanClass = 0; ///< which of the controller's three scan times
+    QList<Variant> SettingData;
+};
+
+/// A data point: it holds its last value, takes new ones from its signal or its linked items, and from those who write it.
+class PlantItem : public ServerObject, public std::enable_shared_from_this<PlantItem>
+{
+public:
+    PlantItem(PlantController& controller, ItemTraits traits, SignalRef signal, std::unique_ptr<ValueRules> rules);
+
+    const ItemTraits& Traits() const { return m_Traits; }
+    const QString& Name() const { return m_Traits.Name; }
+    /// Null once the item has been removed; then every operation throws.
+    PlantController* Controller() const { return m_Controller; }
+    qint32 Index() const { return m_Index; }
+    ItemState State() const { return m_State; }
+    bool IsActive() const { return m_Active; }
+    /// False for an item without links: there is nothing to be active.
+    bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
+    const Variant& Tag() const { return m_Tag; }
+    const Variant& Id() const { return m_Id; }
+    TimeStamp Time() const { return m_Time; }
+    /// The value without any rule about reading.
+    const Variant& LastValue() const { return m_Value; }
+
+    /// The value; an alias asks its linked item. Throws ServerError for a write-only item.
+    Variant Value();
+    /// Converts to the item's type, hands the value on to linked items, raises the change. Throws ServerError.
+    void PutValue(const Variant& value);
+    /// As PutValue, `delay` milliseconds later; a failure then only shows in the state and the server's log.
+    void PutValueEx(qint32 delay, const Variant& value);
+    void PutTag(const Variant& value);
+    void PutId(const Variant& value);
+    void PutActivation(bool active);
+    void PutLinkActivation(bool active);
+    /// Reads signal or linked items once, whatever the controller's state.
+    void Snapshot();
+    /// `count` elements from the `first` on, every `step`-th (0 is as 1); count 0: that element itself, -1: all that follow.
+    /// Throws ServerError.
+    Variant Elements(qint32 first, qint32 count, qint32 step);
+    Variant SettingData(qint32 index) const;
+    /// The names of the linked items; EMPTY without links.
+    Variant LinkItem() const;
+
+    /// Whether scanning it may do anything.
+    bool IsScanned() const { return m_Signal || !m_Traits.Links.isEmpty(); }
+    /// Takes the next value from signal or link. A failure shows in the state.
+    void Scan(const Moment& moment);
+
+private:
+    friend class PlantController;
+
+    [[noreturn]] void Throw(const QString& reason) const;
+    void CheckThere() const;
+    bool FollowsLinks() const { return IsLinkActive() && m_Active; }
+    Variant Fitted(const Variant& value) const;
+    void Read(const Moment& moment);
+    Variant ReadSource(const Moment& moment);
+    bool IsChange(const Variant& value, ForcedChange occasion) const;
+    void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
+    void Forget();
+
+    PlantController* m_Controller;
+    const ItemTraits m_Traits;
+    SignalRef m_Signal;
+    std::unique_ptr<ValueRules> m_Rules;
+    qint32 m_Index = 0;
+    ItemState m_State = ItemState::Undefined;
+    bool m_Active;
+    bool m_LinkActive;
+    Variant m_Value;
+    Variant m_Tag;
+    Variant m_Id;
+    TimeStamp m_Time;
+};
+
+using PlantItemRef = std::shared_ptr<PlantItem>;

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "core/automation/Errors.h"
+
+#include <QStringList>
+
+#include <capnp/dynamic.h>
+#include <kj/async.h>
+
+/// Which object a call is for: its kind ("Engine", "Controller", "Item", "History", ...) and the names that lead to it.
+struct ObjectWay
+{
+    QString Kind;
+    QString Controller;
+    QString Item;
+};
+
+/// What every call to the server's objects passes before it is carried out; tests watch and disturb calls here.
+class CallGate
+{
+public:
+    using Context = capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer>;
+
+    /// False: Pass need not be called. Most of the time nobody watches.
+    bool IsWatched() const { return m_Watched; }
+    /// Fulfilled when the call may go on; fails when it is to fail.
+    virtual kj::Promise<void> Pass(const ObjectWay& object, capnp::InterfaceSchema::Method method, Context context) = 0;
+
+protected:
+    ~CallGate() = default;
+    void SetWatched(bool watched) { m_Watched = watched; }
+
+private:
+    bool m_Watched = false;
+};

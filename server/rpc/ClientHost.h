@@ -1,0 +1,38 @@
+#pragma once
+
+#include "velsqllib/velsqllib.capnp.h"
+
+#include <kj/async-io.h>
+#include <kj/async-unix.h>
+
+#include <functional>
+
+/// Accepts this user's clients at a listening socket and serves each until it goes.
+class ClientHost : private kj::TaskSet::ErrorHandler
+{
+public:
+    static constexpr int MostClients = 1024;
+
+    ClientHost(kj::AsyncIoContext& io, int listener, wire::Library::Client library);
+
+    int ClientCount() const { return m_Clients; }
+    /// Called when the number of clients has changed.
+    void OnCountChanged(std::function<void()> action) { m_CountChanged = std::move(action); }
+
+private:
+    struct Client;
+
+    kj::Promise<void> AcceptAll();
+    void Accept();
+    void Serve(int socket);
+    void Count(int change);
+    void taskFailed(kj::Exception&& exception) override;
+
+    kj::AsyncIoContext& m_Io;
+    const int m_Listener;
+    kj::UnixEventPort::FdObserver m_Incoming;
+    wire::Library::Client m_Library;
+    std::function<void()> m_CountChanged;
+    int m_Clients = 0;
+    kj::TaskSet m_Tasks;
+};

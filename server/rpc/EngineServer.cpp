@@ -1,0 +1,76 @@
+#include "server/rpc/EngineServer.h"
+
+#include "server/rpc/ControllerServer.h"
+#include "server/rpc/HistoryServer.h"
+#include "server/rpc/ObjectDirectory.h"
+#include "velsqllib/WireText.h"
+
+LibraryServer::LibraryServer(Services& services)
+    : WireServer(services.Gate)
+    , m_Services(services)
+{
+}
+
+kj::Promise<void> LibraryServer::createEngine(CreateEngineContext context)
+{
+    context.getResults().setResult(m_Services.Objects.Engine());
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> LibraryServer::ping(PingContext)
+{
+    return kj::READY_NOW;
+}
+
+EngineServer::EngineServer(Services& services)
+    : WireServer(services.Gate)
+    , m_Services(services)
+{
+}
+
+kj::Promise<void> EngineServer::getController(GetControllerContext context)
+{
+    const QString name = NameArgument(context.getParams().getName(), m_Services.Objects);
+    context.getResults().setResult(m_Services.Objects.Controller(m_Services.World.Controller(name)));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> EngineServer::start(StartContext)
+{
+    m_Services.World.Start();
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> EngineServer::stop(StopContext)
+{
+    m_Services.World.Stop();
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> EngineServer::snapshot(SnapshotContext)
+{
+    m_Services.World.Snapshot();
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> EngineServer::execute(ExecuteContext context)
+{
+    auto result = m_Services.Commands.ExecuteOnEngine(FromWireText(context.getParams().getCommand()));
+    return result.then([this, context](const Variant& value) mutable {
+        WriteValue(value, context.getResults().initResult(), m_Services.Objects);
+    });
+}
+
+kj::Promise<void> EngineServer::getHistory(GetHistoryContext context)
+{
+    context.getResults().setResult(kj::heap<HistoryServer>(m_Services));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> EngineServer::getControllerNames(GetControllerNamesContext context)
+{
+    QStringList names;
+    for (const PlantControllerRef& controller : m_Services.World.Controllers()) names.append(controller->Name());
+    WriteValue(TextArray(names), context.getResults().initResult(), m_Services.Objects);
+    return kj::READY_NOW;
+}

@@ -1,0 +1,89 @@
+#include "server/rpc/HistoryServer.h"
+
+#include "server/rpc/ObjectDirectory.h"
+#include "velsqllib/WireText.h"
+
+namespace {
+
+constexpr qint32 MostResults = 256;
+
+} // namespace
+
+HistoryServer::HistoryServer(Services& services)
+    : WireServer(services.Gate)
+    , m_Services(services)
+{
+}
+
+kj::Promise<void> HistoryServer::execute(ExecuteContext context)
+{
+    if (m_Services.Objects.HeldResults >= MostResults)
+        throw ServerError(QStringLiteral("%1 results are held already.").arg(MostResults));
+    auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()));
+    return result.then([this, context](const ResultSpoolRef& spool) mutable {
+        context.getResults().setResult(kj::heap<ResultSetServer>(m_Services, spool));
+    });
+}
+
+kj::Promise<void> HistoryServer::getConnectionString(GetConnectionStringContext context)
+{
+    const QString text = m_Services.Records.ConnectionString(context.getParams().getIndex());
+    context.getResults().setResult(WireBytes(text));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> HistoryServer::getEnabled(GetEnabledContext context)
+{
+    context.getResults().setResult(m_Services.Records.IsEnabled());
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> HistoryServer::getMaxRecord(GetMaxRecordContext context)
+{
+    context.getResults().setResult(m_Services.Records.MaxRecord(context.getParams().getIndex()));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> HistoryServer::getTableName(GetTableNameContext context)
+{
+    const QString text = m_Services.Records.TableName(context.getParams().getIndex());
+    context.getResults().setResult(WireBytes(text));
+    return kj::READY_NOW;
+}
+
+ResultSetServer::ResultSetServer(Services& services, ResultSpoolRef spool)
+    : WireServer(services.Gate)
+    , m_Services(services)
+    , m_Spool(std::move(spool))
+{
+    ++m_Services.Objects.HeldResults;
+}
+
+ResultSetServer::~ResultSetServer()
+{
+    --m_Services.Objects.HeldResults;
+}
+
+kj::Promise<void> ResultSetServer::columns(ColumnsContext context)
+{
+    const QStringList& columns = m_Spool->Columns();
+    auto names = context.getResults().initNames(static_cast<uint>(columns.size()));
+    for (uint i = 0; i < names.size(); ++i) names.set(i, WireBytes(columns[i]));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> ResultSetServer::progress(ProgressContext context)
+{
+    const ResultProgress progress = m_Spool->Progress();
+    auto results = context.getResults();
+    results.setRowsSoFar(progress.RowsSoFar);
+    results.setComplete(progress.Complete);
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> ResultSetServer::pageOf(PageOfContext context)
+{
+    const auto bytes = m_Spool->PageOf(context.getParams().getRow());
+    context.getResults().setPage(bytes.asPtr());
+    return kj::READY_NOW;
+}

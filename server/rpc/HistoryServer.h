@@ -1,0 +1,43 @@
+#pragma once
+
+#include "server/rpc/Services.h"
+#include "server/rpc/WireServer.h"
+#include "velsqllib/velsqllib.capnp.h"
+
+/// The history as clients reach it.
+class HistoryServer : public WireServer<wire::History>
+{
+public:
+    explicit HistoryServer(Services& services);
+
+    kj::Promise<void> execute(ExecuteContext context) override;
+    kj::Promise<void> getConnectionString(GetConnectionStringContext context) override;
+    kj::Promise<void> getEnabled(GetEnabledContext context) override;
+    kj::Promise<void> getMaxRecord(GetMaxRecordContext context) override;
+    kj::Promise<void> getTableName(GetTableNameContext context) override;
+
+protected:
+    ObjectWay Way() const override { return {QStringLiteral("History"), {}, {}}; }
+
+private:
+    Services& m_Services;
+};
+
+/// A result's pages, handed out as they were spooled.
+class ResultSetServer : public WireServer<wire::ResultSet>
+{
+public:
+    ResultSetServer(Services& services, ResultSpoolRef spool);
+    ~ResultSetServer();
+
+    kj::Promise<void> columns(ColumnsContext context) override;
+    kj::Promise<void> progress(ProgressContext context) override;
+    kj::Promise<void> pageOf(PageOfContext context) override;
+
+protected:
+    ObjectWay Way() const override { return {QStringLiteral("ResultSet"), {}, {}}; }
+
+private:
+    Services& m_Services;
+    const ResultSpoolRef m_Spool;
+};
