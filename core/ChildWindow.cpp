@@ -31,6 +31,7 @@ ChildWindow::ChildWindow() = default;
 ChildWindow::~ChildWindow()
 {
     OpenForms().removeOne(this);
+    if (m_Frame) m_Frame->deleteLater();
 }
 
 const QList<ChildWindow*>& ChildWindow::Forms()
@@ -61,9 +62,12 @@ ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node
 void ChildWindow::Host()
 {
     QMdiArea& area = modMain::GetMainWindow()->ChildArea();
+    const QSize designed = size();
+    const bool isDesigned = testAttribute(Qt::WA_Resized);
     m_Frame = area.addSubWindow(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
     m_Frame->hide();
+    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins()));
 }
 
 void ChildWindow::ShowForm()
@@ -98,7 +102,6 @@ void ChildWindow::Release()
 {
     RunFormUnload();
     if (m_Frame) m_Frame->deleteLater();
-    else deleteLater();
 }
 
 void ChildWindow::RunFormUnload()

@@ -7,7 +7,9 @@
 #include <QLineEdit>
 #include <QStandardPaths>
 
+#include <algorithm>
 #include <chrono>
+#include <utility>
 
 #include <sys/resource.h>
 #include <syslog.h>
@@ -22,6 +24,11 @@ constexpr int NormalPriorityNice = 0;
 Platform g_Default;
 Platform* g_Platform = &g_Default;
 
+bool IsDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
 /// Drops typed characters that are no digits; everything else, paste included, goes its way.
 class DigitsOnly : public QObject
 {
@@ -30,12 +37,19 @@ public:
 
     bool eventFilter(QObject* /*watched*/, QEvent* event) override
     {
+        if (event->type() == QEvent::InputMethod)
+            return Refuses(static_cast<QInputMethodEvent*>(event)->commitString());
         if (event->type() != QEvent::KeyPress) return false;
         const auto* key = static_cast<QKeyEvent*>(event);
-        const bool shortcut = key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
-        const QString text = key->text();
-        return !shortcut && !text.isEmpty() && text.front().isPrint() &&
-               !(text.front() >= u'0' && text.front() <= u'9');
+        const bool isCommand = key->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+        return !isCommand && Refuses(key->text());
+    }
+
+private:
+    static bool Refuses(const QString& typed)
+    {
+        return std::any_of(typed.begin(), typed.end(),
+                           [](QChar c) { return !IsDigit(c) && c.category() != QChar::Other_Control; });
     }
 };
 
@@ -106,6 +120,7 @@ QString WritableProgramFolder()
 
 void SetNumberOnly(QLineEdit* field)
 {
+    field->setInputMethodHints(field->inputMethodHints() | Qt::ImhDigitsOnly);
     field->installEventFilter(new DigitsOnly(field));
 }
 

@@ -1,28 +1,80 @@
 #include "core/modFields.h"
 
 #include "core/automation/NumberText.h"
+#include "core/FieldColour.h"
 #include "core/LogPane.h"
 #include "core/modMain.h"
-#include "core/PropertyGrid.h"
 
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QLineEdit>
+#include <QTextDocumentFragment>
 #include <QTextEdit>
 
 namespace modMain {
 
+namespace {
+
+/// A text box of any kind, as it is selected from and typed into.
+struct EditBox
+{
+    explicit EditBox(const QWidget* widget)
+        : Line(qobject_cast<QLineEdit*>(const_cast<QWidget*>(widget)))
+        , Log(qobject_cast<LogPane*>(const_cast<QWidget*>(widget)))
+        , Plain(qobject_cast<QPlainTextEdit*>(const_cast<QWidget*>(widget)))
+        , Rich(qobject_cast<QTextEdit*>(const_cast<QWidget*>(widget)))
+    {
+    }
+
+    QTextCursor Cursor() const { return Plain ? Plain->textCursor() : Rich ? Rich->textCursor() : QTextCursor(); }
+
+    bool HasSelection() const { return Line ? Line->hasSelectedText() : Cursor().hasSelection(); }
+
+    QString SelectedText() const
+    {
+        if (Line) return Line->selectedText();
+        return Log ? Log->SelectedText() : Cursor().selection().toPlainText();
+    }
+
+    bool IsReadOnly() const
+    {
+        return Line ? Line->isReadOnly() : Plain ? Plain->isReadOnly() : !Rich || Rich->isReadOnly();
+    }
+
+    void ReplaceSelection(const QString& text) const
+    {
+        if (Line) Line->insert(text);
+        else if (Log) Log->ReplaceSelection(text);
+        else Cursor().insertText(text);
+    }
+
+    void Clear() const
+    {
+        if (Line) Line->clear();
+        else if (Plain) Plain->clear();
+        else if (Rich) Rich->clear();
+    }
+
+    QLineEdit* Line;
+    LogPane* Log;
+    QPlainTextEdit* Plain;
+    QTextEdit* Rich;
+};
+
+} // namespace
+
 void EnableField(QWidget* control)
 {
     control->setEnabled(true);
-    control->setBackgroundRole(QPalette::Base);
+    FieldColour::Set(control, QPalette::Base);
 }
 
 void DisableField(QWidget* control)
 {
     control->setEnabled(false);
-    control->setBackgroundRole(QPalette::Button);
+    FieldColour::Set(control, QPalette::Button);
 }
 
 void EnableFields(bool enable, std::initializer_list<QWidget*> controls)
@@ -48,49 +100,51 @@ void SelectAllText(QLineEdit* box)
     box->setSelection(0, static_cast<int>(box->text().size()));
 }
 
-void CopyCellToClipboard(const PropertyGrid* grid)
+void CopyCellToClipboard(const QAbstractItemView* grid)
 {
     QGuiApplication::clipboard()->clear();
-    QGuiApplication::clipboard()->setText(grid->CellText(grid->currentRow(), grid->currentColumn()));
+    const QModelIndex cell = grid->currentIndex();
+    if (cell.isValid()) QGuiApplication::clipboard()->setText(cell.data().toString());
 }
 
 bool IsEditBox(const QWidget* widget)
 {
-    return qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QPlainTextEdit*>(widget) ||
-           qobject_cast<const QTextEdit*>(widget);
+    const EditBox box(widget);
+    return box.Line || box.Plain || box.Rich;
 }
 
 bool HasSelection(const QWidget* editBox)
 {
-    if (const auto* line = qobject_cast<const QLineEdit*>(editBox)) return line->hasSelectedText();
-    if (const auto* plain = qobject_cast<const QPlainTextEdit*>(editBox)) return plain->textCursor().hasSelection();
-    if (const auto* rich = qobject_cast<const QTextEdit*>(editBox)) return rich->textCursor().hasSelection();
-    return false;
+    return EditBox(editBox).HasSelection();
 }
 
 bool IsReadOnly(const QWidget* editBox)
 {
-    return editBox->property("readOnly").toBool();
+    return !editBox->isEnabled() || EditBox(editBox).IsReadOnly();
 }
 
 void EditCut()
 {
-    if (QWidget* box = ActiveEditBox) QMetaObject::invokeMethod(box, "cut");
+    EditCopy();
+    if (ActiveEditBox && !IsReadOnly(ActiveEditBox)) EditBox(ActiveEditBox).ReplaceSelection(QString());
 }
 
 void EditCopy()
 {
-    if (QWidget* box = ActiveEditBox) QMetaObject::invokeMethod(box, "copy");
+    if (!ActiveEditBox) return;
+    const QString text = EditBox(ActiveEditBox).SelectedText();
+    if (!text.isEmpty()) QGuiApplication::clipboard()->setText(text);
 }
 
 void EditPaste()
 {
-    if (QWidget* box = ActiveEditBox) QMetaObject::invokeMethod(box, "paste");
+    if (!ActiveEditBox || IsReadOnly(ActiveEditBox)) return;
+    EditBox(ActiveEditBox).ReplaceSelection(QGuiApplication::clipboard()->text());
 }
 
 void ClearTextBox(QWidget* editBox)
 {
-    if (editBox) QMetaObject::invokeMethod(editBox, "clear");
+    EditBox(editBox).Clear();
 }
 
 } // namespace modMain

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-class PropertyGrid;
+class QAbstractItemView;
 class QCheckBox;
 class QLineEdit;
 class QWidget;
@@ -27,15 +27,17 @@ bool NormalizeIntegerText(QString& text);
 void SelectAllText(QLineEdit* box);
 
 /// Puts the current cell's text on the clipboard; errors are ignored.
-void CopyCellToClipboard(const PropertyGrid* grid);
+void CopyCellToClipboard(const QAbstractItemView* grid);
 
 /// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit, QPlainTextEdit or QTextEdit, also the
 /// editor inside a combo or spin box.
 bool IsEditBox(const QWidget* widget);
 bool HasSelection(const QWidget* editBox);
+/// Whether the operator cannot change the text: read-only or disabled.
 bool IsReadOnly(const QWidget* editBox);
 
-/// Clipboard operations on ActiveEditBox; without one they do nothing. A copy of nothing leaves the clipboard as it was.
+/// Clipboard operations on ActiveEditBox; without one they do nothing. A copy of nothing leaves the clipboard as it was; pasting an
+/// empty clipboard deletes the selection; what the operator cannot change is neither cut nor pasted into.
 void EditCut();
 void EditCopy();
 void EditPaste();

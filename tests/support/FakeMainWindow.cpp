@@ -2,6 +2,8 @@
 
 #include "core/modMain.h"
 
+#include <QCoreApplication>
+#include <QEvent>
 #include <QRegularExpression>
 #include <QVBoxLayout>
 
@@ -20,6 +22,7 @@ FakeMainWindow::FakeMainWindow()
 FakeMainWindow::~FakeMainWindow()
 {
     delete m_Area; // the child windows go first, as when the console is closed
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     modMain::Reset();
     modMain::SetMainWindow(nullptr);
 }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QObject>
+#include <QPalette>
+
+class QWidget;
+
+/// The ground colour of one input field, taken from the palette around it: it follows when the desktop's colours change.
+class FieldColour : public QObject
+{
+public:
+    /// Paints the ground of `field` in the colour that `source` has, window background (Base) or button face (Button).
+    static void Set(QWidget* field, QPalette::ColorRole source);
+
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    explicit FieldColour(QWidget* field);
+    void Apply();
+
+    QWidget* m_Field;
+    QPalette::ColorRole m_Source = QPalette::Base;
+    bool m_Applying = false;
+};

@@ -1,0 +1,221 @@
+#include "core/ChildWindow.h"
+#include "core/modMain.h"
+#include "tests/support/FakeMainWindow.h"
+#include "tests/support/PrintQt.h"
+
+#include <QCoreApplication>
+#include <QMdiSubWindow>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+/// A window whose load does what the test says, and that tells what happens to it.
+class TestWindow : public ChildWindow
+{
+public:
+    TestWindow() { resize(300, 200); }
+    ~TestWindow() override { Told << QStringLiteral("deleted"); }
+
+    QMdiSubWindow* Frame() const { return qobject_cast<QMdiSubWindow*>(parentWidget()); }
+    bool IsInFront() const
+    {
+        return isVisible() && Frame()->isVisible() && !Frame()->isMinimized() &&
+               modMain::GetMainWindow()->ChildArea().activeSubWindow() == Frame();
+    }
+    void UnloadBySelf()
+    {
+        Unload();
+        Told << QStringLiteral("still here");
+        m_TreeNode.reset();
+    }
+
+    inline static QStringList Told;
+    inline static std::function<bool(TestWindow&)> OnLoad;
+    bool m_MayClose = true;
+
+protected:
+    bool Load() override { return !OnLoad || OnLoad(*this); }
+    void FormUnload() override { Told << QStringLiteral("unloaded"); }
+    bool MayClose() const override { return m_MayClose; }
+};
+
+class ChildWindows : public ::testing::Test
+{
+protected:
+    ChildWindows()
+        : m_Controller(m_Main->BuildTree({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")})->Child(0))
+    {
+        TestWindow::Told.clear();
+        TestWindow::OnLoad = nullptr;
+        m_Main->Widget()->show();
+    }
+
+    QPointer<TestWindow> Open(int item) { return ChildWindow::Open<TestWindow>(m_Controller->Child(item)); }
+    QPointer<TestWindow> Show(int item)
+    {
+        const QPointer<TestWindow> form = Open(item);
+        form->ShowForm();
+        return form;
+    }
+    static void BackInTheEventLoop()
+    {
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+    /// Nothing of any window is left, and `windows` of them were unloaded and then deleted.
+    void ExpectAllGone(int windows)
+    {
+        EXPECT_TRUE(ChildWindow::Forms().isEmpty());
+        EXPECT_TRUE(m_Main->ChildArea().subWindowList().isEmpty());
+        BackInTheEventLoop();
+        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("unloaded")), windows);
+        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("deleted")), windows);
+    }
+
+    std::unique_ptr<FakeMainWindow> m_Main = std::make_unique<FakeMainWindow>();
+    TreeNodeRef m_Controller;
+};
+
+TEST_F(ChildWindows, OpenHiddenAndAreBroughtUp)
+{
+    const auto a = Open(0);
+    EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{a});
+    EXPECT_EQ(a->m_TreeNode, m_Controller->Child(0));
+    BackInTheEventLoop();
+    EXPECT_FALSE(a->isVisible() || a->Frame()->isVisible());
+    a->ShowForm();
+    EXPECT_TRUE(a->IsInFront());
+    EXPECT_EQ(a->size(), QSize(300, 200)) << "As large as it was drawn.";
+
+    const auto b = Show(1);
+    EXPECT_TRUE(b->IsInFront());
+    a->ShowForm(); // covered
+    EXPECT_TRUE(a->IsInFront());
+    b->HideForm();
+    b->ShowForm();
+    EXPECT_TRUE(b->IsInFront());
+    a->Frame()->showMinimized();
+    a->ShowForm();
+    EXPECT_TRUE(a->IsInFront());
+    a->Frame()->showMaximized();
+    b->ShowForm();
+    EXPECT_TRUE(b->IsInFront());
+}
+
+TEST_F(ChildWindows, HidingHandsActivationOnAndKeepsTheWindowLoaded)
+{
+    const auto a = Show(0);
+    const auto b = Show(1);
+    const auto c = Show(2);
+    b->ShowForm();
+    c->Frame()->showMinimized();
+    b->ShowForm();
+    b->HideForm();
+    EXPECT_FALSE(b->isVisible() || b->Frame()->isVisible());
+    EXPECT_TRUE(a->IsInFront()) << "Neither hidden nor minimised windows take over.";
+    a->HideForm();
+    EXPECT_EQ(m_Main->ChildArea().activeSubWindow(), nullptr);
+    EXPECT_EQ(ChildWindow::Forms(), (QList<ChildWindow*>{a, b, c}));
+    EXPECT_EQ(TestWindow::Told, QStringList());
+}
+
+TEST_F(ChildWindows, AreFoundByNodeInOpeningOrder)
+{
+    const auto none = QPointer<TestWindow>(ChildWindow::Open<TestWindow>(TreeNodeRef()));
+    const auto a = Open(0);
+    const auto b = Open(1);
+    const auto again = Open(1);
+    EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(0)->Key()), a);
+    EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(1)->Key()), b);
+    b->Unload();
+    EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(1)->Key()), again);
+    EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(2)->Key()), nullptr);
+    EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(0)->Key().toLower()), nullptr);
+    EXPECT_EQ(modMain::FindFormByNode(QString()), nullptr);
+}
+
+TEST_F(ChildWindows, ThatCannotLoadLeaveNothingBehind)
+{
+    TestWindow::OnLoad = [](TestWindow&) { return false; };
+    EXPECT_EQ(Open(0), nullptr);
+    TestWindow::OnLoad = [](TestWindow&) -> bool { throw ServerError(QStringLiteral("unknown")); };
+    EXPECT_THROW(Open(0), ServerError);
+    TestWindow::OnLoad = [](TestWindow& form) {
+        form.ShowForm();
+        form.Unload();
+        return true;
+    };
+    EXPECT_EQ(Open(0), nullptr);
+    ExpectAllGone(3);
+}
+
+TEST_F(ChildWindows, StayWholeWhileTheirLoadLetsOtherEventsRun)
+{
+    TestWindow::OnLoad = [this](TestWindow& form) {
+        EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(0)->Key()), &form) << "A second Show finds it.";
+        QMetaObject::invokeMethod(qApp, &ChildWindow::UnloadAll, Qt::QueuedConnection);
+        for (int i = 0; i < 3; ++i) BackInTheEventLoop();
+        EXPECT_TRUE(form.IsUnloading());
+        form.ShowForm();
+        EXPECT_FALSE(form.isVisible());
+        TestWindow::Told << QStringLiteral("load went on");
+        return true;
+    };
+    EXPECT_EQ(Open(0), nullptr);
+    EXPECT_EQ(TestWindow::Told, QStringList({QStringLiteral("load went on"), QStringLiteral("unloaded")}));
+    ExpectAllGone(1);
+}
+
+TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMay)
+{
+    const auto a = Show(0);
+    const auto b = Show(1);
+    b->m_MayClose = false;
+    b->Frame()->close();
+    EXPECT_TRUE(b->IsInFront());
+    b->m_MayClose = true;
+    b->Frame()->close();
+    EXPECT_TRUE(a->IsInFront());
+    a->Frame()->close();
+    ExpectAllGone(2);
+}
+
+TEST_F(ChildWindows, UnloadInsideTheirOwnProcedures)
+{
+    const auto a = Show(0);
+    a->UnloadBySelf();
+    a->Unload();
+    a->ShowForm();
+    EXPECT_FALSE(a->isVisible());
+    EXPECT_EQ(TestWindow::Told, QStringList({QStringLiteral("unloaded"), QStringLiteral("still here")}));
+    ExpectAllGone(1);
+}
+
+TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
+{
+    const std::function<void()> waysToCloseAll[] = {
+        &ChildWindow::UnloadAll,
+        [this] { m_Main->ChildArea().closeAllSubWindows(); },
+        [] {
+            while (!ChildWindow::Forms().isEmpty()) delete ChildWindow::Forms().constFirst();
+        },
+        [this] { m_Main.reset(); },
+    };
+    for (const auto& closeAll : waysToCloseAll) {
+        TestWindow::Told.clear();
+        Show(0);
+        Show(1)->HideForm();
+        Open(2);
+        closeAll();
+        EXPECT_TRUE(ChildWindow::Forms().isEmpty());
+        BackInTheEventLoop();
+        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("unloaded")), 3);
+        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("deleted")), 3);
+        EXPECT_TRUE(!m_Main || m_Main->ChildArea().subWindowList().isEmpty());
+    }
+}
+
+} // namespace

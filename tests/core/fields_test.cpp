@@ -1,0 +1,259 @@
+#include "core/automation/Errors.h"
+#include "core/ListBox.h"
+#include "core/modAPI.h"
+#include "core/modFields.h"
+#include "core/modMain.h"
+#include "core/PropertyGrid.h"
+#include "tests/support/FakeMainWindow.h"
+#include "tests/support/PrintQt.h"
+
+#include <QApplication>
+#include <QCheckBox>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QTest>
+#include <QTextEdit>
+#include <QVBoxLayout>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QClipboard& Clipboard()
+{
+    return *QApplication::clipboard();
+}
+
+/// Every kind of text box, each with "one two" and "one" selected.
+class Edit : public ::testing::Test
+{
+protected:
+    Edit()
+    {
+        m_Line.setText(QStringLiteral("one two"));
+        m_Line.setSelection(0, 3);
+        modMain::ClearTextBox(&m_Main.Log());
+        m_Main.Log().ReplaceSelection(QStringLiteral("one two"));
+        m_Plain.setPlainText(QStringLiteral("one two"));
+        m_Rich.setPlainText(QStringLiteral("one two"));
+        const auto select = [](auto& box) {
+            QTextCursor cursor = box.textCursor();
+            cursor.setPosition(0);
+            cursor.setPosition(3, QTextCursor::KeepAnchor);
+            box.setTextCursor(cursor);
+        };
+        select(m_Main.Log());
+        select(m_Plain);
+        select(m_Rich);
+        Clipboard().setText(QStringLiteral("before"));
+    }
+
+    static QString TextOf(const QWidget* box)
+    {
+        const QVariant line = box->property("text");
+        return line.isValid() ? line.toString() : box->property("plainText").toString();
+    }
+
+    FakeMainWindow m_Main;
+    QLineEdit m_Line;
+    QPlainTextEdit m_Plain;
+    QTextEdit m_Rich;
+    const QList<QWidget*> m_Boxes = {&m_Line, &m_Main.Log(), &m_Plain, &m_Rich};
+};
+
+TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBox)
+{
+    for (QWidget* box : m_Boxes) {
+        SCOPED_TRACE(box->metaObject()->className());
+        modMain::ActiveEditBox = box;
+        EXPECT_TRUE(modMain::IsEditBox(box) && modMain::HasSelection(box) && !modMain::IsReadOnly(box));
+        modMain::EditCopy();
+        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
+        EXPECT_EQ(TextOf(box), QStringLiteral("one two"));
+        Clipboard().setText(QStringLiteral("before"));
+        modMain::EditCut();
+        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
+        EXPECT_EQ(TextOf(box), QStringLiteral(" two"));
+        EXPECT_FALSE(modMain::HasSelection(box));
+        modMain::EditPaste();
+        EXPECT_EQ(TextOf(box), QStringLiteral("one two"));
+        modMain::ClearTextBox(box);
+        EXPECT_EQ(TextOf(box), QString());
+        Clipboard().setText(QStringLiteral("before"));
+        modMain::EditCut();
+        modMain::EditCopy();
+        EXPECT_EQ(Clipboard().text(), QStringLiteral("before")) << "Nothing was selected.";
+    }
+}
+
+TEST_F(Edit, PastingAnEmptyClipboardDeletesTheSelection)
+{
+    Clipboard().clear();
+    for (QWidget* box : m_Boxes) {
+        modMain::ActiveEditBox = box;
+        modMain::EditPaste();
+        EXPECT_EQ(TextOf(box), QStringLiteral(" two")) << box->metaObject()->className();
+    }
+}
+
+TEST_F(Edit, WhatTheOperatorCannotChangeIsOnlyCopied)
+{
+    m_Line.setReadOnly(true);
+    m_Main.Log().setReadOnly(true);
+    m_Plain.setEnabled(false);
+    m_Rich.setReadOnly(true);
+    for (QWidget* box : m_Boxes) {
+        modMain::ActiveEditBox = box;
+        EXPECT_TRUE(modMain::IsReadOnly(box));
+        Clipboard().setText(QStringLiteral("before"));
+        modMain::EditPaste();
+        modMain::EditCut();
+        EXPECT_EQ(TextOf(box), QStringLiteral("one two")) << box->metaObject()->className();
+        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
+    }
+}
+
+TEST_F(Edit, HasNoTargetBeforeATextBoxWasUsedAndAfterItWent)
+{
+    auto gone = std::make_unique<QLineEdit>(QStringLiteral("gone"));
+    modMain::ActiveEditBox = gone.get();
+    gone.reset();
+    for (const auto& routine : {modMain::EditCut, modMain::EditCopy, modMain::EditPaste}) routine();
+    EXPECT_EQ(Clipboard().text(), QStringLiteral("before"));
+}
+
+TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
+{
+    LogPane& log = m_Main.Log();
+    modMain::ClearTextBox(&log);
+    const QString lines = QStringLiteral("a\r\nb\nc\rd");
+    log.Append(lines);
+    modMain::ActiveEditBox = &log;
+    log.selectAll();
+    modMain::EditCut();
+    EXPECT_EQ(Clipboard().text(), lines);
+    EXPECT_EQ(log.Text(), QString());
+    modMain::EditPaste();
+    log.paste();
+    EXPECT_EQ(log.Text(), lines + lines);
+
+    log.SetCapacity(lines.size() * 2 + 5);
+    modMain::EditPaste();
+    EXPECT_EQ(log.Text(), lines + lines) << "What does not fit changes nothing.";
+}
+
+/// The colour of the middle of a field, as painted.
+QColor Ground(QWidget& field)
+{
+    const QImage image = field.grab().toImage();
+    return image.pixelColor(image.width() / 2, image.height() / 2);
+}
+
+TEST(Fields, AreLockedAndUnlockedByStateAndColour)
+{
+    QWidget window;
+    QVBoxLayout layout(&window);
+    QLineEdit line;
+    ListBox list;
+    QPlainTextEdit text;
+    for (QWidget* field : QList<QWidget*>{&line, &list, &text}) layout.addWidget(field);
+    window.resize(400, 300);
+    window.show();
+
+    QPalette light = QApplication::palette();
+    light.setColor(QPalette::Base, QColor(250, 250, 255));
+    light.setColor(QPalette::Button, QColor(200, 200, 190));
+    QPalette dark = light;
+    dark.setColor(QPalette::Base, QColor(20, 20, 30));
+    dark.setColor(QPalette::Button, QColor(80, 80, 70));
+    for (const bool before : {true, false}) {
+        modMain::EnableFields(before, {&line, &list, &text});
+        for (const QPalette& colours : {light, dark, light}) { // the desktop's colours change while the window is open
+            window.setPalette(colours);
+            for (const bool enable : {before, !before, before}) {
+                modMain::EnableFields(enable, {&line, &list, &text});
+                const QColor expected = colours.color(enable ? QPalette::Base : QPalette::Button);
+                EXPECT_EQ(line.isEnabled() && list.isEnabled() && text.isEnabled(), enable);
+                EXPECT_EQ(Ground(line).name().toStdString(), expected.name().toStdString());
+                EXPECT_EQ(Ground(text).name().toStdString(), expected.name().toStdString());
+                EXPECT_EQ(list.palette().color(QPalette::Button).name().toStdString(), expected.name().toStdString());
+            }
+        }
+    }
+}
+
+TEST(Fields, OnlyATickIsTrue)
+{
+    QCheckBox box;
+    box.setTristate();
+    for (const auto state : {Qt::Unchecked, Qt::PartiallyChecked, Qt::Checked}) {
+        box.setCheckState(state);
+        EXPECT_EQ(modMain::CheckToBool(&box), state == Qt::Checked);
+    }
+}
+
+TEST(Fields, IntegerTextIsNormalised)
+{
+    struct
+    {
+        const char* Text;
+        bool Accepted;
+        const char* Result;
+    } const cases[] = {{"12", true, "12"},
+                       {" 007 ", true, "7"},
+                       {"2.5", true, "2"},
+                       {"3.5", true, "4"},
+                       {"-0.5", true, "0"},
+                       {"-1.5", true, "-2"},
+                       {"1e3", true, "1000"},
+                       {"12abc", false, "12abc"},
+                       {"abc", false, "abc"},
+                       {"", false, ""},
+                       {".", false, "."},
+                       {"1,5", false, "1,5"},
+                       {"2147483647.4", true, "2147483647"},
+                       {"-2147483648", true, "-2147483648"}};
+    for (const auto& [given, accepted, result] : cases) {
+        QString text = QString::fromLatin1(given);
+        EXPECT_EQ(modMain::NormalizeIntegerText(text), accepted) << given;
+        EXPECT_EQ(text, QString::fromLatin1(result));
+    }
+    for (const char* beyond : {"3000000000", "2147483647.5", "-2147483649", "1e400"}) {
+        QString text = QString::fromLatin1(beyond);
+        EXPECT_THROW(modMain::NormalizeIntegerText(text), ValueError) << beyond;
+        EXPECT_EQ(text, QString::fromLatin1(beyond));
+    }
+}
+
+TEST(Fields, TheCurrentCellIsCopiedAsPlainText)
+{
+    PropertyGrid grid;
+    grid.Lay({{QStringLiteral("Name"), [] { return QString(); }}}, {1300, 0});
+    grid.SetValueText(0, QStringLiteral("<b>two</b>\nlines"));
+    modMain::CopyCellToClipboard(&grid);
+    EXPECT_EQ(Clipboard().text(), QStringLiteral("<b>two</b>\nlines"));
+    grid.setCurrentCell(-1, -1);
+    modMain::CopyCellToClipboard(&grid);
+    EXPECT_EQ(Clipboard().text(), QString());
+}
+
+TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
+{
+    QLineEdit field;
+    modAPI::SetNumberOnly(&field);
+    QTest::keyClicks(&field, QStringLiteral("1a-2.b3 e"));
+    for (const QString& typed : {QStringLiteral("\u0663"), QStringLiteral("\U0001F600")}) {
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, typed);
+        QCoreApplication::sendEvent(&field, &press);
+    }
+    EXPECT_EQ(field.text(), QStringLiteral("123"));
+    QTest::keyClick(&field, Qt::Key_Backspace);
+    Clipboard().setText(QStringLiteral("x1"));
+    QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(field.text(), QStringLiteral("12x1"));
+    modMain::SelectAllText(&field);
+    EXPECT_EQ(field.selectedText(), QStringLiteral("12x1"));
+}
+
+} // namespace

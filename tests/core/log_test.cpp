@@ -1,0 +1,154 @@
+#include "core/modFields.h"
+#include "core/modMain.h"
+#include "tests/support/FakeMainWindow.h"
+#include "tests/support/PrintQt.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Log : public ::testing::Test
+{
+protected:
+    QString Text() { return m_Main.Log().Text(); }
+    void Add(const QStringList& messages)
+    {
+        for (const QString& message : messages) modMain::AddLog(message);
+    }
+
+    FakeMainWindow m_Main;
+};
+
+TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGiven)
+{
+    const QString nulAndLoneSurrogates =
+        QStringLiteral("a") + QChar(0) + QChar(0xD83D) + QStringLiteral("b") + QChar(0xDE00);
+    struct
+    {
+        QStringList Messages;
+        QString Text;
+    } const cases[] = {
+        {{QStringLiteral("Calling Engine:Start..."), QStringLiteral("Succeeded.")},
+         QStringLiteral("0 : Calling Engine:Start...\r\n1 : Succeeded.\r\n")},
+        {{QString(), QStringLiteral("x")}, QStringLiteral("0 : \r\n1 : x\r\n")},
+        {{QStringLiteral("two\r\nlines")}, QStringLiteral("0 : two\r\nlines\r\n")},
+        {{QStringLiteral("\n\r\r\n\n\n"), QStringLiteral("x")}, QStringLiteral("0 : \n\r\r\n\n\n\r\n1 : x\r\n")},
+        {{QStringLiteral("a\u2029b\u2028c\uFDD0d\uFDD1e\uFFFCf\u00A0g")},
+         QStringLiteral("0 : a\u2029b\u2028c\uFDD0d\uFDD1e\uFFFCf\u00A0g\r\n")},
+        {{nulAndLoneSurrogates}, QStringLiteral("0 : ") + nulAndLoneSurrogates + QStringLiteral("\r\n")},
+        {{QStringLiteral("<b>&amp;</b><img src=\"x\">")}, QStringLiteral("0 : <b>&amp;</b><img src=\"x\">\r\n")},
+        {{QStringLiteral("\U0001F600").repeated(9000), QStringLiteral("x")},
+         QStringLiteral("0 : ") + QStringLiteral("\U0001F600").repeated(9000) + QStringLiteral("\r\n1 : x\r\n")},
+    };
+    for (const auto& [messages, text] : cases) {
+        FakeMainWindow main;
+        main.Widget()->show();
+        for (const QString& message : messages) modMain::AddLog(message);
+        QCoreApplication::processEvents(); // painted
+        EXPECT_EQ(main.Log().Text(), text);
+        EXPECT_EQ(main.Status(), QStringLiteral("Ready."));
+        main.Log().selectAll();
+        main.Log().copy();
+        EXPECT_EQ(QGuiApplication::clipboard()->text(), text);
+    }
+}
+
+TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
+{
+    for (int i = 0; i < 200; ++i) modMain::AddLog(QStringLiteral("before the first show"));
+    m_Main.Widget()->show();
+    QCoreApplication::processEvents();
+    const auto newestIsSeen = [this] { return m_Main.Log().viewport()->rect().contains(m_Main.Log().cursorRect()); };
+    EXPECT_TRUE(newestIsSeen());
+    m_Main.Widget()->resize(400, 300);
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(newestIsSeen());
+
+    m_Main.Log().selectAll();
+    m_Main.Log().moveCursor(QTextCursor::Start);
+    EXPECT_FALSE(newestIsSeen() && m_Main.Log().textCursor().atEnd());
+    modMain::AddLog(QStringLiteral("newest"));
+    EXPECT_TRUE(newestIsSeen());
+    EXPECT_TRUE(m_Main.Log().textCursor().atEnd());
+    EXPECT_FALSE(m_Main.Log().textCursor().hasSelection());
+}
+
+TEST_F(Log, GoesOnBehindWhatTheOperatorTyped)
+{
+    Add({QStringLiteral("a")});
+    QTest::keyClicks(&m_Main.Log(), QStringLiteral("note"));
+    Add({QStringLiteral("b")});
+    EXPECT_EQ(Text(), QStringLiteral("0 : a\r\nnote1 : b\r\n"));
+
+    QTest::keyClick(&m_Main.Log(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(Text(), QStringLiteral("0 : a\r\nnote1 : b\r\n")) << "Undoing must not take log lines back.";
+
+    QTest::keyClick(&m_Main.Log(), Qt::Key_Return);
+    Add({QStringLiteral("c")});
+    EXPECT_EQ(Text(), QStringLiteral("0 : a\r\nnote1 : b\r\n\r\n2 : c\r\n"));
+}
+
+TEST_F(Log, EditedLinesReadAsTheyAreShown)
+{
+    const QString longLine(LogPane::LongestShownLine + 10, u'x');
+    Add({QStringLiteral("one\ntwo"), longLine});
+    m_Main.Log().moveCursor(QTextCursor::Start);
+    QTest::keyClick(&m_Main.Log(), Qt::Key_Delete);
+    EXPECT_EQ(Text(), QStringLiteral(" : one\r\ntwo\r\n1 : ") + longLine + QStringLiteral("\r\n"));
+
+    m_Main.Log().moveCursor(QTextCursor::End);
+    for (int i = 0; i < 2; ++i)
+        QTest::keyClick(&m_Main.Log(), Qt::Key_Backspace); // joins with the long line's second part
+    QTest::keyClicks(&m_Main.Log(), QStringLiteral("y"));
+    Add({QStringLiteral("z")});
+    EXPECT_EQ(Text(), QStringLiteral(" : one\r\ntwo\r\n1 : ") + longLine.chopped(1) + QStringLiteral("y2 : z\r\n"));
+}
+
+TEST_F(Log, NumbersGoOnAfterClearing)
+{
+    Add({QStringLiteral("a\nb"), QStringLiteral("c")});
+    modMain::ClearTextBox(&m_Main.Log());
+    EXPECT_EQ(Text(), QString());
+    Add({QStringLiteral("d")});
+    EXPECT_EQ(Text(), QStringLiteral("2 : d\r\n"));
+}
+
+TEST_F(Log, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
+{
+    const QString first = QStringLiteral("0 : a\nb\r\n");
+    m_Main.Log().SetCapacity(first.size() + 1); // the lone line feed counts two
+    Add({QStringLiteral("a\nb"), QStringLiteral("c")});
+    EXPECT_EQ(Text(), first);
+    EXPECT_EQ(modMain::LogLineCount, 1);
+    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({QStringLiteral("Ready."), QStringLiteral("Log buffer overflow.")}));
+
+    modMain::ClearTextBox(&m_Main.Log());
+    Add({QStringLiteral("c")});
+    EXPECT_EQ(Text(), QStringLiteral("1 : c\r\n"));
+    EXPECT_EQ(m_Main.Status(), QStringLiteral("Ready."));
+}
+
+TEST_F(Log, TheCounterNeverWraps)
+{
+    modMain::LogLineCount = 2147483646;
+    Add({QStringLiteral("last"), QStringLiteral("none"), QStringLiteral("none")});
+    EXPECT_EQ(Text(), QStringLiteral("2147483646 : last\r\n"));
+    EXPECT_EQ(modMain::LogLineCount, 2147483647);
+    EXPECT_EQ(m_Main.Status(), QStringLiteral("Log buffer overflow."));
+}
+
+TEST_F(Log, WithoutAMainWindowLoggingDoesNothing)
+{
+    modMain::SetMainWindow(nullptr);
+    Add({QStringLiteral("a")});
+    modMain::Announce(u"Engine", u"Start");
+    modMain::SetMainWindow(&m_Main);
+    EXPECT_EQ(Text(), QString());
+    EXPECT_EQ(modMain::LogLineCount, 0);
+}
+
+} // namespace
