@@ -1,0 +1,72 @@
+#pragma once
+
+#include "core/ChildWindow.h"
+#include "mainwindow/frmMDI.h"
+#include "tests/support/FakeServer.h"
+#include "tests/support/PrintQt.h"
+
+#include <QMessageBox>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+using namespace Qt::StringLiterals;
+
+/// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items); message boxes are
+/// answered by the test.
+class Console : public ::testing::Test
+{
+protected:
+    Console();
+    ~Console() override;
+
+    /// Runs the start routine; the calls that it took stay recorded.
+    void Start();
+    /// Starts, forgets the calls, and waits until the window is active.
+    void StartActive();
+    /// A main window that was not loaded, with windows of the test's own.
+    void Create(ObjectWindows windows);
+
+    template <typename T>
+    T& Control(const char* name)
+    {
+        T* control = m_Main->findChild<T*>(QString::fromLatin1(name));
+        EXPECT_TRUE(control) << name;
+        return *control;
+    }
+    ObjectTreeView& Tree() { return Control<ObjectTreeView>("treeObject"); }
+    /// Chooses an entry or button as it is after the next check.
+    void Trigger(const char* action);
+    bool IsEnabled(const char* action) { return Control<QAction>(action).isEnabled(); }
+    /// A panel of the status bar: 1 to 3.
+    QString Panel(int number);
+    QStringList Panels() { return {Panel(1), Panel(2), Panel(3)}; }
+    QString Log() { return m_Main->Log().Text(); }
+    QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
+    QStringList TakeBoxes() { return std::exchange(m_Boxes, {}); }
+
+    TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
+    TreeNodeRef Current() { return m_Main->m_CurrentNode; }
+    /// All keys with their tags, in the tree's order.
+    QStringList Keys();
+    /// An item of PLC1 that this console has added.
+    TreeNodeRef AddItemNode(const QString& name);
+    /// Where the mouse hits the node, scrolled to it.
+    QPoint PlaceOf(const TreeNodeRef& node);
+    void Click(const TreeNodeRef& node, Qt::MouseButton button = Qt::LeftButton);
+    void DoubleClick(const QPoint& place);
+    /// The pop-up that is open, which is then closed; empty when there is none.
+    QString TakePopup();
+    /// The captions of the child windows that are loaded.
+    QStringList Windows();
+
+    FakeServer m_Server;
+    std::unique_ptr<frmMDI> m_Main;
+    /// Every message box as "icon buttons title: text".
+    QStringList m_Boxes;
+    QMessageBox::StandardButton m_Answer = QMessageBox::Yes;
+    /// What happens while a message box stands.
+    std::function<void()> m_WhileAsking = [] {};
+};
