@@ -6,7 +6,7 @@
 
 class PropertyGrid;
 
-/// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 25 ms (or one call), going on in the
+/// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 10 ms (or one call), going on in the
 /// next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a slow server never takes more
 /// than half of the time. All refreshers share the slices: however many windows are open, one slice runs in a turn.
 class GridRefresher : public QObject
@@ -15,7 +15,7 @@ class GridRefresher : public QObject
 
 public:
     static constexpr int IntervalMs = 500;
-    static constexpr int SliceMs = 25;
+    static constexpr int SliceMs = 10;
 
     explicit GridRefresher(PropertyGrid* grid, QObject* parent = nullptr);
 

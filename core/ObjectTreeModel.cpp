@@ -3,6 +3,16 @@
 #include "core/automation/Errors.h"
 #include "core/DisplayText.h"
 
+namespace {
+
+/// Without a reference: views ask for indexes, parents and counts very often.
+TreeNode* NodeOf(const QModelIndex& index)
+{
+    return static_cast<TreeNode*>(index.internalPointer());
+}
+
+} // namespace
+
 ObjectTreeModel::ObjectTreeModel(QObject* parent)
     : QAbstractItemModel(parent)
 {
@@ -123,8 +133,7 @@ TreeNodeRef ObjectTreeModel::FindBelow(const TreeNodeRef& node, QStringView key)
 
 TreeNodeRef ObjectTreeModel::NodeAt(const QModelIndex& index) const
 {
-    if (!index.isValid() || index.model() != this) return {};
-    return TreeNodeRef(static_cast<TreeNode*>(index.internalPointer()));
+    return TreeNodeRef(index.model() == this ? NodeOf(index) : nullptr);
 }
 
 QModelIndex ObjectTreeModel::IndexOf(const TreeNodeRef& node) const
@@ -136,22 +145,20 @@ QModelIndex ObjectTreeModel::index(int row, int column, const QModelIndex& paren
 {
     if (!hasIndex(row, column, parent)) return {};
     const TreeNode* node =
-        parent.isValid() ? NodeAt(parent)->m_Children[static_cast<std::size_t>(row)].get() : m_Root.get();
+        parent.isValid() ? NodeOf(parent)->m_Children[static_cast<std::size_t>(row)].get() : m_Root.get();
     return createIndex(row, column, node);
 }
 
 QModelIndex ObjectTreeModel::parent(const QModelIndex& child) const
 {
-    const TreeNodeRef node = NodeAt(child);
-    TreeNode* parent = node ? node->m_Parent : nullptr;
+    TreeNode* parent = child.isValid() ? NodeOf(child)->m_Parent : nullptr;
     return parent ? createIndex(parent->m_Row, 0, parent) : QModelIndex();
 }
 
 int ObjectTreeModel::rowCount(const QModelIndex& parent) const
 {
     if (!parent.isValid()) return m_Root ? 1 : 0;
-    const TreeNodeRef node = NodeAt(parent);
-    return node && parent.column() == 0 ? node->ChildCount() : 0;
+    return parent.column() == 0 ? NodeOf(parent)->ChildCount() : 0;
 }
 
 int ObjectTreeModel::columnCount(const QModelIndex&) const
@@ -166,8 +173,8 @@ bool ObjectTreeModel::hasChildren(const QModelIndex& parent) const
 
 QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
 {
-    const TreeNodeRef node = NodeAt(index);
-    if (!node) return {};
+    if (!index.isValid()) return {};
+    const TreeNode* node = NodeOf(index);
     if (role == Qt::DisplayRole) return OneLine(node->m_Text);
     if (role == Qt::DecorationRole) return Image(node->m_Tag);
     return {};

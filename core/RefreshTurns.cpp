@@ -15,6 +15,7 @@ RefreshTurns& RefreshTurns::Instance()
 RefreshTurns::RefreshTurns(QObject* parent)
     : QObject(parent)
 {
+    m_Turn.setSingleShot(true);
     connect(&m_Turn, &QTimer::timeout, this, &RefreshTurns::TakeTurn);
 }
 
@@ -29,7 +30,7 @@ void RefreshTurns::TakeTurn()
     if (m_InTurn) return; // a row reader let events run
     const QScopedValueRollback inTurn(m_InTurn, true);
     ReadRows();
-    if (m_UnderWay.isEmpty()) m_Turn.stop();
+    if (!m_UnderWay.isEmpty()) m_Turn.start(0); // only now, so that timers due meanwhile come first
 }
 
 void RefreshTurns::ReadRows()

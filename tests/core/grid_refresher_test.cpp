@@ -98,11 +98,11 @@ TEST_F(Refresher, reads_all_rows_at_once_when_told)
 
 TEST_F(Refresher, all_grids_together_take_one_slice_a_turn)
 {
-    for (int grid = 0; grid < 3; ++grid) AddGrid(6, 10);
+    for (int grid = 0; grid < 3; ++grid) AddGrid(6, 4);
     for (const auto& refresher : m_Refreshers) refresher->Start();
     EXPECT_TRUE(QTest::qWaitFor([this] { return m_Refreshes == 3; }));
     for (int grid = 0; grid < 3; ++grid) EXPECT_EQ(RowsRead(grid), UpTo(6));
-    EXPECT_LE(MostReadingsInATurn(), 2); // two calls of 10 ms fit into 25 ms, a third would not
+    EXPECT_LE(MostReadingsInATurn(), 2); // two calls of 4 ms fit into a slice, a third would not
 }
 
 TEST_F(Refresher, the_next_refresh_waits_as_long_as_the_last_one_lasted)
