@@ -23,6 +23,11 @@ std::optional<double> ToNumber(const Variant& value)
         value.Data());
 }
 
+bool IsSingleAgainstDouble(const Variant& a, const Variant& b)
+{
+    return (a.Type() == VT_R4 && b.Type() == VT_R8) || (a.Type() == VT_R8 && b.Type() == VT_R4);
+}
+
 /// Whether both blocks are the same to the byte, which large arrays of bytes mostly are. Never said of types whose values
 /// may say the same in other bits.
 bool SameBlock(const SafeArray& a, const SafeArray& b)
@@ -54,6 +59,7 @@ bool SameValue(const Variant& a, const Variant& b)
     if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
     const auto numberA = ToNumber(a);
     const auto numberB = ToNumber(b);
+    if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
     if (numberA && numberB) return *numberA == *numberB;
     return !numberA && !numberB && a == b;
 }
