@@ -42,7 +42,8 @@ ResultProgress ResultSetProxy::Progress()
 {
     return Call([this] { return m_Client.progressRequest().send(); },
                 [](auto response) {
-                    return ResultProgress{response.getRowsSoFar(), response.getComplete()};
+                    return ResultProgress{response.getRowsSoFar(), response.getComplete(),
+                                          FromWireText(response.getFailure())};
                 });
 }
 

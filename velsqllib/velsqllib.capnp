@@ -149,7 +149,7 @@ interface History {
 
 interface ResultSet {
   columns @0 () -> (names :List(Text16));
-  progress @1 () -> (rowsSoFar :Int64, complete :Bool);
+  progress @1 () -> (rowsSoFar :Int64, complete :Bool, failure :Text16);
   pageOf @2 (row :Int64) -> (page :Data);
   # A flat message of ResultPage, as it was spooled: the server hands it out without decoding it.
 }

@@ -29,8 +29,10 @@ using ResultPageRef = std::shared_ptr<const ResultPage>;
 struct ResultProgress
 {
     qint64 RowsSoFar = 0;
-    /// No more rows come: all were read, or reading them failed (then asking for rows behind the last throws why).
+    /// No more rows come: all were read, or reading them failed.
     bool Complete = true;
+    /// Why reading failed; empty when it did not.
+    QString Failure = {};
 };
 
 /// The rows that a statement returned. The server reads on by itself and keeps them until the last reference is dropped;

@@ -46,7 +46,7 @@ ResultSpool::ResultSpool(QStringList columns)
 ResultProgress ResultSpool::Progress() const
 {
     const std::lock_guard lock(m_Guard);
-    return {m_Rows, m_Complete};
+    return {m_Rows, m_Complete, m_Failure};
 }
 
 kj::Array<kj::byte> ResultSpool::PageOf(qint64 row) const
