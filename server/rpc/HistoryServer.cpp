@@ -78,6 +78,7 @@ kj::Promise<void> ResultSetServer::progress(ProgressContext context)
     auto results = context.getResults();
     results.setRowsSoFar(progress.RowsSoFar);
     results.setComplete(progress.Complete);
+    results.setFailure(WireBytes(progress.Failure));
     return kj::READY_NOW;
 }
 
