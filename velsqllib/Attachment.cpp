@@ -17,7 +17,6 @@ wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& r
 Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience)
     : m_Loop(std::move(loop))
     , m_Patience(patience)
-    , m_Notifier(socket, QSocketNotifier::Read)
     , m_Stream(m_Loop->LowLevel().wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK))
@@ -28,6 +27,7 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     , m_Disconnect(m_Network.onDisconnect().then([this] { SetLost(); }).eagerlyEvaluate(nullptr))
     , m_Watch(Watch().eagerlyEvaluate(nullptr))
     , m_Ping(nullptr)
+    , m_Notifier(socket, QSocketNotifier::Read)
 {
     QObject::connect(&m_Notifier, &QSocketNotifier::activated, &m_Notifier, [this] { m_Loop->Poll(); });
 }

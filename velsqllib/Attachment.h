@@ -56,7 +56,6 @@ private:
 
     std::shared_ptr<KjLoop> m_Loop;
     Patience m_Patience;
-    QSocketNotifier m_Notifier;
     kj::Own<kj::AsyncIoStream> m_Stream;
     capnp::TwoPartyVatNetwork m_Network;
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_Rpc;
@@ -73,4 +72,5 @@ private:
     kj::Promise<void> m_Disconnect;
     kj::Promise<void> m_Watch;
     kj::Promise<void> m_Ping;
+    QSocketNotifier m_Notifier; // goes first: it must not outlive the socket
 };

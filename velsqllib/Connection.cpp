@@ -70,7 +70,7 @@ void Connection::EnsureUsable()
 void Connection::NoteFailure(const kj::Exception& failure)
 {
     // KJ reports the end of the connection to the call first: the next call must not try the dead one again.
-    if (IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED) m_Attachment->SetLost();
+    if (m_Attachment && IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED) m_Attachment->SetLost();
 }
 
 ServerError Connection::ToServerError(const kj::Exception& failure)

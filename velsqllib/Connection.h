@@ -34,8 +34,8 @@ public:
     template <std::invocable Send, typename Read>
     auto Call(Send&& send, Read&& read)
     {
-        EnsureUsable();
         try {
+            EnsureUsable();
             return read(m_Attachment->Await(send()));
         } catch (const kj::Exception& failure) {
             NoteFailure(failure);
