@@ -19,7 +19,7 @@ constexpr int TwipsOfRow = 255;
 PanesLayout::PanesLayout(const Panes& panes)
     : QObject(panes.Frame)
     , m_Panes(panes)
-    , m_TreeWidth(panes.Frame->fontMetrics().averageCharWidth() * 34)
+    , m_TreeWidth(panes.Frame->fontMetrics().averageCharWidth() * 40)
     , m_LogHeight(panes.Frame->fontMetrics().height() * 10)
 {
     connect(panes.VBar, &DragBar::MouseMove, this, &PanesLayout::picVBar_MouseMove);

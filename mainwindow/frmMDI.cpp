@@ -29,6 +29,16 @@ constexpr NodeTag AllTags[] = {NodeTag::Engine, NodeTag::Controller, NodeTag::It
 
 constexpr int CheckIntervalMs = 100;
 
+void ShowVersion()
+{
+    const auto version = QVersionNumber::fromString(QStringLiteral(VELSQL_VERSION));
+    modMain::ShowPlain(QStringLiteral("%1 version %2.%3.%4")
+                           .arg(QFileInfo(QCoreApplication::applicationFilePath()).fileName())
+                           .arg(version.majorVersion())
+                           .arg(version.minorVersion())
+                           .arg(version.microVersion()));
+}
+
 template <std::invocable Step>
 void IgnoreFailure(Step&& step) noexcept
 {
@@ -77,7 +87,10 @@ void frmMDI::SetFirstSize()
 void frmMDI::LoadImages()
 {
     for (const NodeTag tag : AllTags) {
-        m_Tree.SetImage(tag, QIcon(QStringLiteral(":/mainwindow/%1.svg").arg(TagText(tag))));
+        const QString file = QStringLiteral(":/mainwindow/%1.svg").arg(TagText(tag));
+        QIcon image(file);
+        image.addFile(file, {}, QIcon::Selected); // its own colours on a selected row, too
+        m_Tree.SetImage(tag, image);
     }
 }
 
@@ -93,47 +106,51 @@ void frmMDI::ConnectTree()
 
 void frmMDI::ConnectMenus()
 {
+    const MenuEntries edit = {
+        {0, [this] { m_Commands.RemoveItem(); }},
+        {2, [this] { modMain::ClearTextBox(txtLog); }},
+        {4, modMain::EditCut},
+        {5, modMain::EditCopy},
+        {6, modMain::EditPaste},
+    };
+    const MenuEntries view = {
+        {0, [this] { treeObject_DblClick(); }},
+        {2, [this] { m_Panes->ShowObjectPane(mnuView_2->isChecked()); }},
+        {3, [this] { m_Panes->ShowLogPane(mnuView_3->isChecked()); }},
+    };
     ConnectEntries(mnuFile, {{0, [this] { close(); }}});
-    ConnectEntries(mnuEdit, {
-                                {0, [this] { m_Commands.RemoveItem(); }},
-                                {2, [this] { modMain::ClearTextBox(txtLog); }},
-                                {4, modMain::EditCut},
-                                {5, modMain::EditCopy},
-                                {6, modMain::EditPaste},
-                            });
-    ConnectEntries(mnuView, {
-                                {0, [this] { treeObject_DblClick(); }},
-                                {2, [this] { m_Panes->ShowObjectPane(mnuView_2->isChecked()); }},
-                                {3, [this] { m_Panes->ShowLogPane(mnuView_3->isChecked()); }},
-                            });
+    ConnectEntries(mnuEdit, edit);
+    ConnectEntries(mnuView, view);
     ConnectEntries(mnuTool, {{0, [this] { m_Commands.ShowScriptTool(); }}});
     ConnectEntries(mnuWindow, {{0, [this] { CascadeWindows(); }}, {1, [this] { CloseWindows(); }}});
-    ConnectEntries(mnuHelp, {{0, [this] { ShowVersion(); }}});
+    ConnectEntries(mnuHelp, {{0, ShowVersion}});
 }
 
 void frmMDI::ConnectPopups()
 {
+    const MenuEntries log = {
+        {0, modMain::EditCut},
+        {1, modMain::EditCopy},
+        {2, modMain::EditPaste},
+        {4, [this] { modMain::ClearTextBox(txtLog); }},
+    };
     ConnectEntries(mnuPopupEng, m_Commands.EngineEntries());
     ConnectEntries(mnuPopupCtrl, m_Commands.ControllerEntries());
     ConnectEntries(mnuPopupItem, m_Commands.ItemEntries());
     ConnectEntries(mnuPopupHstry, m_Commands.HistoryEntries());
-    ConnectEntries(mnuPopupLog, {
-                                    {0, modMain::EditCut},
-                                    {1, modMain::EditCopy},
-                                    {2, modMain::EditPaste},
-                                    {4, [this] { modMain::ClearTextBox(txtLog); }},
-                                });
+    ConnectEntries(mnuPopupLog, log);
 }
 
 void frmMDI::ConnectToolbar()
 {
-    ConnectEntries(tlbar, {
-                              {0, [this] { m_Commands.Show(); }},
-                              {1, [this] { m_Commands.RemoveItem(); }},
-                              {2, modMain::EditCut},
-                              {3, modMain::EditCopy},
-                              {4, modMain::EditPaste},
-                          });
+    const MenuEntries buttons = {
+        {0, [this] { m_Commands.Show(); }},
+        {1, [this] { m_Commands.RemoveItem(); }},
+        {2, modMain::EditCut},
+        {3, modMain::EditCopy},
+        {4, modMain::EditPaste},
+    };
+    ConnectEntries(tlbar, buttons);
     for (QAction* action : tlbar->actions()) {
         QWidget* button = tlbar->widgetForAction(action);
         button->setAccessibleName(action->toolTip());
@@ -280,14 +297,4 @@ void frmMDI::CloseWindows()
     modMain::SetStatus(QStringLiteral("Close Window..."));
     ChildWindow::UnloadAll();
     modMain::SetStatus(QStringLiteral("Ready."));
-}
-
-void frmMDI::ShowVersion()
-{
-    const auto version = QVersionNumber::fromString(QStringLiteral(VELSQL_VERSION));
-    modMain::ShowPlain(QStringLiteral("%1 version %2.%3.%4")
-                           .arg(QFileInfo(QCoreApplication::applicationFilePath()).fileName())
-                           .arg(version.majorVersion())
-                           .arg(version.minorVersion())
-                           .arg(version.microVersion()));
 }

@@ -61,7 +61,6 @@ private:
     void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);
     void CascadeWindows();
     void CloseWindows();
-    void ShowVersion();
 
     ObjectTreeModel m_Tree;
     ObjectCommands m_Commands;
