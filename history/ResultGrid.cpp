@@ -1,0 +1,261 @@
+#include "history/ResultGrid.h"
+
+#include "core/DisplayText.h"
+#include "history/SelectionCopy.h"
+
+#include <QHeaderView>
+#include <QHelpEvent>
+#include <QMenu>
+#include <QScrollBar>
+#include <QStyledItemDelegate>
+#include <QToolTip>
+
+#include <algorithm>
+
+namespace {
+
+/// What painting may spend on reading; the rest follows between other events.
+constexpr int PaintMs = 8;
+constexpr int SizeMs = 20;
+constexpr int LeastCharacters = 5;
+constexpr int MostCharacters = 45;
+
+class CellDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        const auto kind = static_cast<CellKind>(index.data(ResultModel::KindRole).toInt());
+        if (kind == CellKind::Number) option->displayAlignment = Qt::AlignRight | Qt::AlignVCenter;
+        if (kind != CellKind::Remark) return;
+        option->font.setItalic(true);
+        option->palette.setBrush(QPalette::Text, option->palette.brush(QPalette::PlaceholderText));
+    }
+};
+
+} // namespace
+
+ResultGrid::ResultGrid(QWidget* parent)
+    : QTableView(parent)
+    , m_Model(new ResultModel(this))
+{
+    setModel(m_Model);
+    setItemDelegate(new CellDelegate(this));
+    setTabKeyNavigation(false);
+    setWordWrap(false);
+    SetUpHeaders();
+    SetUpScrolling();
+    connect(m_Model, &ResultModel::modelReset, this, &ResultGrid::LayOutColumns); // after the view's own reset
+    connect(m_Model, &ResultModel::Progressed, this, &ResultGrid::Progressed);
+}
+
+ResultGrid::~ResultGrid() = default;
+
+void ResultGrid::SetUpHeaders()
+{
+    verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    verticalHeader()->setDefaultAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+    // A marked section is looked up through all rows each time it is painted.
+    verticalHeader()->setHighlightSections(false);
+    horizontalHeader()->setHighlightSections(false);
+    PlaceRows();
+}
+
+void ResultGrid::SetUpScrolling()
+{
+    setHorizontalScrollMode(ScrollPerPixel);
+    connect(horizontalScrollBar(), &QScrollBar::valueChanged, this, &ResultGrid::SizeSeenColumns);
+    connect(verticalScrollBar(), &QScrollBar::actionTriggered, this, [this] { m_FollowsEnd = false; });
+}
+
+void ResultGrid::PlaceRows()
+{
+    verticalHeader()->setMinimumSectionSize(1);
+    verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
+}
+
+void ResultGrid::Show(ResultReader reader)
+{
+    m_Copy.reset();
+    m_FollowsEnd = false;
+    m_Model->Bind(std::move(reader));
+    scrollToTop();
+    horizontalScrollBar()->setValue(0);
+}
+
+/// By their names first, by what they hold when it is seen.
+void ResultGrid::LayOutColumns()
+{
+    m_Sized.fill(false, m_Model->columnCount());
+    for (int column = 0; column < m_Model->columnCount(); ++column) setColumnWidth(column, WidthOf(column, {}));
+    SizeSeenColumns();
+}
+
+void ResultGrid::SizeSeenColumns()
+{
+    if (m_Model->rowCount() == 0) return;
+    ResultModel::Area seen = VisibleArea();
+    // Columns that become narrower let others be seen.
+    for (QList<int> columns = UnsizedColumns(seen); !columns.isEmpty(); columns = UnsizedColumns(seen)) {
+        m_Model->Prepare(seen, SizeMs);
+        for (const int column : columns) {
+            m_Sized[column] = true;
+            setColumnWidth(column, WidthOf(column, seen));
+        }
+        seen = VisibleArea();
+    }
+}
+
+QList<int> ResultGrid::UnsizedColumns(const ResultModel::Area& area) const
+{
+    QList<int> columns;
+    const auto last =
+        std::min<qsizetype>(area.LastColumn, m_Sized.size() - 1); // while the view is reset the model is ahead
+    for (int column = std::max(area.FirstColumn, 0); column <= last; ++column) {
+        if (!m_Sized.at(column)) columns << column;
+    }
+    return columns;
+}
+
+int ResultGrid::WidthOf(int column, const ResultModel::Area& seen) const
+{
+    int width = WidthOf(m_Model->headerData(column, Qt::Horizontal).toString());
+    for (int row = seen.FirstRow; row <= seen.LastRow; ++row)
+        width = std::max(width, WidthOf(m_Model->index(row, column).data().toString()));
+    const int character = fontMetrics().averageCharWidth();
+    return std::clamp(width, LeastCharacters * character, MostCharacters * character);
+}
+
+int ResultGrid::WidthOf(const QString& text) const
+{
+    const int besideText = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 3);
+    return fontMetrics().horizontalAdvance(text.left(2 * MostCharacters)) + besideText;
+}
+
+ResultModel::Area ResultGrid::VisibleArea() const
+{
+    const auto orLast = [](int section, int count) { return section < 0 ? count - 1 : section; };
+    return {.FirstRow = rowAt(0),
+            .LastRow = orLast(rowAt(viewport()->height() - 1), m_Model->rowCount()),
+            .FirstColumn = columnAt(0),
+            .LastColumn = orLast(columnAt(viewport()->width() - 1), m_Model->columnCount())};
+}
+
+void ResultGrid::Progressed()
+{
+    SizeSeenColumns();
+    if (m_FollowsEnd) GoToEnd();
+}
+
+void ResultGrid::GoToEnd()
+{
+    m_FollowsEnd = !m_Model->IsComplete();
+    if (m_Model->rowCount() == 0) return;
+    updateGeometries(); // rows added just now
+    setCurrentIndex(m_Model->index(m_Model->rowCount() - 1, std::max(currentIndex().column(), 0)));
+    scrollToBottom();
+}
+
+void ResultGrid::Copy()
+{
+    m_Copy = std::make_unique<SelectionCopy>(*m_Model, selectionModel()->selection());
+}
+
+void ResultGrid::keyboardSearch(const QString&) {}
+
+void ResultGrid::paintEvent(QPaintEvent* event)
+{
+    m_Model->Prepare(VisibleArea(), PaintMs);
+    QTableView::paintEvent(event);
+}
+
+void ResultGrid::keyPressEvent(QKeyEvent* event)
+{
+    if (event->matches(QKeySequence::Copy)) return Copy();
+    const bool toEnd = event->key() == Qt::Key_End && !(event->modifiers() & Qt::ShiftModifier);
+    QTableView::keyPressEvent(event);
+    const bool isAtEnd = currentIndex().row() == m_Model->rowCount() - 1;
+    m_FollowsEnd = (toEnd || (m_FollowsEnd && isAtEnd)) && !m_Model->IsComplete();
+}
+
+void ResultGrid::mousePressEvent(QMouseEvent* event)
+{
+    m_FollowsEnd = false;
+    QTableView::mousePressEvent(event);
+}
+
+void ResultGrid::wheelEvent(QWheelEvent* event)
+{
+    m_FollowsEnd = false;
+    QTableView::wheelEvent(event);
+}
+
+/// Home and End go to the first and the last row, in the same column unless Ctrl is held.
+QModelIndex ResultGrid::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
+{
+    if ((action != MoveHome && action != MoveEnd) || m_Model->rowCount() == 0)
+        return QTableView::moveCursor(action, modifiers);
+    const bool toEnd = action == MoveEnd;
+    const int edge = toEnd ? m_Model->columnCount() - 1 : 0;
+    const int column = modifiers & Qt::ControlModifier ? edge : std::max(currentIndex().column(), 0);
+    return m_Model->index(toEnd ? m_Model->rowCount() - 1 : 0, column);
+}
+
+void ResultGrid::contextMenuEvent(QContextMenuEvent* event)
+{
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* copy = menu->addAction(QStringLiteral("&Copy"), this, &ResultGrid::Copy);
+    copy->setShortcut(QKeySequence::Copy);
+    copy->setEnabled(selectionModel()->hasSelection());
+    QAction* end = menu->addAction(QStringLiteral("Go to &End"), this, &ResultGrid::GoToEnd);
+    end->setShortcut(Qt::Key_End);
+    end->setEnabled(m_Model->rowCount() > 0);
+    menu->popup(event->globalPos());
+}
+
+bool ResultGrid::viewportEvent(QEvent* event)
+{
+    if (event->type() == QEvent::ToolTip && ShowToolTip(*static_cast<QHelpEvent*>(event))) return true;
+    return QTableView::viewportEvent(event);
+}
+
+/// What its column cuts off.
+bool ResultGrid::ShowToolTip(const QHelpEvent& event)
+{
+    const QModelIndex index = indexAt(event.pos());
+    if (!index.isValid()) return false;
+    const QString text = index.data().toString();
+    const bool isCut = WidthOf(text) > columnWidth(index.column());
+    QToolTip::showText(event.globalPos(), isCut ? ToolTipHtml(text) : QString(), this);
+    return true;
+}
+
+void ResultGrid::showEvent(QShowEvent* event)
+{
+    QTableView::showEvent(event);
+    m_Model->SetActive(true);
+}
+
+void ResultGrid::hideEvent(QHideEvent* event)
+{
+    QTableView::hideEvent(event);
+    m_Model->SetActive(false);
+}
+
+void ResultGrid::changeEvent(QEvent* event)
+{
+    QTableView::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) PlaceRows();
+}
+
+void ResultGrid::resizeEvent(QResizeEvent* event)
+{
+    QTableView::resizeEvent(event);
+    SizeSeenColumns();
+}

@@ -1,0 +1,65 @@
+#pragma once
+
+#include "history/ResultModel.h"
+
+#include <QTableView>
+
+#include <memory>
+
+class SelectionCopy;
+
+/// The grid of a result: reads what it shows, sizes columns to what is seen of them first, copies selections as tab-separated
+/// text, and can follow the end of a result that is still being read.
+class ResultGrid : public QTableView
+{
+    Q_OBJECT
+
+public:
+    explicit ResultGrid(QWidget* parent = nullptr);
+    ~ResultGrid() override;
+
+    /// Shows another result from now on, with a column layout of its own.
+    void Show(ResultReader reader);
+    /// See ResultModel::Summary; follows ResultModel::Progressed.
+    ResultModel& Model() { return *m_Model; }
+
+    /// Puts the selection on the clipboard, soon when it is large.
+    void Copy();
+    /// To the last row so far, and to each new last row until the operator moves elsewhere.
+    void GoToEnd();
+
+    /// Does nothing: looking for a typed text would read the whole result.
+    void keyboardSearch(const QString& search) override;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+
+private:
+    void SetUpHeaders();
+    void SetUpScrolling();
+    void PlaceRows();
+    ResultModel::Area VisibleArea() const;
+    void LayOutColumns();
+    void SizeSeenColumns();
+    QList<int> UnsizedColumns(const ResultModel::Area& area) const;
+    int WidthOf(const QString& text) const;
+    int WidthOf(int column, const ResultModel::Area& seen) const;
+    void Progressed();
+    bool ShowToolTip(const QHelpEvent& event);
+
+    ResultModel* m_Model;
+    std::unique_ptr<SelectionCopy> m_Copy;
+    /// Which columns were sized to what they hold: the operator's own widths stay.
+    QList<bool> m_Sized;
+    bool m_FollowsEnd = false;
+};

@@ -1,0 +1,199 @@
+#include "history/ResultModel.h"
+
+#include "core/automation/Errors.h"
+#include "core/DisplayText.h"
+#include "core/modMain.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int LoadMs = 10;
+/// The first rows are there within milliseconds, those of a long reading are counted a few times a second.
+constexpr int FirstAdvanceMs = 1;
+constexpr int LastAdvanceMs = 200;
+constexpr int RestMs = 1000;
+const QString Pending = QStringLiteral("\u2026");
+
+} // namespace
+
+bool ResultModel::Area::Contains(int row, int column) const
+{
+    return row >= FirstRow && row <= LastRow && column >= FirstColumn && column <= LastColumn;
+}
+
+ResultModel::ResultModel(QObject* parent)
+    : QAbstractTableModel(parent)
+{
+    for (QTimer* timer : {&m_LoadTimer, &m_AdvanceTimer}) timer->setSingleShot(true);
+    connect(&m_LoadTimer, &QTimer::timeout, this, &ResultModel::LoadMore);
+    connect(&m_AdvanceTimer, &QTimer::timeout, this, &ResultModel::Advance);
+}
+
+void ResultModel::Bind(ResultReader reader)
+{
+    beginResetModel();
+    m_Reader = std::move(reader);
+    m_RowCount = m_Reader.RowCount();
+    m_Cells.clear();
+    m_Area = {};
+    m_LoadTimer.stop();
+    m_Resting = m_FailureSaid = false;
+    endResetModel();
+    if (const QString failure = m_Reader.Progress().Failure; !failure.isEmpty()) NoteFailure(failure);
+    AdvanceLater(FirstAdvanceMs);
+    Q_EMIT Progressed();
+}
+
+void ResultModel::SetActive(bool active)
+{
+    m_Active = active;
+    m_LoadTimer.stop();
+    m_Resting = false;
+    AdvanceLater(FirstAdvanceMs);
+}
+
+void ResultModel::AdvanceLater(int ms)
+{
+    m_AdvanceMs = ms;
+    if (m_Active && !IsComplete()) m_AdvanceTimer.start(ms);
+    else m_AdvanceTimer.stop();
+}
+
+void ResultModel::Advance()
+{
+    QElapsedTimer lasted;
+    lasted.start();
+    try {
+        m_Reader.Advance();
+    } catch (...) {
+        NoteFailure(CurrentErrorDescription());
+        return AdvanceLater(RestMs);
+    }
+    AddRows();
+    if (const QString failure = m_Reader.Progress().Failure; !failure.isEmpty()) NoteFailure(failure);
+    // A server that answers slowly is not kept busy by this.
+    AdvanceLater(std::max(std::min(2 * m_AdvanceMs, LastAdvanceMs), static_cast<int>(lasted.elapsed())));
+    Q_EMIT Progressed();
+}
+
+void ResultModel::AddRows()
+{
+    const int rows = m_Reader.RowCount();
+    if (rows <= m_RowCount || m_Reader.Columns().isEmpty()) return;
+    beginInsertRows({}, m_RowCount, rows - 1);
+    m_RowCount = rows;
+    endInsertRows();
+}
+
+void ResultModel::Prepare(const Area& area, int budgetMs)
+{
+    m_Area = {std::max(area.FirstRow, 0), std::min(area.LastRow, rowCount() - 1), std::max(area.FirstColumn, 0),
+              std::min(area.LastColumn, columnCount() - 1)};
+    ForgetCells();
+    if (!m_Resting) Load(budgetMs);
+}
+
+void ResultModel::Load(int budgetMs)
+{
+    QElapsedTimer time;
+    time.start();
+    bool isFirst = true;
+    for (int row = m_Area.FirstRow; row <= m_Area.LastRow; ++row) {
+        for (int column = m_Area.FirstColumn; column <= m_Area.LastColumn; ++column) {
+            if (m_Cells.contains(KeyOf(row, column))) continue;
+            if (!isFirst && time.hasExpired(budgetMs)) return m_LoadTimer.start(0);
+            if (!LoadCell(row, column)) return;
+            isFirst = false;
+        }
+    }
+}
+
+/// False when its page cannot be had. A cell that is broken by itself says so in its place.
+bool ResultModel::LoadCell(int row, int column)
+{
+    try {
+        m_Reader.PageOf(row);
+    } catch (...) {
+        NoteFailure(CurrentErrorDescription());
+        m_Resting = true;
+        m_LoadTimer.start(RestMs);
+        return false;
+    }
+    CellFace face;
+    try {
+        face = FaceOf(m_Reader.Cell(row, column));
+    } catch (...) {
+        face = {OneLine(CurrentErrorDescription()), CellKind::Remark};
+    }
+    m_Cells.insert(KeyOf(row, column), face);
+    return true;
+}
+
+void ResultModel::LoadMore()
+{
+    m_Resting = false;
+    if (!m_Active || m_Area.LastRow < m_Area.FirstRow || m_Area.LastColumn < m_Area.FirstColumn) return;
+    const qsizetype before = m_Cells.size();
+    Load(LoadMs);
+    if (m_Cells.size() == before) return;
+    Q_EMIT dataChanged(index(m_Area.FirstRow, m_Area.FirstColumn), index(m_Area.LastRow, m_Area.LastColumn));
+}
+
+void ResultModel::ForgetCells()
+{
+    if (m_Cells.size() <= MostCells) return;
+    m_Cells.removeIf([this](const std::pair<const qint64&, CellFace&>& cell) {
+        const auto columns = m_Reader.Columns().size();
+        return !m_Area.Contains(static_cast<int>(cell.first / columns), static_cast<int>(cell.first % columns));
+    });
+}
+
+/// Once for each result: a result that cannot be read is asked for with every picture of it.
+void ResultModel::NoteFailure(const QString& description)
+{
+    if (std::exchange(m_FailureSaid, true)) return;
+    // Painting may have led here: the log is written afterwards.
+    QMetaObject::invokeMethod(
+        this, [description] { modMain::AddLog(description); }, Qt::QueuedConnection);
+}
+
+QString ResultModel::Summary() const
+{
+    if (m_Reader.Columns().isEmpty()) return QString();
+    const ResultProgress& progress = m_Reader.Progress();
+    QString text =
+        progress.RowsSoFar == 1 ? QStringLiteral("1 row") : QStringLiteral("%1 rows").arg(progress.RowsSoFar);
+    if (!progress.Complete) text += QStringLiteral(" so far");
+    if (!progress.Failure.isEmpty()) text += QStringLiteral(", the rest could not be read");
+    if (progress.RowsSoFar > m_RowCount) text += QStringLiteral(", the first %1 are shown").arg(m_RowCount);
+    return text;
+}
+
+int ResultModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : m_RowCount;
+}
+
+int ResultModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_Reader.Columns().size());
+}
+
+QVariant ResultModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || (role != Qt::DisplayRole && role != KindRole)) return QVariant();
+    const auto cell = m_Cells.constFind(KeyOf(index.row(), index.column()));
+    const bool isPending = cell == m_Cells.cend();
+    if (role == KindRole) return static_cast<int>(isPending ? CellKind::Remark : cell->Kind);
+    return isPending ? Pending : cell->Text;
+}
+
+QVariant ResultModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (role != Qt::DisplayRole || section < 0) return QVariant();
+    if (orientation == Qt::Vertical) return section + 1;
+    return section < columnCount() ? OneLine(m_Reader.Columns().at(section)) : QVariant();
+}

@@ -1,0 +1,161 @@
+#include "history/frmHistory.h"
+
+#include "core/modMain.h"
+#include "history/HistoryRows.h"
+
+#include <QApplication>
+#include <QShortcut>
+
+using namespace modMain;
+using namespace Qt::StringLiterals;
+
+namespace {
+
+// No margin is taken off the value column here, unlike in the controller window: it is meant.
+constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1600, .MarginTwips = 0};
+
+const QStringList Presets = {
+    u"SELECT * FROM velsql_history"_s,
+    u"SELECT * FROM velsql_history WHERE item_value = '0'"_s,
+    u"SELECT COUNT(*) AS item_count FROM velsql_history GROUP BY controller_name, item_name"_s,
+    u"SELECT AVG(item_value) AS item_Average FROM velsql_history GROUP BY controller_name, item_name"_s,
+    u"SELECT * FROM velsql_history ORDER BY item_time ASC"_s,
+    u"SELECT * FROM velsql_history ORDER BY item_time DESC"_s,
+};
+
+} // namespace
+
+/// While a statement runs the pointer says so and no other can be started; afterwards all is as it was, whatever happened.
+class frmHistory::Running
+{
+public:
+    explicit Running(frmHistory& form)
+        : m_Form(form)
+        , m_HadFocus(form.cmdExecute->hasFocus())
+    {
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+        m_Form.cmdExecute->setEnabled(false);
+        m_Form.cmdExecute->repaint(); // seen before the call blocks
+    }
+    ~Running()
+    {
+        m_Form.cmdExecute->setEnabled(true);
+        if (m_HadFocus) m_Form.cmdExecute->setFocus();
+        SetStatus(u"Ready."_s);
+        QGuiApplication::restoreOverrideCursor();
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+private:
+    frmHistory& m_Form;
+    const bool m_HadFocus;
+};
+
+frmHistory::frmHistory()
+    : m_Insert(new QAction(u"&Insert"_s, this))
+{
+    setupUi(this);
+    ConnectStatements();
+    ConnectCommands();
+}
+
+void frmHistory::ConnectStatements()
+{
+    connect(cmbSQLCommand, &ListBox::Click, this, &frmHistory::cmbSQLCommand_Click);
+    connect(cmbSQLCommand, &StatementList::Entered, this, &frmHistory::InsertSQLCommand);
+    connect(m_Insert, &QAction::triggered, this, &frmHistory::InsertSQLCommand);
+    cmbSQLCommand->addAction(m_Insert);
+    txtExecute->addAction(m_Insert);
+}
+
+void frmHistory::ConnectCommands()
+{
+    connect(cmdOverwrite, &QPushButton::clicked, this, &frmHistory::cmdOverwrite_Click);
+    connect(cmdExecute, &QPushButton::clicked, this, &frmHistory::cmdExecute_Click);
+    connect(cmdHide, &QPushButton::clicked, this, &frmHistory::HideForm);
+    connect(&grdResult->Model(), &ResultModel::Progressed, this,
+            [this] { lblRows->setText(grdResult->Model().Summary()); });
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* shortcut = new QShortcut(QKeySequence(Qt::CTRL | key), this);
+        shortcut->setContext(Qt::WidgetWithChildrenShortcut);
+        connect(shortcut, &QShortcut::activated, cmdExecute, &QPushButton::click);
+    }
+}
+
+bool frmHistory::Load()
+{
+    m_TreeNode = HistoryNode;
+    if (!LayoutHistoryGrid()) return false;
+    AddPresets();
+    cmbSQLCommand->SetListIndex(0);
+    return true;
+}
+
+void frmHistory::FormUnload()
+{
+    grdResult->Show(ResultReader());
+    m_TreeNode.reset();
+}
+
+/// False when the window was unloaded while the grid was laid out.
+bool frmHistory::LayoutHistoryGrid()
+{
+    grdProperties->Lay(HistoryRows(), GridLayout);
+    if (IsUnloading()) return false;
+    RefreshHistoryGrid();
+    return true;
+}
+
+void frmHistory::RefreshHistoryGrid()
+{
+    grdProperties->setUpdatesEnabled(false);
+    for (int row = 0; row < grdProperties->rowCount(); ++row) grdProperties->RefreshRow(row);
+    grdProperties->setUpdatesEnabled(true);
+}
+
+void frmHistory::AddPresets()
+{
+    cmbSQLCommand->AddItems(Presets);
+    cmbSQLCommand->AddItem(u"-----"_s, StatementList::Separator);
+}
+
+void frmHistory::AddToSQLHistory(const QString& statement)
+{
+    cmbSQLCommand->Remember(statement);
+}
+
+void frmHistory::InsertSQLCommand()
+{
+    if (cmbSQLCommand->IsStatementSelected()) txtExecute->InsertAtCaret(cmbSQLCommand->currentText());
+}
+
+void frmHistory::cmbSQLCommand_Click()
+{
+    cmbSQLCommand->setToolTip(cmbSQLCommand->currentText());
+    m_Insert->setEnabled(cmbSQLCommand->IsStatementSelected());
+}
+
+void frmHistory::cmdOverwrite_Click()
+{
+    if (cmbSQLCommand->IsStatementSelected()) txtExecute->SetText(cmbSQLCommand->currentText());
+}
+
+void frmHistory::cmdExecute_Click()
+{
+    const Hold hold(this);
+    const Running running(*this);
+    ReportErrors([this] { Execute(); });
+    // Clicks that came while the statement ran meet a disabled button.
+    QCoreApplication::processEvents();
+}
+
+void frmHistory::Execute()
+{
+    Announce(u"History", u"Execute");
+    const QString statement = txtExecute->Text();
+    // The column layout goes with the previous result: a statement that fails leaves both.
+    grdResult->Show(ResultReader(TheHistory().Execute(statement)));
+    AddLog(u"Succeeded."_s);
+    AddToSQLHistory(statement);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "core/ChildWindow.h"
+#include "ui_frmHistory.h"
+
+/// The console of the history: shows its settings, runs SQL statements and shows the rows that they return.
+class frmHistory : public ChildWindow, private Ui::frmHistory
+{
+    Q_OBJECT
+
+public:
+    frmHistory();
+
+protected:
+    bool Load() override;
+    void FormUnload() override;
+
+private:
+    class Running;
+
+    void ConnectStatements();
+    void ConnectCommands();
+
+    bool LayoutHistoryGrid();
+    void RefreshHistoryGrid();
+    void AddPresets();
+    void AddToSQLHistory(const QString& statement);
+    void InsertSQLCommand();
+
+    void cmbSQLCommand_Click();
+    void cmdOverwrite_Click();
+    void cmdExecute_Click();
+    void Execute();
+
+    QAction* m_Insert;
+};
