@@ -2,7 +2,10 @@
 
 #include "core/ChildWindow.h"
 #include "core/modMain.h"
+#include "history/frmHistory.h"
 #include "item/frmItem.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -35,6 +38,19 @@ void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRe
     form->ShowForm();
 }
 
+/// An object that exists once has one window: where it is open it comes to the front, else it opens.
+template <typename Form>
+void ShowSingleWindow(const TreeNodeRef& node)
+{
+    const auto& forms = ChildWindow::Forms();
+    const auto open =
+        std::find_if(forms.begin(), forms.end(), [](ChildWindow* form) { return dynamic_cast<Form*>(form); });
+    ChildWindow* form = open != forms.end() ? *open : ChildWindow::Open<Form>(node);
+    if (!form) return;
+    form->setWindowIcon(modMain::GetMainWindow()->Tree().Image(node->Tag()));
+    form->ShowForm();
+}
+
 void ShowItem(const TreeNodeRef& node)
 {
     ShowNodeWindow<frmItem>(node, ItemCaption);
@@ -45,6 +61,6 @@ void ShowItem(const TreeNodeRef& node)
 ObjectWindows ConsoleWindows()
 {
     ObjectWindows windows;
-    windows.Show = {{NodeTag::Item, ShowItem}, {NodeTag::AddItem, ShowItem}};
+    windows.Show = {{NodeTag::Item, ShowItem}, {NodeTag::AddItem, ShowItem}, {NodeTag::History, ShowSingleWindow<frmHistory>}};
     return windows;
 }
