@@ -2,6 +2,7 @@
 
 #include "core/ChildWindow.h"
 #include "core/modMain.h"
+#include "core/ObjectTreeModel.h"
 #include "history/frmHistory.h"
 #include "item/frmItem.h"
 
@@ -61,6 +62,8 @@ void ShowItem(const TreeNodeRef& node)
 ObjectWindows ConsoleWindows()
 {
     ObjectWindows windows;
-    windows.Show = {{NodeTag::Item, ShowItem}, {NodeTag::AddItem, ShowItem}, {NodeTag::History, ShowSingleWindow<frmHistory>}};
+    windows.Show = {{NodeTag::Item, ShowItem},
+                    {NodeTag::AddItem, ShowItem},
+                    {NodeTag::History, ShowSingleWindow<frmHistory>}};
     return windows;
 }
