@@ -1,0 +1,51 @@
+#include "additem/AddedNode.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
+#include "core/ObjectTreeModel.h"
+
+#include <limits>
+
+namespace {
+
+/// The number of names when the name is not among them.
+qint16 PositionOf(const QString& name, const QList<QString>& names)
+{
+    qint16 position = 0;
+    for (const QString& other : names) {
+        if (other == name) break;
+        if (position == std::numeric_limits<qint16>::max()) throw ValueError::Overflow();
+        ++position;
+    }
+    return position;
+}
+
+/// The row of the controller's item with the name at `position` of the list. Looked for below the controller only: names may hold
+/// backslashes, so that a node below another controller may have the same key.
+int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
+{
+    if (position >= names.size()) throw ValueError::SubscriptOutOfRange();
+    const QString& name = names[position];
+    for (int row = 0; row < controllerNode->ChildCount(); ++row)
+        if (controllerNode->Child(row)->Text() == name) return row;
+    throw ValueError(QStringLiteral("The object tree has no node \"%1\".")
+                         .arg(controllerNode->Key() + TreeNode::PathSeparator + name));
+}
+
+} // namespace
+
+TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controllerNode, VelSQLController& controller,
+                            const QString& name)
+{
+    const Variant list = controller.get_ItemNames();
+    const auto& names = list.Array().Of<QString>();
+    const qint16 position = PositionOf(name, names);
+    const qint32 count = controller.get_Count();
+    if (!controllerNode->IsInTree())
+        throw ValueError(QStringLiteral("The object tree has no node \"%1\" any more.").arg(controllerNode->Key()));
+    if (count == 1) return tree.Append(controllerNode, name, NodeTag::AddItem);
+    if (position > 0)
+        return tree.Insert(controllerNode, RowOf(controllerNode, names, position - 1) + 1, name, NodeTag::AddItem);
+    RowOf(controllerNode, names, 1); // First of all, in front of the one that was first: that one must be there.
+    return tree.Insert(controllerNode, 0, name, NodeTag::AddItem);
+}
