@@ -1,9 +1,11 @@
 #include "mainwindow/ObjectTreeView.h"
 
+#include "core/DisplayText.h"
 #include "core/ObjectTreeModel.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QToolTip>
 
 ObjectTreeView::ObjectTreeView(QWidget* parent)
     : QTreeView(parent)
@@ -67,6 +69,20 @@ void ObjectTreeView::contextMenuEvent(QContextMenuEvent* event)
     if (event->reason() == QContextMenuEvent::Mouse || !node) return; // The mouse press has shown it.
     scrollTo(currentIndex());
     Q_EMIT NodeMenuKey(node, viewport()->mapToGlobal(visualRect(currentIndex()).center()));
+}
+
+bool ObjectTreeView::viewportEvent(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip) return QTreeView::viewportEvent(event);
+    ShowToolTip(static_cast<QHelpEvent&>(*event));
+    return true;
+}
+
+void ObjectTreeView::ShowToolTip(const QHelpEvent& event)
+{
+    const QModelIndex index = indexAt(event.pos());
+    const bool isShortened = index.isValid() && sizeHintForIndex(index).width() > visualRect(index).width();
+    QToolTip::showText(event.globalPos(), isShortened ? ToolTipHtml(NodeOf(index)->Text()) : QString(), this);
 }
 
 QItemSelectionModel::SelectionFlags ObjectTreeView::selectionCommand(const QModelIndex& index, const QEvent*) const

@@ -35,9 +35,12 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
 
 private:
+    /// Says the whole name where the pane is too narrow for it.
+    void ShowToolTip(const QHelpEvent& event);
     TreeNodeRef NodeOf(const QModelIndex& index) const;
     TreeNodeRef NodeUnder(const QPoint& position) const;
 };

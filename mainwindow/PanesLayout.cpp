@@ -20,7 +20,7 @@ PanesLayout::PanesLayout(const Panes& panes)
     : QObject(panes.Frame)
     , m_Panes(panes)
     , m_TreeWidth(panes.Frame->fontMetrics().averageCharWidth() * 40)
-    , m_LogHeight(panes.Frame->fontMetrics().height() * 10)
+    , m_LogHeight(panes.Frame->fontMetrics().height() * 9)
 {
     connect(panes.VBar, &DragBar::MouseMove, this, &PanesLayout::picVBar_MouseMove);
     connect(panes.HBar, &DragBar::MouseMove, this, &PanesLayout::picHBar_MouseMove);

@@ -1,13 +1,15 @@
 #include "mainwindow/StatusPanel.h"
 
+#include "core/DisplayText.h"
+
+#include <QHelpEvent>
 #include <QPainter>
 #include <QStyle>
+#include <QToolTip>
 
 namespace {
 
 constexpr int Gap = 4;
-/// More characters than any screen is wide: laying out a whole name of a megabyte would take seconds.
-constexpr int MaxShown = 2000;
 
 } // namespace
 
@@ -34,16 +36,32 @@ QSize StatusPanel::minimumSizeHint() const
     return {fontMetrics().averageCharWidth() * 6, fontMetrics().height() + 2 * frameWidth() + Gap};
 }
 
+bool StatusPanel::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip) return QLabel::event(event);
+    const bool isShortened = ShownText() != text();
+    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), isShortened ? ToolTipHtml(text()) : QString(),
+                       this);
+    return true;
+}
+
 void StatusPanel::paintEvent(QPaintEvent* event)
 {
     QFrame::paintEvent(event);
     QPainter painter(this);
-    QRect room = contentsRect().adjusted(Gap, 0, -Gap, 0);
-    if (!m_Image.isNull()) {
-        const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
-        m_Image.paint(&painter, room.left(), room.top(), size, room.height());
-        room.setLeft(room.left() + size + Gap);
-    }
-    const QString shown = fontMetrics().elidedText(text().left(MaxShown), Qt::ElideRight, room.width());
-    painter.drawText(room, Qt::AlignVCenter | Qt::TextSingleLine, shown);
+    const QRect place = contentsRect().adjusted(Gap, 0, -Gap, 0);
+    const int size = style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this);
+    m_Image.paint(&painter, place.left(), place.top(), size, place.height());
+    painter.drawText(TextPlace(), Qt::AlignVCenter | Qt::TextSingleLine, ShownText());
+}
+
+QRect StatusPanel::TextPlace() const
+{
+    const int image = m_Image.isNull() ? 0 : style()->pixelMetric(QStyle::PM_SmallIconSize, nullptr, this) + Gap;
+    return contentsRect().adjusted(Gap + image, 0, -Gap, 0);
+}
+
+QString StatusPanel::ShownText() const
+{
+    return fontMetrics().elidedText(OneLine(text()), Qt::ElideRight, TextPlace().width());
 }
