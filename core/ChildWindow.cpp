@@ -31,7 +31,6 @@ ChildWindow::ChildWindow() = default;
 ChildWindow::~ChildWindow()
 {
     OpenForms().removeOne(this);
-    if (m_Frame) m_Frame->deleteLater();
 }
 
 const QList<ChildWindow*>& ChildWindow::Forms()
@@ -49,6 +48,7 @@ ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node
     form->m_TreeNode = node;
     form->Host();
     OpenForms().append(form);
+    const QPointer<ChildWindow> self(form);
     const Hold hold(form);
     try {
         if (!form->Load()) form->Unload();
@@ -56,7 +56,7 @@ ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node
         form->Unload();
         throw;
     }
-    return form->m_Unloading ? nullptr : form;
+    return self && !self->m_Unloading ? form : nullptr;
 }
 
 void ChildWindow::Host()
@@ -67,6 +67,7 @@ void ChildWindow::Host()
     m_Frame = area.addSubWindow(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
     m_Frame->hide();
+    connect(this, &QObject::destroyed, m_Frame, &QObject::deleteLater); // whoever deletes it
     if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins()));
 }
 

@@ -168,9 +168,3 @@ void LogPane::resizeEvent(QResizeEvent* event)
     QPlainTextEdit::resizeEvent(event);
     if (caretInSight) ensureCursorVisible();
 }
-
-void LogPane::showEvent(QShowEvent* event)
-{
-    QPlainTextEdit::showEvent(event);
-    if (textCursor().atEnd()) ensureCursorVisible();
-}

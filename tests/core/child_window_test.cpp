@@ -81,7 +81,9 @@ protected:
 
 TEST_F(ChildWindows, OpenHiddenAndAreBroughtUp)
 {
+    m_Main->Widget()->hide();
     const auto a = Open(0);
+    m_Main->Widget()->show();
     EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{a});
     EXPECT_EQ(a->m_TreeNode, m_Controller->Child(0));
     BackInTheEventLoop();

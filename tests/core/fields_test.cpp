@@ -138,9 +138,14 @@ TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
     log.paste();
     EXPECT_EQ(log.Text(), lines + lines);
 
-    log.SetCapacity(lines.size() * 2 + 5);
+    log.moveCursor(QTextCursor::Start);
+    log.moveCursor(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
     modMain::EditPaste();
-    EXPECT_EQ(log.Text(), lines + lines) << "What does not fit changes nothing.";
+    EXPECT_EQ(log.Text(), lines + lines.sliced(3) + lines);
+
+    log.SetCapacity(0);
+    modMain::EditPaste();
+    EXPECT_EQ(log.Text(), lines + lines.sliced(3) + lines) << "What does not fit changes nothing.";
 }
 
 /// The colour of the middle of a field, as painted.

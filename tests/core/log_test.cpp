@@ -5,7 +5,9 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QScrollBar>
 #include <QTest>
+#include <QTextBlock>
 
 #include <gtest/gtest.h>
 
@@ -57,24 +59,48 @@ TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGiven)
     }
 }
 
+TEST_F(Log, ShowsLongLinesInParts)
+{
+    Add({u'x' + QStringLiteral("\U0001F600").repeated(9000)});
+    for (QTextBlock block = m_Main.Log().document()->begin(); block.isValid(); block = block.next()) {
+        EXPECT_LE(block.length() - 1, LogPane::LongestShownLine);
+        EXPECT_FALSE(block.text().endsWith(QChar(0xD83D))) << "A character is torn.";
+    }
+}
+
 TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
 {
-    for (int i = 0; i < 200; ++i) modMain::AddLog(QStringLiteral("before the first show"));
+    const auto newestIsSeen = [this] {
+        QCoreApplication::processEvents();
+        return m_Main.Log().textCursor().atEnd() && m_Main.Log().viewport()->rect().contains(m_Main.Log().cursorRect());
+    };
+    const QStringList screenful(200, QStringLiteral("line"));
+    Add(screenful);
     m_Main.Widget()->show();
-    QCoreApplication::processEvents();
-    const auto newestIsSeen = [this] { return m_Main.Log().viewport()->rect().contains(m_Main.Log().cursorRect()); };
+    EXPECT_TRUE(newestIsSeen());
+    m_Main.Log().hide();
+    Add(screenful);
+    m_Main.Log().show();
     EXPECT_TRUE(newestIsSeen());
     m_Main.Widget()->resize(400, 300);
-    QCoreApplication::processEvents();
     EXPECT_TRUE(newestIsSeen());
 
-    m_Main.Log().selectAll();
     m_Main.Log().moveCursor(QTextCursor::Start);
-    EXPECT_FALSE(newestIsSeen() && m_Main.Log().textCursor().atEnd());
-    modMain::AddLog(QStringLiteral("newest"));
+    m_Main.Log().selectAll();
+    Add({QStringLiteral("newest")});
     EXPECT_TRUE(newestIsSeen());
-    EXPECT_TRUE(m_Main.Log().textCursor().atEnd());
     EXPECT_FALSE(m_Main.Log().textCursor().hasSelection());
+}
+
+TEST_F(Log, StaysWhereTheOperatorScrolledToWhenResized)
+{
+    m_Main.Widget()->show();
+    Add(QStringList(200, QStringLiteral("line")));
+    QCoreApplication::processEvents();
+    m_Main.Log().verticalScrollBar()->setValue(3);
+    m_Main.Widget()->resize(700, 600);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(m_Main.Log().verticalScrollBar()->value(), 3);
 }
 
 TEST_F(Log, GoesOnBehindWhatTheOperatorTyped)
@@ -119,17 +145,21 @@ TEST_F(Log, NumbersGoOnAfterClearing)
 
 TEST_F(Log, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
 {
-    const QString first = QStringLiteral("0 : a\nb\r\n");
-    m_Main.Log().SetCapacity(first.size() + 1); // the lone line feed counts two
-    Add({QStringLiteral("a\nb"), QStringLiteral("c")});
-    EXPECT_EQ(Text(), first);
-    EXPECT_EQ(modMain::LogLineCount, 1);
-    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({QStringLiteral("Ready."), QStringLiteral("Log buffer overflow.")}));
+    const QString lines = QStringLiteral("0 : a\r\nb\r\n1 : c\r\n");
+    for (const qsizetype tooSmallBy : {0, 1}) {
+        FakeMainWindow main;
+        main.Log().SetCapacity(lines.size() - tooSmallBy);
+        Add({QStringLiteral("a\r\nb"), QStringLiteral("c")});
+        EXPECT_EQ(main.Log().Text(), tooSmallBy ? QStringLiteral("0 : a\r\nb\r\n") : lines);
+        EXPECT_EQ(main.Status(), tooSmallBy ? QStringLiteral("Log buffer overflow.") : QStringLiteral("Ready."));
 
-    modMain::ClearTextBox(&m_Main.Log());
-    Add({QStringLiteral("c")});
-    EXPECT_EQ(Text(), QStringLiteral("1 : c\r\n"));
-    EXPECT_EQ(m_Main.Status(), QStringLiteral("Ready."));
+        const int next = tooSmallBy ? 1 : 2;
+        EXPECT_EQ(modMain::LogLineCount, next);
+        modMain::ClearTextBox(&main.Log());
+        Add({QStringLiteral("d")});
+        EXPECT_EQ(main.Log().Text(), QStringLiteral("%1 : d\r\n").arg(next));
+        EXPECT_EQ(main.Status(), QStringLiteral("Ready."));
+    }
 }
 
 TEST_F(Log, TheCounterNeverWraps)

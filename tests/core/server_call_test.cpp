@@ -38,10 +38,10 @@ TEST_F(ServerCall, IsAnnouncedCalledAndAnswered)
 {
     QStringList seenByTheCall;
     EXPECT_TRUE(modMain::CallServer(u"Controller", u"Start", [&] {
-        seenByTheCall = m_Main.LogMessages() << m_Main.Status() << QString::number(m_Main.m_Paints);
+        seenByTheCall = m_Main.LogMessages() << m_Main.Status() << m_Main.m_PaintedStatus;
     }));
     EXPECT_EQ(seenByTheCall, QStringList({QStringLiteral("Calling Controller:Start..."), QStringLiteral("Start..."),
-                                          QStringLiteral("1")}));
+                                          QStringLiteral("Start...")}));
     EXPECT_EQ(m_Main.Log().Text(), QStringLiteral("0 : Calling Controller:Start...\r\n1 : Succeeded.\r\n"));
     EXPECT_EQ(m_Main.m_StatusTexts,
               QStringList({QStringLiteral("Ready."), QStringLiteral("Start..."), QStringLiteral("Ready.")}));

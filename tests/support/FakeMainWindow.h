@@ -23,7 +23,11 @@ public:
     TreeNodeRef SelectedNode() const override { return m_Selected; }
     void SelectNode(const TreeNodeRef& node) override { m_Selected = node; }
     void SetStatusText(const QString& text) override { m_StatusTexts << text; }
-    void PaintProgress() override { ++m_Paints; }
+    void PaintProgress() override
+    {
+        ++m_Paints;
+        m_PaintedStatus = Status();
+    }
     void RefreshStatusBar() override { ++m_StatusBarRefreshes; }
     void RefreshTlbar() override {}
     void RefreshMenuBar() override {}
@@ -36,6 +40,7 @@ public:
 
     QStringList m_StatusTexts;
     int m_Paints = 0;
+    QString m_PaintedStatus;
     int m_StatusBarRefreshes = 0;
 
 private:
