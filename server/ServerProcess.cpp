@@ -1,29 +1,11 @@
 #include "server/ServerProcess.h"
 
-#include "core/automation/SafeArray.h"
 #include "server/log/Log.h"
 #include "server/plant/DemoPlant.h"
 #include "server/rpc/EngineServer.h"
 
 #include <csignal>
 #include <unistd.h>
-
-class ServerProcess::Definitions : public ItemMaker
-{
-public:
-    void AddItem(PlantController& controller, const Variant& definition) override
-    {
-        ItemTraits traits;
-        traits.Name = definition.Array().At(0).Get<QString>();
-        controller.Add(std::move(traits));
-    }
-};
-
-class ServerProcess::OpenGate : public CallGate
-{
-public:
-    kj::Promise<void> Pass(const ObjectWay&, capnp::InterfaceSchema::Method, Context) override { return kj::READY_NOW; }
-};
 
 ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options)
     : m_Io(io)
@@ -32,10 +14,9 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_Socket(options.SocketPath)
     , m_Plant(*this)
     , m_History(DefaultHistorySettings())
-    , m_Commands(io.provider->getTimer())
-    , m_Definitions(kj::heap<Definitions>())
-    , m_Gate(kj::heap<OpenGate>())
-    , m_Services{m_Plant, m_History, m_Commands, *m_Definitions, *m_Gate, m_Objects}
+    , m_Watch(io.provider->getTimer())
+    , m_Commands(SubjectsOfCommands())
+    , m_Services{m_Plant, m_History, m_Commands, m_Definitions, m_Watch, m_Objects}
     , m_Ending(kj::newPromiseAndFulfiller<void>())
     , m_Tasks(*this)
 {
@@ -121,6 +102,17 @@ void ServerProcess::WatchIdleness()
 bool ServerProcess::IsIdle() const
 {
     return m_Clients->ClientCount() == 0 && !m_Plant.IsStarted();
+}
+
+CommandSubjects ServerProcess::SubjectsOfCommands()
+{
+    constexpr qint32 TimeToAnswer = 100; // milliseconds
+    return {m_Plant,
+            m_Objects,
+            m_Watch,
+            m_Io.provider->getTimer(),
+            [this] { return m_Definitions.Last(); },
+            [this] { After(TimeToAnswer, [this] { End(QStringLiteral("A command ended it.")); }); }};
 }
 
 void ServerProcess::End(const QString& reason)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/commands/Commands.h"
+#include "server/definition/DefinitionMaker.h"
 #include "server/PlantLife.h"
 #include "server/rpc/ClientHost.h"
 #include "server/rpc/ObjectDirectory.h"
@@ -29,9 +30,6 @@ public:
     void Run();
 
 private:
-    class Definitions;
-    class OpenGate;
-
     Moment Now() override;
     void After(qint32 delay, std::function<void()> action) override;
     void Record(const PlantItem& item) override;
@@ -42,6 +40,7 @@ private:
     void WatchSignals();
     void WatchIdleness();
     bool IsIdle() const;
+    CommandSubjects SubjectsOfCommands();
     void End(const QString& reason);
 
     kj::AsyncIoContext& m_Io;
@@ -50,10 +49,10 @@ private:
     ListeningSocket m_Socket;
     Plant m_Plant;
     History m_History;
-    Commands m_Commands;
-    kj::Own<Definitions> m_Definitions;
-    kj::Own<OpenGate> m_Gate;
+    DefinitionMaker m_Definitions;
     ObjectDirectory m_Objects;
+    CallWatch m_Watch;
+    Commands m_Commands;
     Services m_Services;
     kj::PromiseFulfillerPair<void> m_Ending;
     kj::Own<PlantLife> m_Life;

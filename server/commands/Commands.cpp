@@ -1,28 +1,186 @@
 #include "server/commands/Commands.h"
 
 #include "core/automation/Errors.h"
-#include "core/automation/NumberText.h"
+#include "server/rpc/ObjectDirectory.h"
+#include "velsqllib/ValueText.h"
 
-Commands::Commands(kj::Timer& timer)
-    : m_Timer(timer)
+namespace {
+
+constexpr qint32 MostEvents = 1'000'000;
+
+} // namespace
+
+// In the order of docs/server.md; an empty command lists them.
+const std::array<Commands::Command, 14> Commands::s_Commands = {{
+    {u"echo", u"TEXT", &Commands::Echo},
+    {u"fail", u"TEXT", &Commands::Fail},
+    {u"sleep", u"MILLISECONDS", &Commands::Sleep},
+    {u"return", u"TYPED-TEXT", &Commands::Return},
+    {u"object", u"[CONTROLLER] [ITEM]", &Commands::ReturnObject},
+    {u"state", u"[CONTROLLER] NUMBER", &Commands::SetState},
+    {u"fire", u"[CONTROLLER] state NUMBER TIMES | item NAME TIMES", &Commands::Fire},
+    {u"disturb", u"OBJECT.OPERATION fail TEXT | slow MILLISECONDS", &Commands::Disturb},
+    {u"restore", u"[OBJECT.OPERATION]", &Commands::Restore},
+    {u"list", u"[CONTROLLER] missing | renamed | reordered | right", &Commands::ListItems},
+    {u"definition", u"", &Commands::ReportDefinition},
+    {u"references", u"", &Commands::ReportReferences},
+    {u"calls", u"", &Commands::ReportCalls},
+    {u"terminate", u"", &Commands::Terminate},
+}};
+
+Commands::Commands(CommandSubjects subjects)
+    : m_Subjects(std::move(subjects))
 {
 }
 
 kj::Promise<Variant> Commands::ExecuteOnEngine(const QString& command)
 {
-    const QString verb = command.section(u' ', 0, 0);
-    const QString rest = command.section(u' ', 1);
-    if (verb == QStringLiteral("echo")) return Variant(rest);
-    if (verb == QStringLiteral("fail")) throw ServerError(rest);
-    if (verb == QStringLiteral("sleep"))
-        return m_Timer.afterDelay(RoundToInt32(ParseLeadingNumber(rest)) * kj::MILLISECONDS).then([] {
-            return Variant();
-        });
-    throw ServerError(QStringLiteral("The command \"%1\" does not exist.").arg(verb));
+    return Execute({CommandText(command), nullptr, Variant()});
 }
 
-kj::Promise<Variant> Commands::ExecuteOnController(PlantController&, const QString& command, const Variant& parameter)
+kj::Promise<Variant> Commands::ExecuteOnController(PlantController& controller, const QString& command,
+                                                   const Variant& parameter)
 {
-    if (command == QStringLiteral("echo")) return parameter;
-    return ExecuteOnEngine(command);
+    return Execute({CommandText(command), &controller, parameter});
+}
+
+QStringList Commands::ListedItems(const PlantController& controller) const
+{
+    QStringList names;
+    for (const PlantItemRef& item : controller.Items()) names.append(item->Name());
+    const QString wrong = m_WrongLists.value(controller.Name());
+    if (names.isEmpty() || wrong.isEmpty()) return names;
+    if (wrong == QStringLiteral("missing")) names.removeLast();
+    else if (wrong == QStringLiteral("renamed")) names.last() += QStringLiteral(" renamed");
+    else std::reverse(names.begin(), names.end());
+    return names;
+}
+
+kj::Promise<Variant> Commands::Execute(Order order)
+{
+    if (order.Text.IsAtEnd()) {
+        QStringList usages;
+        for (const Command& command : s_Commands)
+            usages.append((QString::fromUtf16(command.Name) + u' ' + QString::fromUtf16(command.Usage)).trimmed());
+        return Variant(usages.join(QStringLiteral("\r\n")));
+    }
+    const QString name = order.Text.Word(u"a name");
+    for (const Command& command : s_Commands) {
+        if (name == QStringView(command.Name)) return (this->*command.Run)(order);
+    }
+    throw ServerError(QStringLiteral("The command \"%1\" does not exist; an empty command lists all.").arg(name));
+}
+
+kj::Promise<Variant> Commands::Echo(Order& order)
+{
+    if (order.Controller) return order.Parameter;
+    return Variant(order.Text.Rest());
+}
+
+kj::Promise<Variant> Commands::Fail(Order& order)
+{
+    throw ServerError(order.Text.Rest());
+}
+
+kj::Promise<Variant> Commands::Sleep(Order& order)
+{
+    const auto time = order.Text.Number(u"The time", 0) * kj::MILLISECONDS;
+    return m_Subjects.Timer.afterDelay(time).then([] { return Variant(); });
+}
+
+kj::Promise<Variant> Commands::Return(Order& order)
+{
+    return ReadTypedText(order.Text.Rest());
+}
+
+kj::Promise<Variant> Commands::ReturnObject(Order& order)
+{
+    PlantController& controller = ControllerOf(order);
+    if (order.Text.IsAtEnd()) return Variant(ObjectRef(controller.shared_from_this()));
+    return Variant(ObjectRef(controller.Item(order.Text.Word(u"an item"))));
+}
+
+kj::Promise<Variant> Commands::SetState(Order& order)
+{
+    PlantController& controller = ControllerOf(order);
+    controller.SetState(order.Text.Number(u"The state", std::numeric_limits<qint32>::min()));
+    return Variant();
+}
+
+kj::Promise<Variant> Commands::Fire(Order& order)
+{
+    PlantController& controller = ControllerOf(order);
+    const QString what = order.Text.Word(u"\"state\" or \"item\"");
+    if (what != QStringLiteral("state") && what != QStringLiteral("item"))
+        throw ServerError(QStringLiteral("There are events of \"state\" and \"item\", not of \"%1\".").arg(what));
+    const bool isState = what == QStringLiteral("state");
+    const qint32 state = isState ? order.Text.Number(u"The state", std::numeric_limits<qint32>::min()) : 0;
+    const PlantItemRef item = isState ? nullptr : controller.Item(order.Text.Word(u"an item"));
+    const qint32 times = order.Text.Number(u"The number of times", 0);
+    if (times > MostEvents) throw ServerError(QStringLiteral("At most %1 events are fired at once.").arg(MostEvents));
+    for (qint32 i = 0; i < times; ++i)
+        isState ? controller.RaiseStateChanged(state) : controller.RaiseItemChanged(item);
+    return Variant();
+}
+
+kj::Promise<Variant> Commands::Disturb(Order& order)
+{
+    const QString operation = order.Text.Word(u"an operation");
+    const QString how = order.Text.Word(u"\"fail\" or \"slow\"");
+    if (how == QStringLiteral("fail")) m_Subjects.Watch.MakeFail(operation, order.Text.Rest());
+    else if (how == QStringLiteral("slow")) m_Subjects.Watch.MakeSlow(operation, order.Text.Number(u"The time", 0));
+    else throw ServerError(QStringLiteral("An operation can \"fail\" or be \"slow\", not \"%1\".").arg(how));
+    return Variant();
+}
+
+kj::Promise<Variant> Commands::Restore(Order& order)
+{
+    if (order.Text.IsAtEnd()) m_Subjects.Watch.RestoreAll();
+    else m_Subjects.Watch.Restore(order.Text.Word(u"an operation"));
+    return Variant();
+}
+
+kj::Promise<Variant> Commands::ListItems(Order& order)
+{
+    const PlantController& controller = ControllerOf(order);
+    const QString how = order.Text.Word(u"how to list");
+    const QStringList known = {QStringLiteral("missing"), QStringLiteral("renamed"), QStringLiteral("reordered")};
+    if (known.contains(how)) m_WrongLists.insert(controller.Name(), how);
+    else if (how == QStringLiteral("right")) m_WrongLists.remove(controller.Name());
+    else
+        throw ServerError(
+            QStringLiteral("Items can be listed missing, renamed, reordered or right, not \"%1\".").arg(how));
+    return Variant();
+}
+
+kj::Promise<Variant> Commands::ReportDefinition(Order&)
+{
+    const Variant definition = m_Subjects.LastDefinition();
+    if (definition.IsEmpty()) throw ServerError(QStringLiteral("No item definition has arrived yet."));
+    return Variant(WriteTypedText(definition));
+}
+
+kj::Promise<Variant> Commands::ReportReferences(Order&)
+{
+    return Variant(QStringLiteral("controllers %1, items %2, results %3, subscriptions %4")
+                       .arg(m_Subjects.Objects.HeldControllers())
+                       .arg(m_Subjects.Objects.HeldItems())
+                       .arg(m_Subjects.Objects.HeldResults)
+                       .arg(m_Subjects.Objects.Subscriptions));
+}
+
+kj::Promise<Variant> Commands::ReportCalls(Order&)
+{
+    return Variant(m_Subjects.Watch.ReportCalls());
+}
+
+kj::Promise<Variant> Commands::Terminate(Order&)
+{
+    m_Subjects.EndServer();
+    return Variant();
+}
+
+PlantController& Commands::ControllerOf(Order& order) const
+{
+    return order.Controller ? *order.Controller : *m_Subjects.World.Controller(order.Text.Word(u"a controller"));
 }

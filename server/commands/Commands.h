@@ -1,19 +1,67 @@
 #pragma once
 
+#include "server/commands/CallWatch.h"
+#include "server/commands/CommandText.h"
 #include "server/rpc/Services.h"
 
-#include <kj/timer.h>
+#include <functional>
+
+/// What the commands work on.
+struct CommandSubjects
+{
+    Plant& World;
+    const ObjectDirectory& Objects;
+    CallWatch& Watch;
+    kj::Timer& Timer;
+    std::function<Variant()> LastDefinition;
+    std::function<void()> EndServer;
+};
 
 /// The commands of the engine's and the controllers' Execute.
 class Commands : public CommandHandler
 {
 public:
-    explicit Commands(kj::Timer& timer);
+    explicit Commands(CommandSubjects subjects);
 
     kj::Promise<Variant> ExecuteOnEngine(const QString& command) override;
     kj::Promise<Variant> ExecuteOnController(PlantController& controller, const QString& command,
                                              const Variant& parameter) override;
+    QStringList ListedItems(const PlantController& controller) const override;
 
 private:
-    kj::Timer& m_Timer;
+    /// A command with where it was given.
+    struct Order
+    {
+        CommandText Text;
+        PlantController* Controller; ///< null: the engine
+        Variant Parameter;           ///< of a controller's Execute
+    };
+    using Action = kj::Promise<Variant> (Commands::*)(Order& order);
+    struct Command
+    {
+        const char16_t* Name;
+        const char16_t* Usage;
+        Action Run;
+    };
+    static const std::array<Command, 14> s_Commands;
+
+    kj::Promise<Variant> Execute(Order order);
+    kj::Promise<Variant> Echo(Order& order);
+    kj::Promise<Variant> Fail(Order& order);
+    kj::Promise<Variant> Sleep(Order& order);
+    kj::Promise<Variant> Return(Order& order);
+    kj::Promise<Variant> ReturnObject(Order& order);
+    kj::Promise<Variant> SetState(Order& order);
+    kj::Promise<Variant> Fire(Order& order);
+    kj::Promise<Variant> Disturb(Order& order);
+    kj::Promise<Variant> Restore(Order& order);
+    kj::Promise<Variant> ListItems(Order& order);
+    kj::Promise<Variant> ReportDefinition(Order& order);
+    kj::Promise<Variant> ReportReferences(Order& order);
+    kj::Promise<Variant> ReportCalls(Order& order);
+    kj::Promise<Variant> Terminate(Order& order);
+    PlantController& ControllerOf(Order& order) const;
+
+    CommandSubjects m_Subjects;
+    QHash<QString, QString> m_WrongLists; ///< by controller: "missing", "renamed" or "reordered"
 };

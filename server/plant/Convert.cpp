@@ -4,36 +4,14 @@
 #include "core/automation/NumberText.h"
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
+#include "velsqllib/TypeCode.h"
+#include "velsqllib/ValueText.h"
 
-#include <array>
 #include <cmath>
 #include <limits>
 #include <optional>
 
 namespace {
-
-struct NamedType
-{
-    VarType Type;
-    QStringView Name;
-};
-
-constexpr std::array<NamedType, 16> TypeNames = {{{VT_EMPTY, u"EMPTY"},
-                                                  {VT_NULL, u"NULL"},
-                                                  {VT_I2, u"I2"},
-                                                  {VT_I4, u"I4"},
-                                                  {VT_R4, u"R4"},
-                                                  {VT_R8, u"R8"},
-                                                  {VT_CY, u"CY"},
-                                                  {VT_DATE, u"DATE"},
-                                                  {VT_BSTR, u"BSTR"},
-                                                  {VT_DISPATCH, u"DISPATCH"},
-                                                  {VT_BOOL, u"BOOL"},
-                                                  {VT_VARIANT, u"VARIANT"},
-                                                  {VT_I1, u"I1"},
-                                                  {VT_UI1, u"UI1"},
-                                                  {VT_UI2, u"UI2"},
-                                                  {VT_UI4, u"UI4"}}};
 
 [[noreturn]] void ThrowDoesNotFit(const Variant& value, VarType type)
 {
@@ -45,24 +23,15 @@ constexpr std::array<NamedType, 16> TypeNames = {{{VT_EMPTY, u"EMPTY"},
     throw ValueError(QStringLiteral("%1 is out of the range of %2").arg(Quoted(value), TypeName(type)));
 }
 
-std::optional<QDateTime> ParseDateTime(const QString& text)
-{
-    for (const QString& form : {QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"), QStringLiteral("yyyy-MM-dd hh:mm:ss"),
-                                QStringLiteral("yyyy-MM-dd hh:mm"), QStringLiteral("yyyy-MM-dd")}) {
-        QDateTime dateTime = QDateTime::fromString(text.trimmed(), form);
-        if (!dateTime.isValid()) continue;
-        dateTime.setTimeSpec(Qt::UTC); // a wall-clock time, free of any zone
-        return dateTime;
-    }
-    return std::nullopt;
-}
-
+/// A text that says a number or a truth.
 std::optional<double> TextToNumber(const QString& text)
 {
     if (const auto number = ParseNumber(text); number && std::isfinite(*number)) return number;
-    if (text.trimmed().compare(u"True", Qt::CaseInsensitive) == 0) return -1.0;
-    if (text.trimmed().compare(u"False", Qt::CaseInsensitive) == 0) return 0.0;
-    return std::nullopt;
+    try {
+        return ReadValueText(VT_BOOL, text).Get<bool>() ? -1.0 : 0.0;
+    } catch (const ValueError&) {
+        return std::nullopt;
+    }
 }
 
 std::optional<double> NumberOf(const Variant& value)
@@ -116,9 +85,6 @@ Variant ToCurrency(const Variant& value)
 
 Variant ToDate(const Variant& value)
 {
-    if (const QString* text = value.GetIf<QString>()) {
-        if (const auto dateTime = ParseDateTime(*text)) return FromDateTime(*dateTime);
-    }
     const Date date{NumberFor(value, VT_DATE)};
     try {
         ToDateTime(date);
@@ -205,15 +171,6 @@ Variant ConvertArray(const Variant& value, VarType type)
 
 } // namespace
 
-QString TypeName(VarType type)
-{
-    if (type & VT_ARRAY) return QStringLiteral("ARRAY | ") + TypeName(ElementOf(type));
-    for (const NamedType& named : TypeNames) {
-        if (named.Type == type) return named.Name.toString();
-    }
-    return QStringLiteral("type %1").arg(type);
-}
-
 QString Quoted(const Variant& value)
 {
     constexpr qsizetype Longest = 60;
@@ -221,8 +178,11 @@ QString Quoted(const Variant& value)
         const bool isLong = text->size() > Longest;
         return u'"' + (isLong ? text->left(Longest) + QStringLiteral("...") : *text) + u'"';
     }
+    if (value.IsEmpty()) return QStringLiteral("EMPTY");
+    if (value.IsNull()) return QStringLiteral("NULL");
+    if (value.IsObject()) return QStringLiteral("an object");
     try {
-        return value.IsEmpty() ? QStringLiteral("EMPTY") : ToPlainText(value);
+        return ToPlainText(value);
     } catch (const ValueError&) {
         return TypeName(value.Type());
     }
@@ -231,6 +191,8 @@ QString Quoted(const Variant& value)
 Variant ConvertTo(const Variant& value, VarType type)
 {
     if (type == VT_VARIANT || value.Type() == type) return value;
+    if (const QString* text = value.GetIf<QString>(); text && type != VT_EMPTY && type != VT_NULL)
+        return ReadValueText(type, *text);
     return type & VT_ARRAY ? ConvertArray(value, type) : ConvertScalar(value, type);
 }
 

@@ -2,15 +2,12 @@
 
 #include "core/automation/Variant.h"
 
-/// The name that operators know a type by: "I4", "ARRAY | BSTR".
-QString TypeName(VarType type);
-
 /// What an error message shows of a value: plain text in quotes when it is a text, cut when long; a type name when it has no text.
 QString Quoted(const Variant& value);
 
-/// `value` as a value of `type`. Numbers are rounded half to even and must be in range, texts are read as numbers, booleans
-/// ("True", "False") or dates ("yyyy-MM-dd hh:mm:ss"), arrays are converted element by element. VT_VARIANT leaves everything
-/// as it is. Throws ValueError with a text that says which value does not fit which type and why.
+/// `value` as a value of `type`. Numbers are rounded half to even and must be in range, texts are read as the converter reads
+/// value texts, arrays are converted element by element. VT_VARIANT leaves everything as it is. Throws ValueError with a text
+/// that says which value does not fit which type and why.
 Variant ConvertTo(const Variant& value, VarType type);
 
 /// The number that a value stands for, True being -1. Throws ValueError for what is no number.

@@ -4,6 +4,7 @@
 #include "core/automation/SafeArray.h"
 #include "server/plant/DemoPicture.h"
 #include "server/plant/Plant.h"
+#include "velsqllib/TypeCode.h"
 
 namespace {
 

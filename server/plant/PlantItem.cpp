@@ -56,7 +56,7 @@ void PlantItem::PutValue(const Variant& value)
             m_State = ItemState::Failed; // until the linked items have taken it
             WriteLinks(*this, fitted);
         }
-        Store(fitted, m_Controller->Home().Around().Now().Wall, ForcedChange::Writing);
+        Take(fitted, m_Controller->Home().Around().Now().Wall, ForcedChange::Writing);
     } catch (const DescribedError& error) {
         Throw(error.Description());
     }
@@ -187,9 +187,15 @@ void PlantItem::Read(const Moment& moment)
 {
     if (!FollowsLinks() && !m_Signal) return; // it holds what was written
     const Variant raw = FollowsLinks() ? ReadLinks(*this) : m_Signal->Next(moment.Seconds, m_Traits.Type);
-    if (!m_Rules) return Store(ConvertTo(raw, m_Traits.Type), moment.Wall, ForcedChange::Reading);
-    if (const auto value = m_Rules->Read(raw, m_Value, *m_Controller))
-        Store(ConvertTo(*value, m_Traits.Type), moment.Wall, ForcedChange::Reading);
+    Take(raw, moment.Wall, ForcedChange::Reading);
+}
+
+void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
+{
+    if (!m_Rules) return Store(raw.IsEmpty() ? raw : ConvertTo(raw, m_Traits.Type), time, occasion);
+    const auto value = m_Rules->Read(raw, m_Value, *m_Controller);
+    if (value) Store(*value, time, occasion);
+    else m_State = ItemState::Succeeded; // filtered out: the value before stays
 }
 
 bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const

@@ -131,7 +131,8 @@ private:
     bool FollowsLinks() const { return IsLinkActive() && m_Active; }
     Variant Fitted(const Variant& value) const;
     void Read(const Moment& moment);
-    Variant ReadSource(const Moment& moment);
+    /// A value from its source, or one that was written, becomes the item's unless its rules drop it.
+    void Take(const Variant& raw, TimeStamp time, ForcedChange occasion);
     bool IsChange(const Variant& value, ForcedChange occasion) const;
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
     void Forget();

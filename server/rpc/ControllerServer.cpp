@@ -3,6 +3,7 @@
 #include "core/automation/NumberText.h"
 #include "server/rpc/ObjectDirectory.h"
 #include "server/rpc/SubscriptionServer.h"
+#include "velsqllib/TypeCode.h"
 #include "velsqllib/WireText.h"
 
 ControllerServer::ControllerServer(Services& services, PlantControllerRef controller)
@@ -61,8 +62,8 @@ kj::Promise<void> ControllerServer::execute(ExecuteContext context)
     const auto params = context.getParams();
     auto result = m_Services.Commands.ExecuteOnController(*m_Controller, FromWireText(params.getCommand()),
                                                           ReadValue(params.getParameter(), m_Services.Objects));
-    return result.then([this, context](const Variant& value) mutable {
-        WriteValue(value, context.getResults().initResult(), m_Services.Objects);
+    return result.then([&objects = m_Services.Objects, context](const Variant& value) mutable {
+        WriteValue(value, context.getResults().initResult(), objects);
     });
 }
 
@@ -80,8 +81,7 @@ kj::Promise<void> ControllerServer::getIndex(GetIndexContext context)
 
 kj::Promise<void> ControllerServer::getItemNames(GetItemNamesContext context)
 {
-    QStringList names;
-    for (const PlantItemRef& item : m_Controller->Items()) names.append(item->Name());
+    const QStringList names = m_Services.Commands.ListedItems(*m_Controller);
     WriteValue(TextArray(names), context.getResults().initResult(), m_Services.Objects);
     return kj::READY_NOW;
 }
@@ -137,7 +137,7 @@ kj::Promise<void> ControllerServer::subscribe(SubscribeContext context)
     return kj::READY_NOW;
 }
 
-ObjectWay ControllerServer::Way() const
+CalledObject ControllerServer::Called() const
 {
     return {QStringLiteral("Controller"), m_Controller->Name(), QString()};
 }

@@ -31,7 +31,7 @@ public:
     kj::Promise<void> subscribe(SubscribeContext context) override;
 
 protected:
-    ObjectWay Way() const override;
+    CalledObject Called() const override;
 
 private:
     Services& m_Services;

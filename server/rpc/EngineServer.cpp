@@ -56,8 +56,8 @@ kj::Promise<void> EngineServer::snapshot(SnapshotContext)
 kj::Promise<void> EngineServer::execute(ExecuteContext context)
 {
     auto result = m_Services.Commands.ExecuteOnEngine(FromWireText(context.getParams().getCommand()));
-    return result.then([this, context](const Variant& value) mutable {
-        WriteValue(value, context.getResults().initResult(), m_Services.Objects);
+    return result.then([&objects = m_Services.Objects, context](const Variant& value) mutable {
+        WriteValue(value, context.getResults().initResult(), objects);
     });
 }
 

@@ -14,7 +14,7 @@ public:
     kj::Promise<void> ping(PingContext context) override;
 
 protected:
-    ObjectWay Way() const override { return {QStringLiteral("Library"), {}, {}}; }
+    CalledObject Called() const override { return {QStringLiteral("Library"), {}, {}}; }
 
 private:
     Services& m_Services;
@@ -35,7 +35,7 @@ public:
     kj::Promise<void> getControllerNames(GetControllerNamesContext context) override;
 
 protected:
-    ObjectWay Way() const override { return {QStringLiteral("Engine"), {}, {}}; }
+    CalledObject Called() const override { return {QStringLiteral("Engine"), {}, {}}; }
 
 private:
     Services& m_Services;

@@ -20,8 +20,8 @@ kj::Promise<void> HistoryServer::execute(ExecuteContext context)
     if (m_Services.Objects.HeldResults >= MostResults)
         throw ServerError(QStringLiteral("%1 results are held already.").arg(MostResults));
     auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()));
-    return result.then([this, context](const ResultSpoolRef& spool) mutable {
-        context.getResults().setResult(kj::heap<ResultSetServer>(m_Services, spool));
+    return result.then([&services = m_Services, context](const ResultSpoolRef& spool) mutable {
+        context.getResults().setResult(kj::heap<ResultSetServer>(services, spool));
     });
 }
 

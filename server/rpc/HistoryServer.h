@@ -17,7 +17,7 @@ public:
     kj::Promise<void> getTableName(GetTableNameContext context) override;
 
 protected:
-    ObjectWay Way() const override { return {QStringLiteral("History"), {}, {}}; }
+    CalledObject Called() const override { return {QStringLiteral("History"), {}, {}}; }
 
 private:
     Services& m_Services;
@@ -35,7 +35,7 @@ public:
     kj::Promise<void> pageOf(PageOfContext context) override;
 
 protected:
-    ObjectWay Way() const override { return {QStringLiteral("ResultSet"), {}, {}}; }
+    CalledObject Called() const override { return {QStringLiteral("ResultSet"), {}, {}}; }
 
 private:
     Services& m_Services;

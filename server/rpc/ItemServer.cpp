@@ -151,7 +151,7 @@ kj::Promise<void> ItemServer::getSettingData(GetSettingDataContext context)
     return kj::READY_NOW;
 }
 
-ObjectWay ItemServer::Way() const
+CalledObject ItemServer::Called() const
 {
     const PlantController* controller = m_Item->Controller();
     return {QStringLiteral("Item"), controller ? controller->Name() : QString(), m_Item->Name()};

@@ -35,7 +35,7 @@ public:
     kj::Promise<void> getSettingData(GetSettingDataContext context) override;
 
 protected:
-    ObjectWay Way() const override;
+    CalledObject Called() const override;
 
 private:
     /// Throws ServerError once the item has been removed.

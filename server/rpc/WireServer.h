@@ -26,7 +26,7 @@ public:
         if (!m_Gate.IsWatched()) [[likely]]
             return Dispatch(interfaceId, methodId, context);
         const auto method = capnp::Schema::from<Interface>().getMethods()[methodId];
-        auto passed = kj::evalNow([&] { return m_Gate.Pass(Way(), method, context); });
+        auto passed = kj::evalNow([&] { return m_Gate.Pass(Called(), method, context); });
         auto done = passed.then([this, interfaceId, methodId, context]() mutable {
             return Dispatch(interfaceId, methodId, context).promise;
         });
@@ -35,7 +35,7 @@ public:
 
 protected:
     /// Which object it is, as commands name it.
-    virtual ObjectWay Way() const = 0;
+    virtual CalledObject Called() const = 0;
 
 private:
     capnp::Capability::Server::DispatchCallResult

@@ -2,6 +2,7 @@
 
 #include "core/automation/SafeArray.h"
 #include "core/automation/ServerObjects.h"
+#include "tests/support/PrintQt.h"
 #include "velsqllib/velsqllib.capnp.h"
 #include "velsqllib/WireText.h"
 #include "velsqllib/WireValue.h"

@@ -128,17 +128,17 @@ TEST(DemoPlant, ConvertsWhatIsWrittenOrRefusesIt)
         {u"D100", Text(QStringLiteral(" 12 ")), QStringLiteral("12")},
         {u"D100", 2.5, QStringLiteral("2")},
         {u"D100", Text(QStringLiteral("abc")),
-         refusal.arg(QStringLiteral("D100"), QStringLiteral("\"abc\" cannot become I4"))},
-        {u"D100", 3e9, refusal.arg(QStringLiteral("D100"), QStringLiteral("3000000000 is out of the range of I4"))},
+         refusal.arg(QStringLiteral("D100"), QStringLiteral("VT_I4: \"abc\" is not a number"))},
+        {u"D100", 3e9, refusal.arg(QStringLiteral("D100"), QStringLiteral("3000000000 is out of the range of VT_I4"))},
         {u"D100", Variant(), refusal.arg(QStringLiteral("D100"), QStringLiteral("EMPTY cannot be written to it"))},
         {u"Pump", Text(QStringLiteral("True")), QStringLiteral("True")},
         {u"Price", Text(QStringLiteral("0.12345")), QStringLiteral("0.1234")},
         {u"Shift start", Text(QStringLiteral("2024-02-29 14:30:05")), QStringLiteral("2024-02-29 14:30:05")},
         {u"Recipe", 1.5, QStringLiteral("1.5")},
         {u"Level", 1.0, refusal.arg(QStringLiteral("Level"), QStringLiteral("it is read only and cannot be written"))},
-        {u"Counts", 5, refusal.arg(QStringLiteral("Counts"), QStringLiteral("5 cannot become ARRAY | I4"))},
+        {u"Counts", 5, refusal.arg(QStringLiteral("Counts"), QStringLiteral("5 cannot become VT_ARRAY|VT_I4"))},
         {u"Set point copy", 77, QStringLiteral("77")},
-        {u"D100", Null{}, refusal.arg(QStringLiteral("D100"), QStringLiteral("NULL cannot become I4"))},
+        {u"D100", Null{}, refusal.arg(QStringLiteral("D100"), QStringLiteral("NULL cannot become VT_I4"))},
     };
     for (const Case& c : cases) {
         const QString item = QString::fromUtf16(c.Item);

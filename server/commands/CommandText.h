@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+
+/// Takes a command apart: words between blanks, or between double quotes with "" for a quote, and the rest as it stands.
+class CommandText
+{
+public:
+    explicit CommandText(const QString& text);
+
+    bool IsAtEnd() const { return m_Rest.isEmpty(); }
+    /// Throws DescribedError that says that `what` is missing.
+    QString Word(const char16_t* what);
+    /// Throws DescribedError when the next word is no whole number from `lowest` on.
+    qint32 Number(const char16_t* what, qint32 lowest);
+    /// Everything that follows, blanks included.
+    QString Rest();
+
+private:
+    QString m_Text;
+    QStringView m_Rest;
+};

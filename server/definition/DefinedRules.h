@@ -1,0 +1,47 @@
+#pragma once
+
+#include "server/definition/Calculation.h"
+#include "server/definition/Definition.h"
+#include "server/plant/PlantItem.h"
+
+/// What the definition of an item asks to be done with values: conversions, then filters.
+class DefinedRules : public ValueRules
+{
+public:
+    /// Null when the definition asks for nothing. Throws ServerError that names the element.
+    static std::unique_ptr<ValueRules> Make(const Definition& definition, const PlantController& home);
+
+    std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) override;
+    Variant Written(const Variant& value) override;
+
+private:
+    struct Limits
+    {
+        double Low;
+        double High;
+    };
+
+    DefinedRules(const Definition& definition, const PlantController& home);
+    bool IsNeeded() const;
+    Variant Converted(const Variant& value, const PlantController& home) const;
+    bool Passes(const Variant& value, const Variant& before);
+    bool HasSettled(const Variant& value, const Variant& before);
+
+    std::optional<qint32> m_Mask;
+    bool m_Bcd;
+    Calculation m_First;
+    Calculation m_Second;
+    bool m_Calculates;
+    VarType m_ReadType;
+    VarType m_WriteType;
+    std::optional<Limits> m_MinMax;
+    std::optional<Limits> m_Deadband; ///< how far below and above the value held
+    qint32 m_Chattering = 0;
+    Variant m_Candidate; ///< of the chattering filter, with how often it has come in a row
+    qint32 m_Repeats = 0;
+};
+
+/// 0x1234 as 1234. Throws ValueError when a digit is beyond 9.
+quint32 FromBcd(quint32 bits);
+/// 1234 as 0x1234. Throws ValueError beyond 8 digits.
+quint32 ToBcd(quint32 number);

@@ -1,0 +1,95 @@
+#include "server/definition/DefinitionMaker.h"
+
+#include "core/automation/NumberText.h"
+#include "server/definition/DefinedRules.h"
+#include "velsqllib/ValueText.h"
+
+namespace {
+
+void CheckName(const QString& name)
+{
+    if (name.trimmed().isEmpty()) Definition::Refuse(Element::Name, QStringLiteral("it is empty"));
+    for (const QChar character : QStringView(u"\\#$:!")) {
+        if (name.contains(character))
+            Definition::Refuse(Element::Name, QStringLiteral("\"%1\" holds one of the characters \\#$:!").arg(name));
+    }
+    if (IsNumeric(name)) Definition::Refuse(Element::Name, QStringLiteral("\"%1\" is a number").arg(name));
+}
+
+QString WithoutElement(const QString& link)
+{
+    const qsizetype open = link.lastIndexOf(u'(');
+    return link.endsWith(u')') && open > 0 ? link.left(open) : link;
+}
+
+QStringList LinksOf(const Definition& definition, const PlantController& home)
+{
+    const QString& text = definition.Text(Element::LinkItem);
+    const auto kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
+    QStringList links;
+    if (kind == ItemKind::Array) {
+        for (const QString& link : text.split(u',', Qt::SkipEmptyParts)) links.append(link.trimmed());
+    } else if (!text.isEmpty()) {
+        links.append(text);
+    }
+    if (kind == ItemKind::Alias && links.isEmpty())
+        Definition::Refuse(Element::LinkItem, QStringLiteral("an alias needs the item that it stands for"));
+    for (const QString& link : links) {
+        const QString name = definition.Flag(Element::ExtractLinking) ? WithoutElement(link) : link;
+        if (!home.Home().Resolve(home, name))
+            Definition::Refuse(Element::LinkItem, QStringLiteral("the item \"%1\" does not exist").arg(name));
+    }
+    return links;
+}
+
+Variant InitialValueOf(const Definition& definition, Access attribute)
+{
+    // The dialog locks the initial value of read-only items, and sends it all the same.
+    if (!definition.Flag(Element::Initialize) || attribute == Access::ReadOnly) return {};
+    try {
+        return ReadValueText(definition.Type(Element::InitialType), definition.Text(Element::InitialValue));
+    } catch (const ValueError& error) {
+        Definition::Refuse(Element::InitialValue, error.Description());
+    }
+}
+
+/// What the server only keeps is shown with all the rest: element n stands at n - 1, the last one at the end.
+QList<Variant> SettingDataOf(const Definition& definition)
+{
+    QList<Variant> data;
+    for (int i = 1; i <= 35; ++i) data.append(definition.Sent(static_cast<Element>(i)));
+    data.append(definition.Sent(Element::ObjectOption));
+    return data;
+}
+
+ItemTraits TraitsOf(const Definition& definition, const PlantController& home)
+{
+    ItemTraits traits;
+    traits.Name = definition.Text(Element::Name);
+    traits.Description = definition.Text(Element::Description);
+    traits.Kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
+    traits.Attribute = static_cast<Access>(definition.Choice(Element::Attribute));
+    traits.Initial = InitialValueOf(definition, traits.Attribute);
+    traits.Links = LinksOf(definition, home);
+    traits.Property = static_cast<LinkedProperty>(definition.Choice(Element::LinkedProperty));
+    traits.ExtractsElement = definition.Flag(Element::ExtractLinking);
+    traits.Historic = definition.Flag(Element::UseHistory);
+    traits.RaisesEvents = definition.Flag(Element::OnChange);
+    traits.Forced = static_cast<ForcedChange>(definition.Choice(Element::Force));
+    traits.ComparesArrays = definition.Flag(Element::CompareArrays);
+    traits.TakesEmpty = definition.Flag(Element::UseEmpty);
+    traits.Active = !definition.Flag(Element::Deactivate);
+    traits.SettingData = SettingDataOf(definition);
+    return traits;
+}
+
+} // namespace
+
+void DefinitionMaker::AddItem(PlantController& controller, const Variant& definition)
+{
+    m_Last = definition;
+    const Definition checked(definition);
+    CheckName(checked.Text(Element::Name));
+    ItemTraits traits = TraitsOf(checked, controller);
+    controller.Add(std::move(traits), nullptr, DefinedRules::Make(checked, controller));
+}
