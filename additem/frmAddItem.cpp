@@ -113,6 +113,7 @@ void frmAddItem::Form_Load()
     for (ListBox* list : {cmbReqType, cmbReqTypeW}) list->SetListIndex(12);
     cmbItemType->SetListIndex(0);
     cmbLinkProp->SetListIndex(0);
+    txtItemName->setFocus();
 }
 
 void frmAddItem::cmbItemType_Click()
@@ -165,11 +166,14 @@ void frmAddItem::cmbCalc2_Click()
     FollowCalculation(cmbCalc2, txtItem_7);
 }
 
-/// Only the fields of the page that is shown can take the focus.
+/// Only the fields of the page that is shown can take the focus; the page that went has left it to some button.
 void frmAddItem::sstbAddItem_Click(int previousPage)
 {
     picFrame_0->setEnabled(previousPage != 0);
     picFrame_1->setEnabled(previousPage != 1);
+    if (sstbAddItem->tabBar()->hasFocus()) return;
+    if (previousPage == 0) chkReqType->setFocus();
+    else txtItemName->setFocus();
 }
 
 bool frmAddItem::txtItemName_Validate()

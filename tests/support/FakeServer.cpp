@@ -165,9 +165,17 @@ public:
     {
         return Row("Execute", command, parameter).ExecuteResult;
     }
-    qint32 get_Count() override { return static_cast<qint32>(Row("get_Count").Items.size()); }
+    qint32 get_Count() override
+    {
+        const FakeServer::Controller& row = Row("get_Count");
+        return row.ListedCount.value_or(static_cast<qint32>(row.Items.size()));
+    }
     qint32 get_Index() override { return static_cast<qint32>(&Row("get_Index") - m_Server.m_Controllers.data()); }
-    Variant get_ItemNames() override { return Names(Row("get_ItemNames").Items); }
+    Variant get_ItemNames() override
+    {
+        const FakeServer::Controller& row = Row("get_ItemNames");
+        return row.ListedNames.value_or(Names(row.Items));
+    }
     qint32 get_ScanTimes(qint32 index) override
     {
         Row("get_ScanTimes", index);

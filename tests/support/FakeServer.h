@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <array>
+#include <optional>
 
 /// A server made of tables: answers every operation from its members, records every call, and fails where told. It is
 /// modMain::Library while it lives.
@@ -34,6 +35,9 @@ public:
         Variant ExecuteResult = {};
         Variant SettingData = {};
         QString Description = {};
+        /// What the server says of its items when it is not simply `Items`.
+        std::optional<Variant> ListedNames = {};
+        std::optional<qint32> ListedCount = {};
     };
     /// The settings of destinations 1 and 2 stand at 0 and 1.
     struct History
