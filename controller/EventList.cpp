@@ -1,0 +1,70 @@
+#include "controller/EventList.h"
+
+#include "controller/EventLines.h"
+#include "core/automation/Errors.h"
+#include "core/DisplayText.h"
+
+#include <QStyledItemDelegate>
+
+namespace {
+
+constexpr int FrameMs = 16;
+
+/// Paints a line on one row and no more of it than fits; what is cut off is told by the tool tip.
+class LineDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+    QString displayText(const QVariant& value, const QLocale&) const override { return OneLine(value.toString()); }
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
+    {
+        return QSize(1, option.fontMetrics.height() + 2);
+    }
+};
+
+} // namespace
+
+EventList::EventList(QWidget* parent)
+    : QListView(parent)
+    , m_Lines(new EventLines(this))
+{
+    setModel(m_Lines);
+    setItemDelegate(new LineDelegate(this));
+    setUniformItemSizes(true);
+    setEditTriggers(NoEditTriggers);
+    m_NextFrame.setSingleShot(true);
+    m_NextFrame.setInterval(FrameMs);
+    connect(&m_NextFrame, &QTimer::timeout, this, &EventList::ShowLastLine);
+}
+
+void EventList::AddLine(const QString& line)
+{
+    if (m_Lines->Count() >= MostLines || m_Lines->Characters() + line.size() > MostCharacters)
+        throw ValueError::Overflow();
+    m_Lines->Append(line);
+    if (!m_NextFrame.isActive()) m_NextFrame.start();
+}
+
+void EventList::Clear()
+{
+    m_NextFrame.stop();
+    m_Lines->Clear();
+}
+
+int EventList::ListCount() const
+{
+    return static_cast<int>(m_Lines->Count());
+}
+
+QString EventList::List(int index) const
+{
+    if (index < 0 || index >= ListCount()) throw ValueError::SubscriptOutOfRange();
+    return m_Lines->Line(index);
+}
+
+void EventList::ShowLastLine()
+{
+    m_Lines->Announce();
+    setCurrentIndex(m_Lines->index(m_Lines->rowCount() - 1));
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QListView>
+#include <QTimer>
+
+class EventLines;
+
+/// A list box that takes lines by the ten thousand: each is one row whatever it holds, the last one is selected, and the screen
+/// follows at most once a frame.
+class EventList : public QListView
+{
+    Q_OBJECT
+
+public:
+    /// The line count is a signed number of 16 bits.
+    static constexpr int MostLines = 32'767;
+    /// All lines together, in characters: huge values must not eat the memory.
+    static constexpr qsizetype MostCharacters = 64 * 1024 * 1024;
+
+    explicit EventList(QWidget* parent = nullptr);
+
+    /// Adds a line and selects it. Throws ValueError "Overflow" when the list cannot take it; it is then unchanged.
+    void AddLine(const QString& line);
+    void Clear();
+    int ListCount() const;
+    /// Throws ValueError "Subscript out of range".
+    QString List(int index) const;
+
+private:
+    void ShowLastLine();
+
+    EventLines* m_Lines;
+    QTimer m_NextFrame;
+};

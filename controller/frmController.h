@@ -1,0 +1,59 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+#include "core/ChildWindow.h"
+#include "ui_frmController.h"
+
+class GridRefresher;
+
+/// The console of one controller: shows its properties, starts, stops and snapshots it, executes commands, writes its tag, adds items
+/// to it, and logs its events.
+class frmController : public ChildWindow, private Ui::frmController, private ControllerEvents
+{
+    Q_OBJECT
+
+public:
+    frmController();
+
+    /// Also starts the grid's refresh and, as the check boxes say, the events.
+    void ShowForm() override;
+    /// Also ends the events and the grid's refresh.
+    void HideForm() override;
+
+protected:
+    bool Load() override;
+    void FormUnload() override;
+
+private:
+    void ConnectFields();
+    void ConnectCommands();
+
+    void FillTypeLists();
+    bool LayoutControllerGrid();
+    void UpdateEventSubscription();
+    bool PutTag(int typeIndex);
+    void ShowExecuteResult(const Variant& result);
+
+    void cmbType_Click();
+    void cmbExecType_Click();
+    void cmdStart_Click();
+    void cmdStop_Click();
+    void cmdSnapshot_Click();
+    void cmdAddItem_Click();
+    void cmdExecute_Click();
+    void cmdClear_Click();
+
+    // The events that arrive through m_csCtrlEvt.
+    void OnChangeState(qint32 lNewVal) override;
+    void OnChangeItem(const ItemRef& pICSItem) override;
+    void LogEvent(const QString& line);
+    void SetOverflow();
+
+    ControllerRef m_csCtrl;
+    /// The one subscription; empty while no event is wanted.
+    EventSubscriptionRef m_csCtrlEvt;
+    GridRefresher* tmrCtrlProp;
+    bool m_ItemEventsWanted = false;
+    bool m_StateEventsWanted = false;
+    bool m_EventLogOverflowed = false;
+};

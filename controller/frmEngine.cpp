@@ -1,0 +1,63 @@
+#include "controller/frmEngine.h"
+
+#include "core/automation/PlainText.h"
+#include "core/modMain.h"
+
+using namespace modMain;
+
+frmEngine::frmEngine()
+{
+    setupUi(this);
+    lblResult->viewport()->setAutoFillBackground(false); // looks like the label that it is
+    connect(cmdStart, &QPushButton::clicked, this, &frmEngine::cmdStart_Click);
+    connect(cmdStop, &QPushButton::clicked, this, &frmEngine::cmdStop_Click);
+    connect(cmdSnapshot, &QPushButton::clicked, this, &frmEngine::cmdSnapshot_Click);
+    connect(cmdExecute, &QPushButton::clicked, this, &frmEngine::cmdExecute_Click);
+    connect(cmdHide, &QPushButton::clicked, this, &frmEngine::HideForm);
+}
+
+bool frmEngine::Load()
+{
+    m_TreeNode = EngineNode;
+    return true;
+}
+
+void frmEngine::FormUnload()
+{
+    m_TreeNode.reset();
+}
+
+void frmEngine::cmdStart_Click()
+{
+    CallServer(u"Engine", u"Start", [] { Engine->Start(); });
+}
+
+void frmEngine::cmdStop_Click()
+{
+    CallServer(u"Engine", u"Stop", [] { Engine->Stop(); });
+}
+
+void frmEngine::cmdSnapshot_Click()
+{
+    CallServer(u"Engine", u"Snapshot", [] { Engine->Snapshot(); });
+}
+
+void frmEngine::cmdExecute_Click()
+{
+    ReportErrors([this] {
+        Announce(u"Engine", u"Execute");
+        const Variant result = Engine->Execute(txtCommand->text());
+        // It is meant: the call has succeeded, even when its result cannot be shown.
+        AddLog(QStringLiteral("Succeeded."));
+        ShowResult(result);
+    });
+}
+
+/// Throws when the result has no plain text; the last result then stays.
+void frmEngine::ShowResult(const Variant& result)
+{
+    const QString text = ToPlainText(result);
+    lblResult->clear();
+    lblResult->Append(text);
+    lblResult->moveCursor(QTextCursor::Start);
+}

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "core/ChildWindow.h"
+#include "ui_frmEngine.h"
+
+class Variant;
+
+/// The console of the engine, one for the application: starts, stops and snapshots it and executes its commands.
+class frmEngine : public ChildWindow, private Ui::frmEngine
+{
+    Q_OBJECT
+
+public:
+    frmEngine();
+
+protected:
+    bool Load() override;
+    void FormUnload() override;
+
+private:
+    void cmdStart_Click();
+    void cmdStop_Click();
+    void cmdSnapshot_Click();
+    void cmdExecute_Click();
+
+    void ShowResult(const Variant& result);
+};

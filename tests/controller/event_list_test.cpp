@@ -1,0 +1,78 @@
+#include "controller/EventList.h"
+#include "core/automation/Errors.h"
+#include "tests/support/PrintQt.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QScrollBar>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+class EventListTest : public ::testing::Test
+{
+protected:
+    EventListTest()
+    {
+        m_List.resize(300, 200);
+        m_List.show();
+    }
+    void WaitUntilShown()
+    {
+        ASSERT_TRUE(QTest::qWaitFor([this] { return m_List.model()->rowCount() == m_List.ListCount(); }, 2000));
+    }
+
+    EventList m_List;
+};
+
+} // namespace
+
+TEST_F(EventListTest, ALineIsOneRowWhateverItHolds)
+{
+    const QStringList lines = {u"plain"_s,       u"two\r\nlines"_s, u"<b>bold</b> & [*]"_s,
+                               u"nul\0inside"_s, QString(),         QString(1'000'000, u'w')};
+    for (const QString& line : lines) m_List.AddLine(line);
+    WaitUntilShown();
+    const int height = m_List.visualRect(m_List.model()->index(0, 0)).height();
+    for (int i = 0; i < lines.size(); ++i) {
+        const QModelIndex index = m_List.model()->index(i, 0);
+        EXPECT_EQ(m_List.List(i), lines[i]);
+        EXPECT_EQ(m_List.visualRect(index).height(), height);
+        EXPECT_LT(index.data(Qt::ToolTipRole).toString().size(), 5000);
+    }
+    EXPECT_TRUE(m_List.model()->index(2, 0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"));
+    EXPECT_FALSE(m_List.horizontalScrollBar()->isVisible());
+    m_List.setCurrentIndex(m_List.model()->index(1, 0));
+    QTest::keyClick(&m_List, Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), lines[1]) << "copied as it is";
+}
+
+TEST_F(EventListTest, TheLastLineIsSelectedAndInSight)
+{
+    for (int round = 1; round <= 3; ++round) {
+        for (int i = 0; i < 100; ++i) m_List.AddLine(QString::number(i));
+        WaitUntilShown();
+        const QModelIndex last = m_List.model()->index(100 * round - 1, 0);
+        EXPECT_EQ(m_List.selectionModel()->selectedIndexes(), QModelIndexList{last});
+        EXPECT_TRUE(m_List.viewport()->rect().contains(m_List.visualRect(last)));
+    }
+}
+
+TEST_F(EventListTest, RefusesWhatIsTooMuchAndStaysAsItWas)
+{
+    const QString quarter(EventList::MostCharacters / 4, u'x');
+    for (int i = 0; i < 4; ++i) m_List.AddLine(quarter);
+    EXPECT_THROW(m_List.AddLine(u"x"_s), ValueError);
+    m_List.AddLine(QString()); // has room
+    EXPECT_EQ(m_List.ListCount(), 5);
+    EXPECT_EQ(m_List.List(3).size(), quarter.size());
+    EXPECT_THROW(m_List.List(5), ValueError);
+    m_List.Clear();
+    m_List.AddLine(u"x"_s);
+    WaitUntilShown();
+    EXPECT_EQ(m_List.List(0), u"x"_s);
+}
