@@ -1,5 +1,8 @@
 #include "mainwindow/ObjectWindows.h"
 
+#include "additem/frmAddItem.h"
+#include "controller/frmController.h"
+#include "controller/frmEngine.h"
 #include "core/ChildWindow.h"
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
@@ -35,6 +38,7 @@ void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRe
         form = ChildWindow::Open<Form>(node);
         if (!form) return;
         form->setWindowTitle(LiteralTitle(caption(node)));
+        form->setWindowIcon(modMain::GetMainWindow()->Tree().Image(node->Tag()));
     }
     form->ShowForm();
 }
@@ -52,9 +56,19 @@ void ShowSingleWindow(const TreeNodeRef& node)
     form->ShowForm();
 }
 
+void ShowController(const TreeNodeRef& node)
+{
+    ShowNodeWindow<frmController>(node, ControllerCaption);
+}
+
 void ShowItem(const TreeNodeRef& node)
 {
     ShowNodeWindow<frmItem>(node, ItemCaption);
+}
+
+void AddItem(const TreeNodeRef& node)
+{
+    ShowAddItem(modMain::Engine->get_Controller(Variant(node->Text())), node);
 }
 
 } // namespace
@@ -62,8 +76,11 @@ void ShowItem(const TreeNodeRef& node)
 ObjectWindows ConsoleWindows()
 {
     ObjectWindows windows;
-    windows.Show = {{NodeTag::Item, ShowItem},
+    windows.Show = {{NodeTag::Engine, ShowSingleWindow<frmEngine>},
+                    {NodeTag::Controller, ShowController},
+                    {NodeTag::Item, ShowItem},
                     {NodeTag::AddItem, ShowItem},
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
+    windows.AddItem = AddItem;
     return windows;
 }
