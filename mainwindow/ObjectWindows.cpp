@@ -1,7 +1,6 @@
 #include "mainwindow/ObjectWindows.h"
 
 #include "additem/frmAddItem.h"
-#include "additem/frmAddItem.h"
 #include "controller/frmController.h"
 #include "controller/frmEngine.h"
 #include "core/ChildWindow.h"
@@ -72,11 +71,6 @@ void AddItem(const TreeNodeRef& node)
     ShowAddItem(modMain::Engine->get_Controller(Variant(node->Text())), node);
 }
 
-void AddItem(const TreeNodeRef& node)
-{
-    ShowAddItem(modMain::Engine->get_Controller(Variant(node->Text())), node);
-}
-
 } // namespace
 
 ObjectWindows ConsoleWindows()
@@ -87,7 +81,6 @@ ObjectWindows ConsoleWindows()
                     {NodeTag::Item, ShowItem},
                     {NodeTag::AddItem, ShowItem},
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
-    windows.AddItem = AddItem;
     windows.AddItem = AddItem;
     return windows;
 }
