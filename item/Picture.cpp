@@ -12,8 +12,9 @@ namespace {
 
 /// What a decoder may be asked to unpack: 128 MB at four bytes a point, Qt's own limit.
 constexpr qint64 MaxClaimedPoints = 32 * 1024 * 1024;
-/// Points an edge of a picture that is kept for display.
-constexpr int MaxKeptEdge = 2048;
+/// What a picture may occupy while it is shown; larger ones are reduced.
+constexpr qint64 MaxKeptBytes = 16 * 1024 * 1024;
+constexpr QSize ReducedBox(2048, 2048);
 
 QByteArray View(const QList<quint8>& bytes)
 {
@@ -68,14 +69,22 @@ void CheckClaimedSize(QSize size)
         ThrowNoPicture(QStringLiteral("it claims %1 x %2 points").arg(size.width()).arg(size.height()));
 }
 
-bool IsTooLarge(QSize size)
-{
-    return size.width() > MaxKeptEdge || size.height() > MaxKeptEdge;
-}
-
 QSize Reduced(QSize size)
 {
-    return size.scaled(MaxKeptEdge, MaxKeptEdge, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+    return size.scaled(ReducedBox, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+}
+
+/// Some decoders reduce while they read, which takes less time and memory.
+void ReduceWhileReading(QImageReader& reader, QSize size)
+{
+    const bool isLarge = qint64{size.width()} * size.height() * 4 > MaxKeptBytes;
+    if (isLarge && reader.supportsOption(QImageIOHandler::ScaledSize)) reader.setScaledSize(Reduced(size));
+}
+
+bool Write(QFile& file, const QList<quint8>& bytes)
+{
+    // Written over what is there and then cut: emptying a large file first takes longer than writing it.
+    return file.write(View(bytes)) == bytes.size() && file.resize(bytes.size());
 }
 
 } // namespace
@@ -83,8 +92,8 @@ QSize Reduced(QSize size)
 void WritePictureFile(const QList<quint8>& bytes)
 {
     QFile file(modAPI::WritableProgramFolder() + QStringLiteral("/Temp.bmp"));
-    const bool opened = file.open(QIODevice::WriteOnly | QIODevice::Unbuffered);
-    if (opened && file.write(View(bytes)) == bytes.size()) return;
+    const bool opened = file.open(QIODevice::ReadWrite | QIODevice::Unbuffered);
+    if (opened && Write(file, bytes)) return;
     const QString reason = file.errorString();
     if (opened) file.remove();
     throw DescribedError(QStringLiteral("The picture file %1 cannot be written: %2").arg(file.fileName(), reason));
@@ -99,10 +108,10 @@ QImage ReadPicture(const QList<quint8>& bytes)
     const QByteArray format = reader.format();
     const QSize size = reader.size();
     CheckClaimedSize(size);
-    if (IsTooLarge(size) && reader.supportsOption(QImageIOHandler::ScaledSize)) reader.setScaledSize(Reduced(size));
+    ReduceWhileReading(reader, size);
     device.Forget(); // only the decoding itself counts
     const QImage picture = reader.read();
     if (picture.isNull()) ThrowNoPicture(reader.errorString());
     if (device.EndedTooEarly(format)) ThrowNoPicture(QStringLiteral("it ends too early"));
-    return IsTooLarge(picture.size()) ? picture.scaled(Reduced(picture.size())) : picture;
+    return picture.sizeInBytes() > MaxKeptBytes ? picture.scaled(Reduced(picture.size())) : picture;
 }

@@ -9,7 +9,6 @@
 #include "core/modMain.h"
 #include "core/modValues.h"
 #include "core/ObjectTreeModel.h"
-#include "item/ItemAccess.h"
 #include "item/ItemRows.h"
 #include "item/Picture.h"
 
@@ -22,6 +21,14 @@ using namespace modMain;
 namespace {
 
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0};
+
+/// A line of text takes some 70 bytes of memory a character and, from here on, more than a second to lay out and paint.
+constexpr qsizetype MaxShownCharacters = 2 * 1024 * 1024;
+
+[[noreturn]] void ThrowTooLong(qsizetype characters)
+{
+    throw DescribedError(QStringLiteral("The value is too long to be shown: %1 characters.").arg(characters));
+}
 
 bool IsEmptyList(const Variant& names)
 {
@@ -61,7 +68,7 @@ void frmItem::ConnectCommands()
 void frmItem::ShowForm()
 {
     ChildWindow::ShowForm();
-    m_Refresher->Start();
+    if (!IsUnloading()) m_Refresher->Start();
 }
 
 void frmItem::HideForm()
@@ -126,9 +133,9 @@ void frmItem::InitActivation()
 
 void frmItem::cmbProperty_Click()
 {
-    m_PropertyIndex = cmbProperty->ListIndex();
-    const auto property = static_cast<ItemProperty>(m_PropertyIndex);
-    if (property == ItemProperty::Value) {
+    if (cmbProperty->ListIndex() < 0) return;
+    m_Property = static_cast<ItemProperty>(cmbProperty->ListIndex());
+    if (m_Property == ItemProperty::Value) {
         chkDelay->setChecked(m_DelayTicked);
         chkDelay->setEnabled(true);
         chkDelay_Click();
@@ -140,7 +147,7 @@ void frmItem::cmbProperty_Click()
     chkDelay->setEnabled(false);
     cmdGet->setEnabled(true);
     DisableField(txtDelay);
-    EnableFields(property == ItemProperty::Elements, {txtElements});
+    EnableFields(m_Property == ItemProperty::Elements, {txtElements});
 }
 
 void frmItem::cmbType_Click()
@@ -173,15 +180,15 @@ bool frmItem::txtDelay_Validate()
 
 void frmItem::cmdGet_Click()
 {
-    ReportErrors([this] {
-        ShowValue(GetItemProperty(*m_csItem, static_cast<ItemProperty>(m_PropertyIndex), txtElements->text()));
-    });
+    ReportErrors([this] { ShowValue(GetItemProperty(*m_csItem, m_Property, txtElements->text())); });
 }
 
 void frmItem::ShowValue(const Variant& value)
 {
+    const QString text = ValueTextOf(ValueToTypedText(value));
+    if (text.size() > MaxShownCharacters) ThrowTooLong(text.size());
     cmbType->SetListIndex(VarTypeToTypeIndex(value.Type()));
-    txtValue->setText(ValueTextOf(ValueToTypedText(value)));
+    txtValue->setText(text);
     imgThumbnail->Clear();
     if (value.Type() == ArrayOf(VT_UI1)) ShowThumbnail(value.Array().Of<quint8>());
 }
@@ -198,7 +205,7 @@ void frmItem::cmdPut_Click()
     ReportErrors([this] {
         const Variant value = ToValue(cmbType->ListIndex(), txtValue->text()); // refused text: nothing is announced
         const auto delay = CheckToBool(chkDelay) ? std::optional(txtDelay->text()) : std::nullopt;
-        PutItemProperty(*m_csItem, static_cast<ItemProperty>(m_PropertyIndex), value, delay);
+        PutItemProperty(*m_csItem, m_Property, value, delay);
     });
 }
 

