@@ -101,7 +101,7 @@ private:
         m_Done << u"check"_s;
         if (m_ShowBox) {
             QMessageBox::warning(this, {}, u"no"_s);
-            activateWindow(); // as a window manager does; without display there is none
+            QTimer::singleShot(0, this, [this] { activateWindow(); }); // as a window manager does; here there is none
         }
         return m_Field->text() != u"bad";
     }

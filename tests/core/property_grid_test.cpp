@@ -195,10 +195,14 @@ TEST_F(Grid, laying_out_lets_window_events_run)
     EXPECT_EQ(handled, 1);
 
     QTest::qWait(20);
-    QTimer::singleShot(0, m_Grid, [&] { m_Grid->Lay({Row(u"Inner"_s, {}), Row(u"Name"_s, {})}, {1300, 280}); });
+    QTimer::singleShot(0, m_Grid, [&] {
+        m_Grid->Lay({Row(u"Inner"_s, {}), Row(u"Name"_s, {})}, {1300, 280});
+        m_Grid->setCurrentCell(1, 0);
+    });
     m_Grid->Lay(PropertyRows(30, Row(u"Outer"_s, {})), {1300, 280});
     EXPECT_EQ(m_Grid->rowCount(), 2);
     EXPECT_EQ(m_Grid->CellText(0, 0), u"Inner"_s);
+    EXPECT_EQ(m_Grid->currentIndex(), m_Grid->model()->index(1, 0));
 
     QTest::qWait(20);
     QTimer::singleShot(0, m_Grid, [&] { delete m_Grid; });
