@@ -97,6 +97,7 @@ void frmMDI::LoadImages()
 void frmMDI::ConnectTree()
 {
     treeObject->setModel(&m_Tree);
+    treeObject->setFocus();
     connect(treeObject, &ObjectTreeView::MouseDown, this, &frmMDI::treeObject_MouseDown);
     connect(treeObject, &ObjectTreeView::NodeClick, this, &frmMDI::treeObject_NodeClick);
     connect(treeObject, &ObjectTreeView::NodeKey, this, &frmMDI::treeObject_NodeKey);
