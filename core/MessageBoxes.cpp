@@ -2,7 +2,7 @@
 
 #include "core/modMain.h"
 
-#include <QCoreApplication>
+#include <QApplication>
 
 #include <utility>
 
@@ -12,11 +12,17 @@ namespace {
 
 MessageBoxRunner Runner;
 
+/// The modal dialog that is open, else the main window: a box behind the one that waits for it could not be answered.
+QWidget* WindowInFront()
+{
+    if (QWidget* dialog = QApplication::activeModalWidget()) return dialog;
+    MainWindow* mainWindow = GetMainWindow();
+    return mainWindow ? mainWindow->Widget() : nullptr;
+}
+
 QMessageBox::StandardButton Run(QMessageBox::Icon icon, const QString& text, QMessageBox::StandardButtons buttons)
 {
-    MainWindow* mainWindow = GetMainWindow();
-    QMessageBox box(icon, QCoreApplication::applicationName(), text, buttons,
-                    mainWindow ? mainWindow->Widget() : nullptr);
+    QMessageBox box(icon, QCoreApplication::applicationName(), text, buttons, WindowInFront());
     box.setTextFormat(Qt::PlainText);
     return Runner ? Runner(box) : static_cast<QMessageBox::StandardButton>(box.exec());
 }

@@ -13,6 +13,7 @@
 #include "mainwindow/StatusPanels.h"
 
 #include <QCloseEvent>
+#include <QDialog>
 #include <QFileInfo>
 #include <QScreen>
 #include <QVersionNumber>
@@ -296,6 +297,7 @@ void frmMDI::CascadeWindows()
 void frmMDI::CloseWindows()
 {
     modMain::SetStatus(QStringLiteral("Close Window..."));
+    for (QDialog* dialog : findChildren<QDialog*>()) dialog->close(); // one that stands while the console is closed
     ChildWindow::UnloadAll();
     modMain::SetStatus(QStringLiteral("Ready."));
 }
