@@ -1,0 +1,79 @@
+#include "history/ResultReader.h"
+#include "tests/history/ScriptedResult.h"
+#include "tests/support/PrintQt.h"
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+ResultReader Read(ScriptedResult::Script& script)
+{
+    return ResultReader(std::make_shared<ScriptedResult>(script));
+}
+
+TEST(ResultReader, KeepsThePagesUsedLastWithinItsMemory)
+{
+    ScriptedResult::Script script{.Progress = {100'000, true, {}}, .BytesPerPage = 1024 * 1024};
+    {
+        ResultReader reader = Read(script);
+        for (qint64 row = 0; row < 100'000; ++row) ASSERT_EQ(reader.Cell(row, 0), Variant(static_cast<qint32>(row)));
+        EXPECT_EQ(script.PagesAsked.size(), 1000) << "each page once";
+        EXPECT_EQ(script.LivePages, 9) << "8 MB and the page in use";
+        EXPECT_EQ(reader.KeptBytes(), 9 * script.BytesPerPage);
+
+        reader.Cell(99'100, 0); // makes the oldest one the newest
+        reader.Cell(0, 0);
+        script.PagesAsked.clear();
+        reader.Cell(99'199, 1);
+        EXPECT_EQ(script.PagesAsked, QList<qint64>());
+        reader.Cell(99'200, 1);
+        EXPECT_EQ(script.PagesAsked, QList<qint64>{99'200});
+    }
+    EXPECT_EQ(script.LivePages, 0);
+    EXPECT_EQ(script.LiveResults, 0);
+}
+
+TEST(ResultReader, KeepsNoMoreThanTheOnePageThatIsTooLarge)
+{
+    ScriptedResult::Script script{.RowsPerPage = 1, .BytesPerPage = 20 * 1024 * 1024};
+    ResultReader reader = Read(script);
+    for (const int row : {0, 1, 2}) reader.Cell(row, 0);
+    EXPECT_EQ(script.LivePages, 1);
+}
+
+TEST(ResultReader, RefusesPagesThatDoNotHoldTheRowAndCountsNoMoreThanAGridTakes)
+{
+    class Stubborn : public ScriptedResult
+    {
+    public:
+        using ScriptedResult::ScriptedResult;
+        ResultPageRef PageOf(qint64) override { return ScriptedResult::PageOf(0); }
+    };
+    ScriptedResult::Script script{.Progress = {5'000'000'000, false, {}}};
+    ResultReader reader(std::make_shared<Stubborn>(script));
+    EXPECT_EQ(reader.RowCount(), 40'000'000);
+    EXPECT_EQ(reader.Cell(99, 0), Variant(qint32{99}));
+    try {
+        reader.Cell(100, 0);
+        ADD_FAILURE() << "a wrong page was taken";
+    } catch (const ServerError& error) {
+        EXPECT_EQ(error.Description(), u"The server sent a page without row 100.");
+    }
+}
+
+TEST(ResultReader, FailsAsAWholeWhenTheResultCannotBeOpened)
+{
+    for (QString ScriptedResult::Script::*failure :
+         {&ScriptedResult::Script::ColumnsFailure, &ScriptedResult::Script::ProgressFailure,
+          &ScriptedResult::Script::PageFailure}) {
+        ScriptedResult::Script script;
+        script.*failure = u"gone"_s;
+        EXPECT_THROW(Read(script), ServerError);
+        EXPECT_EQ(script.LiveResults, 0);
+    }
+    EXPECT_EQ(ResultReader().Columns(), QStringList());
+}
+
+} // namespace
