@@ -60,9 +60,9 @@ void ResultGrid::SetUpHeaders()
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultAlignment(Qt::AlignRight | Qt::AlignVCenter);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    // A marked section is looked up through all rows each time it is painted.
-    verticalHeader()->setHighlightSections(false);
-    horizontalHeader()->setHighlightSections(false);
+    // A header that marks what is selected looks through all rows or columns each time it is painted.
+    for (QHeaderView* header : {verticalHeader(), horizontalHeader()})
+        header->setSelectionModel(new QItemSelectionModel(m_Model, header));
     PlaceRows();
 }
 
