@@ -11,7 +11,7 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     : m_Io(io)
     , m_Options(options)
     , m_Began(io.provider->getTimer().now())
-    , m_Socket(options.SocketPath)
+    , m_Socket(std::in_place, options.SocketPath)
     , m_Plant(*this)
     , m_History(DefaultHistorySettings())
     , m_Watch(io.provider->getTimer())
@@ -24,13 +24,15 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     BuildDemoPlant(m_Plant);
     m_Plant.Begin();
     m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
-    m_Clients = kj::heap<ClientHost>(io, m_Socket.Descriptor(), kj::heap<LibraryServer>(m_Services));
+    m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), kj::heap<LibraryServer>(m_Services));
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
 
 ServerProcess::~ServerProcess()
 {
     m_Clients->OnCountChanged(nullptr); // their going now says nothing
+    m_Clients = nullptr;
+    m_Socket.reset(); // before the history takes its time: nobody is to wait at a server that has ended
 }
 
 void ServerProcess::Run()
@@ -39,9 +41,8 @@ void ServerProcess::Run()
     WatchIdleness();
     TellReady();
     Log(LogLevel::Info,
-        QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket.Path()));
+        QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket->Path()));
     m_Ending.promise.wait(m_Io.waitScope);
-    m_Plant.Terminate();
 }
 
 Moment ServerProcess::Now()
@@ -55,7 +56,10 @@ void ServerProcess::After(qint32 delay, std::function<void()> action)
     m_Tasks.add(m_Io.provider->getTimer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
 }
 
-void ServerProcess::Record(const PlantItem&) {}
+void ServerProcess::Record(const PlantItem& item)
+{
+    m_History.Record({item.Controller()->Name(), item.Name(), item.LastValue(), item.Time()});
+}
 
 void ServerProcess::Warn(const QString& text)
 {
@@ -106,17 +110,18 @@ bool ServerProcess::IsIdle() const
 
 CommandSubjects ServerProcess::SubjectsOfCommands()
 {
-    constexpr qint32 TimeToAnswer = 100; // milliseconds
     return {m_Plant,
             m_Objects,
             m_Watch,
             m_Io.provider->getTimer(),
             [this] { return m_Definitions.Last(); },
-            [this] { After(TimeToAnswer, [this] { End(QStringLiteral("A command ended it.")); }); }};
+            [this] { End(QStringLiteral("A command ended it.")); }};
 }
 
 void ServerProcess::End(const QString& reason)
 {
     Log(LogLevel::Info, QStringLiteral("The server ends: %1").arg(reason));
-    m_Ending.fulfiller->fulfill();
+    m_Plant.Terminate();
+    constexpr qint32 TimeToTell = 100; // milliseconds, for answers and events that are under way
+    After(TimeToTell, [this] { m_Ending.fulfiller->fulfill(); });
 }

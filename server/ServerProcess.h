@@ -46,7 +46,7 @@ private:
     kj::AsyncIoContext& m_Io;
     const ServerOptions m_Options;
     const kj::TimePoint m_Began;
-    ListeningSocket m_Socket;
+    std::optional<ListeningSocket> m_Socket;
     Plant m_Plant;
     History m_History;
     DefinitionMaker m_Definitions;

@@ -6,7 +6,7 @@
 #include <QCoreApplication>
 
 #include <csignal>
-#include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -58,6 +58,13 @@ int Serve(const ServerOptions& options)
     return 0;
 }
 
+/// A thread that hangs in a database's library would fail in a process that is tidied up under it.
+int Leave(int code)
+{
+    if (Worker::AnyLeftBehind()) std::_Exit(code);
+    return code;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -66,7 +73,7 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("velsqlserver"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     try {
-        return Serve(ReadOptions(app));
+        return Leave(Serve(ReadOptions(app)));
     } catch (const kj::Exception& exception) {
         Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
     } catch (...) {

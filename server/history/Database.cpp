@@ -1,10 +1,7 @@
 #include "server/history/Database.h"
 
-#include "core/automation/Errors.h"
-
 #include <QDir>
 #include <QFileInfo>
-#include <QSqlError>
 #include <QSqlQuery>
 
 #include <array>
@@ -49,18 +46,18 @@ QChar ClosingOf(QChar opening)
     return opening == u'{' ? u'}' : opening == u'"' || opening == u'\'' ? opening : QChar();
 }
 
-/// Takes the value at the head of `rest` up to its ";"; a closing mark that stands twice means itself.
-QString TakeValue(QStringView& rest)
+QString TakePlainValue(QStringView& rest)
 {
-    rest = rest.trimmed();
-    const QChar closing = rest.isEmpty() ? QChar() : ClosingOf(rest.front());
+    const qsizetype end = rest.indexOf(u';');
+    const QString value = rest.left(end < 0 ? rest.size() : end).trimmed().toString();
+    rest = end < 0 ? QStringView() : rest.sliced(end + 1);
+    return value;
+}
+
+/// A closing mark that stands twice means itself.
+QString TakeMarkedValue(QStringView& rest, QChar closing)
+{
     QString value;
-    if (closing.isNull()) {
-        const qsizetype end = rest.indexOf(u';');
-        value = rest.left(end < 0 ? rest.size() : end).trimmed().toString();
-        rest = end < 0 ? QStringView() : rest.sliced(end + 1);
-        return value;
-    }
     qsizetype at = 1;
     for (; at < rest.size(); ++at) {
         if (rest[at] != closing) value += rest[at];
@@ -71,21 +68,40 @@ QString TakeValue(QStringView& rest)
         throw DescribedError(QStringLiteral("A value of the connection string has no closing %1.").arg(closing));
     rest = rest.sliced(at + 1).trimmed();
     if (!rest.isEmpty() && rest.front() != u';')
-        throw DescribedError(QStringLiteral("Behind a value of the connection string stands \"%1\".").arg(rest));
+        throw DescribedError(
+            QStringLiteral("A value of the connection string goes on behind its closing %1.").arg(closing));
     rest = rest.isEmpty() ? rest : rest.sliced(1);
     return value;
 }
 
-QMap<QString, QString> ParseConnectionString(const QString& text)
+/// Takes the value at the head of `rest` with the ";" behind it.
+QString TakeValue(QStringView& rest)
 {
-    QMap<QString, QString> parts;
+    rest = rest.trimmed();
+    const QChar closing = rest.isEmpty() ? QChar() : ClosingOf(rest.front());
+    return closing.isNull() ? TakePlainValue(rest) : TakeMarkedValue(rest, closing);
+}
+
+struct Parts
+{
+    QMap<QString, QString> Values;
+    QString Shown; ///< the whole text, with the password hidden
+};
+
+Parts ParseConnectionString(const QString& text)
+{
+    Parts parts;
     QStringView rest = QStringView(text).trimmed();
     while (!rest.isEmpty()) {
         const qsizetype equals = rest.indexOf(u'=');
         if (equals < 0) throw DescribedError(QStringLiteral("The connection string has no \"=\" in \"%1\".").arg(rest));
         const QString key = MeaningOf(rest.left(equals).toString());
+        parts.Shown += rest.left(equals + 1);
         rest = rest.sliced(equals + 1);
-        parts.insert(key, TakeValue(rest));
+        const QStringView tail = rest;
+        parts.Values.insert(key, TakeValue(rest));
+        const QStringView value = tail.left(rest.isNull() ? tail.size() : rest.data() - tail.data());
+        parts.Shown += key == QStringLiteral("password") ? QStringView(u"***;") : value;
         rest = rest.trimmed();
     }
     return parts;
@@ -110,6 +126,14 @@ int PortOf(const QString& text)
     return port;
 }
 
+/// SQLite's result codes are numbers: too big, constraint, mismatch. PostgreSQL's are five characters: classes 22 and 23 are about data.
+bool IsCodeOfValue(const QString& code)
+{
+    if (code.size() == 5) return code.startsWith(u"22") || code.startsWith(u"23");
+    const int primary = code.toInt() & 0xFF;
+    return primary >= 18 && primary <= 20;
+}
+
 QString NextName()
 {
     static std::atomic<quint64> count = 0;
@@ -119,9 +143,9 @@ QString NextName()
 } // namespace
 
 DatabaseAddress::DatabaseAddress(const QString& connectionString)
-    : m_Text(connectionString)
 {
-    const auto parts = ParseConnectionString(connectionString);
+    const auto [parts, shown] = ParseConnectionString(connectionString);
+    m_Shown = shown;
     m_Driver = DriverOf(parts.value(QStringLiteral("driver")));
     m_Database = parts.value(QStringLiteral("database"));
     m_Server = parts.value(QStringLiteral("server"));
@@ -131,9 +155,10 @@ DatabaseAddress::DatabaseAddress(const QString& connectionString)
     if (m_Database.isEmpty()) throw DescribedError(QStringLiteral("The connection string names no database."));
 }
 
-QString DatabaseAddress::Shown() const
+DatabaseError::DatabaseError(const QSqlError& error)
+    : DescribedError(Describe(error))
+    , m_IsAboutTheValue(IsCodeOfValue(error.nativeErrorCode()))
 {
-    return m_Password.isEmpty() ? m_Text : QString(m_Text).replace(m_Password, QStringLiteral("***"));
 }
 
 DatabaseSession::DatabaseSession(const DatabaseAddress& address)
@@ -161,7 +186,14 @@ DatabaseSession::~DatabaseSession()
 void DatabaseSession::Run(const QString& statement) const
 {
     QSqlQuery query(Database());
-    if (!query.exec(statement)) throw DescribedError(Describe(query.lastError()));
+    if (!query.exec(statement)) throw DatabaseError(query.lastError());
+}
+
+QVariant DatabaseSession::Ask(const QString& question) const
+{
+    QSqlQuery query(Database());
+    if (!query.exec(question)) throw DatabaseError(query.lastError());
+    return query.next() ? query.value(0) : QVariant();
 }
 
 void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& address) const

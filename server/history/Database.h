@@ -1,7 +1,11 @@
 #pragma once
 
+#include "core/automation/Errors.h"
+
 #include <QMap>
 #include <QSqlDatabase>
+#include <QSqlError>
+#include <QVariant>
 
 /// Where a database is and how to reach it, as a connection string "Key=Value;Key=Value" says.
 class DatabaseAddress
@@ -15,12 +19,12 @@ public:
     /// File path or name of the database.
     const QString& Database() const { return m_Database; }
     /// The connection string with the password hidden.
-    QString Shown() const;
+    const QString& Shown() const { return m_Shown; }
 
 private:
     friend class DatabaseSession;
 
-    QString m_Text;
+    QString m_Shown;
     QString m_Driver;
     QString m_Database;
     QString m_Server;
@@ -29,19 +33,34 @@ private:
     QString m_Password;
 };
 
+/// A database refused something.
+class DatabaseError : public DescribedError
+{
+public:
+    explicit DatabaseError(const QSqlError& error);
+
+    /// It refused this value for what it is, and would always do so; anything else may go better later.
+    bool IsAboutTheValue() const { return m_IsAboutTheValue; }
+
+private:
+    bool m_IsAboutTheValue;
+};
+
 /// An open connection to a database, for the thread that made it.
 class DatabaseSession
 {
 public:
-    /// Throws DescribedError when the database cannot be opened.
+    /// Makes the folder of an SQLite file. Throws DescribedError when the database cannot be opened.
     explicit DatabaseSession(const DatabaseAddress& address);
     DatabaseSession(const DatabaseSession&) = delete;
     DatabaseSession& operator=(const DatabaseSession&) = delete;
     ~DatabaseSession();
 
     QSqlDatabase Database() const { return QSqlDatabase::database(m_Name, false); }
-    /// Runs a statement without a result. Throws DescribedError.
+    /// Runs a statement without a result. Throws DatabaseError.
     void Run(const QString& statement) const;
+    /// The first value of the first row; none when there are no rows. Throws DatabaseError.
+    QVariant Ask(const QString& question) const;
 
 private:
     void Configure(QSqlDatabase& database, const DatabaseAddress& address) const;
@@ -50,4 +69,4 @@ private:
 };
 
 /// The database's own words for what went wrong.
-QString Describe(const class QSqlError& error);
+QString Describe(const QSqlError& error);

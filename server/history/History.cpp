@@ -25,6 +25,22 @@ HistorySettings DefaultHistorySettings()
 History::History(HistorySettings settings)
     : m_Settings(std::move(settings))
 {
+    for (int index : {1, 2}) {
+        const HistoryDestination& destination = Destination(index);
+        if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
+    }
+}
+
+void History::Record(const RecordedValue& value)
+{
+    for (Recorder& recorder : m_Recorders) recorder.Record(value);
+}
+
+bool History::Flush(int milliseconds)
+{
+    bool all = true;
+    for (Recorder& recorder : m_Recorders) all = recorder.Flush(milliseconds) && all;
+    return all;
 }
 
 QString History::ConnectionString(qint32 index) const

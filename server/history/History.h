@@ -1,16 +1,9 @@
 #pragma once
 
+#include "server/history/Recorder.h"
 #include "server/history/StatementRunner.h"
 
 #include <array>
-
-/// One place where values are recorded.
-struct HistoryDestination
-{
-    QString ConnectionString; ///< empty: not used
-    QString TableName = QStringLiteral("velsql_history");
-    qint32 MaxRecord = 100'000; ///< 0: no limit
-};
 
 struct HistorySettings
 {
@@ -25,7 +18,13 @@ HistorySettings DefaultHistorySettings();
 class History
 {
 public:
+    /// Throws DescribedError for wrong settings; a database that is away is no error.
     explicit History(HistorySettings settings);
+
+    /// Never waits for a database.
+    void Record(const RecordedValue& value);
+    /// See Recorder::Flush.
+    bool Flush(int milliseconds);
 
     bool IsEnabled() const { return m_Settings.Enabled; }
     /// `index` is 1 or 2. Throws ServerError. Passwords are hidden.
@@ -40,5 +39,6 @@ private:
     const HistoryDestination& Destination(qint32 index) const;
 
     HistorySettings m_Settings;
+    std::list<Recorder> m_Recorders;
     StatementRunner m_Runner;
 };

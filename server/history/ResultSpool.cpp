@@ -1,7 +1,7 @@
 #include "server/history/ResultSpool.h"
 
 #include "core/automation/Errors.h"
-#include "core/automation/SafeArray.h"
+#include "server/history/SqlValue.h"
 #include "velsqllib/WireValue.h"
 
 #include <capnp/serialize.h>
@@ -21,13 +21,6 @@ public:
     void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
     ObjectRef Read(wire::Object::Reader) override { return nullptr; }
 };
-
-qint64 BytesOf(const Variant& value)
-{
-    constexpr qint64 Fixed = 24;
-    if (const QString* text = value.GetIf<QString>()) return Fixed + text->size() * qint64{sizeof(QChar)};
-    return value.IsArray() ? 2 * Fixed + value.Array().Count() : Fixed;
-}
 
 [[noreturn]] void ThrowSystemError(const QString& what)
 {
@@ -61,7 +54,7 @@ kj::Array<kj::byte> ResultSpool::PageOf(qint64 row) const
 void ResultSpool::Append(QList<Variant> row)
 {
     qint64 bytes = 0;
-    for (const Variant& cell : row) bytes += BytesOf(cell);
+    for (const Variant& cell : row) bytes += SizeOf(cell);
     if (bytes > LargestRow)
         throw DescribedError(QStringLiteral("Row %1 is larger than %2 MB.")
                                  .arg(m_Rows + m_WaitingRows + 1)

@@ -74,3 +74,16 @@ QVariant ToSql(const Variant& value)
         },
         value.Data());
 }
+
+qint64 SizeOf(const Variant& value)
+{
+    constexpr qint64 Fixed = 24;
+    if (const QString* text = value.GetIf<QString>()) return Fixed + text->size() * qint64{sizeof(QChar)};
+    if (!value.IsArray()) return Fixed;
+    const SafeArray& array = value.Array();
+    const VarType type = array.ElementType();
+    if (type != VT_BSTR && type != VT_VARIANT) return 2 * Fixed + array.Count() * qint64{sizeof(double)};
+    qint64 bytes = 2 * Fixed;
+    for (qsizetype i = 0; i < array.Count(); ++i) bytes += SizeOf(array.At(i));
+    return bytes;
+}

@@ -9,3 +9,6 @@ Variant FromSql(const QVariant& value);
 
 /// How an item's value is recorded: numbers as numbers, texts as texts, arrays as the text of their elements, nothing for EMPTY and NULL.
 QVariant ToSql(const Variant& value);
+
+/// About how many bytes of memory a value takes.
+qint64 SizeOf(const Variant& value);

@@ -72,29 +72,19 @@ void RunStatement(const DatabaseAddress& address, const QString& statement, cons
 
 } // namespace
 
-StatementRunner::~StatementRunner() = default;
-
 kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, const QString& statement)
 {
-    Reap();
+    m_Workers.remove_if([](const Worker& worker) { return worker.IsDone(); });
     if (m_Workers.size() >= MostStatements)
         throw DescribedError(QStringLiteral("%1 statements are running already.").arg(MostStatements));
     auto pair = kj::newPromiseAndCrossThreadFulfiller<ResultSpoolRef>();
-    auto done = std::make_shared<std::atomic<bool>>(false);
     const auto fulfiller = std::make_shared<kj::Own<Fulfiller>>(kj::mv(pair.fulfiller));
-    std::jthread thread([=](const std::stop_token& stop) {
+    m_Workers.emplace_back([=](const std::stop_token& stop) {
         try {
             RunStatement(address, statement, **fulfiller, stop);
         } catch (...) {
             (*fulfiller)->reject(ToException(CurrentErrorDescription()));
         }
-        *done = true;
     });
-    m_Workers.push_back({std::move(thread), done});
     return kj::mv(pair.promise);
-}
-
-void StatementRunner::Reap()
-{
-    m_Workers.remove_if([](const Worker& worker) { return worker.Done->load(); });
 }

@@ -2,11 +2,11 @@
 
 #include "server/history/Database.h"
 #include "server/history/ResultSpool.h"
+#include "server/history/Worker.h"
 
 #include <kj/async.h>
 
 #include <list>
-#include <thread>
 
 using ResultSpoolRef = std::shared_ptr<ResultSpool>;
 
@@ -14,23 +14,10 @@ using ResultSpoolRef = std::shared_ptr<ResultSpool>;
 class StatementRunner
 {
 public:
-    StatementRunner() = default;
-    StatementRunner(const StatementRunner&) = delete;
-    StatementRunner& operator=(const StatementRunner&) = delete;
-    ~StatementRunner();
-
     /// The result as soon as its columns are known; its rows follow. When the last reference to it goes, reading ends.
     /// Throws DescribedError when too many are running; the promise fails with the database's description.
     kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement);
 
 private:
-    struct Worker
-    {
-        std::jthread Thread;
-        std::shared_ptr<std::atomic<bool>> Done;
-    };
-
-    void Reap();
-
     std::list<Worker> m_Workers;
 };

@@ -1,0 +1,226 @@
+#include "server/history/Recorder.h"
+
+#include "server/history/SqlValue.h"
+#include "server/log/Log.h"
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <QFile>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t LargestBatch = 5000;
+constexpr std::size_t BatchWorthWriting = 1000;
+constexpr auto LongestWait = 200ms; // for a batch to fill
+constexpr auto RetryPause = 1000ms;
+
+qint64 BytesOf(const RecordedValue& value)
+{
+    return 64 + SizeOf(value.Value);
+}
+
+} // namespace
+
+/// What waits to be written; filled by the event loop, emptied by the writer.
+class Recorder::Queue
+{
+public:
+    void Add(RecordedValue value)
+    {
+        const std::lock_guard lock(m_Guard);
+        m_Bytes += BytesOf(value);
+        m_Values.push_back(std::move(value));
+        while (m_Values.size() > MostWaiting || m_Bytes > MostBytesWaiting) {
+            m_Bytes -= BytesOf(m_Values.front());
+            m_Values.pop_front();
+            ++m_Dropped;
+            ++m_Removed;
+        }
+        if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting) m_Filled.notify_one();
+    }
+
+    /// The oldest values, which stay in the queue until they are Removed; empty when told to stop and nothing waits.
+    std::vector<RecordedValue> Batch(const std::stop_token& stop)
+    {
+        std::unique_lock lock(m_Guard);
+        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
+        m_Filled.wait_for(lock, stop, LongestWait, [this] { return m_Values.size() >= BatchWorthWriting; });
+        const auto count = static_cast<std::ptrdiff_t>(std::min(m_Values.size(), LargestBatch));
+        m_BatchBegan = m_Removed;
+        return {m_Values.begin(), m_Values.begin() + count};
+    }
+
+    /// Takes away the first `count` values of the batch; some may have been dropped meanwhile.
+    void Remove(std::size_t count)
+    {
+        const std::lock_guard lock(m_Guard);
+        while (m_Removed < m_BatchBegan + count && !m_Values.empty()) {
+            m_Bytes -= BytesOf(m_Values.front());
+            m_Values.pop_front();
+            ++m_Removed;
+        }
+        if (m_Values.empty()) m_Emptied.notify_all();
+    }
+
+    void Pause(const std::stop_token& stop)
+    {
+        std::unique_lock lock(m_Guard);
+        m_Filled.wait_for(lock, stop, RetryPause, [] { return false; });
+    }
+
+    bool WaitUntilEmpty(std::chrono::milliseconds longest)
+    {
+        std::unique_lock lock(m_Guard);
+        return m_Emptied.wait_for(lock, longest, [this] { return m_Values.empty(); });
+    }
+
+    std::size_t Count() const
+    {
+        const std::lock_guard lock(m_Guard);
+        return m_Values.size();
+    }
+    quint64 TakeDropped()
+    {
+        const std::lock_guard lock(m_Guard);
+        return std::exchange(m_Dropped, 0);
+    }
+
+private:
+    mutable std::mutex m_Guard;
+    std::condition_variable_any m_Filled;
+    std::condition_variable_any m_Emptied;
+    std::deque<RecordedValue> m_Values;
+    qint64 m_Bytes = 0;
+    quint64 m_Removed = 0; ///< all that ever left the front
+    quint64 m_BatchBegan = 0;
+    quint64 m_Dropped = 0;
+};
+
+/// The writing thread's side.
+class Recorder::Writer
+{
+public:
+    Writer(int number, HistoryDestination destination, std::shared_ptr<Queue> queue)
+        : m_Number(number)
+        , m_Destination(std::move(destination))
+        , m_Address(m_Destination.ConnectionString)
+        , m_Queue(std::move(queue))
+    {
+    }
+
+    void Run(const std::stop_token& stop)
+    {
+        Open(); // early, so that the table is there for those who ask
+        for (;;) {
+            const auto batch = m_Queue->Batch(stop);
+            if (batch.empty()) break;
+            if (Write(batch)) continue;
+            if (stop.stop_requested()) break;
+            m_Queue->Pause(stop);
+        }
+        const std::size_t lost = m_Queue->Count();
+        if (lost > 0) Say(LogLevel::Error, QStringLiteral("%1 values could not be written any more.").arg(lost));
+    }
+
+private:
+    bool Open()
+    {
+        const bool isGone = !m_Address.IsPostgreSql() && !QFile::exists(m_Address.Database());
+        if (isGone) Close();
+        if (m_Session) return true;
+        try {
+            m_Session.emplace(m_Address);
+            m_Table.emplace(*m_Session, m_Address.IsPostgreSql(), m_Destination.TableName);
+            m_Table->Create();
+            return true;
+        } catch (const DescribedError& error) {
+            BeAway(error.Description());
+            return false;
+        }
+    }
+
+    bool Write(std::span<const RecordedValue> batch)
+    {
+        if (!Open()) return false;
+        try {
+            m_Table->Write(batch, m_Destination.MaxRecord);
+            m_Queue->Remove(batch.size());
+            BeBack();
+            return true;
+        } catch (const DatabaseError& error) {
+            if (!error.IsAboutTheValue()) {
+                BeAway(error.Description());
+                return false;
+            }
+            return WriteWithout(batch, error.Description());
+        }
+    }
+
+    /// One value is refused: the others are written without it.
+    bool WriteWithout(std::span<const RecordedValue> batch, const QString& reason)
+    {
+        if (batch.size() == 1) {
+            Say(LogLevel::Warning, QStringLiteral("A value of %1\\%2 cannot be recorded: %3")
+                                       .arg(batch[0].Controller, batch[0].Item, reason));
+            m_Queue->Remove(1);
+            return true;
+        }
+        return Write(batch.first(batch.size() / 2));
+    }
+
+    void Close()
+    {
+        m_Table.reset();
+        m_Session.reset();
+    }
+
+    void BeAway(const QString& reason)
+    {
+        Close();
+        if (reason == m_AwayBecause) return; // said already
+        Say(LogLevel::Error, QStringLiteral("Values wait, at most %1: %2").arg(MostWaiting).arg(reason));
+        m_AwayBecause = reason;
+    }
+
+    void BeBack()
+    {
+        const quint64 dropped = m_Queue->TakeDropped();
+        if (m_AwayBecause.isEmpty() && dropped == 0) return;
+        Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(dropped));
+        m_AwayBecause.clear();
+    }
+
+    void Say(LogLevel level, const QString& text) const
+    {
+        Log(level, QStringLiteral("History destination %1: %2").arg(m_Number).arg(text));
+    }
+
+    const int m_Number;
+    const HistoryDestination m_Destination;
+    const DatabaseAddress m_Address;
+    const std::shared_ptr<Queue> m_Queue;
+    std::optional<DatabaseSession> m_Session;
+    std::optional<HistoryTable> m_Table;
+    QString m_AwayBecause;
+};
+
+Recorder::Recorder(int number, const HistoryDestination& destination)
+    : m_Queue(std::make_shared<Queue>())
+{
+    auto writer = std::make_shared<Writer>(number, destination, m_Queue);
+    m_Worker.emplace([writer](const std::stop_token& stop) { writer->Run(stop); });
+}
+
+void Recorder::Record(RecordedValue value)
+{
+    m_Queue->Add(std::move(value));
+}
+
+bool Recorder::Flush(int milliseconds)
+{
+    return m_Queue->WaitUntilEmpty(std::chrono::milliseconds(milliseconds));
+}

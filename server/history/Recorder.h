@@ -1,0 +1,38 @@
+#pragma once
+
+#include "server/history/HistoryTable.h"
+#include "server/history/Worker.h"
+
+#include <optional>
+
+/// One place where values are recorded.
+struct HistoryDestination
+{
+    QString ConnectionString; ///< empty: not used
+    QString TableName = QStringLiteral("velsql_history");
+    qint32 MaxRecord = 100'000; ///< 0: no limit
+};
+
+/// Writes values to one destination, in batches and on a thread of its own. While the database is away, values wait.
+class Recorder
+{
+public:
+    /// Of values that wait for their database the oldest are dropped beyond these bounds.
+    static constexpr std::size_t MostWaiting = 200'000;
+    static constexpr qint64 MostBytesWaiting = 64 * 1024 * 1024;
+
+    /// `number` names the destination in the log. Throws DescribedError for a wrong connection string.
+    Recorder(int number, const HistoryDestination& destination);
+
+    /// Never waits for the database.
+    void Record(RecordedValue value);
+    /// Waits until what was recorded before has been written or `milliseconds` have passed; whether all was written.
+    bool Flush(int milliseconds);
+
+private:
+    class Queue;
+    class Writer;
+
+    std::shared_ptr<Queue> m_Queue;
+    std::optional<Worker> m_Worker;
+};
