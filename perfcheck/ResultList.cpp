@@ -1,0 +1,27 @@
+#include "perfcheck/ResultList.h"
+
+#include "core/DisplayText.h"
+
+#include <QHeaderView>
+
+#include <algorithm>
+
+ResultList::ResultList(QWidget* parent)
+    : QTreeWidget(parent)
+{
+    setHeaderLabels({tr("Action"), tr("Time"), tr("Time Required (ms)"), tr("Value")});
+    setRootIsDecorated(false);
+    setUniformRowHeights(true);
+    const int character = fontMetrics().averageCharWidth();
+    header()->resizeSection(0, std::max(20 * character, fontMetrics().horizontalAdvance(tr("ERROR OCCURED! ")) + 12));
+    header()->resizeSection(1, fontMetrics().horizontalAdvance(QStringLiteral("00/00 00:00:00.000")) + 3 * character);
+    header()->resizeSection(2, fontMetrics().horizontalAdvance(tr("Time Required (ms)")) + 4 * character);
+}
+
+void ResultList::AddRow(const QString& action, const QString& time, const QString& timeRequired, const QString& value)
+{
+    auto* row = new QTreeWidgetItem(this, {action, time, timeRequired, OneLine(value)});
+    row->setToolTip(3, ToolTipHtml(value));
+    row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
+    scrollToItem(row);
+}
