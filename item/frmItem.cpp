@@ -11,6 +11,7 @@
 #include "core/ObjectTreeModel.h"
 #include "item/ItemRows.h"
 #include "item/Picture.h"
+#include "perfcheck/frmPerfChk.h"
 
 #include <QStringBuilder>
 
@@ -62,6 +63,7 @@ void frmItem::ConnectCommands()
     connect(cmdPut, &QPushButton::clicked, this, &frmItem::cmdPut_Click);
     connect(cmdSnapshot, &QPushButton::clicked, this, &frmItem::cmdSnapshot_Click);
     connect(cmdRemove, &QPushButton::clicked, this, &frmItem::cmdRemove_Click);
+    connect(cmdPerfchk, &QPushButton::clicked, this, &frmItem::cmdPerfchk_Click);
     connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideForm);
 }
 
@@ -95,6 +97,7 @@ bool frmItem::Load()
 void frmItem::FormUnload()
 {
     m_Refresher->Stop();
+    if (m_PerfChk) m_PerfChk->Unload();
     m_csItem.reset();
     m_csCtrl.reset();
 }
@@ -229,6 +232,19 @@ void frmItem::cmdRemove_Click()
 {
     const Hold hold(this);
     if (AskSure() && !IsUnloading()) ReportErrors([this] { RemoveItem(); });
+}
+
+/// While the check is open the window reads nothing, so that only the check's own calls are measured.
+void frmItem::cmdPerfchk_Click()
+{
+    const QPointer<frmItem> self(this);
+    m_Refresher->Stop();
+    const QPointer<frmPerfChk> dialog = new frmPerfChk(GetMainWindow()->Widget());
+    m_PerfChk = dialog;
+    dialog->m_csItem = m_csItem;
+    dialog->exec();
+    delete dialog.data(); // null when the main window went meanwhile, and the dialog with it
+    if (self && !IsUnloading()) m_Refresher->Start();
 }
 
 void frmItem::RemoveItem()

@@ -5,6 +5,9 @@
 #include "item/ItemAccess.h"
 #include "ui_frmItem.h"
 
+#include <QPointer>
+
+class frmPerfChk;
 class GridRefresher;
 
 /// The console of one item: shows its properties, gets and puts single ones as typed values, and switches, snapshots or removes it.
@@ -43,6 +46,7 @@ private:
     void chkLinkActv_Click();
     void cmdSnapshot_Click();
     void cmdRemove_Click();
+    void cmdPerfchk_Click();
 
     void ShowValue(const Variant& value);
     void ShowThumbnail(const QList<quint8>& bytes);
@@ -51,6 +55,8 @@ private:
     ControllerRef m_csCtrl;
     ItemRef m_csItem;
     GridRefresher* m_Refresher;
+    /// Open while it measures this window's item.
+    QPointer<frmPerfChk> m_PerfChk;
     ItemProperty m_Property = ItemProperty::Value;
     /// Whether chkDelay was ticked when a property other than Value was chosen last.
     bool m_DelayTicked = false;

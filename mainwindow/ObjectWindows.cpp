@@ -1,6 +1,7 @@
 #include "mainwindow/ObjectWindows.h"
 
 #include "additem/frmAddItem.h"
+#include "batchwrite/frmBatchWrite.h"
 #include "controller/frmController.h"
 #include "controller/frmEngine.h"
 #include "core/ChildWindow.h"
@@ -8,8 +9,6 @@
 #include "core/ObjectTreeModel.h"
 #include "history/frmHistory.h"
 #include "item/frmItem.h"
-
-#include <algorithm>
 
 namespace {
 
@@ -43,14 +42,21 @@ void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRe
     form->ShowForm();
 }
 
+/// The one window of its kind: the one that is open, else a new one; null when it does not want to be loaded.
+template <typename Form>
+Form* SingleWindow(const TreeNodeRef& node)
+{
+    for (ChildWindow* form : ChildWindow::Forms()) {
+        if (auto* single = dynamic_cast<Form*>(form)) return single;
+    }
+    return ChildWindow::Open<Form>(node);
+}
+
 /// An object that exists once has one window: where it is open it comes to the front, else it opens.
 template <typename Form>
 void ShowSingleWindow(const TreeNodeRef& node)
 {
-    const auto& forms = ChildWindow::Forms();
-    const auto open =
-        std::find_if(forms.begin(), forms.end(), [](ChildWindow* form) { return dynamic_cast<Form*>(form); });
-    ChildWindow* form = open != forms.end() ? *open : ChildWindow::Open<Form>(node);
+    Form* form = SingleWindow<Form>(node);
     if (!form) return;
     form->setWindowIcon(modMain::GetMainWindow()->Tree().Image(node->Tag()));
     form->ShowForm();
@@ -71,6 +77,15 @@ void AddItem(const TreeNodeRef& node)
     ShowAddItem(modMain::Engine->get_Controller(Variant(node->Text())), node);
 }
 
+/// One window for the application, without a node: it writes to the controller that it was opened for last.
+void BatchWrite(const TreeNodeRef& node)
+{
+    auto* form = SingleWindow<frmBatchWrite>(TreeNodeRef());
+    if (!form) return;
+    form->SetTargetController(node->Text());
+    form->ShowForm();
+}
+
 } // namespace
 
 ObjectWindows ConsoleWindows()
@@ -82,5 +97,6 @@ ObjectWindows ConsoleWindows()
                     {NodeTag::AddItem, ShowItem},
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
     windows.AddItem = AddItem;
+    windows.BatchWrite = BatchWrite;
     return windows;
 }

@@ -57,7 +57,7 @@ TEST_F(ItemRules, KeepsTheDelayBoxOverChangesOfTheProperty)
 
 TEST_F(ItemRules, EnablesWhatAPropertyNeeds)
 {
-    const QString always = u"cmbProperty cmbType %1cmdPut chkActv cmdSnapshot cmdHide fgItem"_s;
+    const QString always = u"cmbProperty cmbType %1cmdPut chkActv cmdSnapshot cmdPerfchk cmdHide fgItem"_s;
     const struct
     {
         QString Property;
