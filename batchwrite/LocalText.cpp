@@ -35,7 +35,9 @@ QString DecodeLocal(QByteArrayView bytes)
 
 QString DecodeText(QByteArrayView bytes)
 {
-    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    // A byte order mark within the file is a character like any other.
+    QStringDecoder utf8(QStringDecoder::Utf8,
+                        QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
     QString text = utf8(bytes);
     if (!utf8.hasError()) return text;
     text = DecodeLocal(bytes);
