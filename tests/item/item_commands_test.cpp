@@ -1,7 +1,14 @@
 #include "core/automation/SafeArray.h"
+#include "core/GridRefresher.h"
 #include "core/ListBox.h"
 #include "core/MessageBoxes.h"
 #include "tests/item/ItemWindow.h"
+
+#include <QApplication>
+#include <QDialog>
+#include <QRadioButton>
+#include <QTest>
+#include <QTimer>
 
 using namespace Qt::StringLiterals;
 
@@ -246,4 +253,38 @@ TEST_F(ItemRemoval, TheWindowMayGoWhileTheQuestionIsOpen)
     Press("cmdRemove");
     EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
     EXPECT_EQ(m_Server.m_LiveObjects, 1);
+}
+
+TEST_F(ItemCommands, ThePerformanceCheckOpensAndTheGridRestsMeanwhile)
+{
+    m_Main.Widget()->show();
+    Open().ShowForm();
+    QStringList meanwhile;
+    QTimer::singleShot(0, &m_Main.Log(), [&] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(dialog);
+        dialog->findChild<QPushButton*>(u"cmdStart"_s)->click();
+        QTest::qWait(2 * GridRefresher::IntervalMs);
+        meanwhile = TakeCalls();
+        dialog->reject();
+    });
+    Press("cmdPerfchk");
+    EXPECT_EQ(meanwhile, QStringList({u"Item(D100).get_Value()"_s}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !m_Server.m_Calls.isEmpty(); }, 3 * GridRefresher::IntervalMs));
+}
+
+TEST_F(ItemCommands, AnEndlessPerformanceCheckEndsWhenItsWindowIsUnloaded)
+{
+    Open();
+    QTimer::singleShot(0, &m_Main.Log(), [&] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(dialog);
+        dialog->findChild<QRadioButton*>(u"optPattern_2"_s)->setChecked(true);
+        QMetaObject::invokeMethod(
+            qApp, [] { ChildWindow::UnloadAll(); }, Qt::QueuedConnection);
+        dialog->findChild<QPushButton*>(u"cmdStart"_s)->click();
+    });
+    Press("cmdPerfchk");
+    EXPECT_EQ(TakeCalls(), QStringList({u"Item(D100).get_Value()"_s}));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !m_Form; }));
 }

@@ -53,7 +53,7 @@ TEST_F(ItemLoad, AsksInOrderAndActivatesAnActiveItemOnceMore)
                                             u"Item(D100).get_LinkActivation()"_s, u"Item(D100).get_LinkItem()"_s}));
     EXPECT_EQ(m_Form->windowTitle(), u"Item : VelSQLEngine\\PLC1\\D100"_s);
     EXPECT_EQ(Enabled(),
-              QString(u"cmbProperty cmbType chkDelay cmdGet cmdPut chkActv cmdSnapshot cmdHide fgItem"_s).split(u' '));
+              QString(u"cmbProperty cmbType chkDelay cmdGet cmdPut chkActv cmdSnapshot cmdPerfchk cmdHide fgItem"_s).split(u' '));
     EXPECT_EQ(Text("txtDelay"), u"0"_s);
     EXPECT_EQ(TakeLog(), QStringList());
 }

@@ -141,12 +141,13 @@ TEST_F(ItemRules, TabReachesEveryControl)
     Choose("cmbType", u"I4"_s);
     QStringList reached;
     Control<QWidget>("fgItem").setFocus();
-    for (int i = 0; i < 12; ++i) {
+    for (int i = 0; i < 13; ++i) {
         QWidget* focus = QApplication::focusWidget();
         reached << focus->objectName();
         QTest::keyClick(focus, Qt::Key_Tab);
     }
-    EXPECT_EQ(reached.join(u' '),
-              u"fgItem cmbProperty cmbType txtValue chkDelay cmdGet cmdPut chkActv cmdSnapshot cmdRemove cmdHide "
-              u"fgItem"_s);
+    EXPECT_EQ(
+        reached.join(u' '),
+        u"fgItem cmbProperty cmbType txtValue chkDelay cmdGet cmdPut chkActv cmdSnapshot cmdRemove cmdPerfchk cmdHide "
+        u"fgItem"_s);
 }
