@@ -2,10 +2,22 @@
 
 #include "server/log/Log.h"
 #include "server/plant/DemoPlant.h"
+#include "server/plantfile/PlantFile.h"
 #include "server/rpc/EngineServer.h"
 
 #include <csignal>
 #include <unistd.h>
+
+namespace {
+
+HistorySettings FillPlant(Plant& plant, const QString& path)
+{
+    if (!path.isEmpty()) return ReadPlantFile(path, plant);
+    BuildDemoPlant(plant);
+    return DefaultHistorySettings();
+}
+
+} // namespace
 
 ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options)
     : m_Io(io)
@@ -13,7 +25,7 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_Began(io.provider->getTimer().now())
     , m_Socket(std::in_place, options.SocketPath)
     , m_Plant(*this)
-    , m_History(DefaultHistorySettings())
+    , m_History(FillPlant(m_Plant, options.PlantPath))
     , m_Watch(io.provider->getTimer())
     , m_Commands(SubjectsOfCommands())
     , m_Services{m_Plant, m_History, m_Commands, m_Definitions, m_Watch, m_Objects}
@@ -21,7 +33,6 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_Tasks(*this)
 {
     m_Objects.Open(m_Services);
-    BuildDemoPlant(m_Plant);
     m_Plant.Begin();
     m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
     m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), kj::heap<LibraryServer>(m_Services));

@@ -13,6 +13,7 @@
 struct ServerOptions
 {
     QString SocketPath;
+    QString PlantPath; ///< empty: the built-in plant
     int ReadyDescriptor = -1;
     std::optional<int> StopWhenIdle; ///< seconds
     bool IsService = false;
@@ -22,7 +23,7 @@ struct ServerOptions
 class ServerProcess : private Surroundings, private kj::TaskSet::ErrorHandler
 {
 public:
-    /// Throws DescribedError when the server cannot start.
+    /// Throws DescribedError when the server cannot start, PlantFileError for mistakes in the plant file.
     ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options);
     ~ServerProcess();
 

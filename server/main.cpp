@@ -1,11 +1,14 @@
 #include "core/automation/Errors.h"
 #include "server/log/Log.h"
+#include "server/plantfile/PlantFile.h"
 #include "server/ServerProcess.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QFile>
 
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -19,24 +22,50 @@ int NumberOption(const QCommandLineParser& parser, const QString& name)
     return number;
 }
 
-ServerOptions ReadOptions(const QCoreApplication& app)
+void DefineOptions(QCommandLineParser& parser)
 {
-    QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("The bundled VelSQL data-logging server."));
     parser.addHelpOption();
     parser.addVersionOption();
     parser.addOptions({
+        {QStringLiteral("plant"), QStringLiteral("Read the plant from <file> instead of the user's plant.toml."),
+         QStringLiteral("file")},
+        {QStringLiteral("check"), QStringLiteral("Only say whether the plant file is right.")},
         {QStringLiteral("socket"), QStringLiteral("Listen at <path> instead of the user's runtime folder."),
          QStringLiteral("path")},
-        {QStringLiteral("ready-fd"), QStringLiteral("Write one byte to descriptor <number> once it listens."),
-         QStringLiteral("number")},
+        {QStringLiteral("log-level"), QStringLiteral("Log what is at least an error, a warning, info or debug."),
+         QStringLiteral("level")},
+        {QStringLiteral("service"), QStringLiteral("Run as a service: never end by itself.")},
         {QStringLiteral("stop-when-idle"),
          QStringLiteral("End <seconds> after the last client has gone, unless an operator has started the engine."),
          QStringLiteral("seconds")},
-        {QStringLiteral("service"), QStringLiteral("Run as a service: never end by itself.")},
+        {QStringLiteral("ready-fd"), QStringLiteral("Write one byte to descriptor <number> once it listens."),
+         QStringLiteral("number")},
     });
-    parser.process(app);
+}
+
+void ApplyLogLevel(const QString& name)
+{
+    const std::pair<QString, LogLevel> levels[] = {{QStringLiteral("error"), LogLevel::Error},
+                                                   {QStringLiteral("warning"), LogLevel::Warning},
+                                                   {QStringLiteral("info"), LogLevel::Info},
+                                                   {QStringLiteral("debug"), LogLevel::Debug}};
+    for (const auto& [levelName, level] : levels) {
+        if (name == levelName) return SetLogLevel(level);
+    }
+    throw DescribedError(QStringLiteral("--log-level takes error, warning, info or debug, not \"%1\".").arg(name));
+}
+
+QString PlantPath(const QCommandLineParser& parser)
+{
+    if (parser.isSet(QStringLiteral("plant"))) return parser.value(QStringLiteral("plant"));
+    return QFile::exists(UserPlantFile()) ? UserPlantFile() : QString();
+}
+
+ServerOptions ReadOptions(const QCommandLineParser& parser)
+{
     ServerOptions options;
+    options.PlantPath = PlantPath(parser);
     options.SocketPath =
         parser.isSet(QStringLiteral("socket")) ? parser.value(QStringLiteral("socket")) : ServerSocketPath();
     if (parser.isSet(QStringLiteral("ready-fd")))
@@ -58,6 +87,26 @@ int Serve(const ServerOptions& options)
     return 0;
 }
 
+int Check(const QString& path)
+{
+    if (path.isEmpty()) throw DescribedError(QStringLiteral("There is no plant file to check."));
+    std::printf("%s\n", qPrintable(DescribePlantFile(path)));
+    return 0;
+}
+
+int Run(const QCoreApplication& app)
+{
+    QCommandLineParser parser;
+    DefineOptions(parser);
+    parser.process(app);
+    if (!parser.positionalArguments().isEmpty())
+        throw DescribedError(
+            QStringLiteral("\"%1\" is no option; --help lists them.").arg(parser.positionalArguments().first()));
+    if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
+    if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
+    return Serve(ReadOptions(parser));
+}
+
 /// A thread that hangs in a database's library would fail in a process that is tidied up under it.
 int Leave(int code)
 {
@@ -73,11 +122,13 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("velsqlserver"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     try {
-        return Leave(Serve(ReadOptions(app)));
+        return Leave(Run(app));
+    } catch (const PlantFileError& error) {
+        std::fprintf(stderr, "%s\n", qPrintable(error.Description())); // as compilers do, for whoever jumps to the line
     } catch (const kj::Exception& exception) {
         Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
     } catch (...) {
         Log(LogLevel::Error, CurrentErrorDescription());
     }
-    return 1;
+    return Leave(1);
 }

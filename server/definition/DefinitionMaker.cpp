@@ -2,6 +2,7 @@
 
 #include "core/automation/NumberText.h"
 #include "server/definition/DefinedRules.h"
+#include "server/plant/Links.h"
 #include "velsqllib/ValueText.h"
 
 namespace {
@@ -14,12 +15,6 @@ void CheckName(const QString& name)
             Definition::Refuse(Element::Name, QStringLiteral("\"%1\" holds one of the characters \\#$:!").arg(name));
     }
     if (IsNumeric(name)) Definition::Refuse(Element::Name, QStringLiteral("\"%1\" is a number").arg(name));
-}
-
-QString WithoutElement(const QString& link)
-{
-    const qsizetype open = link.lastIndexOf(u'(');
-    return link.endsWith(u')') && open > 0 ? link.left(open) : link;
 }
 
 QStringList LinksOf(const Definition& definition, const PlantController& home)
@@ -35,7 +30,7 @@ QStringList LinksOf(const Definition& definition, const PlantController& home)
     if (kind == ItemKind::Alias && links.isEmpty())
         Definition::Refuse(Element::LinkItem, QStringLiteral("an alias needs the item that it stands for"));
     for (const QString& link : links) {
-        const QString name = definition.Flag(Element::ExtractLinking) ? WithoutElement(link) : link;
+        const QString name = ParseLink(link, definition.Flag(Element::ExtractLinking)).Name;
         if (!home.Home().Resolve(home, name))
             Definition::Refuse(Element::LinkItem, QStringLiteral("the item \"%1\" does not exist").arg(name));
     }

@@ -30,22 +30,14 @@ private:
 struct Target
 {
     PlantItemRef Item;
-    qsizetype Element = -1; ///< -1: the whole value
+    qsizetype Element; ///< -1: the whole value
 };
 
-Target Find(const PlantItem& item, const QString& link)
+Target Find(const PlantItem& item, const QString& text)
 {
-    static const QRegularExpression elementForm(QStringLiteral("^(.*)\\((\\d{1,9})\\)$"),
-                                                QRegularExpression::DotMatchesEverythingOption);
-    Target target;
-    QString name = link;
-    if (item.Traits().ExtractsElement) {
-        const auto match = elementForm.match(link);
-        target.Element = match.hasMatch() ? match.captured(2).toLongLong() : 0;
-        if (match.hasMatch()) name = match.captured(1);
-    }
-    target.Item = item.Controller()->Home().Resolve(*item.Controller(), name);
-    if (!target.Item) throw DescribedError(QStringLiteral("the linked item \"%1\" does not exist").arg(name));
+    const LinkText link = ParseLink(text, item.Traits().ExtractsElement);
+    Target target{item.Controller()->Home().Resolve(*item.Controller(), link.Name), link.Element};
+    if (!target.Item) throw DescribedError(QStringLiteral("the linked item \"%1\" does not exist").arg(link.Name));
     return target;
 }
 
@@ -91,6 +83,15 @@ void WriteProperty(const Target& target, LinkedProperty property, const Variant&
 }
 
 } // namespace
+
+LinkText ParseLink(const QString& link, bool extracts)
+{
+    static const QRegularExpression elementForm(QStringLiteral("^(.*)\\((\\d{1,9})\\)$"),
+                                                QRegularExpression::DotMatchesEverythingOption);
+    if (!extracts) return {link};
+    const auto match = elementForm.match(link);
+    return match.hasMatch() ? LinkText{match.captured(1), match.captured(2).toLongLong()} : LinkText{link, 0};
+}
 
 Variant ReadLinks(const PlantItem& item)
 {

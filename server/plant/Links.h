@@ -2,6 +2,16 @@
 
 #include "server/plant/PlantItem.h"
 
+/// A link's text taken apart.
+struct LinkText
+{
+    QString Name;
+    qsizetype Element = -1; ///< of the linked array; -1: the whole value
+};
+
+/// With `extracts`, "<item>(3)" means element 3 and "<item>" element 0; else parentheses belong to the name.
+LinkText ParseLink(const QString& link, bool extracts);
+
 /// What an item takes from its linked items: of one item its property, of several an array of them, in order.
 /// Throws DescribedError when an item is not there, cannot be read or the links go in a circle.
 Variant ReadLinks(const PlantItem& item);

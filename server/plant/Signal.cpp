@@ -8,11 +8,21 @@
 
 Signal::~Signal() = default;
 
-CounterSignal::CounterSignal(double first, double last, double step)
+ConstantSignal::ConstantSignal(Variant value)
+    : m_Value(std::move(value))
+{
+}
+
+Variant ConstantSignal::Next(double, VarType)
+{
+    return m_Value;
+}
+
+CounterSignal::CounterSignal(double first, double last, double step, int ahead)
     : m_First(first)
     , m_Last(last)
     , m_Step(step)
-    , m_Next(first)
+    , m_Next(first + ahead * step)
 {
 }
 
@@ -59,6 +69,22 @@ double RandomWalkSignal::NumberAt(double)
     const double next = m_Now + step;
     m_Now = std::clamp(next < m_Low || next > m_High ? m_Now - step : next, m_Low, m_High);
     return m_Now;
+}
+
+ReplaySignal::ReplaySignal(std::vector<ReplayedValue> values, bool repeats)
+    : m_Values(std::move(values))
+    , m_Repeats(repeats)
+{
+}
+
+Variant ReplaySignal::Next(double seconds, VarType)
+{
+    const double first = m_Values.front().Seconds;
+    const double length = m_Values.back().Seconds - first;
+    const double since = m_Repeats && length > 0.0 ? std::fmod(seconds, length) : seconds;
+    const auto behind = std::upper_bound(m_Values.begin(), m_Values.end(), first + since,
+                                         [](double now, const ReplayedValue& value) { return now < value.Seconds; });
+    return std::prev(behind)->Value;
 }
 
 Variant ClockSignal::Next(double, VarType type)

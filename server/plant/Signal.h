@@ -32,11 +32,22 @@ protected:
     virtual double NumberAt(double seconds) = 0;
 };
 
-/// Goes up by `Step` at every scan and starts again at `First` behind `Last`.
+/// Always the same.
+class ConstantSignal : public Signal
+{
+public:
+    explicit ConstantSignal(Variant value);
+    Variant Next(double seconds, VarType type) override;
+
+private:
+    Variant m_Value;
+};
+
+/// Goes up by `step` at every scan and starts again at `first` behind `last`; `ahead` steps are taken at once.
 class CounterSignal : public NumberSignal
 {
 public:
-    CounterSignal(double first, double last, double step);
+    CounterSignal(double first, double last, double step, int ahead = 0);
 
 protected:
     double NumberAt(double seconds) override;
@@ -92,6 +103,25 @@ private:
     std::mt19937 m_Random;
     std::uniform_real_distribution<double> m_Step;
     double m_Now;
+};
+
+struct ReplayedValue
+{
+    double Seconds; ///< from any fixed point
+    Variant Value;
+};
+
+/// Says recorded values again, in their times; the first one begins when the plant does.
+class ReplaySignal : public Signal
+{
+public:
+    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value.
+    ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
+    Variant Next(double seconds, VarType type) override;
+
+private:
+    std::vector<ReplayedValue> m_Values;
+    bool m_Repeats;
 };
 
 /// Says the local time; for items of type DATE, or texts of it.

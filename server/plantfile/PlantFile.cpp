@@ -1,0 +1,133 @@
+#include "server/plantfile/PlantFile.h"
+
+#include "server/plantfile/ItemReader.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace {
+
+constexpr qint32 LongestScanTime = 24 * 60 * 60 * 1000;
+
+void ReadScanTimes(FileTable& table, ControllerTraits& traits)
+{
+    const QList<Variant> times = table.Values("scan_times");
+    if (!table.Has("scan_times")) return;
+    bool good = times.size() == 3;
+    for (qsizetype i = 0; good && i < 3; ++i) {
+        const qint32* time = times[i].GetIf<qint32>();
+        good = time && *time >= 0 && *time <= LongestScanTime;
+        if (good) traits.ScanTimes[static_cast<std::size_t>(i)] = *time;
+    }
+    if (!good)
+        table.Refuse(
+            "scan_times",
+            QStringLiteral("three whole numbers must stand here, milliseconds from 0 to %1").arg(LongestScanTime));
+}
+
+/// Text mistakes are noted by the table, names that exist twice here.
+void ReadController(FileTable table, Plant& plant, const QString& folder)
+{
+    ControllerTraits traits;
+    traits.Name = table.Name("name");
+    traits.Description = table.Text("description");
+    ReadScanTimes(table, traits);
+    traits.SettingData = table.Values("setting_data");
+    traits.Tag = table.Value("tag");
+    traits.StartsActive = table.Flag("active", true);
+    traits.SortsItems = table.Choice("added_items", {QStringLiteral("end"), QStringLiteral("sorted")}, 0) == 1;
+    auto items = table.Tables("item");
+    table.RefuseOthers();
+    if (plant.Find(traits.Name))
+        return table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(traits.Name));
+    const PlantControllerRef controller = plant.Add(std::move(traits));
+    for (FileTable& item : items) ReadItem(std::move(item), *controller, folder);
+}
+
+HistoryDestination ReadDestination(FileTable table, HistoryDestination destination)
+{
+    destination.ConnectionString = table.Text("connection", destination.ConnectionString);
+    destination.TableName = table.Text("table", destination.TableName);
+    destination.MaxRecord = table.Integer("max_record", 0, 2'147'483'647, destination.MaxRecord);
+    table.RefuseOthers();
+    try {
+        if (!destination.ConnectionString.isEmpty()) const DatabaseAddress address(destination.ConnectionString);
+    } catch (const DescribedError& error) {
+        table.Refuse("connection", error.Description());
+    }
+    return destination;
+}
+
+HistorySettings ReadHistory(FileTable table)
+{
+    HistorySettings settings = DefaultHistorySettings();
+    settings.Enabled = table.Flag("enabled", true);
+    auto destinations = table.Tables("destination");
+    table.RefuseOthers();
+    if (destinations.size() > settings.Destinations.size())
+        table.Refuse("destination", QStringLiteral("there are at most two destinations"));
+    for (std::size_t i = 0; i < std::min(destinations.size(), settings.Destinations.size()); ++i)
+        settings.Destinations[i] = ReadDestination(std::move(destinations[i]), settings.Destinations[i]);
+    return settings;
+}
+
+toml::table Parse(const QString& path, Mistakes& mistakes)
+{
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+        throw PlantFileError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+    const QByteArray text = file.readAll();
+    try {
+        return toml::parse(std::string_view(text.constData(), static_cast<std::size_t>(text.size())));
+    } catch (const toml::parse_error& error) {
+        const std::string_view description = error.description();
+        mistakes.Add(static_cast<int>(error.source().begin.line),
+                     QString::fromUtf8(description.data(), static_cast<qsizetype>(description.size())));
+        return {};
+    }
+}
+
+/// For a plant that never comes to life.
+class NoSurroundings : public Surroundings
+{
+public:
+    Moment Now() override { return {}; }
+    void After(qint32, std::function<void()>) override {}
+    void Record(const PlantItem&) override {}
+    void Warn(const QString&) override {}
+};
+
+} // namespace
+
+HistorySettings ReadPlantFile(const QString& path, Plant& plant)
+{
+    Mistakes mistakes(path);
+    const toml::table root = Parse(path, mistakes);
+    HistorySettings history = DefaultHistorySettings();
+    if (mistakes.IsEmpty()) {
+        FileTable table(root, mistakes);
+        for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
+        auto controllers = table.Tables("controller");
+        for (FileTable& controller : controllers) ReadController(controller, plant, QFileInfo(path).path());
+        table.RefuseOthers();
+        for (FileTable& controller : controllers) CheckLinks(controller, plant);
+    }
+    if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));
+    return history;
+}
+
+QString DescribePlantFile(const QString& path)
+{
+    NoSurroundings surroundings;
+    Plant plant(surroundings);
+    ReadPlantFile(path, plant);
+    qsizetype items = 0;
+    for (const PlantControllerRef& controller : plant.Controllers()) items += controller->Items().size();
+    return QStringLiteral("%1: %2 controllers, %3 items").arg(path).arg(plant.Controllers().size()).arg(items);
+}
+
+QString UserPlantFile()
+{
+    const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + QStringLiteral("/.config"));
+    return folder + QStringLiteral("/velsql/plant.toml");
+}

@@ -1,0 +1,8 @@
+#pragma once
+
+#include "server/plant/Signal.h"
+#include "server/plantfile/FileTable.h"
+
+/// Makes the signal that a table of the plant file describes, for an item of `type`. Relative paths are taken from `folder`.
+/// Null when the table has mistakes.
+SignalRef ReadSignal(FileTable table, VarType type, const QString& folder);
