@@ -43,7 +43,7 @@ Mistakes::Mistakes(QString file)
 
 void Mistakes::Add(int line, const QString& what)
 {
-    m_Texts.insert(line, what);
+    if (!m_Texts.contains(line, what)) m_Texts.insert(line, what); // what is read twice is said once
 }
 
 QStringList Mistakes::Texts() const

@@ -100,10 +100,9 @@ void CheckLinks(FileTable& controllerTable, const Plant& plant)
     const PlantControllerRef controller = plant.Find(controllerTable.Text("name"));
     if (!controller) return;
     for (FileTable& table : controllerTable.Tables("item")) {
-        const PlantItemRef item = controller->Find(table.Text("name"));
-        if (!item) continue;
-        for (const QString& link : item->Traits().Links) {
-            const QString name = ParseLink(link, item->Traits().ExtractsElement).Name;
+        const bool extracts = table.Flag("extract", false);
+        for (const QString& link : table.Texts("links")) {
+            const QString name = ParseLink(link, extracts).Name;
             if (!plant.Resolve(*controller, name))
                 table.Refuse("links", QStringLiteral("the item \"%1\" does not exist").arg(name));
         }

@@ -74,7 +74,7 @@ HistorySettings ReadHistory(FileTable table)
 toml::table Parse(const QString& path, Mistakes& mistakes)
 {
     QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly))
+    if (!file.open(QIODevice::ReadOnly))
         throw PlantFileError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
     const QByteArray text = file.readAll();
     try {
