@@ -56,6 +56,8 @@ frmHistory::frmHistory()
     : m_Insert(new QAction(u"&Insert"_s, this))
 {
     setupUi(this);
+    splResult->setSizes({2, 3}); // shares
+    splSettings->setSizes({2, 3});
     ConnectStatements();
     ConnectCommands();
 }
