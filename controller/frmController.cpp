@@ -153,6 +153,7 @@ void frmController::ShowExecuteResult(const Variant& result)
     cmbExecType->SetListIndex(VarTypeToTypeIndex(result.Type()));
     if (!typedText.contains(u',')) throw ValueError::SubscriptOutOfRange();
     txtExecResult->setText(ValueTextOf(typedText));
+    txtExecResult->setCursorPosition(0); // a long result is read from its beginning
 }
 
 /// True when the tag was written; any failure is logged.
