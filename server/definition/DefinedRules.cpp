@@ -114,7 +114,7 @@ bool DefinedRules::HasSettled(const Variant& value, const Variant& before)
 {
     m_Repeats = m_Repeats > 0 && SameValue(value, m_Candidate) ? m_Repeats + 1 : 1;
     m_Candidate = value;
-    return m_Repeats >= m_Chattering || SameValue(value, before);
+    return m_Repeats >= m_Chattering || before.IsEmpty() || SameValue(value, before);
 }
 
 quint32 FromBcd(quint32 bits)

@@ -31,11 +31,11 @@ protected:
 
 struct ControllerTraits
 {
-    QString Name;
-    QString Description;
+    QString Name = {};
+    QString Description = {};
     std::array<qint32, 3> ScanTimes = {100, 1000, 5000}; ///< milliseconds; 0: items of that class are not scanned
-    QList<Variant> SettingData;
-    Variant Tag;
+    QList<Variant> SettingData = {};
+    Variant Tag = {};
     bool StartsActive = true;
     bool SortsItems = false; ///< added items go to their place by name instead of to the end
 };

@@ -56,15 +56,15 @@ public:
 /// What describes an item from its making to its end.
 struct ItemTraits
 {
-    QString Name;
-    QString Description;
+    QString Name = {};
+    QString Description = {};
     ItemKind Kind = ItemKind::Normal;
     VarType Type = VT_VARIANT; ///< values are converted to it; VT_VARIANT takes every value as it is
-    Variant Initial;           ///< EMPTY: none
+    Variant Initial = {};      ///< EMPTY: none
     Access Attribute = Access::ReadWrite;
-    Variant Tag;
-    Variant Id;
-    QStringList Links; ///< "[<controller>\]<item>" each
+    Variant Tag = {};
+    Variant Id = {};
+    QStringList Links = {}; ///< "[<controller>\]<item>" each
     LinkedProperty Property = LinkedProperty::Value;
     bool ExtractsElement = false; ///< "(n)" behind a link's name means an element of the linked array
     bool Historic = false;
@@ -75,7 +75,7 @@ struct ItemTraits
     bool Active = true;
     bool LinkActive = true;
     int ScanClass = 0; ///< which of the controller's three scan times
-    QList<Variant> SettingData;
+    QList<Variant> SettingData = {};
 };
 
 /// A data point: it holds its last value, takes new ones from its signal or its linked items, and from those who write it.
