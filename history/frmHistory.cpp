@@ -31,7 +31,7 @@ class frmHistory::Running
 public:
     explicit Running(frmHistory& form)
         : m_Form(form)
-        , m_HadFocus(form.cmdExecute->hasFocus())
+        , m_HadFocus(form.focusWidget() == form.cmdExecute)
     {
         QGuiApplication::setOverrideCursor(Qt::WaitCursor);
         m_Form.cmdExecute->setEnabled(false);
