@@ -39,12 +39,7 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
 
-ServerProcess::~ServerProcess()
-{
-    m_Clients->OnCountChanged(nullptr); // their going now says nothing
-    m_Clients = nullptr;
-    m_Socket.reset(); // before the history takes its time: nobody is to wait at a server that has ended
-}
+ServerProcess::~ServerProcess() = default;
 
 void ServerProcess::Run()
 {
@@ -54,6 +49,16 @@ void ServerProcess::Run()
     Log(LogLevel::Info,
         QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket->Path()));
     m_Ending.promise.wait(m_Io.waitScope);
+    Close();
+}
+
+void ServerProcess::Close()
+{
+    m_Clients->OnCountChanged(nullptr); // their going now says nothing
+    m_Clients = nullptr;
+    m_Socket.reset(); // before the history takes its time: nobody is to wait at a server that has ended
+    // What clients were waiting for is given up in the next turns of the loop.
+    m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
 }
 
 Moment ServerProcess::Now()

@@ -43,6 +43,7 @@ private:
     bool IsIdle() const;
     CommandSubjects SubjectsOfCommands();
     void End(const QString& reason);
+    void Close();
 
     kj::AsyncIoContext& m_Io;
     const ServerOptions m_Options;

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <sys/resource.h>
 
 namespace {
 
@@ -76,11 +77,22 @@ ServerOptions ReadOptions(const QCommandLineParser& parser)
     return options;
 }
 
+/// Each client takes one, each result and each database a few.
+void AllowManyDescriptors()
+{
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 int Serve(const ServerOptions& options)
 {
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
     signal(SIGPIPE, SIG_IGN);
+    signal(SIGXFSZ, SIG_IGN); // a full disk is an error like others
+    AllowManyDescriptors();
     auto io = kj::setupAsyncIo();
     ServerProcess server(io, options);
     server.Run();

@@ -29,11 +29,17 @@ public:
 
 } // namespace
 
-ResultSpool::ResultSpool(QStringList columns)
+ResultSpool::ResultSpool(QStringList columns, std::function<void()> dropped)
     : m_Columns(std::move(columns))
+    , m_Dropped(std::move(dropped))
 {
     if (!m_File.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(m_File.errorString()));
     unlink(QFile::encodeName(m_File.fileName()).constData()); // gone with the last reference, even after a crash
+}
+
+ResultSpool::~ResultSpool()
+{
+    m_Dropped();
 }
 
 ResultProgress ResultSpool::Progress() const

@@ -5,6 +5,7 @@
 #include <kj/array.h>
 #include <QTemporaryFile>
 
+#include <functional>
 #include <mutex>
 #include <vector>
 
@@ -16,8 +17,10 @@ public:
     /// A page is closed when it holds about this many bytes; it holds one row at least.
     static constexpr qsizetype PageBytes = 256 * 1024;
 
-    /// Throws DescribedError when there is no place for temporary files.
-    explicit ResultSpool(QStringList columns);
+    /// `dropped` is called with the end of the spool. Throws DescribedError when there is no place for temporary files.
+    explicit ResultSpool(
+        QStringList columns, std::function<void()> dropped = [] {});
+    ~ResultSpool();
 
     const QStringList& Columns() const { return m_Columns; }
     ResultProgress Progress() const;
@@ -44,6 +47,7 @@ private:
     Page Find(qint64 row) const;
 
     const QStringList m_Columns;
+    const std::function<void()> m_Dropped;
     QTemporaryFile m_File;
     qint64 m_FileSize = 0; // of the writing thread only, as is what waits to become a page:
     QList<Variant> m_Waiting;

@@ -2,6 +2,7 @@
 
 #include "core/automation/Errors.h"
 #include "server/history/SqlValue.h"
+#include "server/history/StatementBreaker.h"
 
 #include <QSqlError>
 #include <QSqlQuery>
@@ -56,19 +57,46 @@ void ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result, cons
 }
 
 void RunStatement(const DatabaseAddress& address, const QString& statement, const Fulfiller& fulfiller,
-                  const std::stop_token& stop)
+                  const StatementBreakerRef& breaker, const std::stop_token& stop)
 {
     const DatabaseSession session(address);
+    breaker->Arm(session);
+    const auto disarm = kj::defer([&] { breaker->Disarm(); }); // before the session closes
     QSqlQuery query(session.Database());
     query.setForwardOnly(true);
     if (!query.exec(statement)) throw DescribedError(Describe(query.lastError()));
-    auto result = std::make_shared<ResultSpool>(ColumnsOf(query));
+    auto result = std::make_shared<ResultSpool>(ColumnsOf(query), [breaker] { breaker->Break(); });
     const std::weak_ptr<ResultSpool> observed = result;
     if (!query.isSelect()) result->Finish();
     const bool isComplete = result->Progress().Complete;
     fulfiller.fulfill(std::move(result));
     if (!isComplete) ReadResult(query, observed, stop);
 }
+
+/// Breaks a statement whose result nobody waits for any more.
+class Impatience
+{
+public:
+    explicit Impatience(StatementBreakerRef breaker)
+        : m_Breaker(std::move(breaker))
+    {
+    }
+    Impatience(Impatience&&) = default;
+    Impatience& operator=(Impatience&&) = delete;
+    ~Impatience()
+    {
+        if (m_Breaker) m_Breaker->Break();
+    }
+
+    ResultSpoolRef operator()(ResultSpoolRef&& result)
+    {
+        m_Breaker = nullptr; // from here on it ends with the result
+        return std::move(result);
+    }
+
+private:
+    StatementBreakerRef m_Breaker;
+};
 
 } // namespace
 
@@ -79,12 +107,13 @@ kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address,
         throw DescribedError(QStringLiteral("%1 statements are running already.").arg(MostStatements));
     auto pair = kj::newPromiseAndCrossThreadFulfiller<ResultSpoolRef>();
     const auto fulfiller = std::make_shared<kj::Own<Fulfiller>>(kj::mv(pair.fulfiller));
+    const auto breaker = std::make_shared<StatementBreaker>(address);
     m_Workers.emplace_back([=](const std::stop_token& stop) {
         try {
-            RunStatement(address, statement, **fulfiller, stop);
+            RunStatement(address, statement, **fulfiller, breaker, stop);
         } catch (...) {
             (*fulfiller)->reject(ToException(CurrentErrorDescription()));
         }
     });
-    return kj::mv(pair.promise);
+    return pair.promise.then(Impatience(breaker));
 }

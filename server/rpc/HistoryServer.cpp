@@ -19,6 +19,7 @@ kj::Promise<void> HistoryServer::execute(ExecuteContext context)
 {
     if (m_Services.Objects.HeldResults >= MostResults)
         throw ServerError(QStringLiteral("%1 results are held already.").arg(MostResults));
+    context.allowCancellation(); // a client that goes takes it along
     auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()));
     return result.then([&services = m_Services, context](const ResultSpoolRef& spool) mutable {
         context.getResults().setResult(kj::heap<ResultSetServer>(services, spool));

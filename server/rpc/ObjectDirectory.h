@@ -29,6 +29,7 @@ public:
     qsizetype HeldItems() const { return m_Items.size(); }
     qint32 HeldResults = 0;
     qint32 Subscriptions = 0;
+    qint64 WaitingEvents = 0; ///< of all subscribers
 
 private:
     friend class ItemServer;

@@ -16,6 +16,8 @@ SubscriptionServer::SubscriptionServer(Services& services, PlantControllerRef co
     , m_Events(kj::mv(events))
     , m_Sending(*this)
 {
+    if (m_Services.Objects.Subscriptions >= MostSubscriptions)
+        throw ServerError(QStringLiteral("There are %1 subscriptions already.").arg(MostSubscriptions));
     m_Controller->AddObserver(*this);
     ++m_Services.Objects.Subscriptions;
 }
@@ -23,14 +25,17 @@ SubscriptionServer::SubscriptionServer(Services& services, PlantControllerRef co
 SubscriptionServer::~SubscriptionServer()
 {
     m_Controller->RemoveObserver(*this);
+    End();
     --m_Services.Objects.Subscriptions;
 }
 
 void SubscriptionServer::Queue(Event event)
 {
     if (m_Ended) return;
-    if (m_Waiting.size() >= MostWaiting) return Drop();
+    ObjectDirectory& objects = m_Services.Objects;
+    if (m_Waiting.size() >= MostWaiting || objects.WaitingEvents >= MostWaitingOfAll) return Drop();
     m_Waiting.push_back(std::move(event));
+    ++objects.WaitingEvents;
     SendWaiting();
 }
 
@@ -53,6 +58,7 @@ void SubscriptionServer::SendWaiting()
             SendWaiting();
         }));
         m_Waiting.pop_front();
+        --m_Services.Objects.WaitingEvents;
     }
     if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
     Log(LogLevel::Warning, QStringLiteral("The subscriber of controller \"%1\" reads again; %2 events were dropped.")
@@ -84,5 +90,6 @@ void SubscriptionServer::taskFailed(kj::Exception&& exception)
 void SubscriptionServer::End()
 {
     m_Ended = true;
+    m_Services.Objects.WaitingEvents -= static_cast<qint64>(m_Waiting.size());
     m_Waiting.clear();
 }

@@ -7,14 +7,17 @@
 #include <variant>
 
 /// Sends a controller's events to one subscriber, in order and none twice. Of a subscriber that does not read it keeps
-/// MostWaiting events and drops what comes then.
+/// MostWaiting events, of all together MostWaitingOfAll, and drops what comes then.
 class SubscriptionServer : public wire::Subscription::Server,
                            private ControllerObserver,
                            private kj::TaskSet::ErrorHandler
 {
 public:
     static constexpr std::size_t MostWaiting = 100'000;
+    static constexpr qint64 MostWaitingOfAll = 1'000'000;
+    static constexpr qint32 MostSubscriptions = 10'000;
 
+    /// Throws ServerError when there are too many.
     SubscriptionServer(Services& services, PlantControllerRef controller, wire::ControllerEvents::Client events);
     ~SubscriptionServer();
 

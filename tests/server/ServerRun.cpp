@@ -10,9 +10,10 @@ constexpr int Patience = 10'000; // milliseconds
 
 } // namespace
 
-ServerRun::ServerRun(const QStringList& arguments)
+ServerRun::ServerRun(const QStringList& arguments, const std::function<void()>& inChild)
     : m_Folder(std::make_shared<QTemporaryDir>())
 {
+    m_Process.setChildProcessModifier(inChild);
     Start(arguments);
 }
 
@@ -33,6 +34,14 @@ ServerRun::~ServerRun()
 QString ServerRun::SocketPath() const
 {
     return m_Folder->filePath(QStringLiteral("run/server.sock"));
+}
+
+double ServerRun::MemoryMB() const
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(m_Process.processId()));
+    if (!status.open(QIODevice::ReadOnly)) return -1.0;
+    const QString text = QString::fromLatin1(status.readAll());
+    return text.section(QStringLiteral("VmRSS:"), 1).trimmed().section(u' ', 0, 0).toDouble() / 1024.0;
 }
 
 QString ServerRun::LogUntilEnd()

@@ -7,14 +7,6 @@
 
 namespace {
 
-kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
-{
-    const int socket = ConnectToServer(socketPath);
-    if (socket < 0) throw std::runtime_error("nobody listens");
-    return TestLoop().lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                                                 kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
-}
-
 capnp::RpcSystem<capnp::rpc::twoparty::VatId> MakeClient(capnp::TwoPartyVatNetwork& network)
 {
     return capnp::makeRpcClient(network);
@@ -36,6 +28,14 @@ kj::AsyncIoContext& TestLoop()
     return *loop;
 }
 
+kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
+{
+    const int socket = ConnectToServer(socketPath);
+    if (socket < 0) throw std::runtime_error("nobody listens");
+    return TestLoop().lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
+                                                                 kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
+}
+
 bool WaitUntil(const std::function<bool()>& done, int milliseconds)
 {
     const QDeadlineTimer deadline(milliseconds);
@@ -45,9 +45,14 @@ bool WaitUntil(const std::function<bool()>& done, int milliseconds)
 }
 
 TestClient::TestClient(const QString& socketPath)
+    : TestClient(Connect(socketPath))
+{
+}
+
+TestClient::TestClient(kj::Own<kj::AsyncIoStream> stream)
     : Library(nullptr)
     , Engine(nullptr)
-    , m_Stream(Connect(socketPath))
+    , m_Stream(kj::mv(stream))
     , m_Network(*m_Stream, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
     , m_Rpc(MakeClient(m_Network))
 {
@@ -94,6 +99,33 @@ Variant TestClient::Execute(const QString& controller, const QString& command, c
     request.setCommand(WireBytes(command));
     Set(request.initParameter(), parameter);
     return ReadValue(Wait(request.send()).getResult(), Objects);
+}
+
+wire::Subscription::Client TestClient::Subscribe(const QString& controller, QStringList& seen)
+{
+    auto request = Controller(controller).subscribeRequest();
+    request.setEvents(kj::heap<Subscriber>(seen));
+    return Wait(request.send()).getSubscription();
+}
+
+capnp::RemotePromise<wire::History::ExecuteResults> TestClient::Query(const QString& statement)
+{
+    auto request = Engine.getHistoryRequest().send().getResult().executeRequest();
+    request.setStatement(WireBytes(statement));
+    return request.send();
+}
+
+kj::Promise<void> Subscriber::onChangeState(OnChangeStateContext context)
+{
+    m_Seen.append(QStringLiteral("state %1").arg(context.getParams().getNewVal()));
+    return kj::READY_NOW;
+}
+
+kj::Promise<void> Subscriber::onChangeItem(OnChangeItemContext context)
+{
+    const auto item = context.getParams().getItem();
+    m_Seen.append(FromWireText(item.getControllerName()) + u'\\' + FromWireText(item.getItemName()));
+    return kj::READY_NOW;
 }
 
 void NamedObjects::Write(const ObjectRef&, wire::Object::Builder builder)

@@ -36,6 +36,8 @@ class TestClient
 {
 public:
     explicit TestClient(const QString& socketPath);
+    /// Over a stream of the test's own.
+    explicit TestClient(kj::Own<kj::AsyncIoStream> stream);
 
     wire::Library::Client Library;
     wire::Engine::Client Engine;
@@ -45,6 +47,9 @@ public:
     Variant Value(const QString& controller, const QString& item);
     void PutValue(const QString& controller, const QString& item, const Variant& value);
     Variant Execute(const QString& command);
+    wire::Subscription::Client Subscribe(const QString& controller, QStringList& seen);
+    /// A statement whose result nobody waits for yet.
+    capnp::RemotePromise<wire::History::ExecuteResults> Query(const QString& statement);
     Variant Execute(const QString& controller, const QString& command, const Variant& parameter);
 
     NamedObjects Objects;
@@ -64,6 +69,24 @@ private:
     kj::Own<kj::AsyncIoStream> m_Stream;
     capnp::TwoPartyVatNetwork m_Network;
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_Rpc;
+};
+
+/// A connected stream to a server.
+kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath);
+
+/// Notes the events that arrive: "state 1", "<controller>\\<item>".
+class Subscriber : public wire::ControllerEvents::Server
+{
+public:
+    explicit Subscriber(QStringList& seen)
+        : m_Seen(seen)
+    {
+    }
+    kj::Promise<void> onChangeState(OnChangeStateContext context) override;
+    kj::Promise<void> onChangeItem(OnChangeItemContext context) override;
+
+private:
+    QStringList& m_Seen;
 };
 
 /// The description with which `call` fails; "succeeded" when it does not.

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "server/history/Database.h"
+#include "server/history/Worker.h"
+
+#include <mutex>
+#include <optional>
+
+struct sqlite3;
+
+/// Lets another thread end a statement that nobody waits for any more.
+class StatementBreaker
+{
+public:
+    explicit StatementBreaker(DatabaseAddress address);
+
+    /// By the thread that runs the statement: from now on, until Disarm, it can be broken. Throws DescribedError, also when it has been
+    /// broken before.
+    void Arm(const DatabaseSession& session);
+    void Disarm();
+
+    /// From any thread; does not wait.
+    void Break();
+
+private:
+    const DatabaseAddress m_Address;
+    std::mutex m_Guard;
+    sqlite3* m_Sqlite = nullptr;
+    int m_PostgreSqlProcess = 0;
+    bool m_Broken = false;
+    std::optional<Worker> m_Messenger; ///< tells PostgreSQL on a connection of its own
+};
+
+using StatementBreakerRef = std::shared_ptr<StatementBreaker>;

@@ -1,0 +1,231 @@
+#include "tests/server/ServerRun.h"
+#include "tests/server/TestClient.h"
+
+#include "core/automation/PlainText.h"
+#include "velsqllib/ServerSocket.h"
+
+#include <csignal>
+#include <gtest/gtest.h>
+#include <QElapsedTimer>
+#include <random>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+const QString s_Plc = QStringLiteral("PLC1");
+const QString s_Endless =
+    QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n");
+const QString s_NothingHeld = QStringLiteral("controllers 0, items 0, results 0, subscriptions 0");
+
+QString References(TestClient& client)
+{
+    return ToPlainText(client.Execute(QStringLiteral("references")));
+}
+
+bool Answers(TestClient& client)
+{
+    return FailureOf([&] { client.Wait(client.Library.pingRequest().send()); }) == QStringLiteral("succeeded");
+}
+
+/// A stream of a client that writes but never reads.
+class DeafStream : public kj::AsyncIoStream
+{
+public:
+    explicit DeafStream(kj::Own<kj::AsyncIoStream> stream)
+        : m_Stream(kj::mv(stream))
+    {
+    }
+    kj::Promise<size_t> read(void*, size_t, size_t) override { return kj::NEVER_DONE; }
+    kj::Promise<size_t> tryRead(void*, size_t, size_t) override { return kj::NEVER_DONE; }
+    kj::Promise<void> write(const void* bytes, size_t size) override { return m_Stream->write(bytes, size); }
+    kj::Promise<void> write(kj::ArrayPtr<const kj::ArrayPtr<const kj::byte>> pieces) override
+    {
+        return m_Stream->write(pieces);
+    }
+    kj::Promise<void> whenWriteDisconnected() override { return m_Stream->whenWriteDisconnected(); }
+    void shutdownWrite() override { m_Stream->shutdownWrite(); }
+
+private:
+    kj::Own<kj::AsyncIoStream> m_Stream;
+};
+
+void Send(int socket, const QByteArray& bytes)
+{
+    for (qsizetype sent = 0; sent < bytes.size();) {
+        const auto count =
+            send(socket, bytes.constData() + sent, static_cast<size_t>(bytes.size() - sent), MSG_NOSIGNAL);
+        if (count <= 0) return; // the server has hung up, or reads no more
+        sent += count;
+    }
+}
+
+} // namespace
+
+TEST(Robustness, HostileBytesEndOnlyTheirOwnConnection)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    std::mt19937 random(20240131);
+    QList<QByteArray> attacks = {
+        QByteArray("GET / HTTP/1.1\r\n\r\n"),
+        QByteArray(8, '\xff'),                     // four thousand million segments
+        QByteArray("\0\0\0\0\xff\xff\xff\x7f", 8), // one of 16 GB
+        QByteArray("\x01\0\0\0\xff\xff\xff\xff\xff\xff\xff\xff\0\0\0\0", 16),
+        QByteArray("\0\0\0\0\x01\0\0\0\0\0\0\0\xff\xff\xff\xff", 16), // a pointer into nowhere
+    };
+    for (int i = 0; i < 60; ++i) {
+        QByteArray noise("\0\0\0\0\x10\0\0\0", 8);
+        for (int j = 0; j < 128; ++j) noise.append(static_cast<char>(random()));
+        attacks.append(noise);
+    }
+    for (const QByteArray& attack : attacks) {
+        const int socket = ConnectToServer(server.SocketPath());
+        ASSERT_GE(socket, 0);
+        Send(socket, attack);
+        close(socket);
+        ASSERT_TRUE(Answers(client)) << attack.toHex().constData();
+    }
+    EXPECT_LT(server.MemoryMB(), 150.0);
+    EXPECT_EQ(References(client), s_NothingHeld);
+}
+
+TEST(Robustness, AThousandConnections)
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    std::vector<int> sockets;
+    for (int i = 0; i < 1200; ++i) {
+        sockets.push_back(ConnectToServer(server.SocketPath()));
+        ASSERT_TRUE(i % 50 != 0 || Answers(client)) << i;
+    }
+    const auto isShut = [](int socket) {
+        char byte;
+        return recv(socket, &byte, 1, MSG_DONTWAIT) == 0;
+    };
+    EXPECT_FALSE(isShut(sockets.front()));
+    EXPECT_TRUE(WaitUntil([&] { return isShut(sockets.back()); })) << "one too many";
+    EXPECT_TRUE(Answers(client));
+    for (const int socket : sockets) close(socket);
+    EXPECT_TRUE(WaitUntil([&] {
+        TestClient another(server.SocketPath());
+        return Answers(another);
+    }));
+}
+
+TEST(Robustness, ClientsThatVanishLeaveNothing)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    QStringList seen;
+    for (int i = 0; i < 40; ++i) { // more than statements may run at once
+        TestClient vanishing(server.SocketPath());
+        const auto subscription = vanishing.Subscribe(s_Plc, seen);
+        auto sleep = vanishing.Engine.executeRequest();
+        sleep.setCommand(WireBytes(QStringLiteral("sleep 60000")));
+        const auto sleeping = sleep.send();
+        const auto running = vanishing.Query(s_Endless);
+        const auto endless = vanishing.Query(
+            QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT 1 FROM n) SELECT i FROM n"));
+        vanishing.Wait(vanishing.Library.pingRequest().send());
+        if (i == 0) WaitUntil([] { return false; }, 500); // these two are in full swing
+    }
+    EXPECT_TRUE(WaitUntil([&] { return References(client) == s_NothingHeld; })) << References(client).toStdString();
+    EXPECT_TRUE(WaitUntil([&] {
+        return FailureOf([&] { client.Wait(client.Query(QStringLiteral("SELECT 1"))); }) == QStringLiteral("succeeded");
+    })) << "their statements have ended";
+}
+
+TEST(Robustness, NoneOf40000EventsIsLost)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    client.Wait(client.Controller(s_Plc).stopRequest().send());
+    QStringList seen;
+    const auto subscription = client.Subscribe(s_Plc, seen);
+    client.Execute(QStringLiteral("fire PLC1 item D100 20000"));
+    client.Execute(QStringLiteral("fire PLC1 state 3 20000"));
+    EXPECT_TRUE(WaitUntil([&] { return seen.size() >= 40'000; }, 60'000));
+    EXPECT_EQ(seen, QStringList(20'000, QStringLiteral("PLC1\\D100")) + QStringList(20'000, QStringLiteral("state 3")));
+}
+
+TEST(Robustness, ASubscriberThatDoesNotReadCostsABoundedAmount)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    client.Wait(client.Controller(s_Plc).stopRequest().send());
+    TestClient deaf(kj::heap<DeafStream>(Connect(server.SocketPath())));
+    QStringList seen;
+    auto controller = deaf.Engine.getControllerRequest();
+    deaf.Set(controller.initName(), s_Plc);
+    auto subscribe = controller.send().getResult().subscribeRequest();
+    subscribe.setEvents(kj::heap<Subscriber>(seen));
+    const auto subscription = subscribe.send();
+    ASSERT_TRUE(WaitUntil([&] { return References(client).endsWith(QStringLiteral("subscriptions 1")); }));
+    const double before = server.MemoryMB();
+    for (int i = 0; i < 3; ++i) client.Execute(QStringLiteral("fire PLC1 item D100 1000000"));
+    EXPECT_LT(server.MemoryMB() - before, 40.0);
+    EXPECT_TRUE(Answers(client));
+    server.Process().terminate();
+    EXPECT_TRUE(server.LogUntilEnd().contains(QStringLiteral("A subscriber of controller \"PLC1\" does not read its "
+                                                             "events: 100000 are waiting, further ones are dropped.")));
+}
+
+TEST(Robustness, AClientThatDoesNotReadItsAnswersCostsABoundedAmount)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    TestClient deaf(kj::heap<DeafStream>(Connect(server.SocketPath())));
+    auto controller = deaf.Engine.getControllerRequest();
+    deaf.Set(controller.initName(), s_Plc);
+    auto find = controller.send().getResult().getItemRequest();
+    deaf.Set(find.initName(), QStringLiteral("Picture"));
+    auto item = find.send().getResult();
+    std::vector<capnp::RemotePromise<wire::Item::GetValueResults>> values;
+    for (int i = 0; i < 20'000; ++i) values.push_back(item.getValueRequest().send()); // 9 kB each: 185 MB
+    WaitUntil([] { return false; }, 2'000);
+    EXPECT_LT(server.MemoryMB(), 120.0);
+    EXPECT_TRUE(Answers(client));
+}
+
+TEST(Robustness, AFullDiskIsSaidAndNothingElseSuffers)
+{
+    ServerRun server({}, [] {
+        constexpr rlim_t Bytes = 150 * 1024;
+        const rlimit limit{Bytes, Bytes};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    });
+    TestClient client(server.SocketPath());
+    for (int i = 0; i < 4000; ++i) {
+        if (i % 100 == 0) client.Wait(client.Engine.snapshotRequest().send());
+    }
+    auto many = client.Query(
+        QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n LIMIT 100000) SELECT i FROM n"));
+    auto result = client.Wait(kj::mv(many)).getResult();
+    QString failure;
+    WaitUntil([&] {
+        auto progress = client.Wait(result.progressRequest().send());
+        failure = FromWireText(progress.getFailure());
+        return progress.getComplete();
+    });
+    EXPECT_EQ(failure, QStringLiteral("The result cannot be kept: File too large"));
+    EXPECT_FALSE(client.Value(s_Plc, QStringLiteral("Counter")).IsEmpty());
+}
+
+TEST(Robustness, ItEndsInTimeWhateverRuns)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    const auto endless = client.Query(s_Endless);
+    WaitUntil([] { return false; }, 200);
+    QElapsedTimer time;
+    time.start();
+    server.Process().terminate();
+    EXPECT_EQ(server.ExitCode(), 0);
+    EXPECT_LT(time.elapsed(), 8'000);
+}
