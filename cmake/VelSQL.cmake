@@ -16,10 +16,11 @@ find_package(Threads REQUIRED)
 
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
-    # Precompiled headers are only cacheable when ccache may look past their time stamps and defines.
+    # Precompiled headers are only cacheable when ccache may look past their time stamps and defines. With the root as base
+    # directory every path is seen relative to the build, so that build folders and clones share what was compiled once.
     set(CMAKE_CXX_COMPILER_LAUNCHER
         ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
-        CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
+        CCACHE_BASEDIR=/ CCACHE_NOHASHDIR=1 ${CCACHE_PROGRAM})
 endif()
 
 add_library(velsql_options INTERFACE)
