@@ -1,15 +1,12 @@
-#include "core/automation/PlainText.h"
-#include "server/history/History.h"
-#include "tests/server/TestClient.h"
+#include "tests/server/AskedHistory.h"
 
-#include <capnp/serialize.h>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-/// A history on an SQLite file of its own, asked as the server asks it.
+/// A history on an SQLite file of its own.
 class HistoryTest : public ::testing::Test
 {
 protected:
@@ -21,53 +18,13 @@ protected:
         m_History.emplace(settings);
     }
     QString Path() const { return m_Folder.filePath(QStringLiteral("sub/history.db")); }
-
-    void Record(const QString& item, const Variant& value)
-    {
-        m_Time += std::chrono::microseconds(1500);
-        m_History->Record({QStringLiteral("PLC1"), item, value, m_Time});
-    }
-
-    ResultSpoolRef Run(const QString& statement)
-    {
-        kj::WaitScope& scope = TestLoop().waitScope; // the loop must be there before the promise
-        ResultSpoolRef result = m_History->Execute(statement).wait(scope);
-        WaitUntil([&] { return result->Progress().Complete; });
-        return result;
-    }
-
-    /// Column names and rows, or the database's description.
-    QStringList Ask(const QString& statement)
-    {
-        QStringList lines;
-        const QString failure = FailureOf([&] {
-            const ResultSpoolRef result = Run(statement);
-            lines.append(result->Columns().join(u','));
-            for (qint64 row = 0; row < result->Progress().RowsSoFar; ++row) lines.append(Row(*result, row));
-        });
-        return failure == QStringLiteral("succeeded") ? lines : QStringList(failure);
-    }
-
-    static QString Row(const ResultSpool& result, qint64 row)
-    {
-        const auto bytes = result.PageOf(row);
-        capnp::FlatArrayMessageReader message(
-            kj::arrayPtr(reinterpret_cast<const capnp::word*>(bytes.begin()), bytes.size() / sizeof(capnp::word)));
-        const auto page = message.getRoot<wire::ResultPage>();
-        NamedObjects objects;
-        QStringList cells;
-        for (int column = 0; column < page.getColumnCount(); ++column) {
-            const auto cell =
-                page.getCells()[static_cast<uint>((row - page.getFirstRow()) * page.getColumnCount() + column)];
-            const Variant value = ReadValue(cell, objects);
-            cells.append(value.IsNull() ? QStringLiteral("NULL") : ToPlainText(value));
-        }
-        return cells.join(u',');
-    }
+    void Record(const QString& item, const Variant& value) { m_History->Record(item, value); }
+    ResultSpoolRef Run(const QString& statement) { return m_History->Run(statement); }
+    QStringList Ask(const QString& statement) { return m_History->Ask(statement); }
+    static QString Row(const ResultSpool& result, qint64 row) { return AskedHistory::Row(result, row); }
 
     QTemporaryDir m_Folder;
-    std::optional<History> m_History;
-    TimeStamp m_Time = std::chrono::sys_days(std::chrono::year(2024) / 1 / 31);
+    std::optional<AskedHistory> m_History;
 };
 
 } // namespace

@@ -1,0 +1,89 @@
+// Values recorded a second into SQLite, against a bare loop of prepared inserts in transactions of the same size.
+#include "bench/Figures.h"
+#include "server/history/Recorder.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <sqlite3.h>
+
+namespace {
+
+constexpr int Values = 150'000; // within what may wait for a database
+constexpr int ValuesPerTransaction = 5000;
+constexpr int Rounds = 3;
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+void Do(sqlite3* database, const char* statement)
+{
+    if (sqlite3_exec(database, statement, nullptr, nullptr, nullptr) != SQLITE_OK)
+        qFatal("%s", sqlite3_errmsg(database));
+}
+
+/// The floor: nothing but the database's own library.
+double InsertBare(const QString& path)
+{
+    sqlite3* database = nullptr;
+    if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK) qFatal("no database");
+    Do(database, "PRAGMA journal_mode = WAL");
+    Do(database, "PRAGMA synchronous = NORMAL");
+    Do(database, "CREATE TABLE t (controller_name TEXT, item_name TEXT, item_value NUMERIC, item_time TEXT)");
+    sqlite3_stmt* insert = nullptr;
+    sqlite3_prepare_v2(database, "INSERT INTO t VALUES (?, ?, ?, ?)", -1, &insert, nullptr);
+    const auto start = Clock::now();
+    for (int i = 0; i < Values; ++i) {
+        if (i % ValuesPerTransaction == 0) Do(database, "BEGIN");
+        sqlite3_bind_text(insert, 1, "PLC1", -1, SQLITE_STATIC);
+        sqlite3_bind_text(insert, 2, "Temperature", -1, SQLITE_STATIC);
+        sqlite3_bind_double(insert, 3, i * 0.5);
+        sqlite3_bind_text(insert, 4, "2024-01-31 12:00:00.123456", -1, SQLITE_STATIC);
+        if (sqlite3_step(insert) != SQLITE_DONE) qFatal("%s", sqlite3_errmsg(database));
+        sqlite3_reset(insert);
+        if ((i + 1) % ValuesPerTransaction == 0) Do(database, "COMMIT");
+    }
+    const double seconds = SecondsSince(start);
+    sqlite3_finalize(insert);
+    sqlite3_close(database);
+    return seconds;
+}
+
+double RecordAll(const QString& path)
+{
+    HistoryDestination destination;
+    destination.ConnectionString = QStringLiteral("Driver=SQLite;Database=") + path;
+    destination.MaxRecord = 0; // the floor deletes nothing either
+    Recorder recorder(1, destination);
+    TimeStamp time = std::chrono::system_clock::now();
+    const auto start = Clock::now();
+    for (int i = 0; i < Values; ++i)
+        recorder.Record(
+            {QStringLiteral("PLC1"), QStringLiteral("Temperature"), i * 0.5, time += std::chrono::microseconds(100)});
+    if (!recorder.Flush(60'000)) qFatal("not written");
+    return SecondsSince(start);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const QTemporaryDir folder;
+    double bare = 1e9;
+    double recorded = 1e9;
+    for (int round = 0; round < Rounds; ++round) {
+        bare = std::min(bare, InsertBare(folder.filePath(QStringLiteral("bare%1.db").arg(round))));
+        recorded = std::min(recorded, RecordAll(folder.filePath(QStringLiteral("recorded%1.db").arg(round))));
+    }
+    std::printf("%d values, transactions of %d, best of %d rounds\n", Values, ValuesPerTransaction, Rounds);
+    std::printf("  %-52s %9.0f a second\n", "bare prepared inserts", Values / bare);
+    std::printf("  %-52s %9.0f a second\n", "recorded", Values / recorded);
+    return Figures::PrintRatio(QStringLiteral("time: recorded / bare"), recorded / bare, 1.0 / 0.3) ? 0 : 1;
+}

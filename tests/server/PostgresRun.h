@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+/// A PostgreSQL server of the test's own, reached over a socket in a private folder only.
+class PostgresRun
+{
+public:
+    /// Makes the cluster and starts it. IsRunning says whether that went well, Problem why not.
+    PostgresRun();
+    ~PostgresRun();
+
+    bool IsRunning() const { return m_Problem.isEmpty(); }
+    QString Problem() const { return m_Problem; }
+    QString ConnectionString() const;
+
+    void Start();
+    void Stop();
+
+private:
+    /// PostgreSQL refuses to run as root: then as the user that its package made.
+    void Run(QProcess& process, const QString& program, const QStringList& arguments) const;
+    bool Finish(QProcess& process);
+
+    QTemporaryDir m_Folder;
+    QString m_Programs;
+    QProcess m_Server;
+    QString m_Problem;
+};
