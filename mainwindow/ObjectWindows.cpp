@@ -9,6 +9,7 @@
 #include "core/ObjectTreeModel.h"
 #include "history/frmHistory.h"
 #include "item/frmItem.h"
+#include "scripttool/ScriptTool.h"
 
 namespace {
 
@@ -98,5 +99,6 @@ ObjectWindows ConsoleWindows()
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
     windows.AddItem = AddItem;
     windows.BatchWrite = BatchWrite;
+    windows.CreateScriptTool = [] { return std::make_shared<ScriptTool>(); };
     return windows;
 }

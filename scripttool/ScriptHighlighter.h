@@ -1,0 +1,48 @@
+#pragma once
+
+#include <QSyntaxHighlighter>
+
+#include <array>
+
+/// Colours a script: comments (also lines that begin with '), texts, numbers and keywords.
+class ScriptHighlighter : public QSyntaxHighlighter
+{
+    Q_OBJECT
+
+public:
+    enum class Word
+    {
+        Comment,
+        Text,
+        Number,
+        Keyword
+    };
+
+    explicit ScriptHighlighter(QTextDocument* document);
+
+    /// Takes the colours that can be read on this palette's ground and paints with them from now on.
+    void SetColours(const QPalette& palette);
+
+protected:
+    void highlightBlock(const QString& text) override;
+
+private:
+    /// What a line begins in the middle of.
+    enum State
+    {
+        InCode = -1,
+        InComment = 1,
+        InTemplate = 2
+    };
+
+    qsizetype TakeRestOfEarlierLine();
+    qsizetype TakeToken(qsizetype at);
+    qsizetype TakeWord(qsizetype at, const QString& word);
+    qsizetype TakeUntil(qsizetype start, qsizetype end, Word word, State goesOn);
+
+    std::array<QTextCharFormat, 4> m_Formats;
+    /// The line being coloured.
+    QString m_Line;
+    /// Whether what stands before the present place is a value, so that a slash divides it.
+    bool m_AfterValue = false;
+};

@@ -1,0 +1,154 @@
+#include "scripttool/ScriptProcess.h"
+
+#include "core/automation/Errors.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <csignal>
+#include <sys/prctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr qint64 FrameMs = 16;
+constexpr qsizetype BytesATurn = 64 * 1024;
+constexpr int PatienceMs = 500;
+
+QString HowItEnded(int exitCode, QProcess::ExitStatus status)
+{
+    if (status == QProcess::CrashExit)
+        return QStringLiteral("The script process ended unexpectedly (signal %1).").arg(exitCode);
+    return exitCode == 0 ? QStringLiteral("Ended.") : QStringLiteral("Failed (exit code %1).").arg(exitCode);
+}
+
+} // namespace
+
+ScriptProcess::Source::Source(Channel channel)
+    : Kind(channel)
+    , Arrival(Pipe.ReadingEnd(), QSocketNotifier::Read)
+{
+}
+
+ScriptProcess::ScriptProcess(QObject* parent)
+    : QObject(parent)
+{
+    m_Pause.setSingleShot(true);
+    m_Patience.setSingleShot(true);
+    connect(&m_Process, &QProcess::finished, this, &ScriptProcess::Process_Finished);
+    connect(&m_Process, &QProcess::errorOccurred, this, &ScriptProcess::Process_Failed);
+    connect(&m_Pause, &QTimer::timeout, this, &ScriptProcess::TurnIsOver);
+    connect(&m_Patience, &QTimer::timeout, this, [this] { Signal(SIGKILL); });
+}
+
+ScriptProcess::~ScriptProcess()
+{
+    m_Process.disconnect(this);
+    Signal(SIGKILL);
+    if (m_Process.state() != QProcess::NotRunning) m_Process.waitForFinished();
+}
+
+void ScriptProcess::Start(const QString& program, const QStringList& arguments, const QByteArray& script)
+{
+    try {
+        OpenSources();
+    } catch (const DescribedError& error) {
+        return Fail(QStringLiteral("The script could not be started: ") + error.Description());
+    }
+    SetUpChild();
+    m_Process.start(program, arguments);
+    if (m_Process.state() == QProcess::NotRunning) return;
+    m_Group = m_Process.processId();
+    setpgid(static_cast<pid_t>(m_Group), static_cast<pid_t>(m_Group)); // whoever of both comes first
+    m_Output->Pipe.CloseWritingEnd();
+    m_Errors->Pipe.CloseWritingEnd();
+    m_Process.write(script);
+    m_Process.closeWriteChannel();
+}
+
+void ScriptProcess::OpenSources()
+{
+    m_Output = std::make_unique<Source>(Channel::Output);
+    m_Errors = std::make_unique<Source>(Channel::Errors);
+    connect(&m_Output->Arrival, &QSocketNotifier::activated, this, &ScriptProcess::TakeTurn);
+    connect(&m_Errors->Arrival, &QSocketNotifier::activated, this, &ScriptProcess::TakeTurn);
+}
+
+/// QProcess would read without bound; so the process writes to pipes of our own.
+void ScriptProcess::SetUpChild()
+{
+    m_Process.setProcessChannelMode(QProcess::ForwardedChannels);
+    m_Process.setChildProcessModifier([output = m_Output->Pipe.WritingEnd(), errors = m_Errors->Pipe.WritingEnd()] {
+        dup2(output, STDOUT_FILENO);
+        dup2(errors, STDERR_FILENO);
+        setpgid(0, 0);
+        prctl(PR_SET_PDEATHSIG, SIGKILL); // a console that crashes leaves no script behind
+    });
+}
+
+void ScriptProcess::Stop()
+{
+    if (std::exchange(m_Stopped, true)) return;
+    Signal(SIGTERM);
+    m_Patience.start(PatienceMs);
+}
+
+void ScriptProcess::Signal(int signal)
+{
+    if (m_Group > 0) kill(static_cast<pid_t>(-m_Group), signal);
+}
+
+void ScriptProcess::Listen()
+{
+    m_Output->Arrival.setEnabled(!m_Output->Pipe.IsAtEnd());
+    m_Errors->Arrival.setEnabled(!m_Errors->Pipe.IsAtEnd());
+}
+
+void ScriptProcess::TakeTurn()
+{
+    m_Output->Arrival.setEnabled(false);
+    m_Errors->Arrival.setEnabled(false);
+    QElapsedTimer lasted;
+    lasted.start();
+    // An error shows behind what was printed before it.
+    m_MoreWaits = HandOut(*m_Output) || HandOut(*m_Errors);
+    m_Pause.start(static_cast<int>(std::max(FrameMs, lasted.elapsed()))); // half of the time at most
+}
+
+/// True when more may be waiting.
+bool ScriptProcess::HandOut(Source& source)
+{
+    const QByteArray bytes = source.Pipe.Read(BytesATurn);
+    const QString text = source.Decode(bytes);
+    if (!text.isEmpty()) Q_EMIT Printed(source.Kind, text);
+    return bytes.size() == BytesATurn;
+}
+
+void ScriptProcess::TurnIsOver()
+{
+    if (m_How.isEmpty()) return Listen();
+    // The process is gone; one that outlived it and still prints is read until it pauses, or is stopped.
+    if (m_MoreWaits && !m_Stopped) return TakeTurn();
+    if (m_Stopped) Signal(SIGKILL);
+    m_Group = 0;
+    Q_EMIT Ended(m_How);
+}
+
+void ScriptProcess::Process_Finished(int exitCode, QProcess::ExitStatus status)
+{
+    m_How = m_Stopped ? QStringLiteral("Stopped.") : HowItEnded(exitCode, status);
+    TakeTurn();
+}
+
+void ScriptProcess::Process_Failed(QProcess::ProcessError error)
+{
+    if (error == QProcess::FailedToStart)
+        Fail(QStringLiteral("The script could not be started: ") + m_Process.errorString());
+}
+
+void ScriptProcess::Fail(const QString& how)
+{
+    m_Group = 0;
+    Q_EMIT Printed(Channel::Errors, how + QLatin1Char('\n'));
+    Q_EMIT Ended(how);
+}

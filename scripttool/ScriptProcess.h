@@ -1,0 +1,71 @@
+#pragma once
+
+#include "scripttool/OutputPipe.h"
+
+#include <QProcess>
+#include <QSocketNotifier>
+#include <QStringDecoder>
+#include <QTimer>
+
+#include <memory>
+
+/// One run of a script in a process of its own, which ends with this object, whatever it is doing. Output is taken at most once a frame
+/// and in bounded pieces; a script that prints faster waits.
+class ScriptProcess : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Channel
+    {
+        Output,
+        Errors
+    };
+
+    explicit ScriptProcess(QObject* parent);
+    ~ScriptProcess() override;
+
+    /// To be called once: runs `program`, which gets `script` by its standard input.
+    void Start(const QString& program, const QStringList& arguments, const QByteArray& script);
+    /// Asks the process and those that it started to end, and ends them half a second later.
+    void Stop();
+
+Q_SIGNALS:
+    void Printed(ScriptProcess::Channel channel, const QString& text);
+    /// Once, when the process is gone (or could not be started) and what it printed was handed out; a sentence for the operator.
+    void Ended(const QString& how);
+
+private:
+    /// What the process prints on one channel.
+    struct Source
+    {
+        explicit Source(Channel channel);
+
+        OutputPipe Pipe;
+        Channel Kind;
+        QStringDecoder Decode{QStringDecoder::Utf8};
+        QSocketNotifier Arrival;
+    };
+    using SourceRef = std::unique_ptr<Source>;
+
+    void OpenSources();
+    void SetUpChild();
+    void Signal(int signal);
+    void Listen();
+    void TakeTurn();
+    bool HandOut(Source& source);
+    void TurnIsOver();
+    void Process_Finished(int exitCode, QProcess::ExitStatus status);
+    void Process_Failed(QProcess::ProcessError error);
+    void Fail(const QString& how);
+
+    QProcess m_Process;
+    qint64 m_Group = 0;
+    SourceRef m_Output;
+    SourceRef m_Errors;
+    QTimer m_Pause;
+    QTimer m_Patience;
+    QString m_How;
+    bool m_Stopped = false;
+    bool m_MoreWaits = false;
+};

@@ -1,0 +1,52 @@
+#pragma once
+
+#include "scripttool/ScriptProcess.h"
+#include "ui_frmScriptTool.h"
+
+#include <QElapsedTimer>
+#include <QTimer>
+
+/// The window of the script tool: an editor, and what the script that runs prints. It stands beside the main window, which neither arranges
+/// nor closes it by "C&lose All": that closes windows of the console, and this is a tool of its own. Closing its frame hides it; its
+/// text stays, and a script that runs goes on, as a batch does in its hidden window.
+class frmScriptTool : public QWidget, private Ui::frmScriptTool
+{
+    Q_OBJECT
+
+public:
+    explicit frmScriptTool(const QString& program);
+
+    /// Brings the window up: visible, in front, active.
+    void ShowForm();
+    /// The names by which scripts know the engine, from the next run on.
+    void SetNames(const QStringList& names) { m_Names = names; }
+    QString Script() const { return txtScript->Script(); }
+    void SetScript(const QString& script) { txtScript->SetScript(script); }
+
+private:
+    void SetFirstSize();
+    void ConnectCommands();
+    void ConnectKeys();
+
+    void cmdRun_Click();
+    void cmdStop_Click();
+    void txtOutput_LineChosen(const QString& line);
+
+    void ShowMissingProgram();
+    QString Program() const;
+    QStringList Arguments() const;
+    void Process_Printed(ScriptProcess::Channel channel, const QString& text);
+    void Process_Ended(const QString& how);
+    void ShowRunning(bool running);
+    void ShowSeconds();
+    void MarkFirstError();
+
+    QString m_Program;
+    QStringList m_Names;
+    ScriptProcess* m_Process = nullptr;
+    QElapsedTimer m_Running;
+    QTimer m_Seconds;
+    /// The end of what was printed as errors, until one with a line was marked.
+    QString m_Errors;
+    bool m_ErrorMarked = false;
+};
