@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <malloc.h>
 #include <sched.h>
 #include <sys/resource.h>
 #include <vector>
@@ -59,6 +60,12 @@ bool PrintRatio(const QString& name, double ratio, double limit)
     std::printf("  %-52s %9.2f x   (at most %.2f)%s\n", qPrintable(name), ratio, limit, kept ? "" : "  EXCEEDED");
     std::fflush(stdout);
     return kept;
+}
+
+double HeapMb()
+{
+    const auto heap = mallinfo2();
+    return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
 }
 
 void PinToOneCore(qint64 otherProcess, bool pin)

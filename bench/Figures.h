@@ -24,6 +24,9 @@ void PrintCost(const QString& name, const Cost& cost);
 /// "  <name>  <ratio>  (at most <limit>)"; returns whether it keeps the limit.
 bool PrintRatio(const QString& name, double ratio, double limit);
 
+/// Megabytes that this process holds of the heap; what it has given back counts no more, whenever the system takes it.
+double HeapMb();
+
 /// This process and every child started from now on runs on one processor only, or on all again.
 void PinToOneCore(qint64 otherProcess, bool pin);
 

@@ -1,22 +1,17 @@
 // What a controller window costs on top of the server's calls: a storm of events, and ten windows that refresh.
+#include "bench/BenchConsole.h"
+#include "bench/Events.h"
 #include "bench/Figures.h"
 #include "controller/EventList.h"
 #include "controller/frmController.h"
 #include "core/GridRefresher.h"
-#include "core/modMain.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/RealServer.h"
-#include "velsqllib/RemoteLibrary.h"
 
 #include <QApplication>
 #include <QCheckBox>
-#include <QElapsedTimer>
 #include <QPushButton>
-#include <QTimer>
 
 #include <algorithm>
 #include <cstdio>
-#include <malloc.h>
 
 namespace {
 
@@ -51,46 +46,6 @@ private:
     EventSubscriptionRef m_Subscription;
 };
 
-/// The longest time that a timer of one millisecond had to wait, that is how long input would have waited.
-class GapWatch
-{
-public:
-    GapWatch()
-    {
-        QObject::connect(&m_Timer, &QTimer::timeout, &m_Timer, [this] {
-            m_LongestMs = std::max(m_LongestMs, static_cast<double>(m_SinceLast.nsecsElapsed()) / 1e6);
-            m_SinceLast.start();
-        });
-        m_SinceLast.start();
-        m_Timer.start(1);
-    }
-    double LongestMs() const { return m_LongestMs; }
-
-private:
-    QTimer m_Timer;
-    QElapsedTimer m_SinceLast;
-    double m_LongestMs = 0.0;
-};
-
-void RunEvents(int milliseconds)
-{
-    QTimer::singleShot(milliseconds, qApp, &QCoreApplication::quit);
-    QCoreApplication::exec();
-}
-
-template <std::invocable Condition>
-void RunEventsUntil(const Condition& isMet)
-{
-    while (!isMet()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-}
-
-/// What the program holds of the heap; what it has given back counts no more, whenever the system takes it.
-double HeapMb()
-{
-    const auto heap = mallinfo2();
-    return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
-}
-
 /// A window on PLC1 and what the storm needs of it.
 struct Window
 {
@@ -120,19 +75,19 @@ bool MeasureStorm(VelSQLController& controller, const TreeNodeRef& node)
         RunEventsUntil([&] { return subscriber.Count() >= EventList::MostLines; });
     };
     const auto list = [&] {
-        before = HeapMb();
+        before = Figures::HeapMb();
         window.LogItems(true);
         const GapWatch watch;
         controller.Execute(FireItems, Variant());
         RunEventsUntil([&] { return window.IsFull(); });
         longestGap = std::max(longestGap, watch.LongestMs());
-        full = HeapMb();
+        full = Figures::HeapMb();
     };
     const auto clear = [&] {
         window.LogItems(false);
         window.Clear();
         RunEvents(300);
-        after = HeapMb();
+        after = Figures::HeapMb();
     };
     const auto costs = Figures::MeasureInTurn(Rounds, 1, {bare, list, clear});
     Figures::PrintCost(QStringLiteral("bare subscriber, name and value read"), costs[0]);
@@ -141,7 +96,7 @@ bool MeasureStorm(VelSQLController& controller, const TreeNodeRef& node)
     window.Form.Unload();
     bool kept = Figures::PrintRatio(QStringLiteral("median: list / bare subscriber"),
                                     costs[1].MedianUs / costs[0].MedianUs, 2.5);
-    kept &= Figures::PrintRatio(QStringLiteral("longest gap between handled events / 50 ms"), longestGap / 50.0, 1.0);
+    kept &= GapWatch::Print(longestGap);
     kept &= Figures::PrintRatio(QStringLiteral("memory kept after Clear / memory of the full list"),
                                 std::max(after - before, 0.0) / (full - before), 0.25);
     return kept;
@@ -224,18 +179,10 @@ bool MeasureManyWindows(VelSQLController& controller, const TreeNodeRef& node)
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
-    RealServer server;
-    server.Start();
-    RemoteLibrary library(server.SocketPath(), QString());
-    FakeMainWindow mainWindow;
-    mainWindow.Widget()->show();
-    modMain::Library = &library;
-    modMain::Engine = library.CreateEngine();
-    const TreeNodeRef node = mainWindow.BuildTree({})->Child(0);
-    const ControllerRef controller = modMain::Engine->get_Controller(Variant(node->Text()));
-
-    bool kept = MeasureStorm(*controller, node);
-    kept &= MeasureOverflowed(*controller, node);
-    kept &= MeasureManyWindows(*controller, node);
+    const BenchConsole console;
+    const ControllerRef controller = BenchConsole::Controller();
+    bool kept = MeasureStorm(*controller, BenchConsole::ControllerNode());
+    kept &= MeasureOverflowed(*controller, BenchConsole::ControllerNode());
+    kept &= MeasureManyWindows(*controller, BenchConsole::ControllerNode());
     return kept ? 0 : 1;
 }

@@ -1,10 +1,9 @@
 // What the history window costs with a table of a million rows: the first rows, the memory, the way to the end, the events between.
+#include "bench/BenchConsole.h"
+#include "bench/Events.h"
 #include "bench/Figures.h"
 #include "core/modMain.h"
 #include "history/frmHistory.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/RealServer.h"
-#include "velsqllib/RemoteLibrary.h"
 
 #include <QApplication>
 #include <QDir>
@@ -20,7 +19,6 @@
 namespace {
 
 constexpr int Rows = 1'000'000;
-constexpr double LongestGapMs = 50.0;
 constexpr double MostGrowthMB = 30.0;
 const QString Statement = QStringLiteral("SELECT * FROM measured");
 
@@ -61,36 +59,22 @@ double MegabytesNow()
     return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
 }
 
-/// Looks at the event loop and the memory while it lives.
-class Watch
+/// The most memory while it lives.
+class MemoryWatch
 {
 public:
-    Watch()
+    MemoryWatch()
     {
-        m_SinceLast.start();
-        QObject::connect(&m_Timer, &QTimer::timeout, &m_Timer, [this] {
-            m_LongestMs = std::max(m_LongestMs, static_cast<double>(m_SinceLast.nsecsElapsed()) / 1e6);
-            m_SinceLast.start();
-            if (++m_Ticks % 16 == 0) m_MostMB = std::max(m_MostMB, MegabytesNow());
-        });
-        m_Timer.start(1);
+        QObject::connect(&m_Timer, &QTimer::timeout, &m_Timer,
+                         [this] { m_MostMB = std::max(m_MostMB, MegabytesNow()); });
+        m_Timer.start(16);
     }
-    double LongestMs() const { return m_LongestMs; }
     double MostMB() const { return m_MostMB; }
 
 private:
     QTimer m_Timer;
-    QElapsedTimer m_SinceLast;
-    double m_LongestMs = 0.0;
     double m_MostMB = MegabytesNow();
-    int m_Ticks = 0;
 };
-
-template <std::predicate Done>
-void RunEventsUntil(Done&& done)
-{
-    while (!done()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1000);
-}
 
 class Bench
 {
@@ -166,21 +150,22 @@ bool Bench::MeasureEnd()
     QElapsedTimer time;
     time.start();
     ShowFirstRows();
-    const Watch watch;
+    const GapWatch gaps;
+    const MemoryWatch memory;
     m_Grid->GoToEnd();
     RunEventsUntil([this] { return m_Grid->Model().IsComplete() && IsShown(Rows - 1); });
     const double end = static_cast<double>(time.nsecsElapsed()) / 1e6;
-    m_MostMB = std::max(m_MostMB, watch.MostMB());
+    m_MostMB = std::max(m_MostMB, memory.MostMB());
     std::printf("  %-52s %9.0f ms\n  %-52s %9.0f ms\n", "sqlite3 prints the table", tool, "last row on screen", end);
     return Figures::PrintRatio(QStringLiteral("last row on screen / sqlite3 prints the table"), end / tool, 4.0) &
-           Figures::PrintRatio(QStringLiteral("longest gap between handled events / 50 ms"),
-                               watch.LongestMs() / LongestGapMs, 1.0);
+           GapWatch::Print(gaps.LongestMs());
 }
 
 bool Bench::MeasureScrolling()
 {
     std::printf("Scrolling through all rows, a screen of them at a time\n");
-    const Watch watch;
+    const GapWatch gaps;
+    const MemoryWatch memory;
     QScrollBar* bar = m_Grid->verticalScrollBar();
     bar->setValue(0);
     int screens = 0;
@@ -191,11 +176,10 @@ bool Bench::MeasureScrolling()
         m_Grid->viewport()->repaint();
         QCoreApplication::processEvents();
     }
-    m_MostMB = std::max(m_MostMB, watch.MostMB());
+    m_MostMB = std::max(m_MostMB, memory.MostMB());
     std::printf("  %d screens, %.2f ms each\n", screens,
                 static_cast<double>(time.nsecsElapsed()) / 1e6 / std::max(screens, 1));
-    return Figures::PrintRatio(QStringLiteral("longest gap between handled events / 50 ms"),
-                               watch.LongestMs() / LongestGapMs, 1.0);
+    return GapWatch::Print(gaps.LongestMs());
 }
 
 bool Bench::PrintMemory(double before) const
@@ -209,16 +193,7 @@ bool Bench::PrintMemory(double before) const
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
-    RealServer server;
-    MakeTable();
-    server.Start();
-    RemoteLibrary library(server.SocketPath(), QString());
-    FakeMainWindow mainWindow;
-    mainWindow.Widget()->show();
-    mainWindow.BuildTree({});
-    modMain::Library = &library;
-    modMain::Engine = library.CreateEngine();
-    modMain::History = modMain::Engine->get_History();
+    const BenchConsole console({}, MakeTable);
     auto* form = ChildWindow::Open<frmHistory>(modMain::HistoryNode);
     form->ShowForm();
     QCoreApplication::processEvents();
@@ -230,6 +205,5 @@ int main(int argc, char** argv)
     kept &= bench.PrintMemory(before);
     kept &= bench.MeasureFirstRows();
     form->Unload();
-    modMain::Reset();
     return kept ? 0 : 1;
 }

@@ -1,27 +1,22 @@
 // What an item window costs on top of the server's calls: one refresh, twenty windows at once, a slow server, a large picture.
+#include "bench/BenchConsole.h"
+#include "bench/Events.h"
 #include "bench/Figures.h"
 #include "core/automation/SafeArray.h"
 #include "core/GridRefresher.h"
-#include "core/modMain.h"
 #include "core/PropertyGrid.h"
 #include "item/frmItem.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/RealServer.h"
-#include "velsqllib/RemoteLibrary.h"
 
 #include <QApplication>
 #include <QBuffer>
-#include <QElapsedTimer>
 #include <QPushButton>
 #include <QThread>
-#include <QTimer>
 
 #include <cstdio>
 
 namespace {
 
 constexpr int Windows = 20;
-const QString ControllerName = QStringLiteral("PLC1");
 /// Items whose values do not change by themselves.
 const QStringList ItemNames = {QStringLiteral("D100"), QStringLiteral("Recipe"), QStringLiteral("Price"),
                                QStringLiteral("Picture")};
@@ -58,26 +53,11 @@ GridRefresher& Refresher(const frmItem& form)
     return *form.findChild<GridRefresher*>();
 }
 
-void RunEvents(int seconds)
-{
-    QTimer::singleShot(seconds * 1000, qApp, &QCoreApplication::quit);
-    QCoreApplication::exec();
-}
-
-/// The longest time that a timer of one millisecond had to wait.
 bool PrintLongestGap()
 {
-    QElapsedTimer sinceLast;
-    double longest = 0.0;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
-        longest = std::max(longest, static_cast<double>(sinceLast.nsecsElapsed()) / 1e6);
-        sinceLast.start();
-    });
-    sinceLast.start();
-    timer.start(1);
-    RunEvents(5);
-    return Figures::PrintRatio(QStringLiteral("longest gap between handled events / 50 ms"), longest / 50.0, 1.0);
+    const GapWatch watch;
+    RunEvents(5000);
+    return GapWatch::Print(watch.LongestMs());
 }
 
 bool MeasureOneRefresh(const frmItem& form, VelSQLItem& item)
@@ -96,7 +76,7 @@ bool MeasureOneRefresh(const frmItem& form, VelSQLItem& item)
 bool MeasureManyWindows(const QList<frmItem*>& forms, VelSQLItem& item)
 {
     std::printf("%d windows refreshing\n", Windows);
-    RunEvents(1); // the windows are painted for the first time
+    RunEvents(1000); // the windows are painted for the first time
     int refreshes = 0;
     QObject counter;
     for (const frmItem* form : forms)
@@ -104,7 +84,7 @@ bool MeasureManyWindows(const QList<frmItem*>& forms, VelSQLItem& item)
     const auto askAsMuch = [&] {
         for (; refreshes > 0; --refreshes) AskEverything(item);
     };
-    const auto costs = Figures::MeasureInTurn(10, 1, {[] { RunEvents(1); }, askAsMuch});
+    const auto costs = Figures::MeasureInTurn(10, 1, {[] { RunEvents(1000); }, askAsMuch});
     Figures::PrintCost(QStringLiteral("one second of refreshing"), costs[0]);
     Figures::PrintCost(QStringLiteral("bare calls of as many refreshes"), costs[1]);
     return Figures::PrintRatio(QStringLiteral("cpu: refreshing / bare calls"), costs[0].CpuUs / costs[1].CpuUs, 1.3) &
@@ -174,25 +154,15 @@ bool MeasurePicture(frmItem& form, VelSQLItem& item)
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
-    RealServer server;
-    server.Start();
-    RemoteLibrary library(server.SocketPath(), QString());
-    FakeMainWindow mainWindow;
-    mainWindow.Widget()->show();
-    modMain::Library = &library;
-    modMain::Engine = library.CreateEngine();
-    const TreeNodeRef controller = mainWindow.BuildTree(ItemNames)->Child(0);
-    const auto find = [](const QString& name) {
-        return modMain::Engine->get_Controller(Variant(ControllerName))->get_Item(Variant(name));
-    };
-
+    const BenchConsole console(ItemNames);
+    const TreeNodeRef controller = BenchConsole::ControllerNode();
     QList<frmItem*> forms;
     for (int i = 0; i < Windows; ++i) forms << &OpenItem(controller->Child(i % 3));
-    const ItemRef item = find(ItemNames[0]);
+    const ItemRef item = BenchConsole::Item(ItemNames[0]);
     bool kept = MeasureOneRefresh(*forms[0], *item);
     kept &= MeasureManyWindows(forms, *item);
     kept &= MeasureSlowServer(forms);
     for (frmItem* form : forms) form->Unload();
-    kept &= MeasurePicture(OpenItem(controller->Child(3)), *find(ItemNames[3]));
+    kept &= MeasurePicture(OpenItem(controller->Child(3)), *BenchConsole::Item(ItemNames[3]));
     return kept ? 0 : 1;
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+
+#include <concepts>
+
+/// Letting the event loop run, and watching how long it lets others wait.
+void RunEvents(int milliseconds);
+
+template <std::predicate Condition>
+void RunEventsUntil(Condition&& isMet)
+{
+    while (!isMet()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+/// While it lives: the longest time that a timer of one millisecond had to wait, that is how long input would have waited.
+class GapWatch
+{
+public:
+    GapWatch();
+    double LongestMs() const { return m_LongestMs; }
+    /// Prints such a time against the 50 ms that an operator does not notice; returns whether it keeps to them.
+    static bool Print(double longestMs);
+
+private:
+    QTimer m_Timer;
+    QElapsedTimer m_SinceLast;
+    double m_LongestMs = 0.0;
+};
