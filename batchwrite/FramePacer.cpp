@@ -5,6 +5,8 @@
 
 FramePacer::FramePacer()
 {
+    m_NextFrame.setSingleShot(true);
+    QObject::connect(&m_NextFrame, &QTimer::timeout, this, &FramePacer::PostWaiting);
     QCoreApplication::instance()->installEventFilter(this);
 }
 
@@ -18,16 +20,21 @@ FramePacer::~FramePacer()
 
 void FramePacer::ProcessEvents()
 {
-    PostWaiting();
+    m_LettingRun = true;
     QCoreApplication::processEvents();
+    m_LettingRun = false; // also for the loop around this one: it is back here soon
 }
 
-/// A window asks once and takes the request for standing until it has painted: one held back is made again when its frame has come.
+/// By a timer, and not by the loop itself: a message box may stand meanwhile, and the loop wait for it.
 void FramePacer::PostWaiting()
 {
     m_Windows.remove_if([](const Window& window) { return !window.Object; });
     for (Window& window : m_Windows) {
-        if (!window.IsWaiting || window.SincePainted.elapsed() < FrameMs) continue;
+        if (!window.IsWaiting) continue;
+        if (window.SincePainted.elapsed() < FrameMs) {
+            m_NextFrame.start(FrameMs);
+            continue;
+        }
         window.IsWaiting = false;
         QCoreApplication::postEvent(window.Object, new QEvent(QEvent::UpdateRequest));
     }
@@ -37,8 +44,9 @@ bool FramePacer::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() != QEvent::UpdateRequest) return false;
     Window& window = Find(watched);
-    window.IsWaiting = window.SincePainted.isValid() && window.SincePainted.elapsed() < FrameMs;
+    window.IsWaiting = m_LettingRun && window.SincePainted.isValid() && window.SincePainted.elapsed() < FrameMs;
     if (!window.IsWaiting) window.SincePainted.start();
+    else if (!m_NextFrame.isActive()) m_NextFrame.start(FrameMs - static_cast<int>(window.SincePainted.elapsed()));
     return window.IsWaiting;
 }
 

@@ -1,6 +1,7 @@
 #include "core/ListBox.h"
 
 #include "core/automation/Errors.h"
+#include "core/FieldColour.h"
 
 #include <QSignalBlocker>
 #include <QWheelEvent>
@@ -8,8 +9,9 @@
 ListBox::ListBox(QWidget* parent)
     : QComboBox(parent)
 {
-    setFocusPolicy(Qt::StrongFocus); // the wheel turned over a list neither focuses nor changes it
-    setMaxVisibleItems(22);          // the whole list of value types
+    setFocusPolicy(Qt::StrongFocus);        // the wheel turned over a list neither focuses nor changes it
+    setMaxVisibleItems(22);                 // the whole list of value types
+    FieldColour::Set(this, QPalette::Base); // a field like any other, before a rule touches it too
     connect(this, &QComboBox::activated, this, &ListBox::Click);
 }
 

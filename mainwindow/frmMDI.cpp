@@ -15,6 +15,7 @@
 #include <QCloseEvent>
 #include <QDialog>
 #include <QFileInfo>
+#include <QPointer>
 #include <QScreen>
 #include <QVersionNumber>
 
@@ -294,10 +295,18 @@ void frmMDI::CascadeWindows()
     modMain::SetStatus(QStringLiteral("Ready."));
 }
 
+/// Those that stand while the console is closed. Closing one may take another with it.
+void frmMDI::CloseDialogs()
+{
+    const auto found = findChildren<QDialog*>();
+    for (const QPointer<QDialog>& dialog : QList<QPointer<QDialog>>(found.begin(), found.end()))
+        if (dialog) dialog->close();
+}
+
 void frmMDI::CloseWindows()
 {
     modMain::SetStatus(QStringLiteral("Close Window..."));
-    for (QDialog* dialog : findChildren<QDialog*>()) dialog->close(); // one that stands while the console is closed
+    CloseDialogs();
     ChildWindow::UnloadAll();
     modMain::SetStatus(QStringLiteral("Ready."));
 }

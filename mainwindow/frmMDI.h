@@ -60,6 +60,7 @@ private:
     void tmrObjChk_Timer();
     void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);
     void CascadeWindows();
+    void CloseDialogs();
     void CloseWindows();
 
     ObjectTreeModel m_Tree;
