@@ -55,6 +55,24 @@ double InsertBare(const QString& path)
     return seconds;
 }
 
+/// Both must have written the same: how many values, how many items, and their sum.
+QString ContentsOf(const QString& path, const char* table)
+{
+    sqlite3* database = nullptr;
+    sqlite3_stmt* query = nullptr;
+    const QByteArray statement = QByteArray("SELECT count(*) || ' ' || sum(item_value) || ' ' || count(DISTINCT "
+                                            "controller_name || item_name || typeof(item_value)) FROM ") +
+                                 table;
+    if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK ||
+        sqlite3_prepare_v2(database, statement.constData(), -1, &query, nullptr) != SQLITE_OK ||
+        sqlite3_step(query) != SQLITE_ROW)
+        qFatal("%s", sqlite3_errmsg(database));
+    const QString contents = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(query, 0)));
+    sqlite3_finalize(query);
+    sqlite3_close(database);
+    return contents;
+}
+
 double RecordAll(const QString& path)
 {
     HistoryDestination destination;
@@ -78,12 +96,20 @@ int main(int argc, char** argv)
     const QTemporaryDir folder;
     double bare = 1e9;
     double recorded = 1e9;
+    QStringList wrong;
     for (int round = 0; round < Rounds; ++round) {
-        bare = std::min(bare, InsertBare(folder.filePath(QStringLiteral("bare%1.db").arg(round))));
-        recorded = std::min(recorded, RecordAll(folder.filePath(QStringLiteral("recorded%1.db").arg(round))));
+        const QString barePath = folder.filePath(QStringLiteral("bare%1.db").arg(round));
+        const QString recordedPath = folder.filePath(QStringLiteral("recorded%1.db").arg(round));
+        bare = std::min(bare, InsertBare(barePath));
+        recorded = std::min(recorded, RecordAll(recordedPath));
+        const QString contents = ContentsOf(recordedPath, "velsql_history");
+        const bool isAll = contents.startsWith(QStringLiteral("%1 ").arg(Values));
+        if (!isAll || contents != ContentsOf(barePath, "t")) wrong.append(contents);
     }
     std::printf("%d values, transactions of %d, best of %d rounds\n", Values, ValuesPerTransaction, Rounds);
     std::printf("  %-52s %9.0f a second\n", "bare prepared inserts", Values / bare);
     std::printf("  %-52s %9.0f a second\n", "recorded", Values / recorded);
-    return Figures::PrintRatio(QStringLiteral("time: recorded / bare"), recorded / bare, 1.0 / 0.3) ? 0 : 1;
+    if (!wrong.isEmpty()) std::printf("  FAILED: recorded was %s\n", qPrintable(wrong.join(u'\n')));
+    const bool quick = Figures::PrintRatio(QStringLiteral("time: recorded / bare"), recorded / bare, 1.0 / 0.3);
+    return quick && wrong.isEmpty() ? 0 : 1;
 }

@@ -32,6 +32,7 @@ Connection::Connection(const QString& socketPath, const Attachment::Patience& pa
     , m_Loop(KjLoop::OfThisThread())
     , m_Objects(std::make_unique<ClientObjects>(*this))
 {
+    connect(&m_Events, &EventQueue::Handled, this, &Connection::PollLater);
 }
 
 Connection::~Connection()

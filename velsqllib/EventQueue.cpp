@@ -35,6 +35,7 @@ void EventQueue::HandleSlice()
         Handle(std::move(event));
     }
     if (m_Events.empty()) m_Turn.stop();
+    Q_EMIT Handled();
 }
 
 void EventQueue::Handle(Event event)

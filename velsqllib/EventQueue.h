@@ -32,6 +32,10 @@ public:
     kj::Promise<void> Add(std::shared_ptr<EventSink> sink, Deliver deliver);
     void Clear();
 
+Q_SIGNALS:
+    /// Some events have been handled; their acknowledgements still have to be sent.
+    void Handled();
+
 private:
     struct Event
     {

@@ -72,6 +72,21 @@ TEST_F(ControllerSystem, EventsArriveInOrderBetweenCallsAndNotInsideThem)
     EXPECT_EQ(Ask(u"references"_s).section(u", "_s, 3), u"subscriptions 1"_s);
 }
 
+TEST_F(ControllerSystem, EventsThatHoldNoObjectAreAcknowledgedToo)
+{
+    struct Counter final : ControllerEvents
+    {
+        void OnChangeState(qint32) override { ++Seen; }
+        void OnChangeItem(const ItemRef&) override {}
+        int Seen = 0;
+    } counter;
+    StartBoth();
+    const ControllerRef controller = modMain::Engine->get_Controller(Variant(u"PLC1"_s));
+    const EventSubscriptionRef subscription = controller->Subscribe(counter);
+    controller->Execute(u"fire state 1 3000"_s, Variant()); // far more than may be on their way at a time
+    EXPECT_TRUE(QTest::qWaitFor([&] { return counter.Seen == 3000; }, 2000)) << counter.Seen;
+}
+
 TEST_F(ControllerSystem, NoEventArrivesAfterHideAndTheNextShowSubscribesAnew)
 {
     StartWithController();
