@@ -236,17 +236,16 @@ void CodeEditor::PaintLineNumbers(QPainter& painter, const QRect& rect)
     const QTextBlock errorBlock = m_Error.isNull() ? QTextBlock() : m_Error.block();
     painter.fillRect(rect, Colours::OnBase(palette(), ink, 0.06));
     painter.setFont(font());
+    const int width = m_LineNumbers->width() - fontMetrics().horizontalAdvance(u'9');
     QRectF place = blockBoundingGeometry(firstVisibleBlock()).translated(contentOffset());
     for (QTextBlock block = firstVisibleBlock(); block.isValid() && place.top() <= rect.bottom();
          block = block.next()) {
         const bool isCurrent = block == textCursor().block();
-        place.setHeight(blockBoundingRect(block).height());
         painter.setPen(block == errorBlock ? Colours::Error(palette())
                                            : Colours::OnBase(palette(), ink, isCurrent ? 1.0 : 0.6));
-        painter.drawText(
-            QRectF(0, place.top(), m_LineNumbers->width() - fontMetrics().horizontalAdvance(u'9'), place.height()),
-            Qt::AlignRight | Qt::AlignVCenter, QString::number(block.blockNumber() + 1));
-        place.translate(0, place.height());
+        painter.drawText(QRectF(0, place.top(), width, place.height()), Qt::AlignRight | Qt::AlignTop,
+                         QString::number(block.blockNumber() + 1));
+        place.moveTop(place.top() + blockBoundingRect(block).height());
     }
 }
 
