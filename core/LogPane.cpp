@@ -4,6 +4,7 @@
 
 #include <QMimeData>
 #include <QResizeEvent>
+#include <QScopeGuard>
 #include <QScopedValueRollback>
 #include <QTextBlock>
 
@@ -85,6 +86,9 @@ void LogPane::Append(const QString& line)
 {
     const ShownText shown(line);
     if (Length() + shown.Length() > m_Capacity) throw ValueError::Overflow();
+    // Scrolling would move the pixels with every line, many times a frame: they are painted once instead.
+    viewport()->setUpdatesEnabled(false);
+    const auto paintLater = qScopeGuard([this] { viewport()->setUpdatesEnabled(true); });
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
     Insert(end, shown);
