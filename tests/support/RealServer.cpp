@@ -8,6 +8,7 @@
 #include <QThread>
 
 #include <csignal>
+#include <sys/prctl.h>
 #include <unistd.h>
 
 RealServer::RealServer()
@@ -23,6 +24,9 @@ RealServer::RealServer()
         qputenv(variable, QFile::encodeName(path));
     }
     m_Process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    // A test that crashes leaves no server behind.
+    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
+    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // also when this process is killed
 }
 
 RealServer::~RealServer()
