@@ -106,6 +106,8 @@ bool MeasureBatch(LogPane& log, const QTemporaryDir& folder)
     const double lineOfMany = costs[2].MedianUs / many.Lines;
     std::printf("batch write\n  10,000 lines %.2f us a line, 100,000 lines %.2f us, bare %.2f us\n", lineOfFew,
                 lineOfMany, bare);
+    std::printf("  processor time of it: %.2f us, %.2f us, bare %.2f us\n", costs[0].CpuUs / few.Lines,
+                costs[2].CpuUs / many.Lines, costs[1].CpuUs / many.Lines);
     std::printf("  memory of the log: %.0f bytes a line of the file\n", window.BytesALine);
     bool kept = Figures::PrintRatio(QStringLiteral("100,000 lines / bare look-ups and puts"), lineOfMany / bare, 2.5);
     kept &= Figures::PrintRatio(QStringLiteral("a line of 100,000 / a line of 10,000"), lineOfMany / lineOfFew, 1.3);
