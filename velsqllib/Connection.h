@@ -28,6 +28,7 @@ public:
     /// The engine of the present attachment; only inside a call.
     wire::Engine::Client& Engine() { return m_Attachment->Engine(); }
     auto CreateEngineRequest() { return m_Attachment->Library().createEngineRequest(); }
+    auto PingRequest() { return m_Attachment->Library().pingRequest(); }
 
     /// Every call on the server: `send` builds and sends the request, `read` takes the answer apart. Fails at once while there is no
     /// server (looked for at most once a second) or it hangs. Throws ServerError with the server's own description.

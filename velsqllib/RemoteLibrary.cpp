@@ -37,3 +37,8 @@ ValueConverterRef RemoteLibrary::CreateValueConverter()
 {
     return std::make_shared<TypedTextConverter>();
 }
+
+void RemoteLibrary::Ping()
+{
+    m_Connection->Call([this] { return m_Connection->PingRequest().send(); }, [](auto) {});
+}

@@ -15,6 +15,8 @@ public:
 
     EngineRef CreateEngine() override;
     ValueConverterRef CreateValueConverter() override;
+    /// For who waits for events and would not notice that none can come. Throws ServerError when the server does not answer.
+    void Ping();
 
 private:
     QString m_SocketPath;

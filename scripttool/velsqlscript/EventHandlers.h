@@ -1,0 +1,70 @@
+#pragma once
+
+#include "core/automation/ServerObjects.h"
+
+#include <QEventLoop>
+#include <QJSValue>
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+
+class ScriptValues;
+
+/// The handlers that a script has given to controllers, and the waiting in which they are called.
+class EventHandlers
+{
+public:
+    enum class Kind { ChangeState, ChangeItem };
+
+    /// `invoke` calls a handler with one argument and gives undefined, or an object whose "error" it threw. `checkServer` throws
+    /// when the server does not answer.
+    EventHandlers(ScriptValues& values, QJSValue invoke, std::function<void()> checkServer);
+    ~EventHandlers();
+
+    /// A value that is no function takes the handler away. Throws ServerError when the server refuses the subscription.
+    void SetHandler(const ControllerRef& controller, Kind kind, const QJSValue& handler);
+    /// Null when there is none.
+    QJSValue Handler(const ControllerRef& controller, Kind kind);
+
+    /// How a wait ended.
+    struct Outcome
+    {
+        int Handled = 0;                ///< events
+        std::optional<QJSValue> Thrown; ///< by a handler, which ends the wait
+    };
+    /// Waits `milliseconds`, or only until an event was handled. Throws ServerError when the server goes meanwhile and there are
+    /// handlers, which would otherwise wait for ever.
+    Outcome Wait(std::optional<int> milliseconds, bool untilHandled);
+    /// Inside a handler no other is called.
+    bool IsHandling() const { return m_Depth > 0; }
+
+private:
+    class Subscription;
+    struct Event
+    {
+        QString Controller;
+        Kind What;
+        Variant Argument;
+    };
+
+    void Deliver(const Event& event);
+    /// Calls the handler that the script has now, if any.
+    void Handle(const Event& event);
+    QJSValue HandlerOf(const QString& controller, Kind kind);
+    void HandleWaiting();
+    void RunLoop(std::optional<int> milliseconds);
+    void CheckServer();
+
+    ScriptValues& m_Values;
+    QJSValue m_Invoke;
+    std::function<void()> m_CheckServer;
+    std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< by the controller's name
+    std::deque<Event> m_Waiting; ///< came after a handler had thrown: for the next wait
+    QEventLoop* m_Loop = nullptr;
+    bool m_UntilHandled = false;
+    int m_Depth = 0;
+    Outcome m_Outcome;
+    std::exception_ptr m_Lost;
+};

@@ -1,0 +1,88 @@
+#include "scripttool/velsqlscript/Options.h"
+
+#include "core/automation/Errors.h"
+
+#include <QCommandLineParser>
+#include <QRegularExpression>
+
+namespace {
+
+const QString s_Description = QStringLiteral(
+    "Runs an ECMAScript against the objects of the VelSQL server. A server that is running is used, else one is started.\n"
+    "Lines whose first character is \"'\" are comments. docs/scripting.md tells what scripts find.\n"
+    "\n"
+    "Exit codes: 0 done, 1 the script failed, 2 wrong command line or unreadable file, 3 no server to be had;\n"
+    "a script may end with any code by exit(code). Errors are written as TITLE:LINE: message.");
+
+constexpr int LeastMemory = 64;
+constexpr int MostMemory = 1024 * 1024;
+
+void DefineOptions(QCommandLineParser& parser)
+{
+    parser.setApplicationDescription(s_Description);
+    parser.addOptions({
+        {QStringLiteral("name"), QStringLiteral("Scripts know the engine as <name>; may be given several times. Default: Vlx."),
+         QStringLiteral("name")},
+        {QStringLiteral("title"), QStringLiteral("The script's name in messages. Default: the file's name."),
+         QStringLiteral("text")},
+        {QStringLiteral("memory"), QStringLiteral("The script may use <MiB> of memory. Default: 1024."),
+         QStringLiteral("MiB")},
+    });
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The script, UTF-8; \"-\" is standard input."));
+}
+
+QStringList Names(const QCommandLineParser& parser)
+{
+    static const QRegularExpression Identifier(QStringLiteral("^[\\p{L}_$][\\p{L}\\p{N}_$]*$"));
+    const QStringList names = parser.values(QStringLiteral("name"));
+    for (const QString& name : names) {
+        if (!Identifier.match(name).hasMatch())
+            throw DescribedError(QStringLiteral("--name takes a name that a script can use, not \"%1\".").arg(name));
+    }
+    return names.isEmpty() ? QStringList(QStringLiteral("Vlx")) : names;
+}
+
+int Memory(const QCommandLineParser& parser)
+{
+    if (!parser.isSet(QStringLiteral("memory"))) return ScriptOptions().MemoryMegabytes;
+    bool isNumber = false;
+    const int megabytes = parser.value(QStringLiteral("memory")).toInt(&isNumber);
+    if (!isNumber || megabytes < LeastMemory || megabytes > MostMemory)
+        throw DescribedError(QStringLiteral("--memory takes a number of MiB from %1 to %2, not \"%3\".")
+                                 .arg(QString::number(LeastMemory), QString::number(MostMemory),
+                                      parser.value(QStringLiteral("memory"))));
+    return megabytes;
+}
+
+/// On one line, as messages begin with it.
+QString Title(const QCommandLineParser& parser, const QString& file)
+{
+    QString title = parser.value(QStringLiteral("title"));
+    if (title.isEmpty()) title = file == QStringLiteral("-") ? QStringLiteral("stdin") : file;
+    for (QChar& c : title) {
+        if (c < u' ') c = u' ';
+    }
+    return title;
+}
+
+} // namespace
+
+ScriptOptions ReadOptions(const QStringList& arguments)
+{
+    QCommandLineParser parser;
+    DefineOptions(parser);
+    ScriptOptions options;
+    if (!parser.parse(arguments)) throw DescribedError(parser.errorText() + u'.');
+    if (parser.isSet(QStringLiteral("help"))) options.Answer = parser.helpText().trimmed();
+    else if (parser.isSet(QStringLiteral("version"))) options.Answer = QStringLiteral("velsqlscript " VELSQL_VERSION);
+    if (!options.Answer.isEmpty()) return options;
+    if (parser.positionalArguments().size() != 1)
+        throw DescribedError(QStringLiteral("One FILE is needed, or \"-\"; --help tells more."));
+    options.File = parser.positionalArguments().first();
+    options.Title = Title(parser, options.File);
+    options.Names = Names(parser);
+    options.MemoryMegabytes = Memory(parser);
+    return options;
+}

@@ -1,0 +1,50 @@
+#include "scripttool/velsqlscript/Output.h"
+
+#include <QByteArray>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+/// The connection to the server needs SIGPIPE ignored, so it is raised by hand.
+[[noreturn]] void EndQuietly()
+{
+    signal(SIGPIPE, SIG_DFL);
+    raise(SIGPIPE);
+    std::_Exit(EXIT_FAILURE);
+}
+
+[[noreturn]] void EndWithoutOutput(int error)
+{
+    WriteLine(Stream::Error, QStringLiteral("velsqlscript: the output cannot be written: %1")
+                                 .arg(QString::fromLocal8Bit(std::strerror(error))));
+    std::_Exit(EXIT_FAILURE);
+}
+
+/// Descriptors that others share may be non-blocking.
+void WaitUntilWritable(int descriptor)
+{
+    pollfd waiting{descriptor, POLLOUT, 0};
+    poll(&waiting, 1, -1);
+}
+
+} // namespace
+
+void WriteLine(Stream stream, const QString& line)
+{
+    const int descriptor = stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
+    const QByteArray bytes = line.toUtf8() + '\n';
+    for (qsizetype written = 0; written < bytes.size();) {
+        const ssize_t count = write(descriptor, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
+        if (count >= 0) written += count;
+        else if (errno == EAGAIN) WaitUntilWritable(descriptor);
+        else if (errno == EPIPE) EndQuietly();
+        else if (errno != EINTR && stream == Stream::Output) EndWithoutOutput(errno);
+        else if (errno != EINTR) return;
+    }
+}

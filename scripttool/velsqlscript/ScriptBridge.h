@@ -1,0 +1,56 @@
+#pragma once
+
+#include "scripttool/velsqlscript/EventHandlers.h"
+#include "scripttool/velsqlscript/ScriptValues.h"
+
+#include <QJSEngine>
+#include <QObject>
+
+/// What prelude.js calls: the native half of all that scripts find. Failures become script exceptions here.
+class ScriptBridge : public QObject
+{
+    Q_OBJECT
+
+public:
+    /// Runs the prelude in `engine`. `checkServer` throws when the server does not answer.
+    ScriptBridge(QJSEngine& engine, std::function<void()> checkServer);
+
+    /// From now on scripts know the object under this global name.
+    void AddObject(const QString& name, const ObjectRef& object);
+
+    /// [{name, isProperty, isWritable}...] of a kind such as "Item".
+    Q_INVOKABLE QJSValue Members(const QString& kindName);
+    Q_INVOKABLE QStringList TypeNames() const;
+    /// `exact` gives a wrapped typed value in place of a plain one.
+    Q_INVOKABLE QJSValue Read(const QJSValue& handle, const QString& member, const QJSValue& arguments, bool exact);
+    Q_INVOKABLE void Write(const QJSValue& handle, const QString& member, const QJSValue& value);
+    Q_INVOKABLE QJSValue Handler(const QJSValue& handle, const QString& event);
+    Q_INVOKABLE void SetHandler(const QJSValue& handle, const QString& event, const QJSValue& handler);
+    Q_INVOKABLE bool HasRow(const QJSValue& handle, double row);
+
+    // Typed values, wrapped.
+    Q_INVOKABLE QJSValue Make(const QString& type, const QJSValue& plain);
+    Q_INVOKABLE QJSValue MakeArrayOf(const QString& type, const QJSValue& elements, const QJSValue& lowerBound);
+    Q_INVOKABLE QJSValue FromText(const QString& typedText);
+    Q_INVOKABLE QJSValue Exact(const QJSValue& plain);
+
+    Q_INVOKABLE void Print(const QString& line, bool isError);
+    Q_INVOKABLE void Sleep(double milliseconds);
+    /// Undefined waits without end. How many events were handled.
+    Q_INVOKABLE int WaitForEvents(const QJSValue& milliseconds);
+    /// Ends the process.
+    Q_INVOKABLE void Exit(double code);
+
+private:
+    QJSValue RunPrelude();
+    template <typename Action>
+    auto Guarded(Action action) -> decltype(action());
+    void Throw(const QString& errorName, const QString& message);
+    QJSValue WrapTyped(const Variant& value);
+    int Wait(std::optional<int> milliseconds, bool untilHandled);
+
+    QJSEngine& m_Engine;
+    QJSValue m_Prelude; ///< its own functions, by name
+    ScriptValues m_Values;
+    EventHandlers m_Handlers;
+};

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "scripttool/velsqlscript/ScriptBridge.h"
+
+#include <optional>
+
+/// One script from its text to its end.
+class ScriptRun
+{
+public:
+    ScriptRun(const EngineRef& engine, const QStringList& names, std::function<void()> checkServer);
+
+    /// Nothing when it ended well, else what it threw and did not catch: "TITLE:LINE: message", with the functions that were being
+    /// called when there were several.
+    std::optional<QString> Run(const QString& script, const QString& title);
+
+private:
+    QJSEngine m_Engine;
+    ScriptBridge m_Bridge;
+};

@@ -1,0 +1,66 @@
+#include "core/automation/Errors.h"
+#include "scripttool/velsqlscript/Options.h"
+#include "scripttool/velsqlscript/Output.h"
+#include "scripttool/velsqlscript/ProcessLimits.h"
+#include "scripttool/velsqlscript/ScriptFile.h"
+#include "scripttool/velsqlscript/ScriptRun.h"
+#include "velsqllib/RemoteLibrary.h"
+
+#include <QCoreApplication>
+
+#include <cstdlib>
+
+namespace {
+
+enum ExitCode { Done = 0, ScriptFailed = 1, Unusable = 2, NoServer = 3 };
+
+int Fail(ExitCode code, const QString& message)
+{
+    WriteLine(Stream::Error, message);
+    return code;
+}
+
+/// Qt's own remarks are not the script's: only what ends the process is worth a line.
+void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
+{
+    if (type == QtFatalMsg) WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + message);
+}
+
+int RunScript(const ScriptOptions& options)
+{
+    QString script;
+    try {
+        script = ReadScript(options.File, options.Title);
+    } catch (const DescribedError& error) {
+        return Fail(Unusable, error.Description());
+    }
+    RemoteLibrary library;
+    EngineRef engine;
+    try {
+        engine = library.CreateEngine();
+    } catch (const ServerError& error) {
+        return Fail(NoServer, QStringLiteral("velsqlscript: ") + error.Description());
+    }
+    LimitProcess(options.MemoryMegabytes, options.Title); // not before: a server that was started would inherit it
+    ScriptRun run(engine, options.Names, [&] { library.Ping(); });
+    const auto failure = run.Run(script, options.Title);
+    return failure ? Fail(ScriptFailed, *failure) : Done;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    qInstallMessageHandler(HandleQtMessage);
+    Q_INIT_RESOURCE(velsqlscript);
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("velsqlscript"));
+    try {
+        const ScriptOptions options = ReadOptions(QCoreApplication::arguments());
+        if (options.Answer.isEmpty()) return RunScript(options);
+        WriteLine(Stream::Output, options.Answer);
+        return Done;
+    } catch (const DescribedError& error) {
+        return Fail(Unusable, QStringLiteral("velsqlscript: ") + error.Description());
+    }
+}
