@@ -100,7 +100,7 @@ qsizetype ScriptHighlighter::TakeRestOfEarlierLine()
 {
     if (previousBlockState() == InComment) return TakeUntil(0, EndOfComment(m_Line, 0), Word::Comment, InComment);
     if (previousBlockState() == InTemplate) return TakeUntil(0, EndOfTemplate(m_Line, 0), Word::Text, InTemplate);
-    if (m_Line.startsWith(u'\'')) return TakeUntil(0, m_Line.size(), Word::Comment, InCode);
+    if (QStringView(m_Line).trimmed().startsWith(u'\'')) return TakeUntil(0, m_Line.size(), Word::Comment, InCode);
     return 0;
 }
 

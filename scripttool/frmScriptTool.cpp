@@ -28,6 +28,14 @@ int LineOfError(const QString& messages)
     return Place.match(messages).captured(1).toInt();
 }
 
+/// The line of the script that a line of the output names, as a message or as a step on the way to it; 0: none.
+int LineNamed(const QString& output)
+{
+    static const QRegularExpression Step(QStringLiteral("^ +in line ([0-9]{1,9})\\b"));
+    const int line = LineOfError(output + u'\n');
+    return line > 0 ? line : Step.match(output).captured(1).toInt();
+}
+
 } // namespace
 
 frmScriptTool::frmScriptTool(const QString& program)
@@ -172,7 +180,7 @@ void frmScriptTool::ShowSeconds()
 
 void frmScriptTool::txtOutput_LineChosen(const QString& line)
 {
-    const int number = LineOfError(line + u'\n');
+    const int number = LineNamed(line);
     if (number == 0) return;
     txtScript->GoToLine(number);
     txtScript->setFocus();

@@ -92,14 +92,14 @@ TEST_F(ScriptWindow, ATextThatIsTooLongIsRefused)
 TEST_F(ScriptWindow, CommentsTextsNumbersAndKeywordsAreColoured)
 {
     const QString script = u"let a = 0x1F + .5e-3 / b.let / 2; // c 'x'\n"
-                           u"' Vlx \"x\"\n"
-                           u" 'a\\'b' + \"x//y\" + \"open\n"
+                           u" ' Vlx \"x\"\n"
+                           u"+'a\\'b' + \"x//y\" + \"open\n"
                            u"/* if\n"
                            u"' 1 */ x1 = /[\"/]'\\//g.test(`a ${1}\n"
                            u"' b\\` ` + 7)"_s;
     m_Tool->put_Script(u"//\n\"\"\n1\nlet\n"_s + script);
     EXPECT_EQ(Painted(Editor()), u"kkk.....nnnn...nnnnn...........n..cccccccc\n"
-                                 u"ccccccccc\n"
+                                 u"cccccccccc\n"
                                  u".tttttt...tttttt...ttttt\n"
                                  u"ccccc\n"
                                  u"cccccc......tttttttttt......ttttttt\n"
