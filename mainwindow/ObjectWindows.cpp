@@ -29,6 +29,14 @@ QString LiteralTitle(QString text)
     return text.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
 }
 
+/// The window's icon is its node's; the frame that holds it shows its own.
+void SetNodeIcon(ChildWindow& form, const TreeNodeRef& node)
+{
+    const QIcon icon = modMain::GetMainWindow()->Tree().Image(node->Tag());
+    form.setWindowIcon(icon);
+    if (form.parentWidget()) form.parentWidget()->setWindowIcon(icon);
+}
+
 /// One window per node: the one that is open comes to the front, else a new one opens; one that does not want to be loaded goes.
 template <typename Form>
 void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRef&))
@@ -38,7 +46,7 @@ void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRe
         form = ChildWindow::Open<Form>(node);
         if (!form) return;
         form->setWindowTitle(LiteralTitle(caption(node)));
-        form->setWindowIcon(modMain::GetMainWindow()->Tree().Image(node->Tag()));
+        SetNodeIcon(*form, node);
     }
     form->ShowForm();
 }
@@ -59,7 +67,7 @@ void ShowSingleWindow(const TreeNodeRef& node)
 {
     Form* form = SingleWindow<Form>(node);
     if (!form) return;
-    form->setWindowIcon(modMain::GetMainWindow()->Tree().Image(node->Tag()));
+    SetNodeIcon(*form, node);
     form->ShowForm();
 }
 

@@ -44,7 +44,11 @@ ChildWindow& SystemConsole::Show(QStringView key)
     const QPoint onNode(place.left() + 10, place.center().y());
     QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, onNode);
     QTest::mouseDClick(tree.viewport(), Qt::LeftButton, {}, onNode);
-    return *ChildWindow::Forms().last();
+    const auto& forms = ChildWindow::Forms();
+    const auto own = std::find_if(forms.begin(), forms.end(), [&](const ChildWindow* form) {
+        return form->m_TreeNode && form->m_TreeNode->Key() == key;
+    });
+    return own == forms.end() ? *forms.last() : **own;
 }
 
 QString SystemConsole::Cell(QObject& window, const QString& caption)

@@ -36,7 +36,7 @@ protected:
         return *window.findChild<T*>(QString::fromLatin1(name));
     }
     TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
-    /// Double-clicks the node; the window that is then in front.
+    /// Double-clicks the node; the window that belongs to it.
     ChildWindow& Show(QStringView key);
     frmItem& ShowItem(QStringView key) { return dynamic_cast<frmItem&>(Show(key)); }
 

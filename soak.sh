@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Works the console for minutes on end under the sanitizers: windows, events, queries, writes, server restarts.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+case ${1-} in
+    --help) echo "usage: ./soak.sh [MINUTES]      (default: 10)"; exit ;;
+    *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
+esac
+export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))
+
+scripts/build.sh asan
+
+# A small quarantine, so that growth is the program's own.
+export ASAN_OPTIONS=quarantine_size_mb=8:detect_leaks=1:malloc_context_size=20
+export UBSAN_OPTIONS=print_stacktrace=1
+export QT_QPA_PLATFORM=offscreen
+exec build/asan/bin/soak

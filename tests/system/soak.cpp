@@ -1,0 +1,139 @@
+#include "controller/EventList.h"
+#include "core/modMain.h"
+#include "history/frmHistory.h"
+#include "tests/system/SystemConsole.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryFile>
+
+#include <iostream>
+
+namespace {
+
+const QString PLC1 = u"VelSQLEngine\\PLC1"_s;
+/// What a round may add to a process for good: the allocators' noise over all rounds stays below this.
+constexpr qint64 MostGrowth = 24 * 1024;
+
+/// Resident memory of a process in KiB; 0 when it is not there.
+qint64 ResidentOf(qint64 process)
+{
+    QFile status(u"/proc/%1/status"_s.arg(process));
+    if (!status.open(QIODevice::ReadOnly)) return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:")) return line.simplified().split(' ')[1].toLongLong();
+    }
+    return 0;
+}
+
+/// Works like an operator with little patience, round after round; soak.sh says how long.
+class Soak : public SystemConsole
+{
+protected:
+    void OpenWindows()
+    {
+        for (const QStringView key :
+             {u"VelSQLEngine", u"VelSQLEngine\\PLC1", u"VelSQLEngine\\Archive", u"VelSQLEngine\\VelSQLHistory"})
+            Show(key);
+        const TreeNodeRef plc = Node(PLC1);
+        for (int item = 0; item < plc->ChildCount(); ++item) Show(plc->Child(item)->Key());
+        EXPECT_EQ(ChildWindow::Forms().size(), 4 + plc->ChildCount());
+    }
+    void StormOfEvents()
+    {
+        ChildWindow& window = Show(PLC1);
+        Control<QCheckBox>(window, "chkEvent_0").setChecked(true);
+        Control<QCheckBox>(window, "chkEvent_1").setChecked(true);
+        auto& list = Control<EventList>(window, "lstLogEvent");
+        list.Clear();
+        modMain::Engine->Execute(u"fire PLC1 item D100 5000"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return list.ListCount() >= 5000; }, 60'000)) << list.ListCount();
+        list.Clear();
+    }
+    void Query()
+    {
+        ChildWindow& window = Show(u"VelSQLEngine\\VelSQLHistory");
+        Control<StatementEdit>(window, "txtExecute")
+            .SetText(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
+                     u"SELECT i, 'row ' || i FROM n"_s);
+        Press(window, "cmdExecute");
+        auto& grid = Control<ResultGrid>(window, "grdResult");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return grid.Model().IsComplete(); }, 60'000));
+        QTest::keyClick(&grid, Qt::Key_End);
+        QTest::qWait(100);
+    }
+    void WriteAndRead()
+    {
+        ChildWindow& window = Show(PLC1 + u"\\D100"_s);
+        for (int i = 0; i < 200; ++i) {
+            Control<QLineEdit>(window, "txtValue").setText(QString::number(i));
+            Press(window, i % 2 ? "cmdPut" : "cmdGet");
+        }
+    }
+    void Batch()
+    {
+        QTemporaryFile file;
+        ASSERT_TRUE(file.open());
+        for (int i = 0; i < 500; ++i) file.write("D100,3," + QByteArray::number(i) + "\n");
+        file.flush();
+        m_Main->m_CurrentNode = Node(PLC1);
+        Control<QAction>(*m_Main, "mnuPopupCtrl_8").trigger();
+        ChildWindow& window = *ChildWindow::Forms().last();
+        Control<QLineEdit>(window, "txtFilename").setText(file.fileName());
+        Press(window, "cmdStart");
+    }
+    /// The server goes, by order or not; the open windows find the next one by themselves.
+    void RestartServer(bool crash)
+    {
+        ChildWindow& window = Show(PLC1 + u"\\D100"_s);
+        if (crash) m_Server.Kill();
+        else EXPECT_EQ(m_Server.Terminate(), 0);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return Cell(window, u"Name"_s).isEmpty(); }, 20'000));
+        m_Server.Start();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return Cell(window, u"Name"_s) == u"D100"; }, 20'000));
+    }
+    void Round(int number)
+    {
+        modMain::Engine->Start();
+        OpenWindows();
+        StormOfEvents();
+        Query();
+        WriteAndRead();
+        Batch();
+        if (number % 3 == 2) RestartServer(number % 2);
+        Control<QAction>(*m_Main, "mnuWindow_1").trigger();
+        EXPECT_TRUE(ChildWindow::Forms().isEmpty());
+        QTest::qWait(300); // what was released is released at the server too
+        EXPECT_EQ(modMain::Engine->Execute(u"references"_s).Get<QString>(), m_References);
+        TakeLog();
+    }
+
+    QString m_References;
+};
+
+} // namespace
+
+TEST_F(Soak, RoundAfterRoundLeavesNothingBehind)
+{
+    const qint64 seconds = qEnvironmentVariableIntValue("VELSQL_SOAK_SECONDS");
+    ASSERT_GT(seconds, 0) << "VELSQL_SOAK_SECONDS says how long to run; soak.sh sets it";
+    StartBoth();
+    m_References = modMain::Engine->Execute(u"references"_s).Get<QString>();
+    QElapsedTimer time;
+    time.start();
+    qint64 first = 0;
+    qint64 last = 0;
+    int round = 0;
+    for (; time.elapsed() < seconds * 1000 && !HasFailure(); ++round) {
+        Round(round);
+        last = ResidentOf(QCoreApplication::applicationPid());
+        // The first third warms up: caches, the allocator's arenas, the sanitizer's quarantine.
+        if (time.elapsed() < seconds * 1000 / 3) first = last;
+        std::cout << "round " << round + 1 << ", " << time.elapsed() / 1000 << " s: console " << last << " KiB, server "
+                  << ResidentOf(m_Server.ProcessId()) << " KiB" << std::endl;
+    }
+    EXPECT_GT(round, 3) << "too short to say anything";
+    EXPECT_LT(last - first, MostGrowth) << "KiB since the warm-up";
+}
