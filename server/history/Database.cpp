@@ -204,8 +204,8 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         if (address.m_Port > 0) database.setPort(address.m_Port);
         database.setUserName(address.m_User);
         database.setPassword(address.m_Password);
-        // Notices would go to standard error, past the log.
-        database.setConnectOptions(QStringLiteral("connect_timeout=5;options='-c client_min_messages=warning'"));
+        // Notices and warnings would go to standard error, past the log.
+        database.setConnectOptions(QStringLiteral("connect_timeout=5;options='-c client_min_messages=error'"));
     } else {
         QDir().mkpath(QFileInfo(address.m_Database).absolutePath());
         database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));

@@ -61,8 +61,17 @@ void HistoryTable::Create()
         m_Session.Run(QStringLiteral("PRAGMA journal_mode = WAL"));
         m_Session.Run(QStringLiteral("PRAGMA synchronous = NORMAL"));
     }
-    m_Session.Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (%2)").arg(m_Name, columns));
+    if (!Exists()) m_Session.Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (%2)").arg(m_Name, columns));
     if (m_IsPostgreSql) TeachAverage();
+}
+
+bool HistoryTable::Exists() const
+{
+    if (!m_IsPostgreSql) return false; // there it is no matter of rights
+    // A user who may not create tables is refused by IF NOT EXISTS, too.
+    QString name = m_Name;
+    return !m_Session.Ask(QStringLiteral("SELECT to_regclass('%1')").arg(name.replace(u'\'', QStringLiteral("''"))))
+                .isNull();
 }
 
 void HistoryTable::TeachAverage()

@@ -31,6 +31,7 @@ public:
     void Write(std::span<const RecordedValue> values, qint32 maxRecord);
 
 private:
+    bool Exists() const;
     void TeachAverage();
     void Insert(std::span<const RecordedValue> values);
     void InsertOneByOne(std::span<const RecordedValue> values);

@@ -13,7 +13,8 @@ public:
 
     bool IsRunning() const { return m_Problem.isEmpty(); }
     QString Problem() const { return m_Problem; }
-    QString ConnectionString() const;
+    /// `user` is the database's superuser, or one that the test has made.
+    QString ConnectionString(const QString& user = QStringLiteral("test")) const;
 
     void Start();
     void Stop();

@@ -1,4 +1,4 @@
-#include "tests/server/PostgresRun.h"
+#include "tests/support/PostgresRun.h"
 
 #include <csignal>
 #include <QDir>
@@ -31,13 +31,11 @@ PostgresRun::PostgresRun()
 PostgresRun::~PostgresRun()
 {
     Stop();
-    if (geteuid() == 0)
-        QProcess::execute(QStringLiteral("chown"), {QStringLiteral("-R"), QStringLiteral("root"), m_Folder.path()});
 }
 
-QString PostgresRun::ConnectionString() const
+QString PostgresRun::ConnectionString(const QString& user) const
 {
-    return QStringLiteral("Driver=PostgreSQL;Server=%1;Database=postgres;Uid=test").arg(m_Folder.path());
+    return QStringLiteral("Driver=PostgreSQL;Server=%1;Database=postgres;Uid=%2").arg(m_Folder.path(), user);
 }
 
 void PostgresRun::Start()
@@ -61,13 +59,12 @@ void PostgresRun::Stop()
 
 void PostgresRun::Run(QProcess& process, const QString& program, const QStringList& arguments) const
 {
-    process.setWorkingDirectory(m_Folder.path());
+    QStringList wrapped = {QStringLiteral("--pdeathsig=INT")}; // it does not outlive a test that crashes
     if (geteuid() == 0)
-        process.start(QStringLiteral("setpriv"),
-                      QStringList{QStringLiteral("--reuid=") + s_User, QStringLiteral("--regid=") + s_User,
-                                  QStringLiteral("--clear-groups"), program} +
-                          arguments);
-    else process.start(program, arguments);
+        wrapped += {QStringLiteral("--reuid=") + s_User, QStringLiteral("--regid=") + s_User,
+                    QStringLiteral("--clear-groups")};
+    process.setWorkingDirectory(m_Folder.path());
+    process.start(QStringLiteral("setpriv"), wrapped + QStringList(program) + arguments);
 }
 
 bool PostgresRun::Finish(QProcess& process)
