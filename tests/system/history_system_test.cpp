@@ -1,5 +1,6 @@
 #include "core/modMain.h"
 #include "history/frmHistory.h"
+#include "tests/support/PostgresRun.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QClipboard>
@@ -18,6 +19,10 @@ protected:
     void Open()
     {
         StartBoth();
+        OpenWindow();
+    }
+    void OpenWindow()
+    {
         m_Form = &Show(u"VelSQLEngine\\VelSQLHistory");
         ASSERT_EQ(m_Form->objectName(), u"frmHistory");
     }
@@ -131,6 +136,46 @@ TEST_F(HistorySystem, AServerThatDiesLeavesTheRowsThatAreThere)
     EXPECT_EQ(Execute(u"SELECT 7"_s), QStringList({Announced, Succeeded}));
     ASSERT_TRUE(WaitUntilRead());
     EXPECT_EQ(Row(0), QStringList{u"7"_s});
+}
+
+TEST_F(HistorySystem, ThePresetsRunOnPostgreSql)
+{
+    const PostgresRun database;
+    ASSERT_TRUE(database.IsRunning()) << database.Problem().toStdString();
+    const QTemporaryDir folder;
+    QFile plant(folder.filePath(u"plant.toml"_s));
+    ASSERT_TRUE(plant.open(QIODevice::WriteOnly));
+    plant.write(u"[[history.destination]]\nconnection = \"%1\"\n[[controller]]\nname = \"C\"\n"
+                "[[controller.item]]\nname = \"X\"\ntype = \"R8\"\nhistory = true\n"_s.arg(database.ConnectionString())
+                    .toUtf8());
+    plant.close();
+    m_Server.Start({u"--plant"_s, plant.fileName()});
+    StartConsoleWith(QString());
+    const ItemRef item = modMain::Engine->get_Controller(Variant(u"C"_s))->get_Item(Variant(u"X"_s));
+    for (const double value : {0.0, 2.5, 5.0}) item->put_Value(value);
+    OpenWindow();
+    EXPECT_EQ(Cell(*m_Form, u"ConnectionString(1)"_s), database.ConnectionString());
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            Execute(u"SELECT count(*) FROM velsql_history"_s);
+            return WaitUntilRead() && Model().rowCount() == 1 && Row(0) == QStringList{u"3"_s};
+        },
+        5000));
+    const std::pair<int, QStringList> firstRows[] = {
+        {3, {u"C"_s, u"X"_s, u"0"_s}}, {1, {u"C"_s, u"X"_s, u"0"_s}}, {1, {u"3"_s}}, {1, {u"2.5"_s}},
+        {3, {u"C"_s, u"X"_s, u"0"_s}}, {3, {u"C"_s, u"X"_s, u"5"_s}},
+    };
+    auto& presets = Control<ListBox>(*m_Form, "cmbSQLCommand");
+    for (int i = 0; i < 6; ++i) {
+        SCOPED_TRACE(i);
+        presets.SetListIndex(i);
+        Press(*m_Form, "cmdOverwrite");
+        Press(*m_Form, "cmdExecute");
+        EXPECT_EQ(TakeLog(), QStringList({Announced, Succeeded}));
+        ASSERT_TRUE(WaitUntilRead());
+        EXPECT_EQ(Model().rowCount(), firstRows[i].first);
+        EXPECT_EQ(Row(0).mid(0, 3), firstRows[i].second);
+    }
 }
 
 } // namespace
