@@ -7,6 +7,9 @@
 
 namespace {
 
+/// Longer lines are data rather than code, and would take their time.
+constexpr qsizetype LongestColoured = 1024;
+
 const QSet<QString>& Keywords()
 {
     static const QSet<QString> Words = [] {
@@ -93,6 +96,7 @@ void ScriptHighlighter::highlightBlock(const QString& text)
     m_AfterValue = false;
     setCurrentBlockState(InCode);
     qsizetype at = TakeRestOfEarlierLine();
+    if (m_Line.size() > LongestColoured) return;
     while (at < m_Line.size()) at = TakeToken(at);
 }
 

@@ -1,10 +1,8 @@
 #include "tests/scripttool/ScriptWindow.h"
 
 #include <QApplication>
-#include <QFile>
 
 ScriptWindow::ScriptWindow()
-    : m_Tool(std::make_unique<ScriptTool>(m_Folder.filePath(u"program"_s)))
 {
     m_Tool->Show();
     for (QWidget* window : QApplication::topLevelWidgets()) {
@@ -13,29 +11,27 @@ ScriptWindow::ScriptWindow()
     EXPECT_TRUE(QTest::qWaitForWindowActive(m_Window));
 }
 
-void ScriptWindow::RunBy(const QByteArray& commands)
+void ScriptWindow::Start(const QByteArray& commands)
 {
+    QFile::remove(m_Folder.filePath(u"pid"_s));
     QFile file(m_Folder.filePath(u"program"_s));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("#!/bin/sh\ncd " + QFile::encodeName(m_Folder.path()) + "\n" + commands + "\n");
     file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    file.close();
+    Control("cmdRun").click();
 }
 
-QString ScriptWindow::Run()
+QString ScriptWindow::Run(const QByteArray& commands)
 {
-    Start();
-    return WaitForEnd();
+    Start(commands);
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Control("cmdRun").isEnabled(); }, 10'000));
+    return Status();
 }
 
 QString ScriptWindow::Stop()
 {
     Control("cmdStop").click();
-    EXPECT_FALSE(Control("cmdStop").isEnabled());
-    return WaitForEnd();
-}
-
-QString ScriptWindow::WaitForEnd()
-{
     EXPECT_TRUE(QTest::qWaitFor([this] { return Control("cmdRun").isEnabled(); }, 10'000));
     return Status();
 }
@@ -43,13 +39,12 @@ QString ScriptWindow::WaitForEnd()
 int ScriptWindow::Pid()
 {
     QFile file(m_Folder.filePath(u"pid"_s));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return file.size() > 0; }, 5000));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return file.size() > 0; }, 5000) && file.open(QIODevice::ReadOnly));
     return file.readAll().trimmed().toInt();
 }
 
 bool ScriptWindow::Lives(int pid)
 {
     QFile stat(u"/proc/%1/stat"_s.arg(pid));
-    return pid > 0 && stat.open(QIODevice::ReadOnly) && !stat.readAll().contains(") Z ");
+    return stat.open(QIODevice::ReadOnly) && !stat.readAll().contains(") Z ");
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/automation/Errors.h"
 #include "scripttool/CodeEditor.h"
 #include "scripttool/OutputPane.h"
 #include "scripttool/ScriptTool.h"
@@ -32,20 +33,18 @@ protected:
     /// All that the output pane shows, long lines in one piece.
     QString Printed() { return Output().TextBetween(0, Output().document()->characterCount() - 1); }
 
-    /// From now on these shell commands are what runs scripts.
-    void RunBy(const QByteArray& commands);
-    /// Presses "Run" and returns when the run has ended; the status line.
-    QString Run();
-    void Start() { Control("cmdRun").click(); }
+    /// Presses "Run", with these shell commands as the program that runs scripts.
+    void Start(const QByteArray& commands);
+    /// Starts and returns when the run has ended; the status line.
+    QString Run(const QByteArray& commands);
     /// Presses "Stop" and returns when the run has ended; the status line.
     QString Stop();
-    QString WaitForEnd();
-    /// The number that the program writes to the file "pid" in its folder.
+    /// The process that wrote its number to the file "pid" in its folder.
     int Pid();
     /// Whether a process is there; one that waits to be collected is not.
     static bool Lives(int pid);
 
     QTemporaryDir m_Folder;
-    std::unique_ptr<ScriptTool> m_Tool;
+    std::unique_ptr<ScriptTool> m_Tool = std::make_unique<ScriptTool>(m_Folder.filePath(u"program"_s));
     QPointer<QWidget> m_Window;
 };

@@ -1,0 +1,134 @@
+#include "tests/scripttool/ScriptWindow.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QRegularExpression>
+#include <QTextBlock>
+
+namespace {
+
+struct Keys
+{
+    QString Before; // "|": the caret; "[" and "]": the selection
+    QList<QPair<Qt::Key, Qt::KeyboardModifiers>> Pressed;
+    QString After;
+};
+
+void Put(CodeEditor& editor, QString text)
+{
+    const int start = static_cast<int>(text.indexOf(QRegularExpression(u"[|\\[]"_s)));
+    const int end = static_cast<int>(text.remove(start, 1).indexOf(u']'));
+    editor.SetScript(end < 0 ? text : text.remove(end, 1));
+    QTextCursor cursor(editor.document());
+    cursor.setPosition(start);
+    cursor.setPosition(end < 0 ? start : end, QTextCursor::KeepAnchor);
+    editor.setTextCursor(cursor);
+}
+
+QColor InkOf(const QTextBlock& block)
+{
+    return block.layout()->formats().at(0).format.foreground().color();
+}
+
+} // namespace
+
+TEST_F(ScriptWindow, KeysOfTheEditor)
+{
+    const Keys cases[] = {
+        {u"    if (x)|"_s, {{Qt::Key_Return, {}}, {Qt::Key_A, {}}}, u"    if (x)\n    a"_s},
+        {u"  |  x"_s, {{Qt::Key_Enter, Qt::KeypadModifier}}, u"  \n    x"_s},
+        {u"a[b\nc]d"_s, {{Qt::Key_Return, Qt::ShiftModifier}}, u"a\nd"_s},
+        {u"ab|c"_s, {{Qt::Key_Tab, {}}}, u"ab  c"_s},
+        {u"a[b\n\nc\n]d"_s, {{Qt::Key_Tab, {}}}, u"    ab\n\n    c\nd"_s},
+        {u"      a[\n  b\n\tc]"_s, {{Qt::Key_Backtab, Qt::ShiftModifier}}, u"  a\nb\nc"_s},
+        {u"a[\nb]"_s, {{Qt::Key_Tab, {}}, {Qt::Key_Z, Qt::ControlModifier}}, u"a\nb"_s},
+    };
+    for (const Keys& keys : cases) {
+        SCOPED_TRACE(keys.Before.toStdString());
+        Put(Editor(), keys.Before);
+        for (const auto& [key, modifiers] : keys.Pressed) QTest::keyClick(&Editor(), key, modifiers);
+        EXPECT_EQ(Editor().Script(), keys.After);
+    }
+}
+
+TEST_F(ScriptWindow, TheScriptKeepsEveryCharacterAndRefusesWhatIsTooLong)
+{
+    const QString kept = u"a\u00A0b\r\nc\r\nd\r\ne\r\n"_s;
+    m_Tool->put_Script(u"a\u00A0b\rc\u2028d\ne\r\n"_s);
+    EXPECT_EQ(m_Tool->get_Script(), kept);
+    for (const QString& text : {u"x\n"_s.repeated(600'000), QString(40'000, u'x')}) {
+        QApplication::clipboard()->setText(text);
+        Editor().paste();
+        EXPECT_TRUE(Status().startsWith(u"The text is too long: "_s));
+        EXPECT_THROW(m_Tool->put_Script(text), ServerError);
+        EXPECT_EQ(m_Tool->get_Script(), kept);
+    }
+    QApplication::clipboard()->setText(u"1\r\n2\u20293"_s);
+    Editor().selectAll();
+    Editor().paste();
+    EXPECT_EQ(m_Tool->get_Script(), u"1\r\n2\r\n3"_s);
+}
+
+TEST_F(ScriptWindow, CommentsTextsNumbersAndKeywordsAreColoured)
+{
+    m_Tool->put_Script(u"//\n\"\"\n1\nlet\n"_s // what the four kinds look like
+                       u"let a = 0x1F + .5e-3 / b.let / 2; // c 'x'\n"
+                       u" ' Vlx \"x\"\n"
+                       u"+'a\\'b' + \"x//y\" + \"open\n"
+                       u"/* if\n"
+                       u"' 1 */ x1 = /[\"/]'\\//g.test(`a ${1}\n"
+                       u"' b\\` ` + 7)"_s);
+    QTextBlock block = Editor().document()->begin();
+    QList<QColor> kinds;
+    for (; kinds.size() < 4; block = block.next()) kinds << InkOf(block);
+    QStringList painted;
+    for (; block.isValid(); block = block.next()) {
+        QString line(block.text().size(), u'.');
+        for (const auto& part : block.layout()->formats())
+            line.replace(part.start, part.length,
+                         QString(part.length, u"ctnk"[kinds.indexOf(part.format.foreground().color())]));
+        painted << line;
+    }
+    EXPECT_EQ(painted, QStringList({u"kkk.....nnnn...nnnnn...........n..cccccccc"_s, u"cccccccccc"_s,
+                                    u".tttttt...tttttt...ttttt"_s, u"ccccc"_s, u"cccccc......tttttttttt......ttttttt"_s,
+                                    u"ttttttt...n."_s}));
+}
+
+TEST_F(ScriptWindow, EveryColourCanBeReadOnLightAndOnDarkGround)
+{
+    m_Tool->put_Script(u"//\n\"\"\n1\nlet"_s);
+    Output().Append(u"bad"_s, OutputPane::Kind::Error);
+    QPalette dark;
+    dark.setColor(QPalette::Base, QColor(0x1e, 0x20, 0x22));
+    dark.setColor(QPalette::Text, QColor(0xf0, 0xf0, 0xf0));
+    for (const QPalette& palette : {QPalette(), dark}) {
+        m_Window->setPalette(palette);
+        QList<QColor> inks{Output().document()->begin().begin().fragment().charFormat().foreground().color()};
+        for (int line = 0; line < 4; ++line) inks << InkOf(Editor().document()->findBlockByNumber(line));
+        for (const auto& mark : Editor().extraSelections()) inks << mark.format.background().color();
+        const QColor ground = palette.color(QPalette::Base);
+        QList<bool> readable;
+        for (const QColor& colour : inks) readable << (std::abs(colour.lightness() - ground.lightness()) > 110);
+        EXPECT_EQ(readable, QList<bool>({true, true, true, true, true, false})) << "all but the ground of the line";
+    }
+}
+
+TEST(OutputPane, KeepsTheEndAndCopiesALongLineInOnePiece)
+{
+    OutputPane pane;
+    const auto text = [&] { return pane.TextBetween(0, pane.document()->characterCount() - 1); };
+    for (int line = 0; line < 10'100; ++line) pane.Append(QString::number(line) + u'\n', OutputPane::Kind::Output);
+    EXPECT_EQ(text().left(42), u"(Earlier output was dropped.)\n101\n102\n103\n"_s);
+    EXPECT_TRUE(text().endsWith(u"10098\n10099\n"_s));
+    EXPECT_EQ(text().count(u'\n'), OutputPane::MaxLines);
+    pane.Clear();
+    const QString line = u"0123456789"_s.repeated(1000);
+    for (int i = 0; i < 500; ++i) pane.Append(line.mid(i * 20, 20), OutputPane::Kind::Output);
+    pane.Append(u"\nend"_s, OutputPane::Kind::Error);
+    EXPECT_EQ(pane.blockCount(), 4);
+    pane.selectAll();
+    pane.copy();
+    EXPECT_EQ(QApplication::clipboard()->text(), line + u"\nend"_s);
+    pane.Append(line.repeated(250), OutputPane::Kind::Output);
+    EXPECT_EQ(text().count(u'\n'), 1);
+}
