@@ -101,14 +101,15 @@ void ListeningSocket::MakeFolder() const
     if (mkdir(folder.constData(), 0700) != 0 && errno != EEXIST)
         throw DescribedError(
             QStringLiteral("The folder %1 cannot be made: %2").arg(QString::fromLocal8Bit(folder), SystemError()));
+    // One that was there keeps its mode, as it may serve other things; but nobody else may put a socket into it.
     struct stat status
     {
     };
-    const bool isPrivate =
-        lstat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
-    if (!isPrivate || chmod(folder.constData(), 0700) != 0)
-        throw DescribedError(
-            QStringLiteral("The folder %1 does not belong to this user.").arg(QString::fromLocal8Bit(folder)));
+    const bool isOwn = lstat(folder.constData(), &status) == 0 && S_ISDIR(status.st_mode) &&
+                       status.st_uid == geteuid() && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    if (!isOwn)
+        throw DescribedError(QStringLiteral("The folder %1 is not one that only this user may write to.")
+                                 .arg(QString::fromLocal8Bit(folder)));
 }
 
 void ListeningSocket::Lock()

@@ -3,6 +3,7 @@
 #include <QDateTime>
 
 #include <atomic>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -26,9 +27,20 @@ QByteArray OneLine(QString text)
     return text.replace(u'\r', u' ').replace(u'\n', u' ').toUtf8();
 }
 
+/// The variable alone says little: children of a service inherit it, wherever their own standard error goes.
+bool IsJournalListening()
+{
+    struct stat status
+    {
+    };
+    if (fstat(STDERR_FILENO, &status) != 0) return false;
+    return qgetenv("JOURNAL_STREAM") ==
+           QByteArray::number(quint64{status.st_dev}) + ':' + QByteArray::number(quint64{status.st_ino});
+}
+
 QByteArray Prefix(LogLevel level)
 {
-    static const bool toJournal = qEnvironmentVariableIsSet("JOURNAL_STREAM");
+    static const bool toJournal = IsJournalListening();
     if (toJournal) return '<' + QByteArray::number(static_cast<int>(level)) + '>';
     return QDateTime::currentDateTime().toString(u"yyyy-MM-dd hh:mm:ss.zzz").toLatin1() + ' ' + NameOf(level) + ": ";
 }

@@ -1,5 +1,5 @@
+#include "tests/server/AskedHistory.h"
 #include "tests/server/ServerRun.h"
-#include "tests/server/TestClient.h"
 
 #include <QElapsedTimer>
 
@@ -41,6 +41,64 @@ TEST(Process, OneServerAtASocket)
     first.Process().terminate();
     EXPECT_EQ(first.ExitCode(), 0);
     EXPECT_FALSE(QFile::exists(first.SocketPath()));
+}
+
+TEST(Process, TheSocketsFolderMustBeTheUsersOwn)
+{
+    const QTemporaryDir folder;
+    QFile::setPermissions(folder.path(), QFile::Permissions(0x7777));
+    ServerRun server({QStringLiteral("--socket"), folder.filePath(QStringLiteral("s"))});
+    EXPECT_EQ(server.ExitCode(), 1);
+    EXPECT_TRUE(server.LogUntilEnd().endsWith(
+        QStringLiteral("error: The folder %1 is not one that only this user may write to.\n").arg(folder.path())));
+}
+
+TEST(Process, RunsAsItsServiceUnitSays)
+{
+    QFile file(QStringLiteral(VELSQL_DOCS "/../packaging/velsqlserver.service"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QMap<QString, QString> unit;
+    for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n'))
+        unit.insert(line.section(u'=', 0, 0), line.section(u'=', 1));
+    QStringList command = unit.value(QStringLiteral("ExecStart")).split(u' ');
+    EXPECT_EQ(command.takeFirst().section(u'/', -1), QStringLiteral("velsqlserver"));
+
+    ServerRun server(command + QStringList({QStringLiteral("--stop-when-idle"), QStringLiteral("0")}));
+    EXPECT_FALSE(WaitUntil([&] { return server.Process().waitForFinished(0); }, 300)) << "it never ends by itself";
+    TestClient client(server.SocketPath());
+    const auto running = client.Query(QStringLiteral("SELECT 1"));
+    client.Wait(client.Engine.snapshotRequest().send());
+    const qint32 last = client.Value(QStringLiteral("PLC1"), QStringLiteral("Counter")).Get<qint32>();
+    QElapsedTimer time;
+    time.start();
+    server.Process().terminate();
+    EXPECT_EQ(server.ExitCode(), 0) << "no reason to start it again";
+    EXPECT_LT(time.elapsed(), 1000 * unit.value(QStringLiteral("TimeoutStopSec")).toInt());
+
+    const QString database = server.Folder() + QStringLiteral("/state/velsql/history.db");
+    EXPECT_FALSE(QFile::exists(database + QStringLiteral("-wal"))) << "closed";
+    HistorySettings settings;
+    settings.Destinations[0].ConnectionString = QStringLiteral("Database=") + database;
+    EXPECT_GE(AskedHistory(settings)
+                  .Ask(QStringLiteral("SELECT max(item_value) FROM velsql_history WHERE item_name = 'Counter'"))[1]
+                  .toInt(),
+              last)
+        << "the last value is written";
+}
+
+TEST(Process, MarksItsLinesForTheJournalOnly)
+{
+    const auto lineWith = [](const QString& stream) {
+        QProcess process;
+        process.start(QStringLiteral("sh"),
+                      {QStringLiteral("-c"), QStringLiteral("JOURNAL_STREAM=%1 exec \"$0\" nonsense").arg(stream),
+                       QStringLiteral(VELSQL_SERVER_PROGRAM)});
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardError());
+    };
+    const QString text = QStringLiteral("\"nonsense\" is no option; --help lists them.\n");
+    EXPECT_EQ(lineWith(QStringLiteral("$(stat -L -c %d:%i /proc/self/fd/2)")), QStringLiteral("<3>") + text);
+    EXPECT_EQ(lineWith(QStringLiteral("1:2")).mid(24), QStringLiteral("error: ") + text) << "somebody else's journal";
 }
 
 TEST(Process, EndsWhenItsLastClientHasGone)
