@@ -33,8 +33,7 @@ bool IsTextCut(const QWidget& control)
         return TextWidth(*button, button->text()) > button->width() - 4;
     if (const auto* button = qobject_cast<const QAbstractButton*>(&control)) // a mark stands before the text
         return !button->text().isEmpty() && button->minimumSizeHint().width() > button->width();
-    if (const auto* box = qobject_cast<const QGroupBox*>(&control))
-        return TextWidth(*box, box->title()) > box->width();
+    if (const auto* box = qobject_cast<const QGroupBox*>(&control)) return TextWidth(*box, box->title()) > box->width();
     const auto* tabs = qobject_cast<const QTabBar*>(&control);
     return tabs && tabs->sizeHint().width() > tabs->width();
 }

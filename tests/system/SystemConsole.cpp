@@ -5,7 +5,12 @@
 #include "core/modFields.h"
 #include "mainwindow/Start.h"
 
+#include <QAction>
+#include <QApplication>
+#include <QDir>
 #include <QLabel>
+
+#include <unistd.h>
 
 SystemConsole::SystemConsole()
 {
@@ -63,6 +68,27 @@ QString SystemConsole::Cell(QObject& window, const QString& caption)
 QString SystemConsole::Panel(int number)
 {
     return Control<QLabel>(*m_Main, qPrintable(u"stbrMain_%1"_s.arg(number))).text();
+}
+
+QWidget& SystemConsole::OpenScriptTool()
+{
+    Control<QAction>(*m_Main, "mnuTool_0").trigger();
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return **std::find_if(windows.begin(), windows.end(),
+                          [](const QWidget* window) { return window->objectName() == u"frmScriptTool"; });
+}
+
+int SystemConsole::ScriptProcesses()
+{
+    int count = 0;
+    for (const QString& process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s})) {
+        QFile file(u"/proc/%1/stat"_s.arg(process));
+        if (!file.open(QIODevice::ReadOnly)) continue;
+        const QByteArray stat = file.readAll();
+        const QList<QByteArray> rest = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+        if (stat.contains("(velsqlscript)") && rest.value(0) != "Z" && rest.value(1).toInt() == getpid()) ++count;
+    }
+    return count;
 }
 
 QStringList SystemConsole::TakeLog()

@@ -44,6 +44,10 @@ protected:
     void Press(QObject& window, const char* button) { Control<QPushButton>(window, button).click(); }
     QString Cell(QObject& window, const QString& caption);
     QString Panel(int number);
+    /// The script tool's window, opened by its menu entry.
+    QWidget& OpenScriptTool();
+    /// The script processes that this program has started and that are still there.
+    static int ScriptProcesses();
     /// The log since the last call, without line numbers.
     QStringList TakeLog();
 

@@ -8,6 +8,7 @@
 #include <QAction>
 #include <QDir>
 #include <QMdiSubWindow>
+#include <QPlainTextEdit>
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTemporaryFile>
@@ -156,4 +157,20 @@ TEST_F(Pictures, BatchWrite)
     Type(window, "txtFilename", file.fileName());
     Press(window, "cmdStart");
     Look(window, u"batchwrite-window"_s);
+}
+
+TEST_F(Pictures, ScriptTool)
+{
+    QWidget& window = OpenScriptTool();
+    Control<QPlainTextEdit>(window, "txtScript")
+        .setPlainText(u"' Raises the set point of the dosing pump in steps, until something goes wrong.\n"
+                      u"const item = Vlx.Controller(\"PLC1\").Item(\"D100\");\n"
+                      u"for (let step = 1; step <= 5; ++step) {\n"
+                      u"    item.Value = item.Value + 10;\n"
+                      u"    print(`Step ${step}: ${item.Value}`);\n"
+                      u"}\n"
+                      u"Vlx.Controller(\"PLC9\").Start();\n"_s);
+    Press(window, "cmdRun");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 20'000));
+    Look(window, u"script-window"_s);
 }

@@ -1,41 +1,19 @@
 #include "core/modMain.h"
 #include "tests/system/SystemConsole.h"
 
-#include <QApplication>
-#include <QDir>
 #include <QLabel>
 #include <QPlainTextEdit>
 
-#include <unistd.h>
-
 namespace {
-
-/// The script processes that this program has started and that are still there.
-int ScriptProcesses()
-{
-    int count = 0;
-    for (const QString& process : QDir(u"/proc"_s).entryList({u"[0-9]*"_s})) {
-        QFile file(u"/proc/%1/stat"_s.arg(process));
-        if (!file.open(QIODevice::ReadOnly)) continue;
-        const QByteArray stat = file.readAll();
-        const QList<QByteArray> rest = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
-        if (stat.contains("(velsqlscript)") && rest.value(0) != "Z" && rest.value(1).toInt() == getpid()) ++count;
-    }
-    return count;
-}
 
 class ScriptSystem : public SystemConsole
 {
 protected:
-    /// Opens the script tool by its menu entry.
     void Open()
     {
         StartBoth();
-        Control<QAction>(*m_Main, "mnuTool_0").trigger();
-        for (QWidget* window : QApplication::topLevelWidgets()) {
-            if (window->objectName() == u"frmScriptTool") m_Window = window;
-        }
-        ASSERT_TRUE(m_Window && m_Window->isVisible());
+        m_Window = &OpenScriptTool();
+        ASSERT_TRUE(m_Window->isVisible());
     }
 
     QPlainTextEdit& Text(const char* name) { return Control<QPlainTextEdit>(*m_Window, name); }

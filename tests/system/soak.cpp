@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPlainTextEdit>
 #include <QTemporaryFile>
 
 #include <iostream>
@@ -84,6 +85,16 @@ protected:
         Control<QLineEdit>(window, "txtFilename").setText(file.fileName());
         Press(window, "cmdStart");
     }
+    void RunScript()
+    {
+        QWidget& window = OpenScriptTool();
+        Control<QPlainTextEdit>(window, "txtScript")
+            .setPlainText(u"const item = Vlx.Controller('PLC1').Item('D100');\n"
+                          u"for (let i = 0; i < 500; ++i) { item.Value = i; print(item.Value); }"_s);
+        Press(window, "cmdRun");
+        EXPECT_TRUE(QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 60'000));
+        window.close();
+    }
     /// The server goes, by order or not; the open windows find the next one by themselves.
     void RestartServer(bool crash)
     {
@@ -102,6 +113,7 @@ protected:
         Query();
         WriteAndRead();
         Batch();
+        RunScript();
         if (number % 3 == 2) RestartServer(number % 2);
         Control<QAction>(*m_Main, "mnuWindow_1").trigger();
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
