@@ -27,7 +27,11 @@ private:
     {
     public:
         void SetStatusText(const QString& text) override { m_Status = text; }
-        void PaintProgress() override { Log().viewport()->repaint(); }
+        void PaintProgress() override
+        {
+            Log().ShowAppended();
+            Log().viewport()->repaint();
+        }
 
     private:
         QString m_Status;

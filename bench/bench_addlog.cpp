@@ -44,7 +44,9 @@ public:
         modMain::SetMainWindow(this);
         for (int i = 1; i <= count; ++i) {
             modMain::AddLog(u"Calling Item:get_Value..."_s);
-            if (i % linesAtOnce == 0) QApplication::processEvents();
+            if (i % linesAtOnce != 0) continue;
+            m_Log->ShowAppended();
+            QApplication::processEvents();
         }
     }
 
@@ -55,7 +57,7 @@ public:
     TreeNodeRef SelectedNode() const override { return {}; }
     void SelectNode(const TreeNodeRef&) override {}
     void SetStatusText(const QString& text) override { m_Status->setText(text); }
-    void PaintProgress() override { m_Log->viewport()->repaint(); }
+    void PaintProgress() override {}
     void RefreshStatusBar() override {}
     void RefreshTlbar() override {}
     void RefreshMenuBar() override {}

@@ -19,6 +19,7 @@
 
 namespace {
 
+constexpr int Rounds = 2;
 constexpr double FrameMs = 16.0;
 constexpr double MostReaderMb = 1.0;
 
@@ -81,6 +82,7 @@ public:
         m_Paints.Count = 0;
         m_Form.findChild<QLineEdit*>(QStringLiteral("txtFilename"))->setText(batch.Path);
         m_Form.findChild<QPushButton*>(QStringLiteral("cmdStart"))->click();
+        m_Log.ShowAppended();
         if (m_Log.blockCount() != 2 * batch.Lines + 1) qFatal("the batch ended early: %s", qPrintable(m_Log.Text()));
         PaintsAFrame = m_Paints.Count * FrameMs / static_cast<double>(time.elapsed());
         BytesALine = (Figures::HeapMb() - before) * 1e6 / batch.Lines;
@@ -99,8 +101,8 @@ bool MeasureBatch(LogPane& log, const QTemporaryDir& folder)
 {
     Window window(log);
     const Batch few(folder, 10'000), many(folder, 100'000);
-    const auto costs =
-        Figures::MeasureInTurn(1, 1, {[&] { window.Run(few); }, [&] { many.RunBare(); }, [&] { window.Run(many); }});
+    const auto costs = Figures::MeasureInTurn(
+        Rounds, 1, {[&] { window.Run(few); }, [&] { many.RunBare(); }, [&] { window.Run(many); }});
     const double bare = costs[1].MedianUs / many.Lines;
     const double lineOfFew = costs[0].MedianUs / few.Lines;
     const double lineOfMany = costs[2].MedianUs / many.Lines;

@@ -59,5 +59,6 @@ void frmEngine::ShowResult(const Variant& result)
     const QString text = ToPlainText(result);
     lblResult->clear();
     lblResult->Append(text);
+    lblResult->ShowAppended();
     lblResult->moveCursor(QTextCursor::Start);
 }

@@ -4,14 +4,16 @@
 
 #include <QMimeData>
 #include <QResizeEvent>
-#include <QScopeGuard>
 #include <QScopedValueRollback>
+#include <QScopeGuard>
 #include <QTextBlock>
 
 #include <algorithm>
 #include <limits>
 
 namespace {
+
+constexpr int FrameMs = 16;
 
 // How a shown line ends stands in its block's user state: one of these two, or the character that ended it.
 constexpr int CrLf = -1;      // what a block starts with
@@ -27,6 +29,13 @@ QString EndText(int end)
 {
     if (end == CrLf) return QStringLiteral("\r\n");
     return end == ShownBreak ? QString() : QString(QChar(end));
+}
+
+/// What the operator does to the pane is done to all that was appended; painting, above all, does not wait for it.
+bool ActsOnText(const QEvent& event)
+{
+    return event.isInputEvent() || event.type() == QEvent::InputMethod || event.type() == QEvent::Drop ||
+           event.type() == QEvent::Resize;
 }
 
 /// How much of a long line is shown on one line; a surrogate pair is not torn.
@@ -48,6 +57,12 @@ LogPane::ShownText::ShownText(QStringView text)
         End(crLf ? CrLf : text[end].unicode());
         text = text.sliced(end + (crLf ? 2 : 1));
     }
+}
+
+void LogPane::ShownText::Add(const ShownText& other)
+{
+    Lines += other.Lines;
+    Ends += other.Ends;
 }
 
 void LogPane::ShownText::AddLine(QStringView line)
@@ -72,6 +87,9 @@ LogPane::LogPane(QWidget* parent)
     , m_Capacity(std::numeric_limits<int>::max())
 {
     setUndoRedoEnabled(false);
+    m_Frame.setSingleShot(true);
+    m_Frame.setInterval(FrameMs);
+    connect(&m_Frame, &QTimer::timeout, this, &LogPane::ShowAppended);
     connect(document(), &QTextDocument::contentsChange, this,
             [this](int position, int /*removed*/, int added) { ShowEndsOfEditedLines(position, added); });
 }
@@ -79,14 +97,23 @@ LogPane::LogPane(QWidget* parent)
 qint64 LogPane::Length() const
 {
     // The document counts one character for the end of each block, the last one included.
-    return qint64{document()->characterCount()} + document()->blockCount() - 2;
+    return qint64{document()->characterCount()} + document()->blockCount() - 2 + m_Appended.Length();
 }
 
 void LogPane::Append(const QString& line)
 {
     const ShownText shown(line);
     if (Length() + shown.Length() > m_Capacity) throw ValueError::Overflow();
-    // Scrolling would move the pixels with every line, many times a frame: they are painted once instead.
+    m_Appended.Add(shown);
+    if (!m_Frame.isActive()) m_Frame.start();
+}
+
+void LogPane::ShowAppended()
+{
+    m_Frame.stop();
+    const ShownText shown = std::exchange(m_Appended, {});
+    if (shown.Length() == 0) return;
+    // Scrolling would move the pixels first, only to have most of them painted over.
     viewport()->setUpdatesEnabled(false);
     const auto paintLater = qScopeGuard([this] { viewport()->setUpdatesEnabled(true); });
     QTextCursor end(document());
@@ -97,6 +124,7 @@ void LogPane::Append(const QString& line)
 
 void LogPane::ReplaceSelection(const QString& text)
 {
+    ShowAppended();
     const ShownText shown(text);
     if (Length() + shown.Length() > m_Capacity) return;
     QTextCursor cursor = textCursor();
@@ -121,13 +149,15 @@ void LogPane::Insert(QTextCursor& cursor, const ShownText& shown)
     cursor.endEditBlock();
 }
 
-QString LogPane::Text() const
+QString LogPane::Text()
 {
+    ShowAppended();
     return TextBetween(0, document()->characterCount() - 1);
 }
 
-QString LogPane::SelectedText() const
+QString LogPane::SelectedText()
 {
+    ShowAppended();
     return TextBetween(textCursor().selectionStart(), textCursor().selectionEnd());
 }
 
@@ -154,10 +184,22 @@ void LogPane::ShowEndsOfEditedLines(int position, int charsAdded)
         block.setUserState(CrLf);
 }
 
+bool LogPane::event(QEvent* event)
+{
+    if (ActsOnText(*event)) ShowAppended();
+    return QPlainTextEdit::event(event);
+}
+
+bool LogPane::viewportEvent(QEvent* event)
+{
+    if (ActsOnText(*event)) ShowAppended();
+    return QPlainTextEdit::viewportEvent(event);
+}
+
 QMimeData* LogPane::createMimeDataFromSelection() const
 {
     auto* data = new QMimeData;
-    data->setText(SelectedText());
+    data->setText(TextBetween(textCursor().selectionStart(), textCursor().selectionEnd()));
     return data;
 }
 

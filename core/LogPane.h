@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QPlainTextEdit>
+#include <QTimer>
 
 /// The message log: an editable text pane whose text carries CR LF line ends, as it is copied and handed out.
 class LogPane : public QPlainTextEdit
@@ -19,14 +20,19 @@ public:
 
     /// Puts `line` straight behind whatever text stands there, without undo history, the caret to the end, nothing selected.
     /// The line ends inside `line` are kept as given. Throws ValueError when the pane cannot take it; it is then unchanged.
+    /// The document has it within a frame of the screen, together with all others of that frame: laying out costs by the piece.
     void Append(const QString& line);
+    /// Puts what was appended into the document at once. The routines below and the operator's actions do it by themselves.
+    void ShowAppended();
     /// The whole text with its line ends.
-    QString Text() const;
+    QString Text();
     /// Replaces the selection, or inserts at the caret; what does not fit is refused and changes nothing.
     void ReplaceSelection(const QString& text);
-    QString SelectedText() const;
+    QString SelectedText();
 
 protected:
+    bool event(QEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
     QMimeData* createMimeDataFromSelection() const override;
     void insertFromMimeData(const QMimeData* source) override;
     void resizeEvent(QResizeEvent* event) override;
@@ -35,7 +41,9 @@ private:
     /// A text cut into the lines that the pane shows, and how each of them but the last ends.
     struct ShownText
     {
+        ShownText() = default;
         explicit ShownText(QStringView text);
+        void Add(const ShownText& other);
         qint64 Length() const { return Lines.size() + Ends.size(); }
 
         QString Lines;
@@ -51,5 +59,7 @@ private:
     void ShowEndsOfEditedLines(int position, int charsAdded);
 
     qint64 m_Capacity;
+    ShownText m_Appended;
+    QTimer m_Frame;
     bool m_Inserting = false;
 };

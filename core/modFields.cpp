@@ -26,6 +26,7 @@ struct EditBox
         , Plain(qobject_cast<QPlainTextEdit*>(const_cast<QWidget*>(widget)))
         , Rich(qobject_cast<QTextEdit*>(const_cast<QWidget*>(widget)))
     {
+        if (Log) Log->ShowAppended();
     }
 
     QTextCursor Cursor() const { return Plain ? Plain->textCursor() : Rich ? Rich->textCursor() : QTextCursor(); }

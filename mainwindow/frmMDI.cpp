@@ -224,6 +224,7 @@ void frmMDI::SetStatusText(const QString& text)
 
 void frmMDI::PaintProgress()
 {
+    txtLog->ShowAppended();
     txtLog->viewport()->repaint();
     m_Panels->PaintStatus();
 }

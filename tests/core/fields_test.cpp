@@ -129,6 +129,7 @@ TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
     modMain::ClearTextBox(&log);
     const QString lines = QStringLiteral("a\r\nb\nc\rd");
     log.Append(lines);
+    log.ShowAppended();
     modMain::ActiveEditBox = &log;
     log.selectAll();
     modMain::EditCut();

@@ -16,6 +16,12 @@ namespace {
 class Log : public ::testing::Test
 {
 protected:
+    /// With all lines in its document.
+    LogPane& Pane()
+    {
+        m_Main.Log().ShowAppended();
+        return m_Main.Log();
+    }
     QString Text() { return m_Main.Log().Text(); }
     void Add(const QStringList& messages)
     {
@@ -62,7 +68,7 @@ TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGiven)
 TEST_F(Log, ShowsLongLinesInParts)
 {
     Add({u'x' + QStringLiteral("\U0001F600").repeated(9000)});
-    for (QTextBlock block = m_Main.Log().document()->begin(); block.isValid(); block = block.next()) {
+    for (QTextBlock block = Pane().document()->begin(); block.isValid(); block = block.next()) {
         EXPECT_LE(block.length() - 1, LogPane::LongestShownLine);
         EXPECT_FALSE(block.text().endsWith(QChar(0xD83D))) << "A character is torn.";
     }
@@ -71,25 +77,26 @@ TEST_F(Log, ShowsLongLinesInParts)
 TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
 {
     const auto newestIsSeen = [this] {
-        QCoreApplication::processEvents();
-        return m_Main.Log().textCursor().atEnd() && m_Main.Log().viewport()->rect().contains(m_Main.Log().cursorRect());
+        QTest::qWait(30); // shown with the frame
+        const LogPane& log = m_Main.Log();
+        return log.textCursor().atEnd() && log.viewport()->rect().contains(log.cursorRect());
     };
     const QStringList screenful(200, QStringLiteral("line"));
     Add(screenful);
     m_Main.Widget()->show();
     EXPECT_TRUE(newestIsSeen());
-    m_Main.Log().hide();
+    Pane().hide();
     Add(screenful);
-    m_Main.Log().show();
+    Pane().show();
     EXPECT_TRUE(newestIsSeen());
     m_Main.Widget()->resize(400, 300);
     EXPECT_TRUE(newestIsSeen());
 
-    m_Main.Log().moveCursor(QTextCursor::Start);
-    m_Main.Log().selectAll();
+    Pane().moveCursor(QTextCursor::Start);
+    Pane().selectAll();
     Add({QStringLiteral("newest")});
     EXPECT_TRUE(newestIsSeen());
-    EXPECT_FALSE(m_Main.Log().textCursor().hasSelection());
+    EXPECT_FALSE(Pane().textCursor().hasSelection());
 }
 
 TEST_F(Log, StaysWhereTheOperatorScrolledToWhenResized)
@@ -97,10 +104,10 @@ TEST_F(Log, StaysWhereTheOperatorScrolledToWhenResized)
     m_Main.Widget()->show();
     Add(QStringList(200, QStringLiteral("line")));
     QCoreApplication::processEvents();
-    m_Main.Log().verticalScrollBar()->setValue(3);
+    Pane().verticalScrollBar()->setValue(3);
     m_Main.Widget()->resize(700, 600);
     QCoreApplication::processEvents();
-    EXPECT_EQ(m_Main.Log().verticalScrollBar()->value(), 3);
+    EXPECT_EQ(Pane().verticalScrollBar()->value(), 3);
 }
 
 TEST_F(Log, GoesOnBehindWhatTheOperatorTyped)
@@ -122,7 +129,7 @@ TEST_F(Log, EditedLinesReadAsTheyAreShown)
 {
     const QString longLine(LogPane::LongestShownLine + 10, u'x');
     Add({QStringLiteral("one\ntwo"), longLine});
-    m_Main.Log().moveCursor(QTextCursor::Start);
+    Pane().moveCursor(QTextCursor::Start);
     QTest::keyClick(&m_Main.Log(), Qt::Key_Delete);
     EXPECT_EQ(Text(), QStringLiteral(" : one\r\ntwo\r\n1 : ") + longLine + QStringLiteral("\r\n"));
 
