@@ -26,6 +26,17 @@ wire::History::Client FindHistory(Connection& connection)
     return connection.Engine().getHistoryRequest().send().getResult();
 }
 
+namespace {
+
+/// The server finds an object inside a value by its way.
+void WriteWay(const ObjectWay& way, wire::Object::Builder builder)
+{
+    builder.setControllerName(WireBytes(way.ControllerName));
+    builder.setItemName(WireBytes(way.ItemName));
+}
+
+} // namespace
+
 ClientObjects::ClientObjects(Connection& connection)
     : m_Connection(connection)
 {
@@ -37,8 +48,10 @@ void ClientObjects::Write(const ObjectRef& object, wire::Object::Builder builder
         builder.setNone();
     } else if (auto* item = dynamic_cast<ItemProxy*>(object.get())) {
         builder.setItem(item->Client());
+        WriteWay(item->Way(), builder);
     } else if (auto* controller = dynamic_cast<ControllerProxy*>(object.get())) {
         builder.setController(controller->Client());
+        WriteWay(controller->Way(), builder);
     } else if (auto* engine = dynamic_cast<EngineProxy*>(object.get())) {
         builder.setEngine(engine->Client());
     } else if (auto* history = dynamic_cast<HistoryProxy*>(object.get())) {

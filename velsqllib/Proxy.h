@@ -40,6 +40,7 @@ public:
         }
         return m_Client;
     }
+    const ObjectWay& Way() const { return m_Way; }
 
 protected:
     static constexpr auto NoArguments = [](auto&) {};
@@ -87,7 +88,6 @@ protected:
 
     WireObjects& Objects() { return m_Connection->Objects(); }
     const ConnectionRef& GetConnection() const { return m_Connection; }
-    const ObjectWay& Way() const { return m_Way; }
 
 private:
     wire::Engine::Client Find(wire::Engine*) { return m_Connection->Engine(); }

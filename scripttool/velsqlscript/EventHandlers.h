@@ -16,7 +16,11 @@ class ScriptValues;
 class EventHandlers
 {
 public:
-    enum class Kind { ChangeState, ChangeItem };
+    enum class Kind
+    {
+        ChangeState,
+        ChangeItem
+    };
 
     /// `invoke` calls a handler with one argument and gives undefined, or an object whose "error" it threw. `checkServer` throws
     /// when the server does not answer.

@@ -50,11 +50,10 @@ Variant ResultOf(const std::shared_ptr<T>& object)
 }
 
 template <typename T>
-    requires Variant::IsAlternative<T>
-Variant ResultOf(const T& value)
-{
-    return Variant(value);
-}
+    requires Variant::IsAlternative<T> Variant ResultOf(const T& value)
+    {
+        return Variant(value);
+    }
 
 inline Variant ResultOf(const Variant& value)
 {
@@ -76,7 +75,10 @@ template <typename Object, typename Result, typename... Parameters>
 Member Function(QStringView name, Result (Object::*operation)(Parameters...),
                 qsizetype required = sizeof...(Parameters))
 {
-    return {name.toString(), false, required, sizeof...(Parameters),
+    return {name.toString(),
+            false,
+            required,
+            sizeof...(Parameters),
             [operation](const Variant& self, const Arguments& arguments) {
                 return Invoke(Self<Object>(self), operation, arguments, std::index_sequence_for<Parameters...>());
             },

@@ -27,7 +27,10 @@ std::vector<Member> EngineMembers()
 /// The server takes this index as an I2.
 Member ControllerSettingData()
 {
-    return {QStringLiteral("SettingData"), false, 1, 1,
+    return {QStringLiteral("SettingData"),
+            false,
+            1,
+            1,
             [](const Variant& self, const Arguments& arguments) {
                 return Self<VelSQLController>(self).get_SettingData(MakeTyped(VT_I2, arguments.first()));
             },
@@ -85,10 +88,8 @@ std::vector<Member> HistoryMembers()
 {
     using T = VelSQLHistory;
     return {
-        Function(u"Execute", &T::Execute),
-        Function(u"ConnectionString", &T::get_ConnectionString),
-        Property(u"Enabled", &T::get_Enabled),
-        Function(u"MaxRecord", &T::get_MaxRecord),
+        Function(u"Execute", &T::Execute),         Function(u"ConnectionString", &T::get_ConnectionString),
+        Property(u"Enabled", &T::get_Enabled),     Function(u"MaxRecord", &T::get_MaxRecord),
         Function(u"TableName", &T::get_TableName),
     };
 }
@@ -136,7 +137,8 @@ void CheckCount(const Member& member, qsizetype count)
                               ? most
                               : QStringLiteral("%1 to %2").arg(QString::number(member.RequiredArguments), most);
     throw ValueError(QStringLiteral("takes %1 %2, not %3")
-                         .arg(range, member.MostArguments == 1 ? QStringLiteral("argument") : QStringLiteral("arguments"),
+                         .arg(range,
+                              member.MostArguments == 1 ? QStringLiteral("argument") : QStringLiteral("arguments"),
                               QString::number(count)));
 }
 
@@ -156,9 +158,12 @@ auto NamingTheMember(const ScriptHandle& object, const QString& name, Action act
 const std::vector<Member>& MembersOf(ObjectKind kind)
 {
     static const std::map<ObjectKind, std::vector<Member>> All = {
-        {ObjectKind::Engine, EngineMembers()},    {ObjectKind::Controller, ControllerMembers()},
-        {ObjectKind::Item, ItemMembers()},        {ObjectKind::History, HistoryMembers()},
-        {ObjectKind::ResultSet, ResultMembers()}, {ObjectKind::TypedValue, TypedValueMembers()},
+        {ObjectKind::Engine, EngineMembers()},
+        {ObjectKind::Controller, ControllerMembers()},
+        {ObjectKind::Item, ItemMembers()},
+        {ObjectKind::History, HistoryMembers()},
+        {ObjectKind::ResultSet, ResultMembers()},
+        {ObjectKind::TypedValue, TypedValueMembers()},
         {ObjectKind::Unknown, {}},
     };
     return All.at(kind);

@@ -8,7 +8,8 @@
 namespace {
 
 const QString s_Description = QStringLiteral(
-    "Runs an ECMAScript against the objects of the VelSQL server. A server that is running is used, else one is started.\n"
+    "Runs an ECMAScript against the objects of the VelSQL server. A server that is running is used, else one is "
+    "started.\n"
     "Lines whose first character is \"'\" are comments. docs/scripting.md tells what scripts find.\n"
     "\n"
     "Exit codes: 0 done, 1 the script failed, 2 wrong command line or unreadable file, 3 no server to be had;\n"
@@ -21,7 +22,8 @@ void DefineOptions(QCommandLineParser& parser)
 {
     parser.setApplicationDescription(s_Description);
     parser.addOptions({
-        {QStringLiteral("name"), QStringLiteral("Scripts know the engine as <name>; may be given several times. Default: Vlx."),
+        {QStringLiteral("name"),
+         QStringLiteral("Scripts know the engine as <name>; may be given several times. Default: Vlx."),
          QStringLiteral("name")},
         {QStringLiteral("title"), QStringLiteral("The script's name in messages. Default: the file's name."),
          QStringLiteral("text")},
@@ -74,7 +76,7 @@ ScriptOptions ReadOptions(const QStringList& arguments)
     QCommandLineParser parser;
     DefineOptions(parser);
     ScriptOptions options;
-    if (!parser.parse(arguments)) throw DescribedError(parser.errorText() + u'.');
+    if (!parser.parse(arguments)) throw DescribedError(parser.errorText());
     if (parser.isSet(QStringLiteral("help"))) options.Answer = parser.helpText().trimmed();
     else if (parser.isSet(QStringLiteral("version"))) options.Answer = QStringLiteral("velsqlscript " VELSQL_VERSION);
     if (!options.Answer.isEmpty()) return options;

@@ -40,7 +40,8 @@ void WriteLine(Stream stream, const QString& line)
     const int descriptor = stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
     const QByteArray bytes = line.toUtf8() + '\n';
     for (qsizetype written = 0; written < bytes.size();) {
-        const ssize_t count = write(descriptor, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
+        const ssize_t count =
+            write(descriptor, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
         if (count >= 0) written += count;
         else if (errno == EAGAIN) WaitUntilWritable(descriptor);
         else if (errno == EPIPE) EndQuietly();

@@ -28,7 +28,8 @@ constexpr std::size_t Probe = 16 * 1024 * 1024;
 
 [[noreturn]] void EndWith(const QByteArray& message)
 {
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, message.constData(), static_cast<size_t>(message.size()));
+    [[maybe_unused]] const auto written =
+        write(STDERR_FILENO, message.constData(), static_cast<size_t>(message.size()));
     std::_Exit(EXIT_FAILURE);
 }
 

@@ -21,8 +21,7 @@ QByteArray ReadBytes(QFile& file, const QString& title)
     if (file.error() != QFile::NoError)
         throw DescribedError(QStringLiteral("%1: cannot be read: %2").arg(title, file.errorString()));
     if (bytes.size() > LargestScript)
-        throw DescribedError(
-            QStringLiteral("%1: is larger than %2 MiB").arg(title).arg(LargestScript / (1024 * 1024)));
+        throw DescribedError(QStringLiteral("%1: is larger than %2 MiB").arg(title).arg(LargestScript / (1024 * 1024)));
     return bytes;
 }
 
@@ -30,7 +29,8 @@ QByteArray ReadFile(const QString& path, const QString& title)
 {
     QFile file(path);
     if (path == QStringLiteral("-")) {
-        if (!file.open(stdin, QFile::ReadOnly)) throw DescribedError(QStringLiteral("%1: standard input cannot be read").arg(title));
+        if (!file.open(stdin, QFile::ReadOnly))
+            throw DescribedError(QStringLiteral("%1: standard input cannot be read").arg(title));
         return ReadBytes(file, title);
     }
     const QFileInfo info(path);

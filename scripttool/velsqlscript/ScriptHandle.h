@@ -5,7 +5,16 @@
 #include <QMetaType>
 
 /// What a wrapper in a script stands for; decides which members it has.
-enum class ObjectKind { Engine, Controller, Item, History, ResultSet, TypedValue, Unknown };
+enum class ObjectKind
+{
+    Engine,
+    Controller,
+    Item,
+    History,
+    ResultSet,
+    TypedValue,
+    Unknown
+};
 
 /// The native side of a wrapper: an object of the server, or a value that keeps its exact type. Copied into the script engine,
 /// so that it goes as soon as the wrapper is collected.

@@ -33,10 +33,16 @@ QList<Frame> FramesOf(const QStringList& stack)
 /// Errors on purpose speak for themselves; the language's own are better understood with their kind, such as "ReferenceError".
 QString MessageOf(const QJSValue& thrown)
 {
+    // When the function that is to be called cannot be read, the engine wraps the reason in a complaint of its own.
+    static const QRegularExpression Wrapped(QStringLiteral("^TypeError: Property '.*' of object (TypeError: .* has no "
+                                                           "member .*) is not a function$"));
     const QString name = thrown.property(QStringLiteral("name")).toString();
     const bool speaksForItself = name == QStringLiteral("ServerError") || name == QStringLiteral("ValueError") ||
                                  name == QStringLiteral("Error");
-    return thrown.isError() && speaksForItself ? thrown.property(QStringLiteral("message")).toString() : thrown.toString();
+    if (thrown.isError() && speaksForItself) return thrown.property(QStringLiteral("message")).toString();
+    const QString text = thrown.toString();
+    const auto wrapped = Wrapped.match(text);
+    return wrapped.hasMatch() ? wrapped.captured(1) : text;
 }
 
 QString Report(const QJSValue& thrown, const QStringList& stack, const QString& title)

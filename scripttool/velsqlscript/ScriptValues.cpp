@@ -58,7 +58,8 @@ QJSValue ScriptValues::ToScript(const Variant& value)
             if constexpr (std::is_same_v<T, std::monostate>) return QJSValue(QJSValue::UndefinedValue);
             else if constexpr (std::is_same_v<T, Null>) return QJSValue(QJSValue::NullValue);
             else if constexpr (std::is_same_v<T, float>) return FromSingle(payload);
-            else if constexpr (std::is_same_v<T, Currency>) return static_cast<double>(payload.TenThousandths) / 10'000.0;
+            else if constexpr (std::is_same_v<T, Currency>)
+                return static_cast<double>(payload.TenThousandths) / 10'000.0;
             else if constexpr (std::is_same_v<T, Date>) return m_Engine.toScriptValue(LocalTime(payload));
             else if constexpr (std::is_same_v<T, ObjectRef>)
                 return payload ? Wrap({KindOf(payload), payload}) : QJSValue(QJSValue::NullValue);

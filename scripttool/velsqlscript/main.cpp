@@ -12,7 +12,13 @@
 
 namespace {
 
-enum ExitCode { Done = 0, ScriptFailed = 1, Unusable = 2, NoServer = 3 };
+enum ExitCode
+{
+    Done = 0,
+    ScriptFailed = 1,
+    Unusable = 2,
+    NoServer = 3
+};
 
 int Fail(ExitCode code, const QString& message)
 {

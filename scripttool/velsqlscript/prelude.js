@@ -15,7 +15,7 @@
     // The script is told its own line, not one of this file.
     function makeError(name, message) {
         const error = new errorTypes[name](message);
-        const frame = error.stack.split("\n").find(text => text.indexOf("@file:prelude:") < 0);
+        const frame = error.stack.split("\n").find(text => text.indexOf("@file:script:") >= 0);
         if (frame) error.lineNumber = Number(frame.split(":").pop());
         error.fileName = "";
         return error;
