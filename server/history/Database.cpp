@@ -134,6 +134,15 @@ bool IsCodeOfValue(const QString& code)
     return primary >= 18 && primary <= 20;
 }
 
+/// SQLite gives this file of its the mode that the database has, and keeps it. Made while the database was read-only, it would
+/// refuse every writer ever after.
+void MendSharedMemoryFile(const QString& database)
+{
+    const QString path = database + QStringLiteral("-shm");
+    const bool isStale = QFileInfo::exists(path) && !QFileInfo(path).isWritable() && QFileInfo(database).isWritable();
+    if (isStale) QFile::setPermissions(path, QFileInfo(database).permissions());
+}
+
 QString NextName()
 {
     static std::atomic<quint64> count = 0;
@@ -208,6 +217,7 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         database.setConnectOptions(QStringLiteral("connect_timeout=5;options='-c client_min_messages=error'"));
     } else {
         QDir().mkpath(QFileInfo(address.m_Database).absolutePath());
+        MendSharedMemoryFile(address.m_Database);
         database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
     }
 }

@@ -1,13 +1,15 @@
+#include "tests/server/AskedHistory.h"
 #include "tests/server/ServerRun.h"
-#include "tests/server/TestClient.h"
 
 #include "core/automation/PlainText.h"
 #include "velsqllib/ServerSocket.h"
 
 #include <csignal>
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <QElapsedTimer>
 #include <random>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -215,6 +217,50 @@ TEST(Robustness, AFullDiskIsSaidAndNothingElseSuffers)
     EXPECT_FALSE(client.Value(s_Plc, QStringLiteral("Counter")).IsEmpty());
     server.Process().terminate();
     EXPECT_TRUE(server.LogUntilEnd().contains(QStringLiteral("History destination 1: Values wait, at most 200000: ")));
+}
+
+TEST(Robustness, AReadOnlyDatabaseIsWrittenToOnceItMayBe)
+{
+    const QTemporaryDir folder;
+    const QString database = folder.filePath(QStringLiteral("history.db"));
+    HistorySettings settings;
+    settings.Destinations[0].ConnectionString = QStringLiteral("Database=") + database;
+    {
+        AskedHistory history(settings);
+        history.Record(QStringLiteral("A"), 1);
+        ASSERT_TRUE(history.Flush(5'000));
+    }
+    const auto set = [&](const char* mode) {
+        QProcess::execute(QStringLiteral("chmod"), {QString::fromLatin1(mode), database});
+    };
+    QFile plant(folder.filePath(QStringLiteral("plant.toml")));
+    ASSERT_TRUE(plant.open(QIODevice::WriteOnly));
+    plant.write(QStringLiteral("[[history.destination]]\nconnection = \"Database=%1\"\n"
+                               "[[controller]]\nname = \"C\"\n"
+                               "[[controller.item]]\nname = \"N\"\nhistory = true\n")
+                    .arg(database)
+                    .toUtf8());
+    plant.close();
+    set("444");
+    // Modes mean nothing to root otherwise.
+    ServerRun server({QStringLiteral("--plant"), plant.fileName()}, [] { prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE); });
+    TestClient client(server.SocketPath());
+    client.PutValue(QStringLiteral("C"), QStringLiteral("N"), 2);
+    WaitUntil([] { return false; }, 1'500);
+    EXPECT_EQ(client.Value(QStringLiteral("C"), QStringLiteral("N")), Variant(2));
+    set("644");
+    WaitUntil([] { return false; }, 3'000); // it tries every second or so
+    server.Process().terminate();
+    QStringList log; // without the times
+    for (const QString& line : server.LogUntilEnd().split(u'\n', Qt::SkipEmptyParts)) log.append(line.mid(24));
+    EXPECT_EQ(log.mid(1),
+              QStringList({QStringLiteral("error: History destination 1: Values wait, at most 200000: attempt to write "
+                                          "a readonly database"),
+                           QStringLiteral("info: History destination 1: Values are written again; 0 were dropped "
+                                          "meanwhile."),
+                           QStringLiteral("info: The server ends: It was told to end.")}));
+    EXPECT_EQ(AskedHistory(settings).Ask(QStringLiteral("SELECT item_value FROM velsql_history")),
+              QStringList({QStringLiteral("item_value"), QStringLiteral("1"), QStringLiteral("2")}));
 }
 
 TEST(Robustness, ItEndsInTimeWhateverRuns)
