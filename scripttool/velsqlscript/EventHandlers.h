@@ -31,6 +31,7 @@ public:
     void SetHandler(const ControllerRef& controller, Kind kind, const QJSValue& handler);
     /// Null when there is none.
     QJSValue Handler(const ControllerRef& controller, Kind kind);
+    bool AreThereAny() const { return !m_Subscriptions.empty(); }
 
     /// How a wait ended.
     struct Outcome

@@ -30,8 +30,10 @@ void DefineOptions(QCommandLineParser& parser)
         {QStringLiteral("memory"), QStringLiteral("The script may use <MiB> of memory. Default: 1024."),
          QStringLiteral("MiB")},
     });
-    parser.addHelpOption();
-    parser.addVersionOption();
+    parser.addOptions({
+        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Only print this text.")},
+        {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Only print the version.")},
+    });
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The script, UTF-8; \"-\" is standard input."));
 }
 

@@ -188,6 +188,8 @@ int ScriptBridge::WaitForEvents(const QJSValue& milliseconds)
     return Guarded([&] {
         if (m_Handlers.IsHandling())
             throw ValueError(QStringLiteral("waitForEvents inside an event handler would wait for ever"));
+        if (milliseconds.isUndefined() && !m_Handlers.AreThereAny())
+            throw ValueError(QStringLiteral("waitForEvents without a time and without handlers would wait for ever"));
         if (milliseconds.isUndefined()) return Wait(std::nullopt, true);
         return Wait(Milliseconds(QStringLiteral("waitForEvents"), milliseconds.toNumber()), true);
     });

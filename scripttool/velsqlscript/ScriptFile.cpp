@@ -21,7 +21,8 @@ QByteArray ReadBytes(QFile& file, const QString& title)
     if (file.error() != QFile::NoError)
         throw DescribedError(QStringLiteral("%1: cannot be read: %2").arg(title, file.errorString()));
     if (bytes.size() > LargestScript)
-        throw DescribedError(QStringLiteral("%1: is larger than %2 MiB").arg(title).arg(LargestScript / (1024 * 1024)));
+        throw DescribedError(
+            QStringLiteral("%1: is larger than %2 MiB").arg(title, QString::number(LargestScript / (1024 * 1024))));
     return bytes;
 }
 
@@ -64,6 +65,6 @@ QString ReadScript(const QString& path, const QString& title)
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     QString text = decoder(bytes);
     if (decoder.hasError())
-        throw DescribedError(QStringLiteral("%1:%2: is not UTF-8").arg(title).arg(FirstBadLine(bytes)));
+        throw DescribedError(QStringLiteral("%1:%2: is not UTF-8").arg(title, QString::number(FirstBadLine(bytes))));
     return text;
 }

@@ -107,7 +107,8 @@
     };
 
     function wrap(kind, handle) {
-        return new Proxy(Object.assign(Object.create(null), { kind, handle }), traps);
+        const hidden = value => ({ value, configurable: true });
+        return new Proxy(Object.create(null, { kind: hidden(kind), handle: hidden(handle) }), traps);
     }
 
     function unwrap(value) {

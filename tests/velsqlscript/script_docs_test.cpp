@@ -44,7 +44,7 @@ QList<Example> Examples()
 TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
 {
     const QList<Example> examples = Examples();
-    EXPECT_EQ(examples.size(), 9);
+    EXPECT_EQ(examples.size(), 10);
     for (const Example& example : examples) {
         RealServer server;
         server.Start();

@@ -123,7 +123,8 @@ for (const action of [() => item.value, () => { item.Foo = 1; }, () => { item.Na
                       () => plc.ScanTimes(0.5), () => { item.Activation = "x"; }, () => { plc.OnChangeItem = 5; },
                       () => { item.Value = {a: 1}; }, () => { item.Value = () => 1; }, () => { item.Value = result; },
                       () => plc.RemoveItem(5), () => result.Row(1), () => result.Cell(0, 1), () => { const a = []; a.push(a); item.Value = a; },
-                      () => I2(5).foo, () => String(item) + JSON.stringify([item]), () => "Value" in item && !("Foo" in item)]) attempt(action);
+                      () => I2(5).foo, () => String(item) + JSON.stringify([item]), () => "Value" in item && !("Foo" in item),
+                      () => Object.keys(result), () => waitForEvents()]) attempt(action);
 item.Activation = false;
 item.ValueEx(0, 5);
 print(item.Activation, plc.OnChangeItem, plc.AddItem.length);
@@ -149,6 +150,8 @@ ValueError: arrays are nested more than 16 deep
 TypeError: TypedValue has no member "foo"
 [Item]["[Item]"]
 true
+[]
+ValueError: waitForEvents without a time and without handlers would wait for ever
 false null 0
 )"));
 }
