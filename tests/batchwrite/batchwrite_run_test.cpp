@@ -2,6 +2,7 @@
 #include "tests/batchwrite/BatchWindow.h"
 
 #include <QElapsedTimer>
+#include <QLabel>
 #include <QTest>
 #include <QTimer>
 
@@ -13,6 +14,16 @@ QStringList LineCalls(const QString& item, const QString& value)
 {
     return {u"Controller(PLC1).get_Item(%1)"_s.arg(item), u"Item(%1).put_Value(%2)"_s.arg(item, value)};
 }
+
+struct PaintCount : QObject
+{
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) ++Count;
+        return false;
+    }
+    int Count = 0;
+};
 
 } // namespace
 
@@ -168,17 +179,29 @@ TEST_F(BatchWindow, ClosingDuringARunEndsItSafely)
     EXPECT_EQ(m_Server.m_LiveObjects, 0);
 }
 
+TEST_F(BatchWindow, WhatStandsWhileTheRunWaitsIsPainted)
+{
+    EnterFile("D100,3,1\n");
+    PaintCount paints;
+    BetweenLines([&] {
+        QLabel box(u"a"_s); // as a message box that another window opens
+        box.installEventFilter(&paints);
+        box.show();
+        QTest::qWait(50);
+        for (const QString& text : {u"b"_s, u"c"_s}) {
+            paints.Count = 0;
+            box.setText(text);
+            QTest::qWait(1);
+        }
+        QTest::qWait(100);
+    });
+    Run();
+    EXPECT_EQ(paints.Count, 1);
+}
+
 TEST_F(BatchWindow, PaintsAtMostOnceAFrameWhileEventsAreServed)
 {
-    struct PaintCount : QObject
-    {
-        bool eventFilter(QObject*, QEvent* event) override
-        {
-            if (event->type() == QEvent::Paint) ++Count;
-            return false;
-        }
-        int Count = 0;
-    } paints;
+    PaintCount paints;
     m_Main->Widget()->show();
     QTest::qWait(50);
     m_Main->Log().viewport()->installEventFilter(&paints);

@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QTest>
 #include <QTimer>
 
@@ -28,15 +27,13 @@ protected:
 
 } // namespace
 
-TEST_F(BatchWriteWindow, CaptionsAreLiteral)
+TEST_F(BatchWriteWindow, NamesItsControllerInTheTitleAsItIs)
 {
     EXPECT_EQ(frmBatchWrite().windowTitle(), u"Batch Write"_s);
-    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (PLC1)"_s);
-    EXPECT_EQ(Control<QLabel>("lblItem").text(), u"File Name : "_s);
-    EXPECT_EQ(Control("cmdOpen").text(), u"..."_s);
-    EXPECT_EQ(Control("cmdStart").text(), u"Start"_s);
-    EXPECT_EQ(Control("cmdStop").text(), u"Stop"_s);
-    EXPECT_EQ(Control("cmdClose").text(), u"&Close"_s);
+    m_Main->Widget()->show();
+    m_Form->ShowForm();
+    m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
+    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
 }
 
 TEST_F(BatchWriteWindow, TheFileDialogStartsInTheProgramsFolderAndShowsTheWholeFilterAsOneEntry)
