@@ -13,7 +13,7 @@ constexpr int CheckIntervalMs = 1000;
 } // namespace
 
 /// One controller's two handlers.
-class EventHandlers::Subscription : public ControllerEvents
+class EventHandlers::Subscription final : public ControllerEvents
 {
 public:
     Subscription(VelSQLController& controller, const QString& name, EventHandlers& handlers)

@@ -20,11 +20,11 @@ QByteArray s_OutOfMemory;
 QByteArray s_OutOfStack;
 QByteArray s_Crashed;
 std::uintptr_t s_StackEnd = 0; ///< the lowest address that the stack may reach
-std::array<std::byte, 64 * 1024> s_HandlerStack;
+std::array<std::byte, 65'536> s_HandlerStack;
 
-constexpr std::uintptr_t StackMargin = 1024 * 1024;
+constexpr std::uintptr_t StackMargin = 1'048'576;
 /// The script engine asks for memory in pieces of about this size.
-constexpr std::size_t Probe = 16 * 1024 * 1024;
+constexpr std::size_t Probe = 16'777'216;
 
 [[noreturn]] void EndWith(const QByteArray& message)
 {

@@ -61,7 +61,7 @@ QJSValue ScriptBridge::RunPrelude()
     QFile file(QStringLiteral(":/velsqlscript/prelude.js"));
     if (!file.open(QFile::ReadOnly)) qFatal("the prelude is missing");
     const QJSValue prelude = m_Engine.evaluate(QString::fromUtf8(file.readAll()), QStringLiteral("prelude"));
-    const QJSValue functions = prelude.call({m_Engine.newQObject(this), m_Engine.globalObject()});
+    QJSValue functions = prelude.call({m_Engine.newQObject(this), m_Engine.globalObject()});
     if (!functions.isObject() || functions.isError()) qFatal("prelude.js: %s", qPrintable(functions.toString()));
     return functions;
 }

@@ -20,9 +20,7 @@ QByteArray ReadBytes(QFile& file, const QString& title)
     }
     if (file.error() != QFile::NoError)
         throw DescribedError(QStringLiteral("%1: cannot be read: %2").arg(title, file.errorString()));
-    if (bytes.size() > LargestScript)
-        throw DescribedError(
-            QStringLiteral("%1: is larger than %2 MiB").arg(title, QString::number(LargestScript / (1024 * 1024))));
+    if (bytes.size() > LargestScript) throw DescribedError(QStringLiteral("%1: is larger than 16 MiB").arg(title));
     return bytes;
 }
 

@@ -2,7 +2,7 @@
 
 #include <QString>
 
-inline constexpr qint64 LargestScript = 16 * 1024 * 1024;
+inline constexpr qint64 LargestScript = 16'777'216; ///< 16 MiB
 
 /// The text of a script: of a file, or of standard input when `path` is "-". A byte order mark is left out. Throws DescribedError for what
 /// is no readable file of at most LargestScript bytes, or no UTF-8; `title` names the script in that message.
