@@ -48,7 +48,6 @@ HistoryTable::HistoryTable(const DatabaseSession& session, bool isPostgreSql, co
     : m_Session(session)
     , m_IsPostgreSql(isPostgreSql)
     , m_Name(QuotedName(name))
-    , m_Insert(session.Database())
 {
 }
 
@@ -102,7 +101,6 @@ void HistoryTable::Write(std::span<const RecordedValue> values, qint32 maxRecord
         Trim(maxRecord);
         if (!database.commit()) throw DatabaseError(database.lastError());
     } catch (...) {
-        m_Insert.finish();
         m_Count = -1;
         database.rollback();
         throw;
@@ -118,16 +116,9 @@ void HistoryTable::Insert(std::span<const RecordedValue> values)
 void HistoryTable::InsertOneByOne(std::span<const RecordedValue> values)
 {
     TimeSpeller times;
-    if (m_Insert.lastQuery().isEmpty() &&
-        !m_Insert.prepare(QStringLiteral("INSERT INTO %1 VALUES (?, ?, ?, ?)").arg(m_Name)))
-        throw DatabaseError(m_Insert.lastError());
-    for (const RecordedValue& value : values) {
-        m_Insert.bindValue(0, value.Controller);
-        m_Insert.bindValue(1, value.Item);
-        m_Insert.bindValue(2, ToSql(value.Value));
-        m_Insert.bindValue(3, times.Spell(value.Time));
-        if (!m_Insert.exec()) throw DatabaseError(m_Insert.lastError());
-    }
+    if (!m_Insert) m_Insert.emplace(m_Session, m_Name);
+    for (const RecordedValue& value : values)
+        m_Insert->Run(value.Controller, value.Item, ToSql(value.Value), times.Spell(value.Time));
 }
 
 void HistoryTable::InsertTogether(std::span<const RecordedValue> values)

@@ -1,10 +1,9 @@
 #pragma once
 
-#include "server/history/Database.h"
+#include "server/history/SqliteInsert.h"
 #include "server/plant/Moment.h"
 
-#include <QSqlQuery>
-
+#include <optional>
 #include <span>
 
 /// A change of an item as it is recorded.
@@ -41,7 +40,7 @@ private:
 
     const DatabaseSession& m_Session;
     const bool m_IsPostgreSql;
-    const QString m_Name; ///< quoted
-    QSqlQuery m_Insert;
-    qint64 m_Count = -1; ///< rows in the table, PostgreSQL only; -1: not counted yet
+    const QString m_Name;                 ///< quoted
+    std::optional<SqliteInsert> m_Insert; ///< SQLite only
+    qint64 m_Count = -1;                  ///< rows in the table, PostgreSQL only; -1: not counted yet
 };

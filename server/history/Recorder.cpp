@@ -157,6 +157,9 @@ private:
                 return false;
             }
             return WriteWithout(batch, error.Description());
+        } catch (const DescribedError& error) {
+            BeAway(error.Description());
+            return false;
         }
     }
 
