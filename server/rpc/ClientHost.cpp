@@ -87,19 +87,27 @@ void ClientHost::Accept()
 
 void ClientHost::Serve(int socket)
 {
-    const bool isWelcome = IsSameUser(socket) && m_Clients < MostClients;
-    if (!isWelcome) {
-        Log(LogLevel::Warning, m_Clients < MostClients ? QStringLiteral("Another user's process was turned away.")
-                                                       : QStringLiteral("More than %1 clients.").arg(MostClients));
+    const QString objection = ObjectionTo(socket);
+    if (!objection.isEmpty()) {
+        if (objection != m_SaidLast) Log(LogLevel::Warning, objection); // not for each of thousands
+        m_SaidLast = objection;
         close(socket);
         return;
     }
+    m_SaidLast.clear();
     auto stream = m_Io.lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                                   kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK |
                                                                   kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC);
     auto client = kj::heap<Client>(*this, kj::mv(stream));
     auto gone = client->Network.onDisconnect();
     m_Tasks.add(gone.attach(kj::mv(client)));
+}
+
+QString ClientHost::ObjectionTo(int socket) const
+{
+    if (!IsSameUser(socket)) return QStringLiteral("Another user's process was turned away.");
+    if (m_Clients < MostClients) return {};
+    return QStringLiteral("There are %1 clients: further ones are turned away.").arg(MostClients);
 }
 
 void ClientHost::Count(int change)

@@ -5,6 +5,8 @@
 #include <kj/async-io.h>
 #include <kj/async-unix.h>
 
+#include <QString>
+
 #include <functional>
 
 /// Accepts this user's clients at a listening socket and serves each until it goes.
@@ -25,6 +27,7 @@ private:
     kj::Promise<void> AcceptAll();
     void Accept();
     void Serve(int socket);
+    QString ObjectionTo(int socket) const;
     void Count(int change);
     void taskFailed(kj::Exception&& exception) override;
 
@@ -34,5 +37,6 @@ private:
     wire::Library::Client m_Library;
     std::function<void()> m_CountChanged;
     int m_Clients = 0;
+    QString m_SaidLast; ///< why somebody was turned away, until somebody is not
     kj::TaskSet m_Tasks;
 };

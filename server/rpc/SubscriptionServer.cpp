@@ -46,7 +46,7 @@ void SubscriptionServer::Drop()
             QStringLiteral("A subscriber of controller \"%1\" does not read its events: %2 are waiting, "
                            "further ones are dropped.")
                 .arg(m_Controller->Name())
-                .arg(MostWaiting));
+                .arg(m_Waiting.size()));
 }
 
 void SubscriptionServer::SendWaiting()

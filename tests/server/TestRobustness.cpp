@@ -118,6 +118,8 @@ TEST(Robustness, AThousandConnections)
         TestClient another(server.SocketPath());
         return Answers(another);
     }));
+    server.Process().terminate();
+    EXPECT_EQ(server.LogUntilEnd().count(QStringLiteral("There are 1024 clients: further ones are turned away.\n")), 1);
 }
 
 TEST(Robustness, ClientsThatVanishLeaveNothing)
