@@ -133,7 +133,8 @@ QString frmScriptTool::Program() const
 
 QStringList frmScriptTool::Arguments() const
 {
-    QStringList arguments{QStringLiteral("--title"), Title};
+    // The console starts a server when it starts itself, and at no other time.
+    QStringList arguments{QStringLiteral("--attach"), QStringLiteral("--title"), Title};
     for (const QString& name : m_Names) arguments << QStringLiteral("--name") << name;
     return arguments << QStringLiteral("-");
 }

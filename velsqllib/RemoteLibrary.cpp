@@ -27,6 +27,17 @@ EngineRef RemoteLibrary::CreateEngine()
         ServerStarter starter(m_ServerProgram, m_SocketPath);
         while (!m_Connection->Attach()) starter.WaitAWhile();
     }
+    return AttachedEngine();
+}
+
+EngineRef RemoteLibrary::AttachEngine()
+{
+    if (!m_Connection->Attach()) throw ServerError(QStringLiteral("No VelSQL server is running."));
+    return AttachedEngine();
+}
+
+EngineRef RemoteLibrary::AttachedEngine()
+{
     return m_Connection->Call([this] { return m_Connection->CreateEngineRequest().send(); },
                               [this](auto response) {
                                   return std::make_shared<EngineProxy>(m_Connection, ObjectWay{}, response.getResult());

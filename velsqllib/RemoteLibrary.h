@@ -14,11 +14,15 @@ public:
     ~RemoteLibrary() override;
 
     EngineRef CreateEngine() override;
+    /// As CreateEngine, but starts no server: throws ServerError when none runs.
+    EngineRef AttachEngine();
     ValueConverterRef CreateValueConverter() override;
     /// For who waits for events and would not notice that none can come. Throws ServerError when the server does not answer.
     void Ping();
 
 private:
+    EngineRef AttachedEngine();
+
     QString m_SocketPath;
     QString m_ServerProgram;
     ConnectionRef m_Connection;

@@ -29,6 +29,7 @@ void DefineOptions(QCommandLineParser& parser)
          QStringLiteral("text")},
         {QStringLiteral("memory"), QStringLiteral("The script may use <MiB> of memory. Default: 1024."),
          QStringLiteral("MiB")},
+        {QStringLiteral("attach"), QStringLiteral("Use a server that is running; start none.")},
     });
     parser.addOptions({
         {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Only print this text.")},
@@ -88,5 +89,6 @@ ScriptOptions ReadOptions(const QStringList& arguments)
     options.Title = Title(parser, options.File);
     options.Names = Names(parser);
     options.MemoryMegabytes = Memory(parser);
+    options.AttachOnly = parser.isSet(QStringLiteral("attach"));
     return options;
 }

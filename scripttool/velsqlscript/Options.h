@@ -9,6 +9,7 @@ struct ScriptOptions
     QString Title;
     QStringList Names;
     int MemoryMegabytes = 1024;
+    bool AttachOnly = false; ///< no server is started
     QString Answer; ///< of --help and --version: to be printed, and nothing else to be done
 };
 

@@ -43,7 +43,7 @@ int RunScript(const ScriptOptions& options)
     RemoteLibrary library;
     EngineRef engine;
     try {
-        engine = library.CreateEngine();
+        engine = options.AttachOnly ? library.AttachEngine() : library.CreateEngine();
     } catch (const ServerError& error) {
         return Fail(NoServer, QStringLiteral("velsqlscript: ") + error.Description());
     }

@@ -19,7 +19,7 @@ TEST_F(ScriptWindow, EveryRunEndsWithWhatItPrintedAndHowItEnded)
 {
     m_Tool->put_Script(u"ü\r\n"_s.repeated(100'000)); // more than fits into a pipe, and read by the first program only
     const OneRun runs[] = {
-        {"echo \"$@\"; wc -c", u"Ended."_s, u"--title Script -\n300000\n"_s},
+        {"echo \"$@\"; wc -c", u"Ended."_s, u"--attach --title Script -\n300000\n"_s},
         {"exec <&-", u"Ended."_s, u""_s},
         {"echo a; echo b >&2; exit 3", u"Failed (exit code 3)."_s, u"a\nb\n"_s},
         {"kill -9 $$", u"The script process ended unexpectedly (signal 9)."_s, u""_s},

@@ -31,7 +31,8 @@ TEST_F(ScriptWindow, NamesOfTheEngineAreHandedToTheScript)
     m_Tool->RemoveObject(u"Vlx"_s);
     EXPECT_EQ(ErrorOf([&] { m_Tool->RemoveObject(u"Vlx"_s); }), u"There is no script object \"Vlx\"."_s);
     Run("echo \"$@\"");
-    EXPECT_EQ(Printed(), u"--title Script --name Vlx --name $e_2 -\n--title Script --name $e_2 -\n"_s);
+    EXPECT_EQ(Printed(),
+              u"--attach --title Script --name Vlx --name $e_2 -\n--attach --title Script --name $e_2 -\n"_s);
 }
 
 TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)

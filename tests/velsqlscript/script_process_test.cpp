@@ -178,9 +178,11 @@ try { for (;;) plc.Item("D100").Value; } catch (error) { print(error.name, error
     EXPECT_EQ(script.Finish(), Outcome());
 }
 
-TEST(ScriptServer, IsStartedWhenNoneRuns)
+TEST(ScriptServer, IsStartedWhenNoneRunsUnlessOnlyARunningOneIsWanted)
 {
     RealServer folders;
+    EXPECT_EQ(RunScript("print(1)", {QStringLiteral("--attach")}),
+              (Outcome{{}, QStringLiteral("velsqlscript: No VelSQL server is running.\n"), 3}));
     EXPECT_EQ(RunScript("print(Vlx.ControllerNames.length); try { Vlx.Execute('terminate') } catch (error) {}"),
               (Outcome{QStringLiteral("3\n"), {}, 0}));
     qputenv("XDG_RUNTIME_DIR", "/nonexistent/run");
