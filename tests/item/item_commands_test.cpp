@@ -1,16 +1,11 @@
 #include "core/automation/SafeArray.h"
 #include "core/GridRefresher.h"
-#include "core/ListBox.h"
-#include "core/MessageBoxes.h"
 #include "tests/item/ItemWindow.h"
 
 #include <QApplication>
 #include <QDialog>
 #include <QRadioButton>
-#include <QTest>
 #include <QTimer>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -18,8 +13,19 @@ class ItemCommands : public ItemWindow
 {
 protected:
     /// What the controls of a value hold.
-    QStringList Entry() { return {Control<ListBox>("cmbType").currentText(), Text("txtValue")}; }
+    QStringList Entry() { return {List("cmbType").currentText(), Text("txtValue")}; }
 };
+
+/// Works in the next modal dialog, which then is there.
+template <std::invocable<QDialog&> Work>
+void InTheDialog(Work&& work)
+{
+    QTimer::singleShot(0, qApp, [work] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        ASSERT_TRUE(dialog);
+        work(*dialog);
+    });
+}
 
 } // namespace
 
@@ -31,12 +37,9 @@ TEST_F(ItemCommands, GetShowsTypeAndText)
         QString Type, Text;
     } rows[] = {{Variant(), u"EMPTY"_s, u""_s},
                 {Variant(Null()), u"NULL"_s, u""_s},
-                {Variant(true), u"BOOL"_s, u"True"_s},
-                {Variant(qint32{-7}), u"I4"_s, u"-7"_s},
                 {Variant(u"a, <b>b</b> & \"c\"\r\n"_s), u"BSTR"_s, u"a, <b>b</b> & \"c\"\r\n"_s},
                 {Variant(QString(1'000'000, u'x')), u"BSTR"_s, QString(1'000'000, u'x')},
                 {Variant(qint8{-1}), u"(Unknown)"_s, u"-1"_s},
-                {Variant(SafeArray(QList<double>(8, 1.5))), u"ARRAY | R8"_s, u"1.5,1.5,1.5,1.5,1.5,1.5,1.5,1.5"_s},
                 {Variant(SafeArray(QList<double>(9, 1.5))), u"ARRAY | R8"_s, u"..."_s},
                 {Variant(ObjectRef()), u"(Unknown)"_s, u"..."_s}};
     Open();
@@ -44,18 +47,14 @@ TEST_F(ItemCommands, GetShowsTypeAndText)
         Item().Value = row.Value;
         Press("cmdGet");
         EXPECT_EQ(Entry(), QStringList({row.Type, row.Text}));
-        EXPECT_EQ(Control<QPushButton>("cmdPut").isEnabled(), row.Type != u"(Unknown)");
+        EXPECT_EQ(IsEnabled("cmdPut"), row.Type != u"(Unknown)");
         EXPECT_EQ(TakeLog(), QStringList({u"Calling Item:get_Value..."_s, u"Succeeded."_s}));
         EXPECT_EQ(m_Main.Status(), u"Ready."_s);
     }
-}
-
-TEST_F(ItemCommands, GetKeepsTheEntryWhenTheTextIsTooLongForALine)
-{
-    Open();
+    const QStringList entry = Entry();
     Item().Value = Variant(QString(3'000'000, u'x'));
     Press("cmdGet");
-    EXPECT_EQ(Entry(), QStringList({u"EMPTY"_s, QString()}));
+    EXPECT_EQ(Entry(), entry);
     EXPECT_EQ(TakeLog().constLast(), u"The value is too long to be shown: 3000000 characters."_s);
 }
 
@@ -83,14 +82,10 @@ TEST_F(ItemCommands, GetReadsElementIndexesFromText)
     {
         QString Typed, Indexes, Failure;
     } rows[] = {{u""_s, u"0, 0, 0"_s, {}},
-                {u"7"_s, u"7, 0, 0"_s, {}},
-                {u"1,2"_s, u"1, 2, 0"_s, {}},
                 {u"1,2,3,4"_s, u"1, 2, 3"_s, {}}, // the fourth is read and dropped: meant
                 {u" -1 ,+2, ,"_s, u"-1, 2, 0"_s, {}},
                 {u"2.5,3.5,12abc"_s, u"2, 4, 12"_s, {}},
-                {u"abc"_s, u"0, 0, 0"_s, {}},
                 {u"1,2,3,4,5"_s, {}, u"Subscript out of range"_s},
-                {u",,,,"_s, {}, u"Subscript out of range"_s},
                 {u"2147483648"_s, {}, u"Overflow"_s},
                 {u"1,2,3,1e10"_s, {}, u"Overflow"_s}};
     Open();
@@ -131,52 +126,39 @@ TEST_F(ItemCommands, PutWritesThePropertyChosen)
         EXPECT_TRUE(m_Main.m_StatusTexts.contains(row.Operation + u"..."_s));
         EXPECT_EQ(m_Main.Status(), u"Ready."_s);
     }
-}
-
-TEST_F(ItemCommands, PutAnnouncesNothingForATextThatDoesNotFitItsType)
-{
-    Open();
-    Choose("cmbType", u"I4"_s);
-    Type("txtValue", u"12abc"_s);
+    Type("txtValue", u"12abc"_s); // refused before anything is announced
     Press("cmdPut");
-    EXPECT_EQ(TakeLog(), QStringList({u"Type mismatch"_s}));
+    EXPECT_EQ(TakeLog(), QStringList{u"Type mismatch"_s});
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 
 TEST_F(ItemCommands, AFailingCallIsLoggedAndChangesNothing)
 {
-    const struct
-    {
-        const char* Button;
-        QString Property, Announced;
-    } rows[] = {{"cmdGet", u"Value"_s, u"Calling Item:get_Value..."_s},
-                {"cmdGet", u"Tag"_s, u"Calling Item:get_Tag..."_s},
-                {"cmdGet", u"ID"_s, u"Calling Item:get_ID..."_s},
-                {"cmdGet", u"Elements"_s, u"Calling Item:get_Elements..."_s},
-                {"cmdPut", u"Value"_s, u"Calling Item:put_Value..."_s},
-                {"cmdPut", u"Tag"_s, u"Calling Item:put_Tag..."_s},
-                {"cmdPut", u"ID"_s, u"Calling Item:put_ID..."_s},
-                {"cmdPut", u"Elements"_s, u"Calling Item:put_Elements..."_s},
-                {"cmdSnapshot", u"Value"_s, u"Calling Controller:Snapshot..."_s}};
+    QList<std::tuple<const char*, QString, QString>> rows;
+    for (const QString& property : {u"Value"_s, u"Tag"_s, u"ID"_s, u"Elements"_s}) {
+        rows.append({"cmdGet", property, u"Calling Item:get_%1..."_s.arg(property)});
+        rows.append({"cmdPut", property, u"Calling Item:put_%1..."_s.arg(property)});
+    }
+    rows.append({"cmdSnapshot", u"Value"_s, u"Calling Controller:Snapshot..."_s}); // it names the controller: meant
     Open();
     Choose("cmbType", u"I2"_s);
     Type("txtValue", u"3"_s);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.Announced.toStdString());
-        Choose("cmbProperty", row.Property);
-        const QStringList enabled = Enabled();
+    for (const auto& [button, property, announced] : rows) {
+        SCOPED_TRACE(announced.toStdString());
+        Choose("cmbProperty", property);
+        const QString enabled = Enabled();
         m_Server.FailCall(1, u"The item is gone."_s);
-        Press(row.Button);
-        EXPECT_EQ(TakeLog(), QStringList({row.Announced, u"The item is gone."_s}));
+        Press(button);
+        EXPECT_EQ(TakeLog(), QStringList({announced, u"The item is gone."_s}));
         EXPECT_EQ(m_Main.Status(), u"Ready."_s);
         EXPECT_EQ(Entry(), QStringList({u"I2"_s, u"3"_s}));
         EXPECT_EQ(Enabled(), enabled);
-        Press(row.Button);
-        EXPECT_EQ(TakeLog(), QStringList({row.Announced, u"Succeeded."_s}));
+        Press(button);
+        EXPECT_EQ(TakeLog(), QStringList({announced, u"Succeeded."_s}));
         Choose("cmbType", u"I2"_s);
         Type("txtValue", u"3"_s);
     }
-    EXPECT_EQ(TakeCalls().constLast(), u"Item(D100).Snapshot()"_s); // although the log names the controller: meant
+    EXPECT_EQ(TakeCalls().constLast(), u"Item(D100).Snapshot()"_s);
 }
 
 TEST_F(ItemCommands, ActivationIsPutWithoutAnnouncementAndItsFailureLogged)
@@ -186,7 +168,7 @@ TEST_F(ItemCommands, ActivationIsPutWithoutAnnouncementAndItsFailureLogged)
          {std::pair{"chkActv", u"put_Activation"_s}, std::pair{"chkLinkActv", u"put_LinkActivation"_s}}) {
         Open();
         TakeLog();
-        const bool first = !Control<QCheckBox>(box).isChecked();
+        const bool first = !Check(box).isChecked();
         Tick(box, first);
         m_Server.FailCall(1, u"Refused"_s);
         Tick(box, !first);
@@ -195,34 +177,34 @@ TEST_F(ItemCommands, ActivationIsPutWithoutAnnouncementAndItsFailureLogged)
         };
         EXPECT_EQ(TakeCalls(), QStringList({call(first), call(!first)}));
         EXPECT_EQ(TakeLog(), QStringList({u"Refused"_s}));
-        EXPECT_EQ(Control<QCheckBox>(box).isChecked(), !first);
+        EXPECT_EQ(Check(box).isChecked(), !first);
     }
 }
 
-class ItemRemoval : public ItemCommands
+class ItemRemoval : public ItemWindow
 {
 protected:
     ItemRemoval()
     {
         m_Main.Tree().Remove(Node());
-        m_Main.Tree().Insert(m_Main.m_Controller, 0, u"D100"_s, NodeTag::AddItem);
-        m_Main.SelectNode(m_Main.m_Controller);
+        m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
+        m_Main.SelectNode(m_Controller);
         Open();
     }
 
-    int m_Children = m_Main.m_Controller->ChildCount();
+    int m_Children = m_Controller->ChildCount();
 };
 
 TEST_F(ItemRemoval, TakesItemNodeAndWindowAway)
 {
     m_Answer = QMessageBox::Yes;
     Press("cmdRemove");
-    EXPECT_EQ(m_Boxes, QStringList({u"Are you sure ?"_s}));
+    EXPECT_EQ(m_Boxes, QStringList{u"1 Are you sure ?"_s});
     EXPECT_EQ(TakeCalls(), QStringList({u"Item(D100).get_Name()"_s, u"Controller(PLC1).RemoveItem(D100)"_s}));
     EXPECT_EQ(TakeLog(), QStringList({u"Calling Controller:RemoveItem..."_s, u"Succeeded."_s}));
-    EXPECT_EQ(m_Main.m_Controller->ChildCount(), m_Children - 1);
-    EXPECT_EQ(m_Main.m_Controller->Child(0)->Text(), u"D200"_s);
-    EXPECT_EQ(m_Main.m_CurrentNode, m_Main.m_Controller);
+    EXPECT_EQ(m_Controller->ChildCount(), m_Children - 1);
+    EXPECT_EQ(m_Controller->Child(0)->Text(), u"D200"_s);
+    EXPECT_EQ(m_Main.m_CurrentNode, m_Controller);
     EXPECT_EQ(m_Main.m_StatusBarRefreshes, 1);
     EXPECT_EQ(ChildWindow::Forms().size(), 0);
     EXPECT_EQ(m_Server.m_LiveObjects, 1);
@@ -239,17 +221,15 @@ TEST_F(ItemRemoval, LeavesEverythingWhenTheOperatorOrTheServerRefuses)
         m_Server.FailCall(n, u"In use"_s);
         Press("cmdRemove");
         EXPECT_EQ(TakeLog(), QStringList({u"Calling Controller:RemoveItem..."_s, u"In use"_s}));
-        EXPECT_EQ(m_Main.m_Controller->ChildCount(), m_Children);
+        EXPECT_EQ(m_Controller->ChildCount(), m_Children);
         EXPECT_FALSE(m_Form->IsUnloading());
     }
 }
 
 TEST_F(ItemRemoval, TheWindowMayGoWhileTheQuestionIsOpen)
 {
-    modMain::ReplaceMessageBoxes([this](QMessageBox&) {
-        m_Form->Unload();
-        return QMessageBox::Yes;
-    });
+    m_Answer = QMessageBox::Yes;
+    m_WhileAsking = [this] { m_Form->Unload(); };
     Press("cmdRemove");
     EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
     EXPECT_EQ(m_Server.m_LiveObjects, 1);
@@ -260,13 +240,11 @@ TEST_F(ItemCommands, ThePerformanceCheckOpensAndTheGridRestsMeanwhile)
     m_Main.Widget()->show();
     Open().ShowForm();
     QStringList meanwhile;
-    QTimer::singleShot(0, &m_Main.Log(), [&] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        ASSERT_TRUE(dialog);
-        dialog->findChild<QPushButton*>(u"cmdStart"_s)->click();
+    InTheDialog([&](QDialog& dialog) {
+        dialog.findChild<QPushButton*>(u"cmdStart"_s)->click();
         QTest::qWait(2 * GridRefresher::IntervalMs);
         meanwhile = TakeCalls();
-        dialog->reject();
+        dialog.reject();
     });
     Press("cmdPerfchk");
     EXPECT_EQ(meanwhile, QStringList({u"Item(D100).get_Value()"_s}));
@@ -276,13 +254,11 @@ TEST_F(ItemCommands, ThePerformanceCheckOpensAndTheGridRestsMeanwhile)
 TEST_F(ItemCommands, AnEndlessPerformanceCheckEndsWhenItsWindowIsUnloaded)
 {
     Open();
-    QTimer::singleShot(0, &m_Main.Log(), [&] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        ASSERT_TRUE(dialog);
-        dialog->findChild<QRadioButton*>(u"optPattern_2"_s)->setChecked(true);
+    InTheDialog([](QDialog& dialog) {
+        dialog.findChild<QRadioButton*>(u"optPattern_2"_s)->setChecked(true);
         QMetaObject::invokeMethod(
             qApp, [] { ChildWindow::UnloadAll(); }, Qt::QueuedConnection);
-        dialog->findChild<QPushButton*>(u"cmdStart"_s)->click();
+        dialog.findChild<QPushButton*>(u"cmdStart"_s)->click();
     });
     Press("cmdPerfchk");
     EXPECT_EQ(TakeCalls(), QStringList({u"Item(D100).get_Value()"_s}));

@@ -7,8 +7,6 @@
 #include <QDir>
 #include <QImageWriter>
 
-using namespace Qt::StringLiterals;
-
 namespace {
 
 QList<quint8> Bytes(const QByteArray& bytes)
@@ -82,21 +80,16 @@ TEST_F(ItemPicture, IsWrittenUnchangedAndShown)
     }
 }
 
-TEST_F(ItemPicture, GoesWithTheNextValueOfAnotherTypeAndTheFileStays)
+TEST_F(ItemPicture, ShowsTheNewestValue)
 {
-    const QByteArray bytes = Encoded(Filled({4, 4}, Qt::red), "bmp");
-    Get(bytes);
+    Get(Encoded(Filled({4, 4}, Qt::red), "bmp"));
+    const QByteArray second = Encoded(Filled({4, 4}, Qt::blue), "bmp"); // within a second, as many bytes
+    Get(second);
+    EXPECT_EQ(Shown().pixelColor(0, 0), QColor(Qt::blue));
     Item().Value = Variant(qint32{1});
     Press("cmdGet");
     EXPECT_TRUE(Shown().isNull());
-    EXPECT_EQ(File(), bytes);
-}
-
-TEST_F(ItemPicture, ReplacedWithinASecondShowsTheNewOne)
-{
-    Get(Encoded(Filled({4, 4}, Qt::red), "bmp"));
-    Get(Encoded(Filled({4, 4}, Qt::blue), "bmp")); // the same size in bytes
-    EXPECT_EQ(Shown().pixelColor(0, 0), QColor(Qt::blue));
+    EXPECT_EQ(File(), second) << "the file stays";
 }
 
 TEST_F(ItemPicture, BytesThatAreNoWholePictureAreLoggedAndLeaveNoStaleOne)
@@ -139,26 +132,19 @@ TEST_F(ItemPicture, BytesThatAreNoWholePictureAreLoggedAndLeaveNoStaleOne)
 TEST_F(ItemPicture, AFileThatCannotBeWrittenIsLoggedAndLeavesNoStalePicture)
 {
     const QByteArray bmp = Encoded(Filled({4, 4}, Qt::red), "bmp");
+    const auto expectUnwritten = [&](const QString& reason) {
+        const QString failure = u"The picture file %1/Temp.bmp cannot be written: "_s.arg(m_Folder) + reason;
+        Get(bmp);
+        EXPECT_EQ(TakeLog(), m_Succeeded + QStringList{failure});
+        EXPECT_TRUE(Shown().isNull());
+    };
     Get(bmp);
     TakeLog();
-
     m_Folder += u"/missing"_s;
-    Get(bmp);
-    EXPECT_EQ(TakeLog(),
-              m_Succeeded +
-                  QStringList(
-                      {u"The picture file %1/Temp.bmp cannot be written: No such file or directory"_s.arg(m_Folder)}));
-    EXPECT_TRUE(Shown().isNull());
-
+    expectUnwritten(u"No such file or directory"_s);
     QDir().mkpath(m_Folder);
     QFile::link(u"/dev/full"_s, m_Folder + u"/Temp.bmp"_s); // a full disk
-    Get(bmp);
-    EXPECT_EQ(
-        TakeLog(),
-        m_Succeeded +
-            QStringList({u"The picture file %1/Temp.bmp cannot be written: No space left on device"_s.arg(m_Folder)}));
-    EXPECT_TRUE(Shown().isNull());
-
+    expectUnwritten(u"No space left on device"_s);
     Get(bmp);
     EXPECT_EQ(TakeLog(), m_Succeeded);
     EXPECT_FALSE(Shown().isNull());

@@ -61,6 +61,8 @@ public:
     Item& FindItem(const QString& controller, const QString& item);
 
     QList<Controller> m_Controllers;
+    /// What the server says of its controllers when it is not simply `m_Controllers`.
+    std::optional<Variant> m_ListedControllers;
     History m_History;
     Variant m_EngineExecuteResult;
     /// The definition that the last AddItem brought; its element 0 became the name of the new item.

@@ -1,0 +1,267 @@
+#include "tests/support/FakeObjects.h"
+
+#include "core/automation/Errors.h"
+#include "core/automation/PlainText.h"
+#include "core/automation/SafeArray.h"
+#include "tests/support/FakeConverter.h"
+#include "tests/support/FakeServer.h"
+
+#include <QStringBuilder>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// The typed text where there is one, else code and "...".
+QString ArgumentText(const Variant& value)
+{
+    try {
+        return FakeConverter().ValueToText(value, 0);
+    } catch (const ValueError&) {
+        return QString::number(value.Type()) % u",...";
+    }
+}
+
+template <typename T>
+QString ArgumentText(const T& argument)
+{
+    return ToPlainText(Variant(argument));
+}
+
+/// What all objects of the fake share: they are counted while they live and say every call before they answer.
+template <typename Interface>
+class FakeObject : public Interface
+{
+public:
+    FakeObject(FakeServer& server, QString name)
+        : m_Server(server)
+        , m_Name(std::move(name))
+    {
+        ++m_Server.m_LiveObjects;
+    }
+    ~FakeObject() override { --m_Server.m_LiveObjects; }
+
+protected:
+    template <typename... Arguments>
+    FakeServer& Called(const char* operation, const Arguments&... arguments)
+    {
+        const QString name = QString::fromLatin1(operation);
+        const QStringList texts{ArgumentText(arguments)...};
+        m_Server.Record(m_Name % u'.' % name % u'(' % texts.join(u", ") % u')', name);
+        return m_Server;
+    }
+
+    FakeServer& m_Server;
+    const QString m_Name;
+};
+
+class FakeItem : public FakeObject<VelSQLItem>
+{
+public:
+    FakeItem(FakeServer& server, QString controller, const QString& item)
+        : FakeObject(server, u"Item(" % item % u')')
+        , m_Controller(std::move(controller))
+        , m_Item(item)
+    {
+    }
+
+    Variant get_Value() override { return Row("get_Value").Value; }
+    void put_Value(const Variant& value) override { Row("put_Value", value).Value = value; }
+    void Snapshot() override { Row("Snapshot"); }
+    bool get_Activation() override { return Row("get_Activation").Activation; }
+    void put_Activation(bool active) override { Row("put_Activation", active).Activation = active; }
+    Variant get_DateTime() override { return Row("get_DateTime").DateTime; }
+    qint32 get_Index() override { return static_cast<qint32>(&Row("get_Index") - Items().data()); }
+    bool get_LinkActivation() override { return Row("get_LinkActivation").LinkActivation; }
+    void put_LinkActivation(bool active) override { Row("put_LinkActivation", active).LinkActivation = active; }
+    qint32 get_Microsecond() override { return Row("get_Microsecond").Microsecond; }
+    qint32 get_State() override { return Row("get_State").State; }
+    Variant get_Tag() override { return Row("get_Tag").Tag; }
+    void put_Tag(const Variant& value) override { Row("put_Tag", value).Tag = value; }
+    void put_ValueEx(qint32 delay, const Variant& value) override { Row("put_ValueEx", delay, value).Value = value; }
+    qint32 get_Attribute() override { return Row("get_Attribute").Attribute; }
+    QString get_Description() override { return Row("get_Description").Description; }
+    Variant get_Elements(qint32 index1, qint32 index2, qint32 index3) override
+    {
+        return Row("get_Elements", index1, index2, index3).Elements;
+    }
+    Variant get_ID() override { return Row("get_ID").ID; }
+    void put_ID(const Variant& value) override { Row("put_ID", value).ID = value; }
+    Variant get_LinkItem() override { return Row("get_LinkItem").LinkItem; }
+    QString get_Name() override { return Row("get_Name").Name; }
+    Variant get_SettingData(qint32 index) override { return Row("get_SettingData", index).SettingData; }
+
+private:
+    QList<FakeServer::Item>& Items() { return m_Server.FindController(m_Controller).Items; }
+    template <typename... Arguments>
+    FakeServer::Item& Row(const char* operation, const Arguments&... arguments)
+    {
+        return Called(operation, arguments...).FindItem(m_Controller, m_Item);
+    }
+
+    const QString m_Controller;
+    const QString m_Item;
+};
+
+class FakeSubscription : public EventSubscription
+{
+public:
+    FakeSubscription(FakeServer& server, const QString& controller, ControllerEvents& events)
+        : m_Server(server)
+    {
+        m_Server.m_Subscribers.append({controller, &events, this});
+    }
+    ~FakeSubscription() override
+    {
+        erase_if(m_Server.m_Subscribers, [this](const auto& subscriber) { return subscriber.Subscription == this; });
+    }
+
+private:
+    FakeServer& m_Server;
+};
+
+Variant Names(const auto& rows)
+{
+    QStringList names;
+    for (const auto& row : rows) names << row.Name;
+    return Variant(SafeArray(QList<QString>(names)));
+}
+
+class FakeController : public FakeObject<VelSQLController>
+{
+public:
+    FakeController(FakeServer& server, const QString& controller)
+        : FakeObject(server, u"Controller(" % controller % u')')
+        , m_Controller(controller)
+    {
+    }
+
+    ItemRef get_Item(const Variant& name) override
+    {
+        Row("get_Item", name.Get<QString>());
+        m_Server.FindItem(m_Controller, name.Get<QString>());
+        return std::make_shared<FakeItem>(m_Server, m_Controller, name.Get<QString>());
+    }
+    void Start() override { Row("Start"); }
+    void Stop() override { Row("Stop"); }
+    void Snapshot() override { Row("Snapshot"); }
+    void AddItem(const Variant& definition) override
+    {
+        auto& items = Row("AddItem", definition).Items;
+        items.append(FakeServer::Item{ToPlainText(definition.Array().At(0))});
+        m_Server.m_AddedDefinition = definition;
+    }
+    void RemoveItem(const QString& name) override
+    {
+        auto& items = Row("RemoveItem", name).Items;
+        items.removeAt(&m_Server.FindItem(m_Controller, name) - items.data());
+    }
+    Variant Execute(const QString& command, const Variant& parameter) override
+    {
+        return Row("Execute", command, parameter).ExecuteResult;
+    }
+    qint32 get_Count() override
+    {
+        const FakeServer::Controller& row = Row("get_Count");
+        return row.ListedCount.value_or(static_cast<qint32>(row.Items.size()));
+    }
+    qint32 get_Index() override { return static_cast<qint32>(&Row("get_Index") - m_Server.m_Controllers.data()); }
+    Variant get_ItemNames() override
+    {
+        const FakeServer::Controller& row = Row("get_ItemNames");
+        return row.ListedNames.value_or(Names(row.Items));
+    }
+    qint32 get_ScanTimes(qint32 index) override
+    {
+        Row("get_ScanTimes", index);
+        return 100 * (index + 1);
+    }
+    qint32 get_State() override { return Row("get_State").State; }
+    Variant get_Tag() override { return Row("get_Tag").Tag; }
+    void put_Tag(const Variant& value) override { Row("put_Tag", value).Tag = value; }
+    QString get_Description() override { return Row("get_Description").Description; }
+    QString get_Name() override { return Row("get_Name").Name; }
+    Variant get_SettingData(const Variant& index) override { return Row("get_SettingData", index).SettingData; }
+    EventSubscriptionRef Subscribe(ControllerEvents& events) override
+    {
+        Row("Subscribe");
+        return std::make_unique<FakeSubscription>(m_Server, m_Controller, events);
+    }
+
+private:
+    template <typename... Arguments>
+    FakeServer::Controller& Row(const char* operation, const Arguments&... arguments)
+    {
+        return Called(operation, arguments...).FindController(m_Controller);
+    }
+
+    const QString m_Controller;
+};
+
+class FakeHistory : public FakeObject<VelSQLHistory>
+{
+public:
+    explicit FakeHistory(FakeServer& server)
+        : FakeObject(server, u"History"_s)
+    {
+    }
+
+    ResultSetRef Execute(const QString& statement) override { return Called("Execute", statement).m_History.Result; }
+    bool get_Enabled() override { return Called("get_Enabled").m_History.Enabled; }
+    QString get_ConnectionString(qint32 index) override
+    {
+        return Called("get_ConnectionString", index).m_History.ConnectionString.at(At(index));
+    }
+    qint32 get_MaxRecord(qint32 index) override
+    {
+        return Called("get_MaxRecord", index).m_History.MaxRecord.at(At(index));
+    }
+    QString get_TableName(qint32 index) override
+    {
+        return Called("get_TableName", index).m_History.TableName.at(At(index));
+    }
+
+private:
+    static std::size_t At(qint32 index)
+    {
+        if (index < 1 || index > 2) throw ServerError(u"No destination %1"_s.arg(index));
+        return static_cast<std::size_t>(index - 1);
+    }
+};
+
+class FakeEngine : public FakeObject<VelSQLEngine>
+{
+public:
+    explicit FakeEngine(FakeServer& server)
+        : FakeObject(server, u"Engine"_s)
+    {
+    }
+
+    ControllerRef get_Controller(const Variant& name) override
+    {
+        Called("get_Controller", name.Get<QString>()).FindController(name.Get<QString>());
+        return std::make_shared<FakeController>(m_Server, name.Get<QString>());
+    }
+    void Start() override { Called("Start"); }
+    void Stop() override { Called("Stop"); }
+    void Snapshot() override { Called("Snapshot"); }
+    Variant Execute(const QString& command) override { return Called("Execute", command).m_EngineExecuteResult; }
+    HistoryRef get_History() override { return std::make_shared<FakeHistory>(Called("get_History")); }
+    Variant get_ControllerNames() override
+    {
+        const FakeServer& server = Called("get_ControllerNames");
+        return server.m_ListedControllers.value_or(Names(server.m_Controllers));
+    }
+};
+
+} // namespace
+
+EngineRef MakeFakeEngine(FakeServer& server)
+{
+    return std::make_shared<FakeEngine>(server);
+}
+
+ItemRef MakeFakeItem(FakeServer& server, const QString& controller, const QString& item)
+{
+    return std::make_shared<FakeItem>(server, controller, item);
+}
