@@ -64,11 +64,13 @@ void ChildWindow::Host()
     QMdiArea& area = modMain::GetMainWindow()->ChildArea();
     const QSize designed = size();
     const bool isDesigned = testAttribute(Qt::WA_Resized);
-    m_Frame = area.addSubWindow(this);
+    m_Frame = new QMdiSubWindow(area.viewport());
+    m_Frame->setWidget(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
+    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins())); // before it is given a place
+    area.addSubWindow(m_Frame);
     m_Frame->hide();
     connect(this, &QObject::destroyed, m_Frame, &QObject::deleteLater); // whoever deletes it
-    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins()));
 }
 
 void ChildWindow::ShowForm()
