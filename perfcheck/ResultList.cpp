@@ -22,6 +22,5 @@ void ResultList::AddRow(const QString& action, const QString& time, const QStrin
 {
     auto* row = new QTreeWidgetItem(this, {action, time, timeRequired, OneLine(value)});
     row->setToolTip(3, ToolTipHtml(value));
-    row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
     scrollToItem(row);
 }
