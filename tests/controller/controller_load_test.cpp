@@ -1,12 +1,8 @@
 #include "controller/frmController.h"
 #include "core/automation/SafeArray.h"
-#include "core/modMain.h"
-#include "core/PropertyGrid.h"
 #include "tests/controller/ControllerConsole.h"
 
-#include <QClipboard>
 #include <QGroupBox>
-#include <QTest>
 
 namespace {
 
@@ -26,13 +22,7 @@ QStringList GridCalls()
 class ControllerLoad : public ControllerConsole
 {
 protected:
-    PropertyGrid& Grid() { return Control<PropertyGrid>("fgCtrl"); }
-    QStringList Cells(int column)
-    {
-        QStringList texts;
-        for (int row = 0; row < Grid().rowCount(); ++row) texts << Grid().CellText(row, column);
-        return texts;
-    }
+    QStringList Cells(int column) { return Column("fgCtrl", column); }
     /// Values of rows 0 to 8, behind them 21 times the text of the setting data.
     static QStringList Values(QStringList head, const QString& settingData)
     {
@@ -47,7 +37,7 @@ TEST_F(ControllerLoad, AsksInOrderAndShowsEveryProperty)
     Controller().Description = u"<b>Mixing</b> & more"_s;
     Controller().Tag = Variant(SafeArray(QList<qint16>{1, 2}));
     Controller().SettingData = Variant(2.5);
-    m_Form = ChildWindow::Open<frmController>(Node());
+    m_Form = ChildWindow::Open<frmController>(m_Controller);
 
     EXPECT_EQ(TakeCalls(), QStringList{u"Engine.get_Controller(PLC1)"_s} + GridCalls());
     QStringList captions =
@@ -59,9 +49,9 @@ TEST_F(ControllerLoad, AsksInOrderAndShowsEveryProperty)
                                u"2.5"_s));
     EXPECT_EQ(m_Form->windowTitle(), u"Controller"_s);
     EXPECT_EQ(Control<QGroupBox>("frmCtrl").title(), u"VelSQLController "_s); // the blank is meant
-    EXPECT_EQ(Control<ListBox>("cmbExecType").count(), 22);
-    EXPECT_EQ(Control<ListBox>("cmbType").count(), 21);
-    EXPECT_EQ(Control<ListBox>("cmbType").ListIndex(), 0);
+    EXPECT_EQ(List("cmbExecType").count(), 22);
+    EXPECT_EQ(List("cmbType").count(), 21);
+    EXPECT_EQ(List("cmbType").ListIndex(), 0);
     EXPECT_FALSE(m_Form->isVisible());
     EXPECT_EQ(TakeLog(), QStringList());
 }
@@ -142,14 +132,4 @@ TEST_F(ControllerLoad, UnloadedWhileTheGridIsLaidLeavesNothing)
     EXPECT_EQ(Open<frmController>(), nullptr);
     EXPECT_EQ(m_Server.m_LiveObjects, 1);
     EXPECT_EQ(TakeLog(), QStringList());
-}
-
-TEST_F(ControllerLoad, TheGridsKeysCopyAndItsCurrentCellIsTheToolTip)
-{
-    Controller().Description = u"long text"_s;
-    Open<frmController>();
-    Grid().setCurrentCell(2, 1);
-    EXPECT_EQ(Grid().toolTip(), u"long text"_s);
-    QTest::keyClick(&Grid(), Qt::Key_X);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), u"long text"_s);
 }

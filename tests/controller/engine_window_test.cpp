@@ -1,7 +1,6 @@
 #include "controller/frmEngine.h"
 #include "core/automation/SafeArray.h"
 #include "core/LogPane.h"
-#include "core/modMain.h"
 #include "tests/controller/ControllerConsole.h"
 
 #include <QGroupBox>
@@ -31,12 +30,12 @@ TEST_F(EngineWindow, CommandsAreAnnouncedAndAnswered)
     EXPECT_EQ(Control<QGroupBox>("Frame1").title(), u"VelSQLEngine"_s);
     EXPECT_EQ(m_Form->m_TreeNode, modMain::EngineNode);
     Type("txtCommand", u"run <now>"_s);
-    ExpectAnnounced("cmdStart", u"Engine.Start()"_s, u"Engine"_s, u"Start"_s);
-    ExpectAnnounced("cmdStop", u"Engine.Stop()"_s, u"Engine"_s, u"Stop"_s);
-    ExpectAnnounced("cmdSnapshot", u"Engine.Snapshot()"_s, u"Engine"_s, u"Snapshot"_s);
-    ExpectAnnounced("cmdExecute", u"Engine.Execute(run <now>)"_s, u"Engine"_s, u"Execute"_s);
+    ExpectAnnounced("cmdStart", u"Engine.Start()"_s, u"Engine:Start"_s);
+    ExpectAnnounced("cmdStop", u"Engine.Stop()"_s, u"Engine:Stop"_s);
+    ExpectAnnounced("cmdSnapshot", u"Engine.Snapshot()"_s, u"Engine:Snapshot"_s);
+    ExpectAnnounced("cmdExecute", u"Engine.Execute(run <now>)"_s, u"Engine:Execute"_s);
     Type("txtCommand", QString());
-    ExpectAnnounced("cmdExecute", u"Engine.Execute()"_s, u"Engine"_s, u"Execute"_s);
+    ExpectAnnounced("cmdExecute", u"Engine.Execute()"_s, u"Engine:Execute"_s);
 }
 
 TEST_F(EngineWindow, ShowsResultsAsPlainText)
@@ -70,17 +69,4 @@ TEST_F(EngineWindow, AResultWithoutTextHasSucceededAndFailsBehind)
     Execute(Variant(u"after"_s));
     EXPECT_EQ(TakeLog(), QStringList({ExecuteLog[0], u"Broken"_s}));
     EXPECT_EQ(Result().Text(), u"before"_s);
-}
-
-TEST_F(EngineWindow, HidesAndKeepsWhatItShows)
-{
-    m_Main.Widget()->show();
-    m_Form->ShowForm();
-    Execute(Variant(u"kept"_s));
-    Press("cmdHide");
-    EXPECT_FALSE(m_Form->isVisible());
-    EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{m_Form});
-    EXPECT_EQ(Result().Text(), u"kept"_s);
-    m_Form->Unload();
-    EXPECT_FALSE(m_Form->m_TreeNode);
 }

@@ -1,12 +1,7 @@
 #include "tests/history/HistoryWindow.h"
 
-#include "core/modFields.h"
-#include "core/modMain.h"
-
 HistoryWindow::HistoryWindow()
 {
-    m_Main.BuildTree({});
-    modMain::Engine = m_Server.CreateEngine();
     modMain::History = modMain::Engine->get_History();
 }
 
@@ -47,14 +42,12 @@ QStringList HistoryWindow::Header()
 QStringList HistoryWindow::ListTexts()
 {
     QStringList texts;
-    for (int i = 0; i < List().ListCount(); ++i) texts << List().List(i);
+    for (int i = 0; i < Statements().ListCount(); ++i) texts << Statements().List(i);
     return texts;
 }
 
 QStringList HistoryWindow::TakeLog()
 {
     QCoreApplication::processEvents(); // what painting has to say comes afterwards
-    const QStringList messages = m_Main.LogMessages();
-    modMain::ClearTextBox(&m_Main.Log());
-    return messages;
+    return WindowTest::TakeLog();
 }

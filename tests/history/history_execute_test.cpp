@@ -1,4 +1,3 @@
-#include "core/modMain.h"
 #include "tests/history/HistoryWindow.h"
 
 #include <QApplication>
@@ -41,12 +40,12 @@ TEST_F(HistoryExecute, ShowsTheRowsAndRemembersTheStatement)
     EXPECT_EQ(Model().rowCount(), 1000);
     EXPECT_EQ(Model().headerData(999, Qt::Vertical), 1000);
     EXPECT_EQ(RowsText(), u"1000 rows");
-    EXPECT_EQ(List().List(7), u"SELECT 1");
-    EXPECT_EQ(List().ItemData(7), 0);
+    EXPECT_EQ(Statements().List(7), u"SELECT 1");
+    EXPECT_EQ(Statements().ItemData(7), 0);
 
     Execute(u"select 1"_s);
     Execute(u"select * FROM velsql_HISTORY"_s);
-    EXPECT_EQ(List().ListCount(), 8) << "upper and lower case mean nothing";
+    EXPECT_EQ(Statements().ListCount(), 8) << "upper and lower case mean nothing";
     EXPECT_EQ(m_Script.LiveResults, 1);
 }
 
@@ -60,15 +59,14 @@ TEST_F(HistoryExecute, EveryFailureKeepsThePreviousResult)
         EXPECT_EQ(Row(1), QStringList({u"1"_s, u"name 1"_s}));
         EXPECT_EQ(Grid().columnWidth(1), 77);
         EXPECT_EQ(RowsText(), u"1000 rows");
-        EXPECT_EQ(List().ListCount(), 8) << "not remembered";
+        EXPECT_EQ(Statements().ListCount(), 8) << "not remembered";
         EXPECT_EQ(m_Script.LiveResults, 1);
         ExpectReady();
     };
     TakeLog();
     m_Server.FailOperation(u"Execute"_s, broken);
     Execute(u"SELEC"_s);
-    EXPECT_EQ(m_Main.Log().Text().section(u" : "_s, 2), broken + u"\r\n"_s);
-    TakeLog();
+    EXPECT_EQ(TakeLog().join(u"\r\n"), SuccessLog[0] + u"\r\n"_s + broken);
     expectPrevious();
     m_Server.FailOperation(u"Execute"_s, QString());
     for (QString ScriptedResult::Script::*failure :
@@ -161,8 +159,8 @@ TEST_F(HistoryExecute, CtrlEnterExecutesFromEveryField)
     QApplication::setActiveWindow(m_Main.Widget());
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.Widget()));
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter}) {
-        for (QWidget* field :
-             {static_cast<QWidget*>(&Statement()), static_cast<QWidget*>(&List()), static_cast<QWidget*>(&Grid())}) {
+        for (QWidget* field : {static_cast<QWidget*>(&Statement()), static_cast<QWidget*>(&Statements()),
+                               static_cast<QWidget*>(&Grid())}) {
             field->setFocus();
             QTest::keyClick(field, key, Qt::ControlModifier);
             EXPECT_EQ(TakeLog(), SuccessLog) << field->objectName().toStdString();

@@ -1,4 +1,3 @@
-#include "core/modMain.h"
 #include "tests/history/HistoryWindow.h"
 
 #include <QClipboard>
@@ -7,21 +6,18 @@
 
 namespace {
 
-using ::testing::Test;
-
 TEST_F(HistoryWindow, ShowsTheSettingsOnceAndPresetsInOrder)
 {
     m_Server.FailOperation(u"get_TableName"_s, u"no table"_s);
     m_Form = ChildWindow::Open<frmHistory>(TreeNodeRef());
-    const QStringList reads = TakeCalls().mid(2);
+    const QStringList reads = TakeCalls().mid(1);
     EXPECT_EQ(reads, QStringList({u"History.get_Enabled()"_s, u"History.get_ConnectionString(1)"_s,
                                   u"History.get_TableName(1)"_s, u"History.get_MaxRecord(1)"_s,
                                   u"History.get_ConnectionString(2)"_s, u"History.get_TableName(2)"_s,
                                   u"History.get_MaxRecord(2)"_s}));
     EXPECT_EQ(m_Form->m_TreeNode, modMain::HistoryNode) << "whatever node led here";
-    auto& grid = Control<PropertyGrid>("grdProperties");
-    QStringList rows;
-    for (int row = 0; row < grid.rowCount(); ++row) rows << grid.CellText(row, 0) + u'=' + grid.CellText(row, 1);
+    QStringList rows = Column("grdProperties", 0);
+    for (int row = 0; row < rows.size(); ++row) rows[row] += u'=' + Column("grdProperties", 1)[row];
     EXPECT_EQ(rows, QStringList({u"Enabled=True"_s, u"ConnectionString(1)=Driver=First"_s, u"TableName(1)="_s,
                                  u"MaxRecord(1)=1000"_s, u"ConnectionString(2)=Driver=Second"_s, u"TableName(2)="_s,
                                  u"MaxRecord(2)=0"_s}));
@@ -32,8 +28,8 @@ TEST_F(HistoryWindow, ShowsTheSettingsOnceAndPresetsInOrder)
                    u"SELECT AVG(item_value) AS item_Average FROM velsql_history GROUP BY controller_name, item_name"_s,
                    u"SELECT * FROM velsql_history ORDER BY item_time ASC"_s,
                    u"SELECT * FROM velsql_history ORDER BY item_time DESC"_s, u"-----"_s}));
-    EXPECT_EQ(List().ListIndex(), 0);
-    EXPECT_EQ(List().toolTip(), u"SELECT * FROM velsql_history");
+    EXPECT_EQ(Statements().ListIndex(), 0);
+    EXPECT_EQ(Statements().toolTip(), u"SELECT * FROM velsql_history");
     EXPECT_EQ(Statement().Text(), u"Select * From velsql_history") << "spelled unlike the preset: it is meant";
     EXPECT_EQ(TakeLog(), QStringList());
 
@@ -45,19 +41,19 @@ TEST_F(HistoryWindow, ShowsTheSettingsOnceAndPresetsInOrder)
 TEST_F(HistoryWindow, OverwritesAndInsertsStatementsButNeverTheSeparator)
 {
     Open();
-    List().SetListIndex(4);
+    Statements().SetListIndex(4);
     Press("cmdOverwrite");
     const QString preset = u"SELECT * FROM velsql_history ORDER BY item_time ASC"_s;
     EXPECT_EQ(Statement().Text(), preset);
 
-    List().AddItem(u"A\nB"_s);
-    List().SetListIndex(7);
+    Statements().AddItem(u"A\nB"_s);
+    Statements().SetListIndex(7);
     Statement().SetText(u"12\n34"_s);
     QTextCursor caret = Statement().textCursor();
     caret.setPosition(1);
     caret.setPosition(4, QTextCursor::KeepAnchor); // what is selected stays
     Statement().setTextCursor(caret);
-    QTest::keyClick(&List(), Qt::Key_Return);
+    QTest::keyClick(&Statements(), Qt::Key_Return);
     EXPECT_EQ(Statement().Text(), u"12\n3A\nB4");
     Statement().undo();
     EXPECT_EQ(Statement().Text(), u"12\n34");
@@ -65,12 +61,12 @@ TEST_F(HistoryWindow, OverwritesAndInsertsStatementsButNeverTheSeparator)
     Statement().actions().constFirst()->trigger();
     EXPECT_EQ(Statement().Text(), u"A\nB12\n34") << "in front";
 
-    List().SetListIndex(6);
+    Statements().SetListIndex(6);
     Press("cmdOverwrite");
-    QTest::keyClick(&List(), Qt::Key_Enter);
-    EXPECT_FALSE(List().actions().constFirst()->isEnabled());
+    QTest::keyClick(&Statements(), Qt::Key_Enter);
+    EXPECT_FALSE(Statements().actions().constFirst()->isEnabled());
     EXPECT_EQ(Statement().Text(), u"A\nB12\n34") << "a separator is no statement";
-    EXPECT_EQ(List().toolTip(), u"-----");
+    EXPECT_EQ(Statements().toolTip(), u"-----");
 }
 
 TEST_F(HistoryWindow, OffersInsertInTheMenuOfTheStatement)
@@ -86,8 +82,8 @@ TEST_F(HistoryWindow, OffersInsertInTheMenuOfTheStatement)
     last->trigger();
     menu->close();
     EXPECT_EQ(Statement().Text(), u"SELECT * FROM velsql_history");
-    EXPECT_EQ(List().contextMenuPolicy(), Qt::ActionsContextMenu);
-    EXPECT_EQ(List().actions(), QList<QAction*>{last});
+    EXPECT_EQ(Statements().contextMenuPolicy(), Qt::ActionsContextMenu);
+    EXPECT_EQ(Statements().actions(), QList<QAction*>{last});
 }
 
 TEST_F(HistoryWindow, KeepsEveryCharacterOfAStatement)

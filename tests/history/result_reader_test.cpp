@@ -63,17 +63,4 @@ TEST(ResultReader, RefusesPagesThatDoNotHoldTheRowAndCountsNoMoreThanAGridTakes)
     }
 }
 
-TEST(ResultReader, FailsAsAWholeWhenTheResultCannotBeOpened)
-{
-    for (QString ScriptedResult::Script::*failure :
-         {&ScriptedResult::Script::ColumnsFailure, &ScriptedResult::Script::ProgressFailure,
-          &ScriptedResult::Script::PageFailure}) {
-        ScriptedResult::Script script;
-        script.*failure = u"gone"_s;
-        EXPECT_THROW(Read(script), ServerError);
-        EXPECT_EQ(script.LiveResults, 0);
-    }
-    EXPECT_EQ(ResultReader().Columns(), QStringList());
-}
-
 } // namespace
