@@ -18,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 QClipboard& Clipboard()
@@ -31,12 +33,12 @@ class Edit : public ::testing::Test
 protected:
     Edit()
     {
-        m_Line.setText(QStringLiteral("one two"));
+        m_Line.setText(u"one two"_s);
         m_Line.setSelection(0, 3);
         modMain::ClearTextBox(&m_Main.Log());
-        m_Main.Log().ReplaceSelection(QStringLiteral("one two"));
-        m_Plain.setPlainText(QStringLiteral("one two"));
-        m_Rich.setPlainText(QStringLiteral("one two"));
+        m_Main.Log().ReplaceSelection(u"one two"_s);
+        m_Plain.setPlainText(u"one two"_s);
+        m_Rich.setPlainText(u"one two"_s);
         const auto select = [](auto& box) {
             QTextCursor cursor = box.textCursor();
             cursor.setPosition(0);
@@ -46,7 +48,7 @@ protected:
         select(m_Main.Log());
         select(m_Plain);
         select(m_Rich);
-        Clipboard().setText(QStringLiteral("before"));
+        Clipboard().setText(u"before"_s);
     }
 
     static QString TextOf(const QWidget* box)
@@ -69,21 +71,21 @@ TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBox)
         modMain::ActiveEditBox = box;
         EXPECT_TRUE(modMain::IsEditBox(box) && modMain::HasSelection(box) && !modMain::IsReadOnly(box));
         modMain::EditCopy();
-        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
-        EXPECT_EQ(TextOf(box), QStringLiteral("one two"));
-        Clipboard().setText(QStringLiteral("before"));
+        EXPECT_EQ(Clipboard().text(), u"one"_s);
+        EXPECT_EQ(TextOf(box), u"one two"_s);
+        Clipboard().setText(u"before"_s);
         modMain::EditCut();
-        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
-        EXPECT_EQ(TextOf(box), QStringLiteral(" two"));
+        EXPECT_EQ(Clipboard().text(), u"one"_s);
+        EXPECT_EQ(TextOf(box), u" two"_s);
         EXPECT_FALSE(modMain::HasSelection(box));
         modMain::EditPaste();
-        EXPECT_EQ(TextOf(box), QStringLiteral("one two"));
+        EXPECT_EQ(TextOf(box), u"one two"_s);
         modMain::ClearTextBox(box);
         EXPECT_EQ(TextOf(box), QString());
-        Clipboard().setText(QStringLiteral("before"));
+        Clipboard().setText(u"before"_s);
         modMain::EditCut();
         modMain::EditCopy();
-        EXPECT_EQ(Clipboard().text(), QStringLiteral("before")) << "Nothing was selected.";
+        EXPECT_EQ(Clipboard().text(), u"before"_s) << "Nothing was selected.";
     }
 }
 
@@ -93,7 +95,7 @@ TEST_F(Edit, PastingAnEmptyClipboardDeletesTheSelection)
     for (QWidget* box : m_Boxes) {
         modMain::ActiveEditBox = box;
         modMain::EditPaste();
-        EXPECT_EQ(TextOf(box), QStringLiteral(" two")) << box->metaObject()->className();
+        EXPECT_EQ(TextOf(box), u" two"_s) << box->metaObject()->className();
     }
 }
 
@@ -106,28 +108,28 @@ TEST_F(Edit, WhatTheOperatorCannotChangeIsOnlyCopied)
     for (QWidget* box : m_Boxes) {
         modMain::ActiveEditBox = box;
         EXPECT_TRUE(modMain::IsReadOnly(box));
-        Clipboard().setText(QStringLiteral("before"));
+        Clipboard().setText(u"before"_s);
         modMain::EditPaste();
         modMain::EditCut();
-        EXPECT_EQ(TextOf(box), QStringLiteral("one two")) << box->metaObject()->className();
-        EXPECT_EQ(Clipboard().text(), QStringLiteral("one"));
+        EXPECT_EQ(TextOf(box), u"one two"_s) << box->metaObject()->className();
+        EXPECT_EQ(Clipboard().text(), u"one"_s);
     }
 }
 
 TEST_F(Edit, HasNoTargetBeforeATextBoxWasUsedAndAfterItWent)
 {
-    auto gone = std::make_unique<QLineEdit>(QStringLiteral("gone"));
+    auto gone = std::make_unique<QLineEdit>(u"gone"_s);
     modMain::ActiveEditBox = gone.get();
     gone.reset();
     for (const auto& routine : {modMain::EditCut, modMain::EditCopy, modMain::EditPaste}) routine();
-    EXPECT_EQ(Clipboard().text(), QStringLiteral("before"));
+    EXPECT_EQ(Clipboard().text(), u"before"_s);
 }
 
 TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
 {
     LogPane& log = m_Main.Log();
     modMain::ClearTextBox(&log);
-    const QString lines = QStringLiteral("a\r\nb\nc\rd");
+    const QString lines = u"a\r\nb\nc\rd"_s;
     log.Append(lines);
     log.ShowAppended();
     modMain::ActiveEditBox = &log;
@@ -173,6 +175,8 @@ TEST(Fields, AreLockedAndUnlockedByStateAndColour)
     QPalette dark = light;
     dark.setColor(QPalette::Base, QColor(20, 20, 30));
     dark.setColor(QPalette::Button, QColor(80, 80, 70));
+    window.setPalette(dark);
+    EXPECT_EQ(list.palette().color(QPalette::Button).name().toStdString(), "#14141e") << "a field from the start";
     for (const bool before : {true, false}) {
         modMain::EnableFields(before, {&line, &list, &text});
         for (const QPalette& colours : {light, dark, light}) { // the desktop's colours change while the window is open
@@ -235,10 +239,10 @@ TEST(Fields, IntegerTextIsNormalised)
 TEST(Fields, TheCurrentCellIsCopiedAsPlainText)
 {
     PropertyGrid grid;
-    grid.Lay({{QStringLiteral("Name"), [] { return QString(); }}}, {1300, 0});
-    grid.SetValueText(0, QStringLiteral("<b>two</b>\nlines"));
+    grid.Lay({{u"Name"_s, [] { return QString(); }}}, {1300, 0});
+    grid.SetValueText(0, u"<b>two</b>\nlines"_s);
     modMain::CopyCellToClipboard(&grid);
-    EXPECT_EQ(Clipboard().text(), QStringLiteral("<b>two</b>\nlines"));
+    EXPECT_EQ(Clipboard().text(), u"<b>two</b>\nlines"_s);
     grid.setCurrentCell(-1, -1);
     modMain::CopyCellToClipboard(&grid);
     EXPECT_EQ(Clipboard().text(), QString());
@@ -248,18 +252,18 @@ TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
 {
     QLineEdit field;
     modAPI::SetNumberOnly(&field);
-    QTest::keyClicks(&field, QStringLiteral("1a-2.b3 e"));
-    for (const QString& typed : {QStringLiteral("\u0663"), QStringLiteral("\U0001F600")}) {
+    QTest::keyClicks(&field, u"1a-2.b3 e"_s);
+    for (const QString& typed : {u"\u0663"_s, u"\U0001F600"_s}) {
         QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, typed);
         QCoreApplication::sendEvent(&field, &press);
     }
-    EXPECT_EQ(field.text(), QStringLiteral("123"));
+    EXPECT_EQ(field.text(), u"123"_s);
     QTest::keyClick(&field, Qt::Key_Backspace);
-    Clipboard().setText(QStringLiteral("x1"));
+    Clipboard().setText(u"x1"_s);
     QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
-    EXPECT_EQ(field.text(), QStringLiteral("12x1"));
+    EXPECT_EQ(field.text(), u"12x1"_s);
     modMain::SelectAllText(&field);
-    EXPECT_EQ(field.selectedText(), QStringLiteral("12x1"));
+    EXPECT_EQ(field.selectedText(), u"12x1"_s);
 }
 
 } // namespace
