@@ -7,8 +7,9 @@
 #include <QFocusEvent>
 #include <QLineEdit>
 
-EditTarget::EditTarget(QObject* parent)
-    : QObject(parent)
+EditTarget::EditTarget(QWidget* mainWindow)
+    : QObject(mainWindow)
+    , m_MainWindow(mainWindow)
 {
     qApp->installEventFilter(this);
     connect(qApp, &QApplication::focusChanged, this, &EditTarget::FocusChanged);
@@ -19,13 +20,21 @@ void EditTarget::FollowFocus()
     if (QWidget* box = EditBoxOf(QApplication::focusWidget())) modMain::ActiveEditBox = box;
 }
 
-QWidget* EditTarget::EditBoxOf(QWidget* widget)
+QWidget* EditTarget::EditBoxOf(QWidget* widget) const
 {
-    if (!widget || modMain::IsEditBox(widget)) return widget;
+    if (!IsOfConsole(widget)) return nullptr;
+    if (modMain::IsEditBox(widget)) return widget;
     for (QLineEdit* editor : widget->findChildren<QLineEdit*>(Qt::FindDirectChildrenOnly)) {
         if (editor->focusProxy() == widget) return editor;
     }
     return nullptr;
+}
+
+/// Whether it stands in the main window or in a dialog of it.
+bool EditTarget::IsOfConsole(const QWidget* widget) const
+{
+    while (widget && widget != m_MainWindow) widget = widget->parentWidget();
+    return widget;
 }
 
 bool EditTarget::eventFilter(QObject* watched, QEvent* event)
@@ -41,7 +50,7 @@ bool EditTarget::eventFilter(QObject* watched, QEvent* event)
 void EditTarget::FocusChanged(QWidget* before, QWidget* now)
 {
     auto* box = before && before == m_Left ? qobject_cast<QLineEdit*>(EditBoxOf(before)) : nullptr;
-    if (now && EditBoxOf(now)) {
+    if (EditBoxOf(now)) {
         // Only one text box shows a selection that commands would use.
         auto* kept = qobject_cast<QLineEdit*>(modMain::ActiveEditBox.data());
         if (kept && kept != EditBoxOf(now) && !kept->hasFocus()) kept->deselect();

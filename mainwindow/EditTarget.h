@@ -4,13 +4,14 @@
 #include <QWidget>
 
 /// Keeps ActiveEditBox at the text box used last, and its selection with it: a menu opened by key, or a button or grid that takes the
-/// focus, would drop the selection that Cut and Copy are meant for.
+/// focus, would drop the selection that Cut and Copy are meant for. A tool's window beside the main window is not of the console: its
+/// text boxes, maybe out of sight, are never a target.
 class EditTarget : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit EditTarget(QObject* parent);
+    explicit EditTarget(QWidget* mainWindow);
 
     /// ActiveEditBox becomes the text box that has the focus; anything else that has it changes nothing.
     void FollowFocus();
@@ -19,7 +20,8 @@ public:
 
 private:
     /// The text box that `widget` is or types into (combo and spin boxes lend their focus to one); or none.
-    static QWidget* EditBoxOf(QWidget* widget);
+    QWidget* EditBoxOf(QWidget* widget) const;
+    bool IsOfConsole(const QWidget* widget) const;
     void FocusChanged(QWidget* before, QWidget* now);
 
     struct Selection
@@ -28,6 +30,7 @@ private:
         int Length = 0;
         bool CaretAtStart = false;
     };
+    QWidget* m_MainWindow;
     QPointer<QWidget> m_Left;
     Selection m_Selection;
 };

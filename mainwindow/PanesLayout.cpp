@@ -49,7 +49,8 @@ void PanesLayout::ShowLogPane(bool show)
 
 void PanesLayout::picVBar_MouseMove(const QPoint& position)
 {
-    m_TreeWidth = std::clamp(m_Panes.VBar->x() + position.x(), 0, m_Panes.Frame->width() - m_Panes.VBar->width());
+    const int rightmost = std::max(0, m_Panes.Frame->width() - m_Panes.VBar->width());
+    m_TreeWidth = std::clamp(m_Panes.VBar->x() + position.x(), 0, rightmost);
     Place();
 }
 

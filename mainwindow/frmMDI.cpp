@@ -9,7 +9,9 @@
 #include "mainwindow/EditTarget.h"
 #include "mainwindow/LogMenu.h"
 #include "mainwindow/ObjectTreeBuilder.h"
+#include "mainwindow/PaneKeys.h"
 #include "mainwindow/PanesLayout.h"
+#include "mainwindow/ScrollToFocus.h"
 #include "mainwindow/StatusPanels.h"
 
 #include <QCloseEvent>
@@ -64,6 +66,8 @@ frmMDI::frmMDI(ObjectWindows windows)
     m_EditTarget = new EditTarget(this);
     new LogMenu(txtLog, mnuPopupLog);
     new AccessKeys(mnuBar);
+    new PaneKeys(this, treeObject, mdiChildren, txtLog);
+    new ScrollToFocus(mdiChildren);
     ConnectTree();
     ConnectMenus();
     ConnectPopups();

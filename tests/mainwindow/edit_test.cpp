@@ -89,6 +89,23 @@ TEST_F(Editing, CommandsFollowTheTextBoxThatHasTheFocus)
     EXPECT_EQ(Enabled(), QString());
 }
 
+TEST_F(Editing, AToolBesideTheMainWindowIsNotEditedFromItsMenus)
+{
+    QLineEdit* box = m_Form->m_Text;
+    box->setFocus();
+    box->setSelection(0, 4);
+    QTest::qWait(110);
+    QLineEdit tool(u"script"_s);
+    tool.show();
+    tool.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&tool));
+    tool.setFocus();
+    tool.selectAll();
+    EXPECT_EQ(Enabled(), u"btnCut btnCopy btnPaste"_s);
+    Trigger("mnuEdit_4");
+    EXPECT_EQ(tool.text() + u'|' + box->text(), u"script| text"_s);
+}
+
 TEST_F(Editing, TheSelectionSurvivesMenusButtonsAndGrids)
 {
     QLineEdit* box = m_Form->m_Text;
@@ -197,6 +214,43 @@ TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
     EXPECT_EQ(TakePopup(), u"mnuEdit"_s);
     EXPECT_EQ(m_Form->m_Clicks, 2);
     EXPECT_TRUE(Control<QMenuBar>("mnuBar").isEnabled());
+}
+
+TEST_F(Editing, KeysTakeTheFocusFromPaneToPane)
+{
+    const auto press = [](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        return QApplication::focusWidget();
+    };
+    m_Form->m_Edit->setFocus();
+    EXPECT_EQ(press(Qt::Key_F6), &LogBox());
+    EXPECT_EQ(press(Qt::Key_F6), &Tree());
+    EXPECT_EQ(press(Qt::Key_F6), m_Form->m_Edit);
+    EXPECT_EQ(press(Qt::Key_F6, Qt::ShiftModifier), &Tree());
+    EXPECT_EQ(press(Qt::Key_Tab), &LogBox());
+    EXPECT_NE(press(Qt::Key_Tab), &LogBox());
+    EXPECT_EQ(Log(), QString()); // the key is no text
+    LogBox().setFocus();
+    m_Form->HideForm();
+    Trigger("mnuView_2");
+    EXPECT_EQ(press(Qt::Key_F6), &LogBox()) << "there is no other pane";
+}
+
+TEST_F(Editing, ControlsOutOfSightAreScrolledTo)
+{
+    m_Main->resize(900, 400);
+    m_Form->parentWidget()->setGeometry(0, 0, 300, 600);
+    QWidget* viewport = m_Main->ChildArea().viewport();
+    const auto isInSight = [&](QWidget* control) {
+        return viewport->rect().contains({control->mapTo(viewport, QPoint()), control->size()});
+    };
+    m_Form->m_Text->setFocus();
+    QCoreApplication::processEvents(); // the area learns what it holds
+    ASSERT_FALSE(isInSight(m_Form->m_Edit));
+    m_Form->m_Edit->setFocus();
+    EXPECT_TRUE(isInSight(m_Form->m_Edit));
+    m_Form->m_Text->setFocus();
+    EXPECT_TRUE(isInSight(m_Form->m_Text));
 }
 
 TEST_F(Editing, PanesComeAndGo)

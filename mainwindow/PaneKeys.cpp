@@ -1,0 +1,54 @@
+#include "mainwindow/PaneKeys.h"
+
+#include <QApplication>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QShortcut>
+
+PaneKeys::PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log)
+    : QObject(mainWindow)
+    , m_Children(children)
+    , m_Panes{tree, children, log}
+{
+    AddKey(mainWindow, Qt::Key_F6, 1);
+    AddKey(mainWindow, Qt::SHIFT | Qt::Key_F6, -1);
+}
+
+void PaneKeys::AddKey(QWidget* mainWindow, const QKeySequence& key, int step)
+{
+    const auto* shortcut = new QShortcut(key, mainWindow);
+    connect(shortcut, &QShortcut::activated, this, [this, step] { Move(step); });
+}
+
+void PaneKeys::Move(int step)
+{
+    const auto holdsFocus = [](const QWidget* pane) {
+        const QWidget* focus = QApplication::focusWidget();
+        return focus && (pane == focus || pane->isAncestorOf(focus));
+    };
+    const auto count = m_Panes.size();
+    auto pane = std::find_if(m_Panes.begin(), m_Panes.end(), holdsFocus) - m_Panes.begin();
+    if (pane == count) pane = step > 0 ? -1 : count;
+    for (qsizetype tried = 0; tried < count; ++tried) {
+        pane = (pane + step + count) % count;
+        if (QWidget* control = ControlOf(m_Panes[pane])) return control->setFocus(Qt::ShortcutFocusReason);
+    }
+}
+
+QWidget* PaneKeys::ControlOf(QWidget* pane) const
+{
+    if (!pane->isVisible()) return nullptr;
+    return pane == m_Children ? ControlOfActiveChild() : pane;
+}
+
+/// The one that had the focus last, else the first.
+QWidget* PaneKeys::ControlOfActiveChild() const
+{
+    const QMdiSubWindow* child = m_Children->currentSubWindow();
+    if (!child || !child->isVisible() || child->isMinimized()) return nullptr;
+    QWidget* control = child->widget()->focusWidget();
+    for (QWidget* next = control ? control : child->widget(); child->isAncestorOf(next);
+         next = next->nextInFocusChain())
+        if ((next->focusPolicy() & Qt::TabFocus) && next->isEnabled() && next->isVisible()) return next;
+    return child->widget();
+}

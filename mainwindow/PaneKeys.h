@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QKeySequence>
+#include <QObject>
+
+class QMdiArea;
+class QWidget;
+
+/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
+class PaneKeys : public QObject
+{
+    Q_OBJECT
+
+public:
+    PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log);
+
+private:
+    void AddKey(QWidget* mainWindow, const QKeySequence& key, int step);
+    void Move(int step);
+    /// The pane's control that takes the focus; null when the pane shows none.
+    QWidget* ControlOf(QWidget* pane) const;
+    QWidget* ControlOfActiveChild() const;
+
+    QMdiArea* m_Children;
+    QList<QWidget*> m_Panes;
+};
