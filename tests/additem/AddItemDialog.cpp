@@ -1,55 +1,28 @@
 #include "tests/additem/AddItemDialog.h"
 
-#include "core/MessageBoxes.h"
-#include "core/modFields.h"
-#include "core/modMain.h"
-
-AddItemDialog::AddItemDialog()
-{
-    m_Controller = m_Main.BuildTree({u"D100"_s, u"D200"_s})->Child(0);
-    modMain::Engine = m_Server.CreateEngine();
-    modMain::ReplaceMessageBoxes([this](QMessageBox& box) {
-        m_Boxes << QString::number(box.icon()) + u' ' + box.text();
-        return QMessageBox::Ok;
-    });
-}
-
-AddItemDialog::~AddItemDialog()
-{
-    delete m_Dialog;
-    modMain::ReplaceMessageBoxes({});
-}
-
 frmAddItem& AddItemDialog::Open()
 {
-    delete m_Dialog;
-    m_Dialog = new frmAddItem(m_Main.Widget());
-    m_Dialog->m_csCtrl = modMain::Engine->get_Controller(Variant(u"PLC1"_s));
-    m_Dialog->m_TreeNode = m_Controller;
+    delete m_Form;
+    m_Form = new frmAddItem(m_Main.Widget());
+    m_Form->m_csCtrl = modMain::Engine->get_Controller(Variant(u"PLC1"_s));
+    m_Form->m_TreeNode = m_Controller;
     TakeCalls();
     TakeLog();
-    m_Main.m_StatusTexts.clear();
-    return *m_Dialog;
+    TakeStatus();
+    return *m_Form;
 }
 
 void AddItemDialog::Show()
 {
     Open().open();
-    m_Dialog->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Dialog));
+    m_Form->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form));
 }
 
 void AddItemDialog::ClickPage(int page)
 {
-    QTabBar* bar = Control<QTabWidget>(u"sstbAddItem"_s).tabBar();
+    QTabBar* bar = Control<QTabWidget>("sstbAddItem").tabBar();
     QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(page).center());
-}
-
-QStringList AddItemDialog::TakeLog()
-{
-    const QStringList messages = m_Main.LogMessages();
-    modMain::ClearTextBox(&m_Main.Log());
-    return messages;
 }
 
 QString AddItemDialog::Nodes() const
