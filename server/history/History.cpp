@@ -31,6 +31,12 @@ History::History(HistorySettings settings)
     }
 }
 
+History::~History()
+{
+    m_Runner.RequestStop();
+    for (Recorder& recorder : m_Recorders) recorder.RequestStop();
+}
+
 void History::Record(const RecordedValue& value)
 {
     for (Recorder& recorder : m_Recorders) recorder.Record(value);

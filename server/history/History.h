@@ -20,6 +20,7 @@ class History
 public:
     /// Throws DescribedError for wrong settings; a database that is away is no error.
     explicit History(HistorySettings settings);
+    ~History();
 
     /// Never waits for a database.
     void Record(const RecordedValue& value);

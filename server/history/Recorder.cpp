@@ -17,10 +17,16 @@ constexpr std::size_t LargestBatch = 5000;
 constexpr std::size_t BatchWorthWriting = 1000;
 constexpr auto LongestWait = 200ms; // for a batch to fill
 constexpr auto RetryPause = 1000ms;
+constexpr auto LongestEnd = 20s; // a full queue takes some seconds to write
 
 qint64 BytesOf(const RecordedValue& value)
 {
     return 64 + SizeOf(value.Value);
+}
+
+void SayOf(int destination, LogLevel level, const QString& text)
+{
+    Log(level, QStringLiteral("History destination %1: %2").arg(destination).arg(text));
 }
 
 } // namespace
@@ -122,8 +128,6 @@ public:
             if (stop.stop_requested()) break;
             m_Queue->Pause(stop);
         }
-        const std::size_t lost = m_Queue->Count();
-        if (lost > 0) Say(LogLevel::Error, QStringLiteral("%1 values could not be written any more.").arg(lost));
     }
 
 private:
@@ -197,10 +201,7 @@ private:
         m_AwayBecause.clear();
     }
 
-    void Say(LogLevel level, const QString& text) const
-    {
-        Log(level, QStringLiteral("History destination %1: %2").arg(m_Number).arg(text));
-    }
+    void Say(LogLevel level, const QString& text) const { SayOf(m_Number, level, text); }
 
     const int m_Number;
     const HistoryDestination m_Destination;
@@ -212,10 +213,19 @@ private:
 };
 
 Recorder::Recorder(int number, const HistoryDestination& destination)
-    : m_Queue(std::make_shared<Queue>())
+    : m_Number(number)
+    , m_Queue(std::make_shared<Queue>())
 {
     auto writer = std::make_shared<Writer>(number, destination, m_Queue);
-    m_Worker.emplace([writer](const std::stop_token& stop) { writer->Run(stop); });
+    m_Worker.emplace([writer](const std::stop_token& stop) { writer->Run(stop); }, LongestEnd);
+}
+
+Recorder::~Recorder()
+{
+    m_Worker.reset();
+    const std::size_t lost = m_Queue->Count();
+    if (lost > 0)
+        SayOf(m_Number, LogLevel::Error, QStringLiteral("%1 values could not be written any more.").arg(lost));
 }
 
 void Recorder::Record(RecordedValue value)

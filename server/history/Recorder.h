@@ -23,16 +23,21 @@ public:
 
     /// `number` names the destination in the log. Throws DescribedError for a wrong connection string.
     Recorder(int number, const HistoryDestination& destination);
+    /// Writes what waits, unless that takes too long; says how many values are lost.
+    ~Recorder();
 
     /// Never waits for the database.
     void Record(RecordedValue value);
     /// Waits until what was recorded before has been written or `milliseconds` have passed; whether all was written.
     bool Flush(int milliseconds);
+    /// See Worker::RequestStop.
+    void RequestStop() { m_Worker->RequestStop(); }
 
 private:
     class Queue;
     class Writer;
 
+    const int m_Number;
     std::shared_ptr<Queue> m_Queue;
     std::optional<Worker> m_Worker;
 };

@@ -4,40 +4,69 @@
 
 #include <QSqlDriver>
 
+#include <atomic>
 #include <sqlite3.h>
+#include <thread>
+
+namespace {
+
+constexpr int StepsBetweenLooks = 1000; // of SQLite's machine: well below a millisecond
+constexpr std::chrono::milliseconds BetweenMessages(100);
+
+} // namespace
+
+struct StatementBreaker::State
+{
+    std::atomic<bool> Broken = false;
+    std::atomic<int> PostgreSqlProcess = 0;
+};
 
 StatementBreaker::StatementBreaker(DatabaseAddress address)
     : m_Address(std::move(address))
+    , m_State(std::make_shared<State>())
 {
 }
 
 void StatementBreaker::Arm(const DatabaseSession& session)
 {
     const int process = m_Address.IsPostgreSql() ? session.Ask(QStringLiteral("SELECT pg_backend_pid()")).toInt() : 0;
-    const QVariant handle = session.Database().driver()->handle();
     const std::lock_guard lock(m_Guard);
-    if (m_Broken) throw DescribedError(QStringLiteral("The statement was given up."));
-    m_PostgreSqlProcess = process;
-    if (!m_Address.IsPostgreSql() && handle.isValid()) m_Sqlite = *static_cast<sqlite3* const*>(handle.constData());
+    if (m_State->Broken) throw DescribedError(QStringLiteral("The statement was given up."));
+    m_State->PostgreSqlProcess = process;
+    if (!m_Address.IsPostgreSql()) ArmSqlite(session);
+}
+
+/// SQLite asks by itself: an interrupt that comes just before the statement begins would be forgotten.
+void StatementBreaker::ArmSqlite(const DatabaseSession& session)
+{
+    const QVariant handle = session.Database().driver()->handle();
+    if (!handle.isValid()) return;
+    m_Sqlite = *static_cast<sqlite3* const*>(handle.constData());
+    const auto isBroken = [](void* state) { return static_cast<State*>(state)->Broken ? 1 : 0; };
+    sqlite3_progress_handler(m_Sqlite, StepsBetweenLooks, isBroken, m_State.get());
 }
 
 void StatementBreaker::Disarm()
 {
     const std::lock_guard lock(m_Guard);
+    if (m_Sqlite) sqlite3_progress_handler(m_Sqlite, 0, nullptr, nullptr);
     m_Sqlite = nullptr;
-    m_PostgreSqlProcess = 0;
+    m_State->PostgreSqlProcess = 0;
 }
 
 void StatementBreaker::Break()
 {
     const std::lock_guard lock(m_Guard);
-    m_Broken = true;
-    if (m_Sqlite) sqlite3_interrupt(m_Sqlite);
-    const int process = std::exchange(m_PostgreSqlProcess, 0);
-    if (process == 0) return;
-    m_Messenger.emplace([address = m_Address, process](const std::stop_token&) {
+    if (m_State->Broken.exchange(true) || m_State->PostgreSqlProcess == 0) return;
+    m_Messenger.emplace([address = m_Address, state = m_State](const std::stop_token& stop) {
         try {
-            DatabaseSession(address).Ask(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(process));
+            const DatabaseSession session(address);
+            // Again and again: a message that comes just before the statement begins is forgotten.
+            while (const int process = state->PostgreSqlProcess) {
+                session.Ask(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(process));
+                if (stop.stop_requested()) return;
+                std::this_thread::sleep_for(BetweenMessages);
+            }
         } catch (const DescribedError& error) {
             Log(LogLevel::Debug, QStringLiteral("A statement could not be ended: ") + error.Description());
         }

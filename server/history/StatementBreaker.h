@@ -23,11 +23,14 @@ public:
     void Break();
 
 private:
+    struct State;
+
+    void ArmSqlite(const DatabaseSession& session);
+
     const DatabaseAddress m_Address;
     std::mutex m_Guard;
+    const std::shared_ptr<State> m_State;
     sqlite3* m_Sqlite = nullptr;
-    int m_PostgreSqlProcess = 0;
-    bool m_Broken = false;
     std::optional<Worker> m_Messenger; ///< tells PostgreSQL on a connection of its own
 };
 

@@ -117,3 +117,8 @@ kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address,
     });
     return pair.promise.then(Impatience(breaker));
 }
+
+void StatementRunner::RequestStop()
+{
+    for (Worker& worker : m_Workers) worker.RequestStop();
+}

@@ -17,6 +17,8 @@ public:
     /// The result as soon as its columns are known; its rows follow. When the last reference to it goes, reading ends.
     /// Throws DescribedError when too many are running; the promise fails with the database's description.
     kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement);
+    /// See Worker::RequestStop.
+    void RequestStop();
 
 private:
     std::list<Worker> m_Workers;

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr std::chrono::seconds Patience(5);
 std::atomic<bool> s_AnyLeftBehind = false;
 
 } // namespace
@@ -18,8 +17,9 @@ struct Worker::Progress
     bool Done = false;
 };
 
-Worker::Worker(std::function<void(const std::stop_token&)> work)
+Worker::Worker(std::function<void(const std::stop_token&)> work, std::chrono::seconds patience)
     : m_Progress(std::make_shared<Progress>())
+    , m_Patience(patience)
     , m_Thread([work = std::move(work), progress = m_Progress](const std::stop_token& stop) mutable {
         work(stop);
         work = nullptr; // what it owned goes before the owner is told
@@ -33,11 +33,17 @@ Worker::Worker(std::function<void(const std::stop_token&)> work)
 Worker::~Worker()
 {
     if (!m_Thread.joinable()) return;
-    m_Thread.request_stop();
+    RequestStop();
     std::unique_lock lock(m_Progress->Guard);
-    if (m_Progress->Changed.wait_for(lock, Patience, [this] { return m_Progress->Done; })) return;
+    if (m_Progress->Changed.wait_until(lock, *m_Deadline, [this] { return m_Progress->Done; })) return;
     s_AnyLeftBehind = true;
     m_Thread.detach();
+}
+
+void Worker::RequestStop()
+{
+    if (!m_Deadline) m_Deadline = std::chrono::steady_clock::now() + m_Patience;
+    m_Thread.request_stop();
 }
 
 bool Worker::IsDone() const

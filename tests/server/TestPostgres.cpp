@@ -147,5 +147,10 @@ TEST_F(PostgresTest, AStatementEndsWithWhoWaitsForIt)
         const auto sleeping = history.Start(QStringLiteral("SELECT pg_sleep(60)"));
         EXPECT_TRUE(WaitUntil([&] { return history.Ask(running)[1] == QStringLiteral("1"); }));
     }
+    for (int i = 0; i < 20; ++i) { // also when it is just about to begin
+        const auto sleeping = history.Start(QStringLiteral("SELECT pg_sleep(60)"));
+        WaitUntil([] { return false; }, i);
+    }
+    WaitUntil([] { return false; }, 100);
     EXPECT_TRUE(WaitUntil([&] { return history.Ask(running)[1] == QStringLiteral("0"); }));
 }

@@ -142,7 +142,12 @@ TEST(Robustness, ClientsThatVanishLeaveNothing)
     EXPECT_TRUE(WaitUntil([&] { return References(client) == s_NothingHeld; })) << References(client).toStdString();
     EXPECT_TRUE(WaitUntil([&] {
         return FailureOf([&] { client.Wait(client.Query(QStringLiteral("SELECT 1"))); }) == QStringLiteral("succeeded");
-    })) << "their statements have ended";
+    }));
+    QElapsedTimer time;
+    time.start();
+    server.Process().terminate();
+    EXPECT_EQ(server.ExitCode(), 0);
+    EXPECT_LT(time.elapsed(), 3'000) << "all their statements have ended";
 }
 
 TEST(Robustness, NoneOf40000EventsIsLost)
