@@ -22,6 +22,12 @@ QByteArray s_Crashed;
 std::uintptr_t s_StackEnd = 0; ///< the lowest address that the stack may reach
 std::array<std::byte, 65'536> s_HandlerStack;
 
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool IsSanitized = true; ///< it reserves more than any limit, and reports crashes itself
+#else
+constexpr bool IsSanitized = false;
+#endif
+
 constexpr std::uintptr_t StackMargin = 1'048'576;
 /// The script engine asks for memory in pieces of about this size.
 constexpr std::size_t Probe = 16'777'216;
@@ -96,12 +102,11 @@ void LimitProcess(int megabytes, const QString& title)
     s_OutOfMemory = begin + ": out of memory: the script needs more than " + QByteArray::number(megabytes) + " MiB\n";
     s_OutOfStack = begin + ": out of stack: something is nested too deeply\n";
     s_Crashed = begin + ": the script engine crashed, perhaps for want of memory\n";
-#ifndef __SANITIZE_ADDRESS__ // which reserves more than any limit, and reports crashes itself
+    if (IsSanitized) return;
     std::set_new_handler(EndOutOfMemory);
     std::set_terminate(HandleTermination);
     CatchCrashes();
     const auto bytes = static_cast<rlim_t>(megabytes) * 1024 * 1024;
     const rlimit limit{bytes, bytes};
     setrlimit(RLIMIT_DATA, &limit);
-#endif
 }
