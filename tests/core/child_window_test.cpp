@@ -10,6 +10,8 @@
 
 #include <functional>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 /// A window whose load does what the test says, and that tells what happens to it.
@@ -17,7 +19,7 @@ class TestWindow : public ChildWindow
 {
 public:
     TestWindow() { resize(300, 200); }
-    ~TestWindow() override { Told << QStringLiteral("deleted"); }
+    ~TestWindow() override { Told << u"deleted"_s; }
 
     QMdiSubWindow* Frame() const { return qobject_cast<QMdiSubWindow*>(parentWidget()); }
     bool IsInFront() const
@@ -28,7 +30,7 @@ public:
     void UnloadBySelf()
     {
         Unload();
-        Told << QStringLiteral("still here");
+        Told << u"still here"_s;
         m_TreeNode.reset();
     }
 
@@ -38,7 +40,7 @@ public:
 
 protected:
     bool Load() override { return !OnLoad || OnLoad(*this); }
-    void FormUnload() override { Told << QStringLiteral("unloaded"); }
+    void FormUnload() override { Told << u"unloaded"_s; }
     bool MayClose() const override { return m_MayClose; }
 };
 
@@ -46,7 +48,7 @@ class ChildWindows : public ::testing::Test
 {
 protected:
     ChildWindows()
-        : m_Controller(m_Main->BuildTree({QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c")})->Child(0))
+        : m_Controller(m_Main->BuildTree({u"a"_s, u"b"_s, u"c"_s})->Child(0))
     {
         TestWindow::Told.clear();
         TestWindow::OnLoad = nullptr;
@@ -71,8 +73,8 @@ protected:
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
         EXPECT_TRUE(m_Main->ChildArea().subWindowList().isEmpty());
         BackInTheEventLoop();
-        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("unloaded")), windows);
-        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("deleted")), windows);
+        EXPECT_EQ(TestWindow::Told.count(u"unloaded"_s), windows);
+        EXPECT_EQ(TestWindow::Told.count(u"deleted"_s), windows);
     }
 
     std::unique_ptr<FakeMainWindow> m_Main = std::make_unique<FakeMainWindow>();
@@ -143,7 +145,7 @@ TEST_F(ChildWindows, ThatCannotLoadLeaveNothingBehind)
 {
     TestWindow::OnLoad = [](TestWindow&) { return false; };
     EXPECT_EQ(Open(0), nullptr);
-    TestWindow::OnLoad = [](TestWindow&) -> bool { throw ServerError(QStringLiteral("unknown")); };
+    TestWindow::OnLoad = [](TestWindow&) -> bool { throw ServerError(u"unknown"_s); };
     EXPECT_THROW(Open(0), ServerError);
     TestWindow::OnLoad = [](TestWindow& form) {
         form.ShowForm();
@@ -163,11 +165,11 @@ TEST_F(ChildWindows, StayWholeWhileTheirLoadLetsOtherEventsRun)
         EXPECT_TRUE(form.IsUnloading());
         form.ShowForm();
         EXPECT_FALSE(form.isVisible());
-        TestWindow::Told << QStringLiteral("load went on");
+        TestWindow::Told << u"load went on"_s;
         return true;
     };
     EXPECT_EQ(Open(0), nullptr);
-    EXPECT_EQ(TestWindow::Told, QStringList({QStringLiteral("load went on"), QStringLiteral("unloaded")}));
+    EXPECT_EQ(TestWindow::Told, QStringList({u"load went on"_s, u"unloaded"_s}));
     ExpectAllGone(1);
 }
 
@@ -192,7 +194,7 @@ TEST_F(ChildWindows, UnloadInsideTheirOwnProcedures)
     a->Unload();
     a->ShowForm();
     EXPECT_FALSE(a->isVisible());
-    EXPECT_EQ(TestWindow::Told, QStringList({QStringLiteral("unloaded"), QStringLiteral("still here")}));
+    EXPECT_EQ(TestWindow::Told, QStringList({u"unloaded"_s, u"still here"_s}));
     ExpectAllGone(1);
 }
 
@@ -214,8 +216,8 @@ TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
         closeAll();
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
         BackInTheEventLoop();
-        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("unloaded")), 3);
-        EXPECT_EQ(TestWindow::Told.count(QStringLiteral("deleted")), 3);
+        EXPECT_EQ(TestWindow::Told.count(u"unloaded"_s), 3);
+        EXPECT_EQ(TestWindow::Told.count(u"deleted"_s), 3);
         EXPECT_TRUE(!m_Main || m_Main->ChildArea().subWindowList().isEmpty());
     }
 }

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class ServerCall : public ::testing::Test
@@ -24,12 +26,12 @@ struct Failure
 const QList<Failure>& Failures()
 {
     static const QList<Failure> all = {
-        {[] { throw ServerError(QStringLiteral("PLC1 does not answer")); }, QStringLiteral("PLC1 does not answer")},
+        {[] { throw ServerError(u"PLC1 does not answer"_s); }, u"PLC1 does not answer"_s},
         {[] { throw ServerError(QString()); }, QString()},
-        {[] { throw ValueError::TypeMismatch(); }, QStringLiteral("Type mismatch")},
-        {[] { throw std::runtime_error("bad things"); }, QStringLiteral("bad things")},
-        {[] { throw std::bad_alloc(); }, QStringLiteral("Out of memory")},
-        {[] { throw 1; }, QStringLiteral("Unknown error")},
+        {[] { throw ValueError::TypeMismatch(); }, u"Type mismatch"_s},
+        {[] { throw std::runtime_error("bad things"); }, u"bad things"_s},
+        {[] { throw std::bad_alloc(); }, u"Out of memory"_s},
+        {[] { throw 1; }, u"Unknown error"_s},
     };
     return all;
 }
@@ -40,11 +42,9 @@ TEST_F(ServerCall, IsAnnouncedCalledAndAnswered)
     EXPECT_TRUE(modMain::CallServer(u"Controller", u"Start", [&] {
         seenByTheCall = m_Main.LogMessages() << m_Main.Status() << m_Main.m_PaintedStatus;
     }));
-    EXPECT_EQ(seenByTheCall, QStringList({QStringLiteral("Calling Controller:Start..."), QStringLiteral("Start..."),
-                                          QStringLiteral("Start...")}));
-    EXPECT_EQ(m_Main.Log().Text(), QStringLiteral("0 : Calling Controller:Start...\r\n1 : Succeeded.\r\n"));
-    EXPECT_EQ(m_Main.m_StatusTexts,
-              QStringList({QStringLiteral("Ready."), QStringLiteral("Start..."), QStringLiteral("Ready.")}));
+    EXPECT_EQ(seenByTheCall, QStringList({u"Calling Controller:Start..."_s, u"Start..."_s, u"Start..."_s}));
+    EXPECT_EQ(m_Main.Log().Text(), u"0 : Calling Controller:Start...\r\n1 : Succeeded.\r\n"_s);
+    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({u"Ready."_s, u"Start..."_s, u"Ready."_s}));
 }
 
 TEST_F(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
@@ -52,10 +52,8 @@ TEST_F(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
     for (const Failure& failure : Failures()) {
         FakeMainWindow main;
         EXPECT_FALSE(modMain::CallServer(u"Item", u"put_Value", failure.Call));
-        EXPECT_EQ(main.Log().Text(), QStringLiteral("0 : Calling Item:put_Value...\r\n1 : ") + failure.Description +
-                                         QStringLiteral("\r\n"));
-        EXPECT_EQ(main.m_StatusTexts,
-                  QStringList({QStringLiteral("Ready."), QStringLiteral("put_Value..."), QStringLiteral("Ready.")}));
+        EXPECT_EQ(main.Log().Text(), u"0 : Calling Item:put_Value...\r\n1 : "_s + failure.Description + u"\r\n"_s);
+        EXPECT_EQ(main.m_StatusTexts, QStringList({u"Ready."_s, u"put_Value..."_s, u"Ready."_s}));
     }
 }
 
@@ -74,8 +72,8 @@ TEST_F(ServerCall, IsMadeAlsoWhenTheLogIsFull)
     bool called = false;
     EXPECT_TRUE(modMain::CallServer(u"Engine", u"Stop", [&] { called = true; }));
     EXPECT_TRUE(called);
-    const QString overflow = QStringLiteral("Log buffer overflow.");
-    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({overflow, QStringLiteral("Stop..."), overflow}));
+    const QString overflow = u"Log buffer overflow."_s;
+    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({overflow, u"Stop..."_s, overflow}));
 }
 
 TEST_F(ServerCall, ProgressIsPaintedAtMostOnceAFrame)

@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 class Values : public ::testing::Test
@@ -31,45 +33,20 @@ Variant EightVariants(const Variant& last)
 
 TEST_F(Values, TypeListMapsToTypeCodesAndBack)
 {
-    struct
-    {
-        const char* Caption;
-        VarType Type;
-    } const rows[] = {{"EMPTY", 0},
-                      {"NULL", 1},
-                      {"BOOL", 11},
-                      {"UI1", 17},
-                      {"I2", 2},
-                      {"I4", 3},
-                      {"R4", 4},
-                      {"R8", 5},
-                      {"CY", 6},
-                      {"DATE", 7},
-                      {"BSTR", 8},
-                      {"ARRAY | BOOL", 8203},
-                      {"ARRAY | UI1", 8209},
-                      {"ARRAY | I2", 8194},
-                      {"ARRAY | I4", 8195},
-                      {"ARRAY | R4", 8196},
-                      {"ARRAY | R8", 8197},
-                      {"ARRAY | CY", 8198},
-                      {"ARRAY | DATE", 8199},
-                      {"ARRAY | BSTR", 8200},
-                      {"ARRAY | VARIANT", 8204}};
-    QStringList captions;
-    for (qint16 index = 0; index < qint16{std::size(rows)}; ++index) {
-        captions << QString::fromLatin1(rows[index].Caption);
-        EXPECT_EQ(modMain::TypeIndexToVarType(index), rows[index].Type);
-        EXPECT_EQ(modMain::VarTypeToTypeIndex(rows[index].Type), index);
+    const VarType types[] = {0,    1,    11,   17,   2,    3,    4,    5,    6,    7,   8,
+                             8203, 8209, 8194, 8195, 8196, 8197, 8198, 8199, 8200, 8204};
+    for (qint16 index = 0; index < qint16{std::size(types)}; ++index) {
+        EXPECT_EQ(modMain::TypeIndexToVarType(index), types[index]);
+        EXPECT_EQ(modMain::VarTypeToTypeIndex(types[index]), index);
     }
-    captions << QStringLiteral("(Unknown)");
-
     ListBox list;
-    list.AddItem(QStringLiteral("old"));
+    list.AddItem(u"old"_s);
     modMain::FillTypeList(&list);
     QStringList shown;
     for (int i = 0; i < list.ListCount(); ++i) shown << list.List(i);
-    EXPECT_EQ(shown, captions);
+    EXPECT_EQ(shown.join(u';'),
+              u"EMPTY;NULL;BOOL;UI1;I2;I4;R4;R8;CY;DATE;BSTR;ARRAY | BOOL;ARRAY | UI1;ARRAY | I2;ARRAY | I4;ARRAY | R4;"
+              u"ARRAY | R8;ARRAY | CY;ARRAY | DATE;ARRAY | BSTR;ARRAY | VARIANT;(Unknown)"_s);
     EXPECT_EQ(list.ListIndex(), 0);
 }
 
@@ -94,8 +71,8 @@ TEST_F(Values, TypedTextOfAnEntryIsTheCodeAndTheTextAsTyped)
                        {21, "x", "-1,x"},    {-1, "x", "-1,x"}};
     for (const auto& [typeIndex, text, typedText] : cases)
         EXPECT_EQ(modMain::BuildTypedText(typeIndex, QString::fromLatin1(text)), QString::fromLatin1(typedText));
-    EXPECT_EQ(modMain::ToValue(5, QStringLiteral("25")), Variant(qint32{25}));
-    EXPECT_THROW(modMain::ToValue(5, QStringLiteral("abc")), ValueError);
+    EXPECT_EQ(modMain::ToValue(5, u"25"_s), Variant(qint32{25}));
+    EXPECT_THROW(modMain::ToValue(5, u"abc"_s), ValueError);
 }
 
 TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
@@ -121,7 +98,7 @@ TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
         {Variant(0.1), "5,0.1", "0.1 (R8)"},
         {Variant(Currency{125000}), "6,12.5", "12.5 (CY)"},
         {Variant(Date{0.25}), "7,1899-12-30 06:00:00", "1899-12-30 06:00:00 (DATE)"},
-        {Variant(QStringLiteral("a,b")), "8,a,b", "a,b (BSTR)"},
+        {Variant(u"a,b"_s), "8,a,b", "a,b (BSTR)"},
         {Variant(QString()), "8,", " (BSTR)"},
         {object, "9,...", "... (?)"},
         {Variant(ObjectRef()), "9,...", "... (?)"},
@@ -141,17 +118,17 @@ TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
         EXPECT_EQ(modMain::ValueToDisplayText(value), QString::fromLatin1(displayText));
     }
     EXPECT_EQ(m_Main.LogMessages(), QStringList());
-    EXPECT_EQ(modMain::ValueTextOf(QStringLiteral("no comma")), QStringLiteral("no comma"));
+    EXPECT_EQ(modMain::ValueTextOf(u"no comma"_s), u"no comma"_s);
 }
 
 /// Counts how often the converter is made; the text it gives has no comma.
 class OddLibrary : public VelSQLLib
 {
 public:
-    EngineRef CreateEngine() override { throw ServerError(QStringLiteral("none")); }
+    EngineRef CreateEngine() override { throw ServerError(u"none"_s); }
     ValueConverterRef CreateValueConverter() override
     {
-        if (m_Made++ == 0) throw ServerError(QStringLiteral("not yet"));
+        if (m_Made++ == 0) throw ServerError(u"not yet"_s);
         return std::make_shared<OddConverter>();
     }
 
@@ -161,7 +138,7 @@ private:
     class OddConverter : public ValueConverter
     {
         Variant TextToValue(const QString&) override { throw std::runtime_error("never"); }
-        QString ValueToText(const Variant&, qint32 flags) override { return QStringLiteral("flags %1").arg(flags); }
+        QString ValueToText(const Variant&, qint32 flags) override { return u"flags %1"_s.arg(flags); }
     };
 };
 
@@ -170,10 +147,10 @@ TEST_F(Values, TheConverterIsMadeOnFirstUseAndKept)
     OddLibrary library;
     modMain::Library = &library;
     const Variant value(qint32{25});
-    EXPECT_EQ(modMain::ValueToTypedText(Variant()), QStringLiteral("0,"));
+    EXPECT_EQ(modMain::ValueToTypedText(Variant()), u"0,"_s);
     EXPECT_EQ(library.m_Made, 0);
-    EXPECT_EQ(modMain::ValueToDisplayText(value), QStringLiteral("??? (I4)"));
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(modMain::ValueToDisplayText(value), QStringLiteral("flags 0 (I4)"));
+    EXPECT_EQ(modMain::ValueToDisplayText(value), u"??? (I4)"_s);
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(modMain::ValueToDisplayText(value), u"flags 0 (I4)"_s);
     EXPECT_EQ(library.m_Made, 2);
     modMain::Reset(); // the library goes before the fixture
 }

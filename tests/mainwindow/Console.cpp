@@ -29,6 +29,18 @@ void ListKeys(const TreeNodeRef& node, QStringList& keys)
 
 } // namespace
 
+void FakeScriptTool::AddObject(const QString& name, const ObjectRef& object)
+{
+    m_Calls << u"AddObject "_s + name + (object == modMain::Engine ? u" engine"_s : u" other"_s);
+}
+
+void FakeScriptTool::RemoveObject(const QString& name)
+{
+    m_Calls << u"RemoveObject %1, %2 windows"_s.arg(name).arg(ChildWindow::Forms().size()) +
+                   (modMain::Engine ? u", engine"_s : u""_s);
+    if (m_Fails) throw ServerError(u"The script tool is gone."_s);
+}
+
 Console::Console()
 {
     modMain::ReplaceMessageBoxes([this](QMessageBox& box) {
@@ -55,6 +67,17 @@ void Console::StartActive()
     TakeCalls();
     m_Main->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.get()));
+}
+
+TreeNodeRef Console::StartWithAddedItem()
+{
+    StartActive();
+    const TreeNodeRef added = AddItemNode(u"D900"_s);
+    DoubleClick(PlaceOf(added));
+    EXPECT_EQ(Windows(), QStringList{u"Controller(PLC1).Item(D900)"_s});
+    ChildWindow::Forms().constFirst()->HideForm();
+    TakeCalls();
+    return added;
 }
 
 void Console::Create(ObjectWindows windows)

@@ -14,6 +14,20 @@
 
 using namespace Qt::StringLiterals;
 
+/// Notes what it is asked, and what of the console is left when it drops the engine's name.
+class FakeScriptTool : public ScriptHost
+{
+public:
+    void Show() override { m_Calls << u"Show"_s; }
+    void AddObject(const QString& name, const ObjectRef& object) override;
+    void RemoveObject(const QString& name) override;
+    QString get_Script() override { return u"' Welcome"_s; }
+    void put_Script(const QString& script) override { m_Calls << script; }
+
+    QStringList m_Calls;
+    bool m_Fails = false;
+};
+
 /// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items); message boxes are
 /// answered by the test.
 class Console : public ::testing::Test
@@ -26,6 +40,8 @@ protected:
     void Start();
     /// Starts, forgets the calls, and waits until the window is active.
     void StartActive();
+    /// Starts with an added item whose window is loaded, but hidden: it does not ask the server.
+    TreeNodeRef StartWithAddedItem();
     /// A main window that was not loaded, with windows of the test's own.
     void Create(ObjectWindows windows);
 

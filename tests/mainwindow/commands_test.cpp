@@ -70,54 +70,33 @@ TEST_F(Console, MenusHoldTheirEntriesInOrder)
     EXPECT_EQ(buttons.join(u' '), u"btnShow=Show btnRemove=Remove btnCut= btnCopy=Copy btnPaste=Paste"_s);
 }
 
-TEST_F(Console, PopupCommandsAnnounceCallAndSucceed)
-{
-    StartActive();
-    QString log;
-    int line = 0;
-    for (const ServerCommand& command : ServerCommands) {
-        SCOPED_TRACE(command.Action);
-        Click(Node(command.Key));
-        Trigger(command.Action);
-        EXPECT_EQ(TakeCalls(), command.Calls);
-        log += u"%1 : Calling %2...\r\n%3 : Succeeded.\r\n"_s.arg(line).arg(command.Announced).arg(line + 1);
-        line += 2;
-        EXPECT_EQ(Log(), log);
-        EXPECT_EQ(Panel(1), u"Ready."_s);
-    }
-    EXPECT_EQ(m_Server.m_LiveObjects, 2);
-}
-
-TEST_F(Console, PopupCommandsThatFailLogTheDescriptionInstead)
+TEST_F(Console, PopupCommandsAreAnnouncedAndCalledAndFailuresLogged)
 {
     StartActive();
     for (const ServerCommand& command : ServerCommands) {
-        for (int call = 1; call <= command.Calls.size(); ++call) {
-            SCOPED_TRACE(std::string(command.Action) + " " + std::to_string(call));
+        const auto calls = static_cast<int>(command.Calls.size());
+        for (int failing = 1; failing <= calls + 1; ++failing) { // the last round does not fail
+            SCOPED_TRACE(std::string(command.Action) + " " + std::to_string(failing));
             Click(Node(command.Key));
             modMain::ClearTextBox(&m_Main->Log());
             modMain::LogLineCount = 0;
-            m_Server.FailCall(call, u"Call failed."_s);
+            m_Server.FailCall(failing, u"Call failed."_s);
             Trigger(command.Action);
-            EXPECT_EQ(TakeCalls(), command.Calls.first(call));
-            const bool isAnnounced = call == command.Calls.size();
-            EXPECT_EQ(Log(), isAnnounced ? u"0 : Calling %1...\r\n1 : Call failed.\r\n"_s.arg(command.Announced)
-                                         : u"0 : Call failed.\r\n"_s);
+            m_Server.FailCall(0, {});
+            EXPECT_EQ(TakeCalls(), command.Calls.first(std::min(failing, calls)));
+            const QString announced = u"0 : Calling %1...\r\n1 : %2\r\n"_s.arg(
+                command.Announced, failing > calls ? u"Succeeded."_s : u"Call failed."_s);
+            EXPECT_EQ(Log(), failing < calls ? u"0 : Call failed.\r\n"_s : announced);
             EXPECT_EQ(Panel(1), u"Ready."_s);
         }
     }
     EXPECT_EQ(m_Boxes, QStringList());
+    EXPECT_EQ(m_Server.m_LiveObjects, 2);
 }
 
 TEST_F(Console, AnAddedItemIsRemovedWithItsWindow)
 {
-    StartActive();
-    const TreeNodeRef added = AddItemNode(u"D900"_s);
-    DoubleClick(PlaceOf(added));
-    ASSERT_EQ(Windows(), QStringList{u"Controller(PLC1).Item(D900)"_s});
-    ChildWindow::Forms().constFirst()->HideForm(); // it no longer asks the server
-    TakeCalls();
-
+    const TreeNodeRef added = StartWithAddedItem();
     m_Answer = QMessageBox::No;
     Trigger("mnuPopupItem_4");
     EXPECT_EQ(TakeBoxes(), QStringList{u"plain information Yes/No VelSQLTester: Are you sure ?"_s});
@@ -137,10 +116,7 @@ TEST_F(Console, AnAddedItemIsRemovedWithItsWindow)
 
 TEST_F(Console, ARemovalThatFailsLeavesTreeAndWindow)
 {
-    StartActive();
-    const TreeNodeRef added = AddItemNode(u"D900"_s);
-    DoubleClick(PlaceOf(added));
-    ChildWindow::Forms().constFirst()->HideForm();
+    const TreeNodeRef added = StartWithAddedItem();
     const QStringList logs{u"0 : Call failed.\r\n"_s,
                            u"0 : Call failed.\r\n1 : Calling Controller:RemoveItem...\r\n2 : Call failed.\r\n"_s};
     for (int call = 1; call <= 2; ++call) {
@@ -229,43 +205,24 @@ TEST_F(Console, EntriesBringUpTheirWindowForTheCurrentNode)
 
 TEST_F(Console, TheScriptToolLearnsTheEngineOnce)
 {
-    class FakeScriptTool : public ScriptHost
-    {
-    public:
-        explicit FakeScriptTool(QStringList& calls)
-            : m_Calls(calls)
-        {
-        }
-        void Show() override { m_Calls << u"Show"_s; }
-        void AddObject(const QString& name, const ObjectRef& object) override
-        {
-            m_Calls << u"AddObject "_s + name + (object == modMain::Engine ? u" engine"_s : u" other"_s);
-        }
-        void RemoveObject(const QString& name) override { m_Calls << u"RemoveObject "_s + name; }
-        QString get_Script() override { return u"' Welcome"_s; }
-        void put_Script(const QString& script) override { m_Calls << script; }
-
-    private:
-        QStringList& m_Calls;
-    };
-    QStringList calls;
+    const auto tool = std::make_shared<FakeScriptTool>();
     ObjectWindows windows;
     bool fails = true;
     windows.CreateScriptTool = [&] {
         if (std::exchange(fails, false)) throw ServerError(u"No script tool."_s);
-        calls << u"Create"_s;
-        return std::make_shared<FakeScriptTool>(calls);
+        tool->m_Calls << u"Create"_s;
+        return tool;
     };
     Create(windows);
     m_Main->Form_Load();
     for (int press = 0; press < 3; ++press) Trigger("mnuTool_0");
     EXPECT_EQ(Log(), u"0 : No script tool.\r\n"_s);
-    EXPECT_EQ(calls,
+    EXPECT_EQ(tool->m_Calls,
               (QStringList{u"Create"_s, u"AddObject Vlx engine"_s,
                            u"' Welcome\r\n' [Syntax] Vlx.Controller(\"<Controller Name>\").Item(\"<Item Name>\")"_s,
                            u"Show"_s, u"Show"_s}));
     m_Main->close();
-    EXPECT_EQ(calls.last(), u"RemoveObject Vlx"_s);
+    EXPECT_EQ(tool->m_Calls.last(), u"RemoveObject Vlx, 0 windows, engine"_s);
 }
 
 TEST_F(Console, CascadeAndCloseAll)

@@ -19,24 +19,6 @@ const QStringList StartKeys{
     u"VelSQLEngine\\PLC2 Controller"_s, u"VelSQLEngine\\VelSQLHistory VelSQLHistory"_s,
 };
 
-/// Notes what the console looks like when it drops the engine's name.
-class FakeScriptTool : public ScriptHost
-{
-public:
-    void Show() override {}
-    void AddObject(const QString&, const ObjectRef&) override {}
-    QString get_Script() override { return {}; }
-    void put_Script(const QString&) override {}
-    void RemoveObject(const QString& name) override
-    {
-        m_Seen << name << QString::number(ChildWindow::Forms().size()) << (modMain::Engine ? u"engine"_s : u"none"_s);
-        if (m_Fails) throw ServerError(u"The script tool is gone."_s);
-    }
-
-    QStringList m_Seen;
-    bool m_Fails = false;
-};
-
 } // namespace
 
 TEST_F(Console, StartDrawsTheServersObjectsAndShowsTheWindow)
@@ -114,30 +96,10 @@ TEST_F(Console, AFailureWhileTheTreeIsDrawnShowsItAsFarAsItGot)
 
 TEST_F(Console, NamesThatAreNoTextsEndTheDrawing)
 {
-    class Library : public VelSQLLib
-    {
-    public:
-        class Engine : public VelSQLEngine
-        {
-        public:
-            ControllerRef get_Controller(const Variant&) override { return {}; }
-            void Start() override {}
-            void Stop() override {}
-            void Snapshot() override {}
-            Variant Execute(const QString&) override { return {}; }
-            HistoryRef get_History() override { return {}; }
-            Variant get_ControllerNames() override { return {}; }
-        };
-        EngineRef CreateEngine() override { return std::make_shared<Engine>(); }
-        ValueConverterRef CreateValueConverter() override { return {}; }
-    };
-    Library library;
-    modMain::Library = &library;
-    Create({});
-    m_Main->Form_Load();
+    m_Server.m_ListedControllers = Variant();
+    Start();
     EXPECT_EQ(m_Boxes, QStringList{u"plain 0 OK VelSQLTester: Type mismatch"_s});
     EXPECT_EQ(Keys(), StartKeys.first(1));
-    m_Main.reset();
 }
 
 TEST_F(Console, ClosingClosesTheChildWindowsAndThenLetsTheServerGo)
@@ -154,7 +116,7 @@ TEST_F(Console, ClosingClosesTheChildWindowsAndThenLetsTheServerGo)
     m_Main->close();
     EXPECT_FALSE(m_Main->isVisible());
     EXPECT_EQ(Windows(), QStringList());
-    EXPECT_EQ(tool->m_Seen, (QStringList{u"Vlx"_s, u"0"_s, u"engine"_s})); // windows first, the engine last
+    EXPECT_EQ(tool->m_Calls, QStringList{u"RemoveObject Vlx, 0 windows, engine"_s}); // windows first, the engine last
     EXPECT_FALSE(modMain::ScriptTool || modMain::History || modMain::Engine || modMain::HistoryNode ||
                  modMain::EngineNode);
     EXPECT_EQ(m_Server.m_LiveObjects, 0);
@@ -162,7 +124,7 @@ TEST_F(Console, ClosingClosesTheChildWindowsAndThenLetsTheServerGo)
     EXPECT_EQ(Panel(1), u"Ready."_s);
     EXPECT_EQ(m_Boxes, QStringList());
     m_Main->close(); // closing twice unloads once
-    EXPECT_EQ(tool->m_Seen.size(), 3);
+    EXPECT_EQ(tool->m_Calls.size(), 1);
 }
 
 TEST_F(Console, AScriptToolThatFailsDoesNotKeepTheServer)

@@ -46,7 +46,6 @@ TEST_F(Console, AClickMakesTheNodeCurrentAndTheRightButtonOpensItsPopup)
 TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCode)
 {
     StartActive();
-    Node(D100);
     const QPoint empty(20, Tree().viewport()->height() - 5);
     const TreeNodeRef item = Node(D100);
 
