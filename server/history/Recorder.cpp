@@ -35,9 +35,11 @@ void SayOf(int destination, LogLevel level, const QString& text)
 class Recorder::Queue
 {
 public:
-    void Add(RecordedValue value)
+    /// Whether the first value since the last TakeDropped had to go.
+    bool Add(RecordedValue value)
     {
         const std::lock_guard lock(m_Guard);
+        const bool nothingDropped = m_Dropped == 0;
         m_Bytes += BytesOf(value);
         m_Values.push_back(std::move(value));
         while (m_Values.size() > MostWaiting || m_Bytes > MostBytesWaiting) {
@@ -47,6 +49,7 @@ public:
             ++m_Removed;
         }
         if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting) m_Filled.notify_one();
+        return nothingDropped && m_Dropped > 0;
     }
 
     /// The oldest values, which stay in the queue until they are Removed; empty when told to stop and nothing waits.
@@ -230,7 +233,8 @@ Recorder::~Recorder()
 
 void Recorder::Record(RecordedValue value)
 {
-    m_Queue->Add(std::move(value));
+    if (m_Queue->Add(std::move(value)))
+        SayOf(m_Number, LogLevel::Warning, QStringLiteral("Too many values wait: the oldest are dropped."));
 }
 
 bool Recorder::Flush(int milliseconds)

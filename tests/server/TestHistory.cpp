@@ -94,6 +94,40 @@ TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBack)
               QStringList({QStringLiteral("item_value"), QStringLiteral("3")}));
 }
 
+TEST_F(HistoryTest, WhenTooManyWaitTheOldestAreDropped)
+{
+    QDir().mkpath(Path()); // a folder where the file should be
+    Open();
+    const auto limit = static_cast<int>(Recorder::MostWaiting);
+    for (int i = 0; i < limit + 10; ++i) Record(QStringLiteral("A"), i);
+    QDir().rmdir(Path());
+    EXPECT_TRUE(m_History->Flush(30'000));
+    EXPECT_EQ(Ask(QStringLiteral("SELECT count(*), min(item_value), max(item_value) FROM velsql_history"))[1],
+              QStringLiteral("%1,10,%2").arg(limit).arg(limit + 9));
+}
+
+TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
+{
+    const QString second = m_Folder.filePath(QStringLiteral("second.db"));
+    HistorySettings settings;
+    settings.Destinations[0].ConnectionString = QStringLiteral("Database=") + Path();
+    settings.Destinations[1].ConnectionString = QStringLiteral("Database=") + second;
+    settings.Destinations[1].TableName = QStringLiteral("mi\"ne");
+    for (const bool enabled : {false, true}) {
+        settings.Enabled = enabled;
+        m_History.emplace(settings);
+        Record(QStringLiteral("A"), enabled ? 2 : 1);
+        EXPECT_TRUE(m_History->Flush(5000));
+        EXPECT_EQ(Ask(QStringLiteral("SELECT 7"))[1], QStringLiteral("7")) << "asked all the same";
+    }
+    EXPECT_EQ(Ask(QStringLiteral("SELECT item_value FROM velsql_history"))[1], QStringLiteral("2"));
+    HistorySettings other;
+    other.Destinations[0].ConnectionString = settings.Destinations[1].ConnectionString;
+    other.Enabled = false;
+    m_History.emplace(other);
+    EXPECT_EQ(Ask(QStringLiteral("SELECT item_value FROM \"mi\"\"ne\""))[1], QStringLiteral("2"));
+}
+
 TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
 {
     QDir().mkpath(QFileInfo(Path()).path());
