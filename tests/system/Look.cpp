@@ -2,8 +2,10 @@
 
 #include <QAbstractButton>
 #include <QAbstractScrollArea>
+#include <QAbstractSpinBox>
 #include <QAccessible>
 #include <QApplication>
+#include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
@@ -12,6 +14,7 @@
 #include <QPalette>
 #include <QPushButton>
 #include <QTabBar>
+#include <QToolBar>
 
 namespace {
 
@@ -61,6 +64,17 @@ bool IsNameless(QWidget& control)
     return (spoken ? spoken->text(QAccessible::Name) : control.accessibleName()).isEmpty();
 }
 
+/// What a toolbar does stands in menus too, and a child area gives the focus to the windows in it.
+bool NeedsMouse(const QWidget& control)
+{
+    const bool isWorked = qobject_cast<const QAbstractButton*>(&control) || qobject_cast<const QComboBox*>(&control) ||
+                          qobject_cast<const QLineEdit*>(&control) || qobject_cast<const QTabBar*>(&control) ||
+                          qobject_cast<const QAbstractSpinBox*>(&control) ||
+                          qobject_cast<const QAbstractScrollArea*>(&control);
+    return isWorked && (control.focusPolicy() & Qt::TabFocus) == 0 && !qobject_cast<const QMdiArea*>(&control) &&
+           !qobject_cast<const QToolBar*>(control.parentWidget());
+}
+
 /// Parts that Qt makes by itself: frames of child windows, buttons inside fields, scroll bars.
 bool IsQtsOwn(const QWidget& control)
 {
@@ -77,6 +91,7 @@ QStringList FaultsOf(QWidget& window)
         if (IsTextCut(*control)) faults << Named(*control) + QStringLiteral(" cuts its text");
         if (IsTooLow(*control)) faults << Named(*control) + QStringLiteral(" is lower than its text");
         if (SticksOut(*control)) faults << Named(*control) + QStringLiteral(" sticks out");
+        if (NeedsMouse(*control)) faults << Named(*control) + QStringLiteral(" is out of the keyboard's reach");
         if (IsNameless(*control)) faults << Named(*control) + QStringLiteral(" has no name to be spoken");
     }
     return faults;
