@@ -9,9 +9,12 @@
 /// Letting the event loop run, and watching how long it lets others wait.
 void RunEvents(int milliseconds);
 
+/// Looks every millisecond at the latest.
 template <std::predicate Condition>
 void RunEventsUntil(Condition&& isMet)
 {
+    QTimer look;
+    look.start(1);
     while (!isMet()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 
