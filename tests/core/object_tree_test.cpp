@@ -119,18 +119,6 @@ TEST_F(ObjectTree, removed_nodes_stay_safe)
     EXPECT_EQ(m_Root->Child(0)->Key(), u"VelSQLEngine\\PLC2"_s);
 }
 
-TEST_F(ObjectTree, a_new_root_replaces_the_tree)
-{
-    const TreeNodeRef root = m_Model->SetRoot(u"VelSQLEngine"_s, NodeTag::Engine);
-    EXPECT_EQ(root->ChildCount(), 0);
-    EXPECT_FALSE(m_Root->IsInTree());
-    EXPECT_FALSE(m_Model->IndexOf(m_Plc1).isValid());
-    EXPECT_EQ(m_Model->FindByKey(u"VelSQLEngine"_s), root);
-    m_Model->Clear();
-    EXPECT_FALSE(m_Model->Root() || m_Model->FindByKey(u"VelSQLEngine"_s));
-    EXPECT_EQ(m_Model->rowCount(), 0);
-}
-
 TEST_F(ObjectTree, refuses_places_that_are_not_there)
 {
     ObjectTreeModel other;

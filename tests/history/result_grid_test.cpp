@@ -15,6 +15,14 @@ class ResultGridTest : public HistoryWindow
 protected:
     ResultGridTest() { QGuiApplication::clipboard()->setText(u"before"_s); }
 
+    /// Opens the window, answers a statement with this much, and forgets the log.
+    void OpenOn(const ResultProgress& progress = {1000, true, {}})
+    {
+        Open();
+        m_Script.Progress = progress;
+        Execute(u"x"_s);
+        TakeLog();
+    }
     static QString Clipboard() { return QGuiApplication::clipboard()->text(); }
     void Select(int top, int left, int bottom, int right,
                 QItemSelectionModel::SelectionFlags how = QItemSelectionModel::ClearAndSelect)
@@ -30,9 +38,7 @@ protected:
 
 TEST_F(ResultGridTest, ReadsOnlyWhatIsLookedAt)
 {
-    Open();
-    m_Script.Progress.RowsSoFar = 1'000'000;
-    Execute(u"x"_s);
+    OpenOn({1'000'000, true, {}});
     EXPECT_EQ(Row(0), QStringList({u"0"_s, u"name 0"_s}));
     Grid().scrollTo(Model().index(500'050, 0), QAbstractItemView::PositionAtTop);
     EXPECT_EQ(Row(500'050), QStringList({u"500050"_s, u"name 500050"_s}));
@@ -41,9 +47,7 @@ TEST_F(ResultGridTest, ReadsOnlyWhatIsLookedAt)
 
 TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
 {
-    Open();
-    m_Script.Progress = {0, false, {}};
-    Execute(u"x"_s);
+    OpenOn({0, false, {}});
     EXPECT_EQ(RowsText(), u"0 rows so far");
     m_Script.Progress.RowsSoFar = 150;
     EXPECT_TRUE(WaitForText(0, 1, u"name 0"_s));
@@ -67,9 +71,7 @@ TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
 
 TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
 {
-    Open();
-    m_Script.Progress = {1'000, false, {}};
-    Execute(u"x"_s);
+    OpenOn({1'000, false, {}});
     const auto currentRow = [&] { return Grid().currentIndex().row(); };
     const auto waitForRow = [&](int row) { return QTest::qWaitFor([&] { return currentRow() == row; }, 2000); };
     Grid().setCurrentIndex(Model().index(3, 1));
@@ -96,10 +98,7 @@ TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
 
 TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
 {
-    Open();
-    m_Script.Progress = {100'000, false, {}};
-    Execute(u"x"_s);
-    TakeLog();
+    OpenOn({100'000, false, {}});
     m_Script.PagesAsked.clear();
     m_Script.PageFailure = m_Script.ProgressFailure = u"The connection to the server was lost."_s;
     QTest::keyClick(&Grid(), Qt::Key_End);
@@ -122,10 +121,7 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
 
 TEST_F(ResultGridTest, AReadingThatFailsSaysWhyAndKeepsItsRows)
 {
-    Open();
-    m_Script.Progress = {300, false, {}};
-    Execute(u"x"_s);
-    TakeLog();
+    OpenOn({300, false, {}});
     m_Script.Progress = {310, true, u"database is locked"_s};
     EXPECT_TRUE(QTest::qWaitFor([&] { return RowsText() == u"310 rows, the rest could not be read"; }, 2000));
     EXPECT_EQ(TakeLog(), QStringList{u"database is locked"_s});
@@ -225,10 +221,7 @@ TEST_F(ResultGridTest, CopiesSelectionsAsTabSeparatedText)
 
 TEST_F(ResultGridTest, CopiesALargeResultBetweenOtherEventsOrNotAtAll)
 {
-    Open();
-    m_Script.Progress.RowsSoFar = 200'000;
-    Execute(u"x"_s);
-    TakeLog();
+    OpenOn({200'000, true, {}});
     Grid().selectAll();
     CopyByKey();
     EXPECT_EQ(Clipboard(), u"before");
@@ -255,9 +248,7 @@ TEST_F(ResultGridTest, CopiesALargeResultBetweenOtherEventsOrNotAtAll)
 
 TEST_F(ResultGridTest, ACopyThatMeetsALostServerSaysWhy)
 {
-    Open();
-    Execute(u"x"_s);
-    TakeLog();
+    OpenOn();
     m_Script.PageFailure = u"lost"_s;
     Grid().selectAll();
     CopyByKey();
@@ -267,9 +258,7 @@ TEST_F(ResultGridTest, ACopyThatMeetsALostServerSaysWhy)
 
 TEST_F(ResultGridTest, SelectingEverythingStaysCheap)
 {
-    Open();
-    m_Script.Progress.RowsSoFar = 2'000'000;
-    Execute(u"x"_s);
+    OpenOn({2'000'000, true, {}});
     Grid().selectAll();
     const std::clock_t before = std::clock(); // the processor's time: other programs do not count
     for (int i = 0; i < 10; ++i) {

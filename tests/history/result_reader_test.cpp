@@ -35,14 +35,6 @@ TEST(ResultReader, KeepsThePagesUsedLastWithinItsMemory)
     EXPECT_EQ(script.LiveResults, 0);
 }
 
-TEST(ResultReader, KeepsNoMoreThanTheOnePageThatIsTooLarge)
-{
-    ScriptedResult::Script script{.RowsPerPage = 1, .BytesPerPage = 20 * 1024 * 1024};
-    ResultReader reader = Read(script);
-    for (const int row : {0, 1, 2}) reader.Cell(row, 0);
-    EXPECT_EQ(script.LivePages, 1);
-}
-
 TEST(ResultReader, RefusesPagesThatDoNotHoldTheRowAndCountsNoMoreThanAGridTakes)
 {
     class Stubborn : public ScriptedResult

@@ -225,6 +225,24 @@ TEST_F(Console, TheScriptToolLearnsTheEngineOnce)
     EXPECT_EQ(tool->m_Calls.last(), u"RemoveObject Vlx, 0 windows, engine"_s);
 }
 
+TEST_F(Console, WindowsOpenInStepsInsideTheArea)
+{
+    StartActive();
+    m_Main->resize(1200, 850);
+    for (const QString& key : {PLC1, D100, PLC1 + u"\\D200"_s}) DoubleClick(PlaceOf(Node(key)));
+    const auto frames = m_Main->ChildArea().subWindowList();
+    ASSERT_EQ(frames.size(), 3);
+    for (int i = 0; i < 3; ++i) {
+        const int step = i * frames[i]->contentsMargins().top();
+        EXPECT_EQ(frames[i]->pos(), QPoint(step, step));
+        EXPECT_TRUE(m_Main->ChildArea().viewport()->rect().contains(frames[i]->geometry()));
+    }
+    const QPoint place = frames[1]->pos();
+    ChildWindow::Forms()[1]->Unload();
+    DoubleClick(PlaceOf(Node(D100)));
+    EXPECT_EQ(ChildWindow::Forms().last()->parentWidget()->pos(), place);
+}
+
 TEST_F(Console, CascadeAndCloseAll)
 {
     StartActive();
