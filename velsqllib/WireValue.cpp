@@ -132,6 +132,15 @@ QList<T> ReadBytes(capnp::Data::Reader bytes)
     return QList<T>(first, first + bytes.size());
 }
 
+/// A list of structs without contents takes no room on the wire, whatever length it claims.
+template <typename List>
+List CheckedStructs(List list, wire::SafeArray::Reader array)
+{
+    if (list.size() > array.totalSize().wordCount)
+        throw ValueError(QStringLiteral("An array claims more elements than it has."));
+    return list;
+}
+
 SafeArray::Elements ReadElements(wire::SafeArray::Reader array, WireObjects& objects, int depth)
 {
     using wire::SafeArray;
@@ -148,9 +157,11 @@ SafeArray::Elements ReadElements(wire::SafeArray::Reader array, WireObjects& obj
     case SafeArray::CY: return ReadList<Currency>(array.getCy());
     case SafeArray::DATE: return ReadList<Date>(array.getDate());
     case SafeArray::BSTR: return ReadList<QString>(array.getBstr(), &FromWireText);
-    case SafeArray::DISPATCH: return ReadList<ObjectRef>(array.getDispatch(), [&](auto o) { return objects.Read(o); });
+    case SafeArray::DISPATCH:
+        return ReadList<ObjectRef>(CheckedStructs(array.getDispatch(), array), [&](auto o) { return objects.Read(o); });
     case SafeArray::VARIANT:
-        return ReadList<Variant>(array.getVariant(), [&](auto v) { return ReadAt(v, objects, depth + 1); });
+        return ReadList<Variant>(CheckedStructs(array.getVariant(), array),
+                                 [&](auto v) { return ReadAt(v, objects, depth + 1); });
     }
     throw ValueError(QStringLiteral("An array of an unknown type arrived."));
 }

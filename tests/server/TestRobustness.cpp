@@ -93,6 +93,21 @@ TEST(Robustness, HostileBytesEndOnlyTheirOwnConnection)
     EXPECT_EQ(References(client), s_NothingHeld);
 }
 
+TEST(Robustness, AnArrayThatClaimsMoreThanItHasIsRefused)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath());
+    auto request = client.Item(s_Plc, QStringLiteral("Recipe")).putValueRequest();
+    auto array = request.initValue().initArray();
+    array.initVariant(0);
+    auto pointers = capnp::AnyStruct::Builder(kj::mv(array)).getPointerSection();
+    pointers[0].initAsListOfAnyStruct(0, 0, 60'000'000); // elements of no size
+    EXPECT_EQ(FailureOf([&] { client.Wait(request.send()); }),
+              QStringLiteral("An array claims more elements than it has."));
+    EXPECT_LT(server.MemoryMB(), 150.0);
+    EXPECT_TRUE(Answers(client));
+}
+
 TEST(Robustness, AThousandConnections)
 {
     rlimit limit{};
