@@ -14,6 +14,25 @@ QList<ChildWindow*>& OpenForms()
     return Forms;
 }
 
+/// Frames stand in steps, so that none covers the title of another, as far as they stay inside the area.
+QPoint FreePlace(const QMdiArea& area, const QMdiSubWindow& frame)
+{
+    const auto frames = area.subWindowList();
+    const auto isFree = [&](const QPoint& place) {
+        return std::none_of(frames.begin(), frames.end(),
+                            [&](const QMdiSubWindow* other) { return other != &frame && other->pos() == place; });
+    };
+    const QSize room = area.viewport()->size() - frame.size();
+    const int step = std::max(1, frame.contentsMargins().top()); // the height of a title
+    for (int left = 0; left == 0 || left <= room.width(); left += step) {
+        for (QPoint place(left, 0); place.y() == 0 || (place.x() <= room.width() && place.y() <= room.height());
+             place += QPoint(step, step)) {
+            if (isFree(place)) return place;
+        }
+    }
+    return {};
+}
+
 /// A hidden window leaves no active frame behind: the one used before it takes over.
 void ActivatePrevious(QMdiArea* area)
 {
@@ -67,8 +86,9 @@ void ChildWindow::Host()
     m_Frame = new QMdiSubWindow(area.viewport());
     m_Frame->setWidget(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
-    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins())); // before it is given a place
+    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins()));
     area.addSubWindow(m_Frame);
+    m_Frame->move(FreePlace(area, *m_Frame));
     m_Frame->hide();
     connect(this, &QObject::destroyed, m_Frame, &QObject::deleteLater); // whoever deletes it
 }
