@@ -1,7 +1,6 @@
 #include "batchwrite/FramePacer.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 
 FramePacer::FramePacer()
 {
@@ -12,10 +11,7 @@ FramePacer::FramePacer()
 
 FramePacer::~FramePacer()
 {
-    for (const Window& window : m_Windows) {
-        if (window.IsWaiting && window.Object)
-            QCoreApplication::postEvent(window.Object, new QEvent(QEvent::UpdateRequest));
-    }
+    for (Request& request : m_Requests) Post(request);
 }
 
 void FramePacer::ProcessEvents()
@@ -25,36 +21,38 @@ void FramePacer::ProcessEvents()
     m_LettingRun = false; // also for the loop around this one: it is back here soon
 }
 
+void FramePacer::Post(Request& request)
+{
+    if (!std::exchange(request.IsWaiting, false) || !request.Object) return;
+    QCoreApplication::postEvent(request.Object, new QEvent(request.Type));
+}
+
 /// By a timer, and not by the loop itself: a message box may stand meanwhile, and the loop wait for it.
 void FramePacer::PostWaiting()
 {
-    m_Windows.remove_if([](const Window& window) { return !window.Object; });
-    for (Window& window : m_Windows) {
-        if (!window.IsWaiting) continue;
-        if (window.SincePainted.elapsed() < FrameMs) {
-            m_NextFrame.start(FrameMs);
-            continue;
-        }
-        window.IsWaiting = false;
-        QCoreApplication::postEvent(window.Object, new QEvent(QEvent::UpdateRequest));
+    m_Requests.remove_if([](const Request& request) { return !request.Object; });
+    for (Request& request : m_Requests) {
+        if (!request.IsWaiting) continue;
+        if (request.SinceDone.elapsed() >= FrameMs) Post(request);
+        else m_NextFrame.start(FrameMs);
     }
 }
 
 bool FramePacer::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::UpdateRequest) return false;
-    Window& window = Find(watched);
-    window.IsWaiting = m_LettingRun && window.SincePainted.isValid() && window.SincePainted.elapsed() < FrameMs;
-    if (!window.IsWaiting) window.SincePainted.start();
-    else if (!m_NextFrame.isActive()) m_NextFrame.start(FrameMs - static_cast<int>(window.SincePainted.elapsed()));
-    return window.IsWaiting;
+    if (event->type() != QEvent::UpdateRequest && event->type() != QEvent::LayoutRequest) return false;
+    Request& request = Find(watched, event->type());
+    const qint64 rest = request.SinceDone.isValid() ? FrameMs - request.SinceDone.elapsed() : 0;
+    request.IsWaiting = m_LettingRun && rest > 0;
+    if (!request.IsWaiting) request.SinceDone.start();
+    else if (!m_NextFrame.isActive()) m_NextFrame.start(static_cast<int>(rest));
+    return request.IsWaiting;
 }
 
-FramePacer::Window& FramePacer::Find(QObject* object)
+FramePacer::Request& FramePacer::Find(QObject* object, QEvent::Type type)
 {
-    for (Window& window : m_Windows) {
-        if (window.Object == object) return window;
+    for (Request& request : m_Requests) {
+        if (request.Object == object && request.Type == type) return request;
     }
-    m_Windows.emplace_back().Object = object;
-    return m_Windows.back();
+    return m_Requests.emplace_back(Request{object, type, {}});
 }
