@@ -277,3 +277,25 @@ TEST_F(DefinitionTest, FlagsOfTheGeneralPageAct)
     EXPECT_EQ(observer.Seen, QStringList({QStringLiteral("E=3,7"), QStringLiteral("E=3,7")}));
     EXPECT_EQ(Plant.Recorded, observer.Seen);
 }
+
+TEST_F(DefinitionTest, KindsOfItemsAndTheirLinksAct)
+{
+    const Variant link = QStringLiteral("Source");
+    const Variant two = QStringLiteral("Source(1), Operand");
+    const qint16 alias = 1, array = 2, activation = 2;
+    const PlantItemRef normal = Add({{0, QStringLiteral("N")}, {8, link}, {12, true}});
+    const PlantItemRef other = Add({{0, QStringLiteral("A")}, {8, link}, {36, alias}});
+    const PlantItemRef gathered = Add({{0, QStringLiteral("G")}, {8, two}, {34, true}, {36, array}});
+    const PlantItemRef property = Add({{0, QStringLiteral("P")}, {8, link}, {37, activation}});
+    Controller.Item(QStringLiteral("Source"))->PutValue(SafeArray(QList<qint16>({1, 2})));
+    Controller.Item(QStringLiteral("Operand"))->PutValue(SafeArray(QList<qint32>({7, 8})));
+    EXPECT_EQ(WriteTypedText(other->Value()), QStringLiteral("8194,1,2")) << "without a scan";
+    Controller.Snapshot();
+    EXPECT_EQ(WriteTypedText(normal->Value()), QStringLiteral("8194,1,2"));
+    EXPECT_EQ(WriteTypedText(gathered->Value()), QStringLiteral("8204,{2,2},{3,7}"));
+    EXPECT_EQ(WriteTypedText(property->Value()), QStringLiteral("11,True"));
+    normal->PutValue(Variant());
+    EXPECT_TRUE(Controller.Item(QStringLiteral("Source"))->Value().IsEmpty());
+    property->PutValue(false);
+    EXPECT_FALSE(Controller.Item(QStringLiteral("Source"))->IsActive());
+}
