@@ -188,15 +188,6 @@ TEST_F(AddItemOk, AnAnswerThatGivesNoPlaceIsLogged)
     EXPECT_EQ(Nodes(), u"D100 D200 +New"_s);
 }
 
-TEST_F(AddItemOk, ATreeWithoutTheControllerIsLogged)
-{
-    Open();
-    m_Main.Tree().Remove(m_Controller);
-    Press("cmdOK");
-    EXPECT_EQ(TakeLog(), SuccessLog + QStringList{u"The object tree has no node \"PLC1\" any more."_s});
-    EXPECT_TRUE(m_Form->m_csCtrl) << "still open";
-}
-
 TEST_F(AddItemOk, IsModalNewEachTimeAndNoChildWindow)
 {
     m_Main.Widget()->show();

@@ -119,20 +119,6 @@ TEST_F(ObjectTree, removed_nodes_stay_safe)
     EXPECT_EQ(m_Root->Child(0)->Key(), u"VelSQLEngine\\PLC2"_s);
 }
 
-TEST_F(ObjectTree, refuses_places_that_are_not_there)
-{
-    ObjectTreeModel other;
-    const TreeNodeRef stranger = other.SetRoot(u"VelSQLEngine"_s, NodeTag::Engine);
-    EXPECT_THROW(m_Model->Insert(m_Plc1, 4, u"x"_s, NodeTag::Item), ValueError);
-    EXPECT_THROW(m_Model->Insert(m_Plc1, -1, u"x"_s, NodeTag::Item), ValueError);
-    EXPECT_THROW(m_Model->Append({}, u"x"_s, NodeTag::Item), ValueError);
-    EXPECT_THROW(m_Model->Append(stranger, u"x"_s, NodeTag::Item), ValueError);
-    m_Model->Remove(stranger);
-    m_Model->Append(m_Plc1, QStringList(), NodeTag::Item);
-    EXPECT_EQ(m_Plc1->ChildCount(), 3);
-    EXPECT_TRUE(stranger->IsInTree());
-}
-
 TEST_F(ObjectTree, shows_texts_literally_with_the_image_of_their_kind)
 {
     QPixmap picture(16, 16);

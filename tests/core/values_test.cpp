@@ -121,38 +121,4 @@ TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
     EXPECT_EQ(modMain::ValueTextOf(u"no comma"_s), u"no comma"_s);
 }
 
-/// Counts how often the converter is made; the text it gives has no comma.
-class OddLibrary : public VelSQLLib
-{
-public:
-    EngineRef CreateEngine() override { throw ServerError(u"none"_s); }
-    ValueConverterRef CreateValueConverter() override
-    {
-        if (m_Made++ == 0) throw ServerError(u"not yet"_s);
-        return std::make_shared<OddConverter>();
-    }
-
-    int m_Made = 0;
-
-private:
-    class OddConverter : public ValueConverter
-    {
-        Variant TextToValue(const QString&) override { throw std::runtime_error("never"); }
-        QString ValueToText(const Variant&, qint32 flags) override { return u"flags %1"_s.arg(flags); }
-    };
-};
-
-TEST_F(Values, TheConverterIsMadeOnFirstUseAndKept)
-{
-    OddLibrary library;
-    modMain::Library = &library;
-    const Variant value(qint32{25});
-    EXPECT_EQ(modMain::ValueToTypedText(Variant()), u"0,"_s);
-    EXPECT_EQ(library.m_Made, 0);
-    EXPECT_EQ(modMain::ValueToDisplayText(value), u"??? (I4)"_s);
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(modMain::ValueToDisplayText(value), u"flags 0 (I4)"_s);
-    EXPECT_EQ(library.m_Made, 2);
-    modMain::Reset(); // the library goes before the fixture
-}
-
 } // namespace

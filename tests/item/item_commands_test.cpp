@@ -20,7 +20,7 @@ protected:
 template <std::invocable<QDialog&> Work>
 void InTheDialog(Work&& work)
 {
-    QTimer::singleShot(0, qApp, [work] {
+    QTimer::singleShot(0, modMain::GetMainWindow()->Widget(), [work] {
         auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
         ASSERT_TRUE(dialog);
         work(*dialog);

@@ -113,7 +113,7 @@ TEST_F(ItemLoad, NeverReadsTheValueOfAWriteOnlyItem)
     EXPECT_EQ(CellTexts().at(8), u"n/a"_s);
 }
 
-TEST_F(ItemLoad, RefreshesWhileShownWithoutLoggingOrActivating)
+TEST_F(ItemLoad, RefreshesWhileShownAndNeverLogsNorActivates)
 {
     frmItem& form = Open();
     m_Main.Widget()->show();
@@ -129,13 +129,6 @@ TEST_F(ItemLoad, RefreshesWhileShownWithoutLoggingOrActivating)
                     QString()));
     EXPECT_EQ(TakeCalls(), GridCalls(true)); // the value cannot be asked for without the attribute
     EXPECT_EQ(TakeLog(), QStringList());
-}
-
-TEST_F(ItemLoad, RestsWhileHiddenAndGoesOnWhenShownAgain)
-{
-    frmItem& form = Open();
-    m_Main.Widget()->show();
-    form.ShowForm();
     Press("cmdHide");
     EXPECT_FALSE(form.isVisible());
     QTest::qWait(700);

@@ -159,15 +159,6 @@ TEST_F(Console, OnlyItemsOfThisConsoleCanBeRemoved)
     EXPECT_EQ(Keys().size(), 6);
 }
 
-TEST_F(Console, WindowsThatDoNotExistAreDisabled)
-{
-    Create({});
-    for (const char* entry : {"mnuPopupEng_0", "mnuPopupCtrl_0", "mnuPopupCtrl_6", "mnuPopupCtrl_8", "mnuPopupItem_0",
-                              "mnuPopupHstry_0", "mnuTool_0"}) {
-        EXPECT_FALSE(IsEnabled(entry)) << entry;
-    }
-}
-
 TEST_F(Console, EntriesBringUpTheirWindowForTheCurrentNode)
 {
     QStringList shown;
