@@ -8,8 +8,8 @@ namespace {
 
 QString StateFolder()
 {
-    const QString state = qEnvironmentVariable("XDG_STATE_HOME", QDir::homePath() + QStringLiteral("/.local/state"));
-    return state + QStringLiteral("/velsql");
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME"); // an empty one counts as none
+    return (state.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : state) + QStringLiteral("/velsql");
 }
 
 } // namespace

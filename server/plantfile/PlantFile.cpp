@@ -128,6 +128,7 @@ QString DescribePlantFile(const QString& path)
 
 QString UserPlantFile()
 {
-    const QString folder = qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + QStringLiteral("/.config"));
-    return folder + QStringLiteral("/velsql/plant.toml");
+    const QString config = qEnvironmentVariable("XDG_CONFIG_HOME"); // an empty one counts as none
+    return (config.isEmpty() ? QDir::homePath() + QStringLiteral("/.config") : config) +
+           QStringLiteral("/velsql/plant.toml");
 }
