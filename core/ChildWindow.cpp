@@ -33,6 +33,13 @@ QPoint FreePlace(const QMdiArea& area, const QMdiSubWindow& frame)
     return {};
 }
 
+/// As large as it was drawn, unless the area is seen to be smaller: then as large as the area, if it may be.
+QSize FirstSize(const QMdiArea& area, const QMdiSubWindow& frame, const QSize& designed)
+{
+    const QSize size = designed.grownBy(frame.contentsMargins());
+    return area.isVisible() ? size.boundedTo(area.viewport()->size()).expandedTo(frame.minimumSizeHint()) : size;
+}
+
 /// A hidden window leaves no active frame behind: the one used before it takes over.
 void ActivatePrevious(QMdiArea* area)
 {
@@ -86,7 +93,7 @@ void ChildWindow::Host()
     m_Frame = new QMdiSubWindow(area.viewport());
     m_Frame->setWidget(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
-    if (isDesigned) m_Frame->resize(designed.grownBy(m_Frame->contentsMargins()));
+    if (isDesigned) m_Frame->resize(FirstSize(area, *m_Frame, designed));
     area.addSubWindow(m_Frame);
     m_Frame->move(FreePlace(area, *m_Frame));
     m_Frame->hide();

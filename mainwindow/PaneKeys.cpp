@@ -7,16 +7,18 @@
 
 PaneKeys::PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log)
     : QObject(mainWindow)
+    , m_MainWindow(mainWindow)
     , m_Children(children)
     , m_Panes{tree, children, log}
 {
-    AddKey(mainWindow, Qt::Key_F6, 1);
-    AddKey(mainWindow, Qt::SHIFT | Qt::Key_F6, -1);
+    AddKey(Qt::Key_F6, 1);
+    AddKey(Qt::SHIFT | Qt::Key_F6, -1);
+    connect(qApp, &QApplication::focusChanged, this, &PaneKeys::CatchLostFocus, Qt::QueuedConnection);
 }
 
-void PaneKeys::AddKey(QWidget* mainWindow, const QKeySequence& key, int step)
+void PaneKeys::AddKey(const QKeySequence& key, int step)
 {
-    const auto* shortcut = new QShortcut(key, mainWindow);
+    const auto* shortcut = new QShortcut(key, m_MainWindow);
     connect(shortcut, &QShortcut::activated, this, [this, step] { Move(step); });
 }
 
@@ -33,6 +35,15 @@ void PaneKeys::Move(int step)
         pane = (pane + step + count) % count;
         if (QWidget* control = ControlOf(m_Panes[pane])) return control->setFocus(Qt::ShortcutFocusReason);
     }
+}
+
+void PaneKeys::CatchLostFocus()
+{
+    const QWidget* focus = QApplication::focusWidget();
+    const bool isLost = !focus || focus == m_MainWindow || focus == m_Children || focus == m_Children->viewport();
+    if (!isLost || !m_MainWindow->isActiveWindow()) return;
+    if (QWidget* control = ControlOfActiveChild()) control->setFocus();
+    else Move(1);
 }
 
 QWidget* PaneKeys::ControlOf(QWidget* pane) const

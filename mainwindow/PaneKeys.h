@@ -6,7 +6,8 @@
 class QMdiArea;
 class QWidget;
 
-/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
+/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window. When the last
+/// of these goes, the tree gets the focus that would else be nowhere.
 class PaneKeys : public QObject
 {
     Q_OBJECT
@@ -15,12 +16,14 @@ public:
     PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log);
 
 private:
-    void AddKey(QWidget* mainWindow, const QKeySequence& key, int step);
+    void AddKey(const QKeySequence& key, int step);
     void Move(int step);
+    void CatchLostFocus();
     /// The pane's control that takes the focus; null when the pane shows none.
     QWidget* ControlOf(QWidget* pane) const;
     QWidget* ControlOfActiveChild() const;
 
+    QWidget* m_MainWindow;
     QMdiArea* m_Children;
     QList<QWidget*> m_Panes;
 };

@@ -228,8 +228,10 @@ TEST_F(Editing, KeysTakeTheFocusFromPaneToPane)
     EXPECT_EQ(press(Qt::Key_Tab), &LogBox());
     EXPECT_NE(press(Qt::Key_Tab), &LogBox());
     EXPECT_EQ(Log(), QString()); // the key is no text
-    LogBox().setFocus();
+    m_Form->m_Edit->setFocus();
     m_Form->HideForm();
+    EXPECT_TRUE(QTest::qWaitFor([this] { return Tree().hasFocus(); })) << "the last window is gone";
+    LogBox().setFocus();
     Trigger("mnuView_2");
     EXPECT_EQ(press(Qt::Key_F6), &LogBox()) << "there is no other pane";
 }
