@@ -6,6 +6,7 @@
 
 #include <QAction>
 #include <QTemporaryFile>
+#include <QTextBlock>
 #include <QTimer>
 
 namespace {
@@ -112,6 +113,28 @@ TEST_F(BatchSystem, OtherWindowsLiveOnAndStopIsHeard)
     EXPECT_GT(log.size(), 20);
     EXPECT_LT(log.size(), 400'000);
     EXPECT_EQ(log.last(2), LineLog(u"D100"_s));
+}
+
+TEST_F(BatchSystem, ALineIsSeenInTheLogBeforeItsCallBlocks)
+{
+    struct Seen : QObject
+    {
+        bool eventFilter(QObject* viewport, QEvent* event) override
+        {
+            const auto* log = static_cast<LogPane*>(viewport->parent());
+            if (event->type() == QEvent::Paint) NewestLines << log->document()->lastBlock().previous().text();
+            return false;
+        }
+        QStringList NewestLines;
+    } seen;
+    StartBoth();
+    modMain::Engine->Execute(u"disturb Item(PLC1\\D100).put_Value slow 100"_s);
+    OpenFor(PLC1);
+    EnterFile(EndlessLine.repeated(3));
+    m_Main->Log().viewport()->installEventFilter(&seen);
+    Run();
+    for (int line : {0, 2, 4})
+        EXPECT_TRUE(seen.NewestLines.contains(u"%1 : Calling Item(D100):put_Value..."_s.arg(line))) << line;
 }
 
 TEST_F(BatchSystem, AServerThatRefusesDiesOrHangsEndsTheRunAndServesTheNext)
