@@ -56,7 +56,7 @@ QWidget* PaneKeys::ControlOf(QWidget* pane) const
 QWidget* PaneKeys::ControlOfActiveChild() const
 {
     const QMdiSubWindow* child = m_Children->currentSubWindow();
-    if (!child || !child->isVisible() || child->isMinimized()) return nullptr;
+    if (!child || !child->widget() || !child->isVisible() || child->isMinimized()) return nullptr;
     QWidget* control = child->widget()->focusWidget();
     for (QWidget* next = control ? control : child->widget(); child->isAncestorOf(next);
          next = next->nextInFocusChain())
