@@ -25,7 +25,6 @@ RealServer::RealServer()
     }
     m_Process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     // A test that crashes leaves no server behind.
-    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // also when this process is killed
 }
 
