@@ -26,20 +26,20 @@ TEST_F(ItemRules, KeepsTheDelayBoxOverChangesOfTheProperty)
 {
     const struct
     {
-        const char* Title;
         bool TickedFirst;
         QStringList Chosen;
         bool TickedThen;
     } rows[] = {
-        {"comes back as it was before Elements", true, {u"Elements"_s, u"Value"_s}, true},
-        {"was clear before Tag", false, {u"Tag"_s, u"Value"_s}, false},
-        // Each choice of another property remembers anew: meant.
-        {"Tag, then ID, then Value gives the cleared state", true, {u"Tag"_s, u"ID"_s, u"Value"_s}, false},
-        {"the same property twice counts as two", true, {u"ID"_s, u"ID"_s, u"Value"_s}, false},
-        {"Value twice restores what was remembered at load", true, {u"Value"_s}, false},
+        {true, {u"Elements"_s, u"Value"_s}, true},
+        {false, {u"Tag"_s, u"Value"_s}, false},
+        // Each choice of another property remembers anew, also of the same one: meant.
+        {true, {u"Tag"_s, u"ID"_s, u"Value"_s}, false},
+        {true, {u"ID"_s, u"ID"_s, u"Value"_s}, false},
+        // What is restored then is what was remembered at load.
+        {true, {u"Value"_s}, false},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.Title);
+        SCOPED_TRACE(row.Chosen.join(u' ').toStdString());
         Open();
         Tick("chkDelay", row.TickedFirst);
         for (const QString& property : row.Chosen) Choose("cmbProperty", property);
