@@ -19,8 +19,8 @@ constexpr int TwipsOfRow = 255;
 PanesLayout::PanesLayout(const Panes& panes)
     : QObject(panes.Frame)
     , m_Panes(panes)
-    , m_TreeWidth(panes.Frame->fontMetrics().averageCharWidth() * 40)
-    , m_LogHeight(panes.Frame->fontMetrics().height() * 9)
+    , m_TreeWidth(std::min(panes.Frame->fontMetrics().averageCharWidth() * 40, panes.Frame->window()->width() / 3))
+    , m_LogHeight(std::min(panes.Frame->fontMetrics().height() * 9, panes.Frame->window()->height() / 5))
 {
     connect(panes.VBar, &DragBar::MouseMove, this, &PanesLayout::picVBar_MouseMove);
     connect(panes.HBar, &DragBar::MouseMove, this, &PanesLayout::picHBar_MouseMove);

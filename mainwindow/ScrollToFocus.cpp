@@ -6,11 +6,11 @@
 
 namespace {
 
-/// Of what is too large for the room its beginning is shown.
+/// What is too large for the room stays as it is while its beginning is in sight.
 void Scroll(QScrollBar* bar, int begin, int end, int room)
 {
-    if (end > room) bar->setValue(bar->value() + std::min(end - room, begin));
-    else if (begin < 0) bar->setValue(bar->value() + begin);
+    if (begin < 0 || begin >= room) bar->setValue(bar->value() + std::min(begin, std::max(0, end - room)));
+    else if (end > room && end - begin <= room) bar->setValue(bar->value() + end - room);
 }
 
 } // namespace
