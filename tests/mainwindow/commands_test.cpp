@@ -240,6 +240,10 @@ TEST_F(Console, CascadeAndCloseAll)
     for (const QString& name : {u"D100"_s, u"D200"_s}) DoubleClick(PlaceOf(Node(PLC1 + u'\\' + name)));
     const auto frames = m_Main->ChildArea().subWindowList();
     frames[0]->showMaximized();
+    QStringList status; // while the command works
+    const auto note = [&] { status << Panel(1); };
+    QObject::connect(frames[0], &QMdiSubWindow::windowStateChanged, note);
+    QObject::connect(&m_Main->ChildArea(), &QMdiArea::subWindowActivated, note);
     Trigger("mnuWindow_0");
     EXPECT_FALSE(frames[0]->isMaximized());
     EXPECT_NE(frames[0]->pos(), frames[1]->pos());
@@ -247,6 +251,8 @@ TEST_F(Console, CascadeAndCloseAll)
 
     ChildWindow::Forms().constFirst()->HideForm();
     Trigger("mnuWindow_1");
+    status.removeDuplicates();
+    EXPECT_EQ(status, (QStringList{u"Windows Cascade..."_s, u"Ready."_s, u"Close Window..."_s}));
     EXPECT_EQ(Windows(), QStringList());
     EXPECT_TRUE(m_Main->isVisible());
     EXPECT_EQ(m_Server.m_LiveObjects, 2);
