@@ -85,6 +85,12 @@ void Console::Create(ObjectWindows windows)
     m_Main = std::make_unique<frmMDI>(std::move(windows));
 }
 
+void Console::WaitForCheck()
+{
+    QTest::qWait(110);
+    QCoreApplication::processEvents(); // on a busy machine the wait may end without having looked once more
+}
+
 void Console::Trigger(const char* action)
 {
     m_Main->RefreshTlbar();

@@ -53,6 +53,8 @@ protected:
         return *control;
     }
     ObjectTreeView& Tree() { return Control<ObjectTreeView>("treeObject"); }
+    /// Lets the check of the focus run, which comes ten times a second.
+    static void WaitForCheck();
     /// Chooses an entry or button as it is after the next check.
     void Trigger(const char* action);
     bool IsEnabled(const char* action) { return Control<QAction>(action).isEnabled(); }

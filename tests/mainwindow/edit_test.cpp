@@ -50,7 +50,7 @@ protected:
     /// What is enabled of Cut, Copy and Paste, in menu and toolbar alike, after the next check.
     QString Enabled()
     {
-        QTest::qWait(110);
+        WaitForCheck();
         QStringList names;
         const std::pair<const char*, const char*> pairs[] = {
             {"mnuEdit_4", "btnCut"}, {"mnuEdit_5", "btnCopy"}, {"mnuEdit_6", "btnPaste"}};
@@ -92,7 +92,7 @@ TEST_F(Editing, AToolBesideTheMainWindowIsNotEditedFromItsMenus)
     QLineEdit* box = m_Form->m_Text;
     box->setFocus();
     box->setSelection(0, 4);
-    QTest::qWait(110);
+    WaitForCheck();
     QLineEdit tool(u"script"_s);
     tool.show();
     tool.activateWindow();
@@ -111,7 +111,7 @@ TEST_F(Editing, TheSelectionSurvivesMenusButtonsAndGrids)
         box->setText(u"some text"_s);
         box->setFocus();
         box->setSelection(5, 4);
-        QTest::qWait(110);
+        WaitForCheck();
         leave();
         EXPECT_EQ(Enabled(), u"btnCut btnCopy btnPaste"_s);
         Trigger("mnuEdit_4");
