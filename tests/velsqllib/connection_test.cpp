@@ -1,20 +1,20 @@
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
-#include "tests/velsqllib/WireServer.h"
+#include "tests/support/PrintQt.h"
+#include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
 
 #include <QElapsedTimer>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <limits>
-#include <optional>
+
+using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
-
-using namespace std::chrono_literals;
 
 Variant Text(const QString& text)
 {
@@ -26,13 +26,13 @@ class ConnectionTest : public ::testing::Test, public ControllerEvents
 protected:
     ConnectionTest()
     {
-        StartServer();
+        m_Server.Start();
         m_Engine = m_Library.CreateEngine();
+        Controller()->Execute(u"state 2"_s, {}); // nothing is scanned: the only events are those that a test fires
     }
 
-    void StartServer() { m_Server.emplace(m_SocketPath); }
     ItemRef Item(const QString& name) { return Controller()->get_Item(Text(name)); }
-    ControllerRef Controller() { return m_Engine->get_Controller(Text(QStringLiteral("PLC1"))); }
+    ControllerRef Controller() { return m_Engine->get_Controller(Text(u"PLC1"_s)); }
 
     /// The description of the error that a call ends with; "none" when it succeeds.
     template <typename Call>
@@ -40,22 +40,21 @@ protected:
     {
         try {
             call();
-            return QStringLiteral("none");
+            return u"none"_s;
         } catch (const DescribedError& error) {
             return error.Description();
         }
     }
 
-    void OnChangeState(qint32 state) override { m_Events << QStringLiteral("state %1").arg(state); }
+    void OnChangeState(qint32 state) override { m_Events << u"state %1"_s.arg(state); }
     void OnChangeItem(const ItemRef& item) override
     {
-        m_Events << QStringLiteral("%1=%2").arg(item->get_Name()).arg(item->get_Value().Get<qint32>());
+        m_Events << u"%1=%2"_s.arg(item->get_Name()).arg(item->get_Value().Get<qint32>());
     }
 
-    QTemporaryDir m_Folder;
-    QString m_SocketPath = m_Folder.filePath(QStringLiteral("velsql/server.sock"));
-    std::optional<WireServer> m_Server;
-    RemoteLibrary m_Library{m_SocketPath, QString(), {.Interval = 30ms, .BeforePing = 100ms, .ForPingAnswer = 400ms}};
+    RealServer m_Server;
+    RemoteLibrary m_Library{
+        m_Server.SocketPath(), QString(), {.Interval = 30ms, .BeforePing = 100ms, .ForPingAnswer = 400ms}};
     EngineRef m_Engine;
     QStringList m_Events;
 };
@@ -68,7 +67,7 @@ SafeArray Nested(int levels)
 
 TEST_F(ConnectionTest, EveryValueComesBackAsItWasSent)
 {
-    const QString oddText = QString::fromUtf16(u"a\0b", 3) + QChar(0xD800) + QStringLiteral("ü漢&<b>\r\n");
+    const QString oddText = QString::fromUtf16(u"a\0b", 3) + QChar(0xD800) + u"ü漢&<b>\r\n"_s;
     const QList<Variant> values = {Variant(),
                                    Null{},
                                    true,
@@ -102,25 +101,22 @@ TEST_F(ConnectionTest, EveryValueComesBackAsItWasSent)
                                    SafeArray(QList<ObjectRef>{nullptr}),
                                    SafeArray(QList<Variant>{qint32{1}, Null{}, Text(oddText), Variant()}, 1),
                                    Nested(MaxValueDepth)};
-    const ItemRef item = Item(QStringLiteral("B"));
-    for (qsizetype i = 0; i < values.size(); ++i) {
-        item->put_Value(values[i]);
-        EXPECT_TRUE(item->get_Value() == values[i]) << "value " << i;
-    }
+    const ControllerRef controller = Controller();
+    for (qsizetype i = 0; i < values.size(); ++i)
+        EXPECT_TRUE(controller->Execute(u"echo"_s, values[i]) == values[i]) << "value " << i;
 }
 
 TEST_F(ConnectionTest, ObjectsTravelInsideValues)
 {
-    Item(QStringLiteral("B"))->put_Value(ObjectRef(Item(QStringLiteral("A"))));
-    const Variant value = Item(QStringLiteral("B"))->get_Value();
+    const Variant value = Controller()->Execute(u"echo"_s, ObjectRef(Item(u"D100"_s)));
     const auto item = std::dynamic_pointer_cast<VelSQLItem>(value.Get<ObjectRef>());
     ASSERT_TRUE(item);
-    EXPECT_EQ(item->get_Name(), u"A");
+    EXPECT_EQ(item->get_Name(), u"D100");
 }
 
 TEST_F(ConnectionTest, TooDeeplyNestedArraysAreRefusedAndNothingIsSent)
 {
-    const ItemRef item = Item(QStringLiteral("A"));
+    const ItemRef item = Item(u"D100"_s);
     EXPECT_EQ(ErrorOf([&] { item->put_Value(Nested(MaxValueDepth + 1)); }),
               u"Arrays are nested deeper than 16 levels.");
     EXPECT_EQ(item->get_Value(), Variant(qint32{25}));
@@ -128,49 +124,53 @@ TEST_F(ConnectionTest, TooDeeplyNestedArraysAreRefusedAndNothingIsSent)
 
 TEST_F(ConnectionTest, ErrorsCarryTheServersTextByteForByte)
 {
-    const QStringList texts = {QStringLiteral("plain"), QString(), QStringLiteral("two\r\nlines\n"),
-                               QStringLiteral("ü漢 &<b>"), QStringLiteral("remote exception: twice")};
-    for (const QString& text : texts)
-        EXPECT_EQ(ErrorOf([&] { m_Engine->Execute(QStringLiteral("fail ") + text); }), text);
-    EXPECT_EQ(ErrorOf([&] { m_Engine->get_Controller(Text(QStringLiteral("Nobody"))); }), u"No controller Nobody");
-    EXPECT_EQ(ErrorOf([&] { Controller()->get_Item(Text(QStringLiteral("<b>&\\"))); }), u"No item <b>&\\");
+    const QStringList texts = {u"plain"_s, QString(), u"two\r\n\nlines"_s, u"ü漢 &<b>"_s, u"remote exception: twice"_s};
+    for (const QString& text : texts) EXPECT_EQ(ErrorOf([&] { m_Engine->Execute(u"fail "_s + text); }), text);
+    EXPECT_EQ(ErrorOf([&] { m_Engine->get_Controller(Text(u"Nobody"_s)); }), u"Controller \"Nobody\" does not exist.");
+    EXPECT_EQ(ErrorOf([&] { Controller()->get_Item(Text(u"<b>&\\"_s)); }),
+              u"Controller \"PLC1\" has no item \"<b>&\\\".");
 }
 
 TEST_F(ConnectionTest, DroppedObjectsAreReleasedAtTheServerWithoutAnotherCall)
 {
-    std::optional<ItemRef> item = Item(QStringLiteral("A"));
-    (*item)->get_Name();
-    EXPECT_EQ(m_Server->LiveItems(), 1);
+    RemoteLibrary observer(m_Server.SocketPath(), QString());
+    const EngineRef other = observer.CreateEngine();
+    const auto held = [&] { return other->Execute(u"references"_s).Get<QString>().section(u", "_s, 0, 1); };
+    ItemRef item = Item(u"D100"_s);
+    item->get_Name();
+    EXPECT_TRUE(held().endsWith(u"items 1")) << held().toStdString();
     item.reset();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Server->LiveItems() == 0; }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return held() == u"controllers 0, items 0"; }, 2000)) << held().toStdString();
 }
 
 TEST_F(ConnectionTest, EventsArriveInOrderBetweenOtherEventsAndNeverInsideACall)
 {
     const ControllerRef controller = Controller();
     EventSubscriptionRef subscription = controller->Subscribe(*this);
-    m_Engine->Execute(QStringLiteral("fire 3"));
-    Item(QStringLiteral("A"))->get_Value();
+    m_Engine->Execute(u"fire PLC1 item D100 3"_s);
+    m_Engine->Execute(u"fire PLC1 state 3 1"_s);
+    Item(u"D100"_s)->get_Value();
     EXPECT_TRUE(m_Events.isEmpty()) << "delivered inside a call";
-    const QStringList expected = {QStringLiteral("A=25"), QStringLiteral("A=25"), QStringLiteral("A=25"),
-                                  QStringLiteral("state 3")};
+    const QStringList expected = {u"D100=25"_s, u"D100=25"_s, u"D100=25"_s, u"state 3"_s};
     EXPECT_TRUE(QTest::qWaitFor([&] { return m_Events.size() >= 4; }, 2000));
     EXPECT_EQ(m_Events, expected);
 
-    m_Engine->Execute(QStringLiteral("fire 2"));
-    Item(QStringLiteral("A"))->get_Value(); // by now the events wait in the queue
+    m_Engine->Execute(u"fire PLC1 item D100 2"_s);
+    m_Engine->Execute(u"fire PLC1 state 2 1"_s);
+    Item(u"D100"_s)->get_Value(); // by now the events wait in the queue
     subscription.reset();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Server->LiveSubscriptions() == 0; }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return m_Engine->Execute(u"references"_s).Get<QString>().endsWith(u"subscriptions 0"); }, 2000));
     QTest::qWait(20);
     EXPECT_EQ(m_Events, expected) << "delivered after the subscription had ended";
 }
 
 TEST_F(ConnectionTest, AServerThatGoesIsReportedAndTheNextOneIsUsedByTheSameObjects)
 {
-    const ItemRef item = Item(QStringLiteral("A"));
+    const ItemRef item = Item(u"D100"_s);
     const ControllerRef controller = Controller();
     const EventSubscriptionRef subscription = controller->Subscribe(*this);
-    m_Server.reset();
+    m_Server.Kill();
     EXPECT_EQ(ErrorOf([&] { item->get_Value(); }),
               u"The connection to the server was lost; the call may still have taken effect.");
     QElapsedTimer time;
@@ -178,42 +178,47 @@ TEST_F(ConnectionTest, AServerThatGoesIsReportedAndTheNextOneIsUsedByTheSameObje
     for (int i = 0; i < 49; ++i) EXPECT_EQ(ErrorOf([&] { item->get_Value(); }), u"The server is not running.");
     EXPECT_LT(time.elapsed(), 500);
 
-    StartServer();
+    m_Server.Start();
     EXPECT_TRUE(QTest::qWaitFor([&] { return ErrorOf([&] { item->get_Value(); }) == u"none"; }, 3000));
-    EXPECT_EQ(item->get_Name(), u"A");
-    EXPECT_EQ(controller->get_Item(Text(QStringLiteral("B")))->get_Name(), u"B");
-    m_Engine->Execute(QStringLiteral("fire 1"));
+    m_Engine->Execute(u"state PLC1 2"_s);
+    EXPECT_EQ(item->get_Name(), u"D100");
+    EXPECT_EQ(controller->get_Item(Text(u"Recipe"_s))->get_Name(), u"Recipe");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Events.contains(u"state 2"_s); }, 2000));
+    m_Events.clear();
+    m_Engine->Execute(u"fire PLC1 item D100 1"_s);
+    m_Engine->Execute(u"fire PLC1 state 1 1"_s);
     EXPECT_TRUE(QTest::qWaitFor(
         [&] {
-            return m_Events == QStringList({QStringLiteral("A=25"), QStringLiteral("state 1")});
+            return m_Events == QStringList({u"D100=25"_s, u"state 1"_s});
         },
-        2000));
+        2000))
+        << m_Events.join(u'/').toStdString();
 }
 
 TEST_F(ConnectionTest, ASlowCallInALivingServerIsWaitedForAndAHangingServerIsNot)
 {
-    EXPECT_EQ(ErrorOf([&] { m_Engine->Execute(QStringLiteral("sleep 1500")); }), u"none");
+    EXPECT_EQ(ErrorOf([&] { m_Engine->Execute(u"sleep 1500"_s); }), u"none");
 
-    const ItemRef item = Item(QStringLiteral("A"));
-    m_Engine->Execute(QStringLiteral("hang 1500"));
-    QTest::qSleep(50);
+    const ItemRef item = Item(u"D100"_s);
+    m_Server.Suspend();
     EXPECT_EQ(ErrorOf([&] { item->get_Value(); }),
               u"The server does not answer; the call was given up and may still take effect.");
     QElapsedTimer time;
     time.start();
     for (int i = 0; i < 49; ++i) EXPECT_EQ(ErrorOf([&] { item->get_Value(); }), u"The server does not answer.");
     EXPECT_LT(time.elapsed(), 500);
+    m_Server.Resume();
     EXPECT_TRUE(QTest::qWaitFor([&] { return ErrorOf([&] { item->get_Value(); }) == u"none"; }, 3000));
 }
 
 TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
 {
     m_Engine.reset();
-    m_Server.reset();
-    RemoteLibrary alone(m_SocketPath, QString());
+    m_Server.Kill();
+    RemoteLibrary alone(m_Server.SocketPath(), QString());
     EXPECT_EQ(ErrorOf([&] { alone.CreateEngine(); }), u"No VelSQL server is running, and the program \"velsqlserver\" "
                                                       u"was found neither beside this program nor on the path.");
-    RemoteLibrary broken(m_SocketPath, QStringLiteral("/bin/false"));
+    RemoteLibrary broken(m_Server.SocketPath(), u"/bin/false"_s);
     EXPECT_EQ(ErrorOf([&] { broken.CreateEngine(); }), u"The VelSQL server /bin/false could not start.");
 }
 
