@@ -42,7 +42,7 @@ void UpDown::SetBuddy(QLineEdit* field, qint32 minimum, qint32 maximum)
 
 bool UpDown::eventFilter(QObject* watched, QEvent* event)
 {
-    if (watched != m_Buddy || event->type() != QEvent::KeyPress || !isEnabled()) return false;
+    if (event->type() != QEvent::KeyPress || watched != m_Buddy || !isEnabled()) return false;
     const int key = static_cast<QKeyEvent*>(event)->key();
     if (key != Qt::Key_Up && key != Qt::Key_Down) return false;
     Step(key == Qt::Key_Up ? 1 : -1);

@@ -7,7 +7,7 @@ static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "texts are copied to the wire as 
 QString FromWireText(capnp::Data::Reader text)
 {
     QString result(static_cast<qsizetype>(text.size() / sizeof(QChar)), Qt::Uninitialized);
-    memcpy(result.data(), text.begin(), static_cast<std::size_t>(result.size()) * sizeof(QChar));
+    if (!result.isEmpty()) memcpy(result.data(), text.begin(), static_cast<std::size_t>(result.size()) * sizeof(QChar));
     return result;
 }
 

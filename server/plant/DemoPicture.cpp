@@ -11,7 +11,7 @@ static_assert(Width * BytesAPixel % 4 == 0, "rows of a BMP end at a multiple of 
 
 void Append(QList<quint8>& bytes, quint32 number, int count)
 {
-    for (int i = 0; i < count; ++i) bytes.append(static_cast<quint8>(number >> (8 * i)));
+    for (; count > 0; --count, number >>= 8) bytes.append(static_cast<quint8>(number));
 }
 
 QList<quint8> Header()

@@ -27,7 +27,7 @@ TEST(ResultReader, KeepsThePagesUsedLastWithinItsMemory)
         reader.Cell(0, 0);
         script.PagesAsked.clear();
         reader.Cell(99'199, 1);
-        EXPECT_EQ(script.PagesAsked, QList<qint64>());
+        EXPECT_TRUE(script.PagesAsked.isEmpty());
         reader.Cell(99'200, 1);
         EXPECT_EQ(script.PagesAsked, QList<qint64>{99'200});
     }
