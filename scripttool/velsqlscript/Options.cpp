@@ -10,7 +10,7 @@ namespace {
 const QString s_Description = QStringLiteral(
     "Runs an ECMAScript against the objects of the VelSQL server. A server that is running is used, else one is "
     "started.\n"
-    "Lines whose first character is \"'\" are comments. docs/scripting.md tells what scripts find.\n"
+    "Lines whose first character is \"'\" are comments. The manual, scripting.md, tells what scripts find.\n"
     "\n"
     "Exit codes: 0 done, 1 the script failed, 2 wrong command line or unreadable file, 3 no server to be had;\n"
     "a script may end with any code by exit(code). Errors are written as TITLE:LINE: message.");
