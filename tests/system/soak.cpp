@@ -7,6 +7,7 @@
 #include <QCheckBox>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QPixmapCache>
 #include <QPlainTextEdit>
 #include <QTemporaryFile>
 
@@ -33,6 +34,9 @@ qint64 ResidentOf(qint64 process)
 class Soak : public SystemConsole
 {
 protected:
+    /// Qt's cache of pictures would grow for many rounds until it is full.
+    Soak() { QPixmapCache::setCacheLimit(512); }
+
     void OpenWindows()
     {
         for (const QStringView key :
@@ -93,6 +97,7 @@ protected:
                           u"for (let i = 0; i < 500; ++i) { item.Value = i; print(item.Value); }"_s);
         Press(window, "cmdRun");
         EXPECT_TRUE(QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 60'000));
+        Press(window, "cmdClear");
         window.close();
     }
     /// The server goes, by order or not; the open windows find the next one by themselves.
