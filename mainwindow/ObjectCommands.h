@@ -12,8 +12,6 @@ class ObjectCommands
 public:
     ObjectCommands(MainWindow& mainWindow, ObjectWindows windows);
 
-    const ObjectWindows& Windows() const { return m_Windows; }
-
     /// The Show command of the current node's kind.
     void Show();
     /// Removes the current item from its controller and from the tree, after the operator has confirmed it.

@@ -6,7 +6,7 @@
 #include <functional>
 #include <map>
 
-/// How the windows that the tree leads to are brought up. A window that is not listed does not exist: its entries are disabled.
+/// How the windows that the tree leads to are brought up. The commands of one that is not listed do nothing.
 struct ObjectWindows
 {
     using ShowFunction = std::function<void(const TreeNodeRef& node)>;

@@ -72,7 +72,6 @@ frmMDI::frmMDI(ObjectWindows windows)
     ConnectMenus();
     ConnectPopups();
     ConnectToolbar();
-    DisableMissingWindows();
     connect(&tmrObjChk, &QTimer::timeout, this, &frmMDI::tmrObjChk_Timer);
     modMain::SetMainWindow(this);
 }
@@ -163,18 +162,6 @@ void frmMDI::ConnectToolbar()
         button->setAccessibleName(action->toolTip());
         button->setFocusPolicy(Qt::NoFocus); // Pressing one leaves the focus, and with it the selection, where it is.
     }
-}
-
-void frmMDI::DisableMissingWindows()
-{
-    const ObjectWindows& windows = m_Commands.Windows();
-    mnuPopupEng_0->setEnabled(windows.Show.contains(NodeTag::Engine));
-    mnuPopupCtrl_0->setEnabled(windows.Show.contains(NodeTag::Controller));
-    mnuPopupItem_0->setEnabled(windows.Show.contains(NodeTag::Item));
-    mnuPopupHstry_0->setEnabled(windows.Show.contains(NodeTag::History));
-    mnuPopupCtrl_6->setEnabled(bool(windows.AddItem));
-    mnuPopupCtrl_8->setEnabled(bool(windows.BatchWrite));
-    mnuTool_0->setEnabled(bool(windows.CreateScriptTool));
 }
 
 void frmMDI::Form_Load()

@@ -51,7 +51,6 @@ private:
     void ConnectMenus();
     void ConnectPopups();
     void ConnectToolbar();
-    void DisableMissingWindows();
 
     void treeObject_MouseDown(Qt::MouseButton button);
     void treeObject_NodeClick(const TreeNodeRef& node, const QPoint& position);
