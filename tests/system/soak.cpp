@@ -53,8 +53,8 @@ protected:
         Control<QCheckBox>(window, "chkEvent_1").setChecked(true);
         auto& list = Control<EventList>(window, "lstLogEvent");
         list.Clear();
-        modMain::Engine->Execute(u"fire PLC1 item D100 5000"_s);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return list.ListCount() >= 5000; }, 60'000)) << list.ListCount();
+        modMain::Engine->Execute(u"fire PLC1 item D100 2000"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return list.ListCount() >= 2000; }, 300'000)) << list.ListCount();
         list.Clear();
     }
     void Query()
