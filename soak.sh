@@ -11,7 +11,7 @@ export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))
 
 scripts/build.sh asan
 
-# A small quarantine, so that growth is the program's own.
+# A small quarantine: what was given back need not be kept for long.
 export ASAN_OPTIONS=quarantine_size_mb=8:detect_leaks=1:malloc_context_size=20
 export UBSAN_OPTIONS=print_stacktrace=1
 export QT_QPA_PLATFORM=offscreen
