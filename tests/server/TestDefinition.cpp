@@ -81,6 +81,13 @@ protected:
         Maker.AddItem(Controller, SafeArray(definition));
         return Controller.Items().last();
     }
+    /// A further item, linked to "Source".
+    PlantItemRef AddLinked(QMap<int, Variant> elements)
+    {
+        elements.insert(0, QStringLiteral("Item %1").arg(Controller.Items().size()));
+        elements.insert(8, QStringLiteral("Source"));
+        return Add(elements);
+    }
     QString FailureOf(const QMap<int, Variant>& elements)
     {
         try {
@@ -179,10 +186,7 @@ TEST_F(DefinitionTest, ConversionsAndFiltersOfReadingDoWhatTheirTableSays)
     const auto rows = TableBelow(QStringLiteral("Conversions and filters of what is read"));
     ASSERT_EQ(rows.size(), 10);
     for (const Row& row : rows) {
-        QMap<int, Variant> elements = Elements(row[1]);
-        elements.insert(0, QStringLiteral("Item %1").arg(Controller.Items().size()));
-        elements.insert(8, QStringLiteral("Source"));
-        const PlantItemRef item = Add(elements);
+        const PlantItemRef item = AddLinked(Elements(row[1]));
         const QString outcome = Outcome([&] {
             QStringList held;
             for (const QString& value : Codes(row[2])) {
@@ -201,10 +205,7 @@ TEST_F(DefinitionTest, ConversionsOfWritingDoWhatTheirTableSays)
     const auto rows = TableBelow(QStringLiteral("Conversions of what is written"));
     ASSERT_EQ(rows.size(), 7);
     for (const Row& row : rows) {
-        QMap<int, Variant> elements = Elements(row[1]);
-        elements.insert(0, QStringLiteral("Item %1").arg(Controller.Items().size()));
-        elements.insert(8, QStringLiteral("Source"));
-        const PlantItemRef item = Add(elements);
+        const PlantItemRef item = AddLinked(Elements(row[1]));
         const QString outcome = Outcome([&] {
             item->PutValue(ReadTypedText(Codes(row[2])[0]));
             return WriteTypedText(Controller.Item(QStringLiteral("Source"))->Value());
