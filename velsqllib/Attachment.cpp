@@ -27,9 +27,12 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     , m_Disconnect(m_Network.onDisconnect().then([this] { SetLost(); }).eagerlyEvaluate(nullptr))
     , m_Watch(Watch().eagerlyEvaluate(nullptr))
     , m_Ping(nullptr)
-    , m_Notifier(socket, QSocketNotifier::Read)
+    , m_Readable(socket, QSocketNotifier::Read)
+    , m_Writable(socket, QSocketNotifier::Write)
 {
-    QObject::connect(&m_Notifier, &QSocketNotifier::activated, &m_Notifier, [this] { m_Loop->Poll(); });
+    m_Writable.setEnabled(false);
+    for (QSocketNotifier* notifier : {&m_Readable, &m_Writable})
+        QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] { Poll(); });
 }
 
 Attachment::~Attachment() = default;
@@ -37,7 +40,14 @@ Attachment::~Attachment() = default;
 void Attachment::SetLost()
 {
     m_Lost = true;
-    m_Notifier.setEnabled(false); // a closed socket stays readable for ever
+    m_Readable.setEnabled(false); // a closed socket stays readable for ever
+    m_Writable.setEnabled(false);
+}
+
+void Attachment::Poll()
+{
+    m_Loop->Poll();
+    m_Writable.setEnabled(!m_Lost && m_Network.getCurrentQueueSize() > 0);
 }
 
 kj::Promise<void> Attachment::Watch()

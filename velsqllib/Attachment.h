@@ -38,6 +38,8 @@ public:
     void SetLost();
     /// A ping has gone unanswered for too long; becomes false again when the answer arrives.
     bool IsHanging() const { return m_Hanging; }
+    /// Runs what can run without waiting. What the socket does not take yet is sent when it does.
+    void Poll();
 
     /// Waits for a call's answer. Throws kj::Exception.
     template <typename Results>
@@ -72,5 +74,7 @@ private:
     kj::Promise<void> m_Disconnect;
     kj::Promise<void> m_Watch;
     kj::Promise<void> m_Ping;
-    QSocketNotifier m_Notifier; // goes first: it must not outlive the socket
+    // They go first: they must not outlive the socket.
+    QSocketNotifier m_Readable;
+    QSocketNotifier m_Writable; ///< Only on while something waits to be sent.
 };

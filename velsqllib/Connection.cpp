@@ -59,7 +59,7 @@ bool Connection::Attach()
 
 void Connection::EnsureUsable()
 {
-    if (m_Attachment && m_Attachment->IsHanging()) m_Loop->Poll(); // perhaps the answer lies waiting
+    if (m_Attachment && m_Attachment->IsHanging()) m_Attachment->Poll(); // perhaps the answer lies waiting
     if (m_Attachment && !m_Attachment->IsLost()) {
         if (m_Attachment->IsHanging()) throw ServerError(QStringLiteral("The server does not answer."));
         return;
@@ -90,6 +90,6 @@ void Connection::PollLater()
     m_PollPending = true;
     QTimer::singleShot(0, this, [this] {
         m_PollPending = false;
-        m_Loop->Poll();
+        if (m_Attachment) m_Attachment->Poll();
     });
 }

@@ -1,5 +1,6 @@
 #include "tests/support/RealServer.h"
 
+#include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/ServerSocket.h"
 
 #include <QCoreApplication>
@@ -8,6 +9,7 @@
 #include <QThread>
 
 #include <csignal>
+#include <memory>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -36,6 +38,18 @@ RealServer::~RealServer()
 QString RealServer::Program()
 {
     return QCoreApplication::applicationDirPath() + QStringLiteral("/velsqlserver");
+}
+
+QString RealServer::Answer(const QString& command) const
+{
+    QString answer;
+    const std::unique_ptr<QThread> client(QThread::create([&] {
+        RemoteLibrary library(SocketPath(), QString());
+        answer = library.AttachEngine()->Execute(command).Get<QString>();
+    }));
+    client->start();
+    client->wait();
+    return answer;
 }
 
 void RealServer::Start(const QStringList& arguments)

@@ -110,8 +110,7 @@ TEST_F(ControllerSystem, ClosedByItsFrameWhileEventsStreamIn)
     const QPointer<ChildWindow> form(m_Form);
     m_Main->findChild<QMdiSubWindow*>()->close();
     EXPECT_TRUE(QTest::qWaitFor([&] { return !form; }, 2000));
-    const QString none = u"controllers 0, items 0, results 0, subscriptions 0"_s;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Ask(u"references"_s) == none; }, 2000)) << "nothing is leaked";
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Server.Answer(u"references"_s) == NothingHeld; }, 5000));
     EXPECT_EQ(TakeLog(), ExecuteLog);
 }
 
