@@ -17,6 +17,4 @@ protected:
         TakeCalls();
         return m_Form;
     }
-    /// One call of a command, failing and succeeding: `call` as the server records it, `announced` as "Object:Operation".
-    void ExpectAnnounced(const char* button, const QString& call, const QString& announced);
 };

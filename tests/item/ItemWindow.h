@@ -16,11 +16,20 @@ protected:
     FakeServer::Item& Item() { return m_Server.FindItem(u"PLC1"_s, u"D100"_s); }
     TreeNodeRef Node() const { return m_Controller->Child(0); }
     /// Loads the window and forgets the calls that it took.
-    frmItem& Open();
-
+    frmItem& Open()
+    {
+        m_Form = ChildWindow::Open<frmItem>(Node());
+        TakeCalls();
+        return *m_Form;
+    }
     /// The names of all controls that the operator can use now.
-    QString Enabled() const;
-    QStringList CellTexts() { return Column("fgItem", 1); }
+    QString Enabled() const
+    {
+        QStringList enabled = u"cmbProperty cmbType txtValue txtElements chkDelay txtDelay cmdGet cmdPut chkActv "
+                              u"chkLinkActv cmdSnapshot cmdRemove cmdPerfchk cmdHide fgItem"_s.split(u' ');
+        enabled.removeIf([this](const QString& name) { return !m_Form->findChild<QWidget*>(name)->isEnabled(); });
+        return enabled.join(u' ');
+    }
 
     QTemporaryDir m_Temporary;
     /// Where the picture file is written.

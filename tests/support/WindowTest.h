@@ -74,6 +74,22 @@ protected:
         return messages;
     }
 
+    /// Presses the button of a call that succeeds and then fails: `call` as the server records it, `announced` as "Object:Operation".
+    void ExpectAnnounced(const char* button, const QString& call, const QString& announced)
+    {
+        SCOPED_TRACE(call.toStdString());
+        TakeCalls(), TakeLog();
+        for (const QString& failure : {QString(), u"No, not <b>now</b>"_s}) {
+            if (!failure.isNull()) m_Server.FailCall(1, failure);
+            TakeStatus();
+            Press(button);
+            EXPECT_EQ(TakeCalls(), QStringList{call});
+            EXPECT_EQ(TakeLog(),
+                      QStringList({u"Calling %1..."_s.arg(announced), failure.isNull() ? u"Succeeded."_s : failure}));
+            EXPECT_EQ(TakeStatus(), QStringList({u"Ready."_s, announced.section(u':', 1) + u"..."_s, u"Ready."_s}));
+        }
+    }
+
     FakeServer m_Server;
     FakeMainWindow m_Main;
     TreeNodeRef m_Controller = m_Main.BuildTree({u"D100"_s, u"D200"_s})->Child(0);
