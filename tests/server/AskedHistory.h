@@ -1,26 +1,67 @@
 #pragma once
 
+#include "core/automation/PlainText.h"
 #include "server/history/History.h"
 #include "tests/server/TestClient.h"
+
+#include <QDateTime>
+
+#include <capnp/serialize.h>
 
 /// A history asked as the server asks it; answers are read as the client reads them.
 class AskedHistory
 {
 public:
-    explicit AskedHistory(const HistorySettings& settings);
+    explicit AskedHistory(const HistorySettings& settings)
+        : m_History(settings)
+    {
+        TestLoop(); // must be there before the first promise
+    }
 
-    /// A value of controller PLC1, 1.5 ms after the one before.
-    void Record(const QString& item, const Variant& value);
-    bool Flush(int milliseconds) { return m_History.Flush(milliseconds); }
+    /// A value of controller PLC1, 1.5 ms after the one before; the first of them 1.5 ms after midnight.
+    void Record(const QString& item, const Variant& value)
+    {
+        m_Time += std::chrono::microseconds(1500);
+        m_History.Record({u"PLC1"_s, item, value, m_Time});
+    }
+    bool Flush(int milliseconds = 20'000) { return m_History.Flush(milliseconds); }
 
-    kj::Promise<ResultSpoolRef> Start(const QString& statement);
+    kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Execute(statement); }
     /// Once all its rows have been read.
-    ResultSpoolRef Run(const QString& statement);
+    ResultSpoolRef Run(const QString& statement)
+    {
+        ResultSpoolRef result = Wait(Start(statement));
+        WaitUntil([&] { return result->Progress().Complete; });
+        return result;
+    }
     /// Column names and rows, each with commas between, or the database's description.
-    QStringList Ask(const QString& statement);
-    static QString Row(const ResultSpool& result, qint64 row);
+    QStringList Ask(const QString& statement)
+    {
+        QStringList lines;
+        const QString outcome = OutcomeOf([&] {
+            const ResultSpoolRef result = Run(statement);
+            lines << result->Columns().join(u',');
+            for (qint64 row = 0; row < result->Progress().RowsSoFar; ++row) lines << Row(*result, row);
+        });
+        return lines.isEmpty() ? QStringList(outcome) : lines;
+    }
+    static QString Row(const ResultSpool& result, qint64 row)
+    {
+        const auto bytes = result.PageOf(row);
+        capnp::FlatArrayMessageReader message(
+            kj::arrayPtr(reinterpret_cast<const capnp::word*>(bytes.begin()), bytes.size() / sizeof(capnp::word)));
+        const auto page = message.getRoot<wire::ResultPage>();
+        SeenObjects objects;
+        QStringList cells;
+        for (int column = 0; column < page.getColumnCount(); ++column) {
+            const auto at = (row - page.getFirstRow()) * page.getColumnCount() + column;
+            const Variant value = ReadValue(page.getCells()[static_cast<uint>(at)], objects);
+            cells << (value.IsNull() ? u"NULL"_s : ToPlainText(value));
+        }
+        return cells.join(u',');
+    }
 
 private:
     History m_History;
-    TimeStamp m_Time = std::chrono::sys_days(std::chrono::year(2024) / 1 / 31);
+    TimeStamp m_Time{std::chrono::milliseconds(QDate(2024, 1, 31).startOfDay().toMSecsSinceEpoch())};
 };

@@ -1,79 +1,58 @@
 #include "tests/server/ServerRun.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
+#include <gtest/gtest.h>
+#include <QRegularExpression>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr int Patience = 10'000; // milliseconds
+QStringList LinesOf(const QByteArray& log)
+{
+    static const QRegularExpression time(u"^\\d{4}-\\d\\d-\\d\\d [\\d:.]{12} "_s);
+    return QString::fromUtf8(log).split(u'\n', Qt::SkipEmptyParts).replaceInStrings(time, QString());
+}
+
+QByteArray ContentOf(const QString& path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return file.readAll();
+}
 
 } // namespace
 
 ServerRun::ServerRun(const QStringList& arguments, const std::function<void()>& inChild)
-    : m_Folder(std::make_shared<QTemporaryDir>())
 {
-    m_Process.setChildProcessModifier(inChild);
+    EXPECT_TRUE(m_Log.open());
+    Process().setProcessChannelMode(QProcess::SeparateChannels);
+    Process().setStandardErrorFile(m_Log.fileName());
+    if (inChild) Process().setChildProcessModifier(inChild);
     Start(arguments);
-}
-
-ServerRun::ServerRun(const ServerRun& first, const QStringList& arguments)
-    : m_Folder(first.m_Folder)
-{
-    Start(arguments);
-}
-
-ServerRun::~ServerRun()
-{
-    if (m_Process.state() == QProcess::NotRunning) return;
-    m_Process.terminate();
-    if (!m_Process.waitForFinished(Patience)) m_Process.kill();
-    m_Process.waitForFinished(Patience);
-}
-
-QString ServerRun::SocketPath() const
-{
-    return m_Folder->filePath(QStringLiteral("run/server.sock"));
 }
 
 double ServerRun::MemoryMB() const
 {
-    QFile status(QStringLiteral("/proc/%1/status").arg(m_Process.processId()));
-    if (!status.open(QIODevice::ReadOnly)) return -1.0;
-    const QString text = QString::fromLatin1(status.readAll());
-    return text.section(QStringLiteral("VmRSS:"), 1).trimmed().section(u' ', 0, 0).toDouble() / 1024.0;
+    const QString status = QString::fromLatin1(ContentOf(u"/proc/%1/status"_s.arg(ProcessId())));
+    return status.section(u"VmRSS:"_s, 1).trimmed().section(u' ', 0, 0).toDouble() / 1024.0;
 }
 
-QString ServerRun::LogUntilEnd()
+QStringList ServerRun::Log() const
 {
-    m_Process.waitForFinished(Patience);
-    return QString::fromUtf8(m_Process.readAllStandardError());
+    return LinesOf(ContentOf(m_Log.fileName()));
 }
 
-int ServerRun::ExitCode()
+QStringList EndOfServer(const QStringList& arguments)
 {
-    m_Process.waitForFinished(Patience);
-    const bool ended = m_Process.state() == QProcess::NotRunning && m_Process.exitStatus() == QProcess::NormalExit;
-    return ended ? m_Process.exitCode() : -1;
+    QProcess process;
+    process.start(RealServer::Program(), arguments);
+    process.waitForFinished();
+    return QStringList(QString::number(process.exitCode())) + LinesOf(process.readAllStandardError());
 }
 
-void ServerRun::Start(const QStringList& arguments)
+void WriteFile(const QString& path, const QByteArray& bytes)
 {
-    int ready[2];
-    if (pipe2(ready, O_CLOEXEC) != 0) return;
-    const int theirs = fcntl(ready[1], F_DUPFD, 100); // kept across exec
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_STATE_HOME"), m_Folder->filePath(QStringLiteral("state")));
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), m_Folder->filePath(QStringLiteral("config")));
-    m_Process.setProcessEnvironment(environment);
-    m_Process.start(
-        QStringLiteral(VELSQL_SERVER_PROGRAM),
-        QStringList{QStringLiteral("--socket"), SocketPath(), QStringLiteral("--ready-fd"), QString::number(theirs)} +
-            arguments);
-    m_Process.waitForStarted(Patience);
-    close(theirs);
-    close(ready[1]);
-    pollfd wait{ready[0], POLLIN, 0};
-    poll(&wait, 1, Patience);
-    close(ready[0]);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
 }

@@ -1,34 +1,28 @@
 #pragma once
 
-#include <QProcess>
-#include <QTemporaryDir>
+#include "tests/support/RealServer.h"
+
+#include <QTemporaryFile>
 
 #include <functional>
 
-/// A real server process with a socket, a state folder and a history of its own.
-class ServerRun
+/// A running server whose log is kept in a file, and which may be started under limits of its own.
+class ServerRun : public RealServer
 {
 public:
-    /// Waits until it listens, or has ended.
     explicit ServerRun(const QStringList& arguments = {}, const std::function<void()>& inChild = {});
-    ~ServerRun();
 
-    /// A second one at the same socket.
-    explicit ServerRun(const ServerRun& first, const QStringList& arguments);
-
-    QString SocketPath() const;
-    QString Folder() const { return m_Folder->path(); }
-    QProcess& Process() { return m_Process; }
+    bool HasEnded() { return Process().waitForFinished(0) || Process().state() == QProcess::NotRunning; }
     /// What it keeps in memory now, in MB.
     double MemoryMB() const;
-    /// What it has written to standard error until it ended; waits for the end.
-    QString LogUntilEnd();
-    /// -1 when it does not end within 10 seconds, or crashes.
-    int ExitCode();
+    /// What it has written until now, line by line without the times.
+    QStringList Log() const;
 
 private:
-    void Start(const QStringList& arguments);
-
-    std::shared_ptr<QTemporaryDir> m_Folder;
-    QProcess m_Process;
+    QTemporaryFile m_Log;
 };
+
+/// How a server ends that cannot start: its exit code, then the lines of its log.
+QStringList EndOfServer(const QStringList& arguments);
+
+void WriteFile(const QString& path, const QByteArray& bytes);

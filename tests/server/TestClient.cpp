@@ -7,18 +7,17 @@
 
 namespace {
 
-capnp::RpcSystem<capnp::rpc::twoparty::VatId> MakeClient(capnp::TwoPartyVatNetwork& network)
+kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
 {
-    return capnp::makeRpcClient(network);
+    const int socket = ConnectToServer(socketPath);
+    if (socket < 0) throw std::runtime_error("nobody listens");
+    return TestLoop().lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
+                                                                 kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
 }
 
-wire::Library::Client BootstrapOf(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& rpc)
+class RefusingSubscriber : public wire::ControllerEvents::Server
 {
-    capnp::MallocMessageBuilder message;
-    auto id = message.initRoot<capnp::rpc::twoparty::VatId>();
-    id.setSide(capnp::rpc::twoparty::Side::SERVER);
-    return rpc.bootstrap(id).castAs<wire::Library>();
-}
+};
 
 } // namespace
 
@@ -28,126 +27,75 @@ kj::AsyncIoContext& TestLoop()
     return *loop;
 }
 
-kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
-{
-    const int socket = ConnectToServer(socketPath);
-    if (socket < 0) throw std::runtime_error("nobody listens");
-    return TestLoop().lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                                                 kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
-}
-
 bool WaitUntil(const std::function<bool()>& done, int milliseconds)
 {
     const QDeadlineTimer deadline(milliseconds);
-    while (!done() && !deadline.hasExpired())
-        TestLoop().provider->getTimer().afterDelay(5 * kj::MILLISECONDS).wait(TestLoop().waitScope);
+    while (!done() && !deadline.hasExpired()) Pause(5);
     return done();
 }
 
-TestClient::TestClient(const QString& socketPath)
-    : TestClient(Connect(socketPath))
+void Pause(int milliseconds)
 {
+    Wait(TestLoop().provider->getTimer().afterDelay(milliseconds * kj::MILLISECONDS));
 }
 
-TestClient::TestClient(kj::Own<kj::AsyncIoStream> stream)
-    : Library(nullptr)
-    , Engine(nullptr)
-    , m_Stream(kj::mv(stream))
-    , m_Network(*m_Stream, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
-    , m_Rpc(MakeClient(m_Network))
+TestClient::TestClient(const QString& socketPath)
+    : m_Socket(Connect(socketPath))
+    , m_Out(Pump(*m_Pipe.ends[1], *m_Socket))
+    , m_In(Pump(*m_Socket, *m_Pipe.ends[1]))
+    , m_Rpc(*m_Pipe.ends[0])
+    , m_Library(m_Rpc.bootstrap().castAs<wire::Library>())
+    , m_Engine(m_Library.createEngineRequest().send().getResult())
 {
-    Library = BootstrapOf(m_Rpc);
-    Engine = Library.createEngineRequest().send().getResult();
 }
 
 wire::Controller::Client TestClient::Controller(const QString& name)
 {
-    auto request = Engine.getControllerRequest();
+    auto request = m_Engine.getControllerRequest();
     Set(request.initName(), name);
     return Wait(request.send()).getResult();
 }
 
-wire::Item::Client TestClient::Item(const QString& controller, const QString& item)
+wire::Item::Client TestClient::Item(const QString& item, const QString& controller)
 {
     auto request = Controller(controller).getItemRequest();
     Set(request.initName(), item);
     return Wait(request.send()).getResult();
 }
 
-Variant TestClient::Value(const QString& controller, const QString& item)
+Variant TestClient::Value(const QString& item, const QString& controller)
 {
-    return ReadValue(Wait(Item(controller, item).getValueRequest().send()).getResult(), Objects);
+    return Read(Wait(Item(item, controller).getValueRequest().send()).getResult());
 }
 
-void TestClient::PutValue(const QString& controller, const QString& item, const Variant& value)
+capnp::RemotePromise<wire::Engine::ExecuteResults> TestClient::Start(const QString& command)
 {
-    auto request = Item(controller, item).putValueRequest();
-    Set(request.initValue(), value);
-    Wait(request.send());
-}
-
-Variant TestClient::Execute(const QString& command)
-{
-    auto request = Engine.executeRequest();
+    auto request = m_Engine.executeRequest();
     request.setCommand(WireBytes(command));
-    return ReadValue(Wait(request.send()).getResult(), Objects);
-}
-
-Variant TestClient::Execute(const QString& controller, const QString& command, const Variant& parameter)
-{
-    auto request = Controller(controller).executeRequest();
-    request.setCommand(WireBytes(command));
-    Set(request.initParameter(), parameter);
-    return ReadValue(Wait(request.send()).getResult(), Objects);
-}
-
-wire::Subscription::Client TestClient::Subscribe(const QString& controller, QStringList& seen)
-{
-    auto request = Controller(controller).subscribeRequest();
-    request.setEvents(kj::heap<Subscriber>(seen));
-    return Wait(request.send()).getSubscription();
+    return request.send();
 }
 
 capnp::RemotePromise<wire::History::ExecuteResults> TestClient::Query(const QString& statement)
 {
-    auto request = Engine.getHistoryRequest().send().getResult().executeRequest();
+    auto request = m_Engine.getHistoryRequest().send().getResult().executeRequest();
     request.setStatement(WireBytes(statement));
     return request.send();
 }
 
-kj::Promise<void> Subscriber::onChangeState(OnChangeStateContext context)
+wire::Subscription::Client TestClient::Subscribe()
 {
-    m_Seen.append(QStringLiteral("state %1").arg(context.getParams().getNewVal()));
-    return kj::READY_NOW;
+    auto request = Controller().subscribeRequest();
+    request.setEvents(kj::heap<RefusingSubscriber>());
+    return Wait(request.send()).getSubscription();
 }
 
-kj::Promise<void> Subscriber::onChangeItem(OnChangeItemContext context)
+bool TestClient::IsAnswered()
 {
-    const auto item = context.getParams().getItem();
-    m_Seen.append(FromWireText(item.getControllerName()) + u'\\' + FromWireText(item.getItemName()));
-    return kj::READY_NOW;
+    return OutcomeOf([&] { Wait(m_Library.pingRequest().send()); }) == u"done";
 }
 
-void NamedObjects::Write(const ObjectRef&, wire::Object::Builder builder)
+kj::Promise<void> TestClient::Pump(kj::AsyncIoStream& from, kj::AsyncIoStream& to)
 {
-    builder.setNone();
-}
-
-ObjectRef NamedObjects::Read(wire::Object::Reader reader)
-{
-    auto object = std::make_shared<NamedObject>();
-    object->Way = FromWireText(reader.getControllerName()) + u'\\' + FromWireText(reader.getItemName());
-    return object;
-}
-
-QString FailureOf(const std::function<void()>& call)
-{
-    try {
-        call();
-        return QStringLiteral("succeeded");
-    } catch (const kj::Exception& exception) {
-        QString text = QString::fromUtf8(exception.getDescription().cStr());
-        const QString prefix = QStringLiteral("remote exception: ");
-        return text.startsWith(prefix) ? text.mid(prefix.size()) : text;
-    }
+    const auto end = [&to](auto&&...) { to.shutdownWrite(); };
+    return from.pumpTo(to).then(kj::cp(end), kj::cp(end)).eagerlyEvaluate(nullptr);
 }

@@ -2,7 +2,7 @@
 
 #include "core/automation/SafeArray.h"
 #include "core/automation/ServerObjects.h"
-#include "tests/support/PrintQt.h"
+#include "tests/server/Outcome.h"
 #include "velsqllib/velsqllib.capnp.h"
 #include "velsqllib/WireText.h"
 #include "velsqllib/WireValue.h"
@@ -14,85 +14,62 @@
 /// The one event loop of this test program's clients.
 kj::AsyncIoContext& TestLoop();
 
+template <typename Results>
+auto Wait(kj::Promise<Results>&& promise)
+{
+    return promise.wait(TestLoop().waitScope);
+}
+
 /// Runs the loop until `done` or for some seconds; whether it became true.
-bool WaitUntil(const std::function<bool()>& done, int milliseconds = 10'000);
+bool WaitUntil(const std::function<bool()>& done, int milliseconds = 20'000);
+void Pause(int milliseconds);
 
-/// Objects in values: only named, not called.
-class NamedObject : public ServerObject
+/// Objects inside values, of which a test sees only that they are objects.
+class SeenObjects : public WireObjects
 {
 public:
-    QString Way;
+    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
+    ObjectRef Read(wire::Object::Reader) override { return std::make_shared<ServerObject>(); }
 };
 
-class NamedObjects : public WireObjects
-{
-public:
-    void Write(const ObjectRef& object, wire::Object::Builder builder) override;
-    ObjectRef Read(wire::Object::Reader reader) override;
-};
+/// A statement that never has a result.
+inline const QString EndlessQuery =
+    u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT count(*) FROM n"_s;
 
-/// A bare client of a server, as little as possible between a test and the wire.
+/// A bare client of a server, as little as possible between a test and the wire. Items are those of "PLC1" when nothing else is said.
 class TestClient
 {
 public:
     explicit TestClient(const QString& socketPath);
-    /// Over a stream of the test's own.
-    explicit TestClient(kj::Own<kj::AsyncIoStream> stream);
+    ~TestClient() noexcept = default;
+    /// From now on it only writes.
+    void StopReading() { m_In = nullptr; }
 
-    wire::Library::Client Library;
-    wire::Engine::Client Engine;
-
-    wire::Controller::Client Controller(const QString& name);
-    wire::Item::Client Item(const QString& controller, const QString& item);
-    Variant Value(const QString& controller, const QString& item);
-    void PutValue(const QString& controller, const QString& item, const Variant& value);
-    Variant Execute(const QString& command);
-    wire::Subscription::Client Subscribe(const QString& controller, QStringList& seen);
-    /// A statement whose result nobody waits for yet.
+    wire::Engine::Client& Engine() { return m_Engine; }
+    wire::Controller::Client Controller(const QString& name = u"PLC1"_s);
+    wire::Item::Client Item(const QString& item, const QString& controller = u"PLC1"_s);
+    Variant Value(const QString& item, const QString& controller = u"PLC1"_s);
+    Variant Execute(const QString& command) { return Read(Wait(Start(command)).getResult()); }
+    /// A command of the engine or a statement whose answer nobody waits for yet.
+    capnp::RemotePromise<wire::Engine::ExecuteResults> Start(const QString& command);
     capnp::RemotePromise<wire::History::ExecuteResults> Query(const QString& statement);
-    Variant Execute(const QString& controller, const QString& command, const Variant& parameter);
+    /// To the events of "PLC1", each of which is refused.
+    wire::Subscription::Client Subscribe();
+    /// Whether the server answers a ping.
+    bool IsAnswered();
 
-    NamedObjects Objects;
-
-    template <typename Results>
-    auto Wait(kj::Promise<Results>&& promise)
-    {
-        return promise.wait(TestLoop().waitScope);
-    }
-    template <typename Builder>
-    void Set(Builder builder, const Variant& value)
-    {
-        WriteValue(value, builder, Objects);
-    }
+    Variant Read(wire::Value::Reader value) { return ReadValue(value, m_Objects); }
+    void Set(wire::Value::Builder builder, const Variant& value) { WriteValue(value, builder, m_Objects); }
 
 private:
-    kj::Own<kj::AsyncIoStream> m_Stream;
-    capnp::TwoPartyVatNetwork m_Network;
-    capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_Rpc;
+    kj::Promise<void> Pump(kj::AsyncIoStream& from, kj::AsyncIoStream& to);
+
+    kj::Own<kj::AsyncIoStream> m_Socket;
+    kj::TwoWayPipe m_Pipe = kj::newTwoWayPipe(); ///< its far end stands for the server
+    kj::Promise<void> m_Out;
+    kj::Promise<void> m_In;
+    capnp::TwoPartyClient m_Rpc;
+    wire::Library::Client m_Library;
+    wire::Engine::Client m_Engine;
+    SeenObjects m_Objects;
 };
-
-/// A connected stream to a server.
-kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath);
-
-/// Notes the events that arrive: "state 1", "<controller>\\<item>".
-class Subscriber : public wire::ControllerEvents::Server
-{
-public:
-    explicit Subscriber(QStringList& seen)
-        : m_Seen(seen)
-    {
-    }
-    kj::Promise<void> onChangeState(OnChangeStateContext context) override;
-    kj::Promise<void> onChangeItem(OnChangeItemContext context) override;
-
-private:
-    QStringList& m_Seen;
-};
-
-/// The description with which `call` fails; "succeeded" when it does not.
-QString FailureOf(const std::function<void()>& call);
-
-inline Variant Text(const QString& text)
-{
-    return text;
-}

@@ -1,8 +1,6 @@
 #include "core/automation/SafeArray.h"
 #include "server/definition/DefinitionMaker.h"
 #include "tests/server/TestPlant.h"
-#include "tests/support/PrintQt.h"
-#include "velsqllib/ValueText.h"
 
 #include <QFile>
 #include <QRegularExpression>
@@ -12,291 +10,237 @@
 namespace {
 
 /// What the console's dialog sends when only a name has been typed.
-QList<Variant> UntouchedDefinition()
-{
-    const QString none;
-    const QString zero = QStringLiteral("0");
-    const qint16 first = 0;
-    const qint16 variant = 12;
-    return {QStringLiteral("New"),
-            true,
-            none,
-            none,
-            first,
-            none,
-            none,
-            first,
-            none,
-            false,
-            none,
-            qint16{3},
-            false,
-            false,
-            false,
-            first,
-            false,
-            zero,
-            zero,
-            false,
-            zero,
-            zero,
-            false,
-            zero,
-            false,
-            zero,
-            false,
-            first,
-            none,
-            false,
-            variant,
-            false,
-            variant,
-            false,
-            false,
-            false,
-            first,
-            first,
-            first,
-            none,
-            none};
-}
+const QString s_Untouched =
+    u"8204,{8,New},{11,True},{8,},{8,},{2,0},{8,},{8,},{2,0},{8,},{11,False},{8,},{2,3},{11,False},{11,False},"
+    u"{11,False},{2,0},{11,False},{8,0},{8,0},{11,False},{8,0},{8,0},{11,False},{8,0},{11,False},{8,0},"
+    u"{11,False},{2,0},{8,},{11,False},{2,12},{11,False},{2,12},{11,False},{11,False},{11,False},{2,0},"
+    u"{2,0},{2,0},{8,},{8,}"_s;
 
 /// A controller with a source item "Source", an operand "Operand", and items that are made by definitions.
 class DefinitionTest : public ::testing::Test
 {
 protected:
     DefinitionTest()
-        : Controller(*Plant.World.Add({.Name = QStringLiteral("C")}))
     {
-        for (const QString& name : {QStringLiteral("Source"), QStringLiteral("Operand")})
-            Controller.Add({.Name = name, .TakesEmpty = true});
+        for (const QString& name : {u"Source"_s, u"Operand"_s}) m_Controller.Add({.Name = name, .TakesEmpty = true});
     }
 
-    /// Adds an item; `elements` replace those of the untouched definition.
-    PlantItemRef Add(const QMap<int, Variant>& elements)
+    /// Adds an item; `elements` replace those of the untouched definition: "0=8,Name 27=2,1".
+    PlantItemRef Add(const QString& elements)
     {
-        QList<Variant> definition = UntouchedDefinition();
-        for (auto element = elements.begin(); element != elements.end(); ++element)
-            definition[element.key()] = element.value();
-        Maker.AddItem(Controller, SafeArray(definition));
-        return Controller.Items().last();
+        auto definition = ReadTypedText(s_Untouched).Array().Of<Variant>();
+        static const QRegularExpression between(u" (?=\\d+=)"_s);
+        for (const QString& element : elements.split(between, Qt::SkipEmptyParts))
+            definition[element.section(u'=', 0, 0).toInt()] = ReadTypedText(element.section(u'=', 1));
+        m_Maker.AddItem(m_Controller, SafeArray(definition));
+        return m_Controller.Items().last();
     }
     /// A further item, linked to "Source".
-    PlantItemRef AddLinked(QMap<int, Variant> elements)
+    PlantItemRef AddLinked(const QString& elements)
     {
-        elements.insert(0, QStringLiteral("Item %1").arg(Controller.Items().size()));
-        elements.insert(8, QStringLiteral("Source"));
-        return Add(elements);
+        return Add(elements + u" 0=8,Item %1 8=8,Source"_s.arg(m_Controller.Items().size()));
     }
-    QString FailureOf(const QMap<int, Variant>& elements)
+    /// What the item of a definition holds after each of the values that "Source" takes.
+    QString ReadThrough(const QString& elements, const QStringList& values)
     {
-        try {
-            Add(elements);
-            return QStringLiteral("succeeded");
-        } catch (const DescribedError& error) {
-            return error.Description();
-        }
+        const PlantItemRef item = AddLinked(elements);
+        QStringList held;
+        const QString outcome = OutcomeOf([&] {
+            for (const QString& value : values) {
+                Put(u"Source"_s, value);
+                item->Snapshot();
+                held << WriteTypedText(item->Value());
+            }
+            return held.join(u' ');
+        });
+        return outcome.section(u"\": "_s, -1);
+    }
+    /// What "Source" holds after the item of a definition has been written.
+    QString WriteThrough(const QString& elements, const QString& value)
+    {
+        const PlantItemRef item = AddLinked(elements);
+        const QString outcome = OutcomeOf([&] {
+            item->PutValue(ReadTypedText(value));
+            return ValueOf(u"Source"_s);
+        });
+        return outcome.section(u"\": "_s, -1);
+    }
+    PlantItemRef Item(const QString& name) const { return m_Controller.Item(name); }
+    void Put(const QString& name, const QString& value) const { Item(name)->PutValue(ReadTypedText(value)); }
+    QString ValueOf(const QString& name) const { return WriteTypedText(Item(name)->Value()); }
+    QString Values(QStringList names) const
+    {
+        for (QString& name : names) name = ValueOf(name);
+        return names.join(u' ');
     }
 
-    TestPlant Plant;
-    PlantController& Controller;
-    DefinitionMaker Maker;
+    TestPlant m_Plant;
+    PlantController& m_Controller = *m_Plant.World.Add({.Name = u"C"_s});
+    DefinitionMaker m_Maker;
 };
 
-using Row = QStringList;
-
 /// The rows of the table below a heading of docs/server.md.
-QList<Row> TableBelow(const QString& heading)
+QList<QStringList> TableBelow(const QString& heading)
 {
     QFile file(QStringLiteral(VELSQL_DOCS "/server.md"));
-    if (!file.open(QIODevice::ReadOnly)) return {};
-    const QString text = QString::fromUtf8(file.readAll());
-    QList<Row> rows;
-    bool inTable = false;
-    for (const QString& line : text.mid(text.indexOf(QStringLiteral("### ") + heading)).split(u'\n')) {
-        if (line.startsWith(u"|")) rows.append(line.mid(2, line.size() - 3).split(QStringLiteral("| ")));
-        else if (inTable) break;
-        inTable = line.startsWith(u"|");
-    }
-    return rows.mid(2);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString table =
+        QString::fromUtf8(file.readAll()).section(u"### "_s + heading + u'\n', 1).section(u"\n|---"_s, 1);
+    QList<QStringList> rows;
+    for (const QString& line : table.section(u"\n\n"_s, 0, 0).split(u'\n').mid(1))
+        rows << line.mid(2, line.size() - 3).split(u"| "_s);
+    return rows;
 }
 
 /// The texts between backticks.
 QStringList Codes(const QString& cell)
 {
-    static const QRegularExpression code(QStringLiteral("`([^`]*)`"));
+    static const QRegularExpression code(u"`([^`]*)`"_s);
     QStringList codes;
-    for (const auto& match : code.globalMatch(cell)) codes.append(match.captured(1));
+    for (const auto& match : code.globalMatch(cell)) codes << match.captured(1);
     return codes;
 }
 
-QMap<int, Variant> Elements(const QString& cell)
-{
-    QMap<int, Variant> elements;
-    for (const QString& code : Codes(cell))
-        elements.insert(code.section(u'=', 0, 0).toInt(), ReadTypedText(code.section(u'=', 1)));
-    return elements;
-}
-
-/// What a row expects: the values, or "fails: ..." with the reason that an item's description holds.
+/// What a cell expects: values, or the reason of a failure, as an item tells it.
 QString Expected(const QString& cell)
 {
-    return cell.startsWith(u"fails") ? cell.trimmed() : Codes(cell).join(u' ');
-}
-
-/// Runs `action` and answers what it answers, or why it fails, as the tables say it.
-QString Outcome(const std::function<QString()>& action)
-{
-    try {
-        return action();
-    } catch (const DescribedError& error) {
-        return QStringLiteral("fails: ") + error.Description().section(QStringLiteral("\": "), -1).chopped(1);
-    }
+    const QString failure = cell.section(u"fails: "_s, 1).trimmed();
+    return failure.isEmpty() ? Codes(cell).join(u' ') : failure + u'.';
 }
 
 } // namespace
 
 TEST_F(DefinitionTest, CalculationsDoWhatTheirTableSays)
 {
-    const auto rows = TableBelow(QStringLiteral("Calculations"));
-    ASSERT_EQ(rows.size(), 38);
-    QSet<int> operators;
-    for (const Row& row : rows) {
-        const int position = row[0].trimmed().toInt();
-        operators.insert(position);
-        QMap<int, Variant> elements = {{0, QStringLiteral("Item %1").arg(Controller.Items().size())},
-                                       {8, QStringLiteral("Source")},
-                                       {27, static_cast<qint16>(position)},
-                                       {28, QStringLiteral("Operand")}};
-        const PlantItemRef item = Add(elements);
-        const QString outcome = Outcome([&] {
-            Controller.Item(QStringLiteral("Source"))->PutValue(ReadTypedText(Codes(row[2])[0]));
-            const QStringList operand = Codes(row[3]);
-            if (!operand.isEmpty()) Controller.Item(QStringLiteral("Operand"))->PutValue(ReadTypedText(operand[0]));
-            item->Snapshot();
-            return WriteTypedText(item->Value());
-        });
-        EXPECT_EQ(outcome, Expected(row[4])) << row.join(u'|').toStdString();
+    const auto rows = TableBelow(u"Calculations"_s);
+    EXPECT_EQ(rows.size(), 38);
+    QSet<QString> operators;
+    for (const QStringList& row : rows) {
+        operators << row[0];
+        for (const QString& operand : Codes(row[3])) Put(u"Operand"_s, operand);
+        EXPECT_EQ(ReadThrough(u"27=2,%1 28=8,Operand"_s.arg(row[0].trimmed()), Codes(row[2])), Expected(row[4]))
+            << row.join(u'|').toStdString();
     }
     EXPECT_EQ(operators.size(), 31) << "every operator has an example";
 }
 
-TEST_F(DefinitionTest, ConversionsAndFiltersOfReadingDoWhatTheirTableSays)
+TEST_F(DefinitionTest, ConversionsAndFiltersDoWhatTheirTablesSay)
 {
-    const auto rows = TableBelow(QStringLiteral("Conversions and filters of what is read"));
-    ASSERT_EQ(rows.size(), 10);
-    for (const Row& row : rows) {
-        const PlantItemRef item = AddLinked(Elements(row[1]));
-        const QString outcome = Outcome([&] {
-            QStringList held;
-            for (const QString& value : Codes(row[2])) {
-                Controller.Item(QStringLiteral("Source"))->PutValue(ReadTypedText(value));
-                item->Snapshot();
-                held.append(WriteTypedText(item->Value()));
-            }
-            return held.join(u' ');
-        });
-        EXPECT_EQ(outcome, Expected(row[3])) << row[0].toStdString();
-    }
-}
-
-TEST_F(DefinitionTest, ConversionsOfWritingDoWhatTheirTableSays)
-{
-    const auto rows = TableBelow(QStringLiteral("Conversions of what is written"));
-    ASSERT_EQ(rows.size(), 7);
-    for (const Row& row : rows) {
-        const PlantItemRef item = AddLinked(Elements(row[1]));
-        const QString outcome = Outcome([&] {
-            item->PutValue(ReadTypedText(Codes(row[2])[0]));
-            return WriteTypedText(Controller.Item(QStringLiteral("Source"))->Value());
-        });
-        EXPECT_EQ(outcome, Expected(row[3])) << row[0].toStdString();
-    }
+    const auto read = TableBelow(u"Conversions and filters of what is read"_s);
+    const auto written = TableBelow(u"Conversions of what is written"_s);
+    EXPECT_EQ(read.size() + written.size(), 17);
+    for (const QStringList& row : read)
+        EXPECT_EQ(ReadThrough(Codes(row[1]).join(u' '), Codes(row[2])), Expected(row[3])) << row[0].toStdString();
+    for (const QStringList& row : written)
+        EXPECT_EQ(WriteThrough(Codes(row[1]).join(u' '), Codes(row[2])[0]), Expected(row[3])) << row[0].toStdString();
 }
 
 TEST_F(DefinitionTest, TheUntouchedDialogWithANameMakesAnItem)
 {
     const PlantItemRef item = Add({});
-    EXPECT_EQ(item->Name(), QStringLiteral("New"));
     EXPECT_EQ(item->State(), ItemState::Undefined);
-    item->PutValue(QStringLiteral("anything"));
-    EXPECT_EQ(item->Value(), Variant(QStringLiteral("anything")));
+    Put(u"New"_s, u"8,anything"_s);
+    EXPECT_EQ(ValueOf(u"New"_s), u"8,anything");
     EXPECT_EQ(item->SettingData(0), Variant(true)) << "element 1";
     EXPECT_EQ(item->SettingData(29), Variant(qint16{12})) << "element 30";
-    EXPECT_EQ(WriteTypedText(Maker.Last()).left(16), QStringLiteral("8204,{8,New},{11"));
+    EXPECT_EQ(m_Maker.Last(), ReadTypedText(s_Untouched));
 }
 
 TEST_F(DefinitionTest, RefusalsNameTheElement)
 {
-    const qint16 over = 31;
-    const QString abc = QStringLiteral("abc");
-    const QString there = QStringLiteral("there");
-    Add({{0, there}});
-    const std::pair<QMap<int, Variant>, const char16_t*> cases[] = {
-        {{{0, QString()}}, u"Element 0 (Item Name): it is empty."},
-        {{{0, QStringLiteral("a:b")}}, u"Element 0 (Item Name): \"a:b\" holds one of the characters \\#$:!."},
-        {{{0, QStringLiteral("1E3")}}, u"Element 0 (Item Name): \"1E3\" is a number."},
-        {{{0, there}}, u"Controller \"C\" has an item \"there\" already."},
-        {{{0, 5}}, u"Element 0 (Item Name): it must be VT_BSTR, not VT_I4."},
-        {{{1, abc}}, u"Element 1 (VelVariable): it must be VT_BOOL, not VT_BSTR."},
-        {{{4, qint16{-1}}}, u"Element 4 (Class): nothing is selected."},
-        {{{7, 1}}, u"Element 7 (Attribute): it must be VT_I2, not VT_I4."},
-        {{{8, abc}}, u"Element 8 (Link Item): the item \"abc\" does not exist."},
-        {{{36, qint16{1}}}, u"Element 8 (Link Item): an alias needs the item that it stands for."},
-        {{{9, true}, {10, abc}, {11, qint16{3}}}, u"Element 10 (initial value): VT_I2: \"abc\" is not a number."},
-        {{{16, true}, {17, QStringLiteral("-1")}}, u"Element 17 (Deadband minimum): -1 is negative."},
-        {{{19, true}, {20, QStringLiteral("5")}}, u"Element 21 (Min-Max maximum): it is less than the minimum."},
-        {{{24, true}, {25, QStringLiteral("3e9")}}, u"Element 25 (mask data): 3e9 is beyond 32 bits."},
-        {{{27, over}}, u"Element 27 (Calculation): there are the choices 0 to 30, not 31."},
-        {{{27, qint16{1}}}, u"Element 28 (operand of the Calculation): the operator needs an operand."},
-        {{{38, qint16{1}}, {39, abc}},
-         u"Element 39 (operand of the second Calculation): the item \"abc\" does not exist."},
+    Add(u"0=8,there"_s);
+    const std::pair<QString, const char16_t*> cases[] = {
+        {u"0=8,"_s, u"Element 0 (Item Name): it is empty."},
+        {u"0=8,a:b"_s, u"Element 0 (Item Name): \"a:b\" holds one of the characters \\#$:!."},
+        {u"0=8,1E3"_s, u"Element 0 (Item Name): \"1E3\" is a number."},
+        {u"0=8,there"_s, u"Controller \"C\" has an item \"there\" already."},
+        {u"0=3,5"_s, u"Element 0 (Item Name): it must be VT_BSTR, not VT_I4."},
+        {u"1=8,abc"_s, u"Element 1 (VelVariable): it must be VT_BOOL, not VT_BSTR."},
+        {u"4=2,-1"_s, u"Element 4 (Class): nothing is selected."},
+        {u"7=3,1"_s, u"Element 7 (Attribute): it must be VT_I2, not VT_I4."},
+        {u"8=8,abc"_s, u"Element 8 (Link Item): the item \"abc\" does not exist."},
+        {u"36=2,1"_s, u"Element 8 (Link Item): an alias needs the item that it stands for."},
+        {u"9=11,True 10=8,abc 11=2,3"_s, u"Element 10 (initial value): VT_I2: \"abc\" is not a number."},
+        {u"16=11,True 17=8,-1"_s, u"Element 17 (Deadband minimum): -1 is negative."},
+        {u"19=11,True 20=8,5"_s, u"Element 21 (Min-Max maximum): it is less than the minimum."},
+        {u"24=11,True 25=8,3e9"_s, u"Element 25 (mask data): 3e9 is beyond 32 bits."},
+        {u"27=2,31"_s, u"Element 27 (Calculation): there are the choices 0 to 30, not 31."},
+        {u"27=2,1"_s, u"Element 28 (operand of the Calculation): the operator needs an operand."},
+        {u"38=2,1 39=8,abc"_s, u"Element 39 (operand of the second Calculation): the item \"abc\" does not exist."},
     };
-    for (const auto& [elements, description] : cases) EXPECT_EQ(FailureOf(elements), QString::fromUtf16(description));
-    EXPECT_EQ(Controller.Items().size(), 3) << "nothing was added";
-    try {
-        Maker.AddItem(Controller, SafeArray(UntouchedDefinition().mid(1)));
-        FAIL();
-    } catch (const DescribedError& error) {
-        EXPECT_EQ(error.Description(), QStringLiteral("An item definition is an array of 41 variants."));
+    for (const auto& [elements, description] : cases)
+        EXPECT_EQ(OutcomeOf([&, e = elements] { Add(e); }), description) << elements.toStdString();
+    EXPECT_EQ(OutcomeOf([&] { m_Maker.AddItem(m_Controller, SafeArray(QList<Variant>(40))); }),
+              u"An item definition is an array of 41 variants.");
+    EXPECT_EQ(m_Controller.Items().size(), 3) << "nothing was added";
+}
+
+TEST_F(DefinitionTest, InitialValueAndWhatCountsAsAChange)
+{
+    EXPECT_EQ(WriteTypedText(Add(u"0=8,I 9=11,True 10=8,2.5 11=2,8"_s)->Value()), u"5,2.5");
+    EXPECT_EQ(WriteTypedText(Add(u"0=8,R 7=2,1 9=11,True 10=8,2.5 11=2,8"_s)->Value()), u"0")
+        << "the dialog locks the initial value of read-only items";
+    const std::tuple<QString, QString, QString, int, int> cases[] = {
+        // two values written, events, recorded values
+        {u"13=11,True"_s, u"3,1"_s, u"3,2"_s, 0, 2},
+        {u"14=11,True"_s, u"3,1"_s, u"3,2"_s, 2, 0},
+        {u"14=11,True"_s, u"3,1"_s, u"5,1"_s, 1, 0},
+        {u"14=11,True 15=2,1"_s, u"3,1"_s, u"3,1"_s, 1, 0},
+        {u"13=11,True 14=11,True 15=2,2"_s, u"3,1"_s, u"3,1"_s, 2, 2},
+        {u"14=11,True"_s, u"8194,1,2"_s, u"8194,1,2"_s, 2, 0},
+        {u"14=11,True 33=11,True"_s, u"8194,1,2"_s, u"8194,1,2"_s, 1, 0},
+        {u"14=11,True 12=11,True"_s, u"0"_s, u"0"_s, 1, 0},
+        {u"13=11,True 14=11,True 35=11,True"_s, u"3,1"_s, u"3,2"_s, 0, 0},
+    };
+    for (const auto& [elements, first, second, events, recorded] : cases) {
+        Add(elements);
+        NotingObserver observer(m_Controller);
+        m_Plant.Recorded.clear();
+        Put(u"New"_s, first);
+        Put(u"New"_s, second);
+        EXPECT_EQ(observer.Seen.size(), events) << elements.toStdString();
+        EXPECT_EQ(m_Plant.Recorded.size(), recorded) << elements.toStdString();
+        m_Controller.Remove(u"New"_s);
     }
 }
 
-TEST_F(DefinitionTest, FlagsOfTheGeneralPageAct)
+TEST_F(DefinitionTest, AliasArrayAndElementLinks)
 {
-    const QMap<int, Variant> initial = {{9, true}, {10, QStringLiteral("2.5")}, {11, qint16{8}}};
-    QMap<int, Variant> readOnly = initial;
-    readOnly.insert(7, qint16{1});
-    readOnly.insert(0, QStringLiteral("R"));
-    EXPECT_EQ(Add(initial)->Value(), Variant(2.5));
-    EXPECT_TRUE(Add(readOnly)->Value().IsEmpty()) << "the dialog locks the initial value of read-only items";
-    const PlantItemRef item = Add({{0, QStringLiteral("E")}, {13, true}, {14, true}, {15, qint16{2}}});
-    const PlantItemRef quiet = Add({{0, QStringLiteral("Q")}, {35, true}});
-    NotingObserver observer(Controller);
-    for (int i = 0; i < 2; ++i) item->PutValue(7);
-    quiet->PutValue(7);
-    EXPECT_EQ(observer.Seen, QStringList({QStringLiteral("E=3,7"), QStringLiteral("E=3,7")}));
-    EXPECT_EQ(Plant.Recorded, observer.Seen);
+    Add(u"0=8,Normal 8=8,Source 12=11,True"_s);
+    Add(u"0=8,Alias 8=8,Source 36=2,1"_s);
+    Add(u"0=8,Element 8=8,Source(1) 34=11,True"_s);
+    Add(u"0=8,Array 8=8,Source(1), Operand 34=11,True 36=2,2"_s);
+    Put(u"Source"_s, u"8194,1,2"_s);
+    Put(u"Operand"_s, u"3,7"_s);
+    EXPECT_EQ(ValueOf(u"Alias"_s), u"8194,1,2") << "without a scan";
+    EXPECT_EQ(OutcomeOf([&] { Item(u"Array"_s)->Snapshot(); }),
+              u"Item \"Array\" of controller \"C\": the linked item \"Operand\" has no element 0.");
+    Put(u"Operand"_s, u"8195,7,8"_s);
+    m_Controller.Snapshot();
+    EXPECT_EQ(Values({u"Normal"_s, u"Element"_s, u"Array"_s}), u"8194,1,2 2,2 8204,{2,2},{3,7}");
+    Put(u"Element"_s, u"3,5"_s);
+    EXPECT_EQ(ValueOf(u"Source"_s), u"8194,1,5");
+    Put(u"Array"_s, u"8204,{3,6},{3,9}"_s);
+    EXPECT_EQ(Values({u"Alias"_s, u"Operand"_s}), u"8194,1,6 8195,9,8");
+    EXPECT_EQ(OutcomeOf([&] { Put(u"Array"_s, u"8204,{3,6}"_s); }),
+              u"Item \"Array\" of controller \"C\": it takes an array of 2 values.");
+    Put(u"Normal"_s, u"0"_s);
+    EXPECT_EQ(ValueOf(u"Source"_s), u"0");
 }
 
-TEST_F(DefinitionTest, KindsOfItemsAndTheirLinksAct)
+TEST_F(DefinitionTest, LinkedPropertiesAreNotOnlyValues)
 {
-    const Variant link = QStringLiteral("Source");
-    const Variant two = QStringLiteral("Source(1), Operand");
-    const qint16 alias = 1, array = 2, activation = 2;
-    const PlantItemRef normal = Add({{0, QStringLiteral("N")}, {8, link}, {12, true}});
-    const PlantItemRef other = Add({{0, QStringLiteral("A")}, {8, link}, {36, alias}});
-    const PlantItemRef gathered = Add({{0, QStringLiteral("G")}, {8, two}, {34, true}, {36, array}});
-    const PlantItemRef property = Add({{0, QStringLiteral("P")}, {8, link}, {37, activation}});
-    Controller.Item(QStringLiteral("Source"))->PutValue(SafeArray(QList<qint16>({1, 2})));
-    Controller.Item(QStringLiteral("Operand"))->PutValue(SafeArray(QList<qint32>({7, 8})));
-    EXPECT_EQ(WriteTypedText(other->Value()), QStringLiteral("8194,1,2")) << "without a scan";
-    Controller.Snapshot();
-    EXPECT_EQ(WriteTypedText(normal->Value()), QStringLiteral("8194,1,2"));
-    EXPECT_EQ(WriteTypedText(gathered->Value()), QStringLiteral("8204,{2,2},{3,7}"));
-    EXPECT_EQ(WriteTypedText(property->Value()), QStringLiteral("11,True"));
-    normal->PutValue(Variant());
-    EXPECT_TRUE(Controller.Item(QStringLiteral("Source"))->Value().IsEmpty());
-    property->PutValue(false);
-    EXPECT_FALSE(Controller.Item(QStringLiteral("Source"))->IsActive());
+    const PlantItemRef target = Add(u"0=8,Target 8=8,Source"_s);
+    const QStringList names = {u"Id"_s, u"LinkActivation"_s, u"Activation"_s};
+    const QString choices[] = {u"1"_s, u"3"_s, u"2"_s};
+    for (int i = 0; i < 3; ++i) Add(u"0=8,%1 8=8,Target 37=2,%2"_s.arg(names[i], choices[i]));
+    target->PutId(4711);
+    m_Controller.Snapshot();
+    EXPECT_EQ(Values(names), u"3,4711 11,True 11,True");
+    Put(u"Id"_s, u"8,new"_s);
+    Put(u"LinkActivation"_s, u"3,0"_s);
+    EXPECT_EQ(target->Id(), Variant(u"new"_s));
+    EXPECT_TRUE(target->IsActive() && !target->IsLinkActive());
+    Put(u"Activation"_s, u"11,False"_s);
+    EXPECT_FALSE(target->IsActive());
 }

@@ -1,203 +1,162 @@
 #include "tests/server/AskedHistory.h"
 
-#include <QTemporaryDir>
-
 #include <gtest/gtest.h>
+#include <QTemporaryDir>
 
 namespace {
 
-/// A history on an SQLite file of its own.
+/// An SQLite file of the test's own, which is not there at first.
 class HistoryTest : public ::testing::Test
 {
 protected:
-    void Open(qint32 maxRecord = 0)
+    HistorySettings Settings(qint32 maxRecord = 0) const
     {
         HistorySettings settings;
-        settings.Destinations[0].ConnectionString = QStringLiteral("Driver=SQLite;Database=") + Path();
+        settings.Destinations[0].ConnectionString = u"Driver=SQLite;Database="_s + m_Path;
         settings.Destinations[0].MaxRecord = maxRecord;
-        m_History.emplace(settings);
+        return settings;
     }
-    QString Path() const { return m_Folder.filePath(QStringLiteral("sub/history.db")); }
-    void Record(const QString& item, const Variant& value) { m_History->Record(item, value); }
-    ResultSpoolRef Run(const QString& statement) { return m_History->Run(statement); }
-    QStringList Ask(const QString& statement) { return m_History->Ask(statement); }
-    static QString Row(const ResultSpool& result, qint64 row) { return AskedHistory::Row(result, row); }
 
     QTemporaryDir m_Folder;
-    std::optional<AskedHistory> m_History;
+    QString m_Path = m_Folder.filePath(u"sub/history.db"_s);
 };
+
+const QString s_Values = u"SELECT item_value FROM velsql_history"_s;
+const QString s_Range = u"SELECT count(*), min(item_value), max(item_value) FROM velsql_history"_s;
 
 } // namespace
 
 TEST_F(HistoryTest, PresetsGiveSensibleResults)
 {
-    Open();
-    Record(QStringLiteral("A"), 0);
-    Record(QStringLiteral("A"), 3.5);
-    Record(QStringLiteral("B"), false);
-    Record(QStringLiteral("B"), true);
-    Record(QStringLiteral("C"), QStringLiteral("it's, \"text\""));
-    Record(QStringLiteral("C"), SafeArray(QList<qint16>({1, 2})));
-    ASSERT_TRUE(m_History->Flush(5000));
-    const QString all = QStringLiteral("controller_name,item_name,item_value,item_time");
-    EXPECT_EQ(Ask(QStringLiteral("SELECT item_name FROM velsql_history WHERE item_value = '0'")),
-              QStringList({QStringLiteral("item_name"), QStringLiteral("A"), QStringLiteral("B")}));
+    AskedHistory history(Settings());
+    const std::pair<QString, Variant> values[] = {{u"A"_s, 0},
+                                                  {u"A"_s, 3.5},
+                                                  {u"B"_s, false},
+                                                  {u"B"_s, true},
+                                                  {u"C"_s, u"it's, \"t\""_s},
+                                                  {u"C"_s, SafeArray(QList<qint16>({1, 2}))}};
+    for (const auto& [item, value] : values) history.Record(item, value);
+    ASSERT_TRUE(history.Flush());
+    QStringList rows = {u"PLC1,A,0,2024-01-31 00:00:00.001500"_s,           u"PLC1,A,3.5,2024-01-31 00:00:00.003000"_s,
+                        u"PLC1,B,0,2024-01-31 00:00:00.004500"_s,           u"PLC1,B,1,2024-01-31 00:00:00.006000"_s,
+                        u"PLC1,C,it's, \"t\",2024-01-31 00:00:00.007500"_s, u"PLC1,C,1,2,2024-01-31 00:00:00.009000"_s};
+    const QStringList columns(u"controller_name,item_name,item_value,item_time"_s);
+    EXPECT_EQ(history.Ask(u"SELECT * FROM velsql_history ORDER BY item_time ASC"_s), columns + rows);
+    EXPECT_EQ(history.Ask(u"SELECT * FROM velsql_history WHERE item_value = '0'"_s),
+              columns + QStringList({rows[0], rows[2]}));
+    std::reverse(rows.begin(), rows.end());
+    EXPECT_EQ(history.Ask(u"SELECT * FROM velsql_history ORDER BY item_time DESC"_s), columns + rows);
     EXPECT_EQ(
-        Ask(QStringLiteral("SELECT COUNT(*) AS item_count FROM velsql_history GROUP BY controller_name, item_name")),
-        QStringList({QStringLiteral("item_count"), QStringLiteral("2"), QStringLiteral("2"), QStringLiteral("2")}));
-    EXPECT_EQ(Ask(QStringLiteral(
-                      "SELECT AVG(item_value) AS item_Average FROM velsql_history GROUP BY controller_name, item_name"))
-                  .mid(0, 3),
-              QStringList({QStringLiteral("item_Average"), QStringLiteral("1.75"), QStringLiteral("0.5")}));
-    const QStringList first = Ask(QStringLiteral("SELECT * FROM velsql_history ORDER BY item_time ASC"));
-    ASSERT_EQ(first.size(), 7);
-    EXPECT_EQ(first[0], all);
-    EXPECT_TRUE(first[1].startsWith(QStringLiteral("PLC1,A,0,")) && first[1].endsWith(QStringLiteral(".001500")))
-        << first[1].toStdString();
-    EXPECT_TRUE(Ask(QStringLiteral("SELECT * FROM velsql_history ORDER BY item_time DESC"))[1].startsWith(
-        QStringLiteral("PLC1,C,1,2,")));
+        history.Ask(u"SELECT COUNT(*), AVG(item_value) FROM velsql_history GROUP BY controller_name, item_name"_s),
+        QStringList({u"COUNT(*),AVG(item_value)"_s, u"2,1.75"_s, u"2,0.5"_s, u"2,0.5"_s}));
 }
 
 TEST_F(HistoryTest, SaysWhatTheDatabaseSays)
 {
-    Open();
-    EXPECT_EQ(Ask(QStringLiteral("SELECT * FROM nowhere")), QStringList(QStringLiteral("no such table: nowhere")));
-    EXPECT_EQ(Ask(QStringLiteral("CREATE TABLE mine (a)")), QStringList(QString())) << "no columns";
-    EXPECT_EQ(Ask(QStringLiteral("SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d")),
-              QStringList({QStringLiteral("a,a,b,c,d"), QStringLiteral("1,x,NULL,9000000000,0")}));
+    AskedHistory history(Settings());
+    EXPECT_EQ(history.Ask(u"SELECT * FROM nowhere"_s), QStringList(u"no such table: nowhere"_s));
+    EXPECT_EQ(history.Ask(u"CREATE TABLE mine (a)"_s), QStringList(QString())) << "no columns";
+    EXPECT_EQ(history.Ask(u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d"_s),
+              QStringList({u"a,a,b,c,d"_s, u"1,x,NULL,9000000000,0"_s}));
+    const ResultProgress broken =
+        history.Run(u"SELECT abs(i) FROM (SELECT 5 AS i UNION ALL SELECT -9223372036854775808)"_s)->Progress();
+    EXPECT_EQ(broken.RowsSoFar, 1) << "the rows before the failure";
+    EXPECT_EQ(broken.Failure, u"integer overflow");
 }
 
 TEST_F(HistoryTest, KeepsTheNewest)
 {
-    Open(10);
-    for (int i = 0; i < 2500; ++i) Record(QStringLiteral("A"), i);
-    ASSERT_TRUE(m_History->Flush(5000));
-    EXPECT_EQ(Ask(QStringLiteral("SELECT count(*), min(item_value), max(item_value) FROM velsql_history"))[1],
-              QStringLiteral("10,2490,2499"));
+    AskedHistory history(Settings(10));
+    for (int i = 0; i < 2500; ++i) history.Record(u"A"_s, i);
+    ASSERT_TRUE(history.Flush());
+    EXPECT_EQ(history.Ask(s_Range)[1], u"10,2490,2499");
 }
 
-TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBack)
+TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBackButForTheOldestThatAreTooMany)
 {
-    QDir().mkpath(Path()); // a folder where the file should be
-    Open();
-    Record(QStringLiteral("A"), 1);
-    EXPECT_FALSE(m_History->Flush(1200));
-    EXPECT_TRUE(Ask(QStringLiteral("SELECT 1"))[0].startsWith(
-        QStringLiteral("The history database \"%1\" cannot be opened: ").arg(Path())));
-    Record(QStringLiteral("A"), 2);
-    QDir().rmdir(Path());
-    EXPECT_TRUE(m_History->Flush(5000));
-    QFile::remove(Path()); // and away while it is open
-    Record(QStringLiteral("A"), 3);
-    EXPECT_TRUE(m_History->Flush(5000));
-    EXPECT_EQ(Ask(QStringLiteral("SELECT item_value FROM velsql_history")),
-              QStringList({QStringLiteral("item_value"), QStringLiteral("3")}));
-}
-
-TEST_F(HistoryTest, WhenTooManyWaitTheOldestAreDropped)
-{
-    QDir().mkpath(Path()); // a folder where the file should be
-    Open();
+    QDir().mkpath(m_Path); // a folder where the file should be
+    AskedHistory history(Settings());
     const auto limit = static_cast<int>(Recorder::MostWaiting);
-    for (int i = 0; i < limit + 10; ++i) Record(QStringLiteral("A"), i);
-    QDir().rmdir(Path());
-    EXPECT_TRUE(m_History->Flush(30'000));
-    EXPECT_EQ(Ask(QStringLiteral("SELECT count(*), min(item_value), max(item_value) FROM velsql_history"))[1],
-              QStringLiteral("%1,10,%2").arg(limit).arg(limit + 9));
+    for (int i = 0; i < limit + 10; ++i) history.Record(u"A"_s, i);
+    EXPECT_FALSE(history.Flush(300));
+    EXPECT_TRUE(history.Ask(s_Values)[0].startsWith(u"The history database \"%1\" cannot be opened: "_s.arg(m_Path)));
+    QDir().rmdir(m_Path);
+    EXPECT_TRUE(history.Flush(60'000));
+    EXPECT_EQ(history.Ask(s_Range)[1], u"%1,10,%2"_s.arg(limit).arg(limit + 9));
+    QFile::remove(m_Path); // and away while it is open
+    history.Record(u"A"_s, 3);
+    EXPECT_TRUE(history.Flush());
+    EXPECT_EQ(history.Ask(s_Values), QStringList({u"item_value"_s, u"3"_s}));
 }
 
 TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
 {
-    const QString second = m_Folder.filePath(QStringLiteral("second.db"));
-    HistorySettings settings;
-    settings.Destinations[0].ConnectionString = QStringLiteral("Database=") + Path();
-    settings.Destinations[1].ConnectionString = QStringLiteral("Database=") + second;
-    settings.Destinations[1].TableName = QStringLiteral("mi\"ne");
+    HistorySettings settings = Settings();
+    settings.Destinations[1].ConnectionString = u"Database="_s + m_Folder.filePath(u"second.db"_s);
+    settings.Destinations[1].TableName = u"mi\"ne"_s;
     for (const bool enabled : {false, true}) {
         settings.Enabled = enabled;
-        m_History.emplace(settings);
-        Record(QStringLiteral("A"), enabled ? 2 : 1);
-        EXPECT_TRUE(m_History->Flush(5000));
-        EXPECT_EQ(Ask(QStringLiteral("SELECT 7"))[1], QStringLiteral("7")) << "asked all the same";
+        AskedHistory history(settings);
+        history.Record(u"A"_s, enabled ? 2 : 1);
+        EXPECT_TRUE(history.Flush());
+        EXPECT_EQ(history.Ask(u"SELECT 7"_s)[1], u"7") << "asked all the same";
     }
-    EXPECT_EQ(Ask(QStringLiteral("SELECT item_value FROM velsql_history"))[1], QStringLiteral("2"));
-    HistorySettings other;
-    other.Destinations[0].ConnectionString = settings.Destinations[1].ConnectionString;
-    other.Enabled = false;
-    m_History.emplace(other);
-    EXPECT_EQ(Ask(QStringLiteral("SELECT item_value FROM \"mi\"\"ne\""))[1], QStringLiteral("2"));
+    EXPECT_EQ(AskedHistory(settings).Ask(s_Values), QStringList({u"item_value"_s, u"2"_s}));
+    std::swap(settings.Destinations[0], settings.Destinations[1]); // the first one is asked
+    EXPECT_EQ(AskedHistory(settings).Ask(u"SELECT item_value FROM \"mi\"\"ne\""_s),
+              QStringList({u"item_value"_s, u"2"_s}));
 }
 
 TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
 {
-    QDir().mkpath(QFileInfo(Path()).path());
+    QDir().mkpath(QFileInfo(m_Path).path());
     const QByteArray garbage(5000, 'x');
-    {
-        QFile file(Path());
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(garbage);
-    }
-    Open();
-    Record(QStringLiteral("A"), 1);
-    EXPECT_FALSE(m_History->Flush(500));
-    EXPECT_EQ(Ask(QStringLiteral("SELECT * FROM velsql_history")),
-              QStringList(QStringLiteral("file is not a database")));
-    QFile file(Path());
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QFile file(m_Path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    file.write(garbage);
+    file.flush();
+    AskedHistory history(Settings());
+    history.Record(u"A"_s, 1);
+    EXPECT_FALSE(history.Flush(500));
+    EXPECT_EQ(history.Ask(s_Values), QStringList(u"file is not a database"_s));
+    file.seek(0);
     EXPECT_EQ(file.readAll(), garbage);
 }
 
 TEST_F(HistoryTest, ResultsAreReadInPages)
 {
-    Open();
-    const QString numbers = QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT %1) "
-                                           "SELECT i, 'text ' || i FROM n");
-    const ResultSpoolRef result = Run(numbers.arg(100'000));
+    AskedHistory history(Settings());
+    const auto result = history.Run(u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 100000) "
+                                    "SELECT i, 'text ' || i FROM n"_s);
     EXPECT_EQ(result->Progress().RowsSoFar, 100'000);
     for (const qint64 row : {0, 1, 4095, 50'000, 99'999})
-        EXPECT_EQ(Row(*result, row), QStringLiteral("%1,text %1").arg(row));
+        EXPECT_EQ(AskedHistory::Row(*result, row), u"%1,text %1"_s.arg(row));
     EXPECT_LT(result->PageOf(50'000).size(), 2u * ResultSpool::PageBytes);
-    EXPECT_EQ(FailureOf([&] {
-                  try {
-                      result->PageOf(100'000);
-                  } catch (const DescribedError& error) {
-                      EXPECT_EQ(error.Description(), QStringLiteral("The result has 100000 rows."));
-                  }
-              }),
-              QStringLiteral("succeeded"));
-    const ResultSpoolRef large =
-        Run(QStringLiteral("SELECT zeroblob(3000000), 1 UNION ALL SELECT zeroblob(3000000), 2"));
+    EXPECT_EQ(OutcomeOf([&] { result->PageOf(100'000); }), u"The result has 100000 rows.");
+    const auto large = history.Run(u"SELECT zeroblob(3000000), 1 UNION ALL SELECT zeroblob(3000000), 2"_s);
     EXPECT_EQ(large->Progress().RowsSoFar, 2);
     EXPECT_GT(large->PageOf(1).size(), 3'000'000u) << "a page holds one row at least";
 }
 
-TEST_F(HistoryTest, AFailureInTheMiddleKeepsTheRowsBefore)
-{
-    Open();
-    const ResultSpoolRef result =
-        Run(QStringLiteral("SELECT abs(i) FROM (SELECT 5 AS i UNION ALL SELECT -9223372036854775808)"));
-    EXPECT_EQ(result->Progress().RowsSoFar, 1);
-    EXPECT_EQ(result->Progress().Failure, QStringLiteral("integer overflow"));
-}
-
 TEST(ConnectionString, IsReadInItsUsualForms)
 {
-    const auto parse = [](const char16_t* text) {
-        try {
-            const DatabaseAddress address(QString::fromUtf16(text));
-            return (address.IsPostgreSql() ? QStringLiteral("PostgreSQL ") : QStringLiteral("SQLite ")) +
-                   address.Database() + u' ' + address.Shown();
-        } catch (const DescribedError& error) {
-            return error.Description();
-        }
+    const std::pair<const char16_t*, const char16_t*> cases[] = {
+        {u"Database=/tmp/a b.db", u"SQLite /tmp/a b.db Database=/tmp/a b.db"},
+        {u" driver = {PostgreSQL Unicode} ; SERVER=h;Port=5433;Database=d;uid=u;PWD={se;cr}};et} ",
+         u"PostgreSQL d driver = {PostgreSQL Unicode} ;SERVER=h;Port=5433;Database=d;uid=u;PWD=***;"},
+        {u"Provider=SQLite3;Data=x", u"The connection string has an unknown key \"Data\"."},
+        {u"Driver=Oracle;Database=x",
+         u"The connection string names the driver \"Oracle\"; there are SQLite and PostgreSQL."},
+        {u"Database=x;Port=high", u"The connection string's port \"high\" is no port number."},
+        {u"Database='x", u"A value of the connection string has no closing '."},
+        {u"", u"The connection string names no database."},
     };
-    EXPECT_EQ(parse(u"Database=/tmp/a b.db"), u"SQLite /tmp/a b.db Database=/tmp/a b.db");
-    EXPECT_EQ(parse(u" driver = {PostgreSQL Unicode} ; SERVER=h;Port=5433;Database=d;uid=u;PWD={se;cr}};et} "),
-              u"PostgreSQL d driver = {PostgreSQL Unicode} ;SERVER=h;Port=5433;Database=d;uid=u;PWD=***;");
-    EXPECT_EQ(parse(u"Provider=SQLite3;Data=x"), u"The connection string has an unknown key \"Data\".");
-    EXPECT_EQ(parse(u"Driver=Oracle;Database=x"),
-              u"The connection string names the driver \"Oracle\"; there are SQLite and PostgreSQL.");
-    EXPECT_EQ(parse(u"Database=x;Port=high"), u"The connection string's port \"high\" is no port number.");
-    EXPECT_EQ(parse(u"Database='x"), u"A value of the connection string has no closing '.");
-    EXPECT_EQ(parse(u""), u"The connection string names no database.");
+    for (const auto& [text, outcome] : cases) {
+        const auto read = [text = text] {
+            const DatabaseAddress address(QString::fromUtf16(text));
+            const QString kind = address.IsPostgreSql() ? u"PostgreSQL"_s : u"SQLite"_s;
+            return kind + u' ' + address.Database() + u' ' + address.Shown();
+        };
+        EXPECT_EQ(OutcomeOf(read), outcome);
+    }
 }

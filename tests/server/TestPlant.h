@@ -1,44 +1,60 @@
 #pragma once
 
 #include "server/plant/Plant.h"
-#include "server/plantfile/PlantFile.h"
-#include "server/plantfile/ReplayFile.h"
+#include "tests/server/Outcome.h"
 
-#include <vector>
+#include <map>
 
-/// A plant without a server: time and delays are in the test's hand, what is recorded is noted.
+/// A plant without a server: time and delays are in the test's hand, what is recorded is noted as a controller's observer does it.
 class TestPlant : private Surroundings
 {
 public:
     Plant World{*this};
     QStringList Recorded;
     QStringList Warnings;
-    double Seconds = 0.0;
 
-    Moment Now() override;
+    Moment Now() override
+    {
+        const TimeStamp wall = std::chrono::sys_days(std::chrono::year(2024) / 1 / 31);
+        return {wall + std::chrono::milliseconds(m_Passed), static_cast<double>(m_Passed) / 1000.0};
+    }
     /// Lets delayed actions happen whose time has come after so long.
-    void Pass(qint32 milliseconds);
+    void Pass(qint32 milliseconds)
+    {
+        m_Passed += milliseconds;
+        while (!m_Delayed.empty() && m_Delayed.begin()->first <= m_Passed)
+            m_Delayed.extract(m_Delayed.begin()).mapped()();
+    }
+    static QString Note(const PlantItem& item) { return item.Name() + u'=' + WriteTypedText(item.LastValue()); }
 
 private:
-    void After(qint32 delay, std::function<void()> action) override;
-    void Record(const PlantItem& item) override;
-    void Warn(const QString& text) override { Warnings.append(text); }
+    void After(qint32 delay, std::function<void()> action) override
+    {
+        m_Delayed.emplace(m_Passed + delay, std::move(action));
+    }
+    void Record(const PlantItem& item) override { Recorded << Note(item); }
+    void Warn(const QString& text) override { Warnings << text; }
 
-    std::vector<std::pair<qint32, std::function<void()>>> m_Delayed;
+    qint64 m_Passed = 0; ///< milliseconds
+    std::multimap<qint64, std::function<void()>> m_Delayed;
 };
 
 /// Notes what a controller tells.
 class NotingObserver : public ControllerObserver
 {
 public:
-    explicit NotingObserver(PlantController& controller);
-    ~NotingObserver();
+    explicit NotingObserver(PlantController& controller)
+        : m_Controller(controller)
+    {
+        controller.AddObserver(*this);
+    }
+    ~NotingObserver() { m_Controller.RemoveObserver(*this); }
 
     QStringList Seen;
 
 private:
-    void StateChanged(qint32 state) override;
-    void ItemChanged(const PlantItemRef& item) override;
+    void StateChanged(qint32 state) override { Seen << u"state %1"_s.arg(state); }
+    void ItemChanged(const PlantItemRef& item) override { Seen << TestPlant::Note(*item); }
 
     PlantController& m_Controller;
 };

@@ -1,8 +1,8 @@
 #include "core/automation/SafeArray.h"
+#include "server/plantfile/PlantFile.h"
+#include "server/plantfile/ReplayFile.h"
 #include "tests/server/ServerRun.h"
 #include "tests/server/TestPlant.h"
-
-#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -12,27 +12,17 @@ namespace {
 class PlantFileTest : public ::testing::Test
 {
 protected:
-    void WriteFile(const QString& name, const QByteArray& text)
-    {
-        QFile file(m_Folder.filePath(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(text);
-    }
-    /// The mistakes with their lines, the path of the file cut away.
+    /// The mistakes with their lines, the folder cut away.
     QString MistakesIn(const QByteArray& text)
     {
-        WriteFile(QStringLiteral("plant.toml"), text);
-        const QString path = m_Folder.filePath(QStringLiteral("plant.toml"));
-        TestPlant plant;
-        try {
-            m_History = ReadPlantFile(path, plant.World);
-            return {};
-        } catch (const PlantFileError& error) {
-            return QString(error.Description()).remove(m_Folder.path() + u'/');
-        }
+        WriteFile(m_Path, text);
+        const QString outcome = OutcomeOf([&] { m_History = ReadPlantFile(m_Path, m_Plant.World); });
+        return QString(outcome).remove(m_Folder.path() + u'/');
     }
 
     QTemporaryDir m_Folder;
+    QString m_Path = m_Folder.filePath(u"plant.toml"_s);
+    TestPlant m_Plant;
     HistorySettings m_History;
 };
 
@@ -40,6 +30,7 @@ protected:
 
 TEST_F(PlantFileTest, EveryMistakeIsSaidWithItsLine)
 {
+    EXPECT_TRUE(MistakesIn("a = 1\n[b\n").startsWith(u"plant.toml:2: ")) << "no TOML";
     EXPECT_EQ(MistakesIn(R"(colour = "red"
 [history]
 enabled = "yes"
@@ -69,35 +60,32 @@ scan_times = [100, 1000]
 [[controller]]
 name = "A"
 )"),
-              QStringLiteral(
-                  "plant.toml:1: colour is not known here\n"
-                  "plant.toml:3: enabled: true or false must stand here\n"
-                  "plant.toml:5: connection: The connection string names the driver \"Oracle\"; there are "
-                  "SQLite and PostgreSQL.\n"
-                  "plant.toml:8: scan_times: three whole numbers must stand here, milliseconds from 0 to 86400000\n"
-                  "plant.toml:11: type: \"I5\" is no type such as I4 or ARRAY|BSTR\n"
-                  "plant.toml:12: links: the item \"B\\y\" does not exist\n"
-                  "plant.toml:14: name: item \"x\" exists already\n"
-                  "plant.toml:15: attribute: \"readonly\" is none of read-write, read-only, write-only\n"
-                  "plant.toml:16: name is missing\n"
-                  "plant.toml:18: value: 70000 is out of the range of VT_I2\n"
-                  "plant.toml:22: amplitude is not known here\n"
-                  "plant.toml:22: period: it must be more than 0\n"
-                  "plant.toml:26: file: r.csv cannot be read: No such file or directory\n"
-                  "plant.toml:28: name: controller \"A\" exists already"));
-}
-
-TEST_F(PlantFileTest, WhatIsNoTomlIsSaidToo)
-{
-    EXPECT_TRUE(MistakesIn("a = 1\n[b\n").startsWith(QStringLiteral("plant.toml:2: ")));
-    EXPECT_EQ(MistakesIn(""), QString()) << "a plant without controllers";
+              u"plant.toml:1: colour is not known here\n"
+              "plant.toml:3: enabled: true or false must stand here\n"
+              "plant.toml:5: connection: The connection string names the driver \"Oracle\"; there are SQLite and "
+              "PostgreSQL.\n"
+              "plant.toml:8: scan_times: three whole numbers must stand here, milliseconds from 0 to 86400000\n"
+              "plant.toml:11: type: \"I5\" is no type such as I4 or ARRAY|BSTR\n"
+              "plant.toml:12: links: the item \"B\\y\" does not exist\n"
+              "plant.toml:14: name: item \"x\" exists already\n"
+              "plant.toml:15: attribute: \"readonly\" is none of read-write, read-only, write-only\n"
+              "plant.toml:16: name is missing\n"
+              "plant.toml:18: value: 70000 is out of the range of VT_I2\n"
+              "plant.toml:22: amplitude is not known here\n"
+              "plant.toml:22: period: it must be more than 0\n"
+              "plant.toml:26: file: r.csv cannot be read: No such file or directory\n"
+              "plant.toml:28: name: controller \"A\" exists already");
+    WriteFile(m_Path, "[[controller]]\n");
+    for (const QStringList& arguments : {QStringList(u"--check"_s), QStringList()})
+        EXPECT_EQ(EndOfServer(arguments + QStringList({u"--plant"_s, m_Path, u"--socket"_s, m_Path + u".sock"_s})),
+                  QStringList({u"1"_s, m_Path + u":1: name is missing"_s}));
 }
 
 TEST_F(PlantFileTest, RecordedValuesAreReplayedInTheirTimes)
 {
-    WriteFile(QStringLiteral("r.csv"),
-              "# time,value\n2024-01-31 12:00:00,1\n\n2024-01-31 12:00:00.500,\"2\"\n2024-01-31 12:00:02,3\n");
-    const auto rows = ReadReplayFile(m_Folder.filePath(QStringLiteral("r.csv")), VT_I4);
+    const QString path = m_Folder.filePath(u"r.csv"_s);
+    WriteFile(path, "# time,value\n2024-01-31 12:00:00,1\n\n2024-01-31 12:00:00.500,\"2\"\n2024-01-31 12:00:02,3\n");
+    const auto rows = ReadReplayFile(path, VT_I4);
     ReplaySignal once(rows, false);
     ReplaySignal again(rows, true);
     const std::tuple<double, int, int> cases[] = {{0.0, 1, 1}, {0.499, 1, 1}, {0.51, 2, 2},
@@ -106,13 +94,8 @@ TEST_F(PlantFileTest, RecordedValuesAreReplayedInTheirTimes)
         EXPECT_EQ(once.Next(seconds, VT_I4), Variant(stays)) << seconds;
         EXPECT_EQ(again.Next(seconds, VT_I4), Variant(repeats)) << seconds;
     }
-    WriteFile(QStringLiteral("bad.csv"), "1,1\n2,x\n");
-    try {
-        ReadReplayFile(m_Folder.filePath(QStringLiteral("bad.csv")), VT_I4);
-        FAIL();
-    } catch (const DescribedError& error) {
-        EXPECT_TRUE(error.Description().endsWith(QStringLiteral("bad.csv:2: VT_I4: \"x\" is not a number")));
-    }
+    WriteFile(path, "1,1\n2,x\n");
+    EXPECT_TRUE(OutcomeOf([&] { ReadReplayFile(path, VT_I4); }).endsWith(u"r.csv:2: VT_I4: \"x\" is not a number"));
 }
 
 TEST_F(PlantFileTest, HistoryDestinationsAreRead)
@@ -125,42 +108,25 @@ max_record = 5
 connection = "Driver=PostgreSQL;Database=d"
 table = "mine"
 )"),
-              QString());
+              u"done");
     EXPECT_FALSE(m_History.Enabled);
     EXPECT_EQ(m_History.Destinations[0].MaxRecord, 5);
-    EXPECT_TRUE(m_History.Destinations[0].ConnectionString.startsWith(QStringLiteral("Driver=SQLite;")));
-    EXPECT_EQ(m_History.Destinations[1].TableName, QStringLiteral("mine"));
+    EXPECT_TRUE(m_History.Destinations[0].ConnectionString.startsWith(u"Driver=SQLite;"));
+    EXPECT_EQ(m_History.Destinations[1].TableName, u"mine");
 }
 
-TEST(PlantFile, TheExampleIsRightAndComesToLife)
+TEST_F(PlantFileTest, TheExampleIsRightAndComesToLife)
 {
-    TestPlant plant;
-    ReadPlantFile(QStringLiteral(VELSQL_DOCS "/example-plant.toml"), plant.World);
-    plant.World.Begin();
-    const PlantControllerRef works = plant.World.Controller(QStringLiteral("Waterworks"));
-    for (int scanClass = 0; scanClass < 3; ++scanClass) works->Scan(scanClass, plant.Now());
+    ReadPlantFile(QStringLiteral(VELSQL_DOCS "/example-plant.toml"), m_Plant.World);
+    m_Plant.World.Begin();
+    const PlantControllerRef works = m_Plant.World.Controller(u"Waterworks"_s);
+    for (int scanClass = 0; scanClass < 3; ++scanClass) works->Scan(scanClass, m_Plant.Now());
     for (const PlantItemRef& item : works->Items())
         EXPECT_EQ(item->State(), ItemState::Succeeded) << item->Name().toStdString();
-    const PlantControllerRef room = plant.World.Controller(QStringLiteral("Control room"));
+    const PlantControllerRef room = m_Plant.World.Controller(u"Control room"_s);
     EXPECT_EQ(room->State(), static_cast<qint32>(ControllerState::Uninitialized)) << "waits for Start";
     room->Snapshot();
-    EXPECT_EQ(room->Item(QStringLiteral("Wanted level"))->Value(), Variant(65.0));
-    EXPECT_EQ(room->Item(QStringLiteral("Overview"))->Value().Array().Count(), 3);
-    EXPECT_EQ(room->Item(QStringLiteral("Pressure 3"))->Value(),
-              works->Item(QStringLiteral("Pressures"))->Value().Array().At(3));
-}
-
-TEST(PlantFile, TheProgramSaysWhatIsWrongAndEnds)
-{
-    QTemporaryDir folder;
-    const QString path = folder.filePath(QStringLiteral("p.toml"));
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write("[[controller]]\n");
-    file.close();
-    for (const QStringList& arguments : {QStringList{QStringLiteral("--check")}, QStringList()}) {
-        ServerRun server(QStringList{QStringLiteral("--plant"), path} + arguments);
-        EXPECT_EQ(server.ExitCode(), 1);
-        EXPECT_EQ(server.LogUntilEnd(), path + QStringLiteral(":1: name is missing\n"));
-    }
+    EXPECT_EQ(room->Item(u"Wanted level"_s)->Value(), Variant(65.0));
+    EXPECT_EQ(room->Item(u"Overview"_s)->Value().Array().Count(), 3);
+    EXPECT_EQ(room->Item(u"Pressure 3"_s)->Value(), works->Item(u"Pressures"_s)->Value().Array().At(3));
 }

@@ -29,6 +29,7 @@ public:
     void Suspend();
     void Resume();
     qint64 ProcessId() const { return m_Process.processId(); }
+    QProcess& Process() { return m_Process; }
 
 private:
     void Signal(int signal);

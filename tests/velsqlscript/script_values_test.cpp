@@ -1,23 +1,29 @@
-#include "tests/support/RealServer.h"
 #include "tests/velsqlscript/ScriptProcess.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-/// `item` takes every type.
-const QByteArray s_Begin = R"(const item = Vlx.Controller(Vlx.ControllerNames[1]).Item("Anything");
-const plc = Vlx.Controller("PLC1");
-function attempt(action) { try { print(action()); } catch (error) { print(error); } }
-)";
-
+/// What a script prints in which `plc`, `item`, which takes every type, `keep` and `attempt` are known.
 QString OutputOf(const QByteArray& script)
 {
     RealServer server;
     server.Start();
-    const Outcome outcome = RunScript(s_Begin + script);
-    EXPECT_EQ(outcome.Errors.toStdString() + std::to_string(outcome.Code), "0");
-    return outcome.Output;
+    return RunScript(R"(const item = Vlx.Controller(Vlx.ControllerNames[1]).Item("Anything");
+const plc = Vlx.Controller("PLC1"), result = Vlx.History.Execute("select 1 as a");
+function keep(value) { item.Value = value; print(typed(item, "Value"), item.Value); }
+function attempt(action) { try { const got = action(); if (got !== undefined) print(got); } catch (error) { print(error); } }
+)" + script);
+}
+
+/// Attempts all in one script: what is done, and what that prints.
+void Check(const QList<std::pair<QByteArray, QString>>& attempts)
+{
+    QByteArray script;
+    for (const auto& [action, printed] : attempts) script += "attempt(() => " + action + ");\n";
+    const QStringList lines = OutputOf(script).split(u'\n');
+    ASSERT_EQ(lines.size(), attempts.size() + 1) << lines.last().toStdString();
+    for (qsizetype i = 0; i < attempts.size(); ++i) EXPECT_EQ(lines[i], attempts[i].second) << attempts[i].first.data();
 }
 
 } // namespace
@@ -48,110 +54,61 @@ item.Value = Vlx.Controller("PLC1").Item("D100");
 item.Value.Value = 78;
 print(typed(item, "Value").type, item.Value.Name, Vlx.Controller("PLC1").Item("D100").Value, texts.length);
 )~"),
-              QStringLiteral("true\ntrue\ntrue\ntrue\nDISPATCH D100 78 39\n"));
+              u"true\ntrue\ntrue\ntrue\nDISPATCH D100 78 39\n");
 }
 
-TEST(ScriptValues, PlainValuesAndNamedTypes)
+TEST(ScriptValues, PlainValuesAndNamedTypesTakeWhatFitsThem)
 {
-    EXPECT_EQ(OutputOf(R"~(
-for (const value of [2147483647, 2147483648, -2147483648, -2147483649, 0.5, -0, NaN, new Date(2024, 1, 29, 6), [[1], true], plc, null]) {
-    item.Value = value;
-    print(typed(item, "Value").type, typed(item, "Value").type === "DISPATCH" ? item.Value : typed(item, "Value"), item.Value);
-}
-for (const text of ["4,0.1", "6,12.5", "17,7", "8204,{0},{1}", "7,2024-01-31 12:00:00.250"]) {
-    item.Value = typed(text);
-    print(item.Value, typeof item.Value);
-}
-for (const make of [() => I2(2.5), () => I2(true), () => BOOL(-2), () => R4(16777217), () => R4(1e39), () => UI4(4294967295),
-                    () => I4(4294967296), () => CY(0.1), () => DATE(45322.5), () => BSTR(1.5), () => UI1("256"), () => I2(undefined),
-                    () => I1([1]), () => DISPATCH(null).type, () => I2(I4("7")), () => DATE(new Date(2024, 0, 31)), () => DATE(new Date(NaN)),
-                    () => ArrayOf("I2", [1, "2", UI1(3)], -1), () => ArrayOf("I2", [1, 70000]), () => ArrayOf("I9", []),
-                    () => ArrayOf("VARIANT", [1, I2(2)]), () => ArrayOf("UI1", new Uint8Array([1, 2])), () => typed("3,abc"),
-                    () => typed(Vlx.Controller("PLC1"), "Item", "D100").text, () => typed(item, "Values"), () => I2(5) + 1]) attempt(make);
-)~"),
-              QString::fromUtf8(R"(I4 3,2147483647 2147483647
-R8 5,2147483648 2147483648
-I4 3,-2147483648 -2147483648
-R8 5,-2147483649 -2147483649
-R8 5,0.5 0.5
-R8 5,-0 0
-R8 5,NaN NaN
-DATE 7,2024-02-29 06:00:00 2024-02-29 06:00:00
-ARRAY|VARIANT 8204,{8204,{3,1}},{11,True} [[1],true]
-DISPATCH [Controller] [Controller]
-NULL 1 null
-0.1 number
-12.5 number
-7 number
-[null,null] object
-2024-01-31 12:00:00.250 object
-2,2
-2,-1
-11,True
-4,1.6777216E+07
-ValueError: VT_R4: overflow, "1E+39" is outside -3.4028235E+38 to 3.4028235E+38
-19,4294967295
-ValueError: VT_I4: overflow, "4294967296" is outside -2147483648 to 2147483647
-6,0.1
-7,2024-01-31 12:00:00
-8,1.5
-ValueError: VT_UI1: overflow, "256" is outside 0 to 255
-ValueError: VT_I2: Type mismatch
-ValueError: VT_I1: Type mismatch
-DISPATCH
-2,7
-7,2024-01-31 00:00:00
-ValueError: the date is invalid
-8194,[-1..]1,2,3
-ValueError: element 2: VT_I2: overflow, "70000" is outside -32768 to 32767
-ValueError: "I9" is no type such as "I2"
-8204,{3,1},{2,2}
-8209,1,2
-ValueError: VT_I4: "abc" is not a number
-ValueError: TypedValue.text: VT_DISPATCH has no text
-TypeError: "Values" has no typed value
-6
-)"));
+    Check({{"keep(2147483647)", u"3,2147483647 2147483647"_s},
+           {"keep(2147483648)", u"5,2147483648 2147483648"_s},
+           {"keep(-2147483649)", u"5,-2147483649 -2147483649"_s},
+           {"keep(-0)", u"5,-0 0"_s},
+           {"keep(new Date(2024, 1, 29, 6))", u"7,2024-02-29 06:00:00 2024-02-29 06:00:00"_s},
+           {"keep([[1], true])", u"8204,{8204,{3,1}},{11,True} [[1],true]"_s},
+           {"keep(null)", u"1 null"_s},
+           {"keep(typed('6,12.5'))", u"6,12.5 12.5"_s},
+           {"typeof item.Value", u"number"_s},
+           {"keep(typed('8204,{0},{1}'))", u"8204,{0},{1} [null,null]"_s},
+           {"I2(true)", u"2,-1"_s},
+           {"BOOL(-2)", u"11,True"_s},
+           {"R4(16777217)", u"4,1.6777216E+07"_s},
+           {"R4(1e39)", u"ValueError: VT_R4: overflow, \"1E+39\" is outside -3.4028235E+38 to 3.4028235E+38"_s},
+           {"UI4(4294967295)", u"19,4294967295"_s},
+           {"DATE(new Date(NaN))", u"ValueError: the date is invalid"_s},
+           {"I2(undefined)", u"ValueError: VT_I2: Type mismatch"_s},
+           {"I2(I4('7')) + 1", u"8"_s},
+           {"DISPATCH(null).type", u"DISPATCH"_s},
+           {"ArrayOf('I2', [1, '2', UI1(3)], -1)", u"8194,[-1..]1,2,3"_s},
+           {"ArrayOf('I2', [1, 70000])",
+            u"ValueError: element 2: VT_I2: overflow, \"70000\" is outside -32768 to 32767"_s},
+           {"ArrayOf('I9', [])", u"ValueError: \"I9\" is no type such as \"I2\""_s},
+           {"ArrayOf('VARIANT', [1, I2(2)])", u"8204,{3,1},{2,2}"_s},
+           {"ArrayOf('UI1', new Uint8Array([1, 2]))", u"8209,1,2"_s},
+           {"typed('3,abc')", u"ValueError: VT_I4: \"abc\" is not a number"_s},
+           {"typed(plc, 'Item', 'D100').text", u"ValueError: TypedValue.text: VT_DISPATCH has no text"_s},
+           {"typed(item, 'Values')", u"TypeError: \"Values\" has no typed value"_s}});
 }
 
 TEST(ScriptValues, WrappersRefuseWhatTheyDoNotKnow)
 {
-    EXPECT_EQ(OutputOf(R"~(
-const result = Vlx.History.Execute("select 1 as a");
-for (const action of [() => item.value, () => { item.Foo = 1; }, () => { item.Name = "x"; }, () => { item.Snapshot = 1; },
-                      () => delete item.Value, () => item.ValueEx(1), () => plc.ScanTimes(), () => plc.ScanTimes("0"),
-                      () => plc.ScanTimes(0.5), () => { item.Activation = "x"; }, () => { plc.OnChangeItem = 5; },
-                      () => { item.Value = {a: 1}; }, () => { item.Value = () => 1; }, () => { item.Value = result; },
-                      () => plc.RemoveItem(5), () => result.Row(1), () => result.Cell(0, 1), () => { const a = []; a.push(a); item.Value = a; },
-                      () => I2(5).foo, () => String(item) + JSON.stringify([item]), () => "Value" in item && !("Foo" in item),
-                      () => Object.keys(result), () => waitForEvents()]) attempt(action);
-item.Activation = false;
-item.ValueEx(0, 5);
-print(item.Activation, plc.OnChangeItem, plc.AddItem.length);
-)~"),
-              QString::fromUtf8(R"(TypeError: Item has no member "value"; it is spelled "Value"
-TypeError: Item has no member "Foo"
-TypeError: Item.Name is read only
-TypeError: Item.Snapshot is a function
-TypeError: Item.Value cannot be deleted
-ValueError: Item.ValueEx: takes 2 arguments, not 1
-ValueError: Controller.ScanTimes: takes 1 argument, not 0
-ValueError: Controller.ScanTimes: argument 1: Type mismatch
-ValueError: Controller.ScanTimes: argument 1: Type mismatch
-ValueError: Item.Activation: Type mismatch
-TypeError: OnChangeItem takes a function, or null
-ValueError: "[object Object]" is no value that the server knows
-ValueError: "function() { [native code] }" is no value that the server knows
-ValueError: Item.Value: Only objects of the server can be sent to it.
-ValueError: Controller.RemoveItem: argument 1: Type mismatch
-ValueError: ResultSet.Row: Subscript out of range
-ValueError: ResultSet.Cell: Subscript out of range
-ValueError: arrays are nested more than 16 deep
-TypeError: TypedValue has no member "foo"
-[Item]["[Item]"]
-true
-[]
-ValueError: waitForEvents without a time and without handlers would wait for ever
-false null 0
-)"));
+    Check({{"item.value", u"TypeError: Item has no member \"value\"; it is spelled \"Value\""_s},
+           {"{ item.Foo = 1; }", u"TypeError: Item has no member \"Foo\""_s},
+           {"{ item.Name = 'x'; }", u"TypeError: Item.Name is read only"_s},
+           {"{ item.Snapshot = 1; }", u"TypeError: Item.Snapshot is a function"_s},
+           {"delete item.Value", u"TypeError: Item.Value cannot be deleted"_s},
+           {"item.ValueEx(1)", u"ValueError: Item.ValueEx: takes 2 arguments, not 1"_s},
+           {"plc.ScanTimes()", u"ValueError: Controller.ScanTimes: takes 1 argument, not 0"_s},
+           {"plc.ScanTimes('0')", u"ValueError: Controller.ScanTimes: argument 1: Type mismatch"_s},
+           {"{ item.Activation = 'x'; }", u"ValueError: Item.Activation: Type mismatch"_s},
+           {"{ plc.OnChangeItem = 5; }", u"TypeError: OnChangeItem takes a function, or null"_s},
+           {"{ item.Value = {a: 1}; }", u"ValueError: \"[object Object]\" is no value that the server knows"_s},
+           {"{ item.Value = result; }", u"ValueError: Item.Value: Only objects of the server can be sent to it."_s},
+           {"{ const a = []; a.push(a); item.Value = a; }", u"ValueError: arrays are nested more than 16 deep"_s},
+           {"result.Row(1)", u"ValueError: ResultSet.Row: Subscript out of range"_s},
+           {"I2(5).foo", u"TypeError: TypedValue has no member \"foo\""_s},
+           {"String(item) + JSON.stringify([item])", u"[Item][\"[Item]\"]"_s},
+           {"'Value' in item && !('Foo' in item)", u"true"_s},
+           {"Object.keys(result)", u"[]"_s},
+           {"waitForEvents()", u"ValueError: waitForEvents without a time and without handlers would wait for ever"_s},
+           {"plc.OnChangeItem", u"null"_s}});
 }

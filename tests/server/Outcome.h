@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/automation/Errors.h"
+#include "tests/support/PrintQt.h"
+#include "velsqllib/ValueText.h"
+
+#include <kj/exception.h>
+
+using namespace Qt::StringLiterals;
+
+/// What `action` answers, values as typed text, "done" when it answers nothing; or the description with which it fails, here or at
+/// the server.
+template <typename Action>
+QString OutcomeOf(Action action)
+{
+    using Answer = std::invoke_result_t<Action>;
+    try {
+        if constexpr (std::is_same_v<Answer, QString>) return action();
+        else if constexpr (std::is_same_v<Answer, Variant>) return WriteTypedText(action());
+        else action();
+        return u"done"_s;
+    } catch (const DescribedError& error) {
+        return error.Description();
+    } catch (const kj::Exception& exception) {
+        const QString text = QString::fromUtf8(exception.getDescription().cStr());
+        const QString prefix = u"remote exception: "_s;
+        return text.startsWith(prefix) ? text.mid(prefix.size()) : text;
+    }
+}
