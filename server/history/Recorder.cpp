@@ -18,6 +18,7 @@ constexpr std::size_t BatchWorthWriting = 1000;
 constexpr auto LongestWait = 200ms; // for a batch to fill
 constexpr auto RetryPause = 1000ms;
 constexpr auto LongestEnd = 20s; // a full queue takes some seconds to write
+constexpr auto LongestSilence = 5s;
 
 qint64 BytesOf(const RecordedValue& value)
 {
@@ -35,8 +36,14 @@ void SayOf(int destination, LogLevel level, const QString& text)
 class Recorder::Queue
 {
 public:
-    /// Whether the first value since the last TakeDropped had to go.
-    bool Add(RecordedValue value)
+    enum class Trouble
+    {
+        None,
+        Dropping, ///< The first value since the last TakeDropped had to go.
+        Silence   ///< The database keeps the writer waiting; said once until values are written again.
+    };
+
+    Trouble Add(RecordedValue value)
     {
         const std::lock_guard lock(m_Guard);
         const bool nothingDropped = m_Dropped == 0;
@@ -49,15 +56,18 @@ public:
             ++m_Removed;
         }
         if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting) m_Filled.notify_one();
-        return nothingDropped && m_Dropped > 0;
+        if (nothingDropped && m_Dropped > 0) return Trouble::Dropping;
+        return IsNewlySilent() ? Trouble::Silence : Trouble::None;
     }
 
     /// The oldest values, which stay in the queue until they are Removed; empty when told to stop and nothing waits.
     std::vector<RecordedValue> Batch(const std::stop_token& stop)
     {
         std::unique_lock lock(m_Guard);
+        m_BusySince.reset();
         m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
         m_Filled.wait_for(lock, stop, LongestWait, [this] { return m_Values.size() >= BatchWorthWriting; });
+        m_BusySince = Clock::now();
         const auto count = static_cast<std::ptrdiff_t>(std::min(m_Values.size(), LargestBatch));
         m_BatchBegan = m_Removed;
         return {m_Values.begin(), m_Values.begin() + count};
@@ -78,6 +88,7 @@ public:
     void Pause(const std::stop_token& stop)
     {
         std::unique_lock lock(m_Guard);
+        m_BusySince.reset();
         m_Filled.wait_for(lock, stop, RetryPause, [] { return false; });
     }
 
@@ -97,8 +108,22 @@ public:
         const std::lock_guard lock(m_Guard);
         return std::exchange(m_Dropped, 0);
     }
+    bool TakeSilence()
+    {
+        const std::lock_guard lock(m_Guard);
+        return std::exchange(m_SilenceSaid, false);
+    }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    bool IsNewlySilent()
+    {
+        if (m_SilenceSaid || !m_BusySince || Clock::now() - *m_BusySince < LongestSilence) return false;
+        m_SilenceSaid = true;
+        return true;
+    }
+
     mutable std::mutex m_Guard;
     std::condition_variable_any m_Filled;
     std::condition_variable_any m_Emptied;
@@ -107,6 +132,8 @@ private:
     quint64 m_Removed = 0; ///< all that ever left the front
     quint64 m_BatchBegan = 0;
     quint64 m_Dropped = 0;
+    std::optional<Clock::time_point> m_BusySince = Clock::now(); ///< None while the writer waits for values or pauses.
+    bool m_SilenceSaid = false;
 };
 
 /// The writing thread's side.
@@ -199,7 +226,8 @@ private:
     void BeBack()
     {
         const quint64 dropped = m_Queue->TakeDropped();
-        if (m_AwayBecause.isEmpty() && dropped == 0) return;
+        const bool wasSilent = m_Queue->TakeSilence();
+        if (m_AwayBecause.isEmpty() && dropped == 0 && !wasSilent) return;
         Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(dropped));
         m_AwayBecause.clear();
     }
@@ -233,8 +261,14 @@ Recorder::~Recorder()
 
 void Recorder::Record(RecordedValue value)
 {
-    if (m_Queue->Add(std::move(value)))
+    const Queue::Trouble trouble = m_Queue->Add(std::move(value));
+    if (trouble == Queue::Trouble::Dropping)
         SayOf(m_Number, LogLevel::Warning, QStringLiteral("Too many values wait: the oldest are dropped."));
+    else if (trouble == Queue::Trouble::Silence)
+        SayOf(m_Number, LogLevel::Error,
+              QStringLiteral("Values wait, at most %1: the database has not answered for %2 seconds.")
+                  .arg(MostWaiting)
+                  .arg(LongestSilence.count()));
 }
 
 bool Recorder::Flush(int milliseconds)
