@@ -3,17 +3,17 @@
 #include "core/modAPI.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
-#include "core/PropertyGrid.h"
 #include "tests/support/FakeMainWindow.h"
 #include "tests/support/PrintQt.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QTest>
-#include <QTextEdit>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 
 #include <gtest/gtest.h>
 
@@ -21,133 +21,92 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-QClipboard& Clipboard()
+QString Clipboard()
 {
-    return *QApplication::clipboard();
+    return QApplication::clipboard()->text();
 }
 
-/// Every kind of text box, each with "one two" and "one" selected.
+/// Every kind of text box that a window has.
 class Edit : public ::testing::Test
 {
 protected:
+    /// Each box holds "one two" with "one" selected.
     Edit()
     {
         m_Line.setText(u"one two"_s);
         m_Line.setSelection(0, 3);
-        modMain::ClearTextBox(&m_Main.Log());
-        m_Main.Log().ReplaceSelection(u"one two"_s);
-        m_Plain.setPlainText(u"one two"_s);
-        m_Rich.setPlainText(u"one two"_s);
-        const auto select = [](auto& box) {
-            QTextCursor cursor = box.textCursor();
-            cursor.setPosition(0);
+        for (QPlainTextEdit* box : {&m_Plain, static_cast<QPlainTextEdit*>(&m_Log)}) {
+            box->setPlainText(u"one two"_s);
+            QTextCursor cursor = box->textCursor();
             cursor.setPosition(3, QTextCursor::KeepAnchor);
-            box.setTextCursor(cursor);
-        };
-        select(m_Main.Log());
-        select(m_Plain);
-        select(m_Rich);
-        Clipboard().setText(u"before"_s);
+            box->setTextCursor(cursor);
+        }
     }
-
-    static QString TextOf(const QWidget* box)
+    /// What is in the box and on the clipboard when a routine has worked on it.
+    QString After(const std::function<void()>& routine, QWidget* box)
     {
-        const QVariant line = box->property("text");
-        return line.isValid() ? line.toString() : box->property("plainText").toString();
+        modMain::ActiveEditBox = box;
+        routine();
+        return box->property(box == &m_Line ? "text" : "plainText").toString() + u'|' + Clipboard();
     }
 
     FakeMainWindow m_Main;
     QLineEdit m_Line;
     QPlainTextEdit m_Plain;
-    QTextEdit m_Rich;
-    const QList<QWidget*> m_Boxes = {&m_Line, &m_Main.Log(), &m_Plain, &m_Rich};
+    LogPane& m_Log = m_Main.Log();
+    const QList<QWidget*> m_Boxes = {&m_Line, &m_Plain, &m_Log};
 };
 
 TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBox)
 {
     for (QWidget* box : m_Boxes) {
         SCOPED_TRACE(box->metaObject()->className());
-        modMain::ActiveEditBox = box;
-        EXPECT_TRUE(modMain::IsEditBox(box) && modMain::HasSelection(box) && !modMain::IsReadOnly(box));
-        modMain::EditCopy();
-        EXPECT_EQ(Clipboard().text(), u"one"_s);
-        EXPECT_EQ(TextOf(box), u"one two"_s);
-        Clipboard().setText(u"before"_s);
-        modMain::EditCut();
-        EXPECT_EQ(Clipboard().text(), u"one"_s);
-        EXPECT_EQ(TextOf(box), u" two"_s);
-        EXPECT_FALSE(modMain::HasSelection(box));
-        modMain::EditPaste();
-        EXPECT_EQ(TextOf(box), u"one two"_s);
-        modMain::ClearTextBox(box);
-        EXPECT_EQ(TextOf(box), QString());
-        Clipboard().setText(u"before"_s);
-        modMain::EditCut();
-        modMain::EditCopy();
-        EXPECT_EQ(Clipboard().text(), u"before"_s) << "Nothing was selected.";
+        EXPECT_EQ(After(modMain::EditCut, box), u" two|one"_s);
+        EXPECT_EQ(After(modMain::EditPaste, box), u"one two|one"_s);
+        QApplication::clipboard()->clear();
+        EXPECT_EQ(After(modMain::EditCopy, box), u"one two|"_s) << "nothing was selected";
+        QMetaObject::invokeMethod(box, "selectAll");
+        EXPECT_EQ(After(modMain::EditCopy, box), u"one two|one two"_s);
+        QApplication::clipboard()->clear();
+        EXPECT_EQ(After(modMain::EditPaste, box), u"|"_s) << "an empty clipboard takes the place of the selection";
     }
 }
 
-TEST_F(Edit, PastingAnEmptyClipboardDeletesTheSelection)
-{
-    Clipboard().clear();
-    for (QWidget* box : m_Boxes) {
-        modMain::ActiveEditBox = box;
-        modMain::EditPaste();
-        EXPECT_EQ(TextOf(box), u" two"_s) << box->metaObject()->className();
-    }
-}
-
-TEST_F(Edit, WhatTheOperatorCannotChangeIsOnlyCopied)
+TEST_F(Edit, WhatTheOperatorCannotChangeOrWhatIsGoneStaysAsItIs)
 {
     m_Line.setReadOnly(true);
-    m_Main.Log().setReadOnly(true);
+    m_Log.setReadOnly(true);
     m_Plain.setEnabled(false);
-    m_Rich.setReadOnly(true);
     for (QWidget* box : m_Boxes) {
-        modMain::ActiveEditBox = box;
-        EXPECT_TRUE(modMain::IsReadOnly(box));
-        Clipboard().setText(u"before"_s);
-        modMain::EditPaste();
-        modMain::EditCut();
-        EXPECT_EQ(TextOf(box), u"one two"_s) << box->metaObject()->className();
-        EXPECT_EQ(Clipboard().text(), u"one"_s);
+        QApplication::clipboard()->setText(u"before"_s);
+        EXPECT_EQ(After(modMain::EditPaste, box), u"one two|before"_s) << box->metaObject()->className();
+        EXPECT_EQ(After(modMain::EditCut, box), u"one two|one"_s) << box->metaObject()->className();
     }
-}
-
-TEST_F(Edit, HasNoTargetBeforeATextBoxWasUsedAndAfterItWent)
-{
-    auto gone = std::make_unique<QLineEdit>(u"gone"_s);
-    modMain::ActiveEditBox = gone.get();
-    gone.reset();
+    modMain::ActiveEditBox = std::make_unique<QLineEdit>(u"gone"_s).get();
     for (const auto& routine : {modMain::EditCut, modMain::EditCopy, modMain::EditPaste}) routine();
-    EXPECT_EQ(Clipboard().text(), u"before"_s);
+    EXPECT_EQ(Clipboard(), u"one"_s);
 }
 
 TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
 {
-    LogPane& log = m_Main.Log();
-    modMain::ClearTextBox(&log);
     const QString lines = u"a\r\nb\nc\rd"_s;
-    log.Append(lines);
-    log.ShowAppended();
-    modMain::ActiveEditBox = &log;
-    log.selectAll();
+    m_Log.clear();
+    m_Log.Append(lines);
+    modMain::ActiveEditBox = &m_Log;
+    m_Log.ShowAppended();
+    m_Log.selectAll();
     modMain::EditCut();
-    EXPECT_EQ(Clipboard().text(), lines);
-    EXPECT_EQ(log.Text(), QString());
+    EXPECT_EQ(Clipboard(), lines);
     modMain::EditPaste();
-    log.paste();
-    EXPECT_EQ(log.Text(), lines + lines);
+    m_Log.paste();
+    EXPECT_EQ(m_Log.Text(), lines + lines);
 
-    log.moveCursor(QTextCursor::Start);
-    log.moveCursor(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+    m_Log.moveCursor(QTextCursor::Start);
+    m_Log.moveCursor(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
     modMain::EditPaste();
-    EXPECT_EQ(log.Text(), lines + lines.sliced(3) + lines);
-
-    log.SetCapacity(0);
+    m_Log.SetCapacity(0);
     modMain::EditPaste();
-    EXPECT_EQ(log.Text(), lines + lines.sliced(3) + lines) << "What does not fit changes nothing.";
+    EXPECT_EQ(m_Log.Text(), lines + lines.sliced(3) + lines) << "what does not fit changes nothing";
 }
 
 /// The colour of the middle of a field, as painted.
@@ -163,70 +122,26 @@ TEST(Fields, AreLockedAndUnlockedByStateAndColour)
     QVBoxLayout layout(&window);
     QLineEdit line(u"12"_s);
     ListBox list;
-    QPlainTextEdit text;
-    for (QWidget* field : QList<QWidget*>{&line, &list, &text}) layout.addWidget(field);
+    layout.addWidget(&line);
+    layout.addWidget(&list);
+    QPalette light, dark;
+    light.setColor(QPalette::Base, Qt::white);
+    light.setColor(QPalette::Button, Qt::lightGray);
+    dark.setColor(QPalette::Base, Qt::black);
+    dark.setColor(QPalette::Button, Qt::darkGray);
     window.resize(400, 300);
-    window.show();
-
-    QPalette light = QApplication::palette();
-    light.setColor(QPalette::Base, QColor(250, 250, 255));
-    light.setColor(QPalette::Button, QColor(200, 200, 190));
-    QPalette dark = light;
-    dark.setColor(QPalette::Base, QColor(20, 20, 30));
-    dark.setColor(QPalette::Button, QColor(80, 80, 70));
     window.setPalette(dark);
-    EXPECT_EQ(list.palette().color(QPalette::Button).name().toStdString(), "#14141e") << "a field from the start";
-    for (const bool before : {true, false}) {
-        modMain::EnableFields(before, {&line, &list, &text});
-        for (const QPalette& colours : {light, dark, light}) { // the desktop's colours change while the window is open
+    window.show();
+    EXPECT_EQ(list.palette().color(QPalette::Button), Qt::black) << "a field from the start";
+    for (const bool enable : {true, false, true})
+        for (const QPalette& colours : {light, dark}) { // the desktop's colours change while the window is open
+            modMain::EnableFields(enable, {&line, &list});
             window.setPalette(colours);
-            for (const bool enable : {before, !before, before}) {
-                modMain::EnableFields(enable, {&line, &list, &text});
-                const QColor expected = colours.color(enable ? QPalette::Base : QPalette::Button);
-                EXPECT_EQ(line.text(), u"12"_s);
-                EXPECT_EQ(line.isEnabled() && list.isEnabled() && text.isEnabled(), enable);
-                EXPECT_EQ(Ground(line).name().toStdString(), expected.name().toStdString());
-                EXPECT_EQ(Ground(text).name().toStdString(), expected.name().toStdString());
-                EXPECT_EQ(list.palette().color(QPalette::Button).name().toStdString(), expected.name().toStdString());
-            }
+            const QColor expected = colours.color(enable ? QPalette::Base : QPalette::Button);
+            EXPECT_EQ(line.isEnabled() && list.isEnabled(), enable);
+            EXPECT_EQ(Ground(line), expected);
+            EXPECT_EQ(list.palette().color(QPalette::Button), expected);
         }
-    }
-}
-
-TEST(Fields, IntegerTextIsNormalised)
-{
-    const std::pair<QString, QString> accepted[] = {{u" 007 "_s, u"7"_s},
-                                                    {u"2.5"_s, u"2"_s},
-                                                    {u"3.5"_s, u"4"_s},
-                                                    {u"-0.5"_s, u"0"_s},
-                                                    {u"2147483647.4"_s, u"2147483647"_s}};
-    for (const auto& [given, result] : accepted) {
-        QString text = given;
-        EXPECT_TRUE(modMain::NormalizeIntegerText(text)) << given.toStdString();
-        EXPECT_EQ(text, result);
-    }
-    for (const QString& given : {u"12abc"_s, u""_s, u"1,5"_s}) {
-        QString text = given;
-        EXPECT_FALSE(modMain::NormalizeIntegerText(text));
-        EXPECT_EQ(text, given);
-    }
-    for (const QString& given : {u"2147483647.5"_s, u"-2147483649"_s, u"1e400"_s}) {
-        QString text = given;
-        EXPECT_THROW(modMain::NormalizeIntegerText(text), ValueError);
-        EXPECT_EQ(text, given);
-    }
-}
-
-TEST(Fields, TheCurrentCellIsCopiedAsPlainText)
-{
-    PropertyGrid grid;
-    grid.Lay({{u"Name"_s, [] { return QString(); }}}, {1300, 0});
-    grid.SetValueText(0, u"<b>two</b>\nlines"_s);
-    modMain::CopyCellToClipboard(&grid);
-    EXPECT_EQ(Clipboard().text(), u"<b>two</b>\nlines"_s);
-    grid.setCurrentCell(-1, -1);
-    modMain::CopyCellToClipboard(&grid);
-    EXPECT_EQ(Clipboard().text(), QString());
 }
 
 TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
@@ -234,17 +149,81 @@ TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
     QLineEdit field;
     modAPI::SetNumberOnly(&field);
     QTest::keyClicks(&field, u"1a-2.b3 e"_s);
-    for (const QString& typed : {u"\u0663"_s, u"\U0001F600"_s}) {
-        QKeyEvent press(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, typed);
-        QCoreApplication::sendEvent(&field, &press);
-    }
-    EXPECT_EQ(field.text(), u"123"_s);
+    QKeyEvent arabicDigit(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, u"\u0663"_s);
+    QCoreApplication::sendEvent(&field, &arabicDigit);
     QTest::keyClick(&field, Qt::Key_Backspace);
-    Clipboard().setText(u"x1"_s);
+    QApplication::clipboard()->setText(u"x1"_s);
     QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(field.text(), u"12x1"_s);
-    modMain::SelectAllText(&field);
-    EXPECT_EQ(field.selectedText(), u"12x1"_s);
+}
+
+void TurnWheel(QWidget& control)
+{
+    const QPointF place = control.rect().center();
+    QWheelEvent event(place, control.mapToGlobal(place), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&event); // as if the operator had turned it
+    qApp->notify(&control, &event);
+}
+
+void TurnWheelWithoutFocus(ListBox& list)
+{
+    list.clearFocus();
+    TurnWheel(list);
+    EXPECT_FALSE(list.hasFocus());
+}
+
+void PickInPopup(ListBox& list, int index)
+{
+    list.showPopup();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(list.view()->window()));
+    list.view()->setCurrentIndex(list.model()->index(index, 0));
+    QTest::keyClick(list.view(), Qt::Key_Return);
+}
+
+const struct
+{
+    const char* Name;
+    void (*Run)(ListBox&);
+    int Index; ///< afterwards; 1 was selected before
+    int Clicks;
+} Acts[] = {
+    {"fill more",
+     [](ListBox& l) {
+         l.AddItems({u"a"_s, u"b"_s});
+     },
+     1, 0},
+    {"select another", [](ListBox& l) { l.SetListIndex(2); }, 2, 1},
+    {"select the same", [](ListBox& l) { l.SetListIndex(1); }, 1, 1},
+    {"select none", [](ListBox& l) { l.SetListIndex(-1); }, -1, 1},
+    {"select what is not there", [](ListBox& l) { EXPECT_THROW(l.SetListIndex(3), ValueError); }, 1, 0},
+    {"remove the selected", [](ListBox& l) { l.RemoveItem(1); }, -1, 0},
+    {"remove what is not there", [](ListBox& l) { EXPECT_THROW(l.RemoveItem(3), ValueError); }, 1, 0},
+    {"clear", [](ListBox& l) { l.Clear(); }, -1, 0},
+    {"arrow", [](ListBox& l) { QTest::keyClick(&l, Qt::Key_Down); }, 2, 1},
+    {"pick another", [](ListBox& l) { PickInPopup(l, 2); }, 2, 1},
+    {"pick the same", [](ListBox& l) { PickInPopup(l, 1); }, 1, 1},
+    {"wheel with focus", [](ListBox& l) { TurnWheel(l); }, 2, 1},
+    {"wheel without focus", TurnWheelWithoutFocus, 1, 0},
+};
+
+TEST(ListBox, RunsTheRuleWhenSomethingIsPicked)
+{
+    for (const auto& [name, run, index, expectedClicks] : Acts) {
+        SCOPED_TRACE(name);
+        ListBox list;
+        list.AddItems({u"zero"_s, u"one"_s, u"two"_s});
+        EXPECT_EQ(list.ListIndex(), -1);
+        list.SetListIndex(1);
+        list.show();
+        list.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&list));
+        list.setFocus();
+        int clicks = 0;
+        QObject::connect(&list, &ListBox::Click, &list, [&] { ++clicks; });
+        run(list);
+        EXPECT_EQ(list.ListIndex(), index);
+        EXPECT_EQ(clicks, expectedClicks);
+    }
 }
 
 } // namespace

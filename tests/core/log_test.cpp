@@ -3,8 +3,6 @@
 #include "tests/support/FakeMainWindow.h"
 #include "tests/support/PrintQt.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextBlock>
@@ -25,7 +23,7 @@ protected:
         return m_Main.Log();
     }
     QString Text() { return m_Main.Log().Text(); }
-    void Add(const QStringList& messages)
+    static void Add(const QStringList& messages)
     {
         for (const QString& message : messages) modMain::AddLog(message);
     }
@@ -33,51 +31,39 @@ protected:
     FakeMainWindow m_Main;
 };
 
-TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGiven)
+TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts)
 {
     const QString nulAndLoneSurrogates = u"a"_s + QChar(0) + QChar(0xD83D) + u"b"_s + QChar(0xDE00);
-    const QStringList cases[] = {
-        {u"Calling Engine:Start..."_s, u"Succeeded."_s},
-        {u""_s, u"two\r\nlines"_s, u"\n\r\r\n\n\n"_s},
-        {u"a\u2029b\u2028c\uFDD0d\uFDD1e\uFFFCf\u00A0g"_s, nulAndLoneSurrogates},
-        {u"<b>&amp;</b><img src=\"x\">"_s, u"\U0001F600"_s.repeated(9000), u"x"_s},
-    };
-    for (const QStringList& messages : cases) {
-        QString text;
-        for (qsizetype line = 0; line < messages.size(); ++line)
-            text += QString::number(line) + u" : "_s + messages[line] + u"\r\n"_s;
-        FakeMainWindow main;
-        main.Widget()->show();
-        for (const QString& message : messages) modMain::AddLog(message);
-        QCoreApplication::processEvents(); // painted
-        EXPECT_EQ(main.Log().Text(), text);
-        EXPECT_EQ(main.Status(), u"Ready."_s);
-        main.Log().selectAll();
-        main.Log().copy();
-        EXPECT_EQ(QGuiApplication::clipboard()->text(), text);
-    }
-}
-
-TEST_F(Log, ShowsLongLinesInParts)
-{
-    Add({u'x' + u"\U0001F600"_s.repeated(9000)});
+    const QStringList messages = {u"Calling Engine:Start..."_s,
+                                  u""_s,
+                                  u"two\r\nlines"_s,
+                                  u"\n\r\r\n\n\n"_s,
+                                  u"a\u2029b\u2028c\uFDD0d\uFDD1e\uFFFCf\u00A0g"_s,
+                                  nulAndLoneSurrogates,
+                                  u"<b>&amp;</b><img src=\"x\">"_s,
+                                  u"\U0001F600"_s.repeated(9000),
+                                  u'x' + u"\U0001F600"_s.repeated(9000)};
+    QString text;
+    for (qsizetype line = 0; line < messages.size(); ++line)
+        text += QString::number(line) + u" : "_s + messages[line] + u"\r\n"_s;
+    m_Main.Widget()->show();
+    Add(messages);
+    QCoreApplication::processEvents(); // painted
+    EXPECT_EQ(Text(), text);
     for (QTextBlock block = Pane().document()->begin(); block.isValid(); block = block.next()) {
         EXPECT_LE(block.length() - 1, LogPane::LongestShownLine);
-        EXPECT_FALSE(block.text().endsWith(QChar(0xD83D))) << "A character is torn.";
+        EXPECT_FALSE(block.length() > 1000 && block.text().endsWith(QChar(0xD83D))) << "a character is torn";
     }
 }
 
 TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
 {
-    const auto newestIsSeen = [this] {
-        QTest::qWait(30); // shown with the frame
-        const LogPane& log = m_Main.Log();
-        return log.textCursor().atEnd() && log.viewport()->rect().contains(log.cursorRect());
+    const auto newestIsSeen = [&log = m_Main.Log()] { // shown with the frame
+        return QTest::qWaitFor(
+            [&] { return log.textCursor().atEnd() && log.viewport()->rect().contains(log.cursorRect()); });
     };
     const QStringList screenful(200, u"line"_s);
-    Add(screenful);
     m_Main.Widget()->show();
-    EXPECT_TRUE(newestIsSeen());
     Pane().hide();
     Add(screenful);
     Pane().show();
@@ -90,95 +76,82 @@ TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
     Add({u"newest"_s});
     EXPECT_TRUE(newestIsSeen());
     EXPECT_FALSE(Pane().textCursor().hasSelection());
-}
 
-TEST_F(Log, StaysWhereTheOperatorScrolledToWhenResized)
-{
-    m_Main.Widget()->show();
-    Add(QStringList(200, u"line"_s));
-    QCoreApplication::processEvents();
     Pane().verticalScrollBar()->setValue(3);
     m_Main.Widget()->resize(700, 600);
     QCoreApplication::processEvents();
-    EXPECT_EQ(Pane().verticalScrollBar()->value(), 3);
+    EXPECT_EQ(Pane().verticalScrollBar()->value(), 3) << "where the operator scrolled to";
 }
 
-TEST_F(Log, GoesOnBehindWhatTheOperatorTyped)
+TEST_F(Log, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
 {
-    Add({u"a"_s});
+    Add({u"a\nb"_s});
     QTest::keyClicks(&m_Main.Log(), u"note"_s);
-    Add({u"b"_s});
-    EXPECT_EQ(Text(), u"0 : a\r\nnote1 : b\r\n"_s);
-
+    Add({u"c"_s});
+    const QString lines = u"0 : a\nb\r\nnote1 : c\r\n"_s;
+    EXPECT_EQ(Text(), lines);
     QTest::keyClick(&m_Main.Log(), Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(Text(), u"0 : a\r\nnote1 : b\r\n"_s) << "Undoing must not take log lines back.";
+    EXPECT_EQ(Text(), lines) << "undoing must not take log lines back";
 
     QTest::keyClick(&m_Main.Log(), Qt::Key_Return);
-    Add({u"c"_s});
-    EXPECT_EQ(Text(), u"0 : a\r\nnote1 : b\r\n\r\n2 : c\r\n"_s);
-}
-
-TEST_F(Log, EditedLinesReadAsTheyAreShown)
-{
-    const QString longLine(LogPane::LongestShownLine + 10, u'x');
-    Add({u"one\ntwo"_s, longLine});
     Pane().moveCursor(QTextCursor::Start);
     QTest::keyClick(&m_Main.Log(), Qt::Key_Delete);
-    EXPECT_EQ(Text(), u" : one\r\ntwo\r\n1 : "_s + longLine + u"\r\n"_s);
-
-    m_Main.Log().moveCursor(QTextCursor::End);
-    for (int i = 0; i < 2; ++i)
-        QTest::keyClick(&m_Main.Log(), Qt::Key_Backspace); // joins with the long line's second part
-    QTest::keyClicks(&m_Main.Log(), u"y"_s);
-    Add({u"z"_s});
-    EXPECT_EQ(Text(), u" : one\r\ntwo\r\n1 : "_s + longLine.chopped(1) + u"y2 : z\r\n"_s);
-}
-
-TEST_F(Log, NumbersGoOnAfterClearing)
-{
-    Add({u"a\nb"_s, u"c"_s});
-    modMain::ClearTextBox(&m_Main.Log());
-    EXPECT_EQ(Text(), QString());
     Add({u"d"_s});
-    EXPECT_EQ(Text(), u"2 : d\r\n"_s);
+    EXPECT_EQ(Text(), u" : a\r\nb\r\nnote1 : c\r\n\r\n2 : d\r\n"_s);
 }
 
 TEST_F(Log, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
 {
     const QString lines = u"0 : a\r\nb\r\n1 : c\r\n"_s;
-    for (const qsizetype tooSmallBy : {0, 1}) {
-        FakeMainWindow main;
-        main.Log().SetCapacity(lines.size() - tooSmallBy);
-        Add({u"a\r\nb"_s, u"c"_s});
-        EXPECT_EQ(main.Log().Text(), tooSmallBy ? u"0 : a\r\nb\r\n"_s : lines);
-        EXPECT_EQ(main.Status(), tooSmallBy ? u"Log buffer overflow."_s : u"Ready."_s);
+    m_Main.Log().SetCapacity(lines.size());
+    Add({u"a\r\nb"_s, u"c"_s});
+    EXPECT_EQ(Text() + m_Main.Status(), lines + u"Ready."_s);
+    Add({u""_s});
+    EXPECT_EQ(Text() + m_Main.Status(), lines + u"Log buffer overflow."_s);
+    modMain::ClearTextBox(&m_Main.Log());
+    Add({u"d"_s});
+    EXPECT_EQ(Text() + m_Main.Status(), u"2 : d\r\nReady."_s) << "numbers go on";
 
-        const int next = tooSmallBy ? 1 : 2;
-        EXPECT_EQ(modMain::LogLineCount, next);
-        modMain::ClearTextBox(&main.Log());
-        Add({u"d"_s});
-        EXPECT_EQ(main.Log().Text(), u"%1 : d\r\n"_s.arg(next));
-        EXPECT_EQ(main.Status(), u"Ready."_s);
-    }
-}
-
-TEST_F(Log, TheCounterNeverWraps)
-{
+    modMain::ClearTextBox(&m_Main.Log());
+    m_Main.Log().SetCapacity(1000);
     modMain::LogLineCount = 2147483646;
     Add({u"last"_s, u"none"_s, u"none"_s});
-    EXPECT_EQ(Text(), u"2147483646 : last\r\n"_s);
+    EXPECT_EQ(Text() + m_Main.Status(), u"2147483646 : last\r\nLog buffer overflow."_s) << "nor do they wrap";
     EXPECT_EQ(modMain::LogLineCount, 2147483647);
-    EXPECT_EQ(m_Main.Status(), u"Log buffer overflow."_s);
-}
-
-TEST_F(Log, WithoutAMainWindowLoggingDoesNothing)
-{
-    modMain::SetMainWindow(nullptr);
-    Add({u"a"_s});
-    modMain::Announce(u"Engine", u"Start");
-    modMain::SetMainWindow(&m_Main);
-    EXPECT_EQ(Text(), QString());
-    EXPECT_EQ(modMain::LogLineCount, 0);
 }
 
 } // namespace
+
+TEST(ServerCall, IsAnnouncedCalledAndAnswered)
+{
+    FakeMainWindow main;
+    QStringList seenByTheCall;
+    EXPECT_TRUE(modMain::CallServer(
+        u"Controller", u"Start", [&] { seenByTheCall = main.LogMessages() << main.Status() << main.m_PaintedStatus; }));
+    EXPECT_EQ(seenByTheCall, QStringList({u"Calling Controller:Start..."_s, u"Start..."_s, u"Start..."_s}));
+    EXPECT_EQ(main.LogMessages(), QStringList({u"Calling Controller:Start..."_s, u"Succeeded."_s}));
+    EXPECT_EQ(main.m_StatusTexts, QStringList({u"Ready."_s, u"Start..."_s, u"Ready."_s}));
+
+    main.Log().SetCapacity(0);
+    bool called = false;
+    EXPECT_TRUE(modMain::CallServer(u"Engine", u"Stop", [&] { called = true; }));
+    EXPECT_TRUE(called) << "also when the log is full";
+}
+
+TEST(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
+{
+    const std::pair<std::function<void()>, QString> failures[] = {
+        {[] { throw ServerError(u"PLC1 does not answer"_s); }, u"PLC1 does not answer"_s},
+        {[] { throw ServerError(QString()); }, QString()},
+        {[] { throw ValueError::TypeMismatch(); }, u"Type mismatch"_s},
+        {[] { throw std::runtime_error("bad things"); }, u"bad things"_s},
+        {[] { throw std::bad_alloc(); }, u"Out of memory"_s},
+        {[] { throw 1; }, u"Unknown error"_s},
+    };
+    for (const auto& [call, description] : failures) {
+        FakeMainWindow main;
+        EXPECT_FALSE(modMain::CallServer(u"Item", u"put_Value", call));
+        EXPECT_FALSE(modMain::ReportErrors(call)); // a command is not announced
+        EXPECT_EQ(main.LogMessages(), QStringList({u"Calling Item:put_Value..."_s, description, description}));
+    }
+}

@@ -3,30 +3,28 @@
 HistoryWindow::HistoryWindow()
 {
     modMain::History = modMain::Engine->get_History();
-}
-
-frmHistory& HistoryWindow::Open()
-{
     m_Main.Widget()->show();
     m_Form = ChildWindow::Open<frmHistory>(modMain::HistoryNode);
     m_Form->ShowForm();
-    TakeCalls();
-    return *m_Form;
+    QGuiApplication::clipboard()->setText(u"before"_s);
 }
 
-void HistoryWindow::Execute(const QString& statement)
+QStringList HistoryWindow::Execute(const QString& statement)
 {
+    TakeLog();
+    TakeCalls();
     m_Server.m_History.Result = std::make_shared<ScriptedResult>(m_Script);
     Statement().SetText(statement);
     Press("cmdExecute");
     m_Server.m_History.Result.reset();
+    return TakeLog();
 }
 
 QStringList HistoryWindow::Row(int row)
 {
     Grid().viewport()->repaint();
     QStringList texts;
-    for (int column = 0; column < std::min(Model().columnCount(), 8); ++column)
+    for (int column = 0; column < Model().columnCount(); ++column)
         texts << Model().index(row, column).data().toString();
     return texts;
 }
@@ -37,13 +35,6 @@ QStringList HistoryWindow::Header()
     for (int column = 0; column < Model().columnCount(); ++column)
         names << Model().headerData(column, Qt::Horizontal).toString();
     return names;
-}
-
-QStringList HistoryWindow::ListTexts()
-{
-    QStringList texts;
-    for (int i = 0; i < Statements().ListCount(); ++i) texts << Statements().List(i);
-    return texts;
 }
 
 QStringList HistoryWindow::TakeLog()

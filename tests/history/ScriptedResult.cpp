@@ -16,13 +16,7 @@ public:
 
     qint64 FirstRow() const override { return m_FirstRow; }
     qint32 RowCount() const override { return m_RowCount; }
-    Variant Cell(qint32 row, qint32 column) const override
-    {
-        if (row < 0 || row >= m_RowCount || column >= m_Script.Columns.size()) throw ValueError::SubscriptOutOfRange();
-        if (m_Script.Cell) return m_Script.Cell(m_FirstRow + row, column);
-        const qint64 number = m_FirstRow + row;
-        return column == 0 ? Variant(static_cast<qint32>(number)) : Variant(QStringLiteral("name %1").arg(number));
-    }
+    Variant Cell(qint32 row, qint32 column) const override { return m_Script.Cell(m_FirstRow + row, column); }
     qsizetype Bytes() const override { return m_Script.BytesPerPage; }
 
 private:
@@ -51,6 +45,7 @@ ScriptedResult::~ScriptedResult()
 
 QStringList ScriptedResult::Columns()
 {
+    m_Script.WhileExecuting();
     ThrowIf(m_Script.ColumnsFailure);
     return m_Script.Columns;
 }
@@ -66,6 +61,10 @@ ResultPageRef ScriptedResult::PageOf(qint64 row)
 {
     m_Script.PagesAsked << row;
     ThrowIf(m_Script.PageFailure);
-    if (row >= m_Script.Progress.RowsSoFar) throw ServerError(QStringLiteral("no row %1").arg(row));
     return std::make_shared<ScriptedPage>(m_Script, row - row % m_Script.RowsPerPage);
+}
+
+Variant ScriptedResult::IdAndName(qint64 row, int column)
+{
+    return column == 0 ? Variant(static_cast<qint32>(row)) : Variant(QStringLiteral("name %1").arg(row));
 }

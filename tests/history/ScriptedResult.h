@@ -5,7 +5,7 @@
 
 #include <functional>
 
-/// A result made by rule: cell texts are computed, pages have a size of choice, and every call is counted and can fail.
+/// A result made by rule: cell texts are computed, pages have a size of choice, and every call can fail.
 class ScriptedResult : public ResultSet
 {
 public:
@@ -15,7 +15,9 @@ public:
         ResultProgress Progress = {1000, true, {}};
         qint32 RowsPerPage = 100;
         qsizetype BytesPerPage = 256 * 1024;
-        std::function<Variant(qint64 row, int column)> Cell = {};
+        std::function<Variant(qint64 row, int column)> Cell = IdAndName;
+        /// What happens when the columns are asked for.
+        std::function<void()> WhileExecuting = [] {};
         /// What the next calls of an operation fail with; null: they work.
         QString ColumnsFailure = {}, ProgressFailure = {}, PageFailure = {};
         QList<qint64> PagesAsked = {}; ///< the rows that pages were asked for
@@ -33,5 +35,7 @@ public:
     ResultPageRef PageOf(qint64 row) override;
 
 private:
+    static Variant IdAndName(qint64 row, int column);
+
     Script& m_Script;
 };
