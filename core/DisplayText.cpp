@@ -53,6 +53,7 @@ QString OneLine(const QString& text)
 QString ToolTipHtml(const QString& text)
 {
     if (text.isEmpty()) return {};
-    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>")
-        .arg(Wrappable(Shortened(text, ToolTipLength)).toHtmlEscaped());
+    QString shown = Shortened(text, ToolTipLength);
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n")); // each would count as a line end
+    return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(Wrappable(shown).toHtmlEscaped());
 }

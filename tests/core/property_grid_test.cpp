@@ -84,33 +84,28 @@ TEST_F(Grid, EveryKeyCopiesTheCurrentCellExceptCtrlC) // it is meant
     }
 }
 
-TEST_F(Grid, TheToolTipShowsTheCurrentValueLiterallyAndNotEndlessly)
+TEST_F(Grid, ShowsTextsLiterallyAndNotEndlesslyAsOneLineAndWholeInTheToolTip)
 {
-    EXPECT_EQ(ShownToolTip(), u"value 0"_s);
     m_Grid->setCurrentCell(2, 1);
     m_Grid->SetValueText(1, u"1"_s);
     m_Grid->setCurrentCell(1, 0); // captions leave it as it was
     EXPECT_EQ(ShownToolTip(), u"value 2"_s);
     m_Grid->setCurrentCell(0, 1);
-    for (const QString& text :
-         {u"<b>bold</b> &amp; <img src='x'>"_s, u"a  b\tc\nnext line"_s, u"1,2,"_s.repeated(200)}) {
+    const QString smileys = u"\U0001F600"_s.repeated(501);
+    const std::tuple<QString, QString, QString> cases[] = {
+        {u"<b>&amp;</b> <img src='x'>\t1"_s, u"<b>&amp;</b> <img src='x'>\t1"_s, u"<b>&amp;</b> <img src='x'>\t1"_s},
+        {u"one\r\ntwo  2\nthree"_s, u"one two  2 three"_s, u"one\ntwo  2\nthree"_s},
+        {u'x' + smileys, u'x' + smileys.first(998) + u'\x2026', u'x' + smileys},
+        {QString(1'000'000, u'x'), QString(1000, u'x') + u'\x2026', QString(2000, u'x') + u'\x2026'},
+    };
+    for (const auto& [text, painted, toolTip] : cases) {
         m_Grid->SetValueText(0, text);
-        EXPECT_EQ(ShownToolTip(), text);
+        EXPECT_EQ(static_cast<QStyledItemDelegate*>(m_Grid->itemDelegate())->displayText(text, {}), painted);
+        EXPECT_EQ(ShownToolTip(), toolTip);
     }
-    m_Grid->SetValueText(0, QString(1'000'000, u'x'));
-    EXPECT_EQ(ShownToolTip(), QString(2000, u'x') + u'\x2026');
     m_Grid->SetValueText(0, {});
     ShownToolTip();
     EXPECT_TRUE(QTest::qWaitFor([] { return !QToolTip::isVisible(); }));
-}
-
-TEST_F(Grid, PaintsOneLineOfAText)
-{
-    const auto painted = [this](const QString& text) {
-        return static_cast<QStyledItemDelegate*>(m_Grid->itemDelegate())->displayText(text, {});
-    };
-    EXPECT_EQ(painted(u"<b>one</b>\r\ntwo\nthree"_s), u"<b>one</b> two three"_s);
-    EXPECT_EQ(painted(u"x"_s + u"\U0001F600"_s.repeated(501)), u"x"_s + u"\U0001F600"_s.repeated(499) + u'\x2026');
 }
 
 TEST_F(Grid, ReadsTouchOnlyWhatChangedAndFailuresHaveTheirText)
