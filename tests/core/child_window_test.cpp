@@ -125,7 +125,7 @@ TEST_F(ChildWindows, StayWholeWhileTheirLoadLetsOtherEventsRun)
     ExpectAllGone(1);
 }
 
-TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMay)
+TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMayAndUnloadInsideTheirOwnProcedures)
 {
     const auto a = Show(0);
     a->m_MayClose = false;
@@ -133,13 +133,6 @@ TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMay)
     EXPECT_TRUE(a->IsInFront());
     a->m_MayClose = true;
     a->Frame()->close();
-    ExpectAllGone(1);
-}
-
-TEST_F(ChildWindows, UnloadInsideTheirOwnProcedures)
-{
-    const auto a = Show(0);
-    a->Unload();
     a->Unload();
     a->ShowForm();
     EXPECT_FALSE(a->isVisible());

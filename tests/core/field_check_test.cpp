@@ -39,7 +39,7 @@ public:
         connect(m_Tabs, &QTabWidget::currentChanged, this, [this] { m_Done << u"page"_s; });
         connect(m_List, &QComboBox::currentIndexChanged, this, [this] { m_Done << u"list"_s; });
         connect(this, &QDialog::rejected, this, [this] { m_Done << u"rejected"_s; });
-        m_FieldCheck.Add(m_Field, [this] { return RunCheck(); });
+        m_FieldCheck.Add(m_Field, [this] { return Check(); });
         m_FieldCheck.Exempt(m_Cancel);
     }
 
@@ -78,7 +78,7 @@ public:
     bool m_ShowBox = false;
 
 private:
-    bool RunCheck()
+    bool Check()
     {
         m_Done << u"check"_s;
         if (m_ShowBox) {
@@ -113,8 +113,7 @@ void TurnWheel(QWidget* control)
 
 void PressEnter(Dialog& dialog, QPushButton* defaultButton)
 {
-    dialog.m_Ok->setDefault(false);
-    if (defaultButton) defaultButton->setDefault(true);
+    defaultButton->setDefault(true);
     QTest::keyClick(dialog.m_Field, Qt::Key_Return);
 }
 
@@ -151,14 +150,10 @@ const Action OtherActions[] = {
     {"access key of cancel", [](Dialog& d) { PressAlt(d, Qt::Key_C); }, "cancel"},
     {"tab to cancel", [](Dialog& d) { d.m_Cancel->setFocus(Qt::TabFocusReason); }, ""},
     {"enter for cancel", [](Dialog& d) { PressEnter(d, d.m_Cancel); }, "cancel"},
-    {"enter for no button", [](Dialog& d) { PressEnter(d, nullptr); }, ""},
     {"escape", [](Dialog& d) { QTest::keyClick(d.m_Field, Qt::Key_Escape); }, "rejected"},
     {"close by the frame", [](Dialog& d) { d.close(); }, "rejected"},
-    {"hide", [](Dialog& d) { d.hide(); }, ""},
     {"disable the field", [](Dialog& d) { d.m_Field->setEnabled(false); }, ""},
     {"disable its page", [](Dialog& d) { d.m_Tabs->setEnabled(false); }, ""},
-    {"hide the field", [](Dialog& d) { d.m_Field->hide(); }, ""},
-    {"turn the page by code", [](Dialog& d) { d.m_Tabs->setCurrentIndex(1); }, "page"},
     {"own clear button", [](Dialog& d) { QTest::mouseClick(d.m_Field->findChild<QToolButton*>(), Qt::LeftButton); },
      ""},
     {"click on a label", [](Dialog& d) { QTest::mouseClick(d.m_Label, Qt::LeftButton); }, ""},

@@ -14,11 +14,32 @@ inline const QStringList SuccessLog = {u"Calling History:Execute..."_s, u"Succee
 class HistoryWindow : public WindowTest<frmHistory>
 {
 protected:
-    HistoryWindow();
+    HistoryWindow()
+    {
+        modMain::History = modMain::Engine->get_History();
+        m_Main.Widget()->show();
+        m_Form = ChildWindow::Open<frmHistory>(modMain::HistoryNode);
+        m_Form->ShowForm();
+        QGuiApplication::clipboard()->setText(u"before"_s);
+    }
     ~HistoryWindow() override { delete m_Form; } // before the script that its results look at
 
     /// Types a statement and presses Execute; the script answers. What it logs.
-    QStringList Execute(const QString& statement);
+    QStringList Execute(const QString& statement)
+    {
+        TakeLog();
+        TakeCalls();
+        m_Server.m_History.Result = std::make_shared<ScriptedResult>(m_Script);
+        Statement().SetText(statement);
+        Press("cmdExecute");
+        m_Server.m_History.Result.reset();
+        return TakeLog();
+    }
+    QStringList TakeLog()
+    {
+        QCoreApplication::processEvents(); // what painting has to say comes afterwards
+        return WindowTest::TakeLog();
+    }
 
     StatementEdit& Statement() { return Control<StatementEdit>("txtExecute"); }
     StatementList& Statements() { return Control<StatementList>("cmbSQLCommand"); }
@@ -26,11 +47,21 @@ protected:
     ResultModel& Model() { return Grid().Model(); }
     QString RowsText() { return Control<QLabel>("lblRows").text(); }
     static QString Clipboard() { return QGuiApplication::clipboard()->text(); }
+    /// The texts of the cells of a row, once they were painted; of the header for row -1.
+    QStringList Row(int row)
+    {
+        Grid().viewport()->repaint();
+        QStringList texts;
+        for (int column = 0; column < Model().columnCount(); ++column)
+            texts << (row < 0 ? Model().headerData(column, Qt::Horizontal) : Model().index(row, column).data())
+                         .toString();
+        return texts;
+    }
+    /// Results and pages that the window still holds.
+    std::pair<long, long> Held() const
+    {
+        return {m_Script.LiveResults.use_count() - 1, m_Script.LivePages.use_count() - 1};
+    }
 
-    /// The texts of the cells of a row, once they were painted.
-    QStringList Row(int row);
-    QStringList Header();
-    QStringList TakeLog();
-
-    ScriptedResult::Script m_Script;
+    ResultScript m_Script;
 };

@@ -28,7 +28,7 @@ TEST_F(HistoryExecute, ShowsTheRowsAndRemembersTheStatement)
     EXPECT_EQ(TakeCalls(), QStringList{u"History.Execute("_s + statement + u')'});
     ExpectReady();
     EXPECT_EQ(TakeStatus(), QStringList({u"Ready."_s, u"Execute..."_s, u"Ready."_s, u"Ready."_s}));
-    EXPECT_EQ(Header(), QStringList({u"id"_s, u"name"_s, u"id"_s, QString(), u"<b>x</b> y"_s}));
+    EXPECT_EQ(Row(-1), QStringList({u"id"_s, u"name"_s, u"id"_s, QString(), u"<b>x</b> y"_s}));
     EXPECT_EQ(Row(3), QStringList({u"30"_s, u"NULL"_s, u"32"_s, u"33"_s, u"34"_s}));
     EXPECT_EQ(Model().headerData(999, Qt::Vertical), 1000);
     EXPECT_EQ(RowsText(), u"1000 rows");
@@ -36,7 +36,7 @@ TEST_F(HistoryExecute, ShowsTheRowsAndRemembersTheStatement)
     Execute(statement.toLower());
     Execute(u"select * FROM velsql_HISTORY"_s);
     EXPECT_EQ(Statements().ListCount(), 8) << "upper and lower case mean nothing";
-    EXPECT_EQ(m_Script.LiveResults, 1);
+    EXPECT_EQ(Held().first, 1);
 }
 
 TEST_F(HistoryExecute, EveryFailureKeepsThePreviousResult)
@@ -49,7 +49,7 @@ TEST_F(HistoryExecute, EveryFailureKeepsThePreviousResult)
         EXPECT_EQ(Grid().columnWidth(1), 77);
         EXPECT_EQ(RowsText(), u"1000 rows");
         EXPECT_EQ(Statements().ListCount(), 8) << "not remembered";
-        EXPECT_EQ(m_Script.LiveResults, 1);
+        EXPECT_EQ(Held().first, 1);
         ExpectReady();
     };
     const QString broken = u"near \"SELEC\": syntax error\r\nUnable to execute statement"_s;
@@ -71,18 +71,18 @@ TEST_F(HistoryExecute, AStatementWithoutRowsEmptiesTheGrid)
     m_Script.Columns.clear();
     m_Script.Progress = {0, true, {}};
     EXPECT_EQ(Execute(u"DELETE FROM x"_s), SuccessLog);
-    EXPECT_EQ(Header(), QStringList());
+    EXPECT_EQ(Row(-1), QStringList());
     EXPECT_EQ(Model().rowCount(), 0);
     EXPECT_EQ(RowsText(), QString());
 
     m_Script.Columns = {u"a"_s};
     EXPECT_EQ(Execute(u"SELECT a WHERE 0"_s), SuccessLog);
-    EXPECT_EQ(Header(), QStringList{u"a"_s});
+    EXPECT_EQ(Row(-1), QStringList{u"a"_s});
     EXPECT_EQ(RowsText(), u"0 rows");
 
     Press("cmdExecute"); // the server answers without a result
     EXPECT_EQ(TakeLog(), SuccessLog);
-    EXPECT_EQ(Header(), QStringList());
+    EXPECT_EQ(Row(-1), QStringList());
 }
 
 TEST_F(HistoryExecute, NothingElseStartsWhileAStatementRuns)
@@ -114,7 +114,7 @@ TEST_F(HistoryExecute, TheWindowMayGoWhileAStatementRuns)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(m_Form);
     EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
-    EXPECT_EQ(m_Script.LiveResults, 0);
+    EXPECT_EQ(Held().first, 0);
 }
 
 TEST_F(HistoryExecute, CtrlEnterExecutesFromEveryFieldAndTypesNothing)

@@ -1,6 +1,9 @@
 #pragma once
 
 #include "core/ChildWindow.h"
+#include "core/LogPane.h"
+#include "core/modFields.h"
+#include "core/modMain.h"
 #include "mainwindow/frmMDI.h"
 #include "tests/support/FakeServer.h"
 #include "tests/support/PrintQt.h"
@@ -14,19 +17,9 @@
 
 using namespace Qt::StringLiterals;
 
-/// Notes what it is asked, and what of the console is left when it drops the engine's name.
-class FakeScriptTool : public ScriptHost
-{
-public:
-    void Show() override { m_Calls << u"Show"_s; }
-    void AddObject(const QString& name, const ObjectRef& object) override;
-    void RemoveObject(const QString& name) override;
-    QString get_Script() override { return u"' Welcome"_s; }
-    void put_Script(const QString& script) override { m_Calls << script; }
-
-    QStringList m_Calls;
-    bool m_Fails = false;
-};
+inline const QString PLC1 = u"VelSQLEngine\\PLC1"_s;
+inline const QString D100 = PLC1 + u"\\D100"_s;
+inline const QString D200 = PLC1 + u"\\D200"_s;
 
 /// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items); message boxes are
 /// answered by the test.
@@ -40,10 +33,8 @@ protected:
     void Start();
     /// Starts, forgets the calls, and waits until the window is active.
     void StartActive();
-    /// Starts with an added item whose window is loaded, but hidden: it does not ask the server.
-    TreeNodeRef StartWithAddedItem();
-    /// A main window that was not loaded, with windows of the test's own.
-    void Create(ObjectWindows windows);
+    /// Starts a main window with windows of the test's own.
+    void StartWith(ObjectWindows windows);
 
     template <typename T>
     T& Control(const char* name)
@@ -53,36 +44,34 @@ protected:
         return *control;
     }
     ObjectTreeView& Tree() { return Control<ObjectTreeView>("treeObject"); }
-    /// Lets the check of the focus run, which comes ten times a second.
-    static void WaitForCheck();
+    LogPane& LogBox() { return m_Main->Log(); }
+    QString Log() { return LogBox().Text(); }
     /// Chooses an entry or button as it is after the next check.
     void Trigger(const char* action);
     bool IsEnabled(const char* action) { return Control<QAction>(action).isEnabled(); }
     /// A panel of the status bar: 1 to 3.
     QString Panel(int number);
     QStringList Panels() { return {Panel(1), Panel(2), Panel(3)}; }
-    QString Log() { return m_Main->Log().Text(); }
     QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
     QStringList TakeBoxes() { return std::exchange(m_Boxes, {}); }
 
     TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
     TreeNodeRef Current() { return m_Main->m_CurrentNode; }
-    /// All keys with their tags, in the tree's order.
-    QStringList Keys();
     /// An item of PLC1 that this console has added.
     TreeNodeRef AddItemNode(const QString& name);
     /// Where the mouse hits the node, scrolled to it.
     QPoint PlaceOf(const TreeNodeRef& node);
     void Click(const TreeNodeRef& node, Qt::MouseButton button = Qt::LeftButton);
     void DoubleClick(const QPoint& place);
+    void DoubleClick(const QString& key) { DoubleClick(PlaceOf(Node(key))); }
     /// The pop-up that is open, which is then closed; empty when there is none.
     QString TakePopup();
     /// The captions of the child windows that are loaded.
-    QStringList Windows();
+    static QStringList Windows();
 
     FakeServer m_Server;
     std::unique_ptr<frmMDI> m_Main;
-    /// Every message box as "icon buttons title: text".
+    /// Every message box as "icon buttons title: text"; in front of it "rich" when the text is not shown as it is.
     QStringList m_Boxes;
     QMessageBox::StandardButton m_Answer = QMessageBox::Yes;
     /// What happens while a message box stands.
