@@ -16,11 +16,14 @@
 #include <QTabBar>
 #include <QToolBar>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
-QString Named(const QWidget& control)
+template <typename... Types>
+bool IsAnyOf(const QWidget& control)
 {
-    return QStringLiteral("%1 (%2)").arg(control.objectName(), QLatin1String(control.metaObject()->className()));
+    return (qobject_cast<const Types*>(&control) || ...);
 }
 
 int TextWidth(const QWidget& control, const QString& text)
@@ -41,16 +44,10 @@ bool IsTextCut(const QWidget& control)
     return tabs && tabs->sizeHint().width() > tabs->width();
 }
 
-/// Lines and lists that are lower than a row of their font cut what they show.
-bool IsTooLow(const QWidget& control)
-{
-    return qobject_cast<const QLineEdit*>(&control) && control.height() < control.fontMetrics().height();
-}
-
 bool SticksOut(const QWidget& control)
 {
     const QWidget* parent = control.parentWidget();
-    if (control.isWindow() || qobject_cast<const QMdiSubWindow*>(&control)) return false;
+    if (control.isWindow() || IsAnyOf<QMdiSubWindow>(control)) return false;
     if (const auto* area = qobject_cast<const QAbstractScrollArea*>(parent->parentWidget());
         area && area->viewport() == parent)
         return false;
@@ -67,18 +64,15 @@ bool IsNameless(QWidget& control)
 /// What a toolbar does stands in menus too, and a child area gives the focus to the windows in it.
 bool NeedsMouse(const QWidget& control)
 {
-    const bool isWorked = qobject_cast<const QAbstractButton*>(&control) || qobject_cast<const QComboBox*>(&control) ||
-                          qobject_cast<const QLineEdit*>(&control) || qobject_cast<const QTabBar*>(&control) ||
-                          qobject_cast<const QAbstractSpinBox*>(&control) ||
-                          qobject_cast<const QAbstractScrollArea*>(&control);
-    return isWorked && (control.focusPolicy() & Qt::TabFocus) == 0 && !qobject_cast<const QMdiArea*>(&control) &&
+    return IsAnyOf<QAbstractButton, QComboBox, QLineEdit, QTabBar, QAbstractSpinBox, QAbstractScrollArea>(control) &&
+           !(control.focusPolicy() & Qt::TabFocus) && !IsAnyOf<QMdiArea>(control) &&
            !qobject_cast<const QToolBar*>(control.parentWidget());
 }
 
 /// Parts that Qt makes by itself: frames of child windows, buttons inside fields, scroll bars.
 bool IsQtsOwn(const QWidget& control)
 {
-    return control.objectName().isEmpty() || control.objectName().startsWith(QStringLiteral("qt_"));
+    return control.objectName().isEmpty() || control.objectName().startsWith(u"qt_"_s);
 }
 
 } // namespace
@@ -88,26 +82,27 @@ QStringList FaultsOf(QWidget& window)
     QStringList faults;
     for (QWidget* control : window.findChildren<QWidget*>()) {
         if (!control->isVisibleTo(&window) || IsQtsOwn(*control)) continue;
-        if (IsTextCut(*control)) faults << Named(*control) + QStringLiteral(" cuts its text");
-        if (IsTooLow(*control)) faults << Named(*control) + QStringLiteral(" is lower than its text");
-        if (SticksOut(*control)) faults << Named(*control) + QStringLiteral(" sticks out");
-        if (NeedsMouse(*control)) faults << Named(*control) + QStringLiteral(" is out of the keyboard's reach");
-        if (IsNameless(*control)) faults << Named(*control) + QStringLiteral(" has no name to be spoken");
+        const QString name = control->objectName();
+        if (IsTextCut(*control)) faults << name + u" cuts its text"_s;
+        if (IsAnyOf<QLineEdit>(*control) && control->height() < control->fontMetrics().height())
+            faults << name + u" is lower than its text"_s;
+        if (SticksOut(*control)) faults << name + u" sticks out"_s;
+        if (NeedsMouse(*control)) faults << name + u" is out of the keyboard's reach"_s;
+        if (IsNameless(*control)) faults << name + u" has no name to be spoken"_s;
     }
     return faults;
 }
 
 void UseDarkPalette()
 {
-    const QColor window(45, 45, 48);
-    const QColor base(30, 30, 30);
-    QPalette palette(window);
-    palette.setColor(QPalette::Base, base);
-    palette.setColor(QPalette::AlternateBase, window);
-    palette.setColor(QPalette::Highlight, QColor(38, 110, 180));
-    palette.setColor(QPalette::HighlightedText, Qt::white);
-    palette.setColor(QPalette::ToolTipBase, base);
-    palette.setColor(QPalette::ToolTipText, Qt::white);
-    palette.setColor(QPalette::Link, QColor(90, 160, 230));
+    QPalette palette(QColor(45, 45, 48));
+    for (const auto& [role, color] : {std::pair(QPalette::Base, QColor(30, 30, 30)),
+                                      {QPalette::AlternateBase, QColor(45, 45, 48)},
+                                      {QPalette::Highlight, QColor(38, 110, 180)},
+                                      {QPalette::HighlightedText, Qt::white},
+                                      {QPalette::ToolTipBase, QColor(30, 30, 30)},
+                                      {QPalette::ToolTipText, Qt::white},
+                                      {QPalette::Link, QColor(90, 160, 230)}})
+        palette.setColor(role, color);
     QApplication::setPalette(palette);
 }

@@ -1,14 +1,18 @@
 #include "tests/system/SystemConsole.h"
 
+#include "core/automation/Errors.h"
+#include "core/automation/PlainText.h"
 #include "core/LogPane.h"
 #include "core/MessageBoxes.h"
 #include "core/modFields.h"
+#include "core/modMain.h"
+#include "history/StatementEdit.h"
 #include "mainwindow/Start.h"
 
-#include <QAction>
-#include <QApplication>
+#include <QAbstractButton>
 #include <QDir>
 #include <QLabel>
+#include <QPlainTextEdit>
 
 #include <unistd.h>
 
@@ -16,7 +20,7 @@ SystemConsole::SystemConsole()
 {
     modMain::ReplaceMessageBoxes([this](QMessageBox& box) {
         m_Boxes << box.text();
-        return QMessageBox::Ok;
+        return QMessageBox::Yes;
     });
 }
 
@@ -39,6 +43,11 @@ void SystemConsole::StartBoth()
     ASSERT_TRUE(m_Main);
 }
 
+QAction& SystemConsole::Entry(const char* name)
+{
+    return Control<QAction>(*m_Main, name);
+}
+
 ChildWindow& SystemConsole::Show(QStringView key)
 {
     auto& tree = Control<ObjectTreeView>(*m_Main, "treeObject");
@@ -56,6 +65,66 @@ ChildWindow& SystemConsole::Show(QStringView key)
     return own == forms.end() ? *forms.last() : **own;
 }
 
+qsizetype SystemConsole::OpenEveryWindow(const TreeNodeRef& node)
+{
+    Show(node->Key());
+    qsizetype count = 1;
+    for (int child = 0; child < node->ChildCount(); ++child) count += OpenEveryWindow(node->Child(child));
+    return count;
+}
+
+void SystemConsole::ChooseInPopup(QStringView key, const char* entry)
+{
+    m_Main->m_CurrentNode = Node(key);
+    Entry(entry).trigger();
+}
+
+ChildWindow& SystemConsole::OpenBatch(const QByteArray& content, QStringView controller)
+{
+    m_BatchFile.emplace(QDir::temp().filePath(u"recipe-XXXXXX.txt"_s));
+    EXPECT_TRUE(m_BatchFile->open());
+    m_BatchFile->write(content);
+    m_BatchFile->flush();
+    ChooseInPopup(controller, "mnuPopupCtrl_8");
+    ChildWindow& window = *ChildWindow::Forms().last();
+    Type(window, "txtFilename", m_BatchFile->fileName());
+    return window;
+}
+
+QWidget& SystemConsole::RunScript(const QString& script)
+{
+    Entry("mnuTool_0").trigger();
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    QWidget& window = **std::find_if(windows.begin(), windows.end(),
+                                     [](const QWidget* widget) { return widget->objectName() == u"frmScriptTool"; });
+    Control<QPlainTextEdit>(window, "txtScript").setPlainText(script);
+    Press(window, "cmdRun");
+    return window;
+}
+
+bool SystemConsole::WaitForScript(QWidget& window)
+{
+    return QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 60'000);
+}
+
+ChildWindow& SystemConsole::Query(const QString& statement)
+{
+    ChildWindow& window = Show(u"VelSQLEngine\\VelSQLHistory");
+    Control<StatementEdit>(window, "txtExecute").SetText(statement);
+    Press(window, "cmdExecute");
+    return window;
+}
+
+void SystemConsole::Type(QObject& window, const char* field, const QString& text)
+{
+    Control<QLineEdit>(window, field).setText(text);
+}
+
+void SystemConsole::Tick(QObject& window, const char* box, bool ticked)
+{
+    Control<QAbstractButton>(window, box).setChecked(ticked);
+}
+
 QString SystemConsole::Cell(QObject& window, const QString& caption)
 {
     const auto& grid = *window.findChild<PropertyGrid*>();
@@ -65,17 +134,50 @@ QString SystemConsole::Cell(QObject& window, const QString& caption)
     return u"no such row"_s;
 }
 
+bool SystemConsole::WaitForCell(QObject& window, const QString& caption, const QString& text)
+{
+    return QTest::qWaitFor([&] { return Cell(window, caption) == text; }, 20'000);
+}
+
 QString SystemConsole::Panel(int number)
 {
     return Control<QLabel>(*m_Main, qPrintable(u"stbrMain_%1"_s.arg(number))).text();
 }
 
-QWidget& SystemConsole::OpenScriptTool()
+QStringList SystemConsole::TakeLog()
 {
-    Control<QAction>(*m_Main, "mnuTool_0").trigger();
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    return **std::find_if(windows.begin(), windows.end(),
-                          [](const QWidget* window) { return window->objectName() == u"frmScriptTool"; });
+    QStringList messages;
+    for (const QString& line : m_Main->Log().Text().split(u"\r\n"_s, Qt::SkipEmptyParts))
+        messages << line.section(u" : "_s, 1);
+    modMain::ClearTextBox(&m_Main->Log());
+    return messages;
+}
+
+QString SystemConsole::Ask(const QString& command)
+{
+    return ToPlainText(modMain::Engine->Execute(command));
+}
+
+bool SystemConsole::WaitUntilItAnswers()
+{
+    const auto answers = [] {
+        try {
+            return !Ask(u"references"_s).isEmpty();
+        } catch (const DescribedError&) {
+            return false;
+        }
+    };
+    return QTest::qWaitFor(answers, 20'000);
+}
+
+bool SystemConsole::WaitUntilNothingIsHeld()
+{
+    return QTest::qWaitFor([this] { return m_Server.Answer(u"references"_s) == NothingHeld; }, 20'000);
+}
+
+ItemRef SystemConsole::Item(const QString& name)
+{
+    return modMain::Engine->get_Controller(Variant(u"PLC1"_s))->get_Item(Variant(name));
 }
 
 int SystemConsole::ScriptProcesses()
@@ -89,13 +191,4 @@ int SystemConsole::ScriptProcesses()
         if (stat.contains("(velsqlscript)") && rest.value(0) != "Z" && rest.value(1).toInt() == getpid()) ++count;
     }
     return count;
-}
-
-QStringList SystemConsole::TakeLog()
-{
-    QStringList messages;
-    for (const QString& line : m_Main->Log().Text().split(u"\r\n"_s, Qt::SkipEmptyParts))
-        messages << line.section(u" : "_s, 1);
-    modMain::ClearTextBox(&m_Main->Log());
-    return messages;
 }

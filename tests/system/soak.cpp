@@ -3,13 +3,9 @@
 #include "history/frmHistory.h"
 #include "tests/system/SystemConsole.h"
 
-#include <QAction>
-#include <QCheckBox>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QPixmapCache>
-#include <QPlainTextEdit>
-#include <QTemporaryFile>
 
 #include <iostream>
 #include <malloc.h>
@@ -20,7 +16,6 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // GCC brings 
 
 namespace {
 
-const QString PLC1 = u"VelSQLEngine\\PLC1"_s;
 /// What a round after the warm-up may add to the heap, in KiB. Qt's cache of pictures keeps the names of pictures that it has dropped,
 /// some 20 KiB of them a round; 42 KiB a round were measured under the sanitizer.
 constexpr qint64 MostGrowth = 64;
@@ -54,91 +49,71 @@ class Soak : public SystemConsole
 protected:
     void OpenWindows()
     {
-        for (const QStringView key :
-             {u"VelSQLEngine", u"VelSQLEngine\\PLC1", u"VelSQLEngine\\Archive", u"VelSQLEngine\\VelSQLHistory"})
+        for (const QStringView key : {u"VelSQLEngine", u"VelSQLEngine\\Archive", u"VelSQLEngine\\VelSQLHistory"})
             Show(key);
-        const TreeNodeRef plc = Node(PLC1);
-        for (int item = 0; item < plc->ChildCount(); ++item) Show(plc->Child(item)->Key());
-        EXPECT_EQ(ChildWindow::Forms().size(), 4 + plc->ChildCount());
+        const qsizetype windows = OpenEveryWindow(Node(PLC1));
+        EXPECT_EQ(ChildWindow::Forms().size(), 3 + windows);
     }
     void StormOfEvents()
     {
         ChildWindow& window = Show(PLC1);
-        Control<QCheckBox>(window, "chkEvent_0").setChecked(true);
-        Control<QCheckBox>(window, "chkEvent_1").setChecked(true);
+        Tick(window, "chkEvent_0");
+        Tick(window, "chkEvent_1");
         auto& list = Control<EventList>(window, "lstLogEvent");
         list.Clear();
-        modMain::Engine->Execute(u"fire PLC1 item D100 2000"_s);
+        Ask(u"fire PLC1 item D100 2000"_s);
         EXPECT_TRUE(QTest::qWaitFor([&] { return list.ListCount() >= 2000; }, 300'000)) << list.ListCount();
         list.Clear();
     }
-    void Query()
+    void ReadLongResult()
     {
-        ChildWindow& window = Show(u"VelSQLEngine\\VelSQLHistory");
-        Control<StatementEdit>(window, "txtExecute")
-            .SetText(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 20000) "
-                     u"SELECT i, 'row ' || i FROM n"_s);
-        Press(window, "cmdExecute");
-        auto& grid = Control<ResultGrid>(window, "grdResult");
+        auto& grid = Control<ResultGrid>(Query(u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE "
+                                               u"i < 20000) SELECT i, 'row ' || i FROM n"_s),
+                                         "grdResult");
         EXPECT_TRUE(QTest::qWaitFor([&] { return grid.Model().IsComplete(); }, 60'000));
         QTest::keyClick(&grid, Qt::Key_End);
         QTest::qWait(100);
     }
     void WriteAndRead()
     {
-        ChildWindow& window = Show(PLC1 + u"\\D100"_s);
+        ChildWindow& window = Show(D100);
         for (int i = 0; i < 200; ++i) {
-            Control<QLineEdit>(window, "txtValue").setText(QString::number(i));
+            Type(window, "txtValue", QString::number(i));
             Press(window, i % 2 ? "cmdPut" : "cmdGet");
         }
     }
-    void Batch()
+    void RunAndCloseScript()
     {
-        QTemporaryFile file;
-        ASSERT_TRUE(file.open());
-        for (int i = 0; i < 500; ++i) file.write("D100,3," + QByteArray::number(i) + "\n");
-        file.flush();
-        m_Main->m_CurrentNode = Node(PLC1);
-        Control<QAction>(*m_Main, "mnuPopupCtrl_8").trigger();
-        ChildWindow& window = *ChildWindow::Forms().last();
-        Control<QLineEdit>(window, "txtFilename").setText(file.fileName());
-        Press(window, "cmdStart");
-    }
-    void RunScript()
-    {
-        QWidget& window = OpenScriptTool();
-        Control<QPlainTextEdit>(window, "txtScript")
-            .setPlainText(u"const item = Vlx.Controller('PLC1').Item('D100');\n"
-                          u"for (let i = 0; i < 500; ++i) { item.Value = i; print(item.Value); }"_s);
-        Press(window, "cmdRun");
-        EXPECT_TRUE(QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 60'000));
+        QWidget& window = RunScript(u"const item = Vlx.Controller('PLC1').Item('D100');\n"
+                                    u"for (let i = 0; i < 500; ++i) { item.Value = i; print(item.Value); }"_s);
+        EXPECT_TRUE(WaitForScript(window));
         Press(window, "cmdClear");
         window.close();
     }
     /// The server goes, by order or not; the open windows find the next one by themselves.
     void RestartServer(bool crash)
     {
-        ChildWindow& window = Show(PLC1 + u"\\D100"_s);
+        ChildWindow& window = Show(D100);
         if (crash) m_Server.Kill();
         else EXPECT_EQ(m_Server.Terminate(), 0);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return Cell(window, u"Name"_s).isEmpty(); }, 20'000));
+        EXPECT_TRUE(WaitForCell(window, u"Name"_s, QString()));
         m_Server.Start();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return Cell(window, u"Name"_s) == u"D100"; }, 20'000));
+        EXPECT_TRUE(WaitForCell(window, u"Name"_s, u"D100"_s));
     }
     void Round(int number)
     {
         modMain::Engine->Start();
         OpenWindows();
         StormOfEvents();
-        Query();
+        ReadLongResult();
         WriteAndRead();
-        Batch();
-        RunScript();
+        Press(OpenBatch(QByteArray("D100,3,120\n").repeated(500)), "cmdStart");
+        RunAndCloseScript();
         if (number % 3 == 2) RestartServer(number % 2);
-        Control<QAction>(*m_Main, "mnuWindow_1").trigger();
+        Entry("mnuWindow_1").trigger();
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
         QTest::qWait(300); // what was released is released at the server too
-        EXPECT_EQ(modMain::Engine->Execute(u"references"_s).Get<QString>(), m_References);
+        EXPECT_EQ(Ask(u"references"_s), m_References);
         TakeLog();
         QPixmapCache::clear(); // it would take many rounds to fill
     }
@@ -153,7 +128,7 @@ TEST_F(Soak, RoundAfterRoundLeavesNothingBehind)
     const qint64 seconds = qEnvironmentVariableIntValue("VELSQL_SOAK_SECONDS");
     ASSERT_GT(seconds, 0) << "VELSQL_SOAK_SECONDS says how long to run; soak.sh sets it";
     StartBoth();
-    m_References = modMain::Engine->Execute(u"references"_s).Get<QString>();
+    m_References = Ask(u"references"_s);
     QElapsedTimer time;
     time.start();
     qint64 first = 0;

@@ -13,63 +13,35 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
 {
     StartConsoleWith(RealServer::Program()); // no server runs: the console starts its own
     ASSERT_TRUE(m_Main);
-    EXPECT_EQ(m_Boxes, QStringList());
     QStringList roots;
     for (int row = 0; row < Node(u"VelSQLEngine")->ChildCount(); ++row)
         roots << Node(u"VelSQLEngine")->Child(row)->Text();
     EXPECT_EQ(roots, QStringList({u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s, u"VelSQLHistory"_s}));
     EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"Object"_s, u"Count"_s}));
 
-    frmItem& window = ShowItem(u"VelSQLEngine\\PLC1\\D100");
+    ChildWindow& window = Show(D100);
     EXPECT_EQ(window.windowTitle(), u"Controller(PLC1).Item(D100)");
     EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"D100"_s, u"0"_s}));
-    EXPECT_EQ(&ShowItem(u"VelSQLEngine\\PLC1\\D100"), &window) << "one window per node";
+    EXPECT_EQ(&Show(D100), &window) << "one window per node";
     EXPECT_EQ(Cell(window, u"Value"_s), u"25 (I4)");
 
     Press(window, "cmdGet");
     EXPECT_EQ(Control<ListBox>(window, "cmbType").currentText(), u"I4");
     EXPECT_EQ(Control<QLineEdit>(window, "txtValue").text(), u"25");
-    Control<QLineEdit>(window, "txtValue").setText(u"77"_s);
+    Type(window, "txtValue", u"77"_s);
     Press(window, "cmdPut");
     EXPECT_EQ(m_Main->Log().Text(), u"0 : Calling Item:get_Value...\r\n1 : Succeeded.\r\n"
                                     u"2 : Calling Item:put_Value...\r\n3 : Succeeded.\r\n"_s);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Cell(window, u"Value"_s) == u"77 (I4)"; }, 3000))
-        << "the grid refreshes by itself";
+    EXPECT_TRUE(WaitForCell(window, u"Value"_s, u"77 (I4)"_s)) << "the grid refreshes by itself";
+
+    RemoteLibrary other(m_Server.SocketPath(), QString()); // another console on the same server
+    other.CreateEngine()->get_Controller(Variant(u"PLC1"_s))->get_Item(Variant(u"D100"_s))->put_Value(qint32{4711});
+    EXPECT_TRUE(WaitForCell(window, u"Value"_s, u"4711 (I4)"_s));
 
     m_Main->close();
     EXPECT_FALSE(modMain::Engine);
     EXPECT_TRUE(ChildWindow::Forms().isEmpty());
-}
-
-TEST_F(SystemConsole, WithoutAnyServerThereIsOneBoxAndNoWindow)
-{
-    StartConsoleWith(QString());
-    EXPECT_FALSE(m_Main);
-    EXPECT_EQ(
-        m_Boxes,
-        QStringList(u"No VelSQL server is running, and the program \"velsqlserver\" was found neither beside this "
-                    u"program nor on the path."_s));
-}
-
-TEST_F(SystemConsole, TwoConsolesShareOneServer)
-{
-    StartBoth();
-    RemoteLibrary other(m_Server.SocketPath(), QString());
-    const ItemRef item = other.CreateEngine()->get_Controller(Variant(u"PLC1"_s))->get_Item(Variant(u"D100"_s));
-    item->put_Value(qint32{4711});
-    EXPECT_EQ(Cell(ShowItem(u"VelSQLEngine\\PLC1\\D100"), u"Value"_s), u"4711 (I4)");
-}
-
-TEST_F(SystemConsole, NamesAreShownLiterally)
-{
-    StartBoth();
-    const QString controller = u"Lab <b>&Test</b>\\Nürnberg"_s;
-    const QString name = u"Grenzwert <b>&oben</b>\\Süd °C"_s;
-    frmItem& window = ShowItem(u"VelSQLEngine\\%1\\%2"_s.arg(controller, name));
-    EXPECT_EQ(window.windowTitle(), u"Controller(%1).Item(%2)"_s.arg(controller, name));
-    EXPECT_EQ(Panel(2), name);
-    EXPECT_EQ(Cell(window, u"Name"_s), name);
-    EXPECT_EQ(Cell(window, u"Value"_s), u"72.5 (R8)");
+    EXPECT_EQ(m_Boxes, QStringList());
 }
 
 /// Whether a process of another user gets through to the socket; run as root only.
