@@ -9,7 +9,6 @@
 #include "history/StatementEdit.h"
 #include "mainwindow/Start.h"
 
-#include <QAbstractButton>
 #include <QDir>
 #include <QLabel>
 #include <QPlainTextEdit>
@@ -41,11 +40,6 @@ void SystemConsole::StartBoth()
     m_Server.Start();
     StartConsoleWith(QString());
     ASSERT_TRUE(m_Main);
-}
-
-QAction& SystemConsole::Entry(const char* name)
-{
-    return Control<QAction>(*m_Main, name);
 }
 
 ChildWindow& SystemConsole::Show(QStringView key)
@@ -113,16 +107,6 @@ ChildWindow& SystemConsole::Query(const QString& statement)
     Control<StatementEdit>(window, "txtExecute").SetText(statement);
     Press(window, "cmdExecute");
     return window;
-}
-
-void SystemConsole::Type(QObject& window, const char* field, const QString& text)
-{
-    Control<QLineEdit>(window, field).setText(text);
-}
-
-void SystemConsole::Tick(QObject& window, const char* box, bool ticked)
-{
-    Control<QAbstractButton>(window, box).setChecked(ticked);
 }
 
 QString SystemConsole::Cell(QObject& window, const QString& caption)

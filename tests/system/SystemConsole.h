@@ -8,6 +8,7 @@
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QLineEdit>
@@ -48,7 +49,7 @@ protected:
     {
         return *window.findChild<T*>(QString::fromLatin1(name));
     }
-    QAction& Entry(const char* name);
+    QAction& Entry(const char* name) { return Control<QAction>(*m_Main, name); }
     TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
     /// Double-clicks the node; the window that belongs to it.
     ChildWindow& Show(QStringView key);
@@ -79,13 +80,19 @@ protected:
         EXPECT_TRUE(used);
     }
 
-    static void Choose(ListBox& list, const QString& entry) { list.SetListIndex(list.findText(entry)); }
     void Choose(QObject& window, const char* list, const QString& entry)
     {
-        Choose(Control<ListBox>(window, list), entry);
+        auto& box = Control<ListBox>(window, list);
+        box.SetListIndex(box.findText(entry));
     }
-    void Type(QObject& window, const char* field, const QString& text);
-    void Tick(QObject& window, const char* box, bool ticked = true);
+    void Type(QObject& window, const char* field, const QString& text)
+    {
+        Control<QLineEdit>(window, field).setText(text);
+    }
+    void Tick(QObject& window, const char* box, bool ticked = true)
+    {
+        Control<QAbstractButton>(window, box).setChecked(ticked);
+    }
     void Press(QObject& window, const char* button) { Control<QPushButton>(window, button).click(); }
     template <std::invocable Action>
     void After(int milliseconds, Action action)

@@ -1,5 +1,6 @@
 #include "additem/frmAddItem.h"
 #include "core/modMain.h"
+#include "tests/additem/DefinitionSample.h"
 #include "tests/system/SystemConsole.h"
 
 namespace {
@@ -52,6 +53,20 @@ TEST_F(AddItemSystem, AnAddedItemStandsLastIsShownAndRemovedAgainWithoutATrace)
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
         EXPECT_EQ(Panel(2), m_Main->m_CurrentNode->Text());
         EXPECT_TRUE(WaitUntilNothingIsHeld()) << m_Server.Answer(u"references"_s).toStdString();
+    }
+}
+
+TEST_F(AddItemSystem, TheServerGetsEveryElementInItsType)
+{
+    StartBoth();
+    for (const int ticked : QList<int>{-1} + Flags()) {
+        SCOPED_TRACE(ticked);
+        InAddItem([&](frmAddItem& dialog) {
+            EnterSample(dialog, ticked);
+            Press(dialog, "cmdOK");
+        });
+        const Variant arrived = m_Library->CreateValueConverter()->TextToValue(Ask(u"definition"_s));
+        EXPECT_EQ(TypedTexts(arrived), SampleDefinition(ticked));
     }
 }
 

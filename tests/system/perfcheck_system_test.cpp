@@ -14,8 +14,8 @@ protected:
     void InPerfChk(Use&& use)
     {
         StartBoth();
-        ChildWindow& window = Show(D100);
-        InDialog<frmPerfChk>([&] { Press(window, "cmdPerfchk"); },
+        m_Window = &Show(D100);
+        InDialog<frmPerfChk>([&] { Press(*m_Window, "cmdPerfchk"); },
                              [&](frmPerfChk& dialog) {
                                  m_Dialog = &dialog;
                                  Tick(dialog, "optPattern_2");
@@ -30,6 +30,11 @@ protected:
         Press(*m_Dialog, "cmdStart");
     }
     void ClickStop() { QTest::mouseClick(&Control<QPushButton>(*m_Dialog, "cmdStop"), Qt::LeftButton); }
+    static void MakeReading(const QString& disturbance)
+    {
+        Ask(u"disturb Item(PLC1\\D100).get_Value "_s + disturbance);
+        Ask(u"calls"_s); // begins the watch
+    }
     /// Actions of the result list, which is then cleared.
     QStringList TakeRows()
     {
@@ -40,14 +45,32 @@ protected:
         return rows;
     }
 
+    ChildWindow* m_Window = nullptr;
     QPointer<frmPerfChk> m_Dialog;
 };
+
+TEST_F(PerfChkSystem, AsksForNothingButWhatTheModeSaysWhileTheItemsWindowRests)
+{
+    InPerfChk([this] {
+        Choose(*m_Dialog, "cmbValueType", u"I4"_s);
+        Type(*m_Dialog, "txtValue", u"7"_s);
+        Type(*m_Dialog, "txtPatternCount", u"3"_s);
+        Tick(*m_Dialog, "optPattern_1");
+        Tick(*m_Dialog, "optReadWrite_2");
+        MakeReading(u"slow 250"_s); // a run is longer than the pause between two refreshes
+        Press(*m_Dialog, "cmdStart");
+        const QString cycle = u"Item(PLC1\\D100).put_Value(3)\r\nItem(PLC1\\D100).get_Value()\r\n"_s;
+        EXPECT_EQ(Ask(u"calls"_s), cycle.repeated(3) + u"Engine.Execute(8)"_s);
+        EXPECT_EQ(Cell(*m_Window, u"Value"_s), u"25 (I4)"_s);
+    });
+    EXPECT_TRUE(WaitForCell(*m_Window, u"Value"_s, u"7 (I4)"_s)) << "refreshed again";
+    EXPECT_EQ(TakeLog() + m_Boxes, QStringList());
+}
 
 TEST_F(PerfChkSystem, StopsWithinACycleAndClosesOnlyWithTheConsole)
 {
     InPerfChk([this] {
-        Ask(u"disturb Item(PLC1\\D100).get_Value slow 500"_s);
-        Ask(u"calls"_s); // begins the watch
+        MakeReading(u"slow 500"_s);
         RunAnd(100, [this] {
             m_Dialog->close();
             EXPECT_TRUE(m_Dialog->isVisible());

@@ -37,21 +37,18 @@ protected:
     }
 };
 
-TEST_F(Pictures, ItemWindowAndMainWindow)
+TEST_F(Pictures, ItemWindowsAndMainWindow)
 {
+    ChildWindow& picture = Show(PLC1 + u"\\Picture"_s);
+    Press(picture, "cmdGet");
+    Look(picture, u"item-picture"_s);
+    picture.close();
     ChildWindow& window = Show(D100);
     Press(window, "cmdGet");
     Type(window, "txtValue", u"42"_s);
     Press(window, "cmdPut");
     Look(window, u"item-window"_s);
     Look(*m_Main, u"main-window"_s);
-}
-
-TEST_F(Pictures, ItemWindowWithAPicture)
-{
-    ChildWindow& window = Show(PLC1 + u"\\Picture"_s);
-    Press(window, "cmdGet");
-    Look(window, u"item-picture"_s);
 }
 
 TEST_F(Pictures, ControllerWindow)
