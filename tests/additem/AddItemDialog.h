@@ -26,11 +26,6 @@ protected:
         m_Form->activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form));
     }
-    void ClickPage(int page)
-    {
-        QTabBar* bar = Control<QTabWidget>("sstbAddItem").tabBar();
-        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(page).center());
-    }
     /// The texts of PLC1's nodes in the tree's order, those of added items with "+" in front.
     QString Nodes() const
     {

@@ -2,9 +2,6 @@
 
 namespace {
 
-const QString BadCharacters = u"2 Those characters \"\\#$:!\" cannot be used as an item name or a controller name."_s;
-const QString OnlyANumber = u"2 The name only of the numerical value cannot be used."_s;
-
 class AddItemChecks : public AddItemDialog
 {
 protected:
@@ -30,10 +27,13 @@ protected:
 
 TEST_F(AddItemChecks, ANameIsTrimmedAndHasToBeOne)
 {
+    const QString badCharacters =
+        u"2 Those characters \"\\#$:!\" cannot be used as an item name or a controller name."_s;
+    const QString onlyANumber = u"2 The name only of the numerical value cannot be used."_s;
     const std::pair<QStringList, QStringList> rows[] = {
         {{}, {u" \t Abc d "_s, u""_s, u"   "_s, u"12abc"_s, u"1,5"_s, u"0x10"_s, u"<b>Süd & 日本</b>"_s}},
-        {{BadCharacters}, {u"Item!1"_s, u" a\\b "_s, u"#1"_s, u"a$"_s, u"a:b"_s}},
-        {{OnlyANumber}, {u"123"_s, u" 4.5 "_s, u"-3"_s, u"1E3"_s, u"1e999"_s}},
+        {{badCharacters}, {u"Item!1"_s, u" a\\b "_s, u"#1"_s, u"a$"_s, u"a:b"_s}},
+        {{onlyANumber}, {u"123"_s, u" 4.5 "_s, u"-3"_s, u"1E3"_s, u"1e999"_s}},
     };
     Show();
     for (const auto& [boxes, names] : rows) {
@@ -75,19 +75,6 @@ TEST_F(AddItemChecks, NumbersAreNormalizedAndOtherTextsTrimmedWithoutAMessage)
         for (const QString& field : row.Fields) EXPECT_EQ(Left(field, row.Typed), row.Left) << field.toStdString();
     }
     EXPECT_EQ(TakeBoxes(), QStringList());
-}
-
-TEST_F(AddItemChecks, ARefusedNameKeepsOkFromBeingPressedAndThePageFromBeingTurned)
-{
-    Show();
-    for (const auto& leave : {std::function([this] { QTest::keyClick(&Box("txtItemName"), Qt::Key_Return); }),
-                              std::function([this] { ClickPage(1); })}) {
-        Type("txtItemName", u"1"_s);
-        leave();
-        EXPECT_EQ(TakeBoxes(), QStringList{OnlyANumber});
-        EXPECT_EQ(TakeCalls(), QStringList());
-        EXPECT_EQ(Control<QTabWidget>("sstbAddItem").currentIndex(), 0);
-    }
 }
 
 TEST_F(AddItemChecks, CancelClosesWithoutACheck)

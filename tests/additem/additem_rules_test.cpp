@@ -122,7 +122,8 @@ TEST_F(AddItemRules, EnablesWhatEachChoiceNeeds)
         rows.append({u"%1=on %1=off"_s.arg(box), u""_s});
     }
     for (int calculation = 0; calculation < 31; ++calculation) {
-        const bool takesOperand = calculation > 0 && (calculation < 21 || calculation > 28); // not ABS to LEN
+        const bool takesOperand =
+            calculation > 0 && (calculation < 21 || calculation > 28); // neither (NOP) nor ABS to LEN
         rows.append({u"cmbCalc=%1"_s.arg(calculation), takesOperand ? u"+txtItem_1"_s : u""_s});
         rows.append({u"cmbCalc2=%1"_s.arg(calculation), takesOperand ? u"+txtItem_7"_s : u""_s});
     }
@@ -137,6 +138,7 @@ TEST_F(AddItemRules, EnablesWhatEachChoiceNeeds)
         Open();
         Run(steps);
         EXPECT_EQ(Enabled(), Changed(start, changes));
+        EXPECT_EQ(List("cmbCalc").toolTip(), List("cmbCalc").currentText());
         if (!steps.contains(u"chkVariable")) {
             EXPECT_EQ(Check("chkVariable").isChecked(), List("cmbItemType").ListIndex() == 0);
         }
@@ -147,8 +149,9 @@ TEST_F(AddItemRules, OnlyTheFieldsOfTheShownPageTakeTheFocus)
 {
     Show();
     EXPECT_TRUE(Box("txtItemName").hasFocus()) << "where an operator begins";
+    QTabBar* bar = Control<QTabWidget>("sstbAddItem").tabBar();
     for (const int page : {1, 0}) {
-        ClickPage(page);
+        QTest::mouseClick(bar, Qt::LeftButton, {}, bar->tabRect(page).center());
         EXPECT_EQ(IsEnabled("picFrame_0"), page == 0);
         EXPECT_EQ(IsEnabled("picFrame_1"), page == 1);
         EXPECT_EQ(QApplication::focusWidget()->objectName(), page == 0 ? u"txtItemName"_s : u"chkReqType"_s);
