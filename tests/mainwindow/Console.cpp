@@ -1,10 +1,8 @@
 #include "tests/mainwindow/Console.h"
 
 #include "core/MessageBoxes.h"
-#include "mainwindow/Start.h"
 
 #include <QAbstractButton>
-#include <QLabel>
 #include <QMenu>
 
 namespace {
@@ -36,11 +34,6 @@ Console::~Console()
     modMain::ReplaceMessageBoxes({});
 }
 
-void Console::Start()
-{
-    m_Main = StartConsole(m_Server);
-}
-
 void Console::StartActive()
 {
     Start();
@@ -62,11 +55,6 @@ void Console::Trigger(const char* action)
     Control<QAction>(action).trigger();
 }
 
-QString Console::Panel(int number)
-{
-    return m_Main->findChild<QLabel*>(u"stbrMain_%1"_s.arg(number))->text();
-}
-
 TreeNodeRef Console::AddItemNode(const QString& name)
 {
     m_Server.FindController(u"PLC1"_s).Items.append(FakeServer::Item{name});
@@ -79,11 +67,6 @@ QPoint Console::PlaceOf(const TreeNodeRef& node)
     Tree().scrollTo(index);
     const QRect place = Tree().visualRect(index);
     return {place.left() + 10, place.center().y()};
-}
-
-void Console::Click(const TreeNodeRef& node, Qt::MouseButton button)
-{
-    QTest::mouseClick(Tree().viewport(), button, {}, PlaceOf(node));
 }
 
 void Console::DoubleClick(const QPoint& place)

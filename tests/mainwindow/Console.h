@@ -5,9 +5,11 @@
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "mainwindow/frmMDI.h"
+#include "mainwindow/Start.h"
 #include "tests/support/FakeServer.h"
 #include "tests/support/PrintQt.h"
 
+#include <QLabel>
 #include <QMessageBox>
 #include <QTest>
 
@@ -30,7 +32,7 @@ protected:
     ~Console() override;
 
     /// Runs the start routine; the calls that it took stay recorded.
-    void Start();
+    void Start() { m_Main = StartConsole(m_Server); }
     /// Starts, forgets the calls, and waits until the window is active.
     void StartActive();
     /// Starts a main window with windows of the test's own.
@@ -50,7 +52,7 @@ protected:
     void Trigger(const char* action);
     bool IsEnabled(const char* action) { return Control<QAction>(action).isEnabled(); }
     /// A panel of the status bar: 1 to 3.
-    QString Panel(int number);
+    QString Panel(int number) { return Control<QLabel>(qPrintable(u"stbrMain_%1"_s.arg(number))).text(); }
     QStringList Panels() { return {Panel(1), Panel(2), Panel(3)}; }
     QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
     QStringList TakeBoxes() { return std::exchange(m_Boxes, {}); }
@@ -61,7 +63,10 @@ protected:
     TreeNodeRef AddItemNode(const QString& name);
     /// Where the mouse hits the node, scrolled to it.
     QPoint PlaceOf(const TreeNodeRef& node);
-    void Click(const TreeNodeRef& node, Qt::MouseButton button = Qt::LeftButton);
+    void Click(const TreeNodeRef& node, Qt::MouseButton button = Qt::LeftButton)
+    {
+        QTest::mouseClick(Tree().viewport(), button, {}, PlaceOf(node));
+    }
     void DoubleClick(const QPoint& place);
     void DoubleClick(const QString& key) { DoubleClick(PlaceOf(Node(key))); }
     /// The pop-up that is open, which is then closed; empty when there is none.
