@@ -8,6 +8,13 @@
 
 #include <capnp/serialize.h>
 
+inline HistorySettings RecordingInto(const QString& connection, qint32 maxRecord = 0)
+{
+    HistorySettings settings;
+    settings.Destinations[0] = {.ConnectionString = connection, .MaxRecord = maxRecord};
+    return settings;
+}
+
 /// A history asked as the server asks it; answers are read as the client reads them.
 class AskedHistory
 {

@@ -1,8 +1,6 @@
 #include "tests/server/ServerRun.h"
 #include "tests/server/TestClient.h"
 
-#include <gtest/gtest.h>
-
 TEST(Commands, AnswerOrSayWhatIsWrong)
 {
     ServerRun server;

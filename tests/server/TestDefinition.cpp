@@ -1,11 +1,7 @@
 #include "core/automation/SafeArray.h"
 #include "server/definition/DefinitionMaker.h"
+#include "tests/server/ServerRun.h"
 #include "tests/server/TestPlant.h"
-
-#include <QFile>
-#include <QRegularExpression>
-
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -40,38 +36,29 @@ protected:
     {
         return Add(elements + u" 0=8,Item %1 8=8,Source"_s.arg(m_Controller.Items().size()));
     }
-    /// What the item of a definition holds after each of the values that "Source" takes.
-    QString ReadThrough(const QString& elements, const QStringList& values)
+    /// What the item of a definition holds after each of the values that "Source" takes; or "Source", when the item takes them.
+    QString Through(const QString& elements, const QStringList& values, bool isWritten = false)
     {
         const PlantItemRef item = AddLinked(elements);
+        const PlantItemRef source = Item(u"Source"_s);
         QStringList held;
         const QString outcome = OutcomeOf([&] {
             for (const QString& value : values) {
-                Put(u"Source"_s, value);
-                item->Snapshot();
-                held << WriteTypedText(item->Value());
+                (isWritten ? item : source)->PutValue(ReadTypedText(value));
+                if (!isWritten) item->Snapshot();
+                held << WriteTypedText((isWritten ? source : item)->Value());
             }
             return held.join(u' ');
         });
         return outcome.section(u"\": "_s, -1);
     }
-    /// What "Source" holds after the item of a definition has been written.
-    QString WriteThrough(const QString& elements, const QString& value)
-    {
-        const PlantItemRef item = AddLinked(elements);
-        const QString outcome = OutcomeOf([&] {
-            item->PutValue(ReadTypedText(value));
-            return ValueOf(u"Source"_s);
-        });
-        return outcome.section(u"\": "_s, -1);
-    }
     PlantItemRef Item(const QString& name) const { return m_Controller.Item(name); }
     void Put(const QString& name, const QString& value) const { Item(name)->PutValue(ReadTypedText(value)); }
-    QString ValueOf(const QString& name) const { return WriteTypedText(Item(name)->Value()); }
-    QString Values(QStringList names) const
+    QString Values(const QString& names) const
     {
-        for (QString& name : names) name = ValueOf(name);
-        return names.join(u' ');
+        QStringList values;
+        for (const QString& name : names.split(u' ')) values << WriteTypedText(Item(name)->Value());
+        return values.join(u' ');
     }
 
     TestPlant m_Plant;
@@ -82,10 +69,9 @@ protected:
 /// The rows of the table below a heading of docs/server.md.
 QList<QStringList> TableBelow(const QString& heading)
 {
-    QFile file(QStringLiteral(VELSQL_DOCS "/server.md"));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    const QString table =
-        QString::fromUtf8(file.readAll()).section(u"### "_s + heading + u'\n', 1).section(u"\n|---"_s, 1);
+    const QString table = ContentOf(QStringLiteral(VELSQL_DOCS "/server.md"))
+                              .section(u"### "_s + heading + u'\n', 1)
+                              .section(u"\n|---"_s, 1);
     QList<QStringList> rows;
     for (const QString& line : table.section(u"\n\n"_s, 0, 0).split(u'\n').mid(1))
         rows << line.mid(2, line.size() - 3).split(u"| "_s);
@@ -118,7 +104,7 @@ TEST_F(DefinitionTest, CalculationsDoWhatTheirTableSays)
     for (const QStringList& row : rows) {
         operators << row[0];
         for (const QString& operand : Codes(row[3])) Put(u"Operand"_s, operand);
-        EXPECT_EQ(ReadThrough(u"27=2,%1 28=8,Operand"_s.arg(row[0].trimmed()), Codes(row[2])), Expected(row[4]))
+        EXPECT_EQ(Through(u"27=2,%1 28=8,Operand"_s.arg(row[0].trimmed()), Codes(row[2])), Expected(row[4]))
             << row.join(u'|').toStdString();
     }
     EXPECT_EQ(operators.size(), 31) << "every operator has an example";
@@ -130,9 +116,9 @@ TEST_F(DefinitionTest, ConversionsAndFiltersDoWhatTheirTablesSay)
     const auto written = TableBelow(u"Conversions of what is written"_s);
     EXPECT_EQ(read.size() + written.size(), 17);
     for (const QStringList& row : read)
-        EXPECT_EQ(ReadThrough(Codes(row[1]).join(u' '), Codes(row[2])), Expected(row[3])) << row[0].toStdString();
+        EXPECT_EQ(Through(Codes(row[1]).join(u' '), Codes(row[2])), Expected(row[3])) << row[0].toStdString();
     for (const QStringList& row : written)
-        EXPECT_EQ(WriteThrough(Codes(row[1]).join(u' '), Codes(row[2])[0]), Expected(row[3])) << row[0].toStdString();
+        EXPECT_EQ(Through(Codes(row[1]).join(u' '), Codes(row[2]), true), Expected(row[3])) << row[0].toStdString();
 }
 
 TEST_F(DefinitionTest, TheUntouchedDialogWithANameMakesAnItem)
@@ -140,7 +126,7 @@ TEST_F(DefinitionTest, TheUntouchedDialogWithANameMakesAnItem)
     const PlantItemRef item = Add({});
     EXPECT_EQ(item->State(), ItemState::Undefined);
     Put(u"New"_s, u"8,anything"_s);
-    EXPECT_EQ(ValueOf(u"New"_s), u"8,anything");
+    EXPECT_EQ(Values(u"New"_s), u"8,anything");
     EXPECT_EQ(item->SettingData(0), Variant(true)) << "element 1";
     EXPECT_EQ(item->SettingData(29), Variant(qint16{12})) << "element 30";
     EXPECT_EQ(m_Maker.Last(), ReadTypedText(s_Untouched));
@@ -212,31 +198,30 @@ TEST_F(DefinitionTest, AliasArrayAndElementLinks)
     Add(u"0=8,Array 8=8,Source(1), Operand 34=11,True 36=2,2"_s);
     Put(u"Source"_s, u"8194,1,2"_s);
     Put(u"Operand"_s, u"3,7"_s);
-    EXPECT_EQ(ValueOf(u"Alias"_s), u"8194,1,2") << "without a scan";
+    EXPECT_EQ(Values(u"Alias"_s), u"8194,1,2") << "without a scan";
     EXPECT_EQ(OutcomeOf([&] { Item(u"Array"_s)->Snapshot(); }),
               u"Item \"Array\" of controller \"C\": the linked item \"Operand\" has no element 0.");
     Put(u"Operand"_s, u"8195,7,8"_s);
     m_Controller.Snapshot();
-    EXPECT_EQ(Values({u"Normal"_s, u"Element"_s, u"Array"_s}), u"8194,1,2 2,2 8204,{2,2},{3,7}");
+    EXPECT_EQ(Values(u"Normal Element Array"_s), u"8194,1,2 2,2 8204,{2,2},{3,7}");
     Put(u"Element"_s, u"3,5"_s);
-    EXPECT_EQ(ValueOf(u"Source"_s), u"8194,1,5");
+    EXPECT_EQ(Values(u"Source"_s), u"8194,1,5");
     Put(u"Array"_s, u"8204,{3,6},{3,9}"_s);
-    EXPECT_EQ(Values({u"Alias"_s, u"Operand"_s}), u"8194,1,6 8195,9,8");
+    EXPECT_EQ(Values(u"Alias Operand"_s), u"8194,1,6 8195,9,8");
     EXPECT_EQ(OutcomeOf([&] { Put(u"Array"_s, u"8204,{3,6}"_s); }),
               u"Item \"Array\" of controller \"C\": it takes an array of 2 values.");
     Put(u"Normal"_s, u"0"_s);
-    EXPECT_EQ(ValueOf(u"Source"_s), u"0");
+    EXPECT_EQ(Values(u"Source"_s), u"0");
 }
 
 TEST_F(DefinitionTest, LinkedPropertiesAreNotOnlyValues)
 {
     const PlantItemRef target = Add(u"0=8,Target 8=8,Source"_s);
-    const QStringList names = {u"Id"_s, u"LinkActivation"_s, u"Activation"_s};
-    const QString choices[] = {u"1"_s, u"3"_s, u"2"_s};
-    for (int i = 0; i < 3; ++i) Add(u"0=8,%1 8=8,Target 37=2,%2"_s.arg(names[i], choices[i]));
+    for (const QString& property : {u"Id 37=2,1"_s, u"Activation 37=2,2"_s, u"LinkActivation 37=2,3"_s})
+        Add(u"8=8,Target 0=8,"_s + property);
     target->PutId(4711);
     m_Controller.Snapshot();
-    EXPECT_EQ(Values(names), u"3,4711 11,True 11,True");
+    EXPECT_EQ(Values(u"Id Activation LinkActivation"_s), u"3,4711 11,True 11,True");
     Put(u"Id"_s, u"8,new"_s);
     Put(u"LinkActivation"_s, u"3,0"_s);
     EXPECT_EQ(target->Id(), Variant(u"new"_s));

@@ -3,9 +3,7 @@
 
 #include <QImage>
 
-#include <gtest/gtest.h>
-
-TEST(DemoPlant, HasEveryTypeAndAnswersEverything)
+TEST(DemoPlant, HasEveryTypeAndATankWhoseSignalsMove)
 {
     ServerRun server;
     TestClient client(server.SocketPath());
@@ -23,17 +21,12 @@ TEST(DemoPlant, HasEveryTypeAndAnswersEverything)
         }
     }
     EXPECT_EQ(failures, QStringList(u"Item \"Reset\" of controller \"PLC1\": it is write only and cannot be read."_s));
-    for (const VarType scalar : {VT_EMPTY, VT_NULL, VT_BOOL, VT_UI1, VT_I2, VT_I4, VT_R4, VT_R8, VT_CY, VT_DATE,
-                                 VT_BSTR, VT_I1, VT_UI2, VT_UI4, VT_DISPATCH})
-        EXPECT_TRUE(types.contains(scalar)) << scalar;
-    for (const VarType element : {VT_BOOL, VT_UI1, VT_I2, VT_I4, VT_R4, VT_R8, VT_CY, VT_DATE, VT_BSTR, VT_VARIANT})
-        EXPECT_TRUE(types.contains(ArrayOf(element))) << element;
-}
+    QSet<VarType> missing = {VT_EMPTY, VT_NULL, VT_BOOL, VT_UI1, VT_I2,  VT_I4,  VT_R4,      VT_R8,
+                             VT_CY,    VT_DATE, VT_BSTR, VT_I1,  VT_UI2, VT_UI4, VT_DISPATCH};
+    for (const VarType type : {VT_BOOL, VT_UI1, VT_I2, VT_I4, VT_R4, VT_R8, VT_CY, VT_DATE, VT_BSTR, VT_VARIANT})
+        missing << ArrayOf(type);
+    EXPECT_EQ(missing.subtract(types), QSet<VarType>());
 
-TEST(DemoPlant, ShowsATankWhoseSignalsMove)
-{
-    ServerRun server;
-    TestClient client(server.SocketPath());
     const auto value = [&](const QString& item) { return client.Value(item); };
     for (const QString& name : {u"Counter"_s, u"Level"_s, u"Temperature"_s}) {
         WaitUntil([&] { return !value(name).IsEmpty(); });

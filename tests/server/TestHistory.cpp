@@ -9,16 +9,10 @@ namespace {
 class HistoryTest : public ::testing::Test
 {
 protected:
-    HistorySettings Settings(qint32 maxRecord = 0) const
-    {
-        HistorySettings settings;
-        settings.Destinations[0].ConnectionString = u"Driver=SQLite;Database="_s + m_Path;
-        settings.Destinations[0].MaxRecord = maxRecord;
-        return settings;
-    }
-
     QTemporaryDir m_Folder;
     QString m_Path = m_Folder.filePath(u"sub/history.db"_s);
+    QString m_Connection = u"Driver=SQLite;Database="_s + m_Path;
+    HistorySettings m_Settings = RecordingInto(m_Connection);
 };
 
 const QString s_Values = u"SELECT item_value FROM velsql_history"_s;
@@ -28,7 +22,7 @@ const QString s_Range = u"SELECT count(*), min(item_value), max(item_value) FROM
 
 TEST_F(HistoryTest, PresetsGiveSensibleResults)
 {
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     const std::pair<QString, Variant> values[] = {{u"A"_s, 0},
                                                   {u"A"_s, 3.5},
                                                   {u"B"_s, false},
@@ -53,7 +47,7 @@ TEST_F(HistoryTest, PresetsGiveSensibleResults)
 
 TEST_F(HistoryTest, SaysWhatTheDatabaseSays)
 {
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     EXPECT_EQ(history.Ask(u"SELECT * FROM nowhere"_s), QStringList(u"no such table: nowhere"_s));
     EXPECT_EQ(history.Ask(u"CREATE TABLE mine (a)"_s), QStringList(QString())) << "no columns";
     EXPECT_EQ(history.Ask(u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d"_s),
@@ -66,7 +60,7 @@ TEST_F(HistoryTest, SaysWhatTheDatabaseSays)
 
 TEST_F(HistoryTest, KeepsTheNewest)
 {
-    AskedHistory history(Settings(10));
+    AskedHistory history(RecordingInto(m_Connection, 10));
     for (int i = 0; i < 2500; ++i) history.Record(u"A"_s, i);
     ASSERT_TRUE(history.Flush());
     EXPECT_EQ(history.Ask(s_Range)[1], u"10,2490,2499");
@@ -75,7 +69,7 @@ TEST_F(HistoryTest, KeepsTheNewest)
 TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBackButForTheOldestThatAreTooMany)
 {
     QDir().mkpath(m_Path); // a folder where the file should be
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     const auto limit = static_cast<int>(Recorder::MostWaiting);
     for (int i = 0; i < limit + 10; ++i) history.Record(u"A"_s, i);
     EXPECT_FALSE(history.Flush(300));
@@ -91,20 +85,19 @@ TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBackButForTheOldestThatAreTooMany)
 
 TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
 {
-    HistorySettings settings = Settings();
-    settings.Destinations[1].ConnectionString = u"Database="_s + m_Folder.filePath(u"second.db"_s);
-    settings.Destinations[1].TableName = u"mi\"ne"_s;
+    m_Settings.Destinations[1].ConnectionString = u"Database="_s + m_Folder.filePath(u"second.db"_s);
+    m_Settings.Destinations[1].TableName = u"mi\"ne"_s;
     for (const bool enabled : {false, true}) {
-        settings.Enabled = enabled;
-        AskedHistory history(settings);
+        m_Settings.Enabled = enabled;
+        AskedHistory history(m_Settings);
         history.Record(u"A"_s, enabled ? 2 : 1);
         EXPECT_TRUE(history.Flush());
         EXPECT_EQ(history.Ask(u"SELECT 7"_s)[1], u"7") << "asked all the same";
     }
-    EXPECT_EQ(AskedHistory(settings).Ask(s_Values), QStringList({u"item_value"_s, u"2"_s}));
-    std::swap(settings.Destinations[0], settings.Destinations[1]); // the first one is asked
-    EXPECT_EQ(AskedHistory(settings).Ask(u"SELECT item_value FROM \"mi\"\"ne\""_s),
-              QStringList({u"item_value"_s, u"2"_s}));
+    const QStringList second = {u"item_value"_s, u"2"_s};
+    EXPECT_EQ(AskedHistory(m_Settings).Ask(s_Values), second);
+    std::swap(m_Settings.Destinations[0], m_Settings.Destinations[1]); // the first one is asked
+    EXPECT_EQ(AskedHistory(m_Settings).Ask(u"SELECT item_value FROM \"mi\"\"ne\""_s), second);
 }
 
 TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
@@ -115,7 +108,7 @@ TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
     ASSERT_TRUE(file.open(QIODevice::ReadWrite));
     file.write(garbage);
     file.flush();
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     history.Record(u"A"_s, 1);
     EXPECT_FALSE(history.Flush(500));
     EXPECT_EQ(history.Ask(s_Values), QStringList(u"file is not a database"_s));
@@ -125,7 +118,7 @@ TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
 
 TEST_F(HistoryTest, ResultsAreReadInPages)
 {
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     const auto result = history.Run(u"WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n LIMIT 100000) "
                                     "SELECT i, 'text ' || i FROM n"_s);
     EXPECT_EQ(result->Progress().RowsSoFar, 100'000);

@@ -59,6 +59,9 @@ TEST_F(PlantLifeTest, SignalsStayWithinTheirTypeAndLimits)
     CounterSignal counter(250, 300, 10);
     EXPECT_EQ(counter.Next(0, VT_UI1), Variant(quint8{250}));
     EXPECT_EQ(counter.Next(0, VT_UI1), Variant(quint8{255})) << "at the end of the type's range";
+    EXPECT_EQ(counter.Next(0, VT_I2), Variant(qint16{270}));
+    for (int i = 0; i < 3; ++i) counter.Next(0, VT_I2);
+    EXPECT_EQ(counter.Next(0, VT_I2), Variant(qint16{250})) << "behind the last";
     PeriodicSignal sine(WaveForm::Sine, {-10, 10, 4, 0});
     PeriodicSignal square(WaveForm::Square, {0, 1, 4, 0});
     PeriodicSignal ramp(WaveForm::Ramp, {0, 100, 4, 0.5});
@@ -81,11 +84,9 @@ TEST_F(PlantLifeTest, WhatIsWrittenTakesTheItemsTypeOrIsRefused)
     const std::tuple<VarType, Variant, QString> cases[] = {
         {VT_I4, u" 12 "_s, u"3,12"_s},
         {VT_I4, 2.5, u"3,2"_s},
-        {VT_I4, u"abc"_s, u"VT_I4: \"abc\" is not a number"_s},
         {VT_I4, 3e9, u"3000000000 is out of the range of VT_I4"_s},
         {VT_I4, Variant(), u"EMPTY cannot be written to it"_s},
         {VT_I4, Null{}, u"NULL cannot become VT_I4"_s},
-        {VT_BOOL, u"True"_s, u"11,True"_s},
         {VT_CY, 0.12345, u"6,0.1234"_s},
         {VT_DATE, u"2024-02-29 14:30:05"_s, u"7,2024-02-29 14:30:05"_s},
         {VT_BSTR, 1.5, u"8,1.5"_s},
@@ -190,16 +191,13 @@ TEST_F(PlantLifeTest, ElementsAnswerWhatTheirIntegersSay)
 TEST_F(PlantLifeTest, ItemsAreListedInThePlantsOrder)
 {
     const auto names = [](const PlantController& controller) {
-        QStringList list;
-        for (const PlantItemRef& item : controller.Items()) list << item->Name() + QString::number(item->Index());
-        return list.join(u' ');
+        QString list;
+        for (const PlantItemRef& item : controller.Items()) list += item->Name() + QString::number(item->Index());
+        return list;
     };
-    for (const QString& name : {u"m"_s, u"z"_s, u"a"_s, u"n"_s}) {
-        Add(name);
-        m_Second.Add({.Name = name});
-    }
-    EXPECT_EQ(names(m_First), u"m0 z1 a2 n3");
-    EXPECT_EQ(names(m_Second), u"a0 m1 n2 z3");
+    for (PlantController* controller : {&m_First, &m_Second})
+        for (const QString& name : {u"m"_s, u"z"_s, u"a"_s, u"n"_s}) controller->Add({.Name = name});
+    EXPECT_EQ(names(m_First) + u' ' + names(m_Second), u"m0z1a2n3 a0m1n2z3");
     m_Second.Remove(u"m"_s);
-    EXPECT_EQ(names(m_Second), u"a0 n1 z2");
+    EXPECT_EQ(names(m_Second), u"a0n1z2");
 }

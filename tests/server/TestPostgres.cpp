@@ -2,8 +2,6 @@
 #include "tests/server/ServerRun.h"
 #include "tests/support/PostgresRun.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 /// A PostgreSQL of the test's own, empty at first. One that is not installed or does not start is a failure, never a reason to skip.
@@ -12,15 +10,8 @@ class PostgresTest : public ::testing::Test
 protected:
     void SetUp() override { ASSERT_TRUE(m_Database.IsRunning()) << m_Database.Problem().toStdString(); }
 
-    HistorySettings Settings(qint32 maxRecord = 0, const QString& user = u"test"_s) const
-    {
-        HistorySettings settings;
-        settings.Destinations[0].ConnectionString = m_Database.ConnectionString(user);
-        settings.Destinations[0].MaxRecord = maxRecord;
-        return settings;
-    }
-
     PostgresRun m_Database;
+    HistorySettings m_Settings = RecordingInto(m_Database.ConnectionString());
 };
 
 const QString s_Average = u"SELECT AVG(item_value) AS item_Average FROM velsql_history GROUP BY item_name ORDER BY 1"_s;
@@ -29,7 +20,7 @@ const QString s_Average = u"SELECT AVG(item_value) AS item_Average FROM velsql_h
 
 TEST_F(PostgresTest, KeepsWhatValuesSayAndAveragesTheNumbersAmongThem)
 {
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     history.Record(u"A"_s, 0);
     history.Record(u"A"_s, 3.5);
     history.Record(u"B"_s, u"it's \\ \"text\" with \u2713"_s + QChar(u'\0'));
@@ -48,7 +39,7 @@ TEST_F(PostgresTest, KeepsWhatValuesSayAndAveragesTheNumbersAmongThem)
 TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThere)
 {
     {
-        AskedHistory owner(Settings());
+        AskedHistory owner(m_Settings);
         owner.Record(u"A"_s, 0);
         ASSERT_TRUE(owner.Flush()) << "now everything is made";
         for (const QString& statement :
@@ -56,7 +47,7 @@ TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThere)
               u"GRANT SELECT, INSERT, DELETE ON velsql_history TO clerk"_s})
             owner.Ask(statement);
     }
-    AskedHistory clerk(Settings(2, u"clerk"_s));
+    AskedHistory clerk(RecordingInto(m_Database.ConnectionString(u"clerk"_s), 2));
     for (int i = 0; i < 5; ++i) clerk.Record(u"A"_s, i);
     EXPECT_TRUE(clerk.Flush());
     EXPECT_EQ(clerk.Ask(u"SELECT item_value FROM velsql_history ORDER BY item_time"_s),
@@ -99,7 +90,7 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     QStringList log = server.Log();
     log.removeIf([&](const QString& line) { return line.startsWith(waits); });
     EXPECT_EQ(log.mid(1), QStringList({writes, writes, u"info: The server ends: It was told to end."_s}));
-    EXPECT_EQ(AskedHistory(Settings())
+    EXPECT_EQ(AskedHistory(m_Settings)
                   .Ask(u"SELECT count(*) - max(item_value::int), count(DISTINCT item_value) - count(*), "
                        "min(item_value), max(item_value::int) >= 600 FROM velsql_history"_s)[1],
               u"1,0,0,True")
@@ -108,7 +99,7 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
 
 TEST_F(PostgresTest, AStatementEndsWithWhoWaitsForIt)
 {
-    AskedHistory history(Settings());
+    AskedHistory history(m_Settings);
     const auto running = [&] {
         return history.Ask(u"SELECT count(*) FROM pg_stat_activity "
                            "WHERE state = 'active' AND query LIKE 'SELECT pg_sleep%'"_s)[1];

@@ -1,8 +1,6 @@
 #include "tests/server/AskedHistory.h"
 #include "tests/server/ServerRun.h"
 
-#include <gtest/gtest.h>
-
 TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
 {
     {
@@ -21,9 +19,8 @@ TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
 
 TEST(Process, RunsAsItsServiceUnitSays)
 {
-    QFile unit(QStringLiteral(VELSQL_DOCS "/../packaging/velsqlserver.service"));
-    ASSERT_TRUE(unit.open(QIODevice::ReadOnly));
-    const QString command = QString::fromUtf8(unit.readAll()).section(u"\nExecStart="_s, 1).section(u'\n', 0, 0);
+    const QString unit = ContentOf(QStringLiteral(VELSQL_DOCS "/../packaging/velsqlserver.service"));
+    const QString command = unit.section(u"\nExecStart="_s, 1).section(u'\n', 0, 0);
     EXPECT_EQ(command.section(u' ', 0, 0).section(u'/', -1), u"velsqlserver");
 
     ServerRun server(command.split(u' ').mid(1) + QStringList({u"--stop-when-idle"_s, u"0"_s}));
