@@ -102,7 +102,7 @@ void HistoryTable::Write(std::span<const RecordedValue> values, qint32 maxRecord
         if (!database.commit()) throw DatabaseError(database.lastError());
     } catch (...) {
         m_Count = -1;
-        database.rollback();
+        if (database.isOpen()) database.rollback(); // of a lost connection Qt would complain past the log
         throw;
     }
 }
