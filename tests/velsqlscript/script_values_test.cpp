@@ -66,6 +66,7 @@ TEST(ScriptValues, PlainValuesAndNamedTypesTakeWhatFitsThem)
            {"keep(new Date(2024, 1, 29, 6))", u"7,2024-02-29 06:00:00 2024-02-29 06:00:00"_s},
            {"keep([[1], true])", u"8204,{8204,{3,1}},{11,True} [[1],true]"_s},
            {"keep(null)", u"1 null"_s},
+           {"keep(typed('4,0.1'))", u"4,0.1 0.1"_s},
            {"keep(typed('6,12.5'))", u"6,12.5 12.5"_s},
            {"typeof item.Value", u"number"_s},
            {"keep(typed('8204,{0},{1}'))", u"8204,{0},{1} [null,null]"_s},
