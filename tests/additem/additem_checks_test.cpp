@@ -51,7 +51,7 @@ TEST_F(AddItemChecks, NumbersAreNormalizedAndOtherTextsTrimmedWithoutAMessage)
     const QStringList singles = {u"txtItem_2"_s, u"txtItem_3"_s, u"txtItem_4"_s, u"txtItem_5"_s};
     const QStringList texts = {u"txtDesc"_s,      u"txtInitValue"_s, u"txtLinkItem"_s, u"txtObjName"_s,
                                u"txtObjOption"_s, u"txtOption"_s,    u"txtVarName"_s};
-    const QString odd = u" \t1 \\#$:! x  "_s;
+    const QString odd = u" \t1 \\#$:! "_s + QString(40'000, u'x') + u"  "_s;
     struct
     {
         QStringList Fields;

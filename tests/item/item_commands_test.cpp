@@ -49,16 +49,20 @@ TEST_F(ItemCommands, AreAnnouncedAndAFailedOneChangesNothing)
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 
-TEST_F(ItemCommands, GetShowsWhatCannotBeEnteredButNothingTooLong)
+TEST_F(ItemCommands, GetShowsLongTextsAndUnknownTypesButNothingTooLong)
 {
     Open();
+    Item().Value = Variant(QString(1'000'000, u'x'));
+    Press("cmdGet");
+    EXPECT_EQ(Text("txtValue").size(), 1'000'000);
     Item().Value = Variant(qint8{-1});
     Press("cmdGet");
     EXPECT_EQ(Entry(), u"(Unknown) -1"_s);
     Item().Value = Variant(QString(3'000'000, u'x'));
     Press("cmdGet");
     EXPECT_EQ(Entry(), u"(Unknown) -1"_s) << "stays";
-    EXPECT_EQ(TakeLog(), GetLog + GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
+    EXPECT_EQ(TakeLog(),
+              GetLog + GetLog + GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
 }
 
 TEST_F(ItemCommands, GetReadsElementIndexesFromText)
