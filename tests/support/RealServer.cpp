@@ -78,8 +78,7 @@ void RealServer::Kill()
 int RealServer::Terminate()
 {
     Signal(SIGTERM);
-    m_Process.waitForFinished();
-    return m_Process.exitCode();
+    return m_Process.waitForFinished() ? m_Process.exitCode() : -1;
 }
 
 void RealServer::Suspend()

@@ -24,7 +24,7 @@ public:
     void Start(const QStringList& arguments = {});
     /// Ends it as a crash would.
     void Kill();
-    /// Ends it as an administrator would; returns its exit code.
+    /// Ends it as an administrator would; returns its exit code, -1 when it does not end within 30 seconds.
     int Terminate();
     void Suspend();
     void Resume();

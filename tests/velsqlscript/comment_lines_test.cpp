@@ -15,6 +15,7 @@ TEST(CommentLines, AreEmptiedWhereTheyAreNoText)
         {"a = \"`\" + '`' + '\\'`'\n'gone", "a = \"`\" + '`' + '\\'`'\n"},
         {"a = 'b\\\n'\n'gone", "a = 'b\\\n'\n"},
         {"a = /[/`]'/.test(b) / 2\n'gone", "a = /[/`]'/.test(b) / 2\n"},
+        {"a = /[/]/.test(`\n'kept`)", "a = /[/]/.test(`\n'kept`)"},
         {"return /`/\n'gone", "return /`/\n"},
         {"a = b / c; d = `/\n'kept`", "a = b / c; d = `/\n'kept`"},
         {"a = 'not closed\n'gone", "a = 'not closed\n"},
