@@ -11,7 +11,6 @@
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QTextDocumentFragment>
-#include <QTextEdit>
 
 namespace modMain {
 
@@ -24,12 +23,11 @@ struct EditBox
         : Line(qobject_cast<QLineEdit*>(const_cast<QWidget*>(widget)))
         , Log(qobject_cast<LogPane*>(const_cast<QWidget*>(widget)))
         , Plain(qobject_cast<QPlainTextEdit*>(const_cast<QWidget*>(widget)))
-        , Rich(qobject_cast<QTextEdit*>(const_cast<QWidget*>(widget)))
     {
         if (Log) Log->ShowAppended();
     }
 
-    QTextCursor Cursor() const { return Plain ? Plain->textCursor() : Rich ? Rich->textCursor() : QTextCursor(); }
+    QTextCursor Cursor() const { return Plain ? Plain->textCursor() : QTextCursor(); }
 
     bool HasSelection() const { return Line ? Line->hasSelectedText() : Cursor().hasSelection(); }
 
@@ -39,10 +37,7 @@ struct EditBox
         return Log ? Log->SelectedText() : Cursor().selection().toPlainText();
     }
 
-    bool IsReadOnly() const
-    {
-        return Line ? Line->isReadOnly() : Plain ? Plain->isReadOnly() : !Rich || Rich->isReadOnly();
-    }
+    bool IsReadOnly() const { return Line ? Line->isReadOnly() : !Plain || Plain->isReadOnly(); }
 
     void ReplaceSelection(const QString& text) const
     {
@@ -55,13 +50,11 @@ struct EditBox
     {
         if (Line) Line->clear();
         else if (Plain) Plain->clear();
-        else if (Rich) Rich->clear();
     }
 
     QLineEdit* Line;
     LogPane* Log;
     QPlainTextEdit* Plain;
-    QTextEdit* Rich;
 };
 
 } // namespace
@@ -111,7 +104,7 @@ void CopyCellToClipboard(const QAbstractItemView* grid)
 bool IsEditBox(const QWidget* widget)
 {
     const EditBox box(widget);
-    return box.Line || box.Plain || box.Rich;
+    return box.Line || box.Plain;
 }
 
 bool HasSelection(const QWidget* editBox)

@@ -29,8 +29,7 @@ void SelectAllText(QLineEdit* box);
 /// Puts the current cell's text on the clipboard; errors are ignored.
 void CopyCellToClipboard(const QAbstractItemView* grid);
 
-/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit, QPlainTextEdit or QTextEdit, also the
-/// editor inside a combo or spin box.
+/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit or QPlainTextEdit.
 bool IsEditBox(const QWidget* widget);
 bool HasSelection(const QWidget* editBox);
 /// Whether the operator cannot change the text: read-only or disabled.

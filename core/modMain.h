@@ -23,7 +23,7 @@ extern TreeNodeRef HistoryNode;
 extern ScriptHostRef ScriptTool;
 /// Number of the next log line; only ever increases.
 extern qint32 LogLineCount;
-/// Target of cut, copy and paste: a QLineEdit, QPlainTextEdit or QTextEdit, or none.
+/// Target of cut, copy and paste: a QLineEdit or QPlainTextEdit, or none.
 extern QPointer<QWidget> ActiveEditBox;
 
 /// The main window announces itself here while it lives.

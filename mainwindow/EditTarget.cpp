@@ -22,12 +22,7 @@ void EditTarget::FollowFocus()
 
 QWidget* EditTarget::EditBoxOf(QWidget* widget) const
 {
-    if (!IsOfConsole(widget)) return nullptr;
-    if (modMain::IsEditBox(widget)) return widget;
-    for (QLineEdit* editor : widget->findChildren<QLineEdit*>(Qt::FindDirectChildrenOnly)) {
-        if (editor->focusProxy() == widget) return editor;
-    }
-    return nullptr;
+    return IsOfConsole(widget) && modMain::IsEditBox(widget) ? widget : nullptr;
 }
 
 /// Whether it stands in the main window or in a dialog of it.

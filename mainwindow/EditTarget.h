@@ -19,7 +19,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    /// The text box that `widget` is or types into (combo and spin boxes lend their focus to one); or none.
+    /// `widget` when it is a text box of the console; or none.
     QWidget* EditBoxOf(QWidget* widget) const;
     bool IsOfConsole(const QWidget* widget) const;
     void FocusChanged(QWidget* before, QWidget* now);
