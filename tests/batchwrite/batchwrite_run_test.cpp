@@ -1,10 +1,12 @@
-#include "core/modMain.h"
 #include "tests/batchwrite/BatchWindow.h"
 
-#include <QElapsedTimer>
-#include <QLabel>
-#include <QTest>
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QFileDialog>
 #include <QTimer>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -15,67 +17,61 @@ QStringList LineCalls(const QString& item, const QString& value)
     return {u"Controller(PLC1).get_Item(%1)"_s.arg(item), u"Item(%1).put_Value(%2)"_s.arg(item, value)};
 }
 
-struct PaintCount : QObject
+class BatchRun : public BatchWindow
 {
-    bool eventFilter(QObject*, QEvent* event) override
+protected:
+    /// Presses "..." and answers the dialog.
+    template <typename Answer>
+    void Choose(Answer answer)
     {
-        if (event->type() == QEvent::Paint) ++Count;
-        return false;
+        QTimer::singleShot(0, qApp, [answer] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_TRUE(dialog);
+            answer(*dialog);
+        });
+        Press("cmdOpen");
     }
-    int Count = 0;
 };
 
 } // namespace
 
-TEST_F(BatchWindow, WritesLineByLine)
+TEST_F(BatchRun, WritesLineByLine)
 {
     EnterFile("D100,3,-7\r\nD200,8,a,b, \"c\" \nD100,0\nD100,1\r\nD200,8,");
     Run();
     EXPECT_EQ(TakeCalls(), QStringList(Look) + LineCalls(u"D100"_s, u"3,-7"_s) +
                                LineCalls(u"D200"_s, u"8,a,b, \"c\" "_s) + LineCalls(u"D100"_s, u"0,"_s) +
                                LineCalls(u"D100"_s, u"1"_s) + LineCalls(u"D200"_s, u"8,"_s));
-    EXPECT_EQ(TakeLog(),
-              LineLog(u"D100"_s) + LineLog(u"D200"_s) + LineLog(u"D100"_s) + LineLog(u"D100"_s) + LineLog(u"D200"_s));
-    EXPECT_TRUE(m_Main->m_StatusTexts.contains(u"put_Value..."_s));
-    EXPECT_EQ(m_Main->Status(), u"Ready."_s);
+    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + LineLog(u"D200"_s) + LineLog(u"D100"_s, 2) + LineLog(u"D200"_s));
+    EXPECT_EQ(TakeStatus().last(2), QStringList({u"put_Value..."_s, u"Ready."_s}));
     EXPECT_EQ(m_Server.m_LiveObjects, 1); // the engine
 }
 
-TEST_F(BatchWindow, AFaultyLineEndsTheRunWithItsDescription)
+TEST_F(BatchRun, AFaultyLineEndsTheRunWithItsDescription)
 {
-    const QString cut = u"Invalid procedure call or argument"_s;
+    const QString noComma = u"Invalid procedure call or argument"_s;
     const struct
     {
-        const char* Title;
         QByteArray Line;
         QStringList Log;
         int Calls; ///< in the faulty line
     } rows[] = {
-        {"no comma", "Item1", {cut}, 0},
-        {"blank", "", {cut}, 0},
-        {"only a comma", ",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}, 1},
-        {"unknown item", "D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}, 1},
-        {"unknown type code", "D100,99,1", {u"Calling Item(D100):put_Value..."_s, {}}, 1},
-        {"text that does not fit", "D100,3,x", {u"Calling Item(D100):put_Value..."_s, {}}, 1},
-        {"binary", QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {cut}, 0},
+        {"Item1", {noComma}, 0},
+        {"", {noComma}, 0},
+        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma}, 0},
+        {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}, 1},
+        {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}, 1},
+        {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}, 1},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.Title);
         EnterFile("D100,3,1\n" + row.Line + "\nD100,3,2\n");
         Run();
         EXPECT_EQ(TakeCalls().size(), 3 + row.Calls);
-        QStringList log = TakeLog();
-        QStringList expected = LineLog(u"D100"_s) + row.Log;
-        if (expected.constLast().isNull()) { // the converter's own words
-            EXPECT_FALSE(log.constLast().isEmpty());
-            expected.last() = log.value(log.size() - 1);
-        }
-        EXPECT_EQ(log, expected);
-        EXPECT_EQ(m_Server.m_LiveObjects, 1);
+        EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + row.Log);
     }
 }
 
-TEST_F(BatchWindow, AFailingCallEndsTheRunWithTheServersDescription)
+TEST_F(BatchRun, AFailingCallEndsTheRunWithTheServersDescription)
 {
     EnterFile("D100,3,1\nD200,8,x\n");
     for (int call = 1; call <= 5; ++call) {
@@ -87,136 +83,56 @@ TEST_F(BatchWindow, AFailingCallEndsTheRunWithTheServersDescription)
         EXPECT_EQ(TakeLog(),
                   whole.first(call == 1 ? 0 : (call - 2) / 2 * 2 + 1) + QStringList({u"refused"_s, u"<b>here</b>"_s}));
         EXPECT_EQ(m_Server.m_LiveObjects, 1);
-        EXPECT_EQ(m_Main->Status(), u"Ready."_s);
+        EXPECT_EQ(m_Main.Status(), u"Ready."_s);
     }
 }
 
-TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribed)
+TEST_F(BatchRun, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
 {
-    m_Form->SetTargetController(u"PLC9"_s);
-    EnterFile("D100,3,1");
-    Run();
-    EXPECT_EQ(TakeLog(), QStringList({u"Controller not found: PLC9"_s}));
-    TakeCalls();
-    for (const QString& path : {m_Folder.filePath(u"none.txt"_s), m_Folder.path(), u"/dev/zero"_s}) {
-        Filename().setText(path);
+    const QString pipe = m_Folder.filePath(u"pipe"_s);
+    ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+    for (const QString& path : {m_Folder.filePath(u"none.txt"_s), m_Folder.path(), u"/dev/zero"_s, pipe}) {
+        Type("txtFilename", path);
         Run();
-        EXPECT_EQ(TakeCalls(), QStringList());
         const QStringList log = TakeLog();
         EXPECT_EQ(log.size(), 1);
         EXPECT_TRUE(log.value(0).startsWith(u"The file cannot be read: "_s + path)) << log.value(0).toStdString();
     }
-    Filename().clear();
+    Type("txtFilename", {});
     Run();
-    m_Form->SetTargetController(u"PLC1"_s);
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
     EnterFile("");
     Run();
-    EXPECT_EQ(TakeCalls(), QStringList({Look}));
-    EXPECT_EQ(TakeLog(), QStringList());
-}
-
-TEST_F(BatchWindow, StopEndsTheRunAfterTheLine)
-{
-    EnterFile(QByteArray("D100,3,1\n").repeated(5));
-    BetweenLines([this] { Control("cmdStop").click(); });
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList(Look));
+    m_Form->SetTargetController(u"PLC9"_s);
     Run();
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s));
-    Run(); // starts anew
-    EXPECT_EQ(TakeLog().size(), 10);
+    EXPECT_EQ(TakeLog(), QStringList({u"Controller not found: PLC9"_s}));
 }
 
-TEST_F(BatchWindow, ARunInsideARunFinishesFirst)
+TEST_F(BatchRun, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
 {
-    const QByteArray outer = "D100,3,1\nD100,3,2\n";
-    const QByteArray inner = "D200,8,a\nD200,8,b\n";
-    for (const bool stops : {false, true}) {
-        EnterFile(outer);
-        BetweenLines([&] {
-            EnterFile(inner);
-            if (stops) BetweenLines([this] { Control("cmdStop").click(); });
-            Run();
-        });
-        Run();
-        const QStringList first = LineLog(u"D100"_s);
-        const QStringList nested = LineLog(u"D200"_s);
-        EXPECT_EQ(TakeLog(), stops ? first + nested : first + nested + nested + first);
-        EXPECT_EQ(m_Server.m_LiveObjects, 1);
-    }
-}
-
-TEST_F(BatchWindow, RunsNestEightDeepAndNoDeeper)
-{
-    EnterFile("D100,3,1\n");
-    int presses = 0;
-    std::function<void()> press = [&] {
-        ++presses;
-        if (presses < 20) BetweenLines(press);
-        Run();
-    };
-    press();
-    EXPECT_EQ(TakeLog().size(), 2 * frmBatchWrite::DeepestRun);
-    while (presses < 20) QCoreApplication::processEvents();
-}
-
-TEST_F(BatchWindow, ClosingDuringARunEndsItSafely)
-{
-    EnterFile(QByteArray("D100,3,1\n").repeated(5));
-    BetweenLines([this] { m_Form->HideForm(); });
-    Run();
-    EXPECT_EQ(TakeLog().size(), 10); // hidden, it goes on
-    BetweenLines([this] { BetweenLines([this] { ChildWindow::UnloadAll(); }), Run(); });
-    Run();
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + LineLog(u"D100"_s));
-    EXPECT_EQ(m_Server.m_LiveObjects, 1);
-    m_Form = ChildWindow::Open<frmBatchWrite>(TreeNodeRef());
-    m_Form->SetTargetController(u"PLC1"_s);
-    EnterFile(QByteArray("D100,3,1\n").repeated(5));
-    TakeCalls();
-    BetweenLines([this] { BetweenLines([this] { m_Main.reset(); }), Run(); });
-    Run();
-    EXPECT_FALSE(m_Form);
-    EXPECT_EQ(TakeCalls().size(), 6);
-    EXPECT_EQ(m_Server.m_LiveObjects, 0);
-}
-
-TEST_F(BatchWindow, WhatStandsWhileTheRunWaitsIsPainted)
-{
-    EnterFile("D100,3,1\n");
-    PaintCount paints;
-    BetweenLines([&] {
-        QLabel box(u"a"_s); // as a message box that another window opens
-        box.installEventFilter(&paints);
-        box.show();
-        QTest::qWait(50);
-        for (const QString& text : {u"b"_s, u"c"_s}) {
-            paints.Count = 0;
-            box.setText(text);
-            QTest::qWait(1);
-        }
-        QTest::qWait(100);
+    EnterFile("D100,3,1");
+    const QString path = Text("txtFilename");
+    QFile::copy(path, m_Folder.filePath(u"list.csv"_s));
+    Type("txtFilename", u"old"_s);
+    Choose([](QFileDialog& dialog) {
+        EXPECT_EQ(dialog.directory().absolutePath(), QCoreApplication::applicationDirPath());
+        EXPECT_EQ(dialog.findChild<QComboBox*>(u"fileTypeCombo"_s)->currentText(), u"テキスト(*.txt),*.txt"_s);
+        dialog.reject();
     });
-    Run();
-    EXPECT_EQ(paints.Count, 1);
+    EXPECT_EQ(Text("txtFilename"), u"old"_s);
+    Choose([&](QFileDialog& dialog) {
+        dialog.setDirectory(m_Folder.path());
+        auto& files = *dialog.findChild<QAbstractItemView*>(u"listView"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return files.model()->rowCount(files.rootIndex()) == 1; }, 10'000));
+        dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(u"list"_s); // the extension is added
+        static_cast<QDialog&>(dialog).accept();
+    });
+    EXPECT_EQ(Text("txtFilename"), path);
 }
 
-TEST_F(BatchWindow, PaintsAtMostOnceAFrameWhileEventsAreServed)
+TEST_F(BatchRun, TheTitleNamesTheControllerAsItIs)
 {
-    PaintCount paints;
-    m_Main->Widget()->show();
-    QTest::qWait(50);
-    m_Main->Log().viewport()->installEventFilter(&paints);
-    EnterFile(QByteArray("D100,3,1\n").repeated(2000));
-    int ticks = 0;
-    QTimer other;
-    QObject::connect(&other, &QTimer::timeout, &other, [&] { ++ticks; });
-    other.start(1);
-    QElapsedTimer running;
-    running.start();
-    Run();
-    const auto frames = static_cast<int>(running.elapsed() / 16 + 2);
-    EXPECT_LE(paints.Count, frames);
-    EXPECT_GE(paints.Count, frames / 4);
-    EXPECT_GE(ticks, frames);
-    const int during = paints.Count;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > during; }, 1000)); // the last lines
+    m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
+    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
 }

@@ -1,10 +1,5 @@
-#include "core/ListBox.h"
-#include "core/modMain.h"
 #include "tests/perfcheck/PerfChkDialog.h"
 
-#include <QApplication>
-#include <QGroupBox>
-#include <QLabel>
 #include <QToolButton>
 
 namespace {
@@ -12,33 +7,16 @@ namespace {
 class PerfChkRules : public PerfChkDialog
 {
 protected:
-    void Show()
+    PerfChkRules()
     {
-        m_Main->Widget()->show();
+        m_Main.Widget()->show();
         m_Form->show();
         m_Form->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form));
+        EXPECT_TRUE(QTest::qWaitForWindowActive(m_Form));
     }
 };
 
 } // namespace
-
-TEST_F(PerfChkRules, CaptionsAreLiteral)
-{
-    QStringList captions = {m_Form->windowTitle(), Control<QGroupBox>(u"fraPattern"_s).title(),
-                            Control<QGroupBox>(u"fraReadWrite"_s).title(), Control<QLabel>(u"lblValue"_s).text()};
-    for (const QString& name : Enabled() + QStringList({u"chkDataCheck"_s, u"cmdStop"_s})) {
-        if (const auto* button = m_Form->findChild<QAbstractButton*>(name)) captions << button->text();
-    }
-    const auto* header = Control<QTreeWidget>(u"lvResult"_s).headerItem();
-    for (int column = 0; column < header->columnCount(); ++column) captions << header->text(column);
-    EXPECT_EQ(
-        captions.join(u'|'),
-        u"Performance Check|Check Pattern|Read / Write|Value : |Time(H:M):|No. Times:|Infinite|Read|Write|Write&&Read|"
-        "Ignore Error|OutputDebugString value|St&art|&Clear|E&xit|CheckData|St&op|"
-        "Action|Time|Time Required (ms)|Value"_s);
-    EXPECT_EQ(Control<ListBox>(u"cmbValueType"_s).currentText(), u"BSTR"_s);
-}
 
 TEST_F(PerfChkRules, EnablesWhatPatternAndModeNeed)
 {
@@ -47,15 +25,16 @@ TEST_F(PerfChkRules, EnablesWhatPatternAndModeNeed)
     const QString patterns[] = {u"txtHour lblTimeDelimiter txtMinute optPattern_1 "_s,
                                 u"optPattern_1 txtPatternCount udPatternCount "_s, u"optPattern_1 "_s};
     const QString value = u"lblValue cmbValueType txtValue "_s;
-    const QString modes[] = {QString(), value, value + u"chkDataCheck "_s};
+    const QString modes[] = {{}, value, value + u"chkDataCheck "_s};
+    EXPECT_EQ(List("cmbValueType").currentText(), u"BSTR"_s);
     for (int pattern : {1, 0, 2}) {
         ChoosePattern(pattern);
         for (int mode : {0, 1, 2}) {
             ChooseMode(mode);
             for (const QString& type : {u"BSTR"_s, u"(Unknown)"_s}) {
-                ChooseType(type);
+                Choose("cmbValueType", type);
                 const QString start = mode != 0 && type == u"(Unknown)" ? QString() : u"cmdStart "_s;
-                EXPECT_EQ(Enabled(), always.arg(patterns[pattern], modes[mode], start).split(u' '));
+                EXPECT_EQ(Enabled(), always.arg(patterns[pattern], modes[mode], start));
             }
         }
     }
@@ -63,9 +42,9 @@ TEST_F(PerfChkRules, EnablesWhatPatternAndModeNeed)
 
 TEST_F(PerfChkRules, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
 {
-    const QString hour = u"Input the integer of 0 to 500 into the hour."_s;
-    const QString minute = u"Input the integer of 0 to 59 into the minute."_s;
-    const QString count = u"Input the integer of 1 to 65535 into the number of times."_s;
+    const QString hour = u"2 Input the integer of 0 to 500 into the hour."_s;
+    const QString minute = u"2 Input the integer of 0 to 59 into the minute."_s;
+    const QString count = u"2 Input the integer of 1 to 65535 into the number of times."_s;
     const struct
     {
         int Pattern;
@@ -77,23 +56,22 @@ TEST_F(PerfChkRules, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
                 {0, "txtHour", u"3000000000"_s, u"3000000000"_s, hour},
                 {0, "txtMinute", u"2.5"_s, u"2"_s, {}},
                 {0, "txtMinute", u"60"_s, u"60"_s, minute},
-                {0, "txtMinute", QString(), QString(), minute},
+                {0, "txtMinute", {}, {}, minute},
                 {1, "txtPatternCount", u" 007 "_s, u"7"_s, {}},
                 {1, "txtPatternCount", u"0"_s, u"0"_s, count},
                 {1, "txtPatternCount", u"65535"_s, u"65535"_s, {}},
                 {1, "txtPatternCount", u"65536"_s, u"65536"_s, count},
                 {1, "txtPatternCount", u"ten"_s, u"ten"_s, count}};
-    Show();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Name + row.Pasted.toStdString());
         ChoosePattern(row.Pattern);
-        QLineEdit& field = Field(row.Name);
+        QLineEdit& field = Box(row.Name);
         field.setFocus();
         field.setText(row.Pasted);
-        QTest::mouseClick(&Button("cmdClear"), Qt::LeftButton);
+        QTest::mouseClick(&Control<QPushButton>("cmdClear"), Qt::LeftButton);
         const bool refused = !row.Box.isNull();
         EXPECT_EQ(field.text(), row.Left);
-        EXPECT_EQ(std::exchange(m_Boxes, {}), refused ? QStringList(row.Box) : QStringList());
+        EXPECT_EQ(TakeBoxes(), refused ? QStringList(row.Box) : QStringList());
         EXPECT_EQ(field.hasFocus(), refused);
         EXPECT_EQ(field.selectedText(), refused ? row.Left : QString());
         field.setText(u"1"_s);
@@ -102,14 +80,12 @@ TEST_F(PerfChkRules, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
 
 TEST_F(PerfChkRules, TakesTypedDigitsOnlyAndCountsWithTheArrows)
 {
-    Show();
-    QLineEdit& field = Field("txtPatternCount");
+    QLineEdit& field = Box("txtPatternCount");
     field.clear();
     field.setFocus();
     QTest::keyClicks(&field, u"-1a2.e"_s);
     EXPECT_EQ(field.text(), u"12"_s);
-    const auto arrows = Control<QWidget>(u"udPatternCount"_s).findChildren<QToolButton*>();
-    ASSERT_EQ(arrows.size(), 2);
+    const auto arrows = Control<QWidget>("udPatternCount").findChildren<QToolButton*>();
     const struct
     {
         QString Text;
@@ -119,7 +95,7 @@ TEST_F(PerfChkRules, TakesTypedDigitsOnlyAndCountsWithTheArrows)
                 {u"1"_s, 1, u"1"_s},   {u"99999"_s, 1, u"65534"_s}, {u"abc"_s, 0, u"2"_s}};
     for (const auto& row : rows) {
         field.setText(row.Text);
-        arrows[row.Arrow]->click();
+        arrows.at(row.Arrow)->click();
         EXPECT_EQ(field.text(), row.Counted);
     }
     QTest::keyClick(&field, Qt::Key_Up);

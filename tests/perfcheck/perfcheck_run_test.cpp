@@ -1,15 +1,11 @@
-#include "core/modMain.h"
 #include "tests/perfcheck/PerfChkDialog.h"
 
 namespace {
 
 const QString Start = u"START|03/07 14:05:09.042| | "_s;
-const QString Failed = u"ERROR OCCURED!|||"_s;
+const QString Failed = u"ERROR OCCURED!|||"_s; // spelled so: meant
 const QString Put = u"put_Value(3,7)"_s;
 const QString Get = u"get_Value()"_s;
-const QString WriteFailed = u"'IVelSQLItem->put_Value' is failed."_s;
-const QString ReadFailed = u"'IVelSQLItem->get_Value' is failed."_s;
-const QString Different = u"Write data and read data are different."_s;
 
 QString End(const QString& milliseconds, const QString& value = {})
 {
@@ -22,9 +18,9 @@ protected:
     void ChooseSeven(int mode, int count)
     {
         ChooseMode(mode);
-        ChooseType(u"I4"_s);
-        Field("txtValue").setText(u"7"_s);
-        Field("txtPatternCount").setText(QString::number(count));
+        Choose("cmbValueType", u"I4"_s);
+        Type("txtValue", u"7"_s);
+        Type("txtPatternCount", QString::number(count));
     }
 };
 
@@ -37,23 +33,30 @@ TEST_F(PerfChkRun, CallsWhatTheModeSaysAndNothingElse)
         int Mode;
         QStringList Calls;
         QString Value;
-    } rows[] = {{0, {Get, Get}, {}}, {1, {Put, Put}, u"7"_s}, {2, {Put, Get, Put, Get}, u"7"_s}};
+        QStringList DebugStrings;
+    } rows[] = {{0, {Get, Get}, {}, {u"3,25"_s, u"3,25"_s}},
+                {1, {Put, Put}, u"7"_s, {}},
+                {2, {Put, Get, Put, Get}, u"7"_s, {u"3,7"_s, u"3,7"_s}}};
+    Tick("chkOutput");
+    Tick("chkDataCheck"); // means something in mode 2 only
     for (const auto& row : rows) {
         ChooseSeven(row.Mode, 2);
         m_Ticks = {1000, 1250};
+        TakeStatus();
         Run();
         EXPECT_EQ(TakeCalls(), row.Calls);
-        EXPECT_EQ(Rows(), QStringList({Start, End(u"250"_s, row.Value)}));
-        Button("cmdClear").click();
-        EXPECT_EQ(Rows(), QStringList());
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"250"_s, row.Value)}));
+        EXPECT_EQ(std::exchange(m_DebugStrings, {}), row.DebugStrings);
+        EXPECT_EQ(TakeStatus(), QStringList({u"Runnning performance check..."_s, u""_s})); // spelled so: meant
     }
-    EXPECT_EQ(m_Main->LogMessages(), QStringList()); // the check is never announced
-    EXPECT_EQ(m_Main->m_StatusTexts.first(2), QStringList({u"Runnning performance check..."_s, u""_s}));
-    EXPECT_EQ(m_Boxes, QStringList());
+    EXPECT_EQ(TakeBoxes() + TakeLog(), QStringList()); // the check is never announced
 }
 
 TEST_F(PerfChkRun, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
 {
+    const QString write = u"2 'IVelSQLItem->put_Value' is failed."_s;
+    const QString read = u"2 'IVelSQLItem->get_Value' is failed."_s;
+    const QString different = u"2 Write data and read data are different."_s;
     const struct
     {
         const char* Title;
@@ -63,41 +66,28 @@ TEST_F(PerfChkRun, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
         QStringList Calls;
         QString Box;
     } rows[] = {
-        {"write", 1, false, false, 1, {Put}, WriteFailed},
-        {"read", 0, false, false, 2, {Get, Get}, ReadFailed},
-        {"write before read", 2, false, false, 3, {Put, Get, Put}, WriteFailed},
-        {"read after write", 2, false, true, 2, {Put, Get}, ReadFailed},
-        {"ignored write, the cycle goes on with the read", 2, true, false, 1, {Put, Get, Put, Get}, WriteFailed},
-        {"ignored read: nothing to compare", 2, true, true, 2, {Put, Get, Put, Get}, ReadFailed},
-        {"ignored write: what is read is older", 2, true, true, 1, {Put, Get}, Different},
+        {"write", 1, false, false, 1, {Put}, write},
+        {"read", 0, false, false, 2, {Get, Get}, read},
+        {"write before read", 2, false, false, 3, {Put, Get, Put}, write},
+        {"read after write", 2, false, true, 2, {Put, Get}, read},
+        {"ignored write, the cycle goes on with the read", 2, true, false, 1, {Put, Get, Put, Get}, write},
+        {"ignored read: nothing to compare", 2, true, true, 2, {Put, Get, Put, Get}, read},
+        {"ignored write: what is read is older", 2, true, true, 1, {Put, Get}, different},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Title);
         Item().Value = Variant(u"older"_s);
         ChooseSeven(row.Mode, 2);
-        Control<QAbstractButton>(u"chkIgnore"_s).setChecked(row.Ignores);
-        Control<QAbstractButton>(u"chkDataCheck"_s).setChecked(row.Checks);
+        Tick("chkIgnore", row.Ignores);
+        Tick("chkDataCheck", row.Checks);
         m_Server.FailCall(row.FailAt, u"refused"_s);
         Run();
         EXPECT_EQ(TakeCalls(), row.Calls);
-        EXPECT_EQ(Rows(), QStringList({Start, Failed}));
-        EXPECT_EQ(std::exchange(m_Boxes, {}), QStringList({row.Box}));
-        EXPECT_EQ(m_Main->Status(), QString());
-        Button("cmdClear").click();
+        EXPECT_EQ(TakeRows(), QStringList({Start, Failed}));
+        EXPECT_EQ(TakeBoxes(), QStringList({row.Box}));
+        EXPECT_EQ(TakeStatus().constLast(), QString());
     }
-    EXPECT_EQ(m_Main->LogMessages(), QStringList());
-}
-
-TEST_F(PerfChkRun, TheDataCheckComparesByValueAndOnlyWhereBothIsDone)
-{
-    ChooseSeven(2, 1);
-    Tick(u"chkDataCheck"_s);
-    Run();
-    EXPECT_EQ(Rows(), QStringList({Start, End(u"0"_s, u"7"_s)}));
-    ChooseMode(0); // the tick stays, without meaning
-    Run();
-    EXPECT_EQ(Rows().size(), 4);
-    EXPECT_EQ(m_Boxes, QStringList());
+    EXPECT_EQ(TakeLog(), QStringList());
 }
 
 TEST_F(PerfChkRun, TimedRunsFollowTheTickCounterAcrossItsWrap)
@@ -118,97 +108,70 @@ TEST_F(PerfChkRun, TimedRunsFollowTheTickCounterAcrossItsWrap)
     ChoosePattern(0);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Title);
-        Field("txtHour").setText(row.Hour);
-        Field("txtMinute").setText(row.Minute);
+        Type("txtHour", row.Hour);
+        Type("txtMinute", row.Minute);
         m_Ticks = row.Ticks;
         Run();
         EXPECT_EQ(TakeCalls().size(), row.Cycles);
-        EXPECT_EQ(Rows(), QStringList({Start, End(row.Elapsed)}));
-        Button("cmdClear").click();
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(row.Elapsed)}));
     }
 }
 
-TEST_F(PerfChkRun, StopEndsEveryPatternAfterTheCycle)
+TEST_F(PerfChkRun, OnlyStopWorksWhileRunningAndEndsEveryPatternAfterTheCycle)
 {
-    Field("txtPatternCount").setText(u"65535"_s);
+    m_Form->show();
+    ChooseSeven(0, 65535);
+    Type("txtHour", u"1"_s);
     for (int pattern = 0; pattern < 3; ++pattern) {
         ChoosePattern(pattern);
-        InTheCycle([this] { Button("cmdStop").click(); });
+        const QString before = Enabled();
+        InTheCycle([&] {
+            EXPECT_EQ(Enabled(), u"cmdStop"_s);
+            m_Form->close();
+            QTest::keyClick(m_Form, Qt::Key_Escape);
+            EXPECT_TRUE(m_Form->isVisible());
+            Press("cmdStop");
+        });
         Run();
+        EXPECT_EQ(Enabled(), before);
         EXPECT_EQ(TakeCalls(), QStringList({Get}));
-        EXPECT_EQ(Rows(), QStringList({Start, End(u"0"_s)}));
-        Button("cmdClear").click();
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"0"_s)}));
     }
-}
-
-TEST_F(PerfChkRun, OnlyStopWorksWhileRunning)
-{
-    ChooseSeven(2, 1);
-    Tick(u"chkDataCheck"_s);
-    const QStringList before = Enabled();
-    m_Form->show();
-    QStringList during;
-    InTheCycle([&] {
-        during = Enabled();
-        m_Form->close();
-        QTest::keyClick(m_Form, Qt::Key_Escape);
-        EXPECT_TRUE(m_Form->isVisible());
-    });
-    Run();
-    EXPECT_EQ(during, QStringList({u"cmdStop"_s}));
-    EXPECT_EQ(Enabled(), before);
-    Button("cmdExit").click();
+    Press("cmdExit");
     EXPECT_FALSE(m_Form->isVisible());
 }
 
 TEST_F(PerfChkRun, ARefusedEntryIsLoggedAndNothingRuns)
 {
     ChooseSeven(1, 1);
-    Field("txtValue").setText(u"seven"_s);
-    const QStringList before = Enabled();
+    Type("txtValue", u"seven"_s);
+    const QString before = Enabled();
     Run();
-    EXPECT_EQ(m_Main->LogMessages().size(), 1);
-    EXPECT_EQ(m_Main->Status(), u"Ready."_s);
     ChooseMode(0);
-    Field("txtPatternCount").setText(u"many"_s);
+    Type("txtPatternCount", u"many"_s);
     Run();
-    EXPECT_EQ(m_Main->LogMessages().constLast(), u"Type mismatch"_s);
-    EXPECT_EQ(TakeCalls(), QStringList());
-    EXPECT_EQ(Rows(), QStringList());
+    EXPECT_EQ(TakeLog(), QStringList({u"VT_I4: \"seven\" is not a number"_s, u"Type mismatch"_s}));
+    EXPECT_EQ(TakeCalls() + TakeRows(), QStringList());
     ChooseMode(1);
     EXPECT_EQ(Enabled(), before);
 }
 
-TEST_F(PerfChkRun, ReadValuesGoToTheDebugOutputAsTypedText)
+TEST_F(PerfChkRun, TheLoopEndsSilentlyWhenTheDialogGoesAndThePriorityIsNormalAgain)
 {
-    ChooseSeven(2, 2);
-    Tick(u"chkOutput"_s);
-    Run();
-    EXPECT_EQ(m_DebugStrings, QStringList({u"3,7"_s, u"3,7"_s}));
-}
-
-TEST_F(PerfChkRun, HighPriorityLastsAsLongAsTheDialog)
-{
-    EXPECT_EQ(m_Priorities, QList<quint32>({128}));
-    Run();
-    delete m_Form.data();
-    EXPECT_EQ(m_Priorities, QList<quint32>({128, 32}));
-}
-
-TEST_F(PerfChkRun, TheLoopEndsWhenTheDialogOrTheMainWindowGoes)
-{
-    for (const bool failing : {false, true}) {
-        ChoosePattern(2);
-        Tick(u"chkIgnore"_s);
-        if (failing) m_Server.FailOperation(u"get_Value"_s, u"gone"_s);
+    ChoosePattern(2);
+    Tick("chkIgnore");
+    for (const QString& failure : {QString(), u"gone"_s}) {
+        m_Server.FailOperation(u"get_Value"_s, failure);
         InTheCycle([this] { m_Form->Unload(); });
         Run();
         EXPECT_EQ(TakeCalls(), QStringList({Get}));
+        EXPECT_EQ(TakeRows(), QStringList({Start}));
     }
-    InTheCycle([this] { m_Main.reset(); });
+    EXPECT_EQ(m_Priorities, QList<quint32>({128}));
+    InTheCycle([this] { delete m_Form.data(); });
     Run();
-    EXPECT_FALSE(m_Form);
     EXPECT_EQ(TakeCalls(), QStringList({Get}));
-    EXPECT_EQ(m_Boxes, QStringList());
-    EXPECT_EQ(m_Server.m_LiveObjects, 0);
+    EXPECT_EQ(TakeBoxes(), QStringList());
+    EXPECT_EQ(m_Priorities, QList<quint32>({128, 32}));
+    EXPECT_EQ(m_Server.m_LiveObjects, 1);
 }

@@ -3,7 +3,6 @@
 #include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
-#include "tests/support/FakeConverter.h"
 #include "tests/support/FakeServer.h"
 
 #include <QStringBuilder>
@@ -12,13 +11,22 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// The typed text where there is one, else code and "...".
+QString PlainText(const Variant& value)
+{
+    if (!value.IsArray()) return ToPlainText(value);
+    QStringList elements;
+    for (qsizetype i = 0; i < value.Array().Count(); ++i) elements << ToPlainText(value.Array().At(i));
+    return elements.join(u',');
+}
+
+/// The type code and the plain text, which is "..." where there is none.
 QString ArgumentText(const Variant& value)
 {
+    const QString code = QString::number(value.Type());
     try {
-        return FakeConverter().ValueToText(value, 0);
+        return value.IsNull() ? code : QString(code % u',' % PlainText(value));
     } catch (const ValueError&) {
-        return QString::number(value.Type()) % u",...";
+        return code % u",...";
     }
 }
 
@@ -33,9 +41,10 @@ template <typename Interface>
 class FakeObject : public Interface
 {
 public:
-    FakeObject(FakeServer& server, QString name)
+    FakeObject(FakeServer& server, const QString& kind, const QString& name = {})
         : m_Server(server)
-        , m_Name(std::move(name))
+        , m_Title(name.isNull() ? kind : QString(kind % u'(' % name % u')'))
+        , m_Name(name)
     {
         ++m_Server.m_LiveObjects;
     }
@@ -47,21 +56,21 @@ protected:
     {
         const QString name = QString::fromLatin1(operation);
         const QStringList texts{ArgumentText(arguments)...};
-        m_Server.Record(m_Name % u'.' % name % u'(' % texts.join(u", ") % u')', name);
+        m_Server.Record(m_Title % u'.' % name % u'(' % texts.join(u", ") % u')', name);
         return m_Server;
     }
 
     FakeServer& m_Server;
+    const QString m_Title;
     const QString m_Name;
 };
 
 class FakeItem : public FakeObject<VelSQLItem>
 {
 public:
-    FakeItem(FakeServer& server, QString controller, const QString& item)
-        : FakeObject(server, u"Item(" % item % u')')
-        , m_Controller(std::move(controller))
-        , m_Item(item)
+    FakeItem(FakeServer& server, const QString& controller, const QString& item)
+        : FakeObject(server, u"Item"_s, item)
+        , m_Controller(controller)
     {
     }
 
@@ -96,28 +105,27 @@ private:
     template <typename... Arguments>
     FakeServer::Item& Row(const char* operation, const Arguments&... arguments)
     {
-        return Called(operation, arguments...).FindItem(m_Controller, m_Item);
+        return Called(operation, arguments...).FindItem(m_Controller, m_Name);
     }
 
     const QString m_Controller;
-    const QString m_Item;
 };
 
+/// Listed with the server while it lives.
 class FakeSubscription : public EventSubscription
 {
 public:
-    FakeSubscription(FakeServer& server, const QString& controller, ControllerEvents& events)
+    FakeSubscription(FakeServer& server, const FakeServer::Subscriber& subscriber)
         : m_Server(server)
+        , m_Subscriber(subscriber)
     {
-        m_Server.m_Subscribers.append({controller, &events, this});
+        m_Server.m_Subscribers << m_Subscriber;
     }
-    ~FakeSubscription() override
-    {
-        erase_if(m_Server.m_Subscribers, [this](const auto& subscriber) { return subscriber.Subscription == this; });
-    }
+    ~FakeSubscription() override { m_Server.m_Subscribers.removeOne(m_Subscriber); }
 
 private:
     FakeServer& m_Server;
+    const FakeServer::Subscriber m_Subscriber;
 };
 
 Variant Names(const auto& rows)
@@ -130,17 +138,13 @@ Variant Names(const auto& rows)
 class FakeController : public FakeObject<VelSQLController>
 {
 public:
-    FakeController(FakeServer& server, const QString& controller)
-        : FakeObject(server, u"Controller(" % controller % u')')
-        , m_Controller(controller)
-    {
-    }
+    using FakeObject::FakeObject;
 
     ItemRef get_Item(const Variant& name) override
     {
         Row("get_Item", name.Get<QString>());
-        m_Server.FindItem(m_Controller, name.Get<QString>());
-        return std::make_shared<FakeItem>(m_Server, m_Controller, name.Get<QString>());
+        m_Server.FindItem(m_Name, name.Get<QString>());
+        return MakeFakeItem(m_Server, m_Name, name.Get<QString>());
     }
     void Start() override { Row("Start"); }
     void Stop() override { Row("Stop"); }
@@ -154,7 +158,7 @@ public:
     void RemoveItem(const QString& name) override
     {
         auto& items = Row("RemoveItem", name).Items;
-        items.removeAt(&m_Server.FindItem(m_Controller, name) - items.data());
+        items.removeAt(&m_Server.FindItem(m_Name, name) - items.data());
     }
     Variant Execute(const QString& command, const Variant& parameter) override
     {
@@ -185,68 +189,53 @@ public:
     EventSubscriptionRef Subscribe(ControllerEvents& events) override
     {
         Row("Subscribe");
-        return std::make_unique<FakeSubscription>(m_Server, m_Controller, events);
+        return std::make_unique<FakeSubscription>(m_Server, FakeServer::Subscriber(m_Name, &events));
     }
 
 private:
     template <typename... Arguments>
     FakeServer::Controller& Row(const char* operation, const Arguments&... arguments)
     {
-        return Called(operation, arguments...).FindController(m_Controller);
+        return Called(operation, arguments...).FindController(m_Name);
     }
-
-    const QString m_Controller;
 };
 
 class FakeHistory : public FakeObject<VelSQLHistory>
 {
 public:
-    explicit FakeHistory(FakeServer& server)
-        : FakeObject(server, u"History"_s)
-    {
-    }
+    using FakeObject::FakeObject;
 
     ResultSetRef Execute(const QString& statement) override { return Called("Execute", statement).m_History.Result; }
     bool get_Enabled() override { return Called("get_Enabled").m_History.Enabled; }
     QString get_ConnectionString(qint32 index) override
     {
-        return Called("get_ConnectionString", index).m_History.ConnectionString.at(At(index));
+        return Called("get_ConnectionString", index).m_History.ConnectionString.at(index - 1);
     }
     qint32 get_MaxRecord(qint32 index) override
     {
-        return Called("get_MaxRecord", index).m_History.MaxRecord.at(At(index));
+        return Called("get_MaxRecord", index).m_History.MaxRecord.at(index - 1);
     }
     QString get_TableName(qint32 index) override
     {
-        return Called("get_TableName", index).m_History.TableName.at(At(index));
-    }
-
-private:
-    static std::size_t At(qint32 index)
-    {
-        if (index < 1 || index > 2) throw ServerError(u"No destination %1"_s.arg(index));
-        return static_cast<std::size_t>(index - 1);
+        return Called("get_TableName", index).m_History.TableName.at(index - 1);
     }
 };
 
 class FakeEngine : public FakeObject<VelSQLEngine>
 {
 public:
-    explicit FakeEngine(FakeServer& server)
-        : FakeObject(server, u"Engine"_s)
-    {
-    }
+    using FakeObject::FakeObject;
 
     ControllerRef get_Controller(const Variant& name) override
     {
         Called("get_Controller", name.Get<QString>()).FindController(name.Get<QString>());
-        return std::make_shared<FakeController>(m_Server, name.Get<QString>());
+        return std::make_shared<FakeController>(m_Server, u"Controller"_s, name.Get<QString>());
     }
     void Start() override { Called("Start"); }
     void Stop() override { Called("Stop"); }
     void Snapshot() override { Called("Snapshot"); }
     Variant Execute(const QString& command) override { return Called("Execute", command).m_EngineExecuteResult; }
-    HistoryRef get_History() override { return std::make_shared<FakeHistory>(Called("get_History")); }
+    HistoryRef get_History() override { return std::make_shared<FakeHistory>(Called("get_History"), u"History"_s); }
     Variant get_ControllerNames() override
     {
         const FakeServer& server = Called("get_ControllerNames");
@@ -258,7 +247,7 @@ public:
 
 EngineRef MakeFakeEngine(FakeServer& server)
 {
-    return std::make_shared<FakeEngine>(server);
+    return std::make_shared<FakeEngine>(server, u"Engine"_s);
 }
 
 ItemRef MakeFakeItem(FakeServer& server, const QString& controller, const QString& item)

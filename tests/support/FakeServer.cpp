@@ -1,8 +1,8 @@
 #include "tests/support/FakeServer.h"
 
 #include "core/modMain.h"
-#include "tests/support/FakeConverter.h"
 #include "tests/support/FakeObjects.h"
+#include "velsqllib/TypedTextConverter.h"
 
 #include <QStringBuilder>
 
@@ -43,7 +43,7 @@ EngineRef FakeServer::CreateEngine()
 
 ValueConverterRef FakeServer::CreateValueConverter()
 {
-    return std::make_shared<FakeConverter>();
+    return std::make_shared<TypedTextConverter>();
 }
 
 FakeServer::Controller& FakeServer::FindController(const QString& controller)
@@ -79,18 +79,15 @@ void FakeServer::Record(const QString& call, const QString& operation)
 QStringList FakeServer::Subscriptions() const
 {
     QStringList controllers;
-    for (const Subscriber& subscriber : m_Subscribers) controllers << subscriber.Controller;
+    for (const Subscriber& subscriber : m_Subscribers) controllers << subscriber.first;
     return controllers;
 }
 
-template <typename Deliver>
-void FakeServer::Fire(const QString& controller, Deliver deliver)
+void FakeServer::Fire(const QString& controller, const std::function<void(ControllerEvents&)>& deliver)
 {
     const auto subscribers = m_Subscribers; // a subscriber may end any subscription
     for (const Subscriber& subscriber : subscribers) {
-        const bool open = std::any_of(m_Subscribers.cbegin(), m_Subscribers.cend(),
-                                      [&](const auto& now) { return now.Subscription == subscriber.Subscription; });
-        if (open && subscriber.Controller == controller) deliver(*subscriber.Events);
+        if (subscriber.first == controller && m_Subscribers.contains(subscriber)) deliver(*subscriber.second);
     }
 }
 

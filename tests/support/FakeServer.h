@@ -5,7 +5,7 @@
 #include <QMap>
 #include <QStringList>
 
-#include <array>
+#include <functional>
 #include <optional>
 
 /// A server made of tables: answers every operation from its members, records every call, and fails where told. It is
@@ -42,12 +42,14 @@ public:
     /// The settings of destinations 1 and 2 stand at 0 and 1.
     struct History
     {
-        std::array<QString, 2> ConnectionString = {QStringLiteral("Driver=First"), QStringLiteral("Driver=Second")};
+        QStringList ConnectionString = {QStringLiteral("Driver=First"), QStringLiteral("Driver=Second")};
         bool Enabled = true;
-        std::array<qint32, 2> MaxRecord = {1000, 0};
-        std::array<QString, 2> TableName = {QStringLiteral("velsql_history"), QString()};
+        QList<qint32> MaxRecord = {1000, 0};
+        QStringList TableName = {QStringLiteral("velsql_history"), QString()};
         ResultSetRef Result;
     };
+    /// Of a controller, who is told.
+    using Subscriber = std::pair<QString, ControllerEvents*>;
 
     /// "PLC1" with the items "D100" (I4 25) and "D200" (BSTR "abc"); "PLC2" without items.
     FakeServer();
@@ -85,17 +87,11 @@ public:
 
     /// Called by the objects before they answer.
     void Record(const QString& call, const QString& operation);
-    struct Subscriber
-    {
-        QString Controller;
-        ControllerEvents* Events;
-        const void* Subscription;
-    };
+    /// One for each open subscription.
     QList<Subscriber> m_Subscribers;
 
 private:
-    template <typename Deliver>
-    void Fire(const QString& controller, Deliver deliver);
+    void Fire(const QString& controller, const std::function<void(ControllerEvents&)>& deliver);
 
     int m_FailIn = 0;
     QString m_FailDescription;

@@ -1,53 +1,52 @@
 #include "tests/support/PostgresRun.h"
 
-#include <csignal>
 #include <QDir>
+
+#include <csignal>
 #include <unistd.h>
+
+using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr int Patience = 60'000; // milliseconds
-const QString s_User = QStringLiteral("postgres");
+const QString s_User = u"postgres"_s;
 
 } // namespace
 
 PostgresRun::PostgresRun()
 {
-    const QDir versions(QStringLiteral("/usr/lib/postgresql"));
+    const QDir versions(u"/usr/lib/postgresql"_s);
     const QStringList names = versions.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
     if (names.isEmpty()) {
-        m_Problem = QStringLiteral("PostgreSQL is not installed");
+        m_Problem = u"PostgreSQL is not installed"_s;
         return;
     }
-    m_Programs = versions.filePath(names.last()) + QStringLiteral("/bin/");
+    m_Programs = versions.filePath(names.last()) + u"/bin/"_s;
+    if (geteuid() == 0) QProcess::execute(u"chown"_s, {s_User, m_Folder.path()});
     QProcess initialise;
-    if (geteuid() == 0) QProcess::execute(QStringLiteral("chown"), {s_User, m_Folder.path()});
-    Run(initialise, m_Programs + QStringLiteral("initdb"),
-        {QStringLiteral("--auth=trust"), QStringLiteral("--encoding=UTF8"), QStringLiteral("--no-sync"),
-         QStringLiteral("--username=test"), QStringLiteral("-D"), m_Folder.filePath(QStringLiteral("data"))});
-    if (Finish(initialise)) Start();
-}
-
-PostgresRun::~PostgresRun()
-{
-    Stop();
+    Run(initialise, u"initdb --auth=trust --encoding=UTF8 --no-sync --username=test -D data"_s);
+    if (initialise.waitForFinished(Patience) && initialise.exitCode() == 0) Start();
+    else m_Problem = u"initdb: "_s + QString::fromUtf8(initialise.readAllStandardError());
 }
 
 QString PostgresRun::ConnectionString(const QString& user) const
 {
-    return QStringLiteral("Driver=PostgreSQL;Server=%1;Database=postgres;Uid=%2").arg(m_Folder.path(), user);
+    return u"Driver=PostgreSQL;Server=%1;Database=postgres;Uid=%2"_s.arg(m_Folder.path(), user);
 }
 
 void PostgresRun::Start()
 {
-    Run(m_Server, m_Programs + QStringLiteral("postgres"),
-        {QStringLiteral("-D"), m_Folder.filePath(QStringLiteral("data")), QStringLiteral("-k"), m_Folder.path(),
-         QStringLiteral("-c"), QStringLiteral("listen_addresses="), QStringLiteral("-c"), QStringLiteral("fsync=off")});
+    Run(m_Server, u"postgres -D data -c listen_addresses= -c fsync=off -k "_s + m_Folder.path());
     m_Server.setReadChannel(QProcess::StandardError);
     QByteArray said;
-    while (!said.contains("ready to accept connections") && m_Server.waitForReadyRead(Patience))
+    while (!said.contains("ready to accept connections")) {
+        if (!m_Server.waitForReadyRead(Patience)) {
+            m_Problem = QString::fromUtf8(said);
+            return;
+        }
         said += m_Server.readAllStandardError();
-    if (!said.contains("ready to accept connections")) m_Problem = QString::fromUtf8(said);
+    }
 }
 
 void PostgresRun::Stop()
@@ -57,20 +56,10 @@ void PostgresRun::Stop()
     m_Server.waitForFinished(Patience);
 }
 
-void PostgresRun::Run(QProcess& process, const QString& program, const QStringList& arguments) const
+void PostgresRun::Run(QProcess& process, const QString& command) const
 {
-    QStringList wrapped = {QStringLiteral("--pdeathsig=INT")}; // it does not outlive a test that crashes
-    if (geteuid() == 0)
-        wrapped += {QStringLiteral("--reuid=") + s_User, QStringLiteral("--regid=") + s_User,
-                    QStringLiteral("--clear-groups")};
+    QStringList wrapped = {u"--pdeathsig=INT"_s}; // it does not outlive a test that crashes
+    if (geteuid() == 0) wrapped += {u"--reuid="_s + s_User, u"--regid="_s + s_User, u"--clear-groups"_s};
     process.setWorkingDirectory(m_Folder.path());
-    process.start(QStringLiteral("setpriv"), wrapped + QStringList(program) + arguments);
-}
-
-bool PostgresRun::Finish(QProcess& process)
-{
-    if (process.waitForFinished(Patience) && process.exitCode() == 0) return true;
-    m_Problem = process.program() + u' ' + process.arguments().join(u' ') + QStringLiteral(": ") +
-                QString::fromUtf8(process.readAllStandardError());
-    return false;
+    process.start(u"setpriv"_s, wrapped + (m_Programs + command).split(u' '));
 }

@@ -9,7 +9,7 @@ class PostgresRun
 public:
     /// Makes the cluster and starts it. IsRunning says whether that went well, Problem why not.
     PostgresRun();
-    ~PostgresRun();
+    ~PostgresRun() { Stop(); }
 
     bool IsRunning() const { return m_Problem.isEmpty(); }
     QString Problem() const { return m_Problem; }
@@ -21,8 +21,7 @@ public:
 
 private:
     /// PostgreSQL refuses to run as root: then as the user that its package made.
-    void Run(QProcess& process, const QString& program, const QStringList& arguments) const;
-    bool Finish(QProcess& process);
+    void Run(QProcess& process, const QString& command) const;
 
     QTemporaryDir m_Folder;
     QString m_Programs;

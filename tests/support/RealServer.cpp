@@ -4,11 +4,10 @@
 #include "velsqllib/ServerSocket.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QThread>
 
-#include <csignal>
 #include <memory>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -26,13 +25,7 @@ RealServer::RealServer()
         qputenv(variable, QFile::encodeName(path));
     }
     m_Process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    // A test that crashes leaves no server behind.
-    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // also when this process is killed
-}
-
-RealServer::~RealServer()
-{
-    Kill();
+    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGKILL); }); // a test that crashes leaves no server
 }
 
 QString RealServer::Program()
@@ -55,17 +48,13 @@ QString RealServer::Answer(const QString& command) const
 void RealServer::Start(const QStringList& arguments)
 {
     m_Process.start(Program(), QStringList{QStringLiteral("--socket"), SocketPath()} + arguments);
-    QElapsedTimer waiting;
-    waiting.start();
-    while (waiting.elapsed() < 20'000) {
-        const int descriptor = ConnectToServer(SocketPath());
-        if (descriptor >= 0) {
-            close(descriptor);
-            return;
-        }
+    const QDeadlineTimer patience(20'000);
+    int connection = -1;
+    while ((connection = ConnectToServer(SocketPath())) < 0) {
+        if (patience.hasExpired()) qFatal("the server did not start");
         QThread::msleep(10);
     }
-    qFatal("the server did not start");
+    close(connection);
 }
 
 void RealServer::Kill()
@@ -79,19 +68,4 @@ int RealServer::Terminate()
 {
     Signal(SIGTERM);
     return m_Process.waitForFinished() ? m_Process.exitCode() : -1;
-}
-
-void RealServer::Suspend()
-{
-    Signal(SIGSTOP);
-}
-
-void RealServer::Resume()
-{
-    Signal(SIGCONT);
-}
-
-void RealServer::Signal(int signal)
-{
-    kill(static_cast<pid_t>(m_Process.processId()), signal);
 }
