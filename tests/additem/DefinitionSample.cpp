@@ -2,7 +2,7 @@
 
 #include "core/automation/SafeArray.h"
 #include "core/ListBox.h"
-#include "tests/support/FakeConverter.h"
+#include "velsqllib/TypedTextConverter.h"
 
 #include <QCheckBox>
 #include <QLineEdit>
@@ -60,6 +60,7 @@ QStringList SampleDefinition(int tickedFlag)
 QStringList TypedTexts(const Variant& definition)
 {
     QStringList texts;
-    for (const Variant& element : definition.Array().Of<Variant>()) texts << FakeConverter().ValueToText(element, 0);
+    for (const Variant& element : definition.Array().Of<Variant>())
+        texts << TypedTextConverter().ValueToText(element, 0);
     return texts;
 }

@@ -1,31 +1,28 @@
 #pragma once
 
-#include "core/automation/Errors.h"
 #include "scripttool/CodeEditor.h"
 #include "scripttool/OutputPane.h"
 #include "scripttool/ScriptTool.h"
-#include "tests/support/PrintQt.h"
+#include "tests/support/WindowTest.h"
 
+#include <QApplication>
 #include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
 #include <QTemporaryDir>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
 
 /// The script tool's window, shown; scripts are run by a shell program that the test writes.
-class ScriptWindow : public ::testing::Test
+class ScriptWindow : public WindowTest<QWidget>
 {
 protected:
-    ScriptWindow();
+    ScriptWindow() { Show(); }
 
-    template <typename T = QPushButton>
-    T& Control(const char* name)
+    /// Returns when the tool's window is active.
+    void Show()
     {
-        return *m_Window->findChild<T*>(QString::fromLatin1(name));
+        m_Tool->Show();
+        for (QWidget* window : QApplication::topLevelWidgets()) {
+            if (window->objectName() == u"frmScriptTool") m_Form = window;
+        }
+        EXPECT_TRUE(QTest::qWaitForWindowActive(m_Form, 20'000));
     }
     CodeEditor& Editor() { return Control<CodeEditor>("txtScript"); }
     OutputPane& Output() { return Control<OutputPane>("txtOutput"); }
@@ -33,18 +30,47 @@ protected:
     /// All that the output pane shows, long lines in one piece.
     QString Printed() { return Output().TextBetween(0, Output().document()->characterCount() - 1); }
 
-    /// Presses "Run", with these shell commands as the program that runs scripts.
-    void Start(const QByteArray& commands);
-    /// Starts and returns when the run has ended; the status line.
-    QString Run(const QByteArray& commands);
-    /// Presses "Stop" and returns when the run has ended; the status line.
-    QString Stop();
+    /// Runs the script by its key, with these shell commands as the program that runs scripts.
+    void Start(const QByteArray& commands)
+    {
+        QFile::remove(m_Folder.filePath(u"pid"_s));
+        QFile file(m_Folder.filePath(u"program"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("#!/bin/sh\ncd " + QFile::encodeName(m_Folder.path()) + "\n" + commands + "\n");
+        file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        file.close();
+        QTest::keyClick(&Editor(), Qt::Key_F5);
+    }
+    /// Returns when the run has ended; the status line.
+    QString End()
+    {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return IsEnabled("cmdRun"); }, 10'000));
+        return Status();
+    }
+    QString Run(const QByteArray& commands)
+    {
+        Start(commands);
+        return End();
+    }
+    QString Stop()
+    {
+        QTest::keyClick(&Editor(), Qt::Key_F5, Qt::ShiftModifier);
+        return End();
+    }
     /// The process that wrote its number to the file "pid" in its folder.
-    int Pid();
+    int Pid()
+    {
+        QFile file(m_Folder.filePath(u"pid"_s));
+        EXPECT_TRUE(QTest::qWaitFor([&] { return file.size() > 0; }, 10'000) && file.open(QIODevice::ReadOnly));
+        return file.readAll().trimmed().toInt();
+    }
     /// Whether a process is there; one that waits to be collected is not.
-    static bool Lives(int pid);
+    static bool Lives(int pid)
+    {
+        QFile stat(u"/proc/%1/stat"_s.arg(pid));
+        return stat.open(QIODevice::ReadOnly) && !stat.readAll().contains(") Z ");
+    }
 
     QTemporaryDir m_Folder;
     std::unique_ptr<ScriptTool> m_Tool = std::make_unique<ScriptTool>(m_Folder.filePath(u"program"_s));
-    QPointer<QWidget> m_Window;
 };

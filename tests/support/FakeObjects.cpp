@@ -1,5 +1,3 @@
-#include "tests/support/FakeObjects.h"
-
 #include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
@@ -144,7 +142,7 @@ public:
     {
         Row("get_Item", name.Get<QString>());
         m_Server.FindItem(m_Name, name.Get<QString>());
-        return MakeFakeItem(m_Server, m_Name, name.Get<QString>());
+        return m_Server.MakeItem(m_Name, name.Get<QString>());
     }
     void Start() override { Row("Start"); }
     void Stop() override { Row("Stop"); }
@@ -245,12 +243,13 @@ public:
 
 } // namespace
 
-EngineRef MakeFakeEngine(FakeServer& server)
+EngineRef FakeServer::CreateEngine()
 {
-    return std::make_shared<FakeEngine>(server, u"Engine"_s);
+    Record(u"VelSQLLib.CreateEngine()"_s, u"CreateEngine"_s);
+    return std::make_shared<FakeEngine>(*this, u"Engine"_s);
 }
 
-ItemRef MakeFakeItem(FakeServer& server, const QString& controller, const QString& item)
+ItemRef FakeServer::MakeItem(const QString& controller, const QString& item)
 {
-    return std::make_shared<FakeItem>(server, controller, item);
+    return std::make_shared<FakeItem>(*this, controller, item);
 }

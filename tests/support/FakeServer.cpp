@@ -1,7 +1,6 @@
 #include "tests/support/FakeServer.h"
 
 #include "core/modMain.h"
-#include "tests/support/FakeObjects.h"
 #include "velsqllib/TypedTextConverter.h"
 
 #include <QStringBuilder>
@@ -33,12 +32,6 @@ FakeServer::~FakeServer()
 {
     modMain::Reset();
     if (modMain::Library == this) modMain::Library = nullptr;
-}
-
-EngineRef FakeServer::CreateEngine()
-{
-    Record(u"VelSQLLib.CreateEngine()"_s, u"CreateEngine"_s);
-    return MakeFakeEngine(*this);
 }
 
 ValueConverterRef FakeServer::CreateValueConverter()
@@ -99,5 +92,5 @@ void FakeServer::FireState(const QString& controller, qint32 state)
 
 void FakeServer::FireItem(const QString& controller, const QString& item)
 {
-    Fire(controller, [&](ControllerEvents& events) { events.OnChangeItem(MakeFakeItem(*this, controller, item)); });
+    Fire(controller, [&](ControllerEvents& events) { events.OnChangeItem(MakeItem(controller, item)); });
 }

@@ -79,6 +79,7 @@ public:
     /// Objects of this server, converters apart, that are still referenced.
     int m_LiveObjects = 0;
 
+    ItemRef MakeItem(const QString& controller, const QString& item);
     /// Delivers an event to the subscribers of a controller.
     void FireState(const QString& controller, qint32 state);
     void FireItem(const QString& controller, const QString& item);

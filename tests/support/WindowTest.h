@@ -64,6 +64,13 @@ protected:
         return texts;
     }
 
+    /// Runs once, when events are let run next.
+    template <typename Action>
+    void WhenEventsRun(Action action)
+    {
+        QMetaObject::invokeMethod(m_Main.Widget(), action, Qt::QueuedConnection);
+    }
+
     QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
     QStringList TakeStatus() { return std::exchange(m_Main.m_StatusTexts, {}); }
     QStringList TakeBoxes() { return std::exchange(m_Boxes, {}); }

@@ -1,0 +1,282 @@
+#include "batchwrite/FramePacer.h"
+#include "batchwrite/frmBatchWrite.h"
+#include "item/frmItem.h"
+#include "tests/support/WindowTest.h"
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QComboBox>
+#include <QElapsedTimer>
+#include <QFileDialog>
+#include <QLabel>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <sys/stat.h>
+
+namespace {
+
+/// The batch-write window for controller PLC1, and files for it.
+class BatchWindow : public WindowTest<frmBatchWrite>
+{
+protected:
+    BatchWindow() { Open(); }
+
+    void Open()
+    {
+        m_Form = ChildWindow::Open<frmBatchWrite>(TreeNodeRef());
+        m_Form->SetTargetController(u"PLC1"_s);
+    }
+    /// Writes the file and enters its name.
+    void EnterFile(const QByteArray& content)
+    {
+        QFile file(m_Folder.filePath(u"list.txt"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        Type("txtFilename", file.fileName());
+    }
+    void EnterFiveLines() { EnterFile(QByteArray("D100,3,1\n").repeated(5)); }
+    /// Presses "Start" and returns when the run is over.
+    void Run() { Press("cmdStart"); }
+    /// Presses "..." and answers the dialog.
+    template <typename Answer>
+    void ChooseFile(Answer answer)
+    {
+        QTimer::singleShot(0, qApp, [answer] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_TRUE(dialog);
+            answer(*dialog);
+        });
+        Press("cmdOpen");
+    }
+
+    QTemporaryDir m_Folder;
+};
+
+/// What so many lines of the file cost when all is well.
+QStringList LineLog(const QString& item, int lines = 1)
+{
+    QStringList log;
+    for (int line = 0; line < lines; ++line) log << u"Calling Item(%1):put_Value..."_s.arg(item) << u"Succeeded."_s;
+    return log;
+}
+
+QStringList LineCalls(const QString& item, const QString& value)
+{
+    return {u"Controller(PLC1).get_Item(%1)"_s.arg(item), u"Item(%1).put_Value(%2)"_s.arg(item, value)};
+}
+
+struct PaintCount : QObject
+{
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) ++Count;
+        return false;
+    }
+    int Count = 0;
+};
+
+} // namespace
+
+TEST_F(BatchWindow, WritesLineByLine)
+{
+    EnterFile("D100,3,-7\r\nD200,8,a,b, \"c\" \nD100,0");
+    Run();
+    EXPECT_EQ(TakeCalls(), QStringList(u"Engine.get_Controller(PLC1)"_s) + LineCalls(u"D100"_s, u"3,-7"_s) +
+                               LineCalls(u"D200"_s, u"8,a,b, \"c\" "_s) + LineCalls(u"D100"_s, u"0,"_s));
+    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + LineLog(u"D200"_s) + LineLog(u"D100"_s));
+    EXPECT_EQ(TakeStatus().last(2), QStringList({u"put_Value..."_s, u"Ready."_s}));
+    EXPECT_EQ(m_Server.m_LiveObjects, 1); // the engine
+}
+
+TEST_F(BatchWindow, AFaultyLineEndsTheRunWithItsDescription)
+{
+    const QString noComma = u"Invalid procedure call or argument"_s;
+    const struct
+    {
+        QByteArray Line;
+        QStringList Log;
+        int Calls; ///< in the faulty line
+    } rows[] = {
+        {"Item1", {noComma}, 0},
+        {"", {noComma}, 0},
+        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma}, 0},
+        {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}, 1},
+        {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}, 1},
+        {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}, 1},
+    };
+    for (const auto& row : rows) {
+        EnterFile("D100,3,1\n" + row.Line + "\nD100,3,2\n");
+        Run();
+        EXPECT_EQ(TakeCalls().size(), 3 + row.Calls);
+        EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + row.Log);
+    }
+}
+
+TEST_F(BatchWindow, AFailingCallEndsTheRunWithTheServersDescription)
+{
+    EnterFile("D100,3,1\nD200,8,x\n");
+    for (int call = 1; call <= 5; ++call) {
+        SCOPED_TRACE(call);
+        m_Server.FailCall(call, u"refused\r\n<b>here</b>"_s);
+        Run();
+        EXPECT_EQ(TakeCalls().size(), call);
+        const QStringList whole = LineLog(u"D100"_s) + LineLog(u"D200"_s);
+        EXPECT_EQ(TakeLog(),
+                  whole.first(call == 1 ? 0 : (call - 2) / 2 * 2 + 1) + QStringList({u"refused"_s, u"<b>here</b>"_s}));
+        EXPECT_EQ(m_Server.m_LiveObjects, 1);
+        EXPECT_EQ(m_Main.Status(), u"Ready."_s);
+    }
+}
+
+TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
+{
+    const QString pipe = m_Folder.filePath(u"pipe"_s);
+    ASSERT_EQ(mkfifo(pipe.toLocal8Bit().constData(), 0600), 0);
+    for (const QString& path : {m_Folder.filePath(u"none.txt"_s), m_Folder.path(), u"/dev/zero"_s, pipe}) {
+        Type("txtFilename", path);
+        Run();
+        const QStringList log = TakeLog();
+        EXPECT_EQ(log.size(), 1);
+        EXPECT_TRUE(log.value(0).startsWith(u"The file cannot be read: "_s + path)) << log.value(0).toStdString();
+    }
+    Type("txtFilename", {});
+    Run();
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
+    EnterFile("");
+    Run();
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList(u"Engine.get_Controller(PLC1)"_s));
+    m_Form->SetTargetController(u"PLC9"_s);
+    Run();
+    EXPECT_EQ(TakeLog(), QStringList({u"Controller not found: PLC9"_s}));
+}
+
+TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
+{
+    EnterFile("D100,3,1");
+    const QString path = Text("txtFilename");
+    QFile::copy(path, m_Folder.filePath(u"list.csv"_s));
+    Type("txtFilename", u"old"_s);
+    ChooseFile([](QFileDialog& dialog) {
+        EXPECT_EQ(dialog.directory().absolutePath(), QCoreApplication::applicationDirPath());
+        EXPECT_EQ(dialog.findChild<QComboBox*>(u"fileTypeCombo"_s)->currentText(), u"テキスト(*.txt),*.txt"_s);
+        dialog.reject();
+    });
+    EXPECT_EQ(Text("txtFilename"), u"old"_s);
+    ChooseFile([&](QFileDialog& dialog) {
+        dialog.setDirectory(m_Folder.path());
+        auto& files = *dialog.findChild<QAbstractItemView*>(u"listView"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return files.model()->rowCount(files.rootIndex()) == 1; }, 10'000));
+        dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(u"list"_s); // the extension is added
+        static_cast<QDialog&>(dialog).accept();
+    });
+    EXPECT_EQ(Text("txtFilename"), path);
+}
+
+TEST_F(BatchWindow, TheTitleNamesTheControllerAsItIs)
+{
+    m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
+    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
+}
+
+TEST_F(BatchWindow, ARunInsideARunFinishesFirstAndStopEndsBoth)
+{
+    for (const bool stops : {true, false}) {
+        EnterFile("D100,3,1\nD100,3,2\n");
+        WhenEventsRun([&] {
+            EnterFile("D200,8,a\nD200,8,b\n");
+            if (stops) WhenEventsRun([this] { Press("cmdStop"); });
+            Run();
+        });
+        Run();
+        EXPECT_EQ(TakeLog(), stops ? LineLog(u"D100"_s) + LineLog(u"D200"_s)
+                                   : LineLog(u"D100"_s) + LineLog(u"D200"_s, 2) + LineLog(u"D100"_s));
+    }
+}
+
+TEST_F(BatchWindow, RunsNestEightDeepAndNoDeeper)
+{
+    EnterFile("D100,3,1\n");
+    int presses = 0;
+    std::function<void()> press = [&] {
+        if (++presses < 20) WhenEventsRun(press);
+        Run();
+    };
+    press();
+    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 8));
+    while (presses < 20) QCoreApplication::processEvents();
+}
+
+TEST_F(BatchWindow, AHiddenRunGoesOnAndAClosedOneEndsWithoutATrace)
+{
+    EnterFiveLines();
+    WhenEventsRun([this] { Press("cmdClose"); });
+    Run();
+    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 5));
+    for (const bool atOnce : {false, true}) {
+        if (!m_Form) Open();
+        EnterFiveLines();
+        WhenEventsRun([&] {
+            WhenEventsRun([&] { atOnce ? delete m_Form.data() : ChildWindow::UnloadAll(); });
+            Run();
+        });
+        Run();
+        EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 2));
+        EXPECT_EQ(m_Server.m_LiveObjects, 1);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_FALSE(m_Form);
+    }
+}
+
+TEST_F(BatchWindow, TheItemBeingWrittenMayBeRemoved)
+{
+    m_Main.Tree().Remove(m_Controller->Child(0));
+    m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
+    m_Answer = QMessageBox::Yes; // "Are you sure ?"
+    const QPointer<frmItem> item = ChildWindow::Open<frmItem>(m_Controller->Child(0));
+    EnterFiveLines();
+    WhenEventsRun([&] { item->findChild<QPushButton*>(u"cmdRemove"_s)->click(); });
+    Run();
+    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + QStringList({u"Calling Controller:RemoveItem..."_s, u"Succeeded."_s,
+                                                           LineLog(u"D100"_s)[0], u"Item not found: D100"_s}));
+    EXPECT_EQ(m_Controller->ChildCount(), 1);
+    EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{m_Form});
+    EXPECT_EQ(m_Server.m_LiveObjects, 1);
+}
+
+TEST_F(BatchWindow, WhatStandsWhileTheRunWaitsIsPainted)
+{
+    EnterFile("D100,3,1\n");
+    PaintCount paints;
+    WhenEventsRun([&] {
+        QLabel box(u"a"_s); // as a message box that another window opens
+        box.installEventFilter(&paints);
+        box.show();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
+        paints.Count = 0;
+        box.setText(u"b"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
+    });
+    Run();
+}
+
+TEST_F(BatchWindow, TheLogIsPaintedOnceAFrame)
+{
+    PaintCount paints;
+    m_Main.Widget()->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(m_Main.Widget(), 10'000));
+    m_Main.Log().viewport()->installEventFilter(&paints);
+    EnterFile(QByteArray("D100,3,1\n").repeated(100'000));
+    QTimer stop;
+    stop.callOnTimeout([&] {
+        if (paints.Count == 5) Press("cmdStop");
+    });
+    stop.start(1);
+    QElapsedTimer running;
+    running.start();
+    Run();
+    const int during = paints.Count;
+    EXPECT_GE(during, 5);
+    EXPECT_LE(during, running.elapsed() / FramePacer::FrameMs + 2);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > during; }, 10'000)) << "the last lines";
+}

@@ -1,6 +1,0 @@
-#pragma once
-
-#include "velsqllib/TypedTextConverter.h"
-
-/// Windows are tested with the console's own converter.
-using FakeConverter = TypedTextConverter;
