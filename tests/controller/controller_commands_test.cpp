@@ -44,7 +44,8 @@ TEST_F(ControllerCommands, RefusedEntriesAreNotAnnounced)
     Choose("cmbType", u"I2"_s);
     Type("txtValue", u"70000"_s);
     Press("cmdPut");
-    EXPECT_EQ(TakeLog(), QStringList({u"Type mismatch"_s, u"Overflow"_s}));
+    EXPECT_EQ(TakeLog(), QStringList({u"VT_I4: \"12abc\" is not a number"_s,
+                                      u"VT_I2: overflow, \"70000\" is outside -32768 to 32767"_s}));
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 

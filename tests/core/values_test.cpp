@@ -70,7 +70,7 @@ TEST(Values, AreShownAsTypedTextAndAsDisplayText)
         {Numbers(8), "8194,7,7,7,7,7,7,7,7", "7,7,7,7,7,7,7,7 (ARRAY | I2)"},
         {Numbers(9), "8194,...", "... (ARRAY | I2)"},
         {Variant(SafeArray(QList<qint8>{1})), "8208,1", "1 (ARRAY | UI1)"}, // meant
-        {TwoVariants(Variant(qint32{2})), "8204,1,2", "1,2 (ARRAY | VARIANT)"},
+        {TwoVariants(Variant(qint32{2})), "8204,{3,1},{3,2}", "{3,1},{3,2} (ARRAY | VARIANT)"},
         {TwoVariants(Numbers(1)), "8204,...", "... (ARRAY | VARIANT)"},
         {TwoVariants(object), "8204,???", "??? (ARRAY | VARIANT)"}, // the converter has no text for it
         {Variant(SafeArray(QList<ObjectRef>{nullptr})), "8201,???", "??? (ARRAY | ?)"},

@@ -45,7 +45,7 @@ TEST_F(ItemCommands, AreAnnouncedAndAFailedOneChangesNothing)
     ExpectAnnounced("cmdPut", u"Item(D100).put_ValueEx(1500, 2,7)"_s, u"Item:put_ValueEx"_s);
     Type("txtValue", u"12abc"_s);
     Press("cmdPut");
-    EXPECT_EQ(TakeLog(), QStringList{u"Type mismatch"_s}) << "refused before anything is announced";
+    EXPECT_EQ(TakeLog(), QStringList{u"VT_I2: \"12abc\" is not a number"_s}) << "refused before anything is announced";
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 
