@@ -155,7 +155,7 @@ TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
 {
     EnterFile("D100,3,1");
     const QString path = Text("txtFilename");
-    QFile::copy(path, m_Folder.filePath(u"list.csv"_s));
+    QFile::copy(path, path + u".csv"_s);
     Type("txtFilename", u"old"_s);
     ChooseFile([](QFileDialog& dialog) {
         EXPECT_EQ(dialog.directory().absolutePath(), QCoreApplication::applicationDirPath());

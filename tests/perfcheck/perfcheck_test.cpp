@@ -33,13 +33,6 @@ protected:
         modAPI::Replace(nullptr);
     }
 
-    void ShowActive()
-    {
-        m_Main.Widget()->show();
-        m_Form->show();
-        m_Form->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form, 20'000));
-    }
     void ChoosePattern(int index) { Control<QAbstractButton>(u"optPattern_%1"_s.arg(index)).setChecked(true); }
     void ChooseMode(int index) { Control<QAbstractButton>(u"optReadWrite_%1"_s.arg(index)).setChecked(true); }
     /// Presses "Start" and returns when the run is over.
@@ -134,7 +127,10 @@ TEST_F(PerfChkDialog, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
                 {1, "txtPatternCount", u"65535"_s, u"65535"_s, {}},
                 {1, "txtPatternCount", u"65536"_s, u"65536"_s, count},
                 {1, "txtPatternCount", u"ten"_s, u"ten"_s, count}};
-    ShowActive();
+    m_Main.Widget()->show();
+    m_Form->show();
+    m_Form->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form, 20'000));
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Name + row.Pasted.toStdString());
         ChoosePattern(row.Pattern);
@@ -153,10 +149,8 @@ TEST_F(PerfChkDialog, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
 
 TEST_F(PerfChkDialog, TakesTypedDigitsOnlyAndCountsWithTheArrows)
 {
-    ShowActive();
     QLineEdit& field = Box("txtPatternCount");
     field.clear();
-    field.setFocus();
     QTest::keyClicks(&field, u"-1a2.e"_s);
     EXPECT_EQ(field.text(), u"12"_s);
     const auto arrows = Control<QWidget>("udPatternCount").findChildren<QToolButton*>(); // up, down
@@ -202,7 +196,6 @@ TEST_F(PerfChkDialog, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
 {
     const QString write = u"2 'IVelSQLItem->put_Value' is failed."_s;
     const QString read = u"2 'IVelSQLItem->get_Value' is failed."_s;
-    const QString different = u"2 Write data and read data are different."_s;
     const struct
     {
         const char* Title;
@@ -212,13 +205,18 @@ TEST_F(PerfChkDialog, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
         QStringList Calls;
         QString Box;
     } rows[] = {
-        {"write", 1, false, false, 1, {Put}, write},
         {"read", 0, false, false, 2, {Get, Get}, read},
         {"write before read", 2, false, false, 3, {Put, Get, Put}, write},
         {"read after write", 2, false, true, 2, {Put, Get}, read},
         {"ignored write, the cycle goes on with the read", 2, true, false, 1, {Put, Get, Put, Get}, write},
         {"ignored read: nothing to compare", 2, true, true, 2, {Put, Get, Put, Get}, read},
-        {"ignored write: what is read is older", 2, true, true, 1, {Put, Get}, different},
+        {"ignored write: what is read is older",
+         2,
+         true,
+         true,
+         1,
+         {Put, Get},
+         u"2 Write data and read data are different."_s},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.Title);
