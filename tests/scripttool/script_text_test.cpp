@@ -97,7 +97,8 @@ TEST_F(ScriptWindow, CommentsTextsNumbersAndKeywordsAreColoured)
 TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)
 {
     m_Tool->put_Script(u"one\ntwo\nthree\nfour"_s);
-    Run("echo Script:1: printed; printf 'Script:3' >&2; sleep 0.1; printf ': bad\\n    in line 4, f\\nx' >&2; exit 1");
+    Run("echo Script:1: printed; printf 'note\\nScript:3' >&2; sleep 0.1; printf ': bad\\n    in line 4, f\\nx' >&2; "
+        "exit 1");
     const auto marked = [this] {
         const auto marks = Editor().extraSelections();
         return marks.size() < 2 ? u"none"_s : marks.last().cursor.block().text();
@@ -107,10 +108,10 @@ TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)
     EXPECT_EQ(marked(), u"three"_s);
     Editor().undo();
     QStringList led;
-    for (const int line : {0, 3, 1, 2}) {
+    for (const int line : {0, 4, 2, 3}) {
         Output().setTextCursor(QTextCursor(Output().document()->findBlockByNumber(line)));
         const QPoint onLine = Output().cursorRect().center() + QPoint(20, 0);
-        if (line == 1) QTest::keyClick(&Output(), Qt::Key_Return);
+        if (line == 2) QTest::keyClick(&Output(), Qt::Key_Return);
         else QTest::mouseDClick(Output().viewport(), Qt::LeftButton, {}, onLine);
         led << Editor().textCursor().block().text();
     }
