@@ -66,8 +66,8 @@ TEST(Values, AreShownAsTypedTextAndAsDisplayText)
         {Variant(qint8{-3}), "16,-3", "-3 (UI1)"}, // meant
         {Variant(u"a,b"_s), "8,a,b", "a,b (BSTR)"},
         {object, "9,...", "... (?)"},
-        {Numbers(0), "8194,", " (ARRAY | I2)"},
-        {Numbers(8), "8194,7,7,7,7,7,7,7,7", "7,7,7,7,7,7,7,7 (ARRAY | I2)"},
+        {Numbers(0), "8194,[1..]", "[1..] (ARRAY | I2)"},
+        {Numbers(8), "8194,[1..]7,7,7,7,7,7,7,7", "[1..]7,7,7,7,7,7,7,7 (ARRAY | I2)"},
         {Numbers(9), "8194,...", "... (ARRAY | I2)"},
         {Variant(SafeArray(QList<qint8>{1})), "8208,1", "1 (ARRAY | UI1)"}, // meant
         {TwoVariants(Variant(qint32{2})), "8204,{3,1},{3,2}", "{3,1},{3,2} (ARRAY | VARIANT)"},
