@@ -70,10 +70,14 @@ struct PaintCount : QObject
 {
     bool eventFilter(QObject*, QEvent* event) override
     {
-        if (event->type() == QEvent::Paint) ++Count;
+        if (event->type() != QEvent::Paint) return false;
+        if (++Count > 1 && SinceLast.elapsed() < FramePacer::FrameMs / 2) ++TooSoon;
+        SinceLast.start();
         return false;
     }
     int Count = 0;
+    int TooSoon = 0;
+    QElapsedTimer SinceLast;
 };
 
 } // namespace
@@ -269,14 +273,12 @@ TEST_F(BatchWindow, TheLogIsPaintedOnceAFrame)
     EnterFile(QByteArray("D100,3,1\n").repeated(100'000));
     QTimer stop;
     stop.callOnTimeout([&] {
-        if (paints.Count == 5) Press("cmdStop");
+        if (paints.Count >= 20) Press("cmdStop");
     });
     stop.start(1);
-    QElapsedTimer running;
-    running.start();
     Run();
     const int during = paints.Count;
-    EXPECT_GE(during, 5);
-    EXPECT_LE(during, running.elapsed() / FramePacer::FrameMs + 2);
+    EXPECT_GE(during, 20);
+    EXPECT_LE(paints.TooSoon, 2) << "few enough for a machine that is busy with other things";
     EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > during; }, 10'000)) << "the last lines";
 }
