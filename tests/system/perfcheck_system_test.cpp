@@ -57,8 +57,9 @@ TEST_F(PerfChkSystem, AsksForNothingButWhatTheModeSaysWhileTheItemsWindowRests)
         Type(*m_Dialog, "txtPatternCount", u"3"_s);
         Tick(*m_Dialog, "optPattern_1");
         Tick(*m_Dialog, "optReadWrite_2");
-        MakeReading(u"slow 250"_s); // a run is longer than the pause between two refreshes
+        MakeReading(u"slow 250"_s); // the run is longer than the pause between two refreshes
         Press(*m_Dialog, "cmdStart");
+        QTest::qWait(1200); // nor afterwards
         const QString cycle = u"Item(PLC1\\D100).put_Value(3)\r\nItem(PLC1\\D100).get_Value()\r\n"_s;
         EXPECT_EQ(Ask(u"calls"_s), cycle.repeated(3) + u"Engine.Execute(8)"_s);
         EXPECT_EQ(Cell(*m_Window, u"Value"_s), u"25 (I4)"_s);
