@@ -129,14 +129,16 @@ TEST_F(ScriptWindow, FindGoesRoundAndSaysSo)
     const struct
     {
         Qt::Key Key;
+        Qt::KeyboardModifiers Modifiers;
         QString Found; ///< the line, what is selected there, and what the bar says
-    } rows[] = {{Qt::Key_I, u"0 I "_s},
-                {Qt::Key_T, u"0 It "_s},
-                {Qt::Key_F3, u"1 it "_s},
-                {Qt::Key_Return, u"0 It Went on from the start."_s},
-                {Qt::Key_Q, u"0  Not found."_s}};
+    } rows[] = {{Qt::Key_I, {}, u"0 I "_s},
+                {Qt::Key_T, {}, u"0 It "_s},
+                {Qt::Key_F3, {}, u"1 it "_s},
+                {Qt::Key_Return, {}, u"0 It Went on from the start."_s},
+                {Qt::Key_F3, Qt::ShiftModifier, u"1 it Went on from the end."_s},
+                {Qt::Key_Q, {}, u"1  Not found."_s}};
     for (const auto& row : rows) {
-        QTest::keyClick(&text, row.Key);
+        QTest::keyClick(&text, row.Key, row.Modifiers);
         const QTextCursor cursor = Editor().textCursor();
         const QString line = QString::number(cursor.blockNumber());
         EXPECT_EQ(line + u' ' + cursor.selectedText() + u' ' + Control<QLabel>("lblFound").text(), row.Found);
