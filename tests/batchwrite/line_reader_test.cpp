@@ -45,3 +45,15 @@ TEST(Lines, MayBeLongerThanAnyBufferButNotEndless)
     ASSERT_TRUE(file.open() && file.resize(LineReader::LongestLine + 1'000'000)); // sparse
     EXPECT_THROW(LineReader(file.fileName()).Next(), DescribedError);
 }
+
+TEST(Lines, OfAFileThatShrinksEndEarly)
+{
+    QTemporaryFile file;
+    ASSERT_TRUE(file.open() && file.write(QByteArray("12345678\n").repeated(100'000)) > 0 && file.flush());
+    LineReader reader(file.fileName());
+    EXPECT_EQ(reader.Next(), u"12345678"_s);
+    ASSERT_TRUE(file.resize(100));
+    int lines = 1;
+    while (reader.Next()) ++lines;
+    EXPECT_LT(lines, 10'000);
+}

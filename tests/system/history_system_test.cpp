@@ -1,4 +1,5 @@
 #include "history/frmHistory.h"
+#include "tests/support/PostgresRun.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QLabel>
@@ -93,6 +94,41 @@ TEST_F(HistorySystem, AServerThatDiesLeavesTheRowsThatAreThereAndSaysSoOnce)
     EXPECT_EQ(TakeLog(), QStringList()) << "the result is gone for good, and that was said";
     EXPECT_EQ(Execute(u"SELECT 7"_s), ExecuteLog);
     EXPECT_EQ(Row(0), QStringList{u"7"_s});
+}
+
+TEST_F(HistorySystem, ThePresetsRunOnPostgreSql)
+{
+    const PostgresRun database;
+    ASSERT_TRUE(database.IsRunning()) << database.Problem().toStdString();
+    QTemporaryFile plant;
+    ASSERT_TRUE(plant.open());
+    plant.write("[[history.destination]]\nconnection = \"" + database.ConnectionString().toUtf8() +
+                "\"\n[[controller]]\nname = \"PLC1\"\n[[controller.item]]\nname = \"X\"\ntype = \"R8\"\n"
+                "history = true\n");
+    plant.flush();
+    m_Server.Start({u"--plant"_s, plant.fileName()});
+    StartConsoleWith(QString());
+    for (const double value : {0.0, 2.5, 5.0}) Item(u"X"_s)->put_Value(value);
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            return Execute(u"SELECT count(*) FROM velsql_history"_s) == ExecuteLog && Row(0) == QStringList{u"3"_s};
+        },
+        20'000));
+    EXPECT_EQ(Cell(*m_Form, u"ConnectionString(1)"_s), database.ConnectionString());
+
+    const std::pair<int, QStringList> firstRows[] = {
+        {3, {u"PLC1"_s, u"X"_s, u"0"_s}}, {1, {u"PLC1"_s, u"X"_s, u"0"_s}}, {1, {u"3"_s}}, {1, {u"2.5"_s}},
+        {3, {u"PLC1"_s, u"X"_s, u"0"_s}}, {3, {u"PLC1"_s, u"X"_s, u"5"_s}},
+    };
+    for (int i = 0; i < 6; ++i) {
+        SCOPED_TRACE(i);
+        Control<ListBox>(*m_Form, "cmbSQLCommand").SetListIndex(i);
+        Press(*m_Form, "cmdOverwrite");
+        Press(*m_Form, "cmdExecute");
+        EXPECT_EQ(TakeLog(), ExecuteLog);
+        EXPECT_EQ(Row(0).mid(0, 3), firstRows[i].second);
+        EXPECT_EQ(Model().rowCount(), firstRows[i].first);
+    }
 }
 
 } // namespace
