@@ -137,11 +137,11 @@ TEST(Connection, DroppedObjectsAreReleasedWithoutAnotherCallAlsoWhenTheSocketDoe
 TEST_F(ConnectionTest, OfAStormOfEventsNoneIsLostNorOutOfOrder)
 {
     const EventSubscriptionRef subscription = Controller()->Subscribe(*this);
-    m_Engine->Execute(u"fire PLC1 item D100 20000"_s);
-    m_Engine->Execute(u"fire PLC1 state 3 20000"_s);
+    m_Engine->Execute(u"fire PLC1 item D100 10000"_s);
+    m_Engine->Execute(u"fire PLC1 state 3 30000"_s);
     EXPECT_TRUE(QTest::qWaitFor([&] { return m_Events.size() >= 40'000; }, 60'000)) << m_Events.size();
     QTest::qWait(50);
-    EXPECT_EQ(m_Events, QStringList(20'000, u"D100=25"_s) + QStringList(20'000, u"state 3"_s));
+    EXPECT_EQ(m_Events, QStringList(10'000, u"D100=25"_s) + QStringList(30'000, u"state 3"_s));
 }
 
 TEST_F(ConnectionTest, AServerThatGoesIsReportedAndTheNextOneIsUsedByTheSameObjects)
