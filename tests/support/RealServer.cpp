@@ -1,5 +1,6 @@
 #include "tests/support/RealServer.h"
 
+#include "core/automation/PlainText.h"
 #include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/ServerSocket.h"
 
@@ -38,7 +39,7 @@ QString RealServer::Answer(const QString& command) const
     QString answer;
     const std::unique_ptr<QThread> client(QThread::create([&] {
         RemoteLibrary library(SocketPath(), QString());
-        answer = library.AttachEngine()->Execute(command).Get<QString>();
+        answer = ToPlainText(library.AttachEngine()->Execute(command));
     }));
     client->start();
     client->wait();

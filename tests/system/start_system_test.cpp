@@ -42,6 +42,8 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
     EXPECT_FALSE(modMain::Engine);
     EXPECT_TRUE(ChildWindow::Forms().isEmpty());
     EXPECT_EQ(m_Boxes, QStringList());
+    m_Server.Answer(u"terminate"_s); // it would outlive its folder
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !QFile::exists(m_Server.SocketPath()); }, 20'000));
 }
 
 /// Whether a process of another user gets through to the socket; run as root only.
