@@ -159,7 +159,7 @@ void frmMDI::ConnectToolbar()
     ConnectEntries(tlbar, buttons);
     for (QAction* action : tlbar->actions()) {
         QWidget* button = tlbar->widgetForAction(action);
-        button->setAccessibleName(action->toolTip());
+        button->setAccessibleName(action->toolTip()); // The one for cutting has no caption: it is meant.
         button->setFocusPolicy(Qt::NoFocus); // Pressing one leaves the focus, and with it the selection, where it is.
     }
 }

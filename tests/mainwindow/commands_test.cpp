@@ -1,6 +1,23 @@
 #include "tests/mainwindow/Console.h"
 
 #include <QMdiSubWindow>
+#include <QMenu>
+
+TEST_F(Console, MenusAndToolbarReadAsOperatorsKnowThem)
+{
+    StartActive();
+    QStringList captions;
+    for (const char* menu : {"mnuEdit", "mnuView", "mnuTool", "mnuPopupCtrl", "mnuPopupItem", "tlbar"}) {
+        captions << QString();
+        for (const QAction* entry : Control<QWidget>(menu).actions())
+            captions.last() += entry->isSeparator() ? u"- "_s : entry->text() + u", "_s;
+    }
+    EXPECT_EQ(captions, QStringList({u"&Remove Object, - Clear &Log, - Cu&t, &Copy, &Paste, "_s,
+                                     u"&Show Object, - &Object Window, &Log Window, "_s, u"&VelScript, "_s,
+                                     u"&Show, - Star&t, Sto&p, S&napshot, - &AddItem..., - &Batch Write..., "_s,
+                                     u"&Show, - S&napshot, - &Remove, "_s,
+                                     u"Show, Remove, , Copy, Paste, "_s})); // the third has none: it is meant
+}
 
 TEST_F(Console, PopupCommandsAreAnnouncedAndCalledAndFailuresLogged)
 {
