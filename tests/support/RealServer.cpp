@@ -1,5 +1,6 @@
 #include "tests/support/RealServer.h"
 
+#include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"
 #include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/ServerSocket.h"
@@ -38,8 +39,12 @@ QString RealServer::Answer(const QString& command) const
 {
     QString answer;
     const std::unique_ptr<QThread> client(QThread::create([&] {
-        RemoteLibrary library(SocketPath(), QString());
-        answer = ToPlainText(library.AttachEngine()->Execute(command));
+        try {
+            RemoteLibrary library(SocketPath(), QString());
+            answer = ToPlainText(library.AttachEngine()->Execute(command));
+        } catch (const DescribedError& error) {
+            answer = error.Description();
+        }
     }));
     client->start();
     client->wait();

@@ -20,6 +20,7 @@ public:
     QString SocketPath() const { return m_Folder.filePath(QStringLiteral("run/velsql/server.sock")); }
     static QString Program();
     /// What the engine answers to a command from a client of its own thread: asking does nothing for this thread's connections.
+    /// When it cannot be asked, the description of the error.
     QString Answer(const QString& command) const;
 
     /// Returns when the server listens; ends the program when it does not within 20 seconds.
