@@ -17,13 +17,13 @@ const QString Filter = QStringLiteral("テキスト(*.txt),*.txt (*.txt)");
 
 std::unique_ptr<QFileDialog> MakeOpenDialog()
 {
-    auto dialog = std::make_unique<QFileDialog>(GetMainWindow()->Widget(), QStringLiteral("Open"),
+    auto cmnDlg = std::make_unique<QFileDialog>(GetMainWindow()->Widget(), QStringLiteral("Open"),
                                                 QCoreApplication::applicationDirPath());
-    dialog->setOptions(QFileDialog::HideNameFilterDetails | QFileDialog::DontUseNativeDialog |
+    cmnDlg->setOptions(QFileDialog::HideNameFilterDetails | QFileDialog::DontUseNativeDialog |
                        QFileDialog::DontUseCustomDirectoryIcons);
-    dialog->setNameFilter(Filter);
-    dialog->setDefaultSuffix(QStringLiteral("txt"));
-    return dialog;
+    cmnDlg->setNameFilter(Filter);
+    cmnDlg->setDefaultSuffix(QStringLiteral("txt"));
+    return cmnDlg;
 }
 
 /// The item, to be kept until the line is done. Logs and writes one line of the file; throws what is wrong with it.
@@ -60,10 +60,10 @@ void frmBatchWrite::SetTargetController(const QString& name)
 void frmBatchWrite::cmdOpen_Click()
 {
     const QPointer<frmBatchWrite> self(this);
-    const QPointer<QFileDialog> dialog = MakeOpenDialog().release();
-    const bool chosen = dialog->exec() == QDialog::Accepted;
-    if (chosen && self && dialog) txtFilename->setText(QDir::toNativeSeparators(dialog->selectedFiles().value(0)));
-    delete dialog.data(); // null when the main window went meanwhile, and the dialog with it
+    const QPointer<QFileDialog> cmnDlg = MakeOpenDialog().release();
+    const bool chosen = cmnDlg->exec() == QDialog::Accepted;
+    if (chosen && self && cmnDlg) txtFilename->setText(QDir::toNativeSeparators(cmnDlg->selectedFiles().value(0)));
+    delete cmnDlg.data(); // null when the main window went meanwhile, and the dialog with it
 }
 
 void frmBatchWrite::cmdStart_Click()

@@ -101,8 +101,13 @@ bool frmController::LayoutControllerGrid()
     if (!m_csCtrl) return true;
     fgCtrl->Lay(ControllerRows(m_csCtrl), GridLayout);
     if (IsUnloading()) return false;
-    tmrCtrlProp->RefreshNow();
+    RefreshControllerGrid();
     return true;
+}
+
+void frmController::RefreshControllerGrid()
+{
+    tmrCtrlProp->RefreshNow();
 }
 
 void frmController::cmbType_Click()
@@ -175,7 +180,7 @@ void frmController::UpdateEventSubscription()
     else if (!m_csCtrlEvt) ReportErrors([this] { m_csCtrlEvt = m_csCtrl->Subscribe(*this); });
 }
 
-void frmController::OnChangeState(qint32 lNewVal)
+void frmController::m_csCtrlEvt_OnChangeState(qint32 lNewVal)
 {
     if (m_EventLogOverflowed || !m_StateEventsWanted) return;
     // A state without name has none here, other than in the grid: it is meant.
@@ -183,7 +188,7 @@ void frmController::OnChangeState(qint32 lNewVal)
     LogEvent(u"OnChangeState: State=" % (hasName ? StateName(lNewVal) : QString()));
 }
 
-void frmController::OnChangeItem(const ItemRef& pICSItem)
+void frmController::m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem)
 {
     if (m_EventLogOverflowed || !m_ItemEventsWanted) return;
     QString name, value;

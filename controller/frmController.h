@@ -30,6 +30,7 @@ private:
 
     void FillTypeLists();
     bool LayoutControllerGrid();
+    void RefreshControllerGrid();
     void UpdateEventSubscription();
     bool PutTag(int typeIndex);
     void ShowExecuteResult(const Variant& result);
@@ -44,8 +45,10 @@ private:
     void cmdClear_Click();
 
     // The events that arrive through m_csCtrlEvt.
-    void OnChangeState(qint32 lNewVal) override;
-    void OnChangeItem(const ItemRef& pICSItem) override;
+    void OnChangeState(qint32 lNewVal) override { m_csCtrlEvt_OnChangeState(lNewVal); }
+    void OnChangeItem(const ItemRef& pICSItem) override { m_csCtrlEvt_OnChangeItem(pICSItem); }
+    void m_csCtrlEvt_OnChangeState(qint32 lNewVal);
+    void m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem);
     void LogEvent(const QString& line);
     void SetOverflow();
 

@@ -25,12 +25,12 @@ ObjectTreeModel::~ObjectTreeModel()
 
 void ObjectTreeModel::SetImage(NodeTag tag, const QIcon& image)
 {
-    m_Images.at(static_cast<std::size_t>(tag)) = image;
+    imglstMDI.at(static_cast<std::size_t>(tag)) = image;
 }
 
 QIcon ObjectTreeModel::Image(NodeTag tag) const
 {
-    return m_Images.at(static_cast<std::size_t>(tag));
+    return imglstMDI.at(static_cast<std::size_t>(tag));
 }
 
 void ObjectTreeModel::Clear()

@@ -54,5 +54,6 @@ private:
     static TreeNodeRef FindBelow(const TreeNodeRef& node, QStringView key);
 
     TreeNodeRef m_Root;
-    std::array<QIcon, 5> m_Images;
+    /// One image for each kind of node.
+    std::array<QIcon, 5> imglstMDI;
 };

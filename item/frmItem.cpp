@@ -41,7 +41,7 @@ bool IsEmptyList(const Variant& names)
 frmItem::frmItem()
 {
     setupUi(this);
-    m_Refresher = new GridRefresher(fgItem, this);
+    tmrItemProp = new GridRefresher(fgItem, this);
     ConnectFields();
     ConnectCommands();
 }
@@ -64,18 +64,18 @@ void frmItem::ConnectCommands()
     connect(cmdSnapshot, &QPushButton::clicked, this, &frmItem::cmdSnapshot_Click);
     connect(cmdRemove, &QPushButton::clicked, this, &frmItem::cmdRemove_Click);
     connect(cmdPerfchk, &QPushButton::clicked, this, &frmItem::cmdPerfchk_Click);
-    connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideForm);
+    connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideItemWindow);
 }
 
-void frmItem::ShowForm()
+void frmItem::ShowItemWindow()
 {
     ChildWindow::ShowForm();
-    if (!IsUnloading()) m_Refresher->Start();
+    if (!IsUnloading()) tmrItemProp->Start();
 }
 
-void frmItem::HideForm()
+void frmItem::HideItemWindow()
 {
-    m_Refresher->Stop();
+    tmrItemProp->Stop();
     ChildWindow::HideForm();
 }
 
@@ -96,7 +96,7 @@ bool frmItem::Load()
 
 void frmItem::FormUnload()
 {
-    m_Refresher->Stop();
+    tmrItemProp->Stop();
     if (m_PerfChk) m_PerfChk->Unload();
     m_csItem.reset();
     m_csCtrl.reset();
@@ -121,9 +121,14 @@ bool frmItem::InitItemGrid()
 {
     fgItem->Lay(ItemRows(m_csItem), GridLayout);
     if (IsUnloading()) return false;
-    m_Refresher->RefreshNow();
+    RefreshItemGrid();
     InitActivation();
     return true;
+}
+
+void frmItem::RefreshItemGrid()
+{
+    tmrItemProp->RefreshNow();
 }
 
 /// Ticking a box runs its rule: loading the window of an active item activates it once more, and that is meant.
@@ -192,7 +197,7 @@ void frmItem::ShowValue(const Variant& value)
     if (text.size() > MaxShownCharacters) ThrowTooLong(text.size());
     cmbType->SetListIndex(VarTypeToTypeIndex(value.Type()));
     txtValue->setText(text);
-    imgThumbnail->Clear();
+    ClearThumbnail();
     if (value.Type() == ArrayOf(VT_UI1)) ShowThumbnail(value.Array().Of<quint8>());
 }
 
@@ -201,6 +206,11 @@ void frmItem::ShowThumbnail(const QList<quint8>& bytes)
     WritePictureFile(bytes);
     // From the bytes, not from the file: pictures of files are cached by name and second.
     imgThumbnail->SetPicture(ReadPicture(bytes));
+}
+
+void frmItem::ClearThumbnail()
+{
+    imgThumbnail->Clear();
 }
 
 void frmItem::cmdPut_Click()
@@ -238,13 +248,13 @@ void frmItem::cmdRemove_Click()
 void frmItem::cmdPerfchk_Click()
 {
     const QPointer<frmItem> self(this);
-    m_Refresher->Stop();
+    tmrItemProp->Stop();
     const QPointer<frmPerfChk> dialog = new frmPerfChk(GetMainWindow()->Widget());
     m_PerfChk = dialog;
     dialog->m_csItem = m_csItem;
     dialog->exec();
     delete dialog.data(); // null when the main window went meanwhile, and the dialog with it
-    if (self && !IsUnloading()) m_Refresher->Start();
+    if (self && !IsUnloading()) tmrItemProp->Start();
 }
 
 void frmItem::RemoveItem()

@@ -18,10 +18,10 @@ class frmItem : public ChildWindow, private Ui::frmItem
 public:
     frmItem();
 
-    /// Also starts the grid's refresh.
-    void ShowForm() override;
-    /// Also stops the grid's refresh.
-    void HideForm() override;
+    void ShowForm() override { ShowItemWindow(); }
+    void HideForm() override { HideItemWindow(); }
+    /// Brings the window forward and starts the grid's refresh.
+    void ShowItemWindow();
 
 protected:
     bool Load() override;
@@ -34,7 +34,10 @@ private:
     void LookUpItem();
     void FillPropertyList();
     bool InitItemGrid();
+    void RefreshItemGrid();
     void InitActivation();
+    /// Stops the grid's refresh and hides the window, which stays loaded.
+    void HideItemWindow();
 
     void cmbProperty_Click();
     void cmbType_Click();
@@ -50,11 +53,12 @@ private:
 
     void ShowValue(const Variant& value);
     void ShowThumbnail(const QList<quint8>& bytes);
+    void ClearThumbnail();
     void RemoveItem();
 
     ControllerRef m_csCtrl;
     ItemRef m_csItem;
-    GridRefresher* m_Refresher;
+    GridRefresher* tmrItemProp;
     /// Open while it measures this window's item.
     QPointer<frmPerfChk> m_PerfChk;
     ItemProperty m_Property = ItemProperty::Value;

@@ -65,6 +65,11 @@ void frmPerfChk::Form_Load()
     modAPI::SetPriorityClass(modAPI::HIGH_PRIORITY_CLASS);
     for (QLineEdit* field : {txtHour, txtMinute, txtPatternCount}) modAPI::SetNumberOnly(field);
     udPatternCount->SetBuddy(txtPatternCount, 1, MaxCount);
+    FillValueTypeList();
+}
+
+void frmPerfChk::FillValueTypeList()
+{
     FillTypeList(cmbValueType);
     cmbValueType->SetListIndex(TypeIndexBstr);
 }

@@ -34,6 +34,7 @@ private:
     };
 
     void Form_Load();
+    void FillValueTypeList();
     void ConnectOptions();
     void ConnectFieldChecks();
     void ConnectCommands();
