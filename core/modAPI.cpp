@@ -88,6 +88,17 @@ QString Platform::WritableProgramFolder()
     return cache;
 }
 
+void Platform::LockRedraw(QWidget* window, bool lock)
+{
+    window->setUpdatesEnabled(!lock);
+}
+
+void Platform::SetNumberOnly(QLineEdit* field)
+{
+    field->setInputMethodHints(field->inputMethodHints() | Qt::ImhDigitsOnly);
+    field->installEventFilter(new DigitsOnly(field));
+}
+
 Platform* Replace(Platform* platform)
 {
     return std::exchange(g_Platform, platform ? platform : &g_Default);
@@ -120,8 +131,18 @@ QString WritableProgramFolder()
 
 void SetNumberOnly(QLineEdit* field)
 {
-    field->setInputMethodHints(field->inputMethodHints() | Qt::ImhDigitsOnly);
-    field->installEventFilter(new DigitsOnly(field));
+    g_Platform->SetNumberOnly(field);
+}
+
+FrozenRedraw::FrozenRedraw(QWidget* window)
+    : m_Window(window)
+{
+    if (m_Window) g_Platform->LockRedraw(m_Window, true);
+}
+
+FrozenRedraw::~FrozenRedraw()
+{
+    if (m_Window) g_Platform->LockRedraw(m_Window, false);
 }
 
 } // namespace modAPI

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QDateTime>
+#include <QPointer>
 #include <QString>
 
 class QLineEdit;
+class QWidget;
 
 /// The operating-system functions that the console uses, replaceable in tests.
 namespace modAPI {
@@ -25,6 +27,10 @@ public:
     virtual void OutputDebugString(const QString& text);
     /// The folder where the program's own picture file is written: the program's folder, else the user's cache folder.
     virtual QString WritableProgramFolder();
+    /// Nothing of the window is painted until it is unlocked.
+    virtual void LockRedraw(QWidget* window, bool lock);
+    /// Only digits can be typed into the field; pasted text still reaches the field's own check.
+    virtual void SetNumberOnly(QLineEdit* field);
 };
 
 /// From now on `platform` serves all functions below; null goes back to the default. Returns the one before.
@@ -35,8 +41,18 @@ QDateTime GetLocalTime();
 void SetPriorityClass(quint32 priorityClass);
 void OutputDebugString(const QString& text);
 QString WritableProgramFolder();
-
-/// Only digits can be typed into the field; pasted text still reaches the field's own check.
 void SetNumberOnly(QLineEdit* field);
+
+/// The window's redraw is frozen while this stands: what changes meanwhile comes to be seen in one piece.
+class FrozenRedraw
+{
+public:
+    explicit FrozenRedraw(QWidget* window);
+    ~FrozenRedraw();
+    Q_DISABLE_COPY_MOVE(FrozenRedraw)
+
+private:
+    QPointer<QWidget> m_Window;
+};
 
 } // namespace modAPI

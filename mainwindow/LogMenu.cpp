@@ -1,6 +1,7 @@
 #include "mainwindow/LogMenu.h"
 
 #include "core/LogPane.h"
+#include "core/modAPI.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
 
@@ -44,6 +45,9 @@ void LogMenu::ShowMenu(const QPoint& position)
     entries[0]->setEnabled(hasSelection && !isReadOnly);
     entries[1]->setEnabled(hasSelection);
     entries[2]->setEnabled(!isReadOnly);
-    m_Log->setFocus();
+    {
+        const modAPI::FrozenRedraw frozen(m_Log->window());
+        m_Log->setFocus();
+    }
     m_Menu->popup(position);
 }
