@@ -99,6 +99,8 @@ TreeNodeRef ObjectTreeView::NodeOf(const QModelIndex& index) const
 TreeNodeRef ObjectTreeView::NodeUnder(const QPoint& position) const
 {
     const QModelIndex index = indexAt(position);
-    const bool isOnExpander = model()->hasChildren(index) && position.x() < visualRect(index).left();
-    return isOnExpander ? TreeNodeRef() : NodeOf(index);
+    // The box itself only: what stands left of it belongs to the row, and a press there selects it.
+    const int left = visualRect(index).left();
+    const bool isOnExpander = position.x() < left && position.x() >= left - indentation();
+    return isOnExpander && model()->hasChildren(index) ? TreeNodeRef() : NodeOf(index);
 }
