@@ -32,6 +32,16 @@ int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizet
                          .arg(controllerNode->Key() + TreeNode::PathSeparator + name));
 }
 
+/// The server may have lost an item meanwhile whose node still stands: two nodes of one name would have one key.
+void RefuseSecondNode(const TreeNodeRef& controllerNode, const QString& name)
+{
+    for (int row = 0; row < controllerNode->ChildCount(); ++row) {
+        const TreeNodeRef node = controllerNode->Child(row);
+        if (node->Text() == name)
+            throw ValueError(QStringLiteral("The object tree has a node \"%1\" already.").arg(node->Key()));
+    }
+}
+
 } // namespace
 
 TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controllerNode, VelSQLController& controller,
@@ -43,6 +53,7 @@ TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controller
     const qint32 count = controller.get_Count();
     if (!controllerNode->IsInTree())
         throw ValueError(QStringLiteral("The object tree has no node \"%1\" any more.").arg(controllerNode->Key()));
+    RefuseSecondNode(controllerNode, name);
     if (count == 1) return tree.Append(controllerNode, name, NodeTag::AddItem);
     if (position > 0)
         return tree.Insert(controllerNode, RowOf(controllerNode, names, position - 1) + 1, name, NodeTag::AddItem);

@@ -113,4 +113,10 @@ TEST_F(AddItemOk, AnAnswerThatGivesNoPlaceIsLogged)
     Add();
     EXPECT_EQ(TakeLog(), SuccessLog);
     EXPECT_EQ(Nodes(), u"D100 D200 +New"_s);
+
+    Add(); // the server has lost it meanwhile
+    EXPECT_EQ(TakeLog(),
+              SuccessLog + QStringList{u"The object tree has a node \"VelSQLEngine\\PLC1\\New\" already."_s});
+    EXPECT_EQ(Nodes(), u"D100 D200 +New"_s);
+    EXPECT_TRUE(m_Form->m_csCtrl) << "still open";
 }
