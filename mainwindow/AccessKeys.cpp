@@ -36,19 +36,30 @@ AccessKeys::AccessKeys(QMenuBar* menuBar)
 bool AccessKeys::eventFilter(QObject*, QEvent* event)
 {
     if (m_IsOut && (event->type() == QEvent::Shortcut || event->type() == QEvent::KeyPress)) PutMenuBarBack();
-    if (event->type() == QEvent::ShortcutOverride && BelongsToChild(static_cast<QKeyEvent&>(*event))) TakeMenuBarOut();
-    return false;
+    if (event->type() == QEvent::ShortcutOverride) return KeyComes(*event);
+    return event->type() == QEvent::KeyPress && std::exchange(m_IsDead, false);
 }
 
-bool AccessKeys::BelongsToChild(const QKeyEvent& event)
+bool AccessKeys::KeyComes(QEvent& event)
 {
-    if (event.modifiers() != Qt::AltModifier) return false;
-    const QWidget* child = ActiveChild();
-    if (!child) return false;
-    const auto controls = child->findChildren<QWidget*>();
-    return std::any_of(controls.begin(), controls.end(), [&](const QWidget* control) {
-        return control->isVisible() && control->isEnabled() && HasAccessKey(control, event.key());
-    });
+    const Owner owner = OwnerIn(static_cast<QKeyEvent&>(event));
+    m_IsDead = owner == Owner::Disabled;
+    if (owner == Owner::Enabled) TakeMenuBarOut();
+    if (m_IsDead) event.accept(); // no shortcut is looked for
+    return m_IsDead;
+}
+
+AccessKeys::Owner AccessKeys::OwnerIn(const QKeyEvent& event)
+{
+    const QWidget* child = event.modifiers() == Qt::AltModifier ? ActiveChild() : nullptr;
+    if (!child) return Owner::None;
+    Owner owner = Owner::None;
+    for (const QWidget* control : child->findChildren<QWidget*>()) {
+        if (!control->isVisible() || !HasAccessKey(control, event.key())) continue;
+        if (control->isEnabled()) return Owner::Enabled;
+        owner = Owner::Disabled;
+    }
+    return owner;
 }
 
 bool AccessKeys::HasAccessKey(const QWidget* control, int key)
