@@ -8,7 +8,6 @@ using namespace modMain;
 frmEngine::frmEngine()
 {
     setupUi(this);
-    lblResult->viewport()->setAutoFillBackground(false); // looks like the label that it is
     connect(cmdStart, &QPushButton::clicked, this, &frmEngine::cmdStart_Click);
     connect(cmdStop, &QPushButton::clicked, this, &frmEngine::cmdStop_Click);
     connect(cmdSnapshot, &QPushButton::clicked, this, &frmEngine::cmdSnapshot_Click);
@@ -49,16 +48,6 @@ void frmEngine::cmdExecute_Click()
         const Variant result = Engine->Execute(txtCommand->text());
         // It is meant: the call has succeeded, even when its result cannot be shown.
         AddLog(QStringLiteral("Succeeded."));
-        ShowResult(result);
+        lblResult->SetText(ToPlainText(result)); // a result without plain text leaves the last one
     });
-}
-
-/// Throws when the result has no plain text; the last result then stays.
-void frmEngine::ShowResult(const Variant& result)
-{
-    const QString text = ToPlainText(result);
-    lblResult->clear();
-    lblResult->Append(text);
-    lblResult->ShowAppended();
-    lblResult->moveCursor(QTextCursor::Start);
 }

@@ -3,8 +3,6 @@
 #include "core/ChildWindow.h"
 #include "ui_frmEngine.h"
 
-class Variant;
-
 /// The console of the engine, one for the application: starts, stops and snapshots it and executes its commands.
 class frmEngine : public ChildWindow, private Ui::frmEngine
 {
@@ -22,6 +20,4 @@ private:
     void cmdStop_Click();
     void cmdSnapshot_Click();
     void cmdExecute_Click();
-
-    void ShowResult(const Variant& result);
 };

@@ -2,7 +2,7 @@
 
 #include "core/automation/NumberText.h"
 #include "core/FieldColour.h"
-#include "core/LogPane.h"
+#include "core/LabelPane.h"
 #include "core/modMain.h"
 
 #include <QAbstractItemView>
@@ -11,6 +11,8 @@
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QTextDocumentFragment>
+
+#include <algorithm>
 
 namespace modMain {
 
@@ -41,7 +43,7 @@ struct EditBox
 
     void ReplaceSelection(const QString& text) const
     {
-        if (Line) Line->insert(text);
+        if (Line) InsertLine(Line, text);
         else if (Log) Log->ReplaceSelection(text);
         else Cursor().insertText(text);
     }
@@ -101,10 +103,18 @@ void CopyCellToClipboard(const QAbstractItemView* grid)
     if (cell.isValid()) QGuiApplication::clipboard()->setText(cell.data().toString());
 }
 
+void InsertLine(QLineEdit* box, const QString& text)
+{
+    const auto endsLine = [](QChar c) {
+        return c == u'\r' || c == u'\n' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
+    };
+    box->insert(text.left(std::find_if(text.begin(), text.end(), endsLine) - text.begin()));
+}
+
 bool IsEditBox(const QWidget* widget)
 {
     const EditBox box(widget);
-    return box.Line || box.Plain;
+    return box.Line || (box.Plain && !qobject_cast<LabelPane*>(box.Plain));
 }
 
 bool HasSelection(const QWidget* editBox)

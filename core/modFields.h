@@ -29,7 +29,10 @@ void SelectAllText(QLineEdit* box);
 /// Puts the current cell's text on the clipboard; errors are ignored.
 void CopyCellToClipboard(const QAbstractItemView* grid);
 
-/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit or QPlainTextEdit.
+/// Replaces the selection of a single-line box by the text up to its first line end.
+void InsertLine(QLineEdit* box, const QString& text);
+
+/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit or QPlainTextEdit, but no LabelPane.
 bool IsEditBox(const QWidget* widget);
 bool HasSelection(const QWidget* editBox);
 /// Whether the operator cannot change the text: read-only or disabled.

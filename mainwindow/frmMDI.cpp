@@ -7,6 +7,7 @@
 #include "mainwindow/AccessKeys.h"
 #include "mainwindow/CommandStates.h"
 #include "mainwindow/EditTarget.h"
+#include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
 #include "mainwindow/ObjectTreeBuilder.h"
 #include "mainwindow/PaneKeys.h"
@@ -64,6 +65,7 @@ frmMDI::frmMDI(ObjectWindows windows)
     LoadImages();
     m_Panes = new PanesLayout({picFrame, lblObject, treeObject, picVBar, mdiChildren, picHBar, lblLog, txtLog});
     m_EditTarget = new EditTarget(this);
+    new LinePaste(this);
     new LogMenu(txtLog, mnuPopupLog);
     new AccessKeys(mnuBar);
     new PaneKeys(this, treeObject, mdiChildren, txtLog);

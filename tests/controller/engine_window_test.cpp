@@ -1,6 +1,6 @@
 #include "controller/frmEngine.h"
 #include "core/automation/SafeArray.h"
-#include "core/LogPane.h"
+#include "core/LabelPane.h"
 #include "tests/controller/ControllerConsole.h"
 
 namespace {
@@ -12,7 +12,7 @@ class EngineWindow : public ControllerConsole
 protected:
     EngineWindow() { Open<frmEngine>(); }
 
-    LogPane& Result() { return Control<LogPane>("lblResult"); }
+    LabelPane& Result() { return Control<LabelPane>("lblResult"); }
     /// Executes; what is logged.
     QStringList Execute(const Variant& result)
     {

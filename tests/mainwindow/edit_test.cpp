@@ -1,6 +1,8 @@
+#include "core/LabelPane.h"
 #include "tests/mainwindow/Console.h"
 
 #include <QClipboard>
+#include <QContextMenuEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiSubWindow>
@@ -85,10 +87,16 @@ TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
     m_Form->m_Buddy->setFocus();
     EXPECT_FALSE(m_Text->hasSelectedText()) << "a selection stays only where commands would use it";
 
+    DoubleClick(u"VelSQLEngine"_s);
     QLineEdit tool(u"script"_s); // a window beside the main window is not edited from its menus
     const std::function<void()> waysToLeave[] = {
         [this] { Tree().setFocus(); },
         [this] { m_Form->m_Edit->setFocus(); },
+        [this] {
+            Control<LabelPane>("lblResult").setFocus();
+            Control<LabelPane>("lblResult").SetText(u"a result"_s);
+            Control<LabelPane>("lblResult").selectAll();
+        },
         [this] {
             QTest::keyClick(m_Text, Qt::Key_T, Qt::AltModifier); // a menu that no control of the child has
             EXPECT_EQ(TakePopup(), u"mnuTool"_s);
@@ -117,6 +125,31 @@ TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
     }
     Trigger("btnPaste");
     EXPECT_EQ(m_Text->text(), u"some text"_s);
+}
+
+TEST_F(Editing, WhatIsPastedIntoASingleLineEndsAtItsFirstLineEnd)
+{
+    const std::function<void()> waysToPaste[] = {
+        [this] { QTest::keyClick(m_Text, Qt::Key_V, Qt::ControlModifier); },
+        [this] { Trigger("mnuEdit_6"); },
+        [this] {
+            QContextMenuEvent asked(QContextMenuEvent::Mouse, {}, {});
+            QApplication::sendEvent(m_Text, &asked);
+            const QWidget* menu = QApplication::activePopupWidget();
+            ASSERT_TRUE(menu);
+            for (QAction* entry : menu->actions())
+                if (entry->text().startsWith(u"&Paste")) entry->trigger();
+            TakePopup();
+        },
+    };
+    QApplication::clipboard()->setText(u"a b\r\nc"_s);
+    EXPECT_EQ(Enabled(), u"Paste"_s);
+    for (const auto& paste : waysToPaste) {
+        m_Text->setText(u"some text"_s);
+        m_Text->setSelection(5, 4);
+        paste();
+        EXPECT_EQ(m_Text->text(), u"some a b"_s);
+    }
 }
 
 TEST_F(Editing, TheLogHasItsOwnPopup)
@@ -156,7 +189,7 @@ TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
 
     m_Form->m_Edit->setEnabled(false);
     QTest::keyClick(m_Form->m_Buddy, Qt::Key_E, Qt::AltModifier);
-    EXPECT_EQ(TakePopup(), u"mnuEdit"_s);
+    EXPECT_EQ(TakePopup(), QString()) << "a key too many does nothing";
     m_Form->m_Edit->setEnabled(true);
     Tree().setFocus();
     QTest::keyClick(&Tree(), Qt::Key_E, Qt::AltModifier);

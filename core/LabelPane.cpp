@@ -1,0 +1,18 @@
+#include "core/LabelPane.h"
+
+LabelPane::LabelPane(QWidget* parent)
+    : LogPane(parent)
+{
+    setReadOnly(true);
+    setTabChangesFocus(true);
+    setFrameShape(NoFrame);
+    viewport()->setAutoFillBackground(false); // looks like the label that it is
+}
+
+void LabelPane::SetText(const QString& text)
+{
+    clear();
+    Append(text);
+    ShowAppended();
+    moveCursor(QTextCursor::Start);
+}
