@@ -1,3 +1,5 @@
+#include "app/QtOptions.h"
+#include "commandline/CommandLine.h"
 #include "mainwindow/frmMDI.h"
 #include "mainwindow/Start.h"
 #include "velsqllib/RemoteLibrary.h"
@@ -5,27 +7,36 @@
 #include <QApplication>
 
 #include <cstdio>
-#include <string_view>
+#include <optional>
+#include <vector>
 
 namespace {
 
-/// What a shell user asks for without a display: answered before there is a window system to connect to.
-bool AnswersWithoutWindow(int argc, char** argv)
+const QString s_Description = QStringLiteral(
+    "Opens the console on the user's running VelSQL server, or on the bundled one, which it then starts.\n"
+    "It has no other options than Qt's own, such as -platform and -style, and keeps no settings.");
+
+/// What a shell user asks for is answered, and what cannot be understood refused, before there is a window system to connect to.
+std::optional<int> AnswerWithoutWindow(int argc, char** argv)
 {
-    const std::string_view option = argc == 2 ? argv[1] : "";
-    if (option == "--version") return std::puts("velsqltester " VELSQL_VERSION) >= 0;
-    if (option != "--help") return false;
-    return std::puts(
-               "Usage: velsqltester [--help | --version]\n\n"
-               "Opens the console on the user's running VelSQL server, or on the bundled one, which it then starts.\n"
-               "It has no options and keeps no settings.") >= 0;
+    if (argc < 2) return {};
+    std::vector<char*> own(argv, argv + argc + 1); // Qt may take some out
+    const QCoreApplication application(argc, own.data());
+    CommandLine line(QStringLiteral("velsqltester"), s_Description);
+    try {
+        const QString answer = line.Read(WithoutQtOptions(QCoreApplication::arguments()));
+        if (answer.isEmpty()) return {};
+        return std::puts(qPrintable(answer)) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    } catch (const UsageError& error) {
+        return line.Refuse(error);
+    }
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (AnswersWithoutWindow(argc, argv)) return EXIT_SUCCESS;
+    if (const std::optional<int> code = AnswerWithoutWindow(argc, argv)) return *code;
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("VelSQLTester"));
     QApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));

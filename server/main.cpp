@@ -1,9 +1,8 @@
-#include "core/automation/Errors.h"
+#include "commandline/CommandLine.h"
 #include "server/log/Log.h"
 #include "server/plantfile/PlantFile.h"
 #include "server/ServerProcess.h"
 
-#include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QFile>
 
@@ -19,15 +18,12 @@ int NumberOption(const QCommandLineParser& parser, const QString& name)
     bool isNumber = false;
     const int number = parser.value(name).toInt(&isNumber);
     if (!isNumber || number < 0)
-        throw DescribedError(QStringLiteral("--%1 takes a number, not \"%2\".").arg(name, parser.value(name)));
+        throw UsageError(QStringLiteral("--%1 takes a number, not \"%2\".").arg(name, parser.value(name)));
     return number;
 }
 
 void DefineOptions(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(QStringLiteral("The bundled VelSQL data-logging server."));
-    parser.addHelpOption();
-    parser.addVersionOption();
     parser.addOptions({
         {QStringLiteral("plant"), QStringLiteral("Read the plant from <file> instead of the user's plant.toml."),
          QStringLiteral("file")},
@@ -54,7 +50,7 @@ void ApplyLogLevel(const QString& name)
     for (const auto& [levelName, level] : levels) {
         if (name == levelName) return SetLogLevel(level);
     }
-    throw DescribedError(QStringLiteral("--log-level takes error, warning, info or debug, not \"%1\".").arg(name));
+    throw UsageError(QStringLiteral("--log-level takes error, warning, info or debug, not \"%1\".").arg(name));
 }
 
 QString PlantPath(const QCommandLineParser& parser)
@@ -106,17 +102,24 @@ int Check(const QString& path)
     return 0;
 }
 
-int Run(const QCoreApplication& app)
+int Run(const QCommandLineParser& parser)
 {
-    QCommandLineParser parser;
-    DefineOptions(parser);
-    parser.process(app);
-    if (!parser.positionalArguments().isEmpty())
-        throw DescribedError(
-            QStringLiteral("\"%1\" is no option; --help lists them.").arg(parser.positionalArguments().first()));
     if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
     if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
     return Serve(ReadOptions(parser));
+}
+
+int Run()
+{
+    CommandLine parser(QStringLiteral("velsqlserver"), QStringLiteral("The bundled VelSQL data-logging server."));
+    DefineOptions(parser);
+    try {
+        const QString answer = parser.Read(QCoreApplication::arguments());
+        if (!answer.isEmpty()) return std::puts(qPrintable(answer)) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+        return Run(parser);
+    } catch (const UsageError& error) {
+        return parser.Refuse(error);
+    }
 }
 
 /// A thread that hangs in a database's library would fail in a process that is tidied up under it.
@@ -130,11 +133,11 @@ int Leave(int code)
 
 int main(int argc, char** argv)
 {
-    QCoreApplication app(argc, argv);
+    const QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("velsqlserver"));
     QCoreApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     try {
-        return Leave(Run(app));
+        return Leave(Run());
     } catch (const PlantFileError& error) {
         std::fprintf(stderr, "%s\n", qPrintable(error.Description())); // as compilers do, for whoever jumps to the line
     } catch (const kj::Exception& exception) {

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QThread>
 
@@ -21,6 +22,16 @@ constexpr auto IdleSeconds = "10";
 bool HasEnded(qint64 processId)
 {
     return kill(static_cast<pid_t>(processId), 0) != 0 && errno == ESRCH;
+}
+
+/// What the server has to say to an operator, without time stamps and what it told a log on the way.
+QString WithoutLogMarks(QString said)
+{
+    static const QRegularExpression Remark(QStringLiteral("^[-\\d]{10} [:.\\d]{12} (info|debug): .*\n?"),
+                                           QRegularExpression::MultilineOption);
+    static const QRegularExpression Mark(QStringLiteral("^[-\\d]{10} [:.\\d]{12} (error|warning): "),
+                                         QRegularExpression::MultilineOption);
+    return said.remove(Remark).remove(Mark);
 }
 
 } // namespace
@@ -69,5 +80,5 @@ QString ServerStarter::Said()
 {
     constexpr qint64 enough = 4000;
     m_Errors.seek(qMax<qint64>(0, m_Errors.size() - enough));
-    return QString::fromLocal8Bit(m_Errors.read(enough)).trimmed();
+    return WithoutLogMarks(QString::fromLocal8Bit(m_Errors.read(enough))).trimmed();
 }

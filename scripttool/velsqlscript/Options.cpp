@@ -1,8 +1,7 @@
 #include "scripttool/velsqlscript/Options.h"
 
-#include "core/automation/Errors.h"
+#include "commandline/CommandLine.h"
 
-#include <QCommandLineParser>
 #include <QRegularExpression>
 
 namespace {
@@ -20,7 +19,6 @@ constexpr int MostMemory = 1024 * 1024;
 
 void DefineOptions(QCommandLineParser& parser)
 {
-    parser.setApplicationDescription(s_Description);
     parser.addOptions({
         {QStringLiteral("name"),
          QStringLiteral("Scripts know the engine as <name>; may be given several times. Default: Vlx."),
@@ -30,10 +28,6 @@ void DefineOptions(QCommandLineParser& parser)
         {QStringLiteral("memory"), QStringLiteral("The script may use <MiB> of memory. Default: 1024."),
          QStringLiteral("MiB")},
         {QStringLiteral("attach"), QStringLiteral("Use a server that is running; start none.")},
-    });
-    parser.addOptions({
-        {{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Only print this text.")},
-        {{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Only print the version.")},
     });
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The script, UTF-8; \"-\" is standard input."));
 }
@@ -76,12 +70,10 @@ QString Title(const QCommandLineParser& parser, const QString& file)
 
 ScriptOptions ReadOptions(const QStringList& arguments)
 {
-    QCommandLineParser parser;
+    CommandLine parser(QStringLiteral("velsqlscript"), s_Description);
     DefineOptions(parser);
     ScriptOptions options;
-    if (!parser.parse(arguments)) throw DescribedError(parser.errorText());
-    if (parser.isSet(QStringLiteral("help"))) options.Answer = parser.helpText().trimmed();
-    else if (parser.isSet(QStringLiteral("version"))) options.Answer = QStringLiteral("velsqlscript " VELSQL_VERSION);
+    options.Answer = parser.Read(arguments, CommandLine::Files::Named);
     if (!options.Answer.isEmpty()) return options;
     if (parser.positionalArguments().size() != 1)
         throw DescribedError(QStringLiteral("One FILE is needed, or \"-\"; --help tells more."));

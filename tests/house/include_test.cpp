@@ -19,19 +19,20 @@ using Folders = std::set<std::string>;
 const std::map<std::string, Folders> MayInclude = {
     {"core/automation", {}},
     {"core", {"core/automation"}},
+    {"commandline", {"core/automation"}},
     {"velsqllib", {"core/automation"}},
     {"additem", {"core", "core/automation"}},
     {"perfcheck", {"core", "core/automation"}},
     {"history", {"core", "core/automation"}},
     {"batchwrite", {"core", "core/automation"}},
     {"scripttool", {"core", "core/automation"}},
-    {"scripttool/velsqlscript", {"velsqllib", "core/automation"}},
+    {"scripttool/velsqlscript", {"commandline", "velsqllib", "core/automation"}},
     {"controller", {"additem", "core", "core/automation"}},
     {"item", {"perfcheck", "core", "core/automation"}},
     {"mainwindow",
      {"controller", "item", "additem", "perfcheck", "history", "batchwrite", "scripttool", "core", "core/automation"}},
-    {"server", {"velsqllib", "core/automation"}},
-    {"app", {"mainwindow", "velsqllib", "core", "core/automation"}},
+    {"server", {"commandline", "velsqllib", "core/automation"}},
+    {"app", {"mainwindow", "commandline", "velsqllib", "core", "core/automation"}},
 };
 
 /// The innermost folder of the house that a path belongs to; empty outside. The wire's own headers count as the library

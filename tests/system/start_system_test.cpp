@@ -46,6 +46,33 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
     EXPECT_TRUE(QTest::qWaitFor([this] { return !QFile::exists(m_Server.SocketPath()); }, 20'000));
 }
 
+TEST(Programs, AnswerAndRefuseAlikeWithoutADisplay)
+{
+    auto noDisplay = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+        noDisplay.remove(QString::fromLatin1(name));
+    const auto run = [&](const QString& program, const QStringList& arguments) {
+        QProcess process;
+        process.setProcessEnvironment(noDisplay);
+        process.start(QCoreApplication::applicationDirPath() + u'/' + program, arguments);
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError()) +
+               QString::number(process.exitCode());
+    };
+    for (const QString& program : {u"velsqltester"_s, u"velsqlserver"_s, u"velsqlscript"_s}) {
+        for (const QString& option : {u"-v"_s, u"--version"_s})
+            EXPECT_EQ(run(program, {option}), program + u" " VELSQL_VERSION "\n0"_s);
+        for (const QString& option : {u"-h"_s, u"--help"_s})
+            EXPECT_TRUE(run(program, {option}).contains(u"  -v, --version  Only print the version.\n"_s));
+        EXPECT_EQ(run(program, {u"--bogus"_s, u"-"_s}), program + u": Unknown option 'bogus'.\n2"_s);
+    }
+    EXPECT_EQ(run(u"velsqlserver"_s, {u"--stop-when-idle"_s, u"soon"_s}),
+              u"velsqlserver: --stop-when-idle takes a number, not \"soon\".\n2"_s);
+    const QStringList qtOptions = {u"-platform"_s, u"none"_s, u"--style=fusion"_s, u"-reverse"_s};
+    EXPECT_EQ(run(u"velsqltester"_s, qtOptions + QStringList{u"plant.toml"_s}),
+              u"velsqltester: \"plant.toml\" is no option; --help lists them.\n2"_s);
+}
+
 /// Whether a process of another user gets through to the socket; run as root only.
 bool OtherUserConnects(const QString& path)
 {

@@ -187,8 +187,14 @@ TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
     RemoteLibrary alone(m_Server.SocketPath(), QString());
     EXPECT_EQ(ErrorOf([&] { alone.CreateEngine(); }), u"No VelSQL server is running, and the program \"velsqlserver\" "
                                                       u"was found neither beside this program nor on the path.");
-    RemoteLibrary broken(m_Server.SocketPath(), u"/bin/false"_s);
-    EXPECT_EQ(ErrorOf([&] { broken.CreateEngine(); }), u"The VelSQL server /bin/false could not start.");
+    QTemporaryFile program;
+    ASSERT_TRUE(program.open() && program.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    program.write(
+        "#!/bin/sh\nprintf '2026-01-02 03:04:05.678 %s\\n' 'info: Plant read.' 'error: No room.' >&2\nexit 1\n");
+    program.close();
+    RemoteLibrary broken(m_Server.SocketPath(), program.fileName());
+    EXPECT_EQ(ErrorOf([&] { broken.CreateEngine(); }),
+              u"The VelSQL server %1 could not start. No room."_s.arg(program.fileName()));
 }
 
 } // namespace

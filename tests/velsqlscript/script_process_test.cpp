@@ -75,7 +75,6 @@ TEST(ScriptFiles, AndOptionsThatCannotBeUsed)
         {{folder.path()}, folder.path() + noFile},
         {{}, oneFile},
         {{u"-"_s, u"-"_s}, oneFile},
-        {{u"--bogus"_s, u"-"_s}, u"velsqlscript: Unknown option 'bogus'."_s},
         {{u"--name=1x"_s, u"-"_s}, u"velsqlscript: --name takes a name that a script can use, not \"1x\"."_s},
         {{u"--memory=1"_s, u"-"_s}, u"velsqlscript: --memory takes a number of MiB from 64 to 1048576, not \"1\"."_s},
     };
