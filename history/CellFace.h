@@ -18,7 +18,7 @@ struct CellFace
 };
 
 /// "NULL" as a remark, so that it differs from an empty text and from the text "NULL"; blobs as their first bytes in
-/// hexadecimal and their size; dates as "yyyy-MM-dd hh:mm:ss", with milliseconds when there are any.
+/// hexadecimal and their size; dates as "yyyy-MM-dd hh:mm:ss", with three or six decimals when there are any.
 CellFace FaceOf(const Variant& value);
 
 /// The whole text of a cell, as it is copied: nothing for NULL, all bytes of a blob in hexadecimal.

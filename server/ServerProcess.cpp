@@ -25,7 +25,7 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_Began(io.provider->getTimer().now())
     , m_Socket(std::in_place, options.SocketPath)
     , m_Plant(*this)
-    , m_History(FillPlant(m_Plant, options.PlantPath))
+    , m_History(FillPlant(m_Plant, options.PlantPath), io.provider->getTimer())
     , m_Watch(io.provider->getTimer())
     , m_Commands(SubjectsOfCommands())
     , m_Services{m_Plant, m_History, m_Commands, m_Definitions, m_Watch, m_Objects}
@@ -35,7 +35,8 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     m_Objects.Open(m_Services);
     m_Plant.Begin();
     m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
-    m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), kj::heap<LibraryServer>(m_Services));
+    m_Clients =
+        kj::heap<ClientHost>(io, m_Socket->Descriptor(), [this] { return kj::heap<LibraryServer>(m_Services); });
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
 
@@ -127,6 +128,7 @@ bool ServerProcess::IsIdle() const
 CommandSubjects ServerProcess::SubjectsOfCommands()
 {
     return {m_Plant,
+            m_History,
             m_Objects,
             m_Watch,
             m_Io.provider->getTimer(),

@@ -9,12 +9,28 @@
 namespace {
 
 constexpr double MillisecondsADay = 86'400'000.0;
-constexpr qint64 FirstDay = -657'434; // 0100-01-01
-constexpr qint64 LastDay = 2'958'465; // 9999-12-31
+constexpr qint64 MicrosecondsADay = 86'400'000'000;
+constexpr double MostExactDays = 65'536.0; // beyond them a date is too coarse for microseconds
+constexpr qint64 FirstDay = -657'434;      // 0100-01-01
+constexpr qint64 LastDay = 2'958'465;      // 9999-12-31
 
 QDate DayZero()
 {
     return QDate(1899, 12, 30);
+}
+
+/// Of the time of day, counted forwards on both sides of day 0.
+qint64 MicrosecondsOf(Date date)
+{
+    return std::llround(std::abs(date.Days - std::trunc(date.Days)) * static_cast<double>(MicrosecondsADay));
+}
+
+QString FormatToTheMicrosecond(Date date)
+{
+    const qint64 microseconds = MicrosecondsOf(date);
+    const QTime time = QTime::fromMSecsSinceStartOfDay(static_cast<int>(microseconds / 1000));
+    return DayZero().addDays(static_cast<qint64>(date.Days)).toString(u"yyyy-MM-dd") + time.toString(u" hh:mm:ss.zzz") +
+           QString::number(microseconds % 1000).rightJustified(3, u'0');
 }
 
 template <typename T>
@@ -56,10 +72,12 @@ QString FormatCurrency(Currency amount)
     return negative ? u'-' + text : text;
 }
 
-QString FormatDate(Date date, bool milliseconds)
+QString FormatDate(Date date, bool decimals)
 {
     const QDateTime dateTime = ToDateTime(date);
-    const bool fraction = milliseconds && dateTime.time().msec() != 0;
+    if (decimals && std::abs(date.Days) < MostExactDays && MicrosecondsOf(date) % 1000 != 0)
+        return FormatToTheMicrosecond(date);
+    const bool fraction = decimals && dateTime.time().msec() != 0;
     return dateTime.toString(fraction ? u"yyyy-MM-dd hh:mm:ss.zzz" : u"yyyy-MM-dd hh:mm:ss");
 }
 

@@ -11,7 +11,7 @@ constexpr qint32 MostEvents = 1'000'000;
 } // namespace
 
 // In the order of docs/server.md; an empty command lists them.
-const std::array<Commands::Command, 14> Commands::s_Commands = {{
+const std::array<Commands::Command, 16> Commands::s_Commands = {{
     {u"echo", u"TEXT", &Commands::Echo},
     {u"fail", u"TEXT", &Commands::Fail},
     {u"sleep", u"MILLISECONDS", &Commands::Sleep},
@@ -25,6 +25,8 @@ const std::array<Commands::Command, 14> Commands::s_Commands = {{
     {u"definition", u"", &Commands::ReportDefinition},
     {u"references", u"", &Commands::ReportReferences},
     {u"calls", u"", &Commands::ReportCalls},
+    {u"statements", u"", &Commands::ReportStatements},
+    {u"break", u"NUMBER", &Commands::BreakStatement},
     {u"terminate", u"", &Commands::Terminate},
 }};
 
@@ -172,6 +174,17 @@ kj::Promise<Variant> Commands::ReportReferences(Order&)
 kj::Promise<Variant> Commands::ReportCalls(Order&)
 {
     return Variant(m_Subjects.Watch.ReportCalls());
+}
+
+kj::Promise<Variant> Commands::ReportStatements(Order&)
+{
+    return Variant(m_Subjects.Records.Statements().join(QStringLiteral("\r\n")));
+}
+
+kj::Promise<Variant> Commands::BreakStatement(Order& order)
+{
+    m_Subjects.Records.BreakStatement(order.Text.Number(u"The statement", 1));
+    return Variant();
 }
 
 kj::Promise<Variant> Commands::Terminate(Order&)

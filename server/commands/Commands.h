@@ -10,6 +10,7 @@
 struct CommandSubjects
 {
     Plant& World;
+    History& Records;
     const ObjectDirectory& Objects;
     CallWatch& Watch;
     kj::Timer& Timer;
@@ -43,7 +44,7 @@ private:
         const char16_t* Usage;
         Action Run;
     };
-    static const std::array<Command, 14> s_Commands;
+    static const std::array<Command, 16> s_Commands;
 
     kj::Promise<Variant> Execute(Order order);
     kj::Promise<Variant> Echo(Order& order);
@@ -59,6 +60,8 @@ private:
     kj::Promise<Variant> ReportDefinition(Order& order);
     kj::Promise<Variant> ReportReferences(Order& order);
     kj::Promise<Variant> ReportCalls(Order& order);
+    kj::Promise<Variant> ReportStatements(Order& order);
+    kj::Promise<Variant> BreakStatement(Order& order);
     kj::Promise<Variant> Terminate(Order& order);
     PlantController& ControllerOf(Order& order) const;
 

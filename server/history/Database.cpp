@@ -1,6 +1,8 @@
 #include "server/history/Database.h"
 
-#include <QDir>
+#include "server/history/PrivateFile.h"
+
+#include <QFile>
 #include <QFileInfo>
 #include <QSqlQuery>
 
@@ -33,12 +35,18 @@ constexpr std::array<KeyName, 17> KeyNames = {{{u"driver", u"driver"},
                                                {u"pwd", u"password"},
                                                {u"password", u"password"}}};
 
-QString MeaningOf(const QString& key)
+/// Mistakes are told by their place: behind a value that is not quoted as it should be even a "key" is a part of it.
+DescribedError MistakeAt(qsizetype part, const QString& what)
+{
+    return DescribedError(QStringLiteral("Part %1 of the connection string %2.").arg(part).arg(what));
+}
+
+QString MeaningOf(QStringView key, qsizetype part)
 {
     for (const KeyName& name : KeyNames) {
         if (key.trimmed().compare(name.Spelled, Qt::CaseInsensitive) == 0) return name.Meant.toString();
     }
-    throw DescribedError(QStringLiteral("The connection string has an unknown key \"%1\".").arg(key.trimmed()));
+    throw MistakeAt(part, QStringLiteral("has an unknown key"));
 }
 
 QChar ClosingOf(QChar opening)
@@ -55,7 +63,7 @@ QString TakePlainValue(QStringView& rest)
 }
 
 /// A closing mark that stands twice means itself.
-QString TakeMarkedValue(QStringView& rest, QChar closing)
+QString TakeMarkedValue(QStringView& rest, QChar closing, qsizetype part)
 {
     QString value;
     qsizetype at = 1;
@@ -64,22 +72,20 @@ QString TakeMarkedValue(QStringView& rest, QChar closing)
         else if (at + 1 < rest.size() && rest[at + 1] == closing) value += rest[at++];
         else break;
     }
-    if (at >= rest.size())
-        throw DescribedError(QStringLiteral("A value of the connection string has no closing %1.").arg(closing));
+    if (at >= rest.size()) throw MistakeAt(part, QStringLiteral("has no closing ") + closing);
     rest = rest.sliced(at + 1).trimmed();
     if (!rest.isEmpty() && rest.front() != u';')
-        throw DescribedError(
-            QStringLiteral("A value of the connection string goes on behind its closing %1.").arg(closing));
+        throw MistakeAt(part, QStringLiteral("goes on behind its closing ") + closing);
     rest = rest.isEmpty() ? rest : rest.sliced(1);
     return value;
 }
 
 /// Takes the value at the head of `rest` with the ";" behind it.
-QString TakeValue(QStringView& rest)
+QString TakeValue(QStringView& rest, qsizetype part)
 {
     rest = rest.trimmed();
     const QChar closing = rest.isEmpty() ? QChar() : ClosingOf(rest.front());
-    return closing.isNull() ? TakePlainValue(rest) : TakeMarkedValue(rest, closing);
+    return closing.isNull() ? TakePlainValue(rest) : TakeMarkedValue(rest, closing, part);
 }
 
 struct Parts
@@ -92,14 +98,14 @@ Parts ParseConnectionString(const QString& text)
 {
     Parts parts;
     QStringView rest = QStringView(text).trimmed();
-    while (!rest.isEmpty()) {
+    for (qsizetype part = 1; !rest.isEmpty(); ++part) {
         const qsizetype equals = rest.indexOf(u'=');
-        if (equals < 0) throw DescribedError(QStringLiteral("The connection string has no \"=\" in \"%1\".").arg(rest));
-        const QString key = MeaningOf(rest.left(equals).toString());
+        if (equals < 0) throw MistakeAt(part, QStringLiteral("has no \"=\""));
+        const QString key = MeaningOf(rest.left(equals), part);
         parts.Shown += rest.left(equals + 1);
         rest = rest.sliced(equals + 1);
         const QStringView tail = rest;
-        parts.Values.insert(key, TakeValue(rest));
+        parts.Values.insert(key, TakeValue(rest, part));
         const QStringView value = tail.left(rest.isNull() ? tail.size() : rest.data() - tail.data());
         parts.Shown += key == QStringLiteral("password") ? QStringView(u"***;") : value;
         rest = rest.trimmed();
@@ -113,7 +119,7 @@ QString DriverOf(const QString& name)
     if (name.startsWith(u"postgres", Qt::CaseInsensitive) || name.compare(u"psql", Qt::CaseInsensitive) == 0)
         return QStringLiteral("QPSQL");
     throw DescribedError(
-        QStringLiteral("The connection string names the driver \"%1\"; there are SQLite and PostgreSQL.").arg(name));
+        QStringLiteral("The connection string names a driver that is not there: there are SQLite and PostgreSQL."));
 }
 
 int PortOf(const QString& text)
@@ -122,7 +128,7 @@ int PortOf(const QString& text)
     bool isNumber = false;
     const int port = text.toInt(&isNumber);
     if (!isNumber || port < 1 || port > 65535)
-        throw DescribedError(QStringLiteral("The connection string's port \"%1\" is no port number.").arg(text));
+        throw DescribedError(QStringLiteral("The connection string's port is no port number."));
     return port;
 }
 
@@ -213,10 +219,11 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         if (address.m_Port > 0) database.setPort(address.m_Port);
         database.setUserName(address.m_User);
         database.setPassword(address.m_Password);
-        // Notices and warnings would go to standard error, past the log.
-        database.setConnectOptions(QStringLiteral("connect_timeout=5;options='-c client_min_messages=error'"));
+        // Notices and warnings would go to standard error, past the log; statements are read as the standard quotes texts.
+        database.setConnectOptions(QStringLiteral(
+            "connect_timeout=5;options='-c client_min_messages=error -c standard_conforming_strings=on'"));
     } else {
-        QDir().mkpath(QFileInfo(address.m_Database).absolutePath());
+        MakePrivateFile(address.m_Database);
         MendSharedMemoryFile(address.m_Database);
         database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=5000"));
     }
@@ -225,5 +232,6 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
 QString Describe(const QSqlError& error)
 {
     const QString text = error.databaseText().trimmed();
-    return text.isEmpty() ? error.driverText().trimmed() : text;
+    const bool saysNothing = text.isEmpty() || text == u"()" || text == u"not an error";
+    return saysNothing ? error.driverText().trimmed() : text;
 }

@@ -1,6 +1,7 @@
 #include "server/history/History.h"
 
 #include "core/automation/Errors.h"
+#include "server/history/PrivateFile.h"
 
 #include <QDir>
 
@@ -12,19 +13,25 @@ QString StateFolder()
     return (state.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : state) + QStringLiteral("/velsql");
 }
 
+QString OwnDatabase()
+{
+    return StateFolder() + QStringLiteral("/history.db");
+}
+
 } // namespace
 
 HistorySettings DefaultHistorySettings()
 {
     HistorySettings settings;
-    settings.Destinations[0].ConnectionString =
-        QStringLiteral("Driver=SQLite;Database=%1/history.db").arg(StateFolder());
+    settings.Destinations[0].ConnectionString = QStringLiteral("Driver=SQLite;Database=") + OwnDatabase();
     return settings;
 }
 
-History::History(HistorySettings settings)
+History::History(HistorySettings settings, kj::Timer& timer)
     : m_Settings(std::move(settings))
+    , m_Runner(m_Settings.Limits, timer)
 {
+    TakeFromOthers(OwnDatabase()); // an earlier version left it to the umask
     for (int index : {1, 2}) {
         const HistoryDestination& destination = Destination(index);
         if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
@@ -65,11 +72,11 @@ QString History::TableName(qint32 index) const
     return Destination(index).TableName;
 }
 
-kj::Promise<ResultSpoolRef> History::Execute(const QString& statement)
+kj::Promise<ResultSpoolRef> History::Execute(const QString& statement, const HistoryUserRef& user)
 {
     const QString& where = Destination(1).ConnectionString;
     if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to ask."));
-    return m_Runner.Run(DatabaseAddress(where), statement);
+    return m_Runner.Run(DatabaseAddress(where), statement, user);
 }
 
 const HistoryDestination& History::Destination(qint32 index) const

@@ -9,6 +9,7 @@ struct HistorySettings
 {
     bool Enabled = true;
     std::array<HistoryDestination, 2> Destinations;
+    StatementLimits Limits;
 };
 
 /// SQLite in the user's state folder as destination 1, none as destination 2.
@@ -19,7 +20,7 @@ class History
 {
 public:
     /// Throws DescribedError for wrong settings; a database that is away is no error.
-    explicit History(HistorySettings settings);
+    History(HistorySettings settings, kj::Timer& timer);
     ~History();
 
     /// Never waits for a database.
@@ -34,7 +35,11 @@ public:
     QString TableName(qint32 index) const;
 
     /// See StatementRunner::Run.
-    kj::Promise<ResultSpoolRef> Execute(const QString& statement);
+    kj::Promise<ResultSpoolRef> Execute(const QString& statement, const HistoryUserRef& user);
+    /// See StatementRunner::Describe.
+    QStringList Statements() const { return m_Runner.Describe(); }
+    /// See StatementRunner::Break.
+    void BreakStatement(qint32 number) { m_Runner.Break(number); }
 
 private:
     const HistoryDestination& Destination(qint32 index) const;

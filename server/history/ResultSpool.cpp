@@ -8,11 +8,14 @@
 
 #include <cerrno>
 #include <cstring>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 namespace {
 
 constexpr qint64 LargestRow = 256 * 1024 * 1024;
+constexpr qint64 LargestResult = qint64{4} * 1024 * 1024 * 1024;
+constexpr std::chrono::milliseconds LongestWait(200); // of rows for their page
 
 /// Results hold no objects.
 class NoObjects : public WireObjects
@@ -27,13 +30,30 @@ public:
     throw DescribedError(QStringLiteral("%1: %2").arg(what, QString::fromLocal8Bit(strerror(errno))));
 }
 
+/// Opens `file`, too.
+qint64 PlaceIn(QTemporaryFile& file, qint64 mostBytes)
+{
+    if (!file.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(file.errorString()));
+    if (mostBytes > 0) return mostBytes;
+    struct statvfs disk
+    {
+    };
+    if (fstatvfs(file.handle(), &disk) != 0) return LargestResult;
+    return std::min(LargestResult, static_cast<qint64>(disk.f_bavail * disk.f_frsize / 10));
+}
+
+QString SizeText(qint64 bytes)
+{
+    return QStringLiteral("%1 MB").arg(static_cast<double>(bytes) / (1024 * 1024), 0, 'f', 1);
+}
+
 } // namespace
 
-ResultSpool::ResultSpool(QStringList columns, std::function<void()> dropped)
+ResultSpool::ResultSpool(QStringList columns, qint64 mostBytes, std::function<void()> dropped)
     : m_Columns(std::move(columns))
     , m_Dropped(std::move(dropped))
+    , m_MostBytes(PlaceIn(m_File, mostBytes))
 {
-    if (!m_File.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(m_File.errorString()));
     unlink(QFile::encodeName(m_File.fileName()).constData()); // gone with the last reference, even after a crash
 }
 
@@ -57,7 +77,7 @@ kj::Array<kj::byte> ResultSpool::PageOf(qint64 row) const
     return bytes;
 }
 
-void ResultSpool::Append(QList<Variant> row)
+bool ResultSpool::Append(QList<Variant> row)
 {
     qint64 bytes = 0;
     for (const Variant& cell : row) bytes += SizeOf(cell);
@@ -65,10 +85,20 @@ void ResultSpool::Append(QList<Variant> row)
         throw DescribedError(QStringLiteral("Row %1 is larger than %2 MB.")
                                  .arg(m_Rows + m_WaitingRows + 1)
                                  .arg(LargestRow / (1024 * 1024)));
-    if (m_WaitingRows > 0 && m_WaitingBytes + bytes > PageBytes) Flush();
+    const bool isDue = IsPageDue(bytes);
+    if (isDue) Flush();
+    if (m_WaitingRows == 0) m_WaitingSince = Clock::now();
     m_Waiting += std::move(row);
     m_WaitingBytes += bytes;
     ++m_WaitingRows;
+    return isDue;
+}
+
+/// Before `bytes` more come.
+bool ResultSpool::IsPageDue(qint64 bytes) const
+{
+    if (m_WaitingRows == 0) return false;
+    return m_WaitingBytes + bytes > PageBytes || Clock::now() - m_WaitingSince > LongestWait;
 }
 
 void ResultSpool::Finish(const QString& failure)
@@ -88,6 +118,9 @@ void ResultSpool::Flush()
 {
     if (m_WaitingRows == 0) return;
     const auto bytes = Encode();
+    if (m_FileSize + static_cast<qint64>(bytes.size()) > m_MostBytes)
+        throw DescribedError(
+            QStringLiteral("The result is larger than %1, where reading it ends.").arg(SizeText(m_MostBytes)));
     Write(bytes);
     const std::lock_guard lock(m_Guard);
     m_Pages.push_back({m_Rows, m_WaitingRows, m_FileSize, static_cast<qint64>(bytes.size())});

@@ -5,6 +5,8 @@
 #include <kj/array.h>
 #include <QTemporaryFile>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -14,12 +16,15 @@
 class ResultSpool
 {
 public:
-    /// A page is closed when it holds about this many bytes; it holds one row at least.
+    using Clock = std::chrono::steady_clock;
+
+    /// A page is closed when it holds about this many bytes, or when its rows have waited long enough; it holds one row at least.
     static constexpr qsizetype PageBytes = 256 * 1024;
 
-    /// `dropped` is called with the end of the spool. Throws DescribedError when there is no place for temporary files.
+    /// The file takes at most `mostBytes` (0: 4 GB, or a tenth of the free disk where that is less). `dropped` is called with the end
+    /// of the spool. Throws DescribedError when there is no place for temporary files.
     explicit ResultSpool(
-        QStringList columns, std::function<void()> dropped = [] {});
+        QStringList columns, qint64 mostBytes = 0, std::function<void()> dropped = [] {});
     ~ResultSpool();
 
     const QStringList& Columns() const { return m_Columns; }
@@ -27,8 +32,12 @@ public:
     /// The encoded page that holds `row`. Throws DescribedError when the row is not there, or why it could not be read.
     kj::Array<kj::byte> PageOf(qint64 row) const;
 
-    /// Adds a row. Throws DescribedError when the disk is full or the row too large.
-    void Append(QList<Variant> row);
+    /// Whoever reads the result has asked for something.
+    void NoteAsked() { m_Asked = Clock::now(); }
+    Clock::duration SinceAsked() const { return Clock::now() - m_Asked.load(); }
+
+    /// Adds a row; whether that closed a page. Throws DescribedError when the disk or the bound is full or the row too large.
+    bool Append(QList<Variant> row);
     /// No more rows come; `failure` says why when reading ended early.
     void Finish(const QString& failure = {});
 
@@ -41,6 +50,7 @@ private:
         qint64 Size;
     };
 
+    bool IsPageDue(qint64 bytes) const;
     void Flush();
     void Write(kj::ArrayPtr<const kj::byte> bytes) const;
     kj::Array<kj::byte> Encode() const;
@@ -49,10 +59,13 @@ private:
     const QStringList m_Columns;
     const std::function<void()> m_Dropped;
     QTemporaryFile m_File;
+    const qint64 m_MostBytes;
+    std::atomic<Clock::time_point> m_Asked = Clock::now();
     qint64 m_FileSize = 0; // of the writing thread only, as is what waits to become a page:
     QList<Variant> m_Waiting;
     qint64 m_WaitingRows = 0;
     qint64 m_WaitingBytes = 0;
+    Clock::time_point m_WaitingSince;
 
     mutable std::mutex m_Guard; // of everything below
     std::vector<Page> m_Pages;

@@ -15,7 +15,7 @@ Variant FromInteger(qint64 number)
     const bool fits = number >= std::numeric_limits<qint32>::min() && number <= std::numeric_limits<qint32>::max();
     if (fits) return static_cast<qint32>(number);
     constexpr qint64 ExactInDouble = qint64{1} << 53;
-    if (std::abs(number) <= ExactInDouble) return static_cast<double>(number);
+    if (number >= -ExactInDouble && number <= ExactInDouble) return static_cast<double>(number);
     return QString::number(number);
 }
 

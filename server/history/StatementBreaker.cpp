@@ -31,7 +31,7 @@ void StatementBreaker::Arm(const DatabaseSession& session)
 {
     const int process = m_Address.IsPostgreSql() ? session.Ask(QStringLiteral("SELECT pg_backend_pid()")).toInt() : 0;
     const std::lock_guard lock(m_Guard);
-    if (m_State->Broken) throw DescribedError(QStringLiteral("The statement was given up."));
+    if (m_State->Broken) throw DescribedError(m_Reason);
     m_State->PostgreSqlProcess = process;
     if (!m_Address.IsPostgreSql()) ArmSqlite(session);
 }
@@ -48,16 +48,33 @@ void StatementBreaker::ArmSqlite(const DatabaseSession& session)
 
 void StatementBreaker::Disarm()
 {
+    std::optional<Worker> messenger; // waited for here, never by the event loop
     const std::lock_guard lock(m_Guard);
     if (m_Sqlite) sqlite3_progress_handler(m_Sqlite, 0, nullptr, nullptr);
     m_Sqlite = nullptr;
     m_State->PostgreSqlProcess = 0;
+    if (m_Messenger) messenger.emplace(std::move(*m_Messenger));
+    m_Messenger.reset();
 }
 
-void StatementBreaker::Break()
+bool StatementBreaker::IsBroken() const
+{
+    return m_State->Broken;
+}
+
+QString StatementBreaker::Reason() const
 {
     const std::lock_guard lock(m_Guard);
-    if (m_State->Broken.exchange(true) || m_State->PostgreSqlProcess == 0) return;
+    return m_Reason;
+}
+
+void StatementBreaker::Break(const QString& reason)
+{
+    const std::lock_guard lock(m_Guard);
+    if (m_State->Broken) return;
+    m_Reason = reason;
+    m_State->Broken = true;
+    if (m_State->PostgreSqlProcess == 0) return;
     m_Messenger.emplace([address = m_Address, state = m_State](const std::stop_token& stop) {
         try {
             const DatabaseSession session(address);

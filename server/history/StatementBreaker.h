@@ -15,12 +15,15 @@ public:
     explicit StatementBreaker(DatabaseAddress address);
 
     /// By the thread that runs the statement: from now on, until Disarm, it can be broken. Throws DescribedError, also when it has been
-    /// broken before.
+    /// broken before. Disarm waits for the messenger that Break has sent.
     void Arm(const DatabaseSession& session);
     void Disarm();
 
-    /// From any thread; does not wait.
-    void Break();
+    /// From any thread; does not wait. The first reason stays.
+    void Break(const QString& reason);
+    bool IsBroken() const;
+    /// Empty when it was not broken.
+    QString Reason() const;
 
 private:
     struct State;
@@ -28,8 +31,9 @@ private:
     void ArmSqlite(const DatabaseSession& session);
 
     const DatabaseAddress m_Address;
-    std::mutex m_Guard;
+    mutable std::mutex m_Guard;
     const std::shared_ptr<State> m_State;
+    QString m_Reason;
     sqlite3* m_Sqlite = nullptr;
     std::optional<Worker> m_Messenger; ///< tells PostgreSQL on a connection of its own
 };

@@ -1,18 +1,16 @@
 #include "server/history/StatementRunner.h"
 
 #include "core/automation/Errors.h"
-#include "server/history/SqlValue.h"
-#include "server/history/StatementBreaker.h"
 
-#include <QSqlError>
-#include <QSqlQuery>
-#include <QSqlRecord>
+#include <algorithm>
 
 namespace {
 
-constexpr std::size_t MostStatements = 32;
+using Clock = std::chrono::steady_clock;
+using GiveUpRef = std::shared_ptr<kj::Own<kj::PromiseFulfiller<ResultSpoolRef>>>;
 
-using Fulfiller = kj::CrossThreadPromiseFulfiller<ResultSpoolRef>;
+constexpr auto BetweenLooks = 100 * kj::MILLISECONDS;
+constexpr qsizetype ShownCharacters = 200;
 
 kj::Exception ToException(const QString& description)
 {
@@ -21,104 +19,179 @@ kj::Exception ToException(const QString& description)
             kj::heapString(text.constData(), static_cast<std::size_t>(text.size()))};
 }
 
-QStringList ColumnsOf(const QSqlQuery& query)
+QString TimeText(std::chrono::milliseconds time)
 {
-    QStringList columns;
-    const QSqlRecord record = query.record();
-    for (int i = 0; i < record.count(); ++i) columns.append(record.fieldName(i));
-    return columns;
+    const auto seconds = static_cast<double>(time.count()) / 1000.0;
+    return QStringLiteral("%1 s").arg(seconds, 0, 'f', 1);
 }
 
-void CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop)
+} // namespace
+
+/// A statement as the event loop sees it, until its thread is done with it.
+struct StatementRunner::Statement
 {
-    const int count = query.record().count();
-    while (query.next()) {
-        QList<Variant> row;
-        row.reserve(count);
-        for (int i = 0; i < count; ++i) row.append(FromSql(query.value(i)));
-        const ResultSpoolRef spool = result.lock();
-        if (!spool || stop.stop_requested()) return;
-        spool->Append(std::move(row));
+    /// Ends it for whoever waits, even where the database's library does not come back.
+    void Break(const QString& reason)
+    {
+        Breaker->Break(reason);
+        if ((*GiveUp)->isWaiting()) (*GiveUp)->reject(ToException(reason));
     }
-    if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
-}
-
-/// Whatever ends the reading ends the result too.
-void ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop)
-{
-    QString failure;
-    try {
-        CopyRows(query, result, stop);
-    } catch (...) {
-        failure = CurrentErrorDescription();
+    std::chrono::milliseconds Lasted() const
+    {
+        return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - Began);
     }
-    if (const ResultSpoolRef spool = result.lock())
-        spool->Finish(stop.stop_requested() ? QStringLiteral("The server has ended.") : failure);
-}
 
-void RunStatement(const DatabaseAddress& address, const QString& statement, const Fulfiller& fulfiller,
-                  const StatementBreakerRef& breaker, const std::stop_token& stop)
-{
-    const DatabaseSession session(address);
-    breaker->Arm(session);
-    const auto disarm = kj::defer([&] { breaker->Disarm(); }); // before the session closes
-    QSqlQuery query(session.Database());
-    query.setForwardOnly(true);
-    if (!query.exec(statement)) throw DescribedError(Describe(query.lastError()));
-    auto result = std::make_shared<ResultSpool>(ColumnsOf(query), [breaker] { breaker->Break(); });
-    const std::weak_ptr<ResultSpool> observed = result;
-    if (!query.isSelect()) result->Finish();
-    const bool isComplete = result->Progress().Complete;
-    fulfiller.fulfill(std::move(result));
-    if (!isComplete) ReadResult(query, observed, stop);
-}
+    Statement(qint32 number, QString text, HistoryUserRef user)
+        : Number(number)
+        , Text(std::move(text))
+        , User(std::move(user))
+    {
+    }
 
-/// Breaks a statement whose result nobody waits for any more.
+    qint32 Number;
+    QString Text;
+    HistoryUserRef User;
+    Clock::time_point Began = Clock::now();
+    StatementBreakerRef Breaker;
+    GiveUpRef GiveUp;                  ///< shared with who waits: it may still be waiting when the thread is done
+    std::weak_ptr<ResultSpool> Result; ///< none until its columns are known
+    std::optional<Worker> Thread;
+};
+
+namespace {
+
+/// Takes a result over from its thread; breaks a statement whose result nobody waits for any more.
+template <typename Statement>
 class Impatience
 {
 public:
-    explicit Impatience(StatementBreakerRef breaker)
-        : m_Breaker(std::move(breaker))
+    explicit Impatience(const std::shared_ptr<Statement>& statement)
+        : m_Statement(statement)
+        , m_Breaker(statement->Breaker)
+        , m_GiveUp(statement->GiveUp)
     {
     }
     Impatience(Impatience&&) = default;
     Impatience& operator=(Impatience&&) = delete;
     ~Impatience()
     {
-        if (m_Breaker) m_Breaker->Break();
+        if (m_Breaker) m_Breaker->Break(QStringLiteral("The statement was given up."));
     }
 
     ResultSpoolRef operator()(ResultSpoolRef&& result)
     {
         m_Breaker = nullptr; // from here on it ends with the result
+        if (const auto statement = m_Statement.lock()) statement->Result = result;
+        result->NoteAsked();
         return std::move(result);
     }
 
 private:
+    std::weak_ptr<Statement> m_Statement;
     StatementBreakerRef m_Breaker;
+    GiveUpRef m_GiveUp;
 };
 
 } // namespace
 
-kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, const QString& statement)
+StatementRunner::StatementRunner(const StatementLimits& limits, kj::Timer& timer)
+    : m_Limits(limits)
+    , m_Timer(timer)
 {
-    m_Workers.remove_if([](const Worker& worker) { return worker.IsDone(); });
-    if (m_Workers.size() >= MostStatements)
-        throw DescribedError(QStringLiteral("%1 statements are running already.").arg(MostStatements));
-    auto pair = kj::newPromiseAndCrossThreadFulfiller<ResultSpoolRef>();
-    const auto fulfiller = std::make_shared<kj::Own<Fulfiller>>(kj::mv(pair.fulfiller));
+}
+
+StatementRunner::~StatementRunner()
+{
+    RequestStop();
+}
+
+kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, const QString& statement,
+                                                 const HistoryUserRef& user)
+{
+    ForgetDone();
+    RefuseTooMany(user);
+    auto result = kj::newPromiseAndCrossThreadFulfiller<ResultSpoolRef>();
+    auto giveUp = kj::newPromiseAndFulfiller<ResultSpoolRef>();
+    const auto fulfiller = std::make_shared<kj::Own<StatementRun::Fulfiller>>(kj::mv(result.fulfiller));
     const auto breaker = std::make_shared<StatementBreaker>(address);
-    m_Workers.emplace_back([=](const std::stop_token& stop) {
-        try {
-            RunStatement(address, statement, **fulfiller, breaker, stop);
-        } catch (...) {
-            (*fulfiller)->reject(ToException(CurrentErrorDescription()));
-        }
-    });
-    return pair.promise.then(Impatience(breaker));
+    const auto running = std::make_shared<Statement>(++m_LastNumber, statement, user);
+    running->Breaker = breaker;
+    running->GiveUp = std::make_shared<GiveUpRef::element_type>(kj::mv(giveUp.fulfiller));
+    running->Thread.emplace(StatementRun{address, statement, m_Limits, breaker, fulfiller});
+    m_Statements.push_back(running);
+    if (!std::exchange(m_IsWatching, true)) m_Watching = Watch().eagerlyEvaluate(nullptr);
+    return result.promise.exclusiveJoin(kj::mv(giveUp.promise)).then(Impatience<Statement>(running));
+}
+
+void StatementRunner::RefuseTooMany(const HistoryUserRef& user) const
+{
+    const auto own = std::count_if(m_Statements.begin(), m_Statements.end(),
+                                   [&](const StatementRef& statement) { return statement->User == user; });
+    const bool areTooMany = own >= HistoryUser::MostStatements || m_Statements.size() >= MostStatements;
+    if (areTooMany)
+        throw DescribedError(QStringLiteral("%1 statements are running already.")
+                                 .arg(std::max<std::size_t>(own, HistoryUser::MostStatements)));
+    if (user->HeldResults >= HistoryUser::MostResults)
+        throw DescribedError(QStringLiteral("%1 results are held already.").arg(user->HeldResults));
+}
+
+QStringList StatementRunner::Describe() const
+{
+    QStringList texts;
+    for (const StatementRef& statement : m_Statements) {
+        if (statement->Thread->IsDone()) continue;
+        const ResultSpoolRef result = statement->Result.lock();
+        const QString text = statement->Text.simplified();
+        texts.append(QStringLiteral("%1: %2, %3 rows: %4%5")
+                         .arg(statement->Number)
+                         .arg(TimeText(statement->Lasted()))
+                         .arg(result ? result->Progress().RowsSoFar : 0)
+                         .arg(text.left(ShownCharacters), QStringView(text.size() > ShownCharacters ? u"..." : u"")));
+    }
+    return texts;
+}
+
+void StatementRunner::Break(qint32 number)
+{
+    for (const StatementRef& statement : m_Statements) {
+        if (statement->Number == number && !statement->Thread->IsDone())
+            return statement->Break(QStringLiteral("The statement was ended by a command."));
+    }
+    throw DescribedError(QStringLiteral("There is no statement %1 running.").arg(number));
 }
 
 void StatementRunner::RequestStop()
 {
-    for (Worker& worker : m_Workers) worker.RequestStop();
+    for (const StatementRef& statement : m_Statements) {
+        statement->Breaker->Break(QStringLiteral("The server has ended."));
+        statement->Thread->RequestStop();
+    }
+}
+
+void StatementRunner::ForgetDone()
+{
+    m_Statements.remove_if([](const StatementRef& statement) { return statement->Thread->IsDone(); });
+}
+
+kj::Promise<void> StatementRunner::Watch()
+{
+    return m_Timer.afterDelay(BetweenLooks).then([this]() -> kj::Promise<void> {
+        ForgetDone();
+        for (const StatementRef& statement : m_Statements) Judge(*statement);
+        m_IsWatching = !m_Statements.empty();
+        return m_IsWatching ? Watch() : kj::READY_NOW;
+    });
+}
+
+void StatementRunner::Judge(Statement& statement) const
+{
+    const ResultSpoolRef result = statement.Result.lock();
+    const ResultProgress progress = result ? result->Progress() : ResultProgress{0, false, {}};
+    const bool hasPage = progress.RowsSoFar > 0 || progress.Complete;
+    if (!hasPage && m_Limits.UntilFirstPage.count() > 0 && statement.Lasted() > m_Limits.UntilFirstPage)
+        statement.Break(QStringLiteral("The statement has shown no rows after %1 (statement_timeout).")
+                            .arg(TimeText(m_Limits.UntilFirstPage)));
+    else if (result && !progress.Complete && result->SinceAsked() > m_Limits.EndAfter)
+        statement.Break(
+            QStringLiteral("Nobody has asked for more of the result for %1.").arg(TimeText(m_Limits.EndAfter)));
 }

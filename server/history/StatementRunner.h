@@ -1,25 +1,57 @@
 #pragma once
 
-#include "server/history/Database.h"
-#include "server/history/ResultSpool.h"
-#include "server/history/Worker.h"
+#include "server/history/StatementRun.h"
 
-#include <kj/async.h>
+#include <kj/timer.h>
 
 #include <list>
 
-using ResultSpoolRef = std::shared_ptr<ResultSpool>;
+/// Whoever asks the history, for as long as it holds anything of it: each has limits of its own, so that none takes the history
+/// away from the others.
+struct HistoryUser
+{
+    static constexpr qint32 MostResults = 256;
+    static constexpr qint32 MostStatements = 32;
+
+    qint32 HeldResults = 0;
+};
+
+using HistoryUserRef = std::shared_ptr<HistoryUser>;
 
 /// Runs SQL statements, each on a thread and a connection of its own, so that neither waits for another nor the event loop for any.
 class StatementRunner
 {
 public:
+    /// Of all users together: each is a thread.
+    static constexpr std::size_t MostStatements = 512;
+
+    StatementRunner(const StatementLimits& limits, kj::Timer& timer);
+    ~StatementRunner();
+
     /// The result as soon as its columns are known; its rows follow. When the last reference to it goes, reading ends.
     /// Throws DescribedError when too many are running; the promise fails with the database's description.
-    kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement);
+    kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement,
+                                    const HistoryUserRef& user);
+    /// What runs, one a text: its number, how long it has been running, how many rows it has given, and the statement itself, shortened.
+    QStringList Describe() const;
+    /// Ends a statement. Throws DescribedError when there is none of this number.
+    void Break(qint32 number);
     /// See Worker::RequestStop.
     void RequestStop();
 
 private:
-    std::list<Worker> m_Workers;
+    struct Statement;
+    using StatementRef = std::shared_ptr<Statement>;
+
+    void RefuseTooMany(const HistoryUserRef& user) const;
+    void ForgetDone();
+    kj::Promise<void> Watch();
+    void Judge(Statement& statement) const;
+
+    const StatementLimits m_Limits;
+    kj::Timer& m_Timer;
+    qint32 m_LastNumber = 0;
+    std::list<StatementRef> m_Statements;
+    kj::Promise<void> m_Watching = nullptr;
+    bool m_IsWatching = false;
 };

@@ -62,6 +62,9 @@ HistorySettings ReadHistory(FileTable table)
 {
     HistorySettings settings = DefaultHistorySettings();
     settings.Enabled = table.Flag("enabled", true);
+    constexpr qint32 MostSeconds = 30 * 24 * 60 * 60;
+    settings.Limits.UntilFirstPage = std::chrono::seconds(table.Integer("statement_timeout", 0, MostSeconds, 600));
+    settings.Limits.ResultBytes = table.Integer("result_megabytes", 0, 1'000'000, 0) * qint64{1024 * 1024};
     auto destinations = table.Tables("destination");
     table.RefuseOthers();
     if (destinations.size() > settings.Destinations.size())

@@ -33,7 +33,7 @@ struct ClientHost::Client
         : Host(host)
         , Stream(kj::mv(socket), host.m_Io.provider->getTimer())
         , Network(Stream, capnp::rpc::twoparty::Side::SERVER, WireReaderOptions())
-        , Rpc(capnp::makeRpcServer(Network, host.m_Library))
+        , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary()))
     {
         Stream.SetCongested([this] { return Network.getCurrentQueueSize() > MostBytesWaiting; });
         Rpc.setFlowLimit(MostCallWords);
@@ -49,11 +49,11 @@ struct ClientHost::Client
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
 };
 
-ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, wire::Library::Client library)
+ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, std::function<wire::Library::Client()> makeLibrary)
     : m_Io(io)
     , m_Listener(listener)
     , m_Incoming(io.unixEventPort, listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)
-    , m_Library(kj::mv(library))
+    , m_MakeLibrary(std::move(makeLibrary))
     , m_Tasks(*this)
 {
     m_Tasks.add(AcceptAll());

@@ -15,7 +15,8 @@ class ClientHost : private kj::TaskSet::ErrorHandler
 public:
     static constexpr int MostClients = 1024;
 
-    ClientHost(kj::AsyncIoContext& io, int listener, wire::Library::Client library);
+    /// Each client gets a library of its own.
+    ClientHost(kj::AsyncIoContext& io, int listener, std::function<wire::Library::Client()> makeLibrary);
 
     int ClientCount() const { return m_Clients; }
     /// Called when the number of clients has changed.
@@ -34,7 +35,7 @@ private:
     kj::AsyncIoContext& m_Io;
     const int m_Listener;
     kj::UnixEventPort::FdObserver m_Incoming;
-    wire::Library::Client m_Library;
+    const std::function<wire::Library::Client()> m_MakeLibrary;
     std::function<void()> m_CountChanged;
     int m_Clients = 0;
     QString m_SaidLast; ///< why somebody was turned away, until somebody is not

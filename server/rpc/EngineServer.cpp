@@ -13,7 +13,8 @@ LibraryServer::LibraryServer(Services& services)
 
 kj::Promise<void> LibraryServer::createEngine(CreateEngineContext context)
 {
-    context.getResults().setResult(m_Services.Objects.Engine());
+    if (!m_Engine) m_Engine.emplace(kj::heap<EngineServer>(m_Services, m_User));
+    context.getResults().setResult(*m_Engine);
     return kj::READY_NOW;
 }
 
@@ -22,9 +23,10 @@ kj::Promise<void> LibraryServer::ping(PingContext)
     return kj::READY_NOW;
 }
 
-EngineServer::EngineServer(Services& services)
+EngineServer::EngineServer(Services& services, HistoryUserRef user)
     : WireServer(services.Gate)
     , m_Services(services)
+    , m_User(std::move(user))
 {
 }
 
@@ -64,7 +66,8 @@ kj::Promise<void> EngineServer::execute(ExecuteContext context)
 
 kj::Promise<void> EngineServer::getHistory(GetHistoryContext context)
 {
-    context.getResults().setResult(kj::heap<HistoryServer>(m_Services));
+    if (!m_History) m_History.emplace(kj::heap<HistoryServer>(m_Services, m_User));
+    context.getResults().setResult(*m_History);
     return kj::READY_NOW;
 }
 

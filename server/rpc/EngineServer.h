@@ -4,7 +4,9 @@
 #include "server/rpc/WireServer.h"
 #include "velsqllib/velsqllib.capnp.h"
 
-/// What a connection starts with.
+#include <optional>
+
+/// What a connection starts with, and what the history knows it by.
 class LibraryServer : public WireServer<wire::Library>
 {
 public:
@@ -18,13 +20,15 @@ protected:
 
 private:
     Services& m_Services;
+    const HistoryUserRef m_User = std::make_shared<HistoryUser>();
+    std::optional<wire::Engine::Client> m_Engine; ///< one, however often the client asks
 };
 
 /// The plant as clients reach it.
 class EngineServer : public WireServer<wire::Engine>
 {
 public:
-    explicit EngineServer(Services& services);
+    EngineServer(Services& services, HistoryUserRef user);
 
     kj::Promise<void> getController(GetControllerContext context) override;
     kj::Promise<void> start(StartContext context) override;
@@ -39,4 +43,6 @@ protected:
 
 private:
     Services& m_Services;
+    const HistoryUserRef m_User;
+    std::optional<wire::History::Client> m_History; ///< one, as the engine
 };

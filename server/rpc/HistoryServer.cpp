@@ -3,26 +3,19 @@
 #include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 
-namespace {
-
-constexpr qint32 MostResults = 256;
-
-} // namespace
-
-HistoryServer::HistoryServer(Services& services)
+HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
     : WireServer(services.Gate)
     , m_Services(services)
+    , m_User(std::move(user))
 {
 }
 
 kj::Promise<void> HistoryServer::execute(ExecuteContext context)
 {
-    if (m_Services.Objects.HeldResults >= MostResults)
-        throw ServerError(QStringLiteral("%1 results are held already.").arg(MostResults));
     context.allowCancellation(); // a client that goes takes it along
-    auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()));
-    return result.then([&services = m_Services, context](const ResultSpoolRef& spool) mutable {
-        context.getResults().setResult(kj::heap<ResultSetServer>(services, spool));
+    auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()), m_User);
+    return result.then([&services = m_Services, user = m_User, context](const ResultSpoolRef& spool) mutable {
+        context.getResults().setResult(kj::heap<ResultSetServer>(services, spool, user));
     });
 }
 
@@ -52,17 +45,20 @@ kj::Promise<void> HistoryServer::getTableName(GetTableNameContext context)
     return kj::READY_NOW;
 }
 
-ResultSetServer::ResultSetServer(Services& services, ResultSpoolRef spool)
+ResultSetServer::ResultSetServer(Services& services, ResultSpoolRef spool, HistoryUserRef user)
     : WireServer(services.Gate)
     , m_Services(services)
     , m_Spool(std::move(spool))
+    , m_User(std::move(user))
 {
     ++m_Services.Objects.HeldResults;
+    ++m_User->HeldResults;
 }
 
 ResultSetServer::~ResultSetServer()
 {
     --m_Services.Objects.HeldResults;
+    --m_User->HeldResults;
 }
 
 kj::Promise<void> ResultSetServer::columns(ColumnsContext context)
@@ -75,6 +71,7 @@ kj::Promise<void> ResultSetServer::columns(ColumnsContext context)
 
 kj::Promise<void> ResultSetServer::progress(ProgressContext context)
 {
+    m_Spool->NoteAsked();
     const ResultProgress progress = m_Spool->Progress();
     auto results = context.getResults();
     results.setRowsSoFar(progress.RowsSoFar);
@@ -85,6 +82,7 @@ kj::Promise<void> ResultSetServer::progress(ProgressContext context)
 
 kj::Promise<void> ResultSetServer::pageOf(PageOfContext context)
 {
+    m_Spool->NoteAsked();
     const auto bytes = m_Spool->PageOf(context.getParams().getRow());
     context.getResults().setPage(bytes.asPtr());
     return kj::READY_NOW;

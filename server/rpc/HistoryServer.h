@@ -8,7 +8,7 @@
 class HistoryServer : public WireServer<wire::History>
 {
 public:
-    explicit HistoryServer(Services& services);
+    HistoryServer(Services& services, HistoryUserRef user);
 
     kj::Promise<void> execute(ExecuteContext context) override;
     kj::Promise<void> getConnectionString(GetConnectionStringContext context) override;
@@ -21,13 +21,14 @@ protected:
 
 private:
     Services& m_Services;
+    const HistoryUserRef m_User;
 };
 
 /// A result's pages, handed out as they were spooled.
 class ResultSetServer : public WireServer<wire::ResultSet>
 {
 public:
-    ResultSetServer(Services& services, ResultSpoolRef spool);
+    ResultSetServer(Services& services, ResultSpoolRef spool, HistoryUserRef user);
     ~ResultSetServer();
 
     kj::Promise<void> columns(ColumnsContext context) override;
@@ -40,4 +41,5 @@ protected:
 private:
     Services& m_Services;
     const ResultSpoolRef m_Spool;
+    const HistoryUserRef m_User;
 };

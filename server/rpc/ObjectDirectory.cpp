@@ -2,7 +2,6 @@
 
 #include "core/automation/Errors.h"
 #include "server/rpc/ControllerServer.h"
-#include "server/rpc/EngineServer.h"
 #include "server/rpc/ItemServer.h"
 #include "velsqllib/WireText.h"
 
@@ -20,11 +19,6 @@ void WriteItem(ObjectDirectory& directory, const PlantItemRef& item, wire::Objec
 void ObjectDirectory::Open(Services& services)
 {
     m_Services = &services;
-}
-
-wire::Engine::Client ObjectDirectory::Engine()
-{
-    return kj::heap<EngineServer>(*m_Services);
 }
 
 wire::Controller::Client ObjectDirectory::Controller(const PlantControllerRef& controller)

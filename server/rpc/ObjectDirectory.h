@@ -16,7 +16,6 @@ public:
     /// To be called once, before anything else: the services hold this directory themselves.
     void Open(Services& services);
 
-    wire::Engine::Client Engine();
     wire::Controller::Client Controller(const PlantControllerRef& controller);
     wire::Item::Client Item(const PlantItemRef& item);
 

@@ -48,8 +48,10 @@ TEST(PlainText, DatesCountTheTimeOfDayForwardsOnBothSidesOfDayZero)
         {-657434.75, "0100-01-01 18:00:00"},
         {2958465.5, "9999-12-31 12:00:00"},
         {1.0 + 1.5 / 86'400, "1899-12-31 00:00:01.500"},
-        {1.9999999999, "1900-01-01 00:00:00"}, // the last half millisecond belongs to the next day
-        {-1.9999999999, "1899-12-30 00:00:00"},
+        {45322.0 + 1.500001 / 86'400, "2024-01-31 00:00:01.500001"},
+        {-1.9999999999, "1899-12-29 23:59:59.999991"},
+        {1.99999999999999, "1900-01-01 00:00:00"}, // the last half microsecond belongs to the next day
+        {-1.99999999999999, "1899-12-30 00:00:00"},
     };
     for (const auto& [days, text] : dates) EXPECT_EQ(FormatDate(Date{days}, true).toStdString(), text) << days;
     for (const double days : {-657435.0, 2958466.0, std::numeric_limits<double>::quiet_NaN()})

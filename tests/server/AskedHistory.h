@@ -20,9 +20,8 @@ class AskedHistory
 {
 public:
     explicit AskedHistory(const HistorySettings& settings)
-        : m_History(settings)
+        : m_History(settings, TestLoop().provider->getTimer())
     {
-        TestLoop(); // must be there before the first promise
     }
 
     /// A value of controller PLC1, 1.5 ms after the one before; the first of them 1.5 ms after midnight.
@@ -33,7 +32,7 @@ public:
     }
     bool Flush(int milliseconds = 20'000) { return m_History.Flush(milliseconds); }
 
-    kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Execute(statement); }
+    kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Execute(statement, m_User); }
     /// Once all its rows have been read.
     ResultSpoolRef Run(const QString& statement)
     {
@@ -54,21 +53,30 @@ public:
     }
     static QString Row(const ResultSpool& result, qint64 row)
     {
+        QStringList cells;
+        for (int column = 0; column < result.Columns().size(); ++column) {
+            const Variant value = Cell(result, row, column);
+            cells << (value.IsNull() ? u"NULL"_s : ToPlainText(value));
+        }
+        return cells.join(u',');
+    }
+    static Variant Cell(const ResultSpool& result, qint64 row, int column)
+    {
         const auto bytes = result.PageOf(row);
         capnp::FlatArrayMessageReader message(
             kj::arrayPtr(reinterpret_cast<const capnp::word*>(bytes.begin()), bytes.size() / sizeof(capnp::word)));
         const auto page = message.getRoot<wire::ResultPage>();
         SeenObjects objects;
-        QStringList cells;
-        for (int column = 0; column < page.getColumnCount(); ++column) {
-            const auto at = (row - page.getFirstRow()) * page.getColumnCount() + column;
-            const Variant value = ReadValue(page.getCells()[static_cast<uint>(at)], objects);
-            cells << (value.IsNull() ? u"NULL"_s : ToPlainText(value));
-        }
-        return cells.join(u',');
+        const auto at = (row - page.getFirstRow()) * page.getColumnCount() + column;
+        return ReadValue(page.getCells()[static_cast<uint>(at)], objects);
     }
 
+    QStringList Statements() const { return m_History.Statements(); }
+    /// The statement that was begun first of those that run.
+    void Break() { m_History.BreakStatement(Statements().value(0).section(u':', 0, 0).toInt()); }
+
 private:
+    const HistoryUserRef m_User = std::make_shared<HistoryUser>();
     History m_History;
     TimeStamp m_Time{std::chrono::milliseconds(QDate(2024, 1, 31).startOfDay().toMSecsSinceEpoch())};
 };

@@ -25,7 +25,7 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     };
     for (const auto& [command, outcome] : cases)
         EXPECT_EQ(OutcomeOf([&, c = command] { return client.Execute(c); }), outcome);
-    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 13) << "an empty command lists all";
+    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 15) << "an empty command lists all";
 
     const auto value = [&] { return OutcomeOf([&] { return client.Value(u"D100"_s); }); };
     client.Execute(u"disturb Item.get_Value fail every\r\nitem ✓"_s);
@@ -53,4 +53,20 @@ TEST(Commands, ListItemsWronglyAndRightlyAgain)
     EXPECT_EQ(names(u"renamed"_s).last(), right.last() + u" renamed"_s);
     EXPECT_EQ(names(u"reordered"_s), QStringList(right.rbegin(), right.rend()));
     EXPECT_EQ(names(u"right"_s), right);
+}
+
+TEST(Commands, TellAndEndWhatRunsWhoeverBeganIt)
+{
+    ServerRun server;
+    TestClient busy(server.SocketPath());
+    TestClient other(server.SocketPath());
+    EXPECT_EQ(other.Execute(u"statements"_s), Variant(QString()));
+    auto endless = busy.Query(EndlessQuery);
+    EXPECT_TRUE(WaitUntil([&] { return other.Execute(u"statements"_s) != Variant(QString()); }));
+    const QString text = other.Execute(u"statements"_s).Get<QString>();
+    EXPECT_TRUE(text.startsWith(u"1: ") && text.endsWith(u" s, 0 rows: "_s + EndlessQuery)) << text.toStdString();
+    EXPECT_EQ(OutcomeOf([&] { other.Execute(u"break 2"_s); }), u"There is no statement 2 running.");
+    other.Execute(u"break 1"_s);
+    EXPECT_EQ(OutcomeOf([&] { Wait(kj::mv(endless)); }), u"The statement was ended by a command.");
+    EXPECT_TRUE(WaitUntil([&] { return other.Execute(u"statements"_s) == Variant(QString()); }));
 }

@@ -45,13 +45,27 @@ TEST_F(HistoryTest, PresetsGiveSensibleResults)
         QStringList({u"COUNT(*),AVG(item_value)"_s, u"2,1.75"_s, u"2,0.5"_s, u"2,0.5"_s}));
 }
 
-TEST_F(HistoryTest, SaysWhatTheDatabaseSays)
+TEST_F(HistoryTest, SaysWhatTheDatabaseSaysOrWhatIsWrongWhereThatSaysNothing)
 {
     AskedHistory history(m_Settings);
-    EXPECT_EQ(history.Ask(u"SELECT * FROM nowhere"_s), QStringList(u"no such table: nowhere"_s));
-    EXPECT_EQ(history.Ask(u"CREATE TABLE mine (a)"_s), QStringList(QString())) << "no columns";
-    EXPECT_EQ(history.Ask(u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d"_s),
-              QStringList({u"a,a,b,c,d"_s, u"1,x,NULL,9000000000,0"_s}));
+    const QStringList done(QString{}); // no columns
+    const QStringList empty(u"The statement is empty."_s);
+    const std::pair<QString, QStringList> cases[] = {
+        {u"SELECT * FROM nowhere"_s, {u"no such table: nowhere"_s}},
+        {u"CREATE TABLE mine (a)"_s, done},
+        {u"CREATE TRIGGER t AFTER INSERT ON mine BEGIN DELETE FROM mine; SELECT ';'; END; -- of several"_s, done},
+        {u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d"_s,
+         {u"a,a,b,c,d"_s, u"1,x,NULL,9000000000,0"_s}},
+        {u"SELECT 9007199254740992 AS a, -9007199254740993 AS b, -9223372036854775808 AS c"_s,
+         {u"a,b,c"_s, u"9.007199254740992E+15,-9007199254740993,-9223372036854775808"_s}},
+        {u"SELECT 1 AS a; /* done */ ; -- really"_s, {u"a"_s, u"1"_s}},
+        {u"SELECT 1; SELECT 2"_s, {u"Unable to execute multiple statements at a time"_s}},
+        {QString(), empty},
+        {u" \r\n\t"_s, empty},
+        {u"-- nothing\n/* at; all */;"_s, empty},
+        {QString(QChar(u'\0')), empty},
+    };
+    for (const auto& [statement, answer] : cases) EXPECT_EQ(history.Ask(statement), answer) << statement.toStdString();
     const ResultProgress broken =
         history.Run(u"SELECT abs(i) FROM (SELECT 5 AS i UNION ALL SELECT -9223372036854775808)"_s)->Progress();
     EXPECT_EQ(broken.RowsSoFar, 1) << "the rows before the failure";
@@ -92,7 +106,7 @@ TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
         AskedHistory history(m_Settings);
         history.Record(u"A"_s, enabled ? 2 : 1);
         EXPECT_TRUE(history.Flush());
-        EXPECT_EQ(history.Ask(u"SELECT 7"_s)[1], u"7") << "asked all the same";
+        EXPECT_EQ(history.Ask(u"SELECT 7"_s), QStringList({u"7"_s, u"7"_s})) << "asked all the same";
     }
     const QStringList second = {u"item_value"_s, u"2"_s};
     EXPECT_EQ(AskedHistory(m_Settings).Ask(s_Values), second);
@@ -131,17 +145,80 @@ TEST_F(HistoryTest, ResultsAreReadInPages)
     EXPECT_GT(large->PageOf(1).size(), 3'000'000u) << "a page holds one row at least";
 }
 
-TEST(ConnectionString, IsReadInItsUsualForms)
+TEST_F(HistoryTest, AStatementTakesNoMoreThanItMay)
+{
+    const QString endless = u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n"_s;
+    using namespace std::chrono_literals;
+    m_Settings.Limits = {.UntilFirstPage = 100ms, .ResultBytes = 3 * 1024 * 1024};
+    {
+        AskedHistory history(m_Settings);
+        EXPECT_EQ(history.Ask(EndlessQuery),
+                  QStringList(u"The statement has shown no rows after 0.1 s (statement_timeout)."_s));
+        const ResultSpoolRef bounded = history.Run(endless);
+        EXPECT_EQ(bounded->Progress().Failure, u"The result is larger than 3.0 MB, where reading it ends.");
+        EXPECT_EQ(AskedHistory::Row(*bounded, bounded->Progress().RowsSoFar - 1),
+                  QString::number(bounded->Progress().RowsSoFar))
+            << "what was read stays";
+    }
+    m_Settings.Limits = {.RestAfter = 100ms};
+    AskedHistory history(m_Settings);
+    const ResultSpoolRef hidden = Wait(history.Start(endless));
+    const auto rows = [&] { return hidden->Progress().RowsSoFar; };
+    const auto rests = [&] {
+        const qint64 before = rows();
+        Pause(300);
+        return before > 0 && before == rows();
+    };
+    EXPECT_TRUE(WaitUntil(rests)) << "nobody asks";
+    const qint64 rested = rows();
+    hidden->NoteAsked();
+    EXPECT_TRUE(WaitUntil([&] { return rows() > rested; })) << "it goes on";
+    m_Settings.Limits.EndAfter = 300ms;
+    AskedHistory impatient(m_Settings);
+    EXPECT_EQ(impatient.Run(endless)->Progress().Failure, u"Nobody has asked for more of the result for 0.3 s.");
+}
+
+TEST_F(HistoryTest, ItsFilesAreItsUsersAlone)
+{
+    const auto modes = [](const QString& path) {
+        QStringList found;
+        for (const char16_t* file : {u"", u"-wal", u"-shm"})
+            found << QString::number(QFile::permissions(path + QString::fromUtf16(file)).toInt() & 0x777, 16);
+        return found.join(u' ') + u" in "_s +
+               QString::number(QFile::permissions(QFileInfo(path).path()).toInt() & 0x777, 16);
+    };
+    const auto record = [](AskedHistory& history) {
+        history.Record(u"A"_s, 1);
+        return history.Flush();
+    };
+    {
+        AskedHistory history(m_Settings);
+        EXPECT_TRUE(record(history));
+        EXPECT_EQ(modes(m_Path), u"600 600 600 in 700");
+    }
+    qputenv("XDG_STATE_HOME", QFile::encodeName(m_Folder.path()));
+    const QString own = m_Folder.filePath(u"velsql/history.db"_s); // as an earlier version left it
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(own).path()));
+    ASSERT_TRUE(QFile(own).open(QIODevice::WriteOnly));
+    ASSERT_EQ(modes(own).left(2), u"64");
+    AskedHistory history(DefaultHistorySettings());
+    EXPECT_TRUE(record(history));
+    EXPECT_EQ(modes(own), u"600 600 600 in 700");
+}
+
+TEST(ConnectionString, IsReadInItsUsualFormsAndRefusedWithoutAnyPartOfIt)
 {
     const std::pair<const char16_t*, const char16_t*> cases[] = {
         {u"Database=/tmp/a b.db", u"SQLite /tmp/a b.db Database=/tmp/a b.db"},
         {u" driver = {PostgreSQL Unicode} ; SERVER=h;Port=5433;Database=d;uid=u;PWD={se;cr}};et} ",
          u"PostgreSQL d driver = {PostgreSQL Unicode} ;SERVER=h;Port=5433;Database=d;uid=u;PWD=***;"},
-        {u"Provider=SQLite3;Data=x", u"The connection string has an unknown key \"Data\"."},
+        {u"Database=x;Pwd=se;cret=1", u"Part 3 of the connection string has an unknown key."},
+        {u"Database=x;Pwd=a;cret", u"Part 3 of the connection string has no \"=\"."},
         {u"Driver=Oracle;Database=x",
-         u"The connection string names the driver \"Oracle\"; there are SQLite and PostgreSQL."},
-        {u"Database=x;Port=high", u"The connection string's port \"high\" is no port number."},
-        {u"Database='x", u"A value of the connection string has no closing '."},
+         u"The connection string names a driver that is not there: there are SQLite and PostgreSQL."},
+        {u"Database=x;Port=high", u"The connection string's port is no port number."},
+        {u"Database='x", u"Part 1 of the connection string has no closing '."},
+        {u"Database=x;Pwd=\"se\"cret", u"Part 2 of the connection string goes on behind its closing \"."},
         {u"", u"The connection string names no database."},
     };
     for (const auto& [text, outcome] : cases) {

@@ -60,8 +60,8 @@ name = "A"
 )"),
               u"plant.toml:1: colour is not known here\n"
               "plant.toml:3: enabled: true or false must stand here\n"
-              "plant.toml:5: connection: The connection string names the driver \"Oracle\"; there are SQLite and "
-              "PostgreSQL.\n"
+              "plant.toml:5: connection: The connection string names a driver that is not there: there are SQLite "
+              "and PostgreSQL.\n"
               "plant.toml:8: scan_times: three whole numbers must stand here, milliseconds from 0 to 86400000\n"
               "plant.toml:11: type: \"I5\" is no type such as I4 or ARRAY|BSTR\n"
               "plant.toml:12: links: the item \"B\\y\" does not exist\n"
@@ -100,6 +100,8 @@ TEST_F(PlantFileTest, HistoryDestinationsAreRead)
 {
     EXPECT_EQ(MistakesIn(R"([history]
 enabled = false
+statement_timeout = 0
+result_megabytes = 3
 [[history.destination]]
 max_record = 5
 [[history.destination]]
@@ -109,6 +111,7 @@ table = "mine"
               u"done");
     const auto& [first, second] = m_History.Destinations;
     EXPECT_TRUE(!m_History.Enabled && first.MaxRecord == 5 && first.ConnectionString.startsWith(u"Driver=SQLite;"));
+    EXPECT_EQ(m_History.Limits.UntilFirstPage.count() + m_History.Limits.ResultBytes, 3 * 1024 * 1024);
     EXPECT_EQ(second.ConnectionString + second.TableName, u"Driver=PostgreSQL;Database=dmine");
 }
 

@@ -102,6 +102,23 @@ TEST_F(Robustness, ClientsThatVanishLeaveNothing)
     EXPECT_EQ(m_Server.Terminate(), 0);
 }
 
+TEST_F(Robustness, AClientsStatementsAndResultsTakeNothingFromOthers)
+{
+    TestClient greedy(m_Server.SocketPath());
+    const auto begin = [](TestClient& client, const QString& statement) {
+        return OutcomeOf([&] { Wait(client.Query(statement)); });
+    };
+    std::vector<wire::ResultSet::Client> held;
+    for (int i = 0; i < HistoryUser::MostResults; ++i) held.push_back(Wait(greedy.Query(u"SELECT 1"_s)).getResult());
+    EXPECT_EQ(begin(greedy, u"SELECT 1"_s), u"256 results are held already.");
+    EXPECT_EQ(begin(m_Client, u"SELECT 1"_s), u"done");
+    held.clear();
+    std::vector<capnp::RemotePromise<wire::History::ExecuteResults>> running;
+    for (int i = 0; i < HistoryUser::MostStatements; ++i) running.push_back(greedy.Query(EndlessQuery));
+    EXPECT_TRUE(WaitUntil([&] { return begin(greedy, u"SELECT 1"_s) == u"32 statements are running already."; }));
+    EXPECT_EQ(begin(m_Client, u"SELECT 1"_s), u"done");
+}
+
 TEST_F(Robustness, ASubscriberThatDoesNotReadCostsABoundedAmount)
 {
     Wait(m_Client.Controller().stopRequest().send());

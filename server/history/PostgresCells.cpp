@@ -1,0 +1,207 @@
+#include "server/history/PostgresCells.h"
+
+#include "server/history/SqlValue.h"
+
+#include <QDateTime>
+#include <QLibrary>
+#include <QLocale>
+#include <QSqlResult>
+
+#include <cmath>
+#include <limits>
+#include <optional>
+
+namespace {
+
+constexpr unsigned DateType = 1082;
+constexpr unsigned TimeType = 1083;
+constexpr unsigned TimeStampType = 1114;
+constexpr unsigned TimeStampZoneType = 1184;
+constexpr unsigned TimeZoneType = 1266;
+constexpr unsigned NumericType = 1700;
+
+constexpr qint64 MicrosecondsASecond = 1'000'000;
+constexpr qint64 MicrosecondsADay = 86'400 * MicrosecondsASecond;
+
+/// The library that Qt's driver has loaded already. Programs without PostgreSQL do without it.
+struct PostgresLibrary
+{
+    using TextOf = const char* (*)(const void* result, int row, int column);
+    using TypeOf = unsigned (*)(const void* result, int column);
+
+    static const PostgresLibrary& Instance()
+    {
+        static const PostgresLibrary library = [] {
+            QLibrary file(QStringLiteral("pq"), 5);
+            return PostgresLibrary{reinterpret_cast<TextOf>(file.resolve("PQgetvalue")),
+                                   reinterpret_cast<TypeOf>(file.resolve("PQftype"))};
+        }();
+        return library;
+    }
+    bool IsThere() const { return Text && Type; }
+
+    TextOf Text;
+    TypeOf Type;
+};
+
+/// Takes a text apart from its head; what is not there leaves `Good` false.
+class Digits
+{
+public:
+    explicit Digits(QStringView text)
+        : m_Rest(text)
+    {
+    }
+
+    int Take(qsizetype count)
+    {
+        int number = 0;
+        for (qsizetype i = 0; i < count; ++i) {
+            Good = Good && !IsAtEnd() && m_Rest.front() >= u'0' && m_Rest.front() <= u'9';
+            if (!Good) return 0;
+            number = 10 * number + m_Rest.front().digitValue();
+            m_Rest = m_Rest.sliced(1);
+        }
+        return number;
+    }
+    bool Skips(QChar sign)
+    {
+        if (!m_Rest.startsWith(sign)) return false;
+        m_Rest = m_Rest.sliced(1);
+        return true;
+    }
+    void Skip(QChar sign) { Good = Skips(sign) && Good; }
+    bool IsAtEnd() const { return m_Rest.isEmpty(); }
+    /// Behind the seconds.
+    int TakeMicroseconds()
+    {
+        int number = 0;
+        for (int scale = 100'000; scale > 0 && !IsAtEnd() && m_Rest.front().isDigit(); scale /= 10)
+            number += Take(1) * scale;
+        return number;
+    }
+
+    bool Good = true;
+
+private:
+    QStringView m_Rest;
+};
+
+struct Clock
+{
+    QDate Day;
+    qint64 Microseconds = 0;
+    std::optional<int> Offset; ///< of its zone, in seconds
+};
+
+int TakeOffset(Digits& digits, int sign)
+{
+    int seconds = digits.Take(2) * 3600;
+    if (digits.Skips(u':')) seconds += digits.Take(2) * 60;
+    if (digits.Skips(u':')) seconds += digits.Take(2);
+    return sign * seconds;
+}
+
+std::optional<Clock> ReadClock(QStringView text)
+{
+    Digits digits(text);
+    const int year = digits.Take(4);
+    digits.Skip(u'-');
+    const int month = digits.Take(2);
+    digits.Skip(u'-');
+    Clock clock{QDate(year, month, digits.Take(2)), 0, {}};
+    if (digits.Skips(u' ')) {
+        qint64 seconds = digits.Take(2) * 3600;
+        digits.Skip(u':');
+        seconds += digits.Take(2) * 60;
+        digits.Skip(u':');
+        seconds += digits.Take(2);
+        clock.Microseconds = seconds * MicrosecondsASecond + (digits.Skips(u'.') ? digits.TakeMicroseconds() : 0);
+        if (digits.Skips(u'+')) clock.Offset = TakeOffset(digits, 1);
+        else if (digits.Skips(u'-')) clock.Offset = TakeOffset(digits, -1);
+    }
+    const bool good = digits.Good && digits.IsAtEnd() && clock.Day.isValid();
+    return good ? std::optional(clock) : std::nullopt;
+}
+
+Clock InLocalTime(const Clock& clock)
+{
+    const qint64 second = clock.Microseconds / MicrosecondsASecond - *clock.Offset;
+    const QDateTime local = QDateTime(clock.Day, QTime(0, 0), Qt::UTC).addSecs(second).toLocalTime();
+    return {local.date(),
+            local.time().msecsSinceStartOfDay() * qint64{1000} + clock.Microseconds % MicrosecondsASecond,
+            {}};
+}
+
+/// None where an automation date does not reach or is too coarse.
+std::optional<Date> ToDate(const Clock& clock)
+{
+    if (clock.Day < QDate(100, 1, 1) || clock.Day > QDate(9999, 12, 31)) return std::nullopt;
+    const auto days = static_cast<double>(QDate(1899, 12, 30).daysTo(clock.Day));
+    const double fraction = static_cast<double>(clock.Microseconds) / static_cast<double>(MicrosecondsADay);
+    const Date date{days < 0 ? days - fraction : days + fraction};
+    const double kept = std::abs(date.Days - std::trunc(date.Days)) * static_cast<double>(MicrosecondsADay);
+    const bool isExact = std::trunc(date.Days) == days && std::llround(kept) == clock.Microseconds;
+    return isExact ? std::optional(date) : std::nullopt;
+}
+
+/// Without zeros that say nothing.
+QStringView Significant(QStringView digits)
+{
+    while (digits.contains(u'.') && (digits.endsWith(u'0') || digits.endsWith(u'.'))) {
+        const bool isPoint = digits.endsWith(u'.');
+        digits.chop(1);
+        if (isPoint) break;
+    }
+    return digits;
+}
+
+} // namespace
+
+PostgresCells::PostgresCells(const QSqlQuery& query)
+    : m_Query(query)
+{
+}
+
+void PostgresCells::NextRow()
+{
+    const QVariant handle = m_Query.result()->handle();
+    const QByteArrayView type = handle.typeName();
+    const bool isResult = type == "PGresult*" || type == "pg_result*"; // as Qt or the compiler names it
+    const bool isKnown = PostgresLibrary::Instance().IsThere() && m_Query.isForwardOnly() && isResult;
+    m_Row = isKnown ? *static_cast<const void* const*>(handle.constData()) : nullptr;
+}
+
+Variant PostgresCells::Cell(int column) const
+{
+    if (!m_Row || m_Query.isNull(column)) return FromSql(m_Query.value(column));
+    const PostgresLibrary& library = PostgresLibrary::Instance();
+    const auto text = [&] { return QString::fromUtf8(library.Text(m_Row, 0, column)); };
+    switch (library.Type(m_Row, column)) {
+    case DateType:
+    case TimeStampType:
+    case TimeStampZoneType: return FromTimeText(text());
+    case TimeType:
+    case TimeZoneType: return text();
+    case NumericType: return FromNumericText(text());
+    default: return FromSql(m_Query.value(column));
+    }
+}
+
+Variant FromNumericText(const QString& text)
+{
+    constexpr double Infinity = std::numeric_limits<double>::infinity();
+    if (text == u"NaN") return std::numeric_limits<double>::quiet_NaN();
+    if (text == u"Infinity") return Infinity;
+    if (text == u"-Infinity") return -Infinity;
+    const double number = text.toDouble(); // 0 where it is beyond the range
+    const QString spelled = QString::number(number, 'f', QLocale::FloatingPointShortest);
+    return Significant(spelled) == Significant(text) ? Variant(number) : Variant(text);
+}
+
+Variant FromTimeText(const QString& text)
+{
+    const auto clock = ReadClock(text);
+    const auto date = !clock ? std::nullopt : ToDate(clock->Offset ? InLocalTime(*clock) : *clock);
+    return date ? Variant(*date) : Variant(text);
+}

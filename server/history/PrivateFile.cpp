@@ -1,0 +1,52 @@
+#include "server/history/PrivateFile.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <mutex>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr mode_t OfFile = 0600;
+constexpr mode_t OfFolder = 0700;
+
+void MakeFolder(const QString& path)
+{
+    const QFileInfo folder(path);
+    if (folder.exists() || folder.isRoot()) return;
+    MakeFolder(folder.absolutePath());
+    mkdir(QFile::encodeName(path).constData(), OfFolder);
+}
+
+void TakeAway(const QString& path, mode_t mode)
+{
+    const QByteArray name = QFile::encodeName(path);
+    struct stat status
+    {
+    };
+    const bool isOpenToOthers = lstat(name.constData(), &status) == 0 && !S_ISLNK(status.st_mode) &&
+                                status.st_uid == geteuid() && (status.st_mode & 07777 & ~mode) != 0;
+    if (isOpenToOthers) chmod(name.constData(), status.st_mode & mode);
+}
+
+} // namespace
+
+void MakePrivateFile(const QString& path)
+{
+    MakeFolder(QFileInfo(path).absolutePath());
+    // Closing a file takes away the locks that SQLite holds on it: never one that is there, nor one that another thread goes on to open.
+    static std::mutex guard;
+    const std::lock_guard lock(guard);
+    const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, OfFile);
+    if (file >= 0) close(file);
+}
+
+void TakeFromOthers(const QString& path)
+{
+    TakeAway(QFileInfo(path).absolutePath(), OfFolder);
+    for (const char16_t* companion : {u"", u"-wal", u"-shm", u"-journal"})
+        TakeAway(path + QString::fromUtf16(companion), OfFile);
+}

@@ -1,0 +1,137 @@
+#include "server/history/StatementRun.h"
+
+#include "core/automation/Errors.h"
+#include "server/history/PostgresCells.h"
+#include "server/history/SqlText.h"
+#include "server/history/SqlValue.h"
+
+#include <QSqlQuery>
+#include <QSqlRecord>
+
+#include <thread>
+
+namespace {
+
+constexpr std::chrono::milliseconds BetweenLooks(50);
+
+kj::Exception ToException(const QString& description)
+{
+    const QByteArray text = description.toUtf8();
+    return {kj::Exception::Type::FAILED, __FILE__, __LINE__,
+            kj::heapString(text.constData(), static_cast<std::size_t>(text.size()))};
+}
+
+QStringList ColumnsOf(const QSqlQuery& query)
+{
+    QStringList columns;
+    const QSqlRecord record = query.record();
+    for (int i = 0; i < record.count(); ++i) columns.append(record.fieldName(i));
+    return columns;
+}
+
+/// Reads a query's rows.
+class Rows
+{
+public:
+    Rows(QSqlQuery& query, bool isPostgreSql)
+        : m_Query(query)
+        , m_Count(query.record().count())
+        , m_IsPostgreSql(isPostgreSql)
+    {
+    }
+
+    bool Next()
+    {
+        const bool found = m_Query.next();
+        if (found && m_IsPostgreSql) m_Cells.NextRow();
+        return found;
+    }
+    QList<Variant> Row() const
+    {
+        QList<Variant> row;
+        row.reserve(m_Count);
+        for (int i = 0; i < m_Count; ++i) row.append(m_IsPostgreSql ? m_Cells.Cell(i) : FromSql(m_Query.value(i)));
+        return row;
+    }
+
+private:
+    QSqlQuery& m_Query;
+    PostgresCells m_Cells{m_Query};
+    const int m_Count;
+    const bool m_IsPostgreSql;
+};
+
+} // namespace
+
+void StatementRun::operator()(const std::stop_token& stop) const
+{
+    try {
+        Run(stop);
+    } catch (...) {
+        const QString failure = CurrentErrorDescription();
+        (*Result)->reject(ToException(Breaker->IsBroken() ? Breaker->Reason() : failure));
+    }
+}
+
+void StatementRun::Run(const std::stop_token& stop) const
+{
+    const QString statement = CheckedStatement(Statement, Address.IsPostgreSql());
+    const DatabaseSession session(Address);
+    Breaker->Arm(session);
+    // Behind the query, whose end reads on to its own end, and before the session closes.
+    const auto disarm = kj::defer([&] { Breaker->Disarm(); });
+    QSqlQuery query(session.Database());
+    query.setForwardOnly(true);
+    query.exec(statement);
+    while (Address.IsPostgreSql() && !query.isSelect() && query.nextResult()) {
+    } // of several, the first with rows
+    if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
+    const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
+    auto result = std::make_shared<ResultSpool>(ColumnsOf(query), Limits.ResultBytes, dropped);
+    const std::weak_ptr<ResultSpool> observed = result;
+    if (!query.isSelect()) result->Finish();
+    const bool isComplete = result->Progress().Complete;
+    (*Result)->fulfill(std::move(result));
+    if (!isComplete) ReadResult(query, observed, stop);
+}
+
+/// Whatever ends the reading ends the result too.
+void StatementRun::ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result,
+                              const std::stop_token& stop) const
+{
+    QString failure;
+    try {
+        CopyRows(query, result, stop);
+        // What follows in the statement has its say, too, and is not left to the query's end.
+        while (Address.IsPostgreSql() && !Breaker->IsBroken() && query.nextResult()) {
+        }
+        if (query.lastError().isValid()) failure = Describe(query.lastError());
+    } catch (...) {
+        failure = CurrentErrorDescription();
+        Breaker->Break(failure); // or the driver would read the rest
+    }
+    if (Breaker->IsBroken()) failure = Breaker->Reason();
+    if (const ResultSpoolRef spool = result.lock()) spool->Finish(failure);
+}
+
+void StatementRun::CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result,
+                            const std::stop_token& stop) const
+{
+    Rows rows(query, Address.IsPostgreSql());
+    while (rows.Next()) {
+        QList<Variant> row = rows.Row();
+        ResultSpoolRef spool = result.lock();
+        if (!spool || Breaker->IsBroken()) return;
+        const bool rests = spool->Append(std::move(row)) && spool->SinceAsked() > Limits.RestAfter;
+        spool.reset(); // not held while it rests: its end is to be noticed
+        if (rests) RestWhileUnasked(result, stop);
+    }
+}
+
+void StatementRun::RestWhileUnasked(const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const
+{
+    while (!stop.stop_requested() && !Breaker->IsBroken()) {
+        if (const ResultSpoolRef spool = result.lock(); !spool || spool->SinceAsked() <= Limits.RestAfter) return;
+        std::this_thread::sleep_for(BetweenLooks);
+    }
+}
