@@ -187,8 +187,9 @@ TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
     RemoteLibrary alone(m_Server.SocketPath(), QString());
     EXPECT_EQ(ErrorOf([&] { alone.CreateEngine(); }), u"No VelSQL server is running, and the program \"velsqlserver\" "
                                                       u"was found neither beside this program nor on the path.");
-    QTemporaryFile program;
-    ASSERT_TRUE(program.open() && program.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
+    const QTemporaryDir folder;
+    QFile program(folder.filePath(u"server"_s));
+    ASSERT_TRUE(program.open(QFile::WriteOnly) && program.setPermissions(QFile::ReadOwner | QFile::ExeOwner));
     program.write(
         "#!/bin/sh\nprintf '2026-01-02 03:04:05.678 %s\\n' 'info: Plant read.' 'error: No room.' >&2\nexit 1\n");
     program.close();
