@@ -132,7 +132,8 @@ int PortOf(const QString& text)
     return port;
 }
 
-/// SQLite's result codes are numbers: too big, constraint, mismatch. PostgreSQL's are five characters: classes 22 and 23 are about data.
+/// SQLite's result codes are numbers: too big, constraint, mismatch. PostgreSQL's are five characters: classes 22 and
+/// 23 are about data.
 bool IsCodeOfValue(const QString& code)
 {
     if (code.size() == 5) return code.startsWith(u"22") || code.startsWith(u"23");
@@ -140,8 +141,8 @@ bool IsCodeOfValue(const QString& code)
     return primary >= 18 && primary <= 20;
 }
 
-/// SQLite gives this file of its the mode that the database has, and keeps it. Made while the database was read-only, it would
-/// refuse every writer ever after.
+/// SQLite gives this file of its the mode that the database has, and keeps it. Made while the database was read-only,
+/// it would refuse every writer ever after.
 void MendSharedMemoryFile(const QString& database)
 {
     const QString path = database + QStringLiteral("-shm");
@@ -219,7 +220,8 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         if (address.m_Port > 0) database.setPort(address.m_Port);
         database.setUserName(address.m_User);
         database.setPassword(address.m_Password);
-        // Notices and warnings would go to standard error, past the log; statements are read as the standard quotes texts.
+        // Notices and warnings would go to standard error, past the log; statements are read as the standard quotes
+        // texts.
         database.setConnectOptions(QStringLiteral(
             "connect_timeout=5;options='-c client_min_messages=error -c standard_conforming_strings=on'"));
     } else {

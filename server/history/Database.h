@@ -11,8 +11,8 @@
 class DatabaseAddress
 {
 public:
-    /// Keys are read whatever their case: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their usual
-    /// other names; values may stand in quotes or braces. Throws DescribedError for what is no such string.
+    /// Keys are read whatever their case: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their
+    /// usual other names; values may stand in quotes or braces. Throws DescribedError for what is no such string.
     explicit DatabaseAddress(const QString& connectionString);
 
     bool IsPostgreSql() const { return m_Driver == QStringLiteral("QPSQL"); }

@@ -18,12 +18,17 @@ QString OwnDatabase()
     return StateFolder() + QStringLiteral("/history.db");
 }
 
+QString OwnConnection()
+{
+    return QStringLiteral("Driver=SQLite;Database=") + OwnDatabase();
+}
+
 } // namespace
 
 HistorySettings DefaultHistorySettings()
 {
     HistorySettings settings;
-    settings.Destinations[0].ConnectionString = QStringLiteral("Driver=SQLite;Database=") + OwnDatabase();
+    settings.Destinations[0].ConnectionString = OwnConnection();
     return settings;
 }
 
@@ -31,9 +36,10 @@ History::History(HistorySettings settings, kj::Timer& timer)
     : m_Settings(std::move(settings))
     , m_Runner(m_Settings.Limits, timer)
 {
-    TakeFromOthers(OwnDatabase()); // an earlier version left it to the umask
     for (int index : {1, 2}) {
         const HistoryDestination& destination = Destination(index);
+        const bool isOwn = destination.ConnectionString == OwnConnection();
+        if (isOwn) TakeFromOthers(OwnDatabase()); // an earlier version left it to the umask
         if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
     }
 }

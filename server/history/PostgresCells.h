@@ -4,8 +4,8 @@
 
 #include <QSqlQuery>
 
-/// The cells of a query's rows on PostgreSQL. Where Qt's driver would lose something (dates beyond the calendar, time zones,
-/// microseconds, digits of a numeric) they are read from the database's own text.
+/// The cells of a query's rows on PostgreSQL. Where Qt's driver would lose something (dates beyond the calendar, time
+/// zones, microseconds, digits of a numeric) they are read from the database's own text.
 class PostgresCells
 {
 public:
@@ -23,6 +23,6 @@ private:
 
 /// A numeric as R8 where that says the same digits, else as it is.
 Variant FromNumericText(const QString& text);
-/// A date, a time stamp or a time stamp with its zone, the last one in local time, as DATE where that holds it to the microsecond;
-/// else as it is.
+/// A date, a time stamp or a time stamp with its zone, the last one in local time, as DATE where that holds it to the
+/// microsecond; else as it is.
 Variant FromTimeText(const QString& text);

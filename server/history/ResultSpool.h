@@ -11,18 +11,19 @@
 #include <mutex>
 #include <vector>
 
-/// The rows of one result, encoded page by page into a temporary file that has no name: neither side needs memory for them, and
-/// no cursor stays open. Written by one thread, read by another.
+/// The rows of one result, encoded page by page into a temporary file that has no name: neither side needs memory for
+/// them, and no cursor stays open. Written by one thread, read by another.
 class ResultSpool
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// A page is closed when it holds about this many bytes, or when its rows have waited long enough; it holds one row at least.
+    /// A page is closed when it holds about this many bytes, or when its rows have waited long enough; it holds one
+    /// row at least.
     static constexpr qsizetype PageBytes = 256 * 1024;
 
-    /// The file takes at most `mostBytes` (0: 4 GB, or a tenth of the free disk where that is less). `dropped` is called with the end
-    /// of the spool. Throws DescribedError when there is no place for temporary files.
+    /// The file takes at most `mostBytes` (0: 4 GB, or a tenth of the free disk where that is less). `dropped` is
+    /// called with the end of the spool. Throws DescribedError when there is no place for temporary files.
     explicit ResultSpool(
         QStringList columns, qint64 mostBytes = 0, std::function<void()> dropped = [] {});
     ~ResultSpool();
@@ -36,7 +37,8 @@ public:
     void NoteAsked() { m_Asked = Clock::now(); }
     Clock::duration SinceAsked() const { return Clock::now() - m_Asked.load(); }
 
-    /// Adds a row; whether that closed a page. Throws DescribedError when the disk or the bound is full or the row too large.
+    /// Adds a row; whether that closed a page. Throws DescribedError when the disk or the bound is full or the row too
+    /// large.
     bool Append(QList<Variant> row);
     /// No more rows come; `failure` says why when reading ended early.
     void Finish(const QString& failure = {});

@@ -14,8 +14,8 @@ class StatementBreaker
 public:
     explicit StatementBreaker(DatabaseAddress address);
 
-    /// By the thread that runs the statement: from now on, until Disarm, it can be broken. Throws DescribedError, also when it has been
-    /// broken before. Disarm waits for the messenger that Break has sent.
+    /// By the thread that runs the statement: from now on, until Disarm, it can be broken. Throws DescribedError, also
+    /// when it has been broken before. Disarm waits for the messenger that Break has sent.
     void Arm(const DatabaseSession& session);
     void Disarm();
 

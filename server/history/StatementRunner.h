@@ -6,8 +6,8 @@
 
 #include <list>
 
-/// Whoever asks the history, for as long as it holds anything of it: each has limits of its own, so that none takes the history
-/// away from the others.
+/// Whoever asks the history, for as long as it holds anything of it: each has limits of its own, so that none takes
+/// the history away from the others.
 struct HistoryUser
 {
     static constexpr qint32 MostResults = 256;
@@ -18,7 +18,8 @@ struct HistoryUser
 
 using HistoryUserRef = std::shared_ptr<HistoryUser>;
 
-/// Runs SQL statements, each on a thread and a connection of its own, so that neither waits for another nor the event loop for any.
+/// Runs SQL statements, each on a thread and a connection of its own, so that neither waits for another nor the event
+/// loop for any.
 class StatementRunner
 {
 public:
@@ -32,7 +33,8 @@ public:
     /// Throws DescribedError when too many are running; the promise fails with the database's description.
     kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement,
                                     const HistoryUserRef& user);
-    /// What runs, one a text: its number, how long it has been running, how many rows it has given, and the statement itself, shortened.
+    /// What runs, one a text: its number, how long it has been running, how many rows it has given, and the statement
+    /// itself, shortened.
     QStringList Describe() const;
     /// Ends a statement. Throws DescribedError when there is none of this number.
     void Break(qint32 number);
