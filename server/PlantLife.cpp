@@ -1,5 +1,6 @@
 #include "server/PlantLife.h"
 
+#include "core/automation/Errors.h"
 #include "server/log/Log.h"
 
 PlantLife::PlantLife(Plant& plant, kj::Timer& timer)
@@ -16,11 +17,24 @@ PlantLife::PlantLife(Plant& plant, kj::Timer& timer)
 kj::Promise<void> PlantLife::ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due)
 {
     return m_Timer.atTime(due).then([=, this, &controller] {
-        controller.Scan(scanClass, controller.Home().Around().Now());
+        Scan(controller, scanClass);
         // Scans that were missed are not made up for: the plant shows the present.
         const auto period = controller.ScanTime(scanClass) * kj::MILLISECONDS;
         return ScanFrom(controller, scanClass, kj::max(due + period, m_Timer.now()));
     });
+}
+
+/// Whatever happens in one scan, the next one takes place.
+void PlantLife::Scan(PlantController& controller, int scanClass)
+{
+    try {
+        controller.Scan(scanClass, controller.Home().Around().Now());
+    } catch (...) {
+        const QString reason = CurrentErrorDescription();
+        if (std::exchange(m_Warned, reason) != reason)
+            Log(LogLevel::Error,
+                QStringLiteral("Scanning controller \"%1\" failed: %2").arg(controller.Name(), reason));
+    }
 }
 
 void PlantLife::taskFailed(kj::Exception&& exception)

@@ -13,8 +13,10 @@ public:
 
 private:
     kj::Promise<void> ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due);
+    void Scan(PlantController& controller, int scanClass);
     void taskFailed(kj::Exception&& exception) override;
 
     kj::Timer& m_Timer;
+    QString m_Warned;
     kj::TaskSet m_Scans;
 };

@@ -2,6 +2,8 @@
 
 #include "core/automation/SafeArray.h"
 
+#include <QSet>
+
 #include <optional>
 #include <type_traits>
 
@@ -41,25 +43,39 @@ bool SameBlock(const SafeArray& a, const SafeArray& b)
         a.Data());
 }
 
-bool SameArray(const SafeArray& a, const SafeArray& b)
+/// One comparison, however deep. Blocks may be shared, and be met again by many ways: a pair that was the same stays so.
+class ValueComparison
 {
-    if (a.Count() != b.Count()) return false;
-    if (SameBlock(a, b)) return true;
-    for (qsizetype i = 0; i < a.Count(); ++i) {
-        if (!SameValue(a.At(i), b.At(i))) return false;
+public:
+    bool Same(const Variant& a, const Variant& b)
+    {
+        if (a.IsArray() && b.IsArray()) return SameArrays(a.Array(), b.Array());
+        if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
+        const auto numberA = ToNumber(a);
+        const auto numberB = ToNumber(b);
+        if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
+        if (numberA && numberB) return *numberA == *numberB;
+        return !numberA && !numberB && a == b;
     }
-    return true;
-}
+
+private:
+    bool SameArrays(const SafeArray& a, const SafeArray& b)
+    {
+        if (a.Count() != b.Count()) return false;
+        if (SameBlock(a, b) || m_Same.contains(std::pair(&a, &b))) return true;
+        for (qsizetype i = 0; i < a.Count(); ++i) {
+            if (!Same(a.At(i), b.At(i))) return false;
+        }
+        if (a.ElementType() == VT_VARIANT) m_Same.insert(std::pair(&a, &b));
+        return true;
+    }
+
+    QSet<std::pair<const SafeArray*, const SafeArray*>> m_Same;
+};
 
 } // namespace
 
 bool SameValue(const Variant& a, const Variant& b)
 {
-    if (a.IsArray() && b.IsArray()) return SameArray(a.Array(), b.Array());
-    if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
-    const auto numberA = ToNumber(a);
-    const auto numberB = ToNumber(b);
-    if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
-    if (numberA && numberB) return *numberA == *numberB;
-    return !numberA && !numberB && a == b;
+    return ValueComparison().Same(a, b);
 }

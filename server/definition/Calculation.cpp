@@ -9,10 +9,14 @@
 #include "velsqllib/TypeCode.h"
 
 #include <cmath>
+#include <compare>
 #include <limits>
 #include <numbers>
 
 namespace {
+
+constexpr qsizetype LongestText =
+    32 * 1024 * 1024; // characters; texts that are joined over and over would fill the memory
 
 bool IsWhole(const Variant& value)
 {
@@ -51,6 +55,17 @@ qint32 Bits(const Variant& value)
     throw ValueError(QStringLiteral("Division by zero"));
 }
 
+/// Throws ValueError where mathematics or the numbers of this machine have no result.
+double RaisedTo(double base, double exponent)
+{
+    if (base == 0.0 && exponent < 0.0) ThrowDivisionByZero();
+    const double power = std::pow(base, exponent);
+    if (!std::isfinite(power) && std::isfinite(base) && std::isfinite(exponent))
+        throw ValueError(
+            QStringLiteral("%1 POW %2 has no result").arg(ToPlainText(Variant(base)), ToPlainText(Variant(exponent))));
+    return power;
+}
+
 Variant Arithmetic(Operator operation, const Variant& value, const Variant& operand)
 {
     const double a = ToNumber(value);
@@ -60,7 +75,7 @@ Variant Arithmetic(Operator operation, const Variant& value, const Variant& oper
     case Operator::Add: return Result(a + b, whole);
     case Operator::Subtract: return Result(a - b, whole);
     case Operator::Multiply: return Result(a * b, whole);
-    case Operator::Power: return Result(std::pow(a, b), whole && b >= 0);
+    case Operator::Power: return Result(RaisedTo(a, b), whole && b >= 0);
     default: break;
     }
     if (b == 0.0) ThrowDivisionByZero();
@@ -102,22 +117,30 @@ Variant Shift(Operator operation, const Variant& value, const Variant& operand)
     return static_cast<qint32>(static_cast<quint32>(bits) << places);
 }
 
-/// -1, 0 or 1; texts by their characters when both are texts, else as numbers.
-int Order(const Variant& value, const Variant& operand)
+/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is no number.
+std::partial_ordering Order(const Variant& value, const Variant& operand)
 {
     const QString* a = value.GetIf<QString>();
     const QString* b = operand.GetIf<QString>();
-    if (a && b) return QString::compare(*a, *b);
-    const double x = ToNumber(value);
-    const double y = ToNumber(operand);
-    return x < y ? -1 : x > y ? 1 : 0;
+    if (a && b) return QString::compare(*a, *b) <=> 0;
+    const Currency* amount = value.GetIf<Currency>();
+    const Currency* other = operand.GetIf<Currency>();
+    if (amount && other) return amount->TenThousandths <=> other->TenThousandths;
+    if (SameValue(value, operand)) return std::partial_ordering::equivalent; // a single and a double, too
+    return ToNumber(value) <=> ToNumber(operand);
+}
+
+/// Agrees with the order wherever there is one; what has none, such as an array, may still be the same.
+bool IsEqual(const Variant& value, const Variant& operand)
+{
+    return NumberOf(value) && NumberOf(operand) ? Order(value, operand) == 0 : SameValue(value, operand);
 }
 
 Variant Comparison(Operator operation, const Variant& value, const Variant& operand)
 {
     switch (operation) {
-    case Operator::Equal: return SameValue(value, operand);
-    case Operator::NotEqual: return !SameValue(value, operand);
+    case Operator::Equal: return IsEqual(value, operand);
+    case Operator::NotEqual: return !IsEqual(value, operand);
     case Operator::LessOrEqual: return Order(value, operand) <= 0;
     case Operator::Less: return Order(value, operand) < 0;
     case Operator::GreaterOrEqual: return Order(value, operand) >= 0;
@@ -142,6 +165,13 @@ Variant Inverse(const Variant& value)
 {
     if (const bool* flag = value.GetIf<bool>()) return !*flag;
     return ~Bits(value);
+}
+
+Variant Joined(const QString& text, const QString& more)
+{
+    if (text.size() + more.size() > LongestText)
+        throw ValueError(QStringLiteral("the text would be longer than %1 characters").arg(LongestText));
+    return text + more;
 }
 
 Variant LengthOf(const Variant& value)
@@ -187,7 +217,7 @@ Variant Calculate(Operator operation, const Variant& value, const Variant& opera
     case Operator::Less:
     case Operator::GreaterOrEqual:
     case Operator::Greater: return Comparison(operation, value, operand);
-    case Operator::Concatenate: return ToPlainText(value) + ToPlainText(operand);
+    case Operator::Concatenate: return Joined(ToPlainText(value), ToPlainText(operand));
     case Operator::Not: return Inverse(value);
     case Operator::Length: return LengthOf(value);
     case Operator::Left:

@@ -56,6 +56,8 @@ public:
 
     /// Throws DescribedError.
     Variant Apply(const Variant& value, const PlantController& home) const;
+    /// What names the operand; empty when none is needed.
+    QString OperandName() const { return NeedsOperand(m_Operator) ? m_Operand : QString(); }
 
 private:
     Variant Operand(const PlantController& home) const;

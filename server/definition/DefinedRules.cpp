@@ -81,6 +81,13 @@ Variant DefinedRules::Written(const Variant& value)
     return static_cast<qint32>(ToBcd(ConvertTo(requested, VT_UI4).Get<quint32>()));
 }
 
+QStringList DefinedRules::Operands() const
+{
+    QStringList names = {m_First.OperandName(), m_Second.OperandName()};
+    names.removeAll(QString());
+    return names;
+}
+
 bool DefinedRules::IsNeeded() const
 {
     return m_Mask || m_Bcd || m_Calculates || m_ReadType != VT_VARIANT || m_WriteType != VT_VARIANT || m_MinMax ||
@@ -99,13 +106,12 @@ Variant DefinedRules::Converted(const Variant& value, const PlantController& hom
 
 bool DefinedRules::Passes(const Variant& value, const Variant& before)
 {
-    if (m_MinMax || (m_Deadband && !before.IsEmpty())) {
+    // Without a number to be measured by, the deadband has nothing to say.
+    const auto held = m_Deadband && !before.IsEmpty() ? NumberOf(before) : std::nullopt;
+    if (m_MinMax || held) {
         const double number = ToNumber(value);
         if (m_MinMax && (number < m_MinMax->Low || number > m_MinMax->High)) return false;
-        if (m_Deadband && !before.IsEmpty()) {
-            const double held = ToNumber(before);
-            if (number > held - m_Deadband->Low && number < held + m_Deadband->High) return false;
-        }
+        if (held && number > *held - m_Deadband->Low && number < *held + m_Deadband->High) return false;
     }
     return m_Chattering <= 1 || HasSettled(value, before);
 }

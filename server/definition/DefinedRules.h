@@ -13,6 +13,7 @@ public:
 
     std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) override;
     Variant Written(const Variant& value) override;
+    QStringList Operands() const override;
 
 private:
     struct Limits

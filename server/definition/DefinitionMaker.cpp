@@ -1,8 +1,10 @@
 #include "server/definition/DefinitionMaker.h"
 
+#include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "server/definition/DefinedRules.h"
 #include "server/plant/Links.h"
+#include "server/plant/LinkWalk.h"
 #include "velsqllib/ValueText.h"
 
 namespace {
@@ -78,6 +80,25 @@ ItemTraits TraitsOf(const Definition& definition, const PlantController& home)
     return traits;
 }
 
+/// The element that names the item by which an endless way goes on.
+Element ElementLeadingTo(const PlantItem& next, const Definition& definition, const PlantController& home)
+{
+    const auto leads = [&](const QString& name) { return home.Home().Resolve(home, name).get() == &next; };
+    for (const QString& link : LinksOf(definition, home)) {
+        if (leads(ParseLink(link, definition.Flag(Element::ExtractLinking)).Name)) return Element::LinkItem;
+    }
+    return leads(definition.Text(Element::Operand)) ? Element::Operand : Element::Operand2;
+}
+
+/// Throws ServerError when a new item's links and operands lead in a circle or too far.
+void CheckWays(const PlantItem& item, const Definition& definition)
+{
+    LinkWalk walk(LinkWalk::Along::Defined);
+    if (walk.Look(item) == LinkWalk::Finding::Sound) return;
+    const PlantItem& next = *walk.Way().value(1, &item);
+    Definition::Refuse(ElementLeadingTo(next, definition, *item.Controller()), EndlessWay());
+}
+
 } // namespace
 
 void DefinitionMaker::AddItem(PlantController& controller, const Variant& definition)
@@ -86,5 +107,11 @@ void DefinitionMaker::AddItem(PlantController& controller, const Variant& defini
     const Definition checked(definition);
     CheckName(checked.Text(Element::Name));
     ItemTraits traits = TraitsOf(checked, controller);
-    controller.Add(std::move(traits), nullptr, DefinedRules::Make(checked, controller));
+    const PlantItemRef item = controller.AddInPlace(std::move(traits), DefinedRules::Make(checked, controller));
+    try {
+        CheckWays(*item, checked);
+    } catch (const ServerError&) {
+        controller.Remove(item->Name());
+        throw;
+    }
 }

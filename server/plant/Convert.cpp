@@ -9,7 +9,6 @@
 
 #include <cmath>
 #include <limits>
-#include <optional>
 
 namespace {
 
@@ -32,23 +31,6 @@ std::optional<double> TextToNumber(const QString& text)
     } catch (const ValueError&) {
         return std::nullopt;
     }
-}
-
-std::optional<double> NumberOf(const Variant& value)
-{
-    return std::visit(
-        [](const auto& payload) -> std::optional<double> {
-            using T = std::decay_t<decltype(payload)>;
-            if constexpr (std::is_same_v<T, std::monostate>) return 0.0;
-            else if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
-            else if constexpr (std::is_same_v<T, Currency>)
-                return static_cast<double>(payload.TenThousandths) / 10000.0;
-            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
-            else if constexpr (std::is_same_v<T, QString>) return TextToNumber(payload);
-            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
-            else return std::nullopt;
-        },
-        value.Data());
 }
 
 double NumberFor(const Variant& value, VarType type)
@@ -196,6 +178,23 @@ Variant ConvertTo(const Variant& value, VarType type)
     return type & VT_ARRAY ? ConvertArray(value, type) : ConvertScalar(value, type);
 }
 
+std::optional<double> NumberOf(const Variant& value)
+{
+    return std::visit(
+        [](const auto& payload) -> std::optional<double> {
+            using T = std::decay_t<decltype(payload)>;
+            if constexpr (std::is_same_v<T, std::monostate>) return 0.0;
+            else if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
+            else if constexpr (std::is_same_v<T, Currency>)
+                return static_cast<double>(payload.TenThousandths) / 10000.0;
+            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
+            else if constexpr (std::is_same_v<T, QString>) return TextToNumber(payload);
+            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
+            else return std::nullopt;
+        },
+        value.Data());
+}
+
 double ToNumber(const Variant& value)
 {
     const auto number = NumberOf(value);
@@ -205,10 +204,25 @@ double ToNumber(const Variant& value)
 
 namespace {
 
+constexpr double MostCurrency = 922'337'203'685'470.0;
+constexpr double FirstDay = -657'434.0; // 0100-01-01
+constexpr double LastDay = 2'958'465.0; // 9999-12-31
+
+double OrZero(double number)
+{
+    return std::isnan(number) ? 0.0 : number;
+}
+
+float ClampToSingle(double number)
+{
+    constexpr double Most = std::numeric_limits<float>::max();
+    return static_cast<float>(std::isnan(number) ? number : std::clamp(number, -Most, Most));
+}
+
 template <typename T>
 Variant Clamp(double number)
 {
-    const double rounded = std::isnan(number) ? 0.0 : std::nearbyint(number);
+    const double rounded = std::nearbyint(OrZero(number));
     return static_cast<T>(std::clamp(rounded, static_cast<double>(std::numeric_limits<T>::min()),
                                      static_cast<double>(std::numeric_limits<T>::max())));
 }
@@ -224,7 +238,9 @@ Variant ClampTo(double number, VarType type)
     case VT_UI2: return Clamp<quint16>(number);
     case VT_I4: return Clamp<qint32>(number);
     case VT_UI4: return Clamp<quint32>(number);
-    case VT_R4: return static_cast<float>(number);
+    case VT_R4: return ClampToSingle(number);
+    case VT_CY: return ConvertScalar(std::clamp(OrZero(number), -MostCurrency, MostCurrency), type);
+    case VT_DATE: return ConvertScalar(std::clamp(OrZero(number), FirstDay, LastDay), type);
     case VT_VARIANT: return number;
     default: return ConvertScalar(number, type);
     }

@@ -2,6 +2,8 @@
 
 #include "core/automation/Variant.h"
 
+#include <optional>
+
 /// What an error message shows of a value: plain text in quotes when it is a text, cut when long; a type name when it has no text.
 QString Quoted(const Variant& value);
 
@@ -10,7 +12,9 @@ QString Quoted(const Variant& value);
 /// that says which value does not fit which type and why.
 Variant ConvertTo(const Variant& value, VarType type);
 
-/// The number that a value stands for, True being -1. Throws ValueError for what is no number.
+/// The number that a value stands for, True being -1 and EMPTY 0; none for what is no number.
+std::optional<double> NumberOf(const Variant& value);
+/// As NumberOf. Throws ValueError for what is no number.
 double ToNumber(const Variant& value);
 
 /// A number as a value of `type`: rounded, and at the ends of the type's range where it lies beyond. For signals, which must go

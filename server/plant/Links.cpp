@@ -3,29 +3,11 @@
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
 #include "server/plant/Plant.h"
+#include "server/plant/ValueSize.h"
 
 #include <QRegularExpression>
 
 namespace {
-
-/// Counts how many links a value has gone along; a circle of links ends here instead of in the stack.
-class Journey
-{
-public:
-    Journey()
-    {
-        if (Length >= Longest)
-            throw DescribedError(QStringLiteral("its links go in a circle or over more than %1 items").arg(Longest));
-        ++Length;
-    }
-    Journey(const Journey&) = delete;
-    Journey& operator=(const Journey&) = delete;
-    ~Journey() { --Length; }
-
-private:
-    static constexpr int Longest = 16;
-    static inline int Length = 0;
-};
 
 struct Target
 {
@@ -95,17 +77,16 @@ LinkText ParseLink(const QString& link, bool extracts)
 
 Variant ReadLinks(const PlantItem& item)
 {
-    const Journey journey;
     const ItemTraits& traits = item.Traits();
     if (traits.Kind != ItemKind::Array) return ReadProperty(Find(item, traits.Links.first()), traits.Property);
     QList<Variant> values;
     for (const QString& link : traits.Links) values.append(ReadProperty(Find(item, link), traits.Property));
+    ValueSize::CheckArrayOf(values);
     return SafeArray(std::move(values));
 }
 
 void WriteLinks(const PlantItem& item, const Variant& value)
 {
-    const Journey journey;
     const ItemTraits& traits = item.Traits();
     if (traits.Kind != ItemKind::Array) {
         for (const QString& link : traits.Links) WriteProperty(Find(item, link), traits.Property, value);

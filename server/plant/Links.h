@@ -13,7 +13,7 @@ struct LinkText
 LinkText ParseLink(const QString& link, bool extracts);
 
 /// What an item takes from its linked items: of one item its property, of several an array of them, in order.
-/// Throws DescribedError when an item is not there, cannot be read or the links go in a circle.
+/// Throws DescribedError when an item is not there, cannot be read or the array is too large.
 Variant ReadLinks(const PlantItem& item);
 
 /// Hands a written value on: to one linked item as it is, to the items of an array item element by element.

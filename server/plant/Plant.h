@@ -38,6 +38,10 @@ public:
     /// What "[<controller name>\]<item name>" means to items of `home`: an item of its own first. Null when there is none.
     PlantItemRef Resolve(const PlantController& home, const QString& link) const;
 
+    /// Counts on whenever links may lead elsewhere than before: items come or go, or are switched on or off.
+    quint64 LinksState() const { return m_LinksState; }
+    void NoteLinksChanged() { ++m_LinksState; }
+
     /// Brings the controllers to the state that their description asks for.
     void Begin();
     /// As an operator does; the server then stays although nobody is connected.
@@ -54,6 +58,7 @@ private:
     Surroundings& m_Surroundings;
     QList<PlantControllerRef> m_Controllers;
     bool m_Started = false;
+    quint64 m_LinksState = 1;
 };
 
 /// A list of texts as the server's objects hand it out.

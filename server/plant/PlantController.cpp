@@ -79,17 +79,25 @@ Variant PlantController::SettingData(qint32 index) const
 
 PlantItemRef PlantController::Add(ItemTraits traits, SignalRef signal, std::unique_ptr<ValueRules> rules)
 {
-    if (m_ByName.contains(traits.Name))
-        throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), traits.Name));
-    auto item = std::make_shared<PlantItem>(*this, std::move(traits), std::move(signal), std::move(rules));
-    qsizetype at = m_Items.size();
-    if (m_Traits.SortsItems)
-        at = std::lower_bound(m_Items.begin(), m_Items.end(), item,
-                              [](const auto& a, const auto& b) { return a->Name() < b->Name(); }) -
-             m_Items.begin();
+    return Insert(m_Items.size(),
+                  std::make_shared<PlantItem>(*this, std::move(traits), std::move(signal), std::move(rules)));
+}
+
+PlantItemRef PlantController::AddInPlace(ItemTraits traits, std::unique_ptr<ValueRules> rules)
+{
+    const auto greater = [&](const PlantItemRef& item) { return m_Traits.SortsItems && item->Name() > traits.Name; };
+    const qsizetype at = std::find_if(m_Items.begin(), m_Items.end(), greater) - m_Items.begin();
+    return Insert(at, std::make_shared<PlantItem>(*this, std::move(traits), nullptr, std::move(rules)));
+}
+
+PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
+{
+    if (m_ByName.contains(item->Name()))
+        throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), item->Name()));
     m_Items.insert(at, item);
     m_ByName.insert(item->Name(), item);
     Renumber(at);
+    m_Plant.NoteLinksChanged();
     return item;
 }
 
@@ -100,16 +108,31 @@ void PlantController::Remove(const QString& name)
     m_ByName.remove(name);
     Renumber(item->Index());
     item->Forget();
+    m_Plant.NoteLinksChanged();
 }
 
 void PlantController::RaiseItemChanged(const PlantItemRef& item)
 {
-    for (ControllerObserver* observer : m_Observers) observer->ItemChanged(item);
+    TellAll([&](ControllerObserver& observer) { observer.ItemChanged(item); });
 }
 
 void PlantController::RaiseStateChanged(qint32 state)
 {
-    for (ControllerObserver* observer : m_Observers) observer->StateChanged(state);
+    TellAll([&](ControllerObserver& observer) { observer.StateChanged(state); });
+}
+
+/// What one observer cannot take keeps nobody else from it, and the plant from nothing.
+template <typename Action>
+void PlantController::TellAll(Action action)
+{
+    for (ControllerObserver* observer : m_Observers) {
+        try {
+            action(*observer);
+        } catch (...) {
+            m_Plant.Around().Warn(
+                QStringLiteral("An event of controller \"%1\" was lost: %2").arg(Name(), CurrentErrorDescription()));
+        }
+    }
 }
 
 void PlantController::Renumber(qsizetype from)

@@ -74,8 +74,10 @@ public:
     qint32 ScanTime(qint32 index) const;
     Variant SettingData(qint32 index) const;
 
-    /// Throws ServerError when the name is taken.
+    /// Adds an item at the end, as the plant's description does. Throws ServerError when the name is taken.
     PlantItemRef Add(ItemTraits traits, SignalRef signal = nullptr, std::unique_ptr<ValueRules> rules = nullptr);
+    /// Adds an item later on: at the end, or before the first one of a greater name.
+    PlantItemRef AddInPlace(ItemTraits traits, std::unique_ptr<ValueRules> rules);
     void Remove(const QString& name);
 
     void AddObserver(ControllerObserver& observer) { m_Observers.append(&observer); }
@@ -87,6 +89,9 @@ public:
 private:
     friend class Plant;
 
+    PlantItemRef Insert(qsizetype at, PlantItemRef item);
+    template <typename Action>
+    void TellAll(Action action);
     void Renumber(qsizetype from);
 
     Plant& m_Plant;

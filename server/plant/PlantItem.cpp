@@ -3,7 +3,9 @@
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
 #include "core/automation/VariantCompare.h"
+#include "server/plant/Journey.h"
 #include "server/plant/Links.h"
+#include "server/plant/LinkWalk.h"
 #include "server/plant/Plant.h"
 
 namespace {
@@ -35,7 +37,7 @@ Variant PlantItem::Value()
 {
     CheckThere();
     if (m_Traits.Attribute == Access::WriteOnly) Throw(QStringLiteral("it is write only and cannot be read"));
-    if (m_Traits.Kind == ItemKind::Alias && FollowsLinks()) {
+    if (m_Traits.Kind == ItemKind::Alias && FollowsLinks() && !Journey::HasRead(*this)) {
         try {
             Read(m_Controller->Home().Around().Now());
         } catch (const DescribedError& error) {
@@ -52,10 +54,10 @@ void PlantItem::PutValue(const Variant& value)
     if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
     try {
         const Variant fitted = Fitted(value);
-        if (FollowsLinks()) {
-            m_State = ItemState::Failed; // until the linked items have taken it
-            WriteLinks(*this, fitted);
-        }
+        if (FollowsLinks()) m_State = ItemState::Failed; // until the linked items have taken it
+        const Journey journey(*this);
+        if (FollowsLinks()) WriteLinks(*this, fitted);
+        journey.NoteWriting();
         Take(fitted, m_Controller->Home().Around().Now().Wall, ForcedChange::Writing);
     } catch (const DescribedError& error) {
         Throw(error.Description());
@@ -77,9 +79,9 @@ void PlantItem::PutValueEx(qint32 delay, const Variant& value)
         if (!self || !self->m_Controller) return;
         try {
             self->PutValue(value);
-        } catch (const DescribedError& error) {
+        } catch (...) {
             self->m_State = ItemState::Failed;
-            plant.Around().Warn(QStringLiteral("Delayed write: ") + error.Description());
+            plant.Around().Warn(QStringLiteral("Delayed write: ") + CurrentErrorDescription());
         }
     });
 }
@@ -99,6 +101,7 @@ void PlantItem::PutId(const Variant& value)
 void PlantItem::PutActivation(bool active)
 {
     CheckThere();
+    if (active != m_Active) m_Controller->Home().NoteLinksChanged();
     m_Active = active;
 }
 
@@ -106,7 +109,16 @@ void PlantItem::PutLinkActivation(bool active)
 {
     CheckThere();
     if (m_Traits.Links.isEmpty()) Throw(QStringLiteral("it is not linked to any item"));
+    if (active != m_LinkActive) m_Controller->Home().NoteLinksChanged();
     m_LinkActive = active;
+}
+
+void PlantItem::CheckWay() const
+{
+    const quint64 links = m_Controller->Home().LinksState();
+    if (m_WayChecked == links) return;
+    if (LinkWalk(LinkWalk::Along::Followed).Look(*this) != LinkWalk::Finding::Sound) throw DescribedError(EndlessWay());
+    m_WayChecked = links;
 }
 
 void PlantItem::Snapshot()
@@ -158,6 +170,12 @@ void PlantItem::Scan(const Moment& moment)
         Read(moment);
     } catch (const DescribedError&) {
         m_State = ItemState::Failed; // the reason is told to whoever asks with a call
+    } catch (...) {
+        m_State = ItemState::Failed;
+        const QString reason = CurrentErrorDescription();
+        if (std::exchange(m_Warned, reason) == reason) return;
+        m_Controller->Home().Around().Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
+                                               .arg(Name(), m_Controller->Name(), reason));
     }
 }
 
@@ -186,8 +204,10 @@ Variant PlantItem::Fitted(const Variant& value) const
 void PlantItem::Read(const Moment& moment)
 {
     if (!FollowsLinks() && !m_Signal) return; // it holds what was written
+    const Journey journey(*this);
     const Variant raw = FollowsLinks() ? ReadLinks(*this) : m_Signal->Next(moment.Seconds, m_Traits.Type);
     Take(raw, moment.Wall, ForcedChange::Reading);
+    journey.NoteRead(*this);
 }
 
 void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
@@ -208,7 +228,7 @@ bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
 void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasion)
 {
     const bool isChange = m_Active && IsChange(value, occasion);
-    m_Value = value;
+    if (!(value == m_Value)) m_Value = value; // an equal block stays the same one, wherever it stands
     m_Time = time;
     m_State = ItemState::Succeeded;
     if (!isChange) return;

@@ -51,6 +51,8 @@ public:
     virtual std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) = 0;
     /// A value that is to be written, converted. Throws DescribedError.
     virtual Variant Written(const Variant& value) = 0;
+    /// The names of the items that are asked for their value with each reading.
+    virtual QStringList Operands() const = 0;
 };
 
 /// What describes an item from its making to its end.
@@ -93,6 +95,11 @@ public:
     bool IsActive() const { return m_Active; }
     /// False for an item without links: there is nothing to be active.
     bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
+    /// Whether reading and writing it go on to its linked items.
+    bool FollowsLinks() const { return IsLinkActive() && m_Active; }
+    QStringList Operands() const { return m_Rules ? m_Rules->Operands() : QStringList(); }
+    /// Throws DescribedError when its links and operands lead in a circle or too far.
+    void CheckWay() const;
     const Variant& Tag() const { return m_Tag; }
     const Variant& Id() const { return m_Id; }
     TimeStamp Time() const { return m_Time; }
@@ -120,7 +127,7 @@ public:
 
     /// Whether scanning it may do anything.
     bool IsScanned() const { return m_Signal || !m_Traits.Links.isEmpty(); }
-    /// Takes the next value from signal or link. A failure shows in the state.
+    /// Takes the next value from signal or link. A failure, of whatever kind, shows in the state.
     void Scan(const Moment& moment);
 
 private:
@@ -128,7 +135,6 @@ private:
 
     [[noreturn]] void Throw(const QString& reason) const;
     void CheckThere() const;
-    bool FollowsLinks() const { return IsLinkActive() && m_Active; }
     Variant Fitted(const Variant& value) const;
     void Read(const Moment& moment);
     /// A value from its source, or one that was written, becomes the item's unless its rules drop it.
@@ -149,6 +155,8 @@ private:
     Variant m_Tag;
     Variant m_Id;
     TimeStamp m_Time;
+    mutable quint64 m_WayChecked = 0; ///< the state of the plant's links for which the way was found sound
+    QString m_Warned;                 ///< of a scan's failure
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

@@ -22,8 +22,9 @@ CounterSignal::CounterSignal(double first, double last, double step, int ahead)
     : m_First(first)
     , m_Last(last)
     , m_Step(step)
-    , m_Next(first + ahead * step)
 {
+    const double turn = step == 0.0 ? 1.0 : std::max(1.0, std::floor((last - first) / step) + 1.0);
+    m_Next = first + std::fmod(ahead, turn) * step;
 }
 
 double CounterSignal::NumberAt(double)
@@ -71,18 +72,29 @@ double RandomWalkSignal::NumberAt(double)
     return m_Now;
 }
 
+namespace {
+
+/// Of one turn, in seconds: nothing says how long the last value lasted, so it is taken to last as long as the one before it.
+double LengthOf(const std::vector<ReplayedValue>& values)
+{
+    const double last = values.back().Seconds;
+    const auto other =
+        std::find_if(values.rbegin(), values.rend(), [&](const auto& value) { return value.Seconds < last; });
+    return other == values.rend() ? 0.0 : last - values.front().Seconds + (last - other->Seconds);
+}
+
+} // namespace
+
 ReplaySignal::ReplaySignal(std::vector<ReplayedValue> values, bool repeats)
     : m_Values(std::move(values))
-    , m_Repeats(repeats)
+    , m_Length(repeats ? LengthOf(m_Values) : 0.0)
 {
 }
 
 Variant ReplaySignal::Next(double seconds, VarType)
 {
-    const double first = m_Values.front().Seconds;
-    const double length = m_Values.back().Seconds - first;
-    const double since = m_Repeats && length > 0.0 ? std::fmod(seconds, length) : seconds;
-    const auto behind = std::upper_bound(m_Values.begin(), m_Values.end(), first + since,
+    const double since = m_Length > 0.0 ? std::fmod(seconds, m_Length) : seconds;
+    const auto behind = std::upper_bound(m_Values.begin(), m_Values.end(), m_Values.front().Seconds + since,
                                          [](double now, const ReplayedValue& value) { return now < value.Seconds; });
     return std::prev(behind)->Value;
 }

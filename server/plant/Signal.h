@@ -115,13 +115,14 @@ struct ReplayedValue
 class ReplaySignal : public Signal
 {
 public:
-    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value.
+    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value, one that does
+    /// shows it for as long as the one before.
     ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
     Variant Next(double seconds, VarType type) override;
 
 private:
     std::vector<ReplayedValue> m_Values;
-    bool m_Repeats;
+    double m_Length; ///< of one turn, in seconds; 0: it does not repeat
 };
 
 /// Says the local time; for items of type DATE, or texts of it.

@@ -83,6 +83,12 @@ TEST(VariantCompare, ValuesSayTheSame)
         {nested, Array<Variant>({Variant(1.0), Variant(Array<QString>({QStringLiteral("x")}, 3))})},
     };
     for (const auto& [a, b] : same) EXPECT_TRUE(SameValue(a, b) && SameValue(b, a)) << a.Type() << " and " << b.Type();
+    const auto shared = [] {
+        Variant value = qint32(1);
+        for (int level = 0; level < 60; ++level) value = Array<Variant>({value, value});
+        return value;
+    };
+    EXPECT_TRUE(SameValue(shared(), shared())) << "a block is compared once, however many ways lead to it";
     const std::pair<Variant, Variant> different[] = {
         {qint32(5), 5.5},
         {true, qint16(1)},

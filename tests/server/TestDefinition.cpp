@@ -99,7 +99,7 @@ QString Expected(const QString& cell)
 TEST_F(DefinitionTest, CalculationsDoWhatTheirTableSays)
 {
     const auto rows = TableBelow(u"Calculations"_s);
-    EXPECT_EQ(rows.size(), 38);
+    EXPECT_EQ(rows.size(), 44);
     QSet<QString> operators;
     for (const QStringList& row : rows) {
         operators << row[0];
@@ -114,7 +114,7 @@ TEST_F(DefinitionTest, ConversionsAndFiltersDoWhatTheirTablesSay)
 {
     const auto read = TableBelow(u"Conversions and filters of what is read"_s);
     const auto written = TableBelow(u"Conversions of what is written"_s);
-    EXPECT_EQ(read.size() + written.size(), 17);
+    EXPECT_EQ(read.size() + written.size(), 18);
     for (const QStringList& row : read)
         EXPECT_EQ(Through(Codes(row[1]).join(u' '), Codes(row[2])), Expected(row[3])) << row[0].toStdString();
     for (const QStringList& row : written)
@@ -210,6 +210,38 @@ TEST_F(DefinitionTest, AliasArrayAndElementLinks)
               u"Item \"Array\" of controller \"C\": it takes an array of 2 values.");
     Put(u"Normal"_s, u"0"_s);
     EXPECT_EQ(Values(u"Source"_s), u"0");
+}
+
+TEST_F(DefinitionTest, OperandsCountAsLinks)
+{
+    const QString circle = u"its links go in a circle or over more than 16 items."_s;
+    Put(u"Source"_s, u"3,1"_s);
+    for (int i = 1; i <= 16; ++i) {
+        const QString before = i > 1 ? QString::number(i - 1) + u'x' : u"Source"_s;
+        Add(u"0=8,%1x 8=8,%2 36=2,1 27=2,1 28=8,%2 14=11,True 15=2,1"_s.arg(i).arg(before));
+    }
+    NotingObserver observer(m_Controller);
+    EXPECT_EQ(Values(u"16x"_s), u"3,65536");
+    EXPECT_EQ(observer.Seen.size(), 16) << "each is read once";
+    EXPECT_EQ(OutcomeOf([&] { Add(u"0=8,17x 8=8,Source 27=2,1 28=8,16x"_s); }),
+              u"Element 28 (operand of the Calculation): "_s + circle);
+
+    Add(u"0=8,Y"_s);
+    Add(u"0=8,X 8=8,Source 36=2,1 38=2,1 39=8,Y"_s);
+    m_Controller.Remove(u"Y"_s);
+    for (const QString& kind : {u"0"_s, u"1"_s, u"2"_s})
+        EXPECT_EQ(OutcomeOf([&] { Add(u"0=8,Y 8=8,X 36=2,"_s + kind); }), u"Element 8 (Link Item): "_s + circle);
+    EXPECT_EQ(OutcomeOf([&] { Add(u"0=8,Y 8=8,Source 38=2,1 39=8,X"_s); }),
+              u"Element 39 (operand of the second Calculation): "_s + circle);
+
+    // A name that means another item once its own has gone makes a circle that nobody could see.
+    PlantController& other = *m_Plant.World.Add({.Name = u"D"_s});
+    m_Controller.Add({.Name = u"D\\Y"_s, .Initial = 2});
+    Add(u"0=8,Z 8=8,Source 36=2,1 27=2,1 28=8,D\\Y"_s);
+    EXPECT_EQ(Values(u"Z"_s), u"3,3");
+    other.Add({.Name = u"Y"_s, .Kind = ItemKind::Alias, .Links = {u"C\\Z"_s}});
+    m_Controller.Remove(u"D\\Y"_s);
+    EXPECT_TRUE(OutcomeOf([&] { Values(u"Z"_s); }).endsWith(circle));
 }
 
 TEST_F(DefinitionTest, LinkedPropertiesAreNotOnlyValues)

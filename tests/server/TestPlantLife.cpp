@@ -56,6 +56,8 @@ TEST_F(PlantLifeTest, OnlyActiveControllersScanAndOnlyTheirClass)
 
 TEST_F(PlantLifeTest, SignalsStayWithinTheirTypeAndLimits)
 {
+    EXPECT_EQ(CounterSignal(0, 3, 1, 6).Next(0, VT_I4), Variant(2)) << "of a later element, turned round as well";
+    EXPECT_EQ(ClampTo(1e300, VT_CY).Type() + ClampTo(-1e9, VT_DATE).Type(), VT_CY + VT_DATE);
     CounterSignal counter(250, 300, 10);
     EXPECT_EQ(counter.Next(0, VT_UI1), Variant(quint8{250}));
     EXPECT_EQ(counter.Next(0, VT_UI1), Variant(quint8{255})) << "at the end of the type's range";
@@ -127,10 +129,75 @@ TEST_F(PlantLifeTest, LinksCarryValuesBothWays)
     m_Second.Remove(u"Y"_s);
     EXPECT_EQ(OutcomeOf([&] { link->Snapshot(); }),
               u"Item \"X\" of controller \"A\": the linked item \"B\\C\\Y\" does not exist.");
-    Add(u"Round"_s, {.Kind = ItemKind::Alias, .Links = {u"Circle"_s}});
-    const PlantItemRef circle = Add(u"Circle"_s, {.Kind = ItemKind::Alias, .Links = {u"Round"_s}});
-    for (const QString& outcome : {OutcomeOf([&] { circle->Value(); }), OutcomeOf([&] { circle->PutValue(1); })})
-        EXPECT_TRUE(outcome.endsWith(u": its links go in a circle or over more than 16 items."));
+}
+
+TEST_F(PlantLifeTest, EndlessWaysFailForEveryKindOfItem)
+{
+    Add(u"0"_s, {.Initial = 1});
+    for (int i = 1; i <= 17; ++i) Add(QString::number(i), {.Links = {QString::number(i - 1)}});
+    m_First.Item(u"16"_s)->PutValue(5);
+    m_First.Item(u"16"_s)->Snapshot();
+    for (const ItemKind kind : {ItemKind::Normal, ItemKind::Alias, ItemKind::Array}) {
+        Add(u"Round"_s, {.Kind = kind, .Links = {u"Circle"_s}});
+        Add(u"Circle"_s, {.Kind = kind, .Links = {u"Round"_s}});
+        Add(u"Aside"_s, {.Kind = kind, .Links = {u"Circle"_s}});
+        for (const QString& name : {u"Round"_s, u"Circle"_s, u"Aside"_s, u"17"_s}) {
+            const PlantItemRef item = m_First.Item(name);
+            const Variant value = kind == ItemKind::Array ? Variant(SafeArray(QList<qint32>({1}))) : Variant(1);
+            for (const QString& outcome :
+                 {OutcomeOf([&] { item->Snapshot(); }), OutcomeOf([&] { item->PutValue(value); })})
+                EXPECT_TRUE(outcome.endsWith(u": its links go in a circle or over more than 16 items."))
+                    << outcome.toStdString();
+        }
+        m_First.Item(u"Round"_s)->PutLinkActivation(false);
+        EXPECT_EQ(OutcomeOf([&] { m_First.Item(u"Aside"_s)->Snapshot(); }), u"done") << "cut open";
+        for (const QString& name : {u"Round"_s, u"Circle"_s, u"Aside"_s}) m_First.Remove(name);
+    }
+}
+
+TEST_F(PlantLifeTest, ArraysOfArraysStayWithinBounds)
+{
+    Add(u"0"_s, {.Initial = 1});
+    for (int i = 1; i <= 8; ++i)
+        Add(QString::number(i), {.Kind = ItemKind::Array, .Links = QStringList(10, QString::number(i - 1))});
+    NotingObserver observer(m_First);
+    m_First.Snapshot();
+    const Variant held = m_First.Item(u"5"_s)->Value();
+    EXPECT_EQ(OutcomeOf([&] { m_First.Item(u"6"_s)->Snapshot(); }),
+              u"Item \"6\" of controller \"A\": its value would be larger than 64 MB.");
+    EXPECT_EQ(m_First.Item(u"7"_s)->Value().Array().Count(), 10) << "of no value";
+    const qsizetype events = observer.Seen.size();
+    m_First.Snapshot();
+    EXPECT_EQ(observer.Seen.size(), events) << "nothing has changed";
+    EXPECT_EQ(m_First.Item(u"5"_s)->Value().Get<SafeArrayRef>(), held.Get<SafeArrayRef>()) << "it is the same block";
+    Variant nested = 1;
+    for (int i = 0; i < 16; ++i) nested = SafeArray(QList<Variant>({nested}));
+    m_First.Item(u"0"_s)->PutValue(nested);
+    EXPECT_EQ(OutcomeOf([&] { m_First.Item(u"1"_s)->Snapshot(); }),
+              u"Item \"1\" of controller \"A\": its value would be nested more than 16 arrays deep.");
+}
+
+TEST_F(PlantLifeTest, OneFailureEndsNeitherTheScanNorItsEvents)
+{
+    struct BrokenSignal : Signal
+    {
+        Variant Next(double, VarType) override { throw std::runtime_error("broken"); }
+    };
+    struct BrokenObserver : ControllerObserver
+    {
+        void StateChanged(qint32) override {}
+        void ItemChanged(const PlantItemRef&) override { throw std::bad_alloc(); }
+    } observer;
+    m_First.AddObserver(observer);
+    NotingObserver other(m_First);
+    const PlantItemRef broken = Add(u"X"_s, {}, std::make_unique<BrokenSignal>());
+    const PlantItemRef whole = AddCounter(u"Y"_s);
+    for (int i = 0; i < 2; ++i) m_First.Snapshot();
+    m_First.RemoveObserver(observer);
+    EXPECT_EQ(static_cast<int>(broken->State()) * 10 + static_cast<int>(whole->State()), 10);
+    EXPECT_EQ(other.Seen, QStringList({u"Y=3,1"_s, u"Y=3,2"_s}));
+    const QString lost = u"An event of controller \"A\" was lost: Out of memory"_s;
+    EXPECT_EQ(m_Plant.Warnings, QStringList({u"Scanning item \"X\" of controller \"A\" failed: broken"_s, lost, lost}));
 }
 
 TEST_F(PlantLifeTest, ADeactivatedItemIsCutOffButKeepsWhatIsWritten)
@@ -195,9 +262,11 @@ TEST_F(PlantLifeTest, ItemsAreListedInThePlantsOrder)
         for (const PlantItemRef& item : controller.Items()) list += item->Name() + QString::number(item->Index());
         return list;
     };
-    for (PlantController* controller : {&m_First, &m_Second})
+    for (PlantController* controller : {&m_First, &m_Second}) {
         for (const QString& name : {u"m"_s, u"z"_s, u"a"_s, u"n"_s}) controller->Add({.Name = name});
-    EXPECT_EQ(names(m_First) + u' ' + names(m_Second), u"m0z1a2n3 a0m1n2z3");
+        for (const QString& name : {u"y"_s, u"c"_s, u"b"_s}) controller->AddInPlace({.Name = name}, nullptr);
+    }
+    EXPECT_EQ(names(m_First) + u' ' + names(m_Second), u"m0z1a2n3y4c5b6 b0c1m2y3z4a5n6");
     m_Second.Remove(u"m"_s);
-    EXPECT_EQ(names(m_Second), u"a0n1z2");
+    EXPECT_EQ(names(m_Second), u"b0c1y2z3a4n5");
 }

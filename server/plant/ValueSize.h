@@ -1,0 +1,29 @@
+#pragma once
+
+#include "core/automation/Variant.h"
+
+#include <QHash>
+
+/// How large values are when they are sent or written down, where a block that stands in several places counts in each of them.
+/// Looks at each block once.
+class ValueSize
+{
+public:
+    static constexpr qint64 MostBytes = 64 * 1024 * 1024;
+
+    /// Throws ValueError when an array of `values` is nested too deeply or too large for an item.
+    static void CheckArrayOf(const QList<Variant>& values);
+
+private:
+    struct Size
+    {
+        qint64 Bytes; ///< at most a little more than MostBytes
+        int Depth;    ///< arrays inside each other
+    };
+
+    Size Of(const Variant& value);
+    Size OfArray(const SafeArray& array);
+    Size Sum(const QList<Variant>& values);
+
+    QHash<const SafeArray*, Size> m_Known;
+};
