@@ -1,10 +1,12 @@
 #include "server/plantfile/FileTable.h"
 
 #include "core/automation/Errors.h"
-#include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
+#include "velsqllib/DateText.h"
 
+#include <cmath>
 #include <limits>
+#include <QDateTime>
 
 namespace {
 
@@ -18,14 +20,38 @@ QString ToText(const std::string& text)
     return QString::fromStdString(text);
 }
 
-QDate ToDate(const toml::date& date)
+QString Spelled(const toml::date& date)
 {
-    return QDate(date.year, date.month, date.day);
+    return QStringLiteral("%1-%2-%3")
+        .arg(date.year, 4, 10, QChar(u'0'))
+        .arg(date.month, 2, 10, QChar(u'0'))
+        .arg(date.day, 2, 10, QChar(u'0'));
 }
 
-QTime ToTime(const toml::time& time)
+QString Spelled(const toml::time& time)
 {
-    return QTime(time.hour, time.minute, time.second, static_cast<int>(time.nanosecond / 1'000'000));
+    const QTime second(time.hour, time.minute, time.second);
+    return second.toString(u"hh:mm:ss.") + QString::number(time.nanosecond).rightJustified(9, u'0');
+}
+
+/// In local time, as the server's dates are.
+QString Spelled(const toml::date_time& time)
+{
+    if (!time.offset) return Spelled(time.date) + u' ' + Spelled(time.time);
+    const QDateTime utc(QDate(time.date.year, time.date.month, time.date.day),
+                        QTime(time.time.hour, time.time.minute, time.time.second), Qt::UTC);
+    const QDateTime local = utc.addSecs(-60 * time.offset->minutes).toLocalTime();
+    return local.toString(u"yyyy-MM-dd ") +
+           Spelled(toml::time{static_cast<uint8_t>(local.time().hour()), static_cast<uint8_t>(local.time().minute()),
+                              static_cast<uint8_t>(local.time().second()), time.time.nanosecond});
+}
+
+/// Throws ValueError outside the years that a DATE can say.
+Variant TimeToVariant(const toml::node& node)
+{
+    if (const auto* date = node.as_date()) return ReadDate(Spelled(date->get()));
+    if (const auto* time = node.as_time()) return ReadDate(Spelled(time->get()));
+    return ReadDate(Spelled(node.as_date_time()->get()));
 }
 
 Variant ToVariant(std::int64_t number)
@@ -60,6 +86,20 @@ FileTable::FileTable(const toml::table& table, Mistakes& mistakes)
 {
 }
 
+bool FileTable::IsListOfTexts(const char* key) const
+{
+    const toml::array* list = m_Table->get(key) ? m_Table->get(key)->as_array() : nullptr;
+    return list && (list->empty() || list->is_homogeneous(toml::node_type::string));
+}
+
+bool FileTable::AreNumbers(std::initializer_list<const char*> keys) const
+{
+    return std::all_of(keys.begin(), keys.end(), [&](const char* key) {
+        const toml::node* node = m_Table->get(key);
+        return !node || (node->is_number() && std::isfinite(node->value_or(0.0)));
+    });
+}
+
 int FileTable::Line(const char* key) const
 {
     const toml::node* node = m_Table->get(key);
@@ -71,6 +111,11 @@ void FileTable::Refuse(const char* key, const QString& what) const
     m_Mistakes->Add(Line(key), QStringLiteral("%1: %2").arg(QString::fromUtf8(key), what));
 }
 
+void FileTable::RefuseMissing(const char* key) const
+{
+    m_Mistakes->Add(LineOf(*m_Table), QStringLiteral("%1 is missing").arg(QString::fromUtf8(key)));
+}
+
 template <typename T, typename Convert>
 auto FileTable::Read(const char* key, const char16_t* form,
                      decltype(std::declval<Convert>()(std::declval<T>())) fallback, Convert convert)
@@ -78,7 +123,8 @@ auto FileTable::Read(const char* key, const char16_t* form,
     m_Known.insert(QString::fromUtf8(key));
     const toml::node* node = m_Table->get(key);
     if (!node) return fallback;
-    if (const auto value = node->value<T>()) return convert(*value);
+    const auto value = node->value<T>();
+    if (value && node->is_boolean() == std::is_same_v<T, bool>) return convert(*value);
     Refuse(key, QStringLiteral("%1 must stand here").arg(QStringView(form)));
     return fallback;
 }
@@ -91,8 +137,8 @@ QString FileTable::Text(const char* key, const QString& fallback)
 QString FileTable::Name(const char* key)
 {
     QString name = Text(key);
-    if (!Has(key)) m_Mistakes->Add(LineOf(*m_Table), QStringLiteral("%1 is missing").arg(QString::fromUtf8(key)));
-    else if (name.isEmpty()) Refuse(key, QStringLiteral("it is empty"));
+    if (!Has(key)) RefuseMissing(key);
+    else if (name.isEmpty() && m_Table->get(key)->is_string()) Refuse(key, QStringLiteral("it is empty"));
     return name;
 }
 
@@ -112,7 +158,11 @@ qint32 FileTable::Integer(const char* key, qint32 lowest, qint32 highest, qint32
 
 double FileTable::Number(const char* key, double fallback)
 {
-    return Read<double>(key, u"a number", fallback, [](double number) { return number; });
+    return Read<double>(key, u"a number", fallback, [&](double number) {
+        if (std::isfinite(number)) return number;
+        Refuse(key, QStringLiteral("it must be finite"));
+        return fallback;
+    });
 }
 
 int FileTable::Choice(const char* key, const QStringList& choices, int fallback)
@@ -190,9 +240,14 @@ Variant FileTable::ToVariant(const toml::node& node)
     if (const auto* number = node.as_integer()) return ::ToVariant(number->get());
     if (const auto* number = node.as_floating_point()) return number->get();
     if (const auto* flag = node.as_boolean()) return flag->get();
-    if (const auto* date = node.as_date()) return FromDateTime(QDateTime(ToDate(date->get()), QTime(0, 0), Qt::UTC));
-    if (const auto* time = node.as_date_time())
-        return FromDateTime(QDateTime(ToDate(time->get().date), ToTime(time->get().time), Qt::UTC));
+    if (node.is_date() || node.is_time() || node.is_date_time()) {
+        try {
+            return TimeToVariant(node);
+        } catch (const ValueError& error) {
+            m_Mistakes->Add(LineOf(node), error.Description());
+            return {};
+        }
+    }
     if (const auto* array = node.as_array()) {
         QList<Variant> values;
         for (const toml::node& element : *array) values.append(ToVariant(element));

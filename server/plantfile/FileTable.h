@@ -33,19 +33,25 @@ public:
     FileTable(const toml::table& table, Mistakes& mistakes);
 
     bool Has(const char* key) const { return m_Table->contains(key); }
+    bool IsListOfTexts(const char* key) const;
+    /// Whether nothing but finite numbers stands at the keys that there are: else asking for them notes a mistake.
+    bool AreNumbers(std::initializer_list<const char*> keys) const;
     /// The line of a key, or of the table when it has no such key.
     int Line(const char* key) const;
     void Refuse(const char* key, const QString& what) const;
+    void RefuseMissing(const char* key) const;
 
     QString Text(const char* key, const QString& fallback = {});
     /// A text that must be there and not be empty.
     QString Name(const char* key);
     bool Flag(const char* key, bool fallback);
     qint32 Integer(const char* key, qint32 lowest, qint32 highest, qint32 fallback);
+    /// A finite one.
     double Number(const char* key, double fallback);
     /// The position of a text among those that may stand there.
     int Choice(const char* key, const QStringList& choices, int fallback);
-    /// Integers as I4 (R8 beyond it), numbers as R8, times as DATE, lists as arrays of variants; EMPTY when it is not there.
+    /// Integers as I4 (R8 beyond it), numbers as R8, times as DATE (local time), lists as arrays of variants; EMPTY
+    /// when it is not there.
     Variant Value(const char* key);
     QList<Variant> Values(const char* key);
     QStringList Texts(const char* key);

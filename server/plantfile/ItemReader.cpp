@@ -25,12 +25,13 @@ std::optional<VarType> ParseType(const QString& text)
     return std::nullopt;
 }
 
-VarType ReadType(FileTable& table)
+/// None when the type is a mistake.
+std::optional<VarType> ReadType(FileTable& table)
 {
     const QString text = table.Text("type", QStringLiteral("VARIANT"));
-    if (const auto type = ParseType(text)) return *type;
-    table.Refuse("type", QStringLiteral("\"%1\" is no type such as I4 or ARRAY|BSTR").arg(text));
-    return VT_VARIANT;
+    const auto type = ParseType(text);
+    if (!type) table.Refuse("type", QStringLiteral("\"%1\" is no type such as I4 or ARRAY|BSTR").arg(text));
+    return type;
 }
 
 Variant ReadInitial(FileTable& table, VarType type)
@@ -45,12 +46,15 @@ Variant ReadInitial(FileTable& table, VarType type)
     }
 }
 
-ItemTraits ReadTraits(FileTable& table)
+/// `isTyped`: the type is none that is only taken because the one that stands there is wrong.
+ItemTraits ReadTraits(FileTable& table, bool& isTyped)
 {
     ItemTraits traits;
     traits.Name = table.Name("name");
     traits.Description = table.Text("description");
-    traits.Type = ReadType(table);
+    const auto type = ReadType(table);
+    isTyped = type.has_value();
+    traits.Type = type.value_or(VT_VARIANT);
     traits.Initial = ReadInitial(table, traits.Type);
     traits.Attribute = static_cast<Access>(table.Choice(
         "attribute", {QStringLiteral("read-write"), QStringLiteral("read-only"), QStringLiteral("write-only")}, 0));
@@ -82,29 +86,34 @@ ItemTraits ReadTraits(FileTable& table)
 
 void ReadItem(FileTable table, PlantController& controller, const QString& folder)
 {
-    ItemTraits traits = ReadTraits(table);
+    bool isTyped = false;
+    ItemTraits traits = ReadTraits(table, isTyped);
+    const bool isLinkWrong = table.Has("links") && !table.IsListOfTexts("links"); // said already
     SignalRef signal;
-    for (FileTable& part : table.OptionalTable("signal")) signal = ReadSignal(std::move(part), traits.Type, folder);
+    for (FileTable& part : table.OptionalTable("signal")) {
+        if (isTyped) signal = ReadSignal(std::move(part), traits.Type, folder); // else nothing can be said of it
+    }
     table.RefuseOthers();
-    if (signal && !traits.Links.isEmpty())
+    if (table.Has("signal") && !traits.Links.isEmpty())
         table.Refuse("signal", QStringLiteral("a linked item takes its values from its link"));
-    if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty())
+    if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty() && !isLinkWrong)
         table.Refuse("kind", QStringLiteral("an alias needs the item that it stands for in links"));
+    if (traits.Name.isEmpty()) return;
     if (controller.Find(traits.Name))
         return table.Refuse("name", QStringLiteral("item \"%1\" exists already").arg(traits.Name));
     controller.Add(std::move(traits), std::move(signal));
 }
 
-void CheckLinks(FileTable& controllerTable, const Plant& plant)
+void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkWalk& walk)
 {
-    const PlantControllerRef controller = plant.Find(controllerTable.Text("name"));
-    if (!controller) return;
     for (FileTable& table : controllerTable.Tables("item")) {
         const bool extracts = table.Flag("extract", false);
         for (const QString& link : table.Texts("links")) {
             const QString name = ParseLink(link, extracts).Name;
-            if (!plant.Resolve(*controller, name))
+            if (!controller.Home().Resolve(controller, name))
                 table.Refuse("links", QStringLiteral("the item \"%1\" does not exist").arg(name));
         }
+        const PlantItemRef item = controller.Find(table.Text("name"));
+        if (item && walk.Look(*item) == LinkWalk::Finding::Endless) table.Refuse("links", EndlessWay());
     }
 }

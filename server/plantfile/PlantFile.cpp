@@ -1,5 +1,6 @@
 #include "server/plantfile/PlantFile.h"
 
+#include "core/automation/SafeArray.h"
 #include "server/plantfile/ItemReader.h"
 
 #include <QDir>
@@ -11,8 +12,9 @@ constexpr qint32 LongestScanTime = 24 * 60 * 60 * 1000;
 
 void ReadScanTimes(FileTable& table, ControllerTraits& traits)
 {
-    const QList<Variant> times = table.Values("scan_times");
+    const Variant value = table.Value("scan_times");
     if (!table.Has("scan_times")) return;
+    const QList<Variant> times = value.IsArray() ? value.Array().Of<Variant>() : QList<Variant>();
     bool good = times.size() == 3;
     for (qsizetype i = 0; good && i < 3; ++i) {
         const qint32* time = times[i].GetIf<qint32>();
@@ -25,8 +27,9 @@ void ReadScanTimes(FileTable& table, ControllerTraits& traits)
             QStringLiteral("three whole numbers must stand here, milliseconds from 0 to %1").arg(LongestScanTime));
 }
 
-/// Text mistakes are noted by the table, names that exist twice here.
-void ReadController(FileTable table, Plant& plant, const QString& folder)
+/// Text mistakes are noted by the table, names that exist twice here. What stands in a controller without a name of its own is read
+/// all the same, for the mistakes in it.
+PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString& folder)
 {
     ControllerTraits traits;
     traits.Name = table.Name("name");
@@ -38,10 +41,21 @@ void ReadController(FileTable table, Plant& plant, const QString& folder)
     traits.SortsItems = table.Choice("added_items", {QStringLiteral("end"), QStringLiteral("sorted")}, 0) == 1;
     auto items = table.Tables("item");
     table.RefuseOthers();
-    if (plant.Find(traits.Name))
-        return table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(traits.Name));
-    const PlantControllerRef controller = plant.Add(std::move(traits));
+    const bool isTaken = plant.Find(traits.Name) != nullptr;
+    if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(traits.Name));
+    if (isTaken || traits.Name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
+    PlantControllerRef controller = plant.Add(std::move(traits));
     for (FileTable& item : items) ReadItem(std::move(item), *controller, folder);
+    return controller;
+}
+
+void ReadControllers(std::vector<FileTable> tables, Plant& plant, const QString& folder)
+{
+    QList<PlantControllerRef> controllers;
+    for (FileTable& table : tables) controllers.append(ReadController(table, plant, folder));
+    LinkWalk walk(LinkWalk::Along::Defined);
+    for (std::size_t i = 0; i < tables.size(); ++i)
+        CheckLinks(tables[i], *controllers[static_cast<qsizetype>(i)], walk);
 }
 
 HistoryDestination ReadDestination(FileTable table, HistoryDestination destination)
@@ -110,10 +124,8 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
     if (mistakes.IsEmpty()) {
         FileTable table(root, mistakes);
         for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
-        auto controllers = table.Tables("controller");
-        for (FileTable& controller : controllers) ReadController(controller, plant, QFileInfo(path).path());
+        ReadControllers(table.Tables("controller"), plant, QFileInfo(path).path());
         table.RefuseOthers();
-        for (FileTable& controller : controllers) CheckLinks(controller, plant);
     }
     if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));
     return history;

@@ -2,6 +2,7 @@
 
 #include "core/automation/Errors.h"
 #include "server/plantfile/ReplayFile.h"
+#include "velsqllib/TypeCode.h"
 
 #include <cmath>
 #include <QDir>
@@ -39,9 +40,24 @@ double Positive(FileTable& table, const char* key, double fallback)
     return fallback;
 }
 
+/// Whether some of the numbers from `low` to `high` are within the range of `type`; notes it when none is.
+bool Fits(FileTable& table, double low, double high, VarType type)
+{
+    if (type == VT_BOOL || type == VT_BSTR || type == VT_VARIANT) return true; // these take every number
+    const double slack = 0.5 + 1e-6 * std::abs(high);
+    const bool isBelow = ToNumber(ClampTo(high, type)) > high + slack;
+    const bool isAbove = ToNumber(ClampTo(low, type)) < low - slack;
+    if (isBelow || isAbove) table.Refuse("form", QStringLiteral("its values never fit %1").arg(TypeName(type)));
+    return !isBelow && !isAbove;
+}
+
 SignalRef ReadConstant(FileTable& table, VarType type)
 {
     const Variant value = table.Value("value");
+    if (!table.Has("value")) {
+        table.RefuseMissing("value");
+        return nullptr;
+    }
     try {
         return std::make_unique<ConstantSignal>(ConvertTo(value, type));
     } catch (const ValueError& error) {
@@ -50,40 +66,68 @@ SignalRef ReadConstant(FileTable& table, VarType type)
     }
 }
 
-SignalRef ReadCounter(FileTable& table, const Share& share)
+SignalRef ReadCounter(FileTable& table, VarType type, const Share& share)
 {
     const double first = table.Number("first", 0.0);
     const double last = table.Number("last", 2147483647.0);
     const double step = table.Number("step", 1.0);
+    if (!table.AreNumbers({"first", "last", "step"})) return nullptr;
+    const bool goesUp = step >= 0.0;
+    if (goesUp ? last < first : last > first) {
+        table.Refuse("last", goesUp ? QStringLiteral("it is below first")
+                                    : QStringLiteral("it is above first, but step goes down"));
+        return nullptr;
+    }
+    if (!Fits(table, std::min(first, last), std::max(first, last), type)) return nullptr;
     return std::make_unique<CounterSignal>(first, last, step, share.Index);
 }
 
-SignalRef ReadWave(FileTable& table, Form form, const Share& share)
+SignalRef ReadWave(FileTable& table, Form form, VarType type, const Share& share)
 {
     Wave wave;
     wave.Low = table.Number("low", 0.0);
     wave.High = table.Number("high", 1.0);
     wave.Period = Positive(table, "period", 10.0);
     wave.Phase = table.Number("phase", 0.0) + static_cast<double>(share.Index) / share.Count;
+    if (!table.AreNumbers({"low", "high", "period", "phase"})) return nullptr;
+    if (!Fits(table, std::min(wave.Low, wave.High), std::max(wave.Low, wave.High), type)) return nullptr;
     const auto waveForm = form == Ramp ? WaveForm::Ramp : form == Sine ? WaveForm::Sine : WaveForm::Square;
     return std::make_unique<PeriodicSignal>(waveForm, wave);
 }
 
-SignalRef ReadRandom(FileTable& table, const Share& share)
+SignalRef ReadRandom(FileTable& table, VarType type, const Share& share)
 {
     const double low = table.Number("low", 0.0);
     const double high = table.Number("high", 1.0);
     const double step = Positive(table, "step", 0.1);
-    const auto seed = static_cast<quint32>(table.Integer("seed", 0, 2147483647, 1) + share.Index);
-    if (low < high) return std::make_unique<RandomWalkSignal>(low, high, step, seed);
-    table.Refuse("high", QStringLiteral("it must be more than low"));
-    return nullptr;
+    const auto seed = static_cast<quint32>(table.Integer("seed", 0, 2147483647, 1)) + static_cast<quint32>(share.Index);
+    if (!table.AreNumbers({"low", "high", "step", "seed"})) return nullptr;
+    if (low >= high) {
+        table.Refuse("high", QStringLiteral("it must be more than low"));
+        return nullptr;
+    }
+    if (!Fits(table, low, high, type)) return nullptr;
+    return std::make_unique<RandomWalkSignal>(low, high, step, seed);
+}
+
+SignalRef ReadClock(FileTable& table, VarType type)
+{
+    try {
+        auto clock = std::make_unique<ClockSignal>();
+        clock->Next(0.0, type);
+        return clock;
+    } catch (const ValueError&) {
+        table.Refuse("form", QStringLiteral("the time never fits %1").arg(TypeName(type)));
+        return nullptr;
+    }
 }
 
 SignalRef ReadReplay(FileTable& table, VarType type, const QString& folder)
 {
-    const QString path = QDir(folder).absoluteFilePath(table.Name("file"));
+    const QString file = table.Name("file");
     const bool repeats = table.Flag("repeat", true);
+    if (file.isEmpty()) return nullptr;
+    const QString path = QDir(folder).absoluteFilePath(file);
     try {
         return std::make_unique<ReplaySignal>(ReadReplayFile(path, type), repeats);
     } catch (const DescribedError& error) {
@@ -92,22 +136,22 @@ SignalRef ReadReplay(FileTable& table, VarType type, const QString& folder)
     }
 }
 
-SignalRef ReadScalarSignal(FileTable& table, Form form, const Share& share)
+SignalRef ReadScalarSignal(FileTable& table, Form form, VarType type, const Share& share)
 {
     switch (form) {
-    case Counter: return ReadCounter(table, share);
-    case Random: return ReadRandom(table, share);
-    case Clock: return std::make_unique<ClockSignal>();
-    default: return ReadWave(table, form, share);
+    case Counter: return ReadCounter(table, type, share);
+    case Random: return ReadRandom(table, type, share);
+    case Clock: return ReadClock(table, type);
+    default: return ReadWave(table, form, type, share);
     }
 }
 
-SignalRef ReadArraySignal(FileTable& table, Form form)
+SignalRef ReadArraySignal(FileTable& table, Form form, VarType type)
 {
     const int count = table.Integer("elements", 1, MostElements, 3);
     std::vector<SignalRef> elements;
     for (int i = 0; i < count; ++i) {
-        SignalRef element = ReadScalarSignal(table, form, {i, count});
+        SignalRef element = ReadScalarSignal(table, form, ElementOf(type), {i, count});
         if (!element) return nullptr; // the mistake is the same for all
         elements.push_back(std::move(element));
     }
@@ -119,11 +163,12 @@ SignalRef ReadArraySignal(FileTable& table, Form form)
 SignalRef ReadSignal(FileTable table, VarType type, const QString& folder)
 {
     const auto form = static_cast<Form>(table.Choice("form", s_Forms, Constant));
+    if (table.Has("form") && table.Text("form") != s_Forms[form]) return nullptr; // what belongs to it cannot be known
     SignalRef signal;
     if (form == Constant) signal = ReadConstant(table, type);
     else if (form == Replay) signal = ReadReplay(table, type, folder);
-    else if (type & VT_ARRAY) signal = ReadArraySignal(table, form);
-    else signal = ReadScalarSignal(table, form, {});
+    else if (type & VT_ARRAY) signal = ReadArraySignal(table, form, type);
+    else signal = ReadScalarSignal(table, form, type, {});
     table.RefuseOthers();
     return signal;
 }
