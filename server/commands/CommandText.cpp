@@ -10,12 +10,12 @@ CommandText::CommandText(const QString& text)
 
 QString CommandText::Word(const char16_t* what)
 {
-    m_Rest = m_Rest.trimmed();
+    while (!m_Rest.isEmpty() && m_Rest.front().isSpace()) m_Rest = m_Rest.sliced(1);
     if (m_Rest.isEmpty()) throw DescribedError(QStringLiteral("The command lacks %1.").arg(QStringView(what)));
     QString word;
     if (m_Rest.front() != u'"') {
         const qsizetype end = m_Rest.indexOf(u' ');
-        word = m_Rest.left(end < 0 ? m_Rest.size() : end).toString();
+        word = m_Rest.left(end < 0 ? m_Rest.size() : end).trimmed().toString(); // a line end is no part of it
         m_Rest = end < 0 ? QStringView() : m_Rest.sliced(end + 1);
         return word;
     }

@@ -8,7 +8,7 @@ class CommandText
 public:
     explicit CommandText(const QString& text);
 
-    bool IsAtEnd() const { return m_Rest.isEmpty(); }
+    bool IsAtEnd() const { return m_Rest.trimmed().isEmpty(); }
     /// Throws DescribedError that says that `what` is missing.
     QString Word(const char16_t* what);
     /// Throws DescribedError when the next word is no whole number from `lowest` on.

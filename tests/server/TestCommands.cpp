@@ -6,11 +6,12 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     ServerRun server;
     TestClient client(server.SocketPath());
     const std::pair<QString, const char16_t*> cases[] = {
-        {u"echo two  blanks"_s, u"8,two  blanks"},
+        {u"echo two  blanks "_s, u"8,two  blanks "},
+        {u"fail \t"_s, u"\t"},
+        {u" state PLC1 7 "_s, u"0"},
         {u"return 8204,{8195,1,2},{1}"_s, u"8204,{8195,1,2},{1}"},
         {u"return 3,x"_s, u"VT_I4: \"x\" is not a number"},
         {u"object PLC1 D100"_s, u"VT_DISPATCH has no text"},
-        {u"state PLC1 7"_s, u"0"},
         {u"state PLC9 7"_s, u"Controller \"PLC9\" does not exist."},
         {u"state PLC1"_s, u"The command lacks The state."},
         {u"list \"Lab <b>&Test</b>\\Nürnberg\" wrong"_s,
