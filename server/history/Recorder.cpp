@@ -7,6 +7,8 @@
 #include <deque>
 #include <mutex>
 #include <QFile>
+#include <QHash>
+#include <QRegularExpression>
 #include <vector>
 
 namespace {
@@ -19,6 +21,7 @@ constexpr auto LongestWait = 200ms; // for a batch to fill
 constexpr auto RetryPause = 1000ms;
 constexpr auto LongestEnd = 20s; // a full queue takes some seconds to write
 constexpr auto LongestSilence = 5s;
+constexpr qsizetype MostRefused = 10'000;
 
 qint64 BytesOf(const RecordedValue& value)
 {
@@ -201,12 +204,22 @@ private:
     bool WriteWithout(std::span<const RecordedValue> batch, const QString& reason)
     {
         if (batch.size() == 1) {
-            Say(LogLevel::Warning, QStringLiteral("A value of %1\\%2 cannot be recorded: %3")
-                                       .arg(batch[0].Controller, batch[0].Item, reason));
+            SayRefused(batch[0].Controller + u'\\' + batch[0].Item, reason);
             m_Queue->Remove(1);
             return true;
         }
         return Write(batch.first(batch.size() / 2));
+    }
+
+    /// Once for each item until the reason is another one; that it quotes another value makes it no other.
+    void SayRefused(const QString& item, const QString& reason)
+    {
+        static const QRegularExpression quoted(QStringLiteral("\"[^\"]*\"|'[^']*'|\\d+"));
+        const QString bare = QString(reason).remove(quoted);
+        if (m_Refused.value(item) == bare) return;
+        if (m_Refused.size() >= MostRefused) m_Refused.clear(); // items come and go
+        m_Refused.insert(item, bare);
+        Say(LogLevel::Warning, QStringLiteral("A value of %1 cannot be recorded: %2").arg(item, reason));
     }
 
     void Close()
@@ -241,6 +254,7 @@ private:
     std::optional<DatabaseSession> m_Session;
     std::optional<HistoryTable> m_Table;
     QString m_AwayBecause;
+    QHash<QString, QString> m_Refused; ///< items and why their value was refused last
 };
 
 Recorder::Recorder(int number, const HistoryDestination& destination)

@@ -72,6 +72,25 @@ TEST_F(HistoryTest, SaysWhatTheDatabaseSaysOrWhatIsWrongWhereThatSaysNothing)
     EXPECT_EQ(broken.Failure, u"integer overflow");
 }
 
+TEST_F(HistoryTest, WhyAValueIsRefusedIsSaidOnce)
+{
+    AskedHistory history(m_Settings);
+    history.Record(u"A"_s, 1);
+    ASSERT_TRUE(history.Flush()) << "the table is there";
+    EXPECT_EQ(history.Ask(u"DROP TABLE velsql_history"_s), QStringList(QString()));
+    EXPECT_EQ(
+        history.Ask(u"CREATE TABLE velsql_history (controller_name, item_name, item_value CHECK (item_value < 100), "
+                    "item_time NOT NULL)"_s),
+        QStringList(QString()));
+    testing::internal::CaptureStderr();
+    for (int i = 95; i < 110; ++i) history.Record(u"A"_s, i);
+    history.Record(u"B"_s, 200);
+    EXPECT_TRUE(history.Flush());
+    const QByteArray log = QByteArray::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(log.count("cannot be recorded"), 2) << "one for each item: " << log.constData();
+    EXPECT_EQ(history.Ask(s_Range).last(), u"5,95,99");
+}
+
 TEST_F(HistoryTest, KeepsTheNewest)
 {
     AskedHistory history(RecordingInto(m_Connection, 10));
