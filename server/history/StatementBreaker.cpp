@@ -27,6 +27,23 @@ StatementBreaker::StatementBreaker(DatabaseAddress address)
 {
 }
 
+/// Until the statement has ended or the connection fails, as it does while the database has no place for one more.
+void StatementBreaker::TellPostgreSql(const DatabaseAddress& address, const State& state, const std::stop_token& stop)
+{
+    try {
+        const DatabaseSession session(address);
+        // Again and again: a message that comes just before the statement begins is forgotten.
+        while (const int process = state.PostgreSqlProcess) {
+            session.Ask(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(process));
+            if (stop.stop_requested()) return;
+            std::this_thread::sleep_for(BetweenMessages);
+        }
+    } catch (const DescribedError& error) {
+        Log(LogLevel::Debug, QStringLiteral("A statement could not be ended yet: ") + error.Description());
+        std::this_thread::sleep_for(BetweenMessages);
+    }
+}
+
 void StatementBreaker::Arm(const DatabaseSession& session)
 {
     const int process = m_Address.IsPostgreSql() ? session.Ask(QStringLiteral("SELECT pg_backend_pid()")).toInt() : 0;
@@ -76,16 +93,6 @@ void StatementBreaker::Break(const QString& reason)
     m_State->Broken = true;
     if (m_State->PostgreSqlProcess == 0) return;
     m_Messenger.emplace([address = m_Address, state = m_State](const std::stop_token& stop) {
-        try {
-            const DatabaseSession session(address);
-            // Again and again: a message that comes just before the statement begins is forgotten.
-            while (const int process = state->PostgreSqlProcess) {
-                session.Ask(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(process));
-                if (stop.stop_requested()) return;
-                std::this_thread::sleep_for(BetweenMessages);
-            }
-        } catch (const DescribedError& error) {
-            Log(LogLevel::Debug, QStringLiteral("A statement could not be ended: ") + error.Description());
-        }
+        while (state->PostgreSqlProcess != 0 && !stop.stop_requested()) TellPostgreSql(address, *state, stop);
     });
 }

@@ -29,6 +29,7 @@ private:
     struct State;
 
     void ArmSqlite(const DatabaseSession& session);
+    static void TellPostgreSql(const DatabaseAddress& address, const State& state, const std::stop_token& stop);
 
     const DatabaseAddress m_Address;
     mutable std::mutex m_Guard;

@@ -92,11 +92,18 @@ TEST_F(PostgresTest, NoStatementKeepsItsThreadBusy)
     for (const auto& [statement, answer] : cases) EXPECT_EQ(history.Ask(statement), answer) << statement.toStdString();
     const ResultSpoolRef second = history.Run(u"SELECT 1; SELECT 1/0"_s);
     EXPECT_EQ(second->Progress().Failure, u"ERROR:  division by zero\n(22012)") << "of what follows, too";
-    auto sleeping = history.Start(u"SELECT 1; SELECT pg_sleep(60)"_s);
+    history.Ask(u"CREATE ROLE crowd LOGIN CONNECTION LIMIT 1"_s); // which the statement itself takes
+    HistorySettings crowded = RecordingInto(m_Database.ConnectionString(u"crowd"_s));
+    crowded.Enabled = false;
+    AskedHistory crowd(crowded);
+    auto sleeping = crowd.Start(u"SELECT 1; SELECT pg_sleep(60)"_s);
+    Pause(500);
+    crowd.Break();
+    EXPECT_EQ(OutcomeOf([&] { Wait(kj::mv(sleeping)); }), u"The statement was ended by a command.") << "at once";
     Pause(300);
-    history.Break();
-    EXPECT_EQ(OutcomeOf([&] { Wait(kj::mv(sleeping)); }), u"The statement was ended by a command.");
-    EXPECT_TRUE(WaitUntil([&] { return history.Statements().isEmpty(); })) << "its thread, too";
+    EXPECT_EQ(crowd.Statements().size(), 1) << "there is no place to tell the database";
+    history.Ask(u"ALTER ROLE crowd CONNECTION LIMIT 2"_s);
+    EXPECT_TRUE(WaitUntil([&] { return crowd.Statements().isEmpty(); })) << "its thread, too";
 }
 
 TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThere)
