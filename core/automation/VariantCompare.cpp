@@ -43,7 +43,7 @@ bool SameBlock(const SafeArray& a, const SafeArray& b)
         a.Data());
 }
 
-/// One comparison, however deep. Blocks may be shared, and be met again by many ways: a pair that was the same stays so.
+/// One comparison, however deep. Blocks may be shared and met again by many ways: a pair that was the same stays so.
 class ValueComparison
 {
 public:

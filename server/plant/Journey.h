@@ -2,9 +2,9 @@
 
 #include "server/plant/PlantItem.h"
 
-/// One item's part in a reading or writing that goes on along its links and operands, as long as it lasts. The outermost one begins the
-/// way and ends it. It may go neither in a circle nor over too many items; it reads an alias only once, however often it comes
-/// by, and writes a bounded number of items.
+/// One item's part in a reading or writing that goes on along its links and operands, as long as it lasts. The outermost
+/// one begins the way and ends it. It may go neither in a circle nor over too many items; it reads an alias only once,
+/// however often it comes by, and writes a bounded number of items.
 class Journey
 {
 public:

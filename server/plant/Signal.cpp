@@ -74,7 +74,8 @@ double RandomWalkSignal::NumberAt(double)
 
 namespace {
 
-/// Of one turn, in seconds: nothing says how long the last value lasted, so it is taken to last as long as the one before it.
+/// Of one turn, in seconds: nothing says how long the last value lasted, so it is taken to last as long as the one
+/// before it.
 double LengthOf(const std::vector<ReplayedValue>& values)
 {
     const double last = values.back().Seconds;

@@ -115,8 +115,8 @@ struct ReplayedValue
 class ReplaySignal : public Signal
 {
 public:
-    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value, one that does
-    /// shows it for as long as the one before.
+    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value, one that
+    /// does shows it for as long as the one before.
     ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
     Variant Next(double seconds, VarType type) override;
 

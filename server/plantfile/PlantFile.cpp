@@ -27,8 +27,8 @@ void ReadScanTimes(FileTable& table, ControllerTraits& traits)
             QStringLiteral("three whole numbers must stand here, milliseconds from 0 to %1").arg(LongestScanTime));
 }
 
-/// Text mistakes are noted by the table, names that exist twice here. What stands in a controller without a name of its own is read
-/// all the same, for the mistakes in it.
+/// Text mistakes are noted by the table, names that exist twice here. What stands in a controller without a name of its
+/// own is read all the same, for the mistakes in it.
 PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString& folder)
 {
     ControllerTraits traits;
