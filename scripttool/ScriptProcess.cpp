@@ -2,8 +2,6 @@
 
 #include "core/automation/Errors.h"
 
-#include <QElapsedTimer>
-
 #include <algorithm>
 #include <csignal>
 #include <sys/prctl.h>
@@ -14,6 +12,14 @@ namespace {
 constexpr qint64 FrameMs = 16;
 constexpr qsizetype BytesATurn = 64 * 1024;
 constexpr int PatienceMs = 500;
+// What velsqlscript --mark-errors puts around an error in its output; no text of UTF-8 holds these bytes.
+constexpr char ErrorBegins = '\xFE';
+constexpr char ErrorEnds = '\xFF';
+
+bool IsMark(char byte)
+{
+    return byte == ErrorBegins || byte == ErrorEnds;
+}
 
 QString HowItEnded(int exitCode, QProcess::ExitStatus status)
 {
@@ -25,7 +31,8 @@ QString HowItEnded(int exitCode, QProcess::ExitStatus status)
 } // namespace
 
 ScriptProcess::Source::Source(Channel channel)
-    : Kind(channel)
+    : Own(channel)
+    , Kind(channel)
     , Arrival(Pipe.ReadingEnd(), QSocketNotifier::Read)
 {
 }
@@ -108,25 +115,34 @@ void ScriptProcess::TakeTurn()
 {
     m_Output->Arrival.setEnabled(false);
     m_Errors->Arrival.setEnabled(false);
-    QElapsedTimer lasted;
-    lasted.start();
-    // An error shows behind what was printed before it.
+    m_Turn.start();
+    // Errors without marks, such as a crash's, are the process's last words.
     m_MoreWaits = HandOut(*m_Output) || HandOut(*m_Errors);
-    m_Pause.start(static_cast<int>(std::max(FrameMs, lasted.elapsed()))); // half of the time at most
+    m_Pause.start(static_cast<int>(std::max(FrameMs, m_Turn.elapsed()))); // half of the time at most
 }
 
 /// True when more may be waiting.
 bool ScriptProcess::HandOut(Source& source)
 {
-    const QByteArray bytes = source.Pipe.Read(BytesATurn);
-    const QString text = source.Decode(bytes);
-    if (!text.isEmpty()) Q_EMIT Printed(source.Kind, text);
-    return bytes.size() == BytesATurn;
+    if (source.Unread.isEmpty()) source.Unread = source.Pipe.Read(BytesATurn);
+    const bool isFull = source.Unread.size() == BytesATurn;
+    QByteArrayView rest = source.Unread;
+    while (!rest.isEmpty() && m_Turn.elapsed() <= FrameMs) {
+        const qsizetype length = std::find_if(rest.begin(), rest.end(), IsMark) - rest.begin();
+        const QString text = source.Decode(rest.first(length));
+        if (!text.isEmpty()) Q_EMIT Printed(source.Kind, text);
+        const bool isAtMark = length < rest.size();
+        if (isAtMark) source.Kind = rest[length] == ErrorBegins ? Channel::Errors : source.Own;
+        rest = rest.sliced(length + isAtMark);
+    }
+    source.Unread = rest.toByteArray();
+    return isFull || !source.Unread.isEmpty();
 }
 
 void ScriptProcess::TurnIsOver()
 {
-    if (m_How.isEmpty()) return Listen();
+    const bool isAllRead = m_Output->Unread.isEmpty() && m_Errors->Unread.isEmpty();
+    if (m_How.isEmpty()) return isAllRead ? Listen() : TakeTurn();
     // The process is gone; one that outlived it and still prints is read until it pauses, or is stopped.
     if (m_MoreWaits && !m_Stopped) return TakeTurn();
     if (m_Stopped) Signal(SIGKILL);

@@ -2,6 +2,7 @@
 
 #include "scripttool/OutputPipe.h"
 
+#include <QElapsedTimer>
 #include <QProcess>
 #include <QSocketNotifier>
 #include <QStringDecoder>
@@ -42,7 +43,9 @@ private:
         explicit Source(Channel channel);
 
         OutputPipe Pipe;
-        Channel Kind;
+        QByteArray Unread; ///< from the pipe, and not handed out yet
+        const Channel Own;
+        Channel Kind; ///< of what is read now: errors may stand between marks
         QStringDecoder Decode{QStringDecoder::Utf8};
         QSocketNotifier Arrival;
     };
@@ -63,6 +66,7 @@ private:
     qint64 m_Group = 0;
     SourceRef m_Output;
     SourceRef m_Errors;
+    QElapsedTimer m_Turn;
     QTimer m_Pause;
     QTimer m_Patience;
     QString m_How;

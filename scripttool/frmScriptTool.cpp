@@ -134,7 +134,8 @@ QString frmScriptTool::Program() const
 QStringList frmScriptTool::Arguments() const
 {
     // The console starts a server when it starts itself, and at no other time.
-    QStringList arguments{QStringLiteral("--attach"), QStringLiteral("--title"), Title};
+    QStringList arguments{QStringLiteral("--attach"), QStringLiteral("--mark-errors"), QStringLiteral("--title"),
+                          Title};
     for (const QString& name : m_Names) arguments << QStringLiteral("--name") << name;
     return arguments << QStringLiteral("-");
 }

@@ -28,6 +28,8 @@ void DefineOptions(QCommandLineParser& parser)
         {QStringLiteral("memory"), QStringLiteral("The script may use <MiB> of memory. Default: 1024."),
          QStringLiteral("MiB")},
         {QStringLiteral("attach"), QStringLiteral("Use a server that is running; start none.")},
+        {QStringLiteral("mark-errors"),
+         QStringLiteral("Write errors to standard output, each between the bytes FE and FF.")},
     });
     parser.addPositionalArgument(QStringLiteral("FILE"), QStringLiteral("The script, UTF-8; \"-\" is standard input."));
 }
@@ -81,6 +83,7 @@ ScriptOptions ReadOptions(const QStringList& arguments)
     options.Title = Title(parser, options.File);
     options.Names = Names(parser);
     options.MemoryMegabytes = Memory(parser);
+    options.MarksErrors = parser.isSet(QStringLiteral("mark-errors"));
     options.AttachOnly = parser.isSet(QStringLiteral("attach"));
     return options;
 }

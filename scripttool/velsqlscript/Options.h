@@ -9,8 +9,9 @@ struct ScriptOptions
     QString Title;
     QStringList Names;
     int MemoryMegabytes = 1024;
-    bool AttachOnly = false; ///< no server is started
-    QString Answer; ///< of --help and --version: to be printed, and nothing else to be done
+    bool AttachOnly = false;  ///< no server is started
+    bool MarksErrors = false; ///< in standard output
+    QString Answer;           ///< of --help and --version: to be printed, and nothing else to be done
 };
 
 /// Throws DescribedError for a command line that cannot be understood.

@@ -11,6 +11,8 @@
 
 namespace {
 
+bool s_MarksErrors = false;
+
 /// The connection to the server needs SIGPIPE ignored, so it is raised by hand.
 [[noreturn]] void EndQuietly()
 {
@@ -21,6 +23,7 @@ namespace {
 
 [[noreturn]] void EndWithoutOutput(int error)
 {
+    s_MarksErrors = false;
     WriteLine(Stream::Error, QStringLiteral("velsqlscript: the output cannot be written: %1")
                                  .arg(QString::fromLocal8Bit(std::strerror(error))));
     std::_Exit(EXIT_FAILURE);
@@ -35,17 +38,24 @@ void WaitUntilWritable(int descriptor)
 
 } // namespace
 
+void MarkErrors()
+{
+    s_MarksErrors = true;
+}
+
 void WriteLine(Stream stream, const QString& line)
 {
-    const int descriptor = stream == Stream::Output ? STDOUT_FILENO : STDERR_FILENO;
-    const QByteArray bytes = line.toUtf8() + '\n';
+    const bool isMarked = s_MarksErrors && stream == Stream::Error;
+    const int descriptor = stream == Stream::Output || isMarked ? STDOUT_FILENO : STDERR_FILENO;
+    // No text of UTF-8 holds these bytes.
+    const QByteArray bytes = isMarked ? '\xFE' + line.toUtf8() + "\n\xFF" : line.toUtf8() + '\n';
     for (qsizetype written = 0; written < bytes.size();) {
         const ssize_t count =
             write(descriptor, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
         if (count >= 0) written += count;
         else if (errno == EAGAIN) WaitUntilWritable(descriptor);
         else if (errno == EPIPE) EndQuietly();
-        else if (errno != EINTR && stream == Stream::Output) EndWithoutOutput(errno);
+        else if (errno != EINTR && descriptor == STDOUT_FILENO) EndWithoutOutput(errno);
         else if (errno != EINTR) return;
     }
 }

@@ -23,6 +23,7 @@ bool Holds(const ResultPage& page, qint64 row)
 ResultRows::ResultRows(ResultSetRef result)
     : m_Result(std::move(result))
 {
+    ++s_Count;
 }
 
 Variant ResultRows::Columns()

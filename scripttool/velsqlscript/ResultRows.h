@@ -8,6 +8,12 @@ class ResultRows : public ServerObject
 {
 public:
     explicit ResultRows(ResultSetRef result);
+    ResultRows(const ResultRows&) = delete;
+    ResultRows& operator=(const ResultRows&) = delete;
+    ~ResultRows() override { --s_Count; }
+
+    /// How many the server holds for this process.
+    static int Count() { return s_Count; }
 
     /// An array of texts.
     Variant Columns();
@@ -24,6 +30,8 @@ private:
     void WaitForRows(qint64 enough);
     const ResultPage& PageOf(qint32 row);
     qint32 ColumnCount();
+
+    static inline int s_Count = 0;
 
     ResultSetRef m_Result;
     QStringList m_Columns;

@@ -9,6 +9,7 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -51,8 +52,12 @@ ScriptBridge::ScriptBridge(QJSEngine& engine, std::function<void()> checkServer)
     : m_Engine(engine)
     , m_Prelude(RunPrelude())
     , m_Values(engine, m_Prelude.property(QStringLiteral("wrap")), m_Prelude.property(QStringLiteral("unwrap")))
-    , m_Handlers(m_Values, m_Prelude.property(QStringLiteral("invoke")), std::move(checkServer))
+    , m_Handlers(m_Values, m_Prelude.property(QStringLiteral("invoke")), [this, checkServer = std::move(checkServer)] {
+        ReleaseResults();
+        checkServer();
+    })
 {
+    m_Released.start();
 }
 
 QJSValue ScriptBridge::RunPrelude()
@@ -117,6 +122,7 @@ QStringList ScriptBridge::TypeNames() const
 QJSValue ScriptBridge::Read(const QJSValue& handle, const QString& member, const QJSValue& arguments, bool exact)
 {
     return Guarded([&] {
+        ReleaseManyResults();
         const Variant value = ReadMember(FromJs(handle), member, m_Values.ListFromScript(arguments));
         return exact ? WrapTyped(value) : m_Values.ToScript(value);
     });
@@ -197,9 +203,29 @@ int ScriptBridge::WaitForEvents(const QJSValue& milliseconds)
 
 int ScriptBridge::Wait(std::optional<int> milliseconds, bool untilHandled)
 {
+    ReleaseResults();
     const EventHandlers::Outcome outcome = m_Handlers.Wait(milliseconds, untilHandled);
     if (outcome.Thrown) m_Engine.throwError(*outcome.Thrown);
     return outcome.Handled;
+}
+
+/// Results that the script cannot reach any more go back to the server; not so often that it would take much of the time.
+void ScriptBridge::ReleaseResults()
+{
+    constexpr qint64 atMostEveryMs = 100;
+    constexpr qint64 share = 20;
+    if (ResultRows::Count() == 0 || m_Released.elapsed() < std::max(atMostEveryMs, share * m_ReleaseMs)) return;
+    m_Released.start();
+    m_Engine.collectGarbage();
+    m_ReleaseMs = m_Released.restart();
+}
+
+/// While a script runs without a pause. One that keeps its results is not searched for others at each statement.
+void ScriptBridge::ReleaseManyResults()
+{
+    if (ResultRows::Count() < m_ManyResults) return;
+    m_Engine.collectGarbage();
+    m_ManyResults = std::max(FewResults, 2 * ResultRows::Count());
 }
 
 void ScriptBridge::Exit(double code)

@@ -3,6 +3,7 @@
 #include "scripttool/velsqlscript/EventHandlers.h"
 #include "scripttool/velsqlscript/ScriptValues.h"
 
+#include <QElapsedTimer>
 #include <QJSEngine>
 #include <QObject>
 
@@ -42,15 +43,23 @@ public:
     Q_INVOKABLE void Exit(double code);
 
 private:
+    /// The engine collects what it no longer needs by its own memory, which says nothing about what the server holds for it.
+    static constexpr int FewResults = 8;
+
     QJSValue RunPrelude();
     template <typename Action>
     auto Guarded(Action action) -> decltype(action());
     void Throw(const QString& errorName, const QString& message);
     QJSValue WrapTyped(const Variant& value);
     int Wait(std::optional<int> milliseconds, bool untilHandled);
+    void ReleaseResults();
+    void ReleaseManyResults();
 
     QJSEngine& m_Engine;
     QJSValue m_Prelude; ///< its own functions, by name
     ScriptValues m_Values;
     EventHandlers m_Handlers;
+    int m_ManyResults = FewResults;
+    QElapsedTimer m_Released;
+    qint64 m_ReleaseMs = 0; ///< what releasing took last
 };

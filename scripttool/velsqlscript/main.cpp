@@ -34,6 +34,7 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& m
 
 int RunScript(const ScriptOptions& options)
 {
+    if (options.MarksErrors) MarkErrors();
     QString script;
     try {
         script = ReadScript(options.File, options.Title);

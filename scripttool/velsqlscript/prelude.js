@@ -134,11 +134,23 @@
         return `${day} ${time}` + (milliseconds ? "." + String(milliseconds).padStart(3, "0") : "");
     }
 
+    // Dates turn themselves into texts of another time zone, before a replacer sees them.
+    function jsonOf(value) {
+        const own = Object.getOwnPropertyDescriptor(Date.prototype, "toJSON");
+        if (!own || !own.configurable) return JSON.stringify(value);
+        Object.defineProperty(Date.prototype, "toJSON", { value() { return dateText(this); }, configurable: true });
+        try {
+            return JSON.stringify(value);
+        } finally {
+            Object.defineProperty(Date.prototype, "toJSON", own);
+        }
+    }
+
     function textOf(value) {
         if (typeof value !== "object" || value === null) return String(value);
         if (value instanceof Date) return dateText(value);
         const isPlain = Array.isArray(value) || Object.getPrototypeOf(value) === Object.prototype;
-        return isPlain ? JSON.stringify(value) : String(value);
+        return isPlain ? jsonOf(value) : String(value);
     }
 
     const printTo = isError => (...values) => native.Print(values.map(textOf).join(" "), isError);

@@ -19,7 +19,7 @@ TEST_F(ScriptWindow, EveryRunEndsWithWhatItPrintedAndHowItEnded)
         QString Status;
         QString Printed;
     } runs[] = {
-        {"echo \"$@\"; wc -c", u"Ended."_s, u"--attach --title Script -\n300000\n"_s},
+        {"echo \"$@\"; wc -c", u"Ended."_s, u"--attach --mark-errors --title Script -\n300000\n"_s},
         {"exec <&-", u"Ended."_s, u""_s},
         {"echo a; echo b >&2; exit 3", u"Failed (exit code 3)."_s, u"a\nb\n"_s},
         {"kill -9 $$", u"The script process ended unexpectedly (signal 9)."_s, u""_s},
@@ -110,6 +110,6 @@ TEST_F(ScriptWindow, NamesOfTheEngineAreHandedToTheScript)
     m_Tool->RemoveObject(u"Vlx"_s);
     EXPECT_THROW(m_Tool->RemoveObject(u"Vlx"_s), ServerError);
     Run("echo \"$@\"");
-    EXPECT_EQ(Printed(),
-              u"--attach --title Script --name Vlx --name $e_2 -\n--attach --title Script --name $e_2 -\n"_s);
+    EXPECT_EQ(Printed(), u"--attach --mark-errors --title Script --name Vlx --name $e_2 -\n"
+                         "--attach --mark-errors --title Script --name $e_2 -\n"_s);
 }

@@ -31,8 +31,10 @@ TEST_F(ScriptSystem, AScriptReadsAndWritesThePlantAndIsToldWhatTheServerSays)
     Run(u"const item = Vlx.Controller(\"PLC1\").Item(\"D100\");\n"
         u"print(item.Value);\n"
         u"item.Value = item.Value + 17;\n"
+        u"for (const i of [1, 2]) { console.warn(\"w\", i); print(i); }\n"
         u"Vlx.Controller(\"none\");"_s);
-    EXPECT_EQ(WaitForEnd(), u"25\nScript:4: Controller \"none\" does not exist.\nFailed (exit code 1)."_s);
+    EXPECT_EQ(WaitForEnd(),
+              u"25\nw 1\n1\nw 2\n2\nScript:5: Controller \"none\" does not exist.\nFailed (exit code 1)."_s);
     EXPECT_EQ(Item(u"D100"_s)->get_Value(), Variant(qint32{42}));
 }
 

@@ -39,6 +39,13 @@ TEST_F(ScriptRuns, EndWithTheirCodeAndSayTheLine)
          u"ServerError \"a\\r\\n<b>\" 1\n"_s},
         {"print('a'); console.warn('b', 1); console.log([1, 'x', null], {a: 1}, new Date(2024, 0, 31), undefined)",
          u"a\n[1,\"x\",null] {\"a\":1} 2024-01-31 00:00:00 undefined\n!b 1\n"_s},
+        {"print([new Date(2024, 0, 31, 6)], {at: [new Date(NaN)]})",
+         u"[\"2024-01-31 06:00:00\"] {\"at\":[\"Invalid Date\"]}\n"_s},
+        {"for (let i = 0; i < 600; ++i) { const r = Vlx.History.Execute('select ' + i); if (r.Cell(0, 0) != i) "
+         "print(i) }\n"
+         "sleep(200); const held = Number(/results (\\d+)/.exec(Vlx.Execute('references'))[1]); print(held < 3 || "
+         "held)",
+         u"true\n"_s},
         {"new Promise(done => done(5)).then(value => print(value)); print(4)", u"4\n5\n"_s},
         {"const plc = Vlx.Controller('PLC1');\nplc.OnChangeState = state => {\n    throw new Error('state ' + "
          "state);\n};\n"
