@@ -1,6 +1,7 @@
 #include "velsqllib/ServerStarter.h"
 
 #include "core/automation/Errors.h"
+#include "velsqllib/StateFolder.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -50,11 +51,12 @@ ServerStarter::ServerStarter(const QString& program, const QString& socketPath)
         throw ServerError(
             QStringLiteral("No VelSQL server is running, and the program \"velsqlserver\" was found neither beside "
                            "this program nor on the path."));
+    m_Log = ServerLogPath(socketPath);
     m_Errors.open();
     QProcess process;
     process.setProgram(program);
-    process.setArguments(
-        {QStringLiteral("--stop-when-idle"), QString::fromLatin1(IdleSeconds), QStringLiteral("--socket"), socketPath});
+    process.setArguments({QStringLiteral("--stop-when-idle"), QString::fromLatin1(IdleSeconds),
+                          QStringLiteral("--socket"), socketPath, QStringLiteral("--log-file"), m_Log});
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(m_Errors.fileName());
@@ -66,14 +68,17 @@ ServerStarter::ServerStarter(const QString& program, const QString& socketPath)
 void ServerStarter::WaitAWhile()
 {
     const bool ended = HasEnded(m_ProcessId); // asked before reading, so that its last words are complete
-    if (ended) throw ServerError(QStringLiteral("The VelSQL server %1 could not start. %2").arg(m_Program, Said()).trimmed());
+    if (ended) Fail(QStringLiteral("could not start"));
     if (m_Started.elapsed() > PatienceMs)
-        throw ServerError(QStringLiteral("The VelSQL server %1 did not get ready within %2 seconds. %3")
-                              .arg(m_Program)
-                              .arg(PatienceMs / 1000)
-                              .arg(Said())
-                              .trimmed());
+        Fail(QStringLiteral("did not get ready within %1 seconds").arg(PatienceMs / 1000));
     QThread::msleep(PauseMs);
+}
+
+void ServerStarter::Fail(const QString& what)
+{
+    QStringList lines = {QStringLiteral("The VelSQL server %1 %2. %3").arg(m_Program, what, Said()).trimmed()};
+    lines.append(QStringLiteral("Its log is %1.").arg(m_Log));
+    throw ServerError(lines.join(u'\n'));
 }
 
 QString ServerStarter::Said()

@@ -18,9 +18,11 @@ public:
     void WaitAWhile();
 
 private:
+    [[noreturn]] void Fail(const QString& what);
     QString Said();
 
     QString m_Program;
+    QString m_Log; ///< the server's
     QTemporaryFile m_Errors;
     QElapsedTimer m_Started;
     qint64 m_ProcessId = 0;

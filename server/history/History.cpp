@@ -2,16 +2,9 @@
 
 #include "core/automation/Errors.h"
 #include "server/history/PrivateFile.h"
-
-#include <QDir>
+#include "velsqllib/StateFolder.h"
 
 namespace {
-
-QString StateFolder()
-{
-    const QString state = qEnvironmentVariable("XDG_STATE_HOME"); // an empty one counts as none
-    return (state.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : state) + QStringLiteral("/velsql");
-}
 
 QString OwnDatabase()
 {

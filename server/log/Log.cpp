@@ -1,14 +1,22 @@
 #include "server/log/Log.h"
 
+#include "core/automation/Errors.h"
+#include "server/log/LogFile.h"
+
 #include <QDateTime>
 
 #include <atomic>
+#include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
 std::atomic<LogLevel> s_Lowest = LogLevel::Info;
+bool s_HasFile = false; ///< or should have: set, as the file, before there are threads
+std::unique_ptr<LogFile> s_File;
+std::atomic<bool> s_IsStandardErrorRead = true;
 
 const char* NameOf(LogLevel level)
 {
@@ -38,11 +46,21 @@ bool IsJournalListening()
            QByteArray::number(quint64{status.st_dev}) + ':' + QByteArray::number(quint64{status.st_ino});
 }
 
-QByteArray Prefix(LogLevel level)
+QByteArray JournalPrefix(LogLevel level)
 {
-    static const bool toJournal = IsJournalListening();
-    if (toJournal) return '<' + QByteArray::number(static_cast<int>(level)) + '>';
+    return '<' + QByteArray::number(static_cast<int>(level)) + '>';
+}
+
+QByteArray FilePrefix(LogLevel level)
+{
     return QDateTime::currentDateTime().toString(u"yyyy-MM-dd hh:mm:ss.zzz").toLatin1() + ' ' + NameOf(level) + ": ";
+}
+
+/// One write, so that lines of several threads do not mix. Nobody can be told when it fails.
+void WriteToStandardError(const QByteArray& bytes)
+{
+    [[maybe_unused]] const auto written =
+        write(STDERR_FILENO, bytes.constData(), static_cast<std::size_t>(bytes.size()));
 }
 
 } // namespace
@@ -52,10 +70,38 @@ void SetLogLevel(LogLevel level)
     s_Lowest = level;
 }
 
+void LogToFile(const QString& path)
+{
+    s_HasFile = true;
+    try {
+        s_File = std::make_unique<LogFile>(path);
+    } catch (const DescribedError& error) {
+        Log(LogLevel::Warning, error.Description());
+    }
+}
+
+void LeaveStandardError()
+{
+    if (!s_HasFile) return;
+    s_IsStandardErrorRead = false;
+    if (s_File) return s_File->TakeStandardError();
+    const int nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+    dup2(nothing, STDERR_FILENO);
+    close(nothing);
+}
+
+void LogMistakes(const QString& lines)
+{
+    WriteToStandardError(lines.toUtf8() + '\n');
+    if (!s_File) return;
+    for (const QString& line : lines.split(u'\n')) s_File->Write(FilePrefix(LogLevel::Error) + line.toUtf8() + '\n');
+}
+
 void Log(LogLevel level, const QString& text)
 {
     if (level > s_Lowest) return;
-    const QByteArray line = Prefix(level) + OneLine(text) + '\n';
-    // One write, so that lines of several threads do not mix. Nobody can be told when it fails.
-    [[maybe_unused]] const auto written = write(STDERR_FILENO, line.constData(), static_cast<std::size_t>(line.size()));
+    static const bool toJournal = IsJournalListening();
+    const QByteArray line = OneLine(text) + '\n';
+    if (s_File) s_File->Write(FilePrefix(level) + line);
+    if (s_IsStandardErrorRead) WriteToStandardError((toJournal ? JournalPrefix(level) : FilePrefix(level)) + line);
 }

@@ -3,6 +3,7 @@
 #include "tests/support/PrintQt.h"
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
+#include "velsqllib/StateFolder.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryFile>
@@ -195,7 +196,32 @@ TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
     program.close();
     RemoteLibrary broken(m_Server.SocketPath(), program.fileName());
     EXPECT_EQ(ErrorOf([&] { broken.CreateEngine(); }),
-              u"The VelSQL server %1 could not start. No room."_s.arg(program.fileName()));
+              u"The VelSQL server %1 could not start. No room.\nIts log is %2."_s.arg(
+                  program.fileName(), ServerLogPath(m_Server.SocketPath())));
+}
+
+TEST(StartedServer, LogsToBoundedPrivateFilesThatComeBackWhenTheyAreDeleted)
+{
+    const RealServer folders;
+    const QString log = ServerLogPath(folders.SocketPath());
+    EXPECT_EQ(log, StateFolder() + u"/server.log"_s);
+    EXPECT_NE(ServerLogPath(StateFolder() + u"/other.sock"_s), log) << "another socket's";
+    QFile file(log);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.resize(10'000'000));
+    file.close();
+    const auto contains = [&](const QString& text) {
+        return QTest::qWaitFor([&] { return file.open(QIODevice::ReadOnly) && file.readAll().contains(text.toUtf8()); },
+                               20'000);
+    };
+    const EngineRef engine = RemoteLibrary(folders.SocketPath(), RealServer::Program()).CreateEngine();
+    EXPECT_TRUE(contains(u" listens at "_s));
+    EXPECT_EQ(file.permissions() & QFile::Permissions(0x77), QFile::Permissions());
+    EXPECT_EQ(QFileInfo(log + u".1"_s).size(), 10'000'000);
+    file.close();
+    ASSERT_TRUE(file.remove());
+    engine->Execute(u"terminate"_s);
+    EXPECT_TRUE(contains(u"The server ends: A command ended it."_s));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(folders.SocketPath()); }, 20'000));
 }
 
 } // namespace

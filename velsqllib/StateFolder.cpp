@@ -1,0 +1,47 @@
+#include "velsqllib/StateFolder.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFileInfo>
+
+#include <sys/stat.h>
+
+namespace {
+
+/// Whether the plain name belongs to the socket. It goes to the first one, until that one's folder is gone.
+bool OwnsPlainName(const QString& log, const QString& socketPath)
+{
+    QFile owner(log + QStringLiteral(".socket"));
+    QByteArray path;
+    if (owner.open(QIODevice::ReadOnly)) path = owner.readAll();
+    owner.close();
+    if (path == QFile::encodeName(socketPath)) return true;
+    if (!path.isEmpty() && QFileInfo::exists(QFileInfo(QFile::decodeName(path)).path())) return false;
+    if (owner.open(QIODevice::WriteOnly)) owner.write(QFile::encodeName(socketPath));
+    owner.setPermissions(QFile::ReadOwner | QFile::WriteOwner);
+    return true;
+}
+
+} // namespace
+
+QString StateFolder()
+{
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME"); // an empty one counts as none
+    return (state.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : state) + QStringLiteral("/velsql");
+}
+
+void MakePrivateFolder(const QString& path)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    mkdir(QFile::encodeName(path).constData(), 0700); // whoever writes into it says what is wrong
+}
+
+QString ServerLogPath(const QString& socketPath)
+{
+    MakePrivateFolder(StateFolder());
+    mkdir(QFile::encodeName(QFileInfo(socketPath).path()).constData(), 0700); // as the server does
+    const QString log = StateFolder() + QStringLiteral("/server.log");
+    if (OwnsPlainName(log, socketPath)) return log;
+    const QByteArray hash = QCryptographicHash::hash(QFile::encodeName(socketPath), QCryptographicHash::Sha1).toHex();
+    return QStringLiteral("%1/server-%2.log").arg(StateFolder(), QString::fromLatin1(hash.first(8)));
+}
