@@ -1,9 +1,11 @@
 #include "server/ServerProcess.h"
 
+#include "server/added/PlantText.h"
 #include "server/log/Log.h"
-#include "server/plant/DemoPlant.h"
+#include "server/plantfile/DemoPlant.h"
 #include "server/plantfile/PlantFile.h"
 #include "server/rpc/EngineServer.h"
+#include "server/ServerPlace.h"
 
 #include <csignal>
 #include <unistd.h>
@@ -17,22 +19,35 @@ HistorySettings FillPlant(Plant& plant, const QString& path)
     return DefaultHistorySettings();
 }
 
+QByteArray PlantToml(const QString& path)
+{
+    if (path.isEmpty()) return DemoPlantToml();
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 } // namespace
 
 ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options)
     : m_Io(io)
     , m_Options(options)
     , m_Began(io.provider->getTimer().now())
-    , m_Socket(std::in_place, options.SocketPath)
     , m_Plant(*this)
-    , m_History(FillPlant(m_Plant, options.PlantPath), io.provider->getTimer())
+    , m_HistorySettings(FillPlant(m_Plant, options.PlantPath))
+    , m_Socket(std::in_place, options.SocketPath)
+    , m_History(m_HistorySettings, io.provider->getTimer())
     , m_Watch(io.provider->getTimer())
+    , m_PlantToml(PlantToml(options.PlantPath))
+    , m_AddedItems(m_Plant)
     , m_Commands(SubjectsOfCommands())
-    , m_Services{m_Plant, m_History, m_Commands, m_Definitions, m_Watch, m_Objects}
+    , m_Services{m_Plant, m_History, m_Commands, m_AddedItems, m_Watch, m_Objects}
     , m_Ending(kj::newPromiseAndFulfiller<void>())
     , m_Tasks(*this)
 {
     m_Objects.Open(m_Services);
+    ServerPlace::Announce(options.SocketPath, GivesWay());
+    if (!options.PlantPath.isEmpty()) m_AddedItems.Keep(options.PlantPath);
+    if (options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(options.SocketPath));
     m_Plant.Begin();
     m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
     m_Clients =
@@ -49,12 +64,14 @@ void ServerProcess::Run()
     TellReady();
     Log(LogLevel::Info,
         QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket->Path()));
+    LeaveStandardError();
     m_Ending.promise.wait(m_Io.waitScope);
     Close();
 }
 
 void ServerProcess::Close()
 {
+    if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     m_Clients->OnCountChanged(nullptr); // their going now says nothing
     m_Clients = nullptr;
     m_Socket.reset(); // before the history takes its time: nobody is to wait at a server that has ended
@@ -97,8 +114,18 @@ void ServerProcess::TellReady() const
     close(m_Options.ReadyDescriptor);
 }
 
+bool ServerProcess::GivesWay() const
+{
+    return !m_Options.IsService && !m_Options.HasOwnPlant;
+}
+
 void ServerProcess::WatchSignals()
 {
+    m_Tasks.add(m_Io.unixEventPort.onSignal(ServerPlace::RequestSignal).then([this](siginfo_t) {
+        if (!GivesWay()) return;
+        m_HandsOver = true;
+        End(QStringLiteral("A service takes its place."));
+    }));
     for (const int number : {SIGTERM, SIGINT})
         m_Tasks.add(m_Io.unixEventPort.onSignal(number).then(
             [this](siginfo_t) { End(QStringLiteral("It was told to end.")); }));
@@ -132,7 +159,8 @@ CommandSubjects ServerProcess::SubjectsOfCommands()
             m_Objects,
             m_Watch,
             m_Io.provider->getTimer(),
-            [this] { return m_Definitions.Last(); },
+            [this] { return m_AddedItems.LastDefinition(); },
+            [this] { return PlantTextWith(m_PlantToml, m_AddedItems.Items()); },
             [this] { End(QStringLiteral("A command ended it.")); }};
 }
 

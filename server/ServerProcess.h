@@ -1,7 +1,7 @@
 #pragma once
 
+#include "server/added/AddedItems.h"
 #include "server/commands/Commands.h"
-#include "server/definition/DefinitionMaker.h"
 #include "server/PlantLife.h"
 #include "server/rpc/ClientHost.h"
 #include "server/rpc/ObjectDirectory.h"
@@ -13,7 +13,8 @@
 struct ServerOptions
 {
     QString SocketPath;
-    QString PlantPath; ///< empty: the built-in plant
+    QString PlantPath;        ///< empty: the built-in plant
+    bool HasOwnPlant = false; ///< it was named, and is not just the user's
     int ReadyDescriptor = -1;
     std::optional<int> StopWhenIdle; ///< seconds
     bool IsService = false;
@@ -38,6 +39,8 @@ private:
     void taskFailed(kj::Exception&& exception) override;
 
     void TellReady() const;
+    /// To a service that starts.
+    bool GivesWay() const;
     void WatchSignals();
     void WatchIdleness();
     bool IsIdle() const;
@@ -48,15 +51,18 @@ private:
     kj::AsyncIoContext& m_Io;
     const ServerOptions m_Options;
     const kj::TimePoint m_Began;
-    std::optional<ListeningSocket> m_Socket;
     Plant m_Plant;
+    const HistorySettings m_HistorySettings; ///< a plant file with mistakes is found before anybody can connect
+    std::optional<ListeningSocket> m_Socket;
     History m_History;
-    DefinitionMaker m_Definitions;
     ObjectDirectory m_Objects;
     CallWatch m_Watch;
+    const QByteArray m_PlantToml;
+    AddedItems m_AddedItems;
     Commands m_Commands;
     Services m_Services;
     kj::PromiseFulfillerPair<void> m_Ending;
+    bool m_HandsOver = false;
     kj::Own<PlantLife> m_Life;
     kj::Own<ClientHost> m_Clients;
     kj::Promise<void> m_IdleWatch = kj::READY_NOW;

@@ -1,6 +1,7 @@
 #include "commandline/CommandLine.h"
 #include "server/log/Log.h"
 #include "server/plantfile/PlantFile.h"
+#include "server/ServerPlace.h"
 #include "server/ServerProcess.h"
 
 #include <QCoreApplication>
@@ -32,6 +33,8 @@ void DefineOptions(QCommandLineParser& parser)
          QStringLiteral("path")},
         {QStringLiteral("log-level"), QStringLiteral("Log what is at least an error, a warning, info or debug."),
          QStringLiteral("level")},
+        {QStringLiteral("log-file"), QStringLiteral("Log to <file>, and to standard error only until it listens."),
+         QStringLiteral("file")},
         {QStringLiteral("service"), QStringLiteral("Run as a service: never end by itself.")},
         {QStringLiteral("stop-when-idle"),
          QStringLiteral("End <seconds> after the last client has gone, unless an operator has started the engine."),
@@ -69,6 +72,7 @@ ServerOptions ReadOptions(const QCommandLineParser& parser)
         options.ReadyDescriptor = NumberOption(parser, QStringLiteral("ready-fd"));
     if (parser.isSet(QStringLiteral("stop-when-idle")))
         options.StopWhenIdle = NumberOption(parser, QStringLiteral("stop-when-idle"));
+    options.HasOwnPlant = parser.isSet(QStringLiteral("plant"));
     options.IsService = parser.isSet(QStringLiteral("service"));
     return options;
 }
@@ -86,6 +90,8 @@ int Serve(const ServerOptions& options)
 {
     kj::UnixEventPort::captureSignal(SIGTERM);
     kj::UnixEventPort::captureSignal(SIGINT);
+    kj::UnixEventPort::captureSignal(ServerPlace::RequestSignal);
+    if (options.IsService) ServerPlace::Take(options.SocketPath);
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN); // a full disk is an error like others
     AllowManyDescriptors();
@@ -105,6 +111,7 @@ int Check(const QString& path)
 int Run(const QCommandLineParser& parser)
 {
     if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
+    if (parser.isSet(QStringLiteral("log-file"))) LogToFile(parser.value(QStringLiteral("log-file")));
     if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
     return Serve(ReadOptions(parser));
 }
@@ -139,7 +146,7 @@ int main(int argc, char** argv)
     try {
         return Leave(Run());
     } catch (const PlantFileError& error) {
-        std::fprintf(stderr, "%s\n", qPrintable(error.Description())); // as compilers do, for whoever jumps to the line
+        LogMistakes(error.Description()); // as compilers do, for whoever jumps to the line
     } catch (const kj::Exception& exception) {
         Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
     } catch (...) {

@@ -11,7 +11,7 @@ constexpr qint32 MostEvents = 1'000'000;
 } // namespace
 
 // In the order of docs/server.md; an empty command lists them.
-const std::array<Commands::Command, 16> Commands::s_Commands = {{
+const std::array<Commands::Command, 17> Commands::s_Commands = {{
     {u"echo", u"TEXT", &Commands::Echo},
     {u"fail", u"TEXT", &Commands::Fail},
     {u"sleep", u"MILLISECONDS", &Commands::Sleep},
@@ -23,6 +23,7 @@ const std::array<Commands::Command, 16> Commands::s_Commands = {{
     {u"restore", u"[OBJECT.OPERATION]", &Commands::Restore},
     {u"list", u"[CONTROLLER] missing | renamed | reordered | right", &Commands::ListItems},
     {u"definition", u"", &Commands::ReportDefinition},
+    {u"plant", u"", &Commands::ReportPlant},
     {u"references", u"", &Commands::ReportReferences},
     {u"calls", u"", &Commands::ReportCalls},
     {u"statements", u"", &Commands::ReportStatements},
@@ -160,6 +161,11 @@ kj::Promise<Variant> Commands::ReportDefinition(Order&)
     const Variant definition = m_Subjects.LastDefinition();
     if (definition.IsEmpty()) throw ServerError(QStringLiteral("No item definition has arrived yet."));
     return Variant(WriteTypedText(definition));
+}
+
+kj::Promise<Variant> Commands::ReportPlant(Order&)
+{
+    return Variant(m_Subjects.PlantText());
 }
 
 kj::Promise<Variant> Commands::ReportReferences(Order&)

@@ -15,6 +15,7 @@ struct CommandSubjects
     CallWatch& Watch;
     kj::Timer& Timer;
     std::function<Variant()> LastDefinition;
+    std::function<QString()> PlantText;
     std::function<void()> EndServer;
 };
 
@@ -44,7 +45,7 @@ private:
         const char16_t* Usage;
         Action Run;
     };
-    static const std::array<Command, 16> s_Commands;
+    static const std::array<Command, 17> s_Commands;
 
     kj::Promise<Variant> Execute(Order order);
     kj::Promise<Variant> Echo(Order& order);
@@ -58,6 +59,7 @@ private:
     kj::Promise<Variant> Restore(Order& order);
     kj::Promise<Variant> ListItems(Order& order);
     kj::Promise<Variant> ReportDefinition(Order& order);
+    kj::Promise<Variant> ReportPlant(Order& order);
     kj::Promise<Variant> ReportReferences(Order& order);
     kj::Promise<Variant> ReportCalls(Order& order);
     kj::Promise<Variant> ReportStatements(Order& order);

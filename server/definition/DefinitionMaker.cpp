@@ -107,6 +107,7 @@ void DefinitionMaker::AddItem(PlantController& controller, const Variant& defini
     const Definition checked(definition);
     CheckName(checked.Text(Element::Name));
     ItemTraits traits = TraitsOf(checked, controller);
+    traits.Definition = definition;
     const PlantItemRef item = controller.AddInPlace(std::move(traits), DefinedRules::Make(checked, controller));
     try {
         CheckWays(*item, checked);

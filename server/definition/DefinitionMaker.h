@@ -1,12 +1,13 @@
 #pragma once
 
-#include "server/rpc/Services.h"
+#include "server/plant/Plant.h"
 
 /// Adds the items that clients define.
-class DefinitionMaker : public ItemMaker
+class DefinitionMaker
 {
 public:
-    void AddItem(PlantController& controller, const Variant& definition) override;
+    /// Throws DescribedError.
+    void AddItem(PlantController& controller, const Variant& definition);
 
     /// The last definition that arrived, accepted or not; EMPTY before the first.
     const Variant& Last() const { return m_Last; }

@@ -37,7 +37,8 @@ struct ControllerTraits
     QList<Variant> SettingData = {};
     Variant Tag = {};
     bool StartsActive = true;
-    bool SortsItems = false; ///< added items go to their place by name instead of to the end
+    bool KeepsAddedItems = true; ///< for the next server; unless the plant is the built-in one
+    bool SortsItems = false;     ///< added items go to their place by name instead of to the end
 };
 
 /// A named group of items that are scanned together.

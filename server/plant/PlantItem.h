@@ -78,6 +78,7 @@ struct ItemTraits
     bool LinkActive = true;
     int ScanClass = 0; ///< which of the controller's three scan times
     QList<Variant> SettingData = {};
+    Variant Definition = {}; ///< that it was made by; EMPTY: by none
 };
 
 /// A data point: it holds its last value, takes new ones from its signal or its linked items, and from those who write it.

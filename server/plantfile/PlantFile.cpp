@@ -1,6 +1,7 @@
 #include "server/plantfile/PlantFile.h"
 
 #include "core/automation/SafeArray.h"
+#include "server/plantfile/DefinedItemReader.h"
 #include "server/plantfile/ItemReader.h"
 
 #include <QDir>
@@ -29,7 +30,7 @@ void ReadScanTimes(FileTable& table, ControllerTraits& traits)
 
 /// Text mistakes are noted by the table, names that exist twice here. What stands in a controller without a name of its
 /// own is read all the same, for the mistakes in it.
-PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString& folder)
+PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString& folder, bool keepsAddedItems)
 {
     ControllerTraits traits;
     traits.Name = table.Name("name");
@@ -39,20 +40,24 @@ PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString&
     traits.Tag = table.Value("tag");
     traits.StartsActive = table.Flag("active", true);
     traits.SortsItems = table.Choice("added_items", {QStringLiteral("end"), QStringLiteral("sorted")}, 0) == 1;
+    traits.KeepsAddedItems = table.Flag("keep_added_items", keepsAddedItems);
     auto items = table.Tables("item");
     table.RefuseOthers();
     const bool isTaken = plant.Find(traits.Name) != nullptr;
     if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(traits.Name));
     if (isTaken || traits.Name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
     PlantControllerRef controller = plant.Add(std::move(traits));
-    for (FileTable& item : items) ReadItem(std::move(item), *controller, folder);
+    for (FileTable& item : items) {
+        if (!item.Has("definition")) ReadItem(std::move(item), *controller, folder);
+    }
     return controller;
 }
 
-void ReadControllers(std::vector<FileTable> tables, Plant& plant, const QString& folder)
+void ReadControllers(std::vector<FileTable> tables, Plant& plant, const QString& folder, bool keepsAddedItems)
 {
     QList<PlantControllerRef> controllers;
-    for (FileTable& table : tables) controllers.append(ReadController(table, plant, folder));
+    for (FileTable& table : tables) controllers.append(ReadController(table, plant, folder, keepsAddedItems));
+    ReadDefinedItems(tables, plant);
     LinkWalk walk(LinkWalk::Along::Defined);
     for (std::size_t i = 0; i < tables.size(); ++i)
         CheckLinks(tables[i], *controllers[static_cast<qsizetype>(i)], walk);
@@ -124,7 +129,8 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
     if (mistakes.IsEmpty()) {
         FileTable table(root, mistakes);
         for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
-        ReadControllers(table.Tables("controller"), plant, QFileInfo(path).path());
+        const bool keepsAddedItems = table.Flag("keep_added_items", true);
+        ReadControllers(table.Tables("controller"), plant, QFileInfo(path).path(), keepsAddedItems);
         table.RefuseOthers();
     }
     if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));

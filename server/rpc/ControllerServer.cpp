@@ -53,7 +53,7 @@ kj::Promise<void> ControllerServer::addItem(AddItemContext context)
 
 kj::Promise<void> ControllerServer::removeItem(RemoveItemContext context)
 {
-    m_Controller->Remove(FromWireText(context.getParams().getName()));
+    m_Services.Definitions.RemoveItem(*m_Controller, FromWireText(context.getParams().getName()));
     return kj::READY_NOW;
 }
 

@@ -21,12 +21,14 @@ protected:
     ~CommandHandler() = default;
 };
 
-/// Makes items from the definitions that clients send.
+/// Makes items from the definitions that clients send, and removes items.
 class ItemMaker
 {
 public:
     /// Throws DescribedError.
     virtual void AddItem(PlantController& controller, const Variant& definition) = 0;
+    /// Throws ServerError when there is none of that name.
+    virtual void RemoveItem(PlantController& controller, const QString& name) = 0;
 
 protected:
     ~ItemMaker() = default;

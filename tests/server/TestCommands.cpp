@@ -26,7 +26,7 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     };
     for (const auto& [command, outcome] : cases)
         EXPECT_EQ(OutcomeOf([&, c = command] { return client.Execute(c); }), outcome);
-    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 15) << "an empty command lists all";
+    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 16) << "an empty command lists all";
 
     const auto value = [&] { return OutcomeOf([&] { return client.Value(u"D100"_s); }); };
     client.Execute(u"disturb Item.get_Value fail every\r\nitem ✓"_s);

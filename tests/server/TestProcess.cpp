@@ -19,9 +19,9 @@ TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
 
 TEST(Process, RunsAsItsServiceUnitSays)
 {
-    const QString unit = ContentOf(QStringLiteral(VELSQL_DOCS "/../packaging/velsqlserver.service"));
+    const QString unit = ContentOf(QStringLiteral(VELSQL_DOCS "/../packaging/velsqlserver.service.in"));
     const QString command = unit.section(u"\nExecStart="_s, 1).section(u'\n', 0, 0);
-    EXPECT_EQ(command.section(u' ', 0, 0).section(u'/', -1), u"velsqlserver");
+    EXPECT_EQ(command.section(u' ', 0, 0), u"@VELSQL_PROGRAM@");
 
     ServerRun server(command.split(u' ').mid(1) + QStringList({u"--stop-when-idle"_s, u"0"_s}));
     EXPECT_FALSE(WaitUntil([&] { return server.HasEnded(); }, 300)) << "it never ends by itself";

@@ -1,0 +1,120 @@
+#include "server/added/AddedItems.h"
+
+#include "core/automation/Errors.h"
+#include "server/log/Log.h"
+
+namespace {
+
+DefinedItem Described(const PlantItemRef& item)
+{
+    return {item->Controller()->Name(), item->Traits().Definition};
+}
+
+bool IsOf(const DefinedItem& item, const PlantController& controller, const QString& name)
+{
+    return item.Controller == controller.Name() && item.Name() == name;
+}
+
+} // namespace
+
+AddedItems::AddedItems(Plant& plant)
+    : m_Plant(plant)
+{
+}
+
+void AddedItems::Keep(const QString& plantPath)
+{
+    m_File.emplace(AddedItemsFile::PathFor(plantPath),
+                   QStringLiteral("Items that operators have added to the plant of %1; velsqlserver writes this file.")
+                       .arg(QString(plantPath).simplified()));
+    const QList<DefinedItem> kept = m_File->Read();
+    if (m_File->UnreadableCount() > 0)
+        Log(LogLevel::Warning,
+            QStringLiteral("%1 of the added items in %2 cannot be read; they stay there as they are.")
+                .arg(m_File->UnreadableCount())
+                .arg(m_File->Path()));
+    QList<DefinedItem> wanted;
+    for (const DefinedItem& item : kept) (IsKept(item.Controller) ? wanted : m_Aside).append(item);
+    const QList<DefinedItem> refused =
+        AddDefinedItems(m_Plant, wanted, [this](const auto& item) { m_Items.append(item); });
+    LogRefused(refused, m_File->Path());
+    m_Aside += refused;
+    if (!kept.isEmpty()) Store([this] { m_File->Write(ItemsToKeep()); });
+}
+
+void AddedItems::TakeOver(const QString& path)
+{
+    AddedItemsFile file(path, {});
+    const auto refused = AddDefinedItems(m_Plant, file.Read(), [this](const auto& item) { m_Items.append(item); });
+    LogRefused(refused, {});
+    QFile::remove(path);
+    if (m_File) Store([this] { m_File->Write(ItemsToKeep()); });
+}
+
+void AddedItems::HandOver(const QString& path) const
+{
+    QList<DefinedItem> items;
+    for (const PlantItemRef& item : m_Items) items.append(Described(item));
+    try {
+        AddedItemsFile(path, QStringLiteral("Added items on their way from one server to the next.")).Write(items);
+    } catch (const DescribedError& error) {
+        Log(LogLevel::Error, error.Description());
+    }
+}
+
+void AddedItems::AddItem(PlantController& controller, const Variant& definition)
+{
+    m_Maker.AddItem(controller, definition);
+    const DefinedItem added = {controller.Name(), definition};
+    m_Items.append(controller.Item(added.Name()));
+    if (!m_File || !IsKept(added.Controller)) return;
+    const qsizetype replaced = m_Aside.removeIf([&](const auto& item) { return IsOf(item, controller, added.Name()); });
+    Store([&] { replaced > 0 ? m_File->Write(ItemsToKeep()) : m_File->Append(added); });
+}
+
+void AddedItems::RemoveItem(PlantController& controller, const QString& name)
+{
+    const PlantItemRef item = controller.Item(name);
+    controller.Remove(name);
+    const bool wasAdded = m_Items.removeOne(item);
+    if (wasAdded && m_File && IsKept(controller.Name())) Store([this] { m_File->Write(ItemsToKeep()); });
+}
+
+/// Of a controller that is not there, nobody has said that its items should go.
+bool AddedItems::IsKept(const QString& controller) const
+{
+    const PlantControllerRef found = m_Plant.Find(controller);
+    return !found || found->Traits().KeepsAddedItems;
+}
+
+void AddedItems::LogRefused(const QList<DefinedItem>& refused, const QString& file) const
+{
+    for (const DefinedItem& item : refused)
+        Log(LogLevel::Warning,
+            QStringLiteral("The added item \"%1\" of controller \"%2\" does not fit any more%3: %4")
+                .arg(item.Name(), item.Controller,
+                     file.isEmpty() ? QString() : QStringLiteral(" and stays aside in ") + file, item.Objection));
+}
+
+/// A failure is logged once for its reason: who adds an item is not to be refused it for that.
+void AddedItems::Store(const std::function<void()>& write)
+{
+    QString failure;
+    try {
+        write();
+    } catch (const DescribedError& error) {
+        failure = error.Description();
+    }
+    if (!failure.isEmpty() && failure != m_LastFailure)
+        Log(LogLevel::Error, QStringLiteral("Added items are not kept: %1").arg(failure));
+    m_LastFailure = failure;
+}
+
+QList<DefinedItem> AddedItems::ItemsToKeep() const
+{
+    QList<DefinedItem> items = m_Aside;
+    for (const PlantItemRef& item : m_Items) {
+        if (IsKept(item->Controller()->Name())) items.append(Described(item));
+    }
+    return items;
+}

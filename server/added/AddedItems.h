@@ -1,0 +1,42 @@
+#pragma once
+
+#include "server/added/AddedItemsFile.h"
+#include "server/definition/DefinitionMaker.h"
+#include "server/rpc/Services.h"
+
+#include <optional>
+
+/// The items that operators have added: made by their definitions, and kept for the next server when the plant comes from a file.
+class AddedItems : public ItemMaker
+{
+public:
+    explicit AddedItems(Plant& plant);
+
+    /// The plant was read from this file: adds the items that were kept for it, and keeps those of controllers that want it.
+    void Keep(const QString& plantPath);
+    /// Adds the items of a server whose place this one has taken.
+    void TakeOver(const QString& path);
+    /// For a server that takes this one's place. A failure is logged.
+    void HandOver(const QString& path) const;
+
+    void AddItem(PlantController& controller, const Variant& definition) override;
+    void RemoveItem(PlantController& controller, const QString& name) override;
+
+    /// The last definition that arrived, accepted or not; EMPTY before the first.
+    const Variant& LastDefinition() const { return m_Maker.Last(); }
+    /// In the order in which they were added.
+    const QList<PlantItemRef>& Items() const { return m_Items; }
+
+private:
+    bool IsKept(const QString& controller) const;
+    void LogRefused(const QList<DefinedItem>& refused, const QString& file) const;
+    void Store(const std::function<void()>& write);
+    QList<DefinedItem> ItemsToKeep() const;
+
+    Plant& m_Plant;
+    DefinitionMaker m_Maker;
+    QList<PlantItemRef> m_Items;
+    std::optional<AddedItemsFile> m_File; ///< none for the built-in plant
+    QList<DefinedItem> m_Aside;           ///< in the file, but not in the plant
+    QString m_LastFailure;
+};

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "server/plant/Plant.h"
+
+#include <QList>
+
+/// An item that is yet to be made by its definition.
+struct DefinedItem
+{
+    QString Controller;
+    Variant Definition;
+    QString Objection = {}; ///< why it could not be made
+
+    /// Empty when the definition has none.
+    QString Name() const;
+};
+
+/// Adds items that may link to each other, in whatever order they come. An item that the plant has already, made by the same
+/// definition, is as good as added. Returns those that the plant refuses, with its objections.
+QList<DefinedItem> AddDefinedItems(Plant& plant, QList<DefinedItem> items,
+                                   const std::function<void(const PlantItemRef&)>& onAdded = {});

@@ -1,0 +1,25 @@
+#include "server/plantfile/DefinedItemReader.h"
+
+#include "server/added/DefinedItems.h"
+#include "server/added/DefinitionToml.h"
+
+void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
+{
+    QList<DefinedItem> items;
+    std::vector<FileTable> tables;
+    for (FileTable& controllerTable : controllerTables) {
+        const QString controller = controllerTable.Text("name");
+        for (FileTable& table : controllerTable.Tables("item")) {
+            if (!table.Has("definition")) continue;
+            items.append({controller, DefinitionFromToml(table.Values("definition")), {}});
+            table.RefuseOthers();
+            tables.push_back(std::move(table));
+        }
+    }
+    for (const DefinedItem& refused : AddDefinedItems(plant, items)) {
+        for (qsizetype i = 0; i < items.size(); ++i) {
+            const bool isMeant = items[i].Controller == refused.Controller && items[i].Definition == refused.Definition;
+            if (isMeant) tables[static_cast<std::size_t>(i)].Refuse("definition", refused.Objection);
+        }
+    }
+}

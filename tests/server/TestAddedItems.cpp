@@ -1,0 +1,166 @@
+#include "server/added/AddedItemsFile.h"
+#include "tests/server/ServerRun.h"
+#include "tests/server/TestClient.h"
+
+namespace {
+
+const QByteArray s_Plant = R"(keep_added_items = true # default
+[[controller]]
+name = "A" # first
+    [[controller.item]]
+    name = "x"
+
+# the other one
+[[controller]]
+name = "B"
+added_items = "sorted"
+)";
+
+const QString s_Description = u"say \"ä\\\"\n\U0001F600\u0001"_s;
+
+/// What the console's dialog sends for an item that is linked to another one.
+Variant DefinitionOf(const QString& name, const QString& link)
+{
+    QList<Variant> elements(41, Variant(QString()));
+    for (const int flag : {1, 9, 12, 13, 14, 16, 19, 22, 24, 26, 29, 31, 33, 34, 35}) elements[flag] = false;
+    for (const int choice : {4, 7, 11, 15, 27, 30, 32, 36, 37, 38}) elements[choice] = qint16{0};
+    elements[0] = name;
+    elements[6] = s_Description;
+    elements[8] = link;
+    return SafeArray(std::move(elements));
+}
+
+/// A client that adds and removes items.
+class Operator : public TestClient
+{
+public:
+    using TestClient::TestClient;
+
+    void Add(const QString& controller, const QString& name, const QString& link = {})
+    {
+        auto request = Controller(controller).addItemRequest();
+        Set(request.initDefinition(), DefinitionOf(name, link));
+        Wait(request.send());
+    }
+    void Remove(const QString& controller, const QString& name)
+    {
+        auto request = Controller(controller).removeItemRequest();
+        request.setName(WireBytes(name));
+        Wait(request.send());
+    }
+    QString Names(const QString& controller)
+    {
+        const auto names = Wait(Controller(controller).getItemNamesRequest().send());
+        return QStringList(Read(names.getResult()).Array().Of<QString>()).join(u' ');
+    }
+    /// Of all controllers of `s_Plant`.
+    QString Names() { return Names(u"A"_s) + u" | "_s + Names(u"B"_s); }
+};
+
+/// A plant file, and servers that follow each other on it.
+class AddedItemsTest : public ::testing::Test
+{
+protected:
+    AddedItemsTest() { WriteFile(m_Path, s_Plant); }
+
+    /// What `action` answers at a server of the plant file, which is then killed.
+    QString At(const std::function<QString(Operator&)>& action)
+    {
+        m_Server.Start({u"--plant"_s, m_Path});
+        const QString answer = action(*std::make_unique<Operator>(m_Server.SocketPath()));
+        m_Server.Kill();
+        return answer;
+    }
+    QString NamesAtNext()
+    {
+        return At([](Operator& client) { return client.Names(); });
+    }
+
+    RealServer m_Server;
+    QTemporaryDir m_Folder;
+    QString m_Path = m_Folder.filePath(u"plant.toml"_s);
+};
+
+} // namespace
+
+TEST_F(AddedItemsTest, OutliveTheirServerUntilTheyAreRemoved)
+{
+    At([](Operator& client) {
+        client.Add(u"B"_s, u"c"_s, u"A\\x"_s);
+        client.Add(u"B"_s, u"a"_s, u"c"_s);
+        client.Add(u"A"_s, u"gone"_s);
+        client.Remove(u"B"_s, u"c"_s);
+        client.Add(u"B"_s, u"c"_s, u"A\\x"_s); // now behind the one that is linked to it
+        client.Remove(u"A"_s, u"gone"_s);
+        return QString();
+    });
+    const QString description = At([](Operator& client) {
+        EXPECT_EQ(client.Names(), u"x | a c");
+        return FromWireText(Wait(client.Item(u"c"_s, u"B"_s).getDescriptionRequest().send()).getResult());
+    });
+    EXPECT_EQ(description, s_Description);
+    const QString file = AddedItemsFile::PathFor(m_Path);
+    EXPECT_EQ(QFile::permissions(file) & QFile::Permissions(0x77), QFile::Permissions());
+
+    WriteFile(m_Path, QByteArray(s_Plant).replace("\"x\"", "\"y\""));
+    EXPECT_EQ(NamesAtNext(), u"y | ") << "what does not fit";
+    WriteFile(m_Path, s_Plant);
+    WriteFile(file,
+              ContentOf(file).toUtf8() + "\n[[item]]\ncontroller = \"A\"\ndefin"); // torn when the machine stopped
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(NamesAtNext(), u"x | a c") << "stays aside and returns";
+    EXPECT_TRUE(ContentOf(file).endsWith(u"\ndefin\n"));
+
+    WriteFile(m_Path, QByteArray(s_Plant).replace("= true", "= false"));
+    EXPECT_EQ(At([](Operator& client) {
+                  client.Add(u"A"_s, u"n"_s);
+                  return client.Names();
+              }),
+              u"x n | ");
+    EXPECT_EQ(NamesAtNext(), u"x | ");
+}
+
+TEST_F(AddedItemsTest, StandInThePlantsTextAndAreReadFromIt)
+{
+    const QByteArray oneLine = "controller = [ { name = \"A\" }, { name = \"B\", item = [ { name = \"x\" } ] } ]\n";
+    for (const QByteArray& plant : {s_Plant, oneLine}) {
+        WriteFile(m_Path, plant);
+        const QString text = At([](Operator& client) {
+            client.Add(u"A"_s, u"first"_s);
+            client.Add(u"B"_s, u"second"_s, u"A\\first"_s);
+            return client.Execute(u"plant"_s).Get<QString>();
+        });
+        EXPECT_TRUE(plant == oneLine || text.contains(u"]\n\n# the other one\n[[controller]]\n")) << text.toStdString();
+        QFile::remove(AddedItemsFile::PathFor(m_Path));
+        WriteFile(m_Path, text.toUtf8());
+        const QString names = plant == s_Plant ? u"x first | second"_s : u"first | x second"_s;
+        EXPECT_EQ(NamesAtNext(), names);
+        EXPECT_EQ(EndOfServer({u"--check"_s, u"--plant"_s, m_Path})[0], u"0");
+    }
+    WriteFile(m_Path, "[[controller]]\nname = \"A\"\n[[controller.item]]\ndefinition = [1]\n");
+    EXPECT_EQ(EndOfServer({u"--check"_s, u"--plant"_s, m_Path})[1],
+              m_Path + u":4: definition: An item definition is an array of 41 variants."_s);
+}
+
+TEST_F(AddedItemsTest, ComeAlongWhenAServiceTakesThePlaceOfAServerThatIsNone)
+{
+    m_Server.Start();
+    const QStringList asService = {u"--socket"_s, m_Server.SocketPath(), u"--service"_s};
+    Operator(m_Server.SocketPath()).Add(u"Archive"_s, u"note"_s);
+    {
+        QProcess service;
+        service.start(RealServer::Program(), asService);
+        EXPECT_TRUE(m_Server.Process().waitForFinished(5'000));
+        EXPECT_EQ(m_Server.Process().exitCode(), 0);
+        const auto names = [&] { return Operator(m_Server.SocketPath()).Names(u"Archive"_s); };
+        EXPECT_TRUE(WaitUntil([&] { return OutcomeOf([&] { return QString(names()); }) == u"note"; }));
+        EXPECT_EQ(EndOfServer(asService)[0], u"1") << "another service";
+        service.terminate();
+        service.waitForFinished();
+    }
+    m_Server.Start();
+    EXPECT_EQ(Operator(m_Server.SocketPath()).Names(u"Archive"_s), QString()) << "the demo plant forgets";
+    m_Server.Kill();
+    m_Server.Start({u"--plant"_s, m_Path});
+    EXPECT_EQ(EndOfServer(asService),
+              QStringList({u"1"_s, u"error: A server is already running at %1."_s.arg(m_Server.SocketPath())}));
+}
