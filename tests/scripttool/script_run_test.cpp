@@ -23,7 +23,8 @@ TEST_F(ScriptWindow, EveryRunEndsWithWhatItPrintedAndHowItEnded)
         {"exec <&-", u"Ended."_s, u""_s},
         {"echo a; echo b >&2; exit 3", u"Failed (exit code 3)."_s, u"a\nb\n"_s},
         {"kill -9 $$", u"The script process ended unexpectedly (signal 9)."_s, u""_s},
-        {"printf 'a\\rb\\0c\\377\\tm\\303'; sleep 0.1; printf '\\274\\r\\n'", u"Ended."_s, u"ab\uFFFDc\uFFFD\tmü\n"_s},
+        {"printf 'a\\rb\\0c\\370\\tm\\303'; sleep 0.1; printf '\\274\\r\\n'", u"Ended."_s, u"ab\uFFFDc\uFFFD\tmü\n"_s},
+        {"printf 'a\\n\\376b\\n\\377c\\n'", u"Ended."_s, u"a\nb\nc\n"_s}, // an error between its marks
         {"sleep 30 & echo after", u"Ended."_s, u"after\n"_s}, // does not wait for who holds the pipe
         {"head -c 300000 /dev/zero | tr '\\0' x; echo; echo end", u"Ended."_s, QString(300'000, u'x') + u"\nend\n"_s},
     };
