@@ -58,7 +58,29 @@ qsizetype PlaceFor(int controllerLine, const QList<int>& beginnings, const QStri
     return place;
 }
 
-/// For plants whose controllers are written in one line each.
+std::size_t ItemCount(const toml::table& root)
+{
+    std::size_t count = 0;
+    const toml::array* controllers = root["controller"].as_array();
+    for (std::size_t i = 0; controllers && i < controllers->size(); ++i) {
+        const toml::array* items = (*controllers)[i].as_table()->get_as<toml::array>("item");
+        if (items) count += items->size();
+    }
+    return count;
+}
+
+/// Whether a text says what it should: a line may have been part of a longer text.
+bool HasAll(const QString& text, std::size_t items)
+{
+    try {
+        const std::string toml = text.toStdString();
+        return ItemCount(toml::parse(std::string_view(toml))) == items;
+    } catch (const toml::parse_error&) {
+        return false;
+    }
+}
+
+/// For plants into which no lines can be put, such as those whose controllers are written in one line each.
 QString Rewritten(toml::table root, const QMap<QString, QList<PlantItemRef>>& added)
 {
     for (toml::node& node : *root["controller"].as_array()) {
@@ -93,10 +115,6 @@ QString PlantTextWith(const QByteArray& toml, const QList<PlantItemRef>& added)
         if (!text.isEmpty()) lines.insert(PlaceFor(LineOf(controller), beginnings, lines), text.chopped(1));
     }
     const QString text = lines.join(u'\n');
-    try {
-        [[maybe_unused]] const toml::table right = toml::parse(text.toStdString());
-        return text;
-    } catch (const toml::parse_error&) {
-        return Rewritten(root, byController);
-    }
+    const std::size_t count = ItemCount(root) + static_cast<std::size_t>(added.size());
+    return HasAll(text, count) ? text : Rewritten(root, byController);
 }
