@@ -11,6 +11,7 @@ void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
         const QString controller = controllerTable.Text("name");
         for (FileTable& table : controllerTable.Tables("item")) {
             if (!table.Has("definition")) continue;
+            if (!plant.Find(controller)) continue; // it has no name, which is said already
             items.append({controller, DefinitionFromToml(table.Values("definition")), {}});
             table.RefuseOthers();
             tables.push_back(std::move(table));
