@@ -1,7 +1,7 @@
 #include "batchwrite/LineReader.h"
 
 #include "batchwrite/LocalText.h"
-#include "core/automation/Errors.h"
+#include "core/DisplayText.h"
 
 #include <QFileInfo>
 
@@ -10,8 +10,24 @@
 namespace {
 
 constexpr qint64 ChunkSize = 64 * 1024;
+constexpr qsizetype MostQuoted = 40;
 /// What some editors put before UTF-8 text; it belongs to no name.
 const QByteArrayView ByteOrderMark("\xEF\xBB\xBF", 3);
+
+QStringView Beginning(QStringView text)
+{
+    if (text.size() <= MostQuoted) return text;
+    return text.first(text[MostQuoted - 1].isHighSurrogate() ? MostQuoted - 1 : MostQuoted);
+}
+
+/// UTF-8 without its last character, of which bytes may be missing.
+QByteArrayView WithoutTornEnd(QByteArrayView bytes)
+{
+    const auto isContinuation = [](char byte) { return (static_cast<uchar>(byte) & 0xC0) == 0x80; };
+    while (!bytes.isEmpty() && isContinuation(bytes.back())) bytes.chop(1);
+    if (!bytes.isEmpty() && static_cast<uchar>(bytes.back()) >= 0xC0) bytes.chop(1);
+    return bytes;
+}
 
 [[noreturn]] void ThrowUnreadable(const QString& path, const QString& reason)
 {
@@ -30,6 +46,7 @@ LineReader::LineReader(const QString& path)
 
 std::optional<QString> LineReader::Next()
 {
+    ++m_Number;
     qsizetype searched = m_Position;
     while (true) {
         const qsizetype end = m_Buffer.indexOf('\n', searched);
@@ -37,7 +54,7 @@ std::optional<QString> LineReader::Next()
         searched = m_Buffer.size() - m_Position; // Fill moves the rest to the front
         Fill();
         if (m_Buffer.size() == searched) break;
-        if (m_Buffer.size() > LongestLine) ThrowUnreadable(m_File.fileName(), QStringLiteral("A line is too long"));
+        if (m_Buffer.size() > LongestLine) throw FaultOfUnread(QStringLiteral("is too long"));
     }
     return m_Buffer.isEmpty() ? std::nullopt : TakeLine(m_Buffer.size(), m_Buffer.size());
 }
@@ -51,15 +68,30 @@ void LineReader::Fill()
     m_Buffer.resize(rest + ChunkSize);
     const qint64 read = m_File.read(m_Buffer.data() + rest, ChunkSize);
     m_Buffer.resize(rest + std::max<qint64>(read, 0));
-    if (read < 0) ThrowUnreadable(m_File.fileName(), m_File.errorString());
+    if (read >= 0) return;
+    if (m_Number == 1) ThrowUnreadable(m_File.fileName(), m_File.errorString());
+    throw FaultOfUnread(QStringLiteral("cannot be read: ") + m_File.errorString());
 }
 
 std::optional<QString> LineReader::TakeLine(qsizetype length, qsizetype end)
 {
     QByteArrayView line = QByteArrayView(m_Buffer).sliced(m_Position, length);
     if (line.endsWith('\r')) line.chop(1);
-    if (std::exchange(m_AtStart, false) && line.startsWith(ByteOrderMark)) line = line.sliced(ByteOrderMark.size());
+    if (m_Number == 1 && line.startsWith(ByteOrderMark)) line = line.sliced(ByteOrderMark.size());
     QString text = DecodeText(line);
     m_Position = end;
     return text;
+}
+
+ValueError LineReader::FaultOf(QStringView text, const QString& fault) const
+{
+    return ValueError::InvalidCall(QStringLiteral("line %1, \"%2\", %3")
+                                       .arg(QString::number(m_Number), OneLine(Beginning(text).toString()), fault));
+}
+
+/// Of a line of which only a part is in the buffer.
+ValueError LineReader::FaultOfUnread(const QString& fault) const
+{
+    const QByteArrayView part = QByteArrayView(m_Buffer).first(std::min(m_Buffer.size(), 4 * MostQuoted));
+    return FaultOf(DecodeText(WithoutTornEnd(part)), fault);
 }

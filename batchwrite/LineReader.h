@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/automation/Errors.h"
+
 #include <QFile>
 #include <QString>
 
@@ -17,16 +19,22 @@ public:
     /// refused without waiting for it.
     explicit LineReader(const QString& path);
 
-    /// The next line without its end; none behind the last. Throws DescribedError when the file cannot be read on.
+    /// The next line without its end; none behind the last. Throws DescribedError when the file cannot be read on: what says so names
+    /// the file as long as nothing was read, and then the line.
     std::optional<QString> Next();
+    /// "Invalid procedure call or argument: line 5, "abc", has no comma": the description of a `fault` of the line read last, of whose
+    /// `text` the beginning is quoted.
+    ValueError FaultOf(QStringView text, const QString& fault) const;
 
 private:
     void Fill();
     std::optional<QString> TakeLine(qsizetype length, qsizetype end);
+    ValueError FaultOfUnread(const QString& fault) const;
 
     QFile m_File;
     QByteArray m_Buffer;
     /// Where in the buffer the next line starts.
     qsizetype m_Position = 0;
-    bool m_AtStart = true;
+    /// Of the line read last, or being read; from 1.
+    qint64 m_Number = 0;
 };

@@ -26,11 +26,21 @@ std::unique_ptr<QFileDialog> MakeOpenDialog()
     return cmnDlg;
 }
 
+/// Of a server that is gone, too, the operator reads for which controller it was asked.
+ControllerRef FindController(const QString& name)
+{
+    try {
+        return Engine->get_Controller(Variant(name));
+    } catch (const DescribedError& error) {
+        throw DescribedError(u"Controller \"" % name % u"\": " % error.Description());
+    }
+}
+
 /// The item, to be kept until the line is done. Logs and writes one line of the file; throws what is wrong with it.
-ItemRef WriteLine(VelSQLController& controller, const QString& line)
+ItemRef WriteLine(VelSQLController& controller, const QString& line, const LineReader& lines)
 {
     const qsizetype comma = line.indexOf(u',');
-    if (comma < 0) throw ValueError::InvalidCall();
+    if (comma < 0) throw lines.FaultOf(line, QStringLiteral("has no comma"));
     const QString name = line.first(comma);
     Announce(QString(u"Item(" % name % u')'), u"put_Value");
     ItemRef item = controller.get_Item(Variant(name));
@@ -82,11 +92,11 @@ void frmBatchWrite::cmdStart_Click()
 void frmBatchWrite::RunBatch()
 {
     LineReader lines(txtFilename->text());
-    const ControllerRef controller = Engine->get_Controller(Variant(m_TargetController));
+    const ControllerRef controller = FindController(m_TargetController);
     const auto pacer = m_Pacer.expired() ? std::make_shared<FramePacer>() : m_Pacer.lock();
     m_Pacer = pacer;
     while (const std::optional<QString> line = lines.Next()) {
-        const ItemRef item = WriteLine(*controller, *line);
+        const ItemRef item = WriteLine(*controller, *line, lines);
         if (!LetEventsRun(*pacer)) break;
     }
 }

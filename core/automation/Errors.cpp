@@ -23,9 +23,10 @@ ValueError ValueError::SubscriptOutOfRange()
     return ValueError(QStringLiteral("Subscript out of range"));
 }
 
-ValueError ValueError::InvalidCall()
+ValueError ValueError::InvalidCall(const QString& what)
 {
-    return ValueError(QStringLiteral("Invalid procedure call or argument"));
+    const QString text = QStringLiteral("Invalid procedure call or argument");
+    return ValueError(what.isEmpty() ? text : text + QStringLiteral(": ") + what);
 }
 
 QString CurrentErrorDescription()

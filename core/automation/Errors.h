@@ -33,7 +33,8 @@ public:
     static ValueError TypeMismatch();
     static ValueError Overflow();
     static ValueError SubscriptOutOfRange();
-    static ValueError InvalidCall();
+    /// `what` follows behind a colon.
+    static ValueError InvalidCall(const QString& what = {});
 };
 
 /// The description of the exception being handled; only to be called inside a catch block.

@@ -95,16 +95,19 @@ TEST_F(BatchWindow, WritesLineByLine)
 
 TEST_F(BatchWindow, AFaultyLineEndsTheRunWithItsDescription)
 {
-    const QString noComma = u"Invalid procedure call or argument"_s;
+    const auto noComma = [](const QString& text) {
+        return u"Invalid procedure call or argument: line 2, \"%1\", has no comma"_s.arg(text);
+    };
     const struct
     {
         QByteArray Line;
         QStringList Log;
         int Calls; ///< in the faulty line
     } rows[] = {
-        {"Item1", {noComma}, 0},
-        {"", {noComma}, 0},
-        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma}, 0},
+        {"Item1", {noComma(u"Item1"_s)}, 0},
+        {"", {noComma({})}, 0},
+        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma(QString::fromLatin1("\x7f\x45\0\x01\xff", 5))}, 0},
+        {"a\rb" + QByteArray(50, 'x'), {noComma(u"a b"_s + QString(37, u'x'))}, 0},
         {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}, 1},
         {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}, 1},
         {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}, 1},
@@ -127,7 +130,8 @@ TEST_F(BatchWindow, AFailingCallEndsTheRunWithTheServersDescription)
         EXPECT_EQ(TakeCalls().size(), call);
         const QStringList whole = LineLog(u"D100"_s) + LineLog(u"D200"_s);
         EXPECT_EQ(TakeLog(),
-                  whole.first(call == 1 ? 0 : (call - 2) / 2 * 2 + 1) + QStringList({u"refused"_s, u"<b>here</b>"_s}));
+                  whole.first(call == 1 ? 0 : (call - 2) / 2 * 2 + 1) +
+                      QStringList({call == 1 ? u"Controller \"PLC1\": refused"_s : u"refused"_s, u"<b>here</b>"_s}));
         EXPECT_EQ(m_Server.m_LiveObjects, 1);
         EXPECT_EQ(m_Main.Status(), u"Ready."_s);
     }
@@ -152,7 +156,7 @@ TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
     EXPECT_EQ(TakeCalls() + TakeLog(), QStringList(u"Engine.get_Controller(PLC1)"_s));
     m_Form->SetTargetController(u"PLC9"_s);
     Run();
-    EXPECT_EQ(TakeLog(), QStringList({u"Controller not found: PLC9"_s}));
+    EXPECT_EQ(TakeLog(), QStringList({u"Controller \"PLC9\": Controller not found: PLC9"_s}));
 }
 
 TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
