@@ -2,21 +2,18 @@
 
 #include "controller/EventLines.h"
 #include "core/automation/Errors.h"
-#include "core/DisplayText.h"
-
-#include <QStyledItemDelegate>
+#include "core/OneLineDelegate.h"
 
 namespace {
 
 constexpr int FrameMs = 16;
 
 /// Paints a line on one row and no more of it than fits; what is cut off is told by the tool tip.
-class LineDelegate : public QStyledItemDelegate
+class LineDelegate : public OneLineDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using OneLineDelegate::OneLineDelegate;
 
-    QString displayText(const QVariant& value, const QLocale&) const override { return OneLine(value.toString()); }
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
     {
         return QSize(1, option.fontMetrics.height() + 2);

@@ -1,7 +1,7 @@
 #include "core/PropertyGrid.h"
 
-#include "core/DisplayText.h"
 #include "core/modFields.h"
+#include "core/OneLineDelegate.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -11,7 +11,6 @@
 #include <QPointer>
 #include <QScopedValueRollback>
 #include <QScrollBar>
-#include <QStyledItemDelegate>
 #include <QToolTip>
 
 namespace {
@@ -20,12 +19,10 @@ constexpr int RowTwips = 255;
 constexpr int FrameMs = 16;
 
 /// Paints captions like buttons' faces, and of a long text no more than fits.
-class CellDelegate : public QStyledItemDelegate
+class CellDelegate : public OneLineDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    QString displayText(const QVariant& value, const QLocale&) const override { return OneLine(value.toString()); }
+    using OneLineDelegate::OneLineDelegate;
 
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override

@@ -1,24 +1,11 @@
 #include "history/StatementList.h"
 
-#include "core/DisplayText.h"
+#include "core/OneLineDelegate.h"
 
 #include <QAbstractItemView>
 #include <QHelpEvent>
 #include <QKeyEvent>
-#include <QStyledItemDelegate>
 #include <QToolTip>
-
-namespace {
-
-class OneLineDelegate : public QStyledItemDelegate
-{
-public:
-    using QStyledItemDelegate::QStyledItemDelegate;
-
-    QString displayText(const QVariant& value, const QLocale&) const override { return OneLine(value.toString()); }
-};
-
-} // namespace
 
 StatementList::StatementList(QWidget* parent)
     : ListBox(parent)

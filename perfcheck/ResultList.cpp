@@ -1,6 +1,6 @@
 #include "perfcheck/ResultList.h"
 
-#include "core/DisplayText.h"
+#include "core/OneLineDelegate.h"
 
 #include <QHeaderView>
 
@@ -12,6 +12,7 @@ ResultList::ResultList(QWidget* parent)
     setHeaderLabels({tr("Action"), tr("Time"), tr("Time Required (ms)"), tr("Value")});
     setRootIsDecorated(false);
     setUniformRowHeights(true);
+    setItemDelegate(new OneLineDelegate(this));
     const int character = fontMetrics().averageCharWidth();
     header()->resizeSection(0, std::max(20 * character, fontMetrics().horizontalAdvance(tr("ERROR OCCURED! ")) + 12));
     header()->resizeSection(1, fontMetrics().horizontalAdvance(QStringLiteral("00/00 00:00:00.000")) + 3 * character);
@@ -20,7 +21,7 @@ ResultList::ResultList(QWidget* parent)
 
 void ResultList::AddRow(const QString& action, const QString& time, const QString& timeRequired, const QString& value)
 {
-    auto* row = new QTreeWidgetItem(this, {action, time, timeRequired, OneLine(value)});
+    auto* row = new QTreeWidgetItem(this, {action, time, timeRequired, value});
     row->setToolTip(3, ToolTipHtml(value));
     scrollToItem(row);
 }

@@ -31,6 +31,12 @@ double Number(const QLineEdit* field)
     return *number;
 }
 
+/// All of it, however many elements it has: what was measured is to be seen.
+QString WrittenText(const Variant& value)
+{
+    return value.IsEmpty() || value.IsNull() ? QString() : ValueTextOf(Converter().ValueToText(value, 0));
+}
+
 /// The operations are named after the server's interface.
 QString FailureText(CheckResult result)
 {
@@ -230,7 +236,7 @@ void frmPerfChk::ShowResult(CheckResult result, quint32 start, const CheckTask& 
 {
     if (result == CheckResult::Success) {
         const quint32 elapsed = ElapsedTicks(start, modAPI::GetTickCount());
-        const QString value = task.Writes ? ValueTextOf(ValueToTypedText(task.Value)) : QString();
+        const QString value = task.Writes ? WrittenText(task.Value) : QStringLiteral(" ");
         lvResult->AddRow(QStringLiteral("END"), LocalTime(), QString::number(elapsed), value);
         return;
     }

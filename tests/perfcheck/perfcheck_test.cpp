@@ -11,7 +11,7 @@ const QString Failed = u"ERROR OCCURED!|||"_s; // spelled so: meant
 const QString Put = u"put_Value(3,7)"_s;
 const QString Get = u"get_Value()"_s;
 
-QString End(const QString& milliseconds, const QString& value = {})
+QString End(const QString& milliseconds, const QString& value = u" "_s)
 {
     return u"END|03/07 14:05:09.042|%1|%2"_s.arg(milliseconds, value);
 }
@@ -174,7 +174,7 @@ TEST_F(PerfChkDialog, CallsWhatTheModeSaysAndNothingElse)
         QStringList Calls;
         QString Value;
         QStringList DebugStrings;
-    } rows[] = {{0, {Get, Get}, {}, {u"3,25"_s, u"3,25"_s}},
+    } rows[] = {{0, {Get, Get}, u" "_s, {u"3,25"_s, u"3,25"_s}},
                 {1, {Put, Put}, u"7"_s, {}},
                 {2, {Put, Get, Put, Get}, u"7"_s, {u"3,7"_s, u"3,7"_s}}};
     Tick("chkOutput");
@@ -190,6 +190,21 @@ TEST_F(PerfChkDialog, CallsWhatTheModeSaysAndNothingElse)
         EXPECT_EQ(TakeStatus(), QStringList({u"Runnning performance check..."_s, u""_s})); // spelled so: meant
     }
     EXPECT_EQ(TakeBoxes() + TakeLog(), QStringList()); // the check is never announced
+}
+
+TEST_F(PerfChkDialog, TheWholeWrittenValueIsShown)
+{
+    const std::pair<QString, QString> rows[] = {{u"ARRAY | I2"_s, QStringList(9, u"-1"_s).join(u',')},
+                                                {u"BSTR"_s, u"a, "_s.repeated(400)},
+                                                {u"EMPTY"_s, {}},
+                                                {u"NULL"_s, {}}};
+    ChooseSeven(1, 1);
+    for (const auto& [type, text] : rows) {
+        Choose("cmbValueType", type);
+        Type("txtValue", text);
+        Run();
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"0"_s, text)})) << type.toStdString();
+    }
 }
 
 TEST_F(PerfChkDialog, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
