@@ -131,12 +131,17 @@ void frmItem::RefreshItemGrid()
     tmrItemProp->RefreshNow();
 }
 
-/// Ticking a box runs its rule: loading the window of an active item activates it once more, and that is meant.
+/// Ticking a box runs its rule: loading the window of an active item activates it once more, and that is meant. What the server does
+/// not tell is taken for not active and not linked: the window is of use all the same.
 void frmItem::InitActivation()
 {
-    chkActv->setChecked(m_csItem->get_Activation());
-    chkLinkActv->setChecked(m_csItem->get_LinkActivation());
-    chkLinkActv->setEnabled(!IsEmptyList(m_csItem->get_LinkItem()));
+    chkLinkActv->setEnabled(false);
+    try {
+        chkActv->setChecked(m_csItem->get_Activation());
+        chkLinkActv->setChecked(m_csItem->get_LinkActivation());
+        chkLinkActv->setEnabled(!IsEmptyList(m_csItem->get_LinkItem()));
+    } catch (const DescribedError&) { // nothing is logged, as for the grid's readings
+    }
 }
 
 void frmItem::cmbProperty_Click()
