@@ -50,8 +50,9 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     if (options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(options.SocketPath));
     m_Plant.Begin();
     m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
-    m_Clients =
-        kj::heap<ClientHost>(io, m_Socket->Descriptor(), [this] { return kj::heap<LibraryServer>(m_Services); });
+    m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
+        return kj::heap<LibraryServer>(m_Services, std::move(callsUnderWay));
+    });
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
 

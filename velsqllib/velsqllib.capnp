@@ -67,8 +67,9 @@ struct SafeArray {
 interface Library {
   # What a connection starts with.
   createEngine @0 () -> (result :Engine);
-  ping @1 ();
-  # Answered at once by a server that is alive, whatever else it is doing.
+  ping @1 () -> (callsUnderWay :Int32 = -1);
+  # Answered at once by a server that is alive, whatever else it is doing: with how many calls of this connection, the ping apart, it
+  # has not answered yet. Messages keep their order, so a call that is neither under way nor answered is lost. -1: it cannot tell.
 }
 
 interface Engine {

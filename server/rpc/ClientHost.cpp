@@ -1,6 +1,7 @@
 #include "server/rpc/ClientHost.h"
 
 #include "server/log/Log.h"
+#include "server/rpc/CountingStream.h"
 #include "server/rpc/PacedStream.h"
 #include "velsqllib/ServerSocket.h"
 #include "velsqllib/WireValue.h"
@@ -32,8 +33,9 @@ struct ClientHost::Client
     Client(ClientHost& host, kj::Own<kj::AsyncIoStream> socket)
         : Host(host)
         , Stream(kj::mv(socket), host.m_Io.provider->getTimer())
-        , Network(Stream, capnp::rpc::twoparty::Side::SERVER, WireReaderOptions())
-        , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary()))
+        , Messages(Stream)
+        , Network(Messages, capnp::rpc::twoparty::Side::SERVER, WireReaderOptions())
+        , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary([this] { return Messages.CallsUnderWay(); })))
     {
         Stream.SetCongested([this] { return Network.getCurrentQueueSize() > MostBytesWaiting; });
         Rpc.setFlowLimit(MostCallWords);
@@ -45,11 +47,12 @@ struct ClientHost::Client
 
     ClientHost& Host;
     PacedStream Stream;
+    CountingStream Messages;
     capnp::TwoPartyVatNetwork Network;
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
 };
 
-ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, std::function<wire::Library::Client()> makeLibrary)
+ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary)
     : m_Io(io)
     , m_Listener(listener)
     , m_Incoming(io.unixEventPort, listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)

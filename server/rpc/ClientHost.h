@@ -15,8 +15,10 @@ class ClientHost : private kj::TaskSet::ErrorHandler
 public:
     static constexpr int MostClients = 1024;
 
-    /// Each client gets a library of its own.
-    ClientHost(kj::AsyncIoContext& io, int listener, std::function<wire::Library::Client()> makeLibrary);
+    /// Makes what a connection starts with, for each its own; `callsUnderWay` counts that connection's.
+    using MakeLibrary = std::function<wire::Library::Client(std::function<int()> callsUnderWay)>;
+
+    ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary);
 
     int ClientCount() const { return m_Clients; }
     /// Called when the number of clients has changed.
@@ -35,7 +37,7 @@ private:
     kj::AsyncIoContext& m_Io;
     const int m_Listener;
     kj::UnixEventPort::FdObserver m_Incoming;
-    const std::function<wire::Library::Client()> m_MakeLibrary;
+    const MakeLibrary m_MakeLibrary;
     std::function<void()> m_CountChanged;
     int m_Clients = 0;
     QString m_SaidLast; ///< why somebody was turned away, until somebody is not

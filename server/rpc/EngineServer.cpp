@@ -5,9 +5,10 @@
 #include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 
-LibraryServer::LibraryServer(Services& services)
+LibraryServer::LibraryServer(Services& services, std::function<int()> callsUnderWay)
     : WireServer(services.Gate)
     , m_Services(services)
+    , m_CallsUnderWay(std::move(callsUnderWay))
 {
 }
 
@@ -18,8 +19,9 @@ kj::Promise<void> LibraryServer::createEngine(CreateEngineContext context)
     return kj::READY_NOW;
 }
 
-kj::Promise<void> LibraryServer::ping(PingContext)
+kj::Promise<void> LibraryServer::ping(PingContext context)
 {
+    context.getResults().setCallsUnderWay(m_CallsUnderWay() - 1); // this one is not meant
     return kj::READY_NOW;
 }
 

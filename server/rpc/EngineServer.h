@@ -10,7 +10,7 @@
 class LibraryServer : public WireServer<wire::Library>
 {
 public:
-    explicit LibraryServer(Services& services);
+    LibraryServer(Services& services, std::function<int()> callsUnderWay);
 
     kj::Promise<void> createEngine(CreateEngineContext context) override;
     kj::Promise<void> ping(PingContext context) override;
@@ -22,6 +22,7 @@ private:
     Services& m_Services;
     const HistoryUserRef m_User = std::make_shared<HistoryUser>();
     std::optional<wire::Engine::Client> m_Engine; ///< one, however often the client asks
+    const std::function<int()> m_CallsUnderWay;
 };
 
 /// The plant as clients reach it.

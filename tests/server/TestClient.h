@@ -55,7 +55,9 @@ public:
     capnp::RemotePromise<wire::History::ExecuteResults> Query(const QString& statement);
     /// To the events of "PLC1", each of which is refused.
     wire::Subscription::Client Subscribe();
-    /// Whether the server answers a ping.
+    /// What the server answers to a ping.
+    qint32 CallsUnderWay() { return Wait(m_Library.pingRequest().send()).getCallsUnderWay(); }
+    /// Whether it does.
     bool IsAnswered();
 
     Variant Read(wire::Value::Reader value) { return ReadValue(value, m_Objects); }

@@ -53,6 +53,21 @@ TEST(Process, MarksItsLinesForTheJournalOnly)
     EXPECT_EQ(lineWith(u"1:2"_s).mid(24), u"error: "_s + text) << "somebody else's journal";
 }
 
+TEST(Process, APingTellsHowManyCallsOfItsConnectionAreUnderWay)
+{
+    ServerRun server;
+    TestClient client(server.SocketPath()), other(server.SocketPath());
+    auto first = client.Start(u"sleep 300"_s), second = client.Start(u"fail later"_s);
+    EXPECT_EQ(OutcomeOf([&] { Wait(kj::mv(second)); }), u"later");
+    EXPECT_EQ(client.CallsUnderWay(), 1);
+    EXPECT_EQ(other.CallsUnderWay(), 0);
+    Wait(kj::mv(first));
+    {
+        const auto given = client.Start(u"sleep 60000"_s);
+    }
+    EXPECT_TRUE(WaitUntil([&] { return client.CallsUnderWay() == 0; })) << "one that was given up, too";
+}
+
 TEST(Process, EndsWhenItsLastClientHasGone)
 {
     ServerRun server({u"--stop-when-idle"_s, u"2"_s});
