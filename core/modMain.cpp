@@ -26,20 +26,14 @@ constexpr qint64 FrameMs = 16;
 MainWindow* g_MainWindow = nullptr;
 ValueConverterRef g_Converter;
 QElapsedTimer g_SincePainted;
+bool g_IsPainted = true;
 
 void AppendLine(const QString& message)
 {
     if (LogLineCount == std::numeric_limits<qint32>::max()) throw ValueError::Overflow();
+    g_IsPainted = false;
     g_MainWindow->Log().Append(QString::number(LogLineCount) % u" : " % message % u"\r\n");
     ++LogLineCount;
-}
-
-/// The operator sees what is being called even when the call blocks; painting more often than the screen shows is waste.
-void PaintProgress()
-{
-    if (!g_MainWindow || (g_SincePainted.isValid() && g_SincePainted.elapsed() < FrameMs)) return;
-    g_MainWindow->PaintProgress();
-    g_SincePainted.start();
 }
 
 } // namespace
@@ -81,7 +75,9 @@ void AddLog(const QString& message)
 
 void SetStatus(const QString& text)
 {
-    if (g_MainWindow) g_MainWindow->SetStatusText(text);
+    if (!g_MainWindow) return;
+    g_IsPainted = false;
+    g_MainWindow->SetStatusText(text);
 }
 
 void LogErrorDescription()
@@ -93,7 +89,15 @@ void Announce(QStringView object, QStringView operation)
 {
     AddLog(u"Calling " % object % u':' % operation % u"...");
     SetStatus(operation % u"...");
-    PaintProgress();
+    // The operator sees what is being called even when the call blocks; painting more often than the screen shows is waste.
+    if (!g_SincePainted.isValid() || g_SincePainted.elapsed() >= FrameMs) PaintProgress();
+}
+
+void PaintProgress()
+{
+    if (!g_MainWindow || std::exchange(g_IsPainted, true)) return;
+    g_MainWindow->PaintProgress();
+    g_SincePainted.start();
 }
 
 ValueConverter& Converter()

@@ -41,8 +41,10 @@ void SetStatus(const QString& text);
 void LogErrorDescription();
 
 /// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line, painted before the call blocks (unless
-/// they were painted within the last 16 ms).
+/// they were painted within the last 16 ms; then the call paints them when it has lasted some 30 ms).
 void Announce(QStringView object, QStringView operation);
+/// Paints what log and status line have got since they were painted last; runs no event loop. For calls that last.
+void PaintProgress();
 
 /// Runs an operator's command; whatever it throws becomes one log line. True when nothing was thrown.
 template <std::invocable Command>

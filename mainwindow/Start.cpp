@@ -7,6 +7,7 @@ std::unique_ptr<frmMDI> StartConsole(VelSQLLib& library)
 {
     modMain::Reset();
     modMain::Library = &library;
+    library.OnLongCall(modMain::PaintProgress);
     auto mainWindow = std::make_unique<frmMDI>();
     mainWindow->Form_Load();
     if (!modMain::Engine) {

@@ -4,6 +4,13 @@
 
 namespace {
 
+/// How long messages are read before input and timers get their turn.
+constexpr std::chrono::milliseconds ReadingSlice{10};
+/// While more than this waits to be sent, nothing is read: what is read would only make more of it.
+constexpr std::size_t MostBytesWaiting = 8 * 1024 * 1024;
+/// Calls of the server's of this size together may wait for their answers.
+constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
+
 wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& rpc)
 {
     capnp::MallocMessageBuilder message(8);
@@ -14,13 +21,16 @@ wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& r
 
 } // namespace
 
-Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience)
+Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience,
+                       std::function<void()> longCall)
     : m_Loop(std::move(loop))
     , m_Patience(patience)
+    , m_LongCall(std::move(longCall))
     , m_Stream(m_Loop->LowLevel().wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK))
-    , m_Network(*m_Stream, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
+    , m_Messages(*m_Stream, [this] { return MayRead(); })
+    , m_Network(m_Messages, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
     , m_Rpc(capnp::makeRpcClient(m_Network))
     , m_Library(Bootstrap(m_Rpc))
     , m_Engine(m_Library.createEngineRequest().send().getResult())
@@ -30,6 +40,7 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     , m_Readable(socket, QSocketNotifier::Read)
     , m_Writable(socket, QSocketNotifier::Write)
 {
+    m_Rpc.setFlowLimit(MostCallWords);
     m_Writable.setEnabled(false);
     for (QSocketNotifier* notifier : {&m_Readable, &m_Writable})
         QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] { Poll(); });
@@ -46,44 +57,84 @@ void Attachment::SetLost()
 
 void Attachment::Poll()
 {
+    m_ReadUntil = Clock::now() + ReadingSlice;
+    m_Messages.Resume();
     m_Loop->Poll();
-    m_Writable.setEnabled(!m_Lost && m_Network.getCurrentQueueSize() > 0);
+    const std::size_t waiting = m_Network.getCurrentQueueSize();
+    m_Readable.setEnabled(!m_Lost && waiting <= MostBytesWaiting);
+    m_Writable.setEnabled(!m_Lost && waiting > 0);
 }
 
+bool Attachment::MayRead()
+{
+    return m_Network.getCurrentQueueSize() <= MostBytesWaiting && (m_Waiting || Clock::now() < m_ReadUntil);
+}
+
+void Attachment::BeginWaiting()
+{
+    ++m_Call;
+    m_CallSince = m_WaitingSince = Clock::now();
+    m_Waiting = true;
+    m_IsLong = false;
+    m_Messages.Resume();
+}
+
+/// The first look at a call comes when it has just become long.
 kj::Promise<void> Attachment::Watch()
 {
-    return m_Loop->Timer().afterDelay(m_Patience.Interval.count() * kj::MILLISECONDS).then([this] {
-        CheckAlive();
+    const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_CallSince);
+    const auto delay = m_Waiting && age < m_Patience.Interval ? m_Patience.Interval - age : m_Patience.Interval;
+    return m_Loop->Timer().afterDelay(delay.count() * kj::MILLISECONDS).then([this] {
+        LookAtCall();
         return Watch();
     });
 }
 
-void Attachment::CheckAlive()
+void Attachment::LookAtCall()
 {
+    m_Messages.Resume(); // what waited to be sent may have gone
     // KJ's clock stands still while it does not run, so its timer may fire early: only our own clock counts.
     const auto now = Clock::now();
-    if (!m_Waiting || m_Hanging) return;
-    if (!m_PingSent) {
+    if (!m_Waiting || now - m_CallSince < m_Patience.Interval) return;
+    if (!std::exchange(m_IsLong, true)) m_LongCall();
+    if (!m_Hanging) CheckAlive(now);
+}
+
+void Attachment::CheckAlive(Clock::time_point now)
+{
+    // What came before the ping's answer has been handled by now: an answer to the call would have ended it.
+    if (m_UnknownCall == m_Call) {
+        m_Patience.BeforePing = std::min(m_Patience.BeforePing, m_Patience.AfterLoss);
+        GiveUp("The server has lost the answer; the call was given up and may have taken effect."_kj);
+    } else if (!m_PingSent) {
         if (now - m_WaitingSince >= m_Patience.BeforePing) Ping();
     } else if (now - std::max(m_PingSince, m_WaitingSince) >= m_Patience.ForPingAnswer) {
         m_Hanging = true;
-        m_Calls.cancel(
-            KJ_EXCEPTION(FAILED, "The server does not answer; the call was given up and may still take effect."));
+        GiveUp("The server does not answer; the call was given up and may still take effect."_kj);
     }
+}
+
+void Attachment::GiveUp(kj::StringPtr why)
+{
+    m_Calls.cancel(kj::Exception(kj::Exception::Type::FAILED, __FILE__, __LINE__, kj::heapString(why)));
 }
 
 void Attachment::Ping()
 {
     m_PingSent = true;
     m_PingSince = Clock::now();
+    m_PingedCall = m_Call;
     m_Ping = m_Library.pingRequest()
                  .send()
-                 .then(
-                     [this](auto&&) {
-                         m_PingSent = false;
-                         m_Hanging = false;
-                         m_WaitingSince = Clock::now();
-                     },
-                     [](kj::Exception&&) {}) // the connection is lost: its own promise tells
+                 .then([this](auto&& answer) { NotePingAnswer(answer.getCallsUnderWay()); },
+                       [](kj::Exception&&) {}) // the connection is lost: its own promise tells
                  .eagerlyEvaluate(nullptr);
+}
+
+void Attachment::NotePingAnswer(qint32 callsUnderWay)
+{
+    m_PingSent = false;
+    m_Hanging = false;
+    m_WaitingSince = Clock::now();
+    if (callsUnderWay == 0) m_UnknownCall = m_PingedCall;
 }

@@ -51,7 +51,7 @@ bool Connection::Attach()
     }
     if (socket < 0) return false;
     m_Attachment.reset();
-    m_Attachment = std::make_unique<Attachment>(m_Loop, socket, m_Patience);
+    m_Attachment = std::make_unique<Attachment>(m_Loop, socket, m_Patience, [this] { m_LongCall(); });
     ++m_Generation;
     for (ControllerSubscription* subscription : m_Subscriptions) subscription->Renew();
     return true;
@@ -71,7 +71,8 @@ void Connection::EnsureUsable()
 void Connection::NoteFailure(const kj::Exception& failure)
 {
     // KJ reports the end of the connection to the call first: the next call must not try the dead one again.
-    if (m_Attachment && IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED) m_Attachment->SetLost();
+    if (m_Attachment && IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED)
+        m_Attachment->SetLost();
 }
 
 ServerError Connection::ToServerError(const kj::Exception& failure)

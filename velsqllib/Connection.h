@@ -44,6 +44,9 @@ public:
         }
     }
 
+    /// See VelSQLLib.
+    void OnLongCall(std::function<void()> action) { m_LongCall = std::move(action); }
+
     /// Sends what dropping references left to be sent, soon: KJ does not run by itself.
     void PollLater();
 
@@ -66,6 +69,7 @@ private:
     EventQueue m_Events;
     QList<ControllerSubscription*> m_Subscriptions;
     QElapsedTimer m_LastAttempt;
+    std::function<void()> m_LongCall = [] {};
     quint64 m_Generation = 0;
     bool m_PollPending = false;
 };

@@ -65,7 +65,16 @@ ControllerSubscription::~ControllerSubscription() noexcept
 
 void ControllerSubscription::Renew()
 {
-    m_Subscription = SendSubscribe().getSubscription();
+    m_Refused = false;
+    auto answer = SendSubscribe();
+    m_Subscription = answer.getSubscription();
+    m_Renewal = answer
+                    .then([](auto&&) {},
+                          [this](kj::Exception&& failure) {
+                              // A connection that is lost again is renewed again.
+                              m_Refused = failure.getType() != kj::Exception::Type::DISCONNECTED;
+                          })
+                    .eagerlyEvaluate(nullptr);
 }
 
 capnp::RemotePromise<wire::Controller::SubscribeResults> ControllerSubscription::SendSubscribe()

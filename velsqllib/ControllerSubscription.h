@@ -10,8 +10,9 @@ public:
     ControllerSubscription(ConnectionRef connection, QString controllerName, ControllerEvents& events);
     ~ControllerSubscription() noexcept override;
 
-    /// Subscribes to the controller of that name on a new server; one without such a controller sends no events.
+    /// Subscribes to the controller of that name on a new server; one that refuses, or has no such controller, closes it.
     void Renew();
+    bool IsOpen() const override { return !m_Refused; }
 
 private:
     capnp::RemotePromise<wire::Controller::SubscribeResults> SendSubscribe();
@@ -20,4 +21,6 @@ private:
     QString m_ControllerName;
     std::shared_ptr<EventSink> m_Sink;
     kj::Maybe<wire::Subscription::Client> m_Subscription;
+    bool m_Refused = false;
+    kj::Promise<void> m_Renewal = nullptr;
 };

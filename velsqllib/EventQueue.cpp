@@ -11,6 +11,10 @@ EventQueue::EventQueue()
 
 kj::Promise<void> EventQueue::Add(std::shared_ptr<EventSink> sink, Deliver deliver)
 {
+    if (sink->Waiting >= MostWaiting)
+        return kj::Exception(kj::Exception::Type::OVERLOADED, __FILE__, __LINE__,
+                             kj::heapString("Too many events wait for the client."));
+    ++sink->Waiting;
     auto done = kj::newPromiseAndFulfiller<void>();
     m_Events.push_back({std::move(sink), std::move(deliver), kj::mv(done.fulfiller)});
     m_Turn.start();
@@ -40,6 +44,7 @@ void EventQueue::HandleSlice()
 
 void EventQueue::Handle(Event event)
 {
+    --event.Sink->Waiting;
     try {
         if (event.Sink->Target) event.DeliverTo(*event.Sink->Target);
     } catch (...) {

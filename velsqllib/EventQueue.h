@@ -13,6 +13,8 @@ struct EventSink
 {
     /// Null once the subscription has ended: its events are then dropped.
     ControllerEvents* Target = nullptr;
+    /// Its events in the queue.
+    int Waiting = 0;
 };
 
 /// Server events wait here, in order, until the event loop has time for them: none is handled inside a call, and a storm of them
@@ -23,12 +25,14 @@ class EventQueue : public QObject
 
 public:
     static constexpr int SliceMs = 10;
+    /// Of one sink. The bundled server leaves a quarter of it unanswered; one that sends more has not waited for the answers.
+    static constexpr int MostWaiting = 1024;
 
     using Deliver = std::function<void(ControllerEvents&)>;
 
     EventQueue();
 
-    /// The promise is fulfilled when the event has been handled or dropped.
+    /// The promise is fulfilled when the event has been handled or dropped; it fails when too many wait.
     kj::Promise<void> Add(std::shared_ptr<EventSink> sink, Deliver deliver);
     void Clear();
 

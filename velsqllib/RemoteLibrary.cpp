@@ -21,6 +21,11 @@ RemoteLibrary::RemoteLibrary(const QString& socketPath, const QString& serverPro
 
 RemoteLibrary::~RemoteLibrary() = default;
 
+void RemoteLibrary::OnLongCall(std::function<void()> action)
+{
+    m_Connection->OnLongCall(std::move(action));
+}
+
 EngineRef RemoteLibrary::CreateEngine()
 {
     if (!m_Connection->Attach()) {

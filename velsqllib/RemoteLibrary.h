@@ -13,6 +13,7 @@ public:
     RemoteLibrary(const QString& socketPath, const QString& serverProgram, const Attachment::Patience& patience = {});
     ~RemoteLibrary() override;
 
+    void OnLongCall(std::function<void()> action) override;
     EngineRef CreateEngine() override;
     /// As CreateEngine, but starts no server: throws ServerError when none runs.
     EngineRef AttachEngine();

@@ -3,6 +3,8 @@
 #include "core/automation/ResultSet.h"
 #include "core/automation/Variant.h"
 
+#include <functional>
+
 /// Anything that a server hands out by reference. Every operation of every object throws ServerError when it fails.
 class ServerObject
 {
@@ -56,6 +58,9 @@ public:
     EventSubscription(const EventSubscription&) = delete;
     EventSubscription& operator=(const EventSubscription&) = delete;
     virtual ~EventSubscription();
+
+    /// False: no event arrives any more, because a server that was started again has refused it.
+    virtual bool IsOpen() const { return true; }
 };
 
 using EventSubscriptionRef = std::unique_ptr<EventSubscription>;
@@ -165,6 +170,9 @@ class VelSQLLib
 {
 public:
     virtual ~VelSQLLib();
+
+    /// What is given is run once from inside every call that has lasted some 30 ms; it must neither call the server nor throw.
+    virtual void OnLongCall(std::function<void()>) {}
 
     /// Attaches to a running server or starts one. Throws ServerError when there is none to be had.
     virtual EngineRef CreateEngine() = 0;

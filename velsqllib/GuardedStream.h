@@ -1,0 +1,43 @@
+#pragma once
+
+#include <capnp/serialize-async.h>
+#include <kj/async-io.h>
+
+#include <functional>
+
+/// The client's end of the wire, on guard against a server that floods it: messages are read only while there is time and room for
+/// them, and what no server has to send ends the connection.
+class GuardedStream final : public capnp::MessageStream
+{
+public:
+    /// Calls of a server (its events) that it has not finished; the bundled one has 256 for each subscription.
+    static constexpr int MostOpenCalls = 1'000'000;
+
+    /// `mayRead` is asked before each message; while it says no, nothing is read until Resume.
+    GuardedStream(kj::AsyncIoStream& stream, std::function<bool()> mayRead);
+
+    /// Asks again.
+    void Resume();
+
+    using MessageStream::tryReadMessage;
+    kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> tryReadMessage(kj::ArrayPtr<kj::AutoCloseFd> fdSpace,
+                                                                      capnp::ReaderOptions options,
+                                                                      kj::ArrayPtr<capnp::word> scratchSpace) override;
+    using MessageStream::writeMessage;
+    kj::Promise<void> writeMessage(kj::ArrayPtr<const int> fds,
+                                   kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>> segments) override;
+    using MessageStream::writeMessages;
+    kj::Promise<void>
+    writeMessages(kj::ArrayPtr<kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>>> messages) override;
+    kj::Maybe<int> getSendBufferSize() override { return m_Stream.getSendBufferSize(); }
+    kj::Promise<void> end() override { return m_Stream.end(); }
+
+private:
+    kj::Promise<void> WhenMayRead();
+    void Check(capnp::MessageReader& message);
+
+    capnp::AsyncIoMessageStream m_Stream;
+    std::function<bool()> m_MayRead;
+    kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_Resumed;
+    int m_OpenCalls = 0;
+};
