@@ -40,6 +40,7 @@ void frmController::ConnectFields()
     connect(cmbExecType, &ListBox::Click, this, &frmController::cmbExecType_Click);
     connect(chkEvent_0, &QCheckBox::stateChanged, this, &frmController::UpdateEventSubscription);
     connect(chkEvent_1, &QCheckBox::stateChanged, this, &frmController::UpdateEventSubscription);
+    connect(tmrCtrlProp, &GridRefresher::Refreshed, this, &frmController::KeepSubscribed);
 }
 
 void frmController::ConnectCommands()
@@ -176,8 +177,25 @@ void frmController::UpdateEventSubscription()
 {
     m_ItemEventsWanted = CheckToBool(chkEvent_0);
     m_StateEventsWanted = CheckToBool(chkEvent_1);
-    if (!m_ItemEventsWanted && !m_StateEventsWanted) m_csCtrlEvt.reset();
-    else if (!m_csCtrlEvt) ReportErrors([this] { m_csCtrlEvt = m_csCtrl->Subscribe(*this); });
+    if (!m_ItemEventsWanted && !m_StateEventsWanted) {
+        m_csCtrlEvt.reset();
+        m_SubscribingFails = false;
+    }
+    KeepSubscribed();
+}
+
+/// A ticked box is the window's wish for as long as it is shown: what fails is tried again with the grid's refresh.
+void frmController::KeepSubscribed()
+{
+    if (!tmrCtrlProp->IsRunning() || (!m_ItemEventsWanted && !m_StateEventsWanted)) return;
+    if (m_csCtrlEvt && m_csCtrlEvt->IsOpen()) return;
+    m_csCtrlEvt.reset();
+    try {
+        m_csCtrlEvt = m_csCtrl->Subscribe(*this);
+        m_SubscribingFails = false;
+    } catch (...) {
+        if (!std::exchange(m_SubscribingFails, true)) LogErrorDescription();
+    }
 }
 
 void frmController::m_csCtrlEvt_OnChangeState(qint32 lNewVal)

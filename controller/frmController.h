@@ -32,6 +32,7 @@ private:
     bool LayoutControllerGrid();
     void RefreshControllerGrid();
     void UpdateEventSubscription();
+    void KeepSubscribed();
     bool PutTag(int typeIndex);
     void ShowExecuteResult(const Variant& result);
 
@@ -55,6 +56,8 @@ private:
     ControllerRef m_csCtrl;
     /// The one subscription; empty while no event is wanted.
     EventSubscriptionRef m_csCtrlEvt;
+    /// Subscribing has failed, and was logged, since it last succeeded or was wanted.
+    bool m_SubscribingFails = false;
     GridRefresher* tmrCtrlProp;
     bool m_ItemEventsWanted = false;
     bool m_StateEventsWanted = false;

@@ -62,6 +62,23 @@ TEST_F(ControllerEventLog, ThereIsOneSubscriptionWhileEventsAreWantedAndTheWindo
     EXPECT_EQ(TakeLog(), QStringList{u"Too many"_s});
 }
 
+TEST_F(ControllerEventLog, WhatCannotBeSubscribedIsTriedAgainWhileTheWindowIsShownAndLoggedOnce)
+{
+    m_Server.FailOperation(u"Subscribe"_s, u"Gone"_s);
+    Tick("chkEvent_0");
+    const auto isTriedAgain = [this] { return m_Server.m_Calls.count(u"Controller(PLC1).Subscribe()"_s) >= 3; };
+    EXPECT_TRUE(QTest::qWaitFor(isTriedAgain, 20'000));
+    Press("cmdHide");
+    TakeCalls();
+    Tick("chkEvent_1");
+    QTest::qWait(700);
+    EXPECT_EQ(TakeEventCalls(), QStringList()) << "nothing while it is hidden";
+    m_Form->ShowForm();
+    m_Server.FailOperation(u"Subscribe"_s, QString());
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !m_Server.m_Subscribers.isEmpty(); }, 20'000));
+    EXPECT_EQ(TakeLog(), QStringList{u"Gone"_s});
+}
+
 TEST_F(ControllerEventLog, LogsTheEventsThatAreWanted)
 {
     Tick("chkEvent_0");
