@@ -6,8 +6,10 @@ namespace {
 
 /// How long messages are read before input and timers get their turn.
 constexpr std::chrono::milliseconds ReadingSlice{10};
-/// While more than this waits to be sent, nothing is read: what is read would only make more of it.
+/// While more than this waits to be sent, nothing is read: what is read would only make more of it. The RPC system's queue is a chain
+/// that goes link by link when the connection goes: 50,000 links are more than a stack of 8 MB takes.
 constexpr std::size_t MostBytesWaiting = 8 * 1024 * 1024;
+constexpr std::size_t MostMessagesWaiting = 20'000;
 /// Calls of the server's of this size together may wait for their answers.
 constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
 
@@ -60,14 +62,18 @@ void Attachment::Poll()
     m_ReadUntil = Clock::now() + ReadingSlice;
     m_Messages.Resume();
     m_Loop->Poll();
-    const std::size_t waiting = m_Network.getCurrentQueueSize();
-    m_Readable.setEnabled(!m_Lost && waiting <= MostBytesWaiting);
-    m_Writable.setEnabled(!m_Lost && waiting > 0);
+    m_Readable.setEnabled(!m_Lost && !IsCongested());
+    m_Writable.setEnabled(!m_Lost && m_Network.getCurrentQueueSize() > 0);
+}
+
+bool Attachment::IsCongested()
+{
+    return m_Network.getCurrentQueueSize() > MostBytesWaiting || m_Network.getCurrentQueueCount() > MostMessagesWaiting;
 }
 
 bool Attachment::MayRead()
 {
-    return m_Network.getCurrentQueueSize() <= MostBytesWaiting && (m_Waiting || Clock::now() < m_ReadUntil);
+    return !IsCongested() && (m_Waiting || Clock::now() < m_ReadUntil);
 }
 
 void Attachment::BeginWaiting()

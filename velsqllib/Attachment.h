@@ -55,6 +55,7 @@ public:
 
 private:
     void BeginWaiting();
+    bool IsCongested();
     bool MayRead();
     kj::Promise<void> Watch();
     void LookAtCall();

@@ -1,8 +1,16 @@
 #include "velsqllib/KjLoop.h"
 
+namespace {
+
+/// After so many steps the loop looks at its timers, also while messages come without end.
+constexpr kj::uint MostStepsBetweenLooks = 1000;
+
+} // namespace
+
 KjLoop::KjLoop()
     : m_Context(kj::setupAsyncIo())
 {
+    m_Context.waitScope.setBusyPollInterval(MostStepsBetweenLooks);
 }
 
 std::shared_ptr<KjLoop> KjLoop::OfThisThread()

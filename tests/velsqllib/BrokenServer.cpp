@@ -44,20 +44,20 @@ class Engine final : public wire::Engine::Server
 {
 public:
     explicit Engine(std::atomic<int>& refused)
-        : m_Refused(refused)
+        : m_Controller(kj::heap<Controller>(refused))
     {
     }
 
     kj::Promise<void> getController(GetControllerContext context) override
     {
-        context.getResults().setResult(kj::heap<Controller>(m_Refused));
+        context.getResults().setResult(m_Controller);
         return kj::READY_NOW;
     }
     kj::Promise<void> start(StartContext) override { return kj::NEVER_DONE; }
     kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
 
 private:
-    std::atomic<int>& m_Refused;
+    wire::Controller::Client m_Controller;
 };
 
 class Library final : public wire::Library::Server
@@ -103,9 +103,9 @@ BrokenServer::~BrokenServer()
 void BrokenServer::Serve(qint32 callsUnderWay, int ending)
 {
     kj::AsyncIoContext io = kj::setupAsyncIo();
-    const auto end = io.lowLevelProvider->wrapInputFd(ending, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
+    auto end = io.lowLevelProvider->wrapInputFd(ending, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
     const std::string address = "unix:" + SocketPath().toStdString();
-    const auto listener = io.provider->getNetwork().parseAddress(address.c_str()).wait(io.waitScope)->listen();
+    auto listener = io.provider->getNetwork().parseAddress(address.c_str()).wait(io.waitScope)->listen();
     capnp::TwoPartyServer server(kj::heap<Library>(callsUnderWay, m_Refused));
     const auto served = server.listen(*listener);
     m_Listening = true;
