@@ -65,13 +65,13 @@ class Library final : public wire::Library::Server
 public:
     Library(qint32 callsUnderWay, std::atomic<int>& refused)
         : m_CallsUnderWay(callsUnderWay)
-        , m_Refused(refused)
+        , m_Engine(kj::heap<Engine>(refused))
     {
     }
 
     kj::Promise<void> createEngine(CreateEngineContext context) override
     {
-        context.getResults().setResult(kj::heap<Engine>(m_Refused));
+        context.getResults().setResult(m_Engine);
         return kj::READY_NOW;
     }
     kj::Promise<void> ping(PingContext context) override
@@ -82,7 +82,7 @@ public:
 
 private:
     const qint32 m_CallsUnderWay;
-    std::atomic<int>& m_Refused;
+    wire::Engine::Client m_Engine;
 };
 
 } // namespace
