@@ -10,8 +10,8 @@
 
 #include <memory>
 
-/// One run of a script in a process of its own, which ends with this object, whatever it is doing. Output is taken at most once a frame
-/// and in bounded pieces; a script that prints faster waits.
+/// One run of a script in a process of its own, which ends with this object, whatever it is doing. Output is taken at
+/// most once a frame and in bounded pieces; a script that prints faster waits.
 class ScriptProcess : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,8 @@ public:
 
 Q_SIGNALS:
     void Printed(ScriptProcess::Channel channel, const QString& text);
-    /// Once, when the process is gone (or could not be started) and what it printed was handed out; a sentence for the operator.
+    /// Once, when the process is gone (or could not be started) and what it printed was handed out; a sentence for the
+    /// operator.
     void Ended(const QString& how);
 
 private:

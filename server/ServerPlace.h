@@ -4,8 +4,8 @@
 
 #include <csignal>
 
-/// The place of the user's server at its socket, and how one server gives it to another: a service takes it from a server that a
-/// console, a script or somebody without a plant of his own has started.
+/// The place of the user's server at its socket, and how one server gives it to another: a service takes it from a
+/// server that a console, a script or somebody without a plant of his own has started.
 namespace ServerPlace {
 
 /// Asks a server that gives way to end.
@@ -14,8 +14,8 @@ inline constexpr int RequestSignal = SIGUSR2;
 /// Says, in the socket's lock file, whether this server gives way; while it holds the lock.
 void Announce(const QString& socketPath, bool givesWay);
 
-/// Makes a server that gives way end; returns when none is left, and at once where there is none. Throws DescribedError when it
-/// stays.
+/// Makes a server that gives way end; returns when none is left, and at once where there is none. Throws DescribedError
+/// when it stays.
 void Take(const QString& socketPath);
 
 /// Where the one that ends leaves its added items for the one that comes.

@@ -209,7 +209,8 @@ int ScriptBridge::Wait(std::optional<int> milliseconds, bool untilHandled)
     return outcome.Handled;
 }
 
-/// Results that the script cannot reach any more go back to the server; not so often that it would take much of the time.
+/// Results that the script cannot reach any more go back to the server; not so often that it would take much of the
+/// time.
 void ScriptBridge::ReleaseResults()
 {
     constexpr qint64 atMostEveryMs = 100;

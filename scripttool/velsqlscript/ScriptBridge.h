@@ -43,7 +43,8 @@ public:
     Q_INVOKABLE void Exit(double code);
 
 private:
-    /// The engine collects what it no longer needs by its own memory, which says nothing about what the server holds for it.
+    /// The engine collects what it no longer needs by its own memory, which says nothing about what the server holds
+    /// for it.
     static constexpr int FewResults = 8;
 
     QJSValue RunPrelude();

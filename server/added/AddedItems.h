@@ -6,13 +6,15 @@
 
 #include <optional>
 
-/// The items that operators have added: made by their definitions, and kept for the next server when the plant comes from a file.
+/// The items that operators have added: made by their definitions, and kept for the next server when the plant comes
+/// from a file.
 class AddedItems : public ItemMaker
 {
 public:
     explicit AddedItems(Plant& plant);
 
-    /// The plant was read from this file: adds the items that were kept for it, and keeps those of controllers that want it.
+    /// The plant was read from this file: adds the items that were kept for it, and keeps those of controllers that
+    /// want it.
     void Keep(const QString& plantPath);
     /// Adds the items of a server whose place this one has taken.
     void TakeOver(const QString& path);

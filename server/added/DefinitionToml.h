@@ -4,7 +4,8 @@
 
 #include <QList>
 
-/// Item definitions as plant files hold them: a list of texts, flags and whole numbers, whose types follow from their places.
+/// Item definitions as plant files hold them: a list of texts, flags and whole numbers, whose types follow from their
+/// places.
 
 /// `["Note", false, "", ...]`, in one line.
 QString DefinitionToToml(const Variant& definition);

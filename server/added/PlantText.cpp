@@ -46,7 +46,8 @@ QList<int> Beginnings(const toml::table& root)
     return lines;
 }
 
-/// In front of which line, from 0, a controller's further items go: behind its own, and not between a comment and what it is about.
+/// In front of which line, from 0, a controller's further items go: behind its own, and not between a comment and what
+/// it is about.
 qsizetype PlaceFor(int controllerLine, const QList<int>& beginnings, const QStringList& lines)
 {
     const auto next = std::upper_bound(beginnings.begin(), beginnings.end(), controllerLine);

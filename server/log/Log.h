@@ -14,7 +14,8 @@ enum class LogLevel
 /// Lines less important than `level` are left out from now on; at first Debug lines are.
 void SetLogLevel(LogLevel level);
 
-/// From now on lines go to this file; to standard error as well until LeaveStandardError. A file that cannot be written is warned of.
+/// From now on lines go to this file; to standard error as well until LeaveStandardError. A file that cannot be written
+/// is warned of.
 void LogToFile(const QString& path);
 /// After LogToFile: standard error, which whoever started the server reads no longer, becomes that file, or nothing.
 void LeaveStandardError();
