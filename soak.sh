@@ -4,7 +4,14 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 case ${1-} in
-    --help) echo "usage: ./soak.sh [MINUTES]      (default: 10)"; exit ;;
+    --help)
+        echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
+        echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
+        exit ;;
+    --faults)
+        shift
+        scripts/build.sh release
+        exec scripts/run-faults.sh "$@" ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
 esac
 export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))

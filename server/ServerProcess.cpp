@@ -73,11 +73,17 @@ void ServerProcess::Run()
 void ServerProcess::Close()
 {
     if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
-    m_Clients->OnCountChanged(nullptr); // their going now says nothing
-    m_Clients = nullptr;
-    m_Socket.reset(); // before the history takes its time: nobody is to wait at a server that has ended
+    Disconnect(); // before the history takes its time: nobody is to wait at a server that has ended
     // What clients were waiting for is given up in the next turns of the loop.
     m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
+}
+
+void ServerProcess::Disconnect()
+{
+    if (!m_Clients) return;
+    m_Clients->OnCountChanged(nullptr); // their going now says nothing
+    m_Clients = nullptr;
+    m_Socket.reset();
 }
 
 Moment ServerProcess::Now()
@@ -142,10 +148,16 @@ void ServerProcess::WatchIdleness()
     const auto delay = *m_Options.StopWhenIdle * kj::SECONDS;
     m_IdleWatch = m_Io.provider->getTimer()
                       .afterDelay(delay)
-                      .then([this] {
-                          if (IsIdle()) End(QStringLiteral("The last client has gone."));
-                      })
+                      .then([this] { m_Tasks.add(kj::evalLater([this] { EndIfIdle(); })); })
                       .eagerlyEvaluate(nullptr);
+}
+
+void ServerProcess::EndIfIdle()
+{
+    if (m_Clients) m_Clients->TakeWaiting(); // who is at the door is served
+    if (!m_Clients || !IsIdle()) return;
+    Disconnect(); // at once, so that who comes now starts a server and does not meet one that ends
+    End(QStringLiteral("The last client has gone."));
 }
 
 bool ServerProcess::IsIdle() const

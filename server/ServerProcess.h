@@ -43,10 +43,12 @@ private:
     bool GivesWay() const;
     void WatchSignals();
     void WatchIdleness();
+    void EndIfIdle();
     bool IsIdle() const;
     CommandSubjects SubjectsOfCommands();
     void End(const QString& reason);
     void Close();
+    void Disconnect();
 
     kj::AsyncIoContext& m_Io;
     const ServerOptions m_Options;

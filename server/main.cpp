@@ -86,6 +86,9 @@ void AllowManyDescriptors()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
+/// After so many steps of work the loop looks at all sockets and timers again, however much is left to do.
+constexpr uint EventsBetweenLooks = 64;
+
 int Serve(const ServerOptions& options)
 {
     kj::UnixEventPort::captureSignal(SIGTERM);
@@ -96,6 +99,7 @@ int Serve(const ServerOptions& options)
     signal(SIGXFSZ, SIG_IGN); // a full disk is an error like others
     AllowManyDescriptors();
     auto io = kj::setupAsyncIo();
+    io.waitScope.setBusyPollInterval(EventsBetweenLooks);
     ServerProcess server(io, options);
     server.Run();
     return 0;

@@ -23,6 +23,8 @@ public:
 
     /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not be used.
     bool Attach();
+    /// There was an attachment, and its server has gone.
+    bool IsLost() const { return m_Attachment && m_Attachment->IsLost(); }
     /// Counts attachments: what was got from the server under another number is stale.
     quint64 Generation() const { return m_Generation; }
     /// The engine of the present attachment; only inside a call.

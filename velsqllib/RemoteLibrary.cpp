@@ -6,6 +6,12 @@
 #include "velsqllib/ServerStarter.h"
 #include "velsqllib/TypedTextConverter.h"
 
+namespace {
+
+constexpr int MostAttempts = 3;
+
+} // namespace
+
 RemoteLibrary::RemoteLibrary()
     : RemoteLibrary(ServerSocketPath(), FindServerProgram())
 {
@@ -28,11 +34,22 @@ void RemoteLibrary::OnLongCall(std::function<void()> action)
 
 EngineRef RemoteLibrary::CreateEngine()
 {
-    if (!m_Connection->Attach()) {
-        ServerStarter starter(m_ServerProgram, m_SocketPath);
-        while (!m_Connection->Attach()) starter.WaitAWhile();
+    for (int attempt = 1;; ++attempt) {
+        AttachOrStart();
+        try {
+            return AttachedEngine();
+        } catch (const ServerError&) {
+            // A server that was just ending took the connection and no call: the next one is asked.
+            if (attempt == MostAttempts || !m_Connection->IsLost()) throw;
+        }
     }
-    return AttachedEngine();
+}
+
+void RemoteLibrary::AttachOrStart()
+{
+    if (m_Connection->Attach()) return;
+    ServerStarter starter(m_ServerProgram, m_SocketPath);
+    while (!m_Connection->Attach()) starter.WaitAWhile();
 }
 
 EngineRef RemoteLibrary::AttachEngine()

@@ -22,6 +22,7 @@ public:
     void Ping();
 
 private:
+    void AttachOrStart();
     EngineRef AttachedEngine();
 
     QString m_SocketPath;

@@ -39,6 +39,18 @@ int MakeSocket()
     return descriptor;
 }
 
+/// Removes the socket of a server that was killed: the lock says that none is running. Nothing else is ever removed.
+void RemoveLeftover(const char* path)
+{
+    struct stat status
+    {
+    };
+    if (lstat(path, &status) != 0) return; // what is wrong, if anything, is said when it is bound
+    if (!S_ISSOCK(status.st_mode))
+        throw DescribedError(QStringLiteral("%1 exists and is no socket.").arg(QFile::decodeName(path)));
+    unlink(path);
+}
+
 const sockaddr* Generic(const sockaddr_un& address)
 {
     return reinterpret_cast<const sockaddr*>(&address);
@@ -128,8 +140,8 @@ void ListeningSocket::Lock()
 void ListeningSocket::Listen()
 {
     const sockaddr_un address = AddressOf(m_Path);
+    RemoveLeftover(address.sun_path);
     m_Socket = MakeSocket();
-    unlink(address.sun_path); // a file left by a server that was killed: the lock says that none is running
     const mode_t before = umask(0177);
     const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, 128) == 0;
     umask(before);

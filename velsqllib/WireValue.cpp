@@ -205,7 +205,11 @@ void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects&
 
 Variant ReadValue(wire::Value::Reader reader, WireObjects& objects)
 {
-    return ReadAt(reader, objects, 1);
+    try {
+        return ReadAt(reader, objects, 1);
+    } catch (const kj::Exception&) { // pointers into nowhere, lists that claim more than there is, endless repetition
+        throw ValueError(QStringLiteral("A value arrived that cannot be read."));
+    }
 }
 
 capnp::ReaderOptions WireReaderOptions()

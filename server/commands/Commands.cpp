@@ -8,6 +8,15 @@ namespace {
 
 constexpr qint32 MostEvents = 1'000'000;
 
+/// A million events at once would hold up everybody else for seconds.
+kj::Promise<Variant> RaiseInTurns(qint32 times, std::function<void()> raise)
+{
+    constexpr qint32 AtOnce = 100;
+    for (qint32 i = 0; i < std::min(times, AtOnce); ++i) raise();
+    if (times <= AtOnce) return Variant();
+    return kj::evalLater([times, raise = std::move(raise)] { return RaiseInTurns(times - AtOnce, raise); });
+}
+
 } // namespace
 
 // In the order of docs/server.md; an empty command lists them.
@@ -121,9 +130,10 @@ kj::Promise<Variant> Commands::Fire(Order& order)
     const PlantItemRef item = isState ? nullptr : controller.Item(order.Text.Word(u"an item"));
     const qint32 times = order.Text.Number(u"The number of times", 0);
     if (times > MostEvents) throw ServerError(QStringLiteral("At most %1 events are fired at once.").arg(MostEvents));
-    for (qint32 i = 0; i < times; ++i)
-        isState ? controller.RaiseStateChanged(state) : controller.RaiseItemChanged(item);
-    return Variant();
+    const PlantControllerRef held = controller.shared_from_this();
+    return RaiseInTurns(times, [held, isState, state, item] {
+        isState ? held->RaiseStateChanged(state) : held->RaiseItemChanged(item);
+    });
 }
 
 kj::Promise<Variant> Commands::Disturb(Order& order)
@@ -170,11 +180,12 @@ kj::Promise<Variant> Commands::ReportPlant(Order&)
 
 kj::Promise<Variant> Commands::ReportReferences(Order&)
 {
-    return Variant(QStringLiteral("controllers %1, items %2, results %3, subscriptions %4")
+    return Variant(QStringLiteral("controllers %1, items %2, results %3, subscriptions %4, events %5")
                        .arg(m_Subjects.Objects.HeldControllers())
                        .arg(m_Subjects.Objects.HeldItems())
                        .arg(m_Subjects.Objects.HeldResults)
-                       .arg(m_Subjects.Objects.Subscriptions));
+                       .arg(m_Subjects.Objects.AllSubscribers().Count())
+                       .arg(m_Subjects.Objects.AllSubscribers().Waiting()));
 }
 
 kj::Promise<Variant> Commands::ReportCalls(Order&)

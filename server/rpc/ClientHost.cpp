@@ -1,12 +1,8 @@
 #include "server/rpc/ClientHost.h"
 
 #include "server/log/Log.h"
-#include "server/rpc/CountingStream.h"
-#include "server/rpc/PacedStream.h"
+#include "server/rpc/ClientNetwork.h"
 #include "velsqllib/ServerSocket.h"
-#include "velsqllib/WireValue.h"
-
-#include <capnp/rpc-twoparty.h>
 
 #include <cerrno>
 #include <cstring>
@@ -15,10 +11,10 @@
 
 namespace {
 
-/// While more than this waits to be sent to a client, its calls are not read.
-constexpr std::size_t MostBytesWaiting = 8 * 1024 * 1024;
-/// A client may have calls of this size under way.
-constexpr std::size_t MostCallWords = 128 * 1024 * 1024;
+/// The same is not said again for so long.
+constexpr auto Silence = 60 * kj::SECONDS;
+/// A client may have calls of this size under way; further ones are not read.
+constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
 
 QString ToText(const kj::Exception& exception)
 {
@@ -32,23 +28,37 @@ struct ClientHost::Client
 {
     Client(ClientHost& host, kj::Own<kj::AsyncIoStream> socket)
         : Host(host)
-        , Stream(kj::mv(socket), host.m_Io.provider->getTimer())
-        , Messages(Stream)
-        , Network(Messages, capnp::rpc::twoparty::Side::SERVER, WireReaderOptions())
-        , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary([this] { return Messages.CallsUnderWay(); })))
+        , Dismissal(kj::newPromiseAndFulfiller<void>())
+        , Network(kj::mv(socket), host.m_Io.provider->getTimer(),
+                  std::make_shared<ClientAccount>(host.m_Ledger, [this] { Dismissal.fulfiller->fulfill(); }))
+        , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary([this] { return Network.CallsUnderWay(); })))
     {
-        Stream.SetCongested([this] { return Network.getCurrentQueueSize() > MostBytesWaiting; });
         Rpc.setFlowLimit(MostCallWords);
         Host.Count(1);
     }
     Client(const Client&) = delete;
     Client& operator=(const Client&) = delete;
-    ~Client() noexcept(false) { Host.Count(-1); }
+    ~Client() noexcept(false)
+    {
+        if (!Network.Refusal().isEmpty()) Host.Say(QStringLiteral("A client was dropped: %1.").arg(Network.Refusal()));
+        Host.m_Ledger->TrimSoon(); // its events too
+        Host.Count(-1);
+    }
+
+    /// Fulfilled when the client has gone or has to go.
+    kj::Promise<void> End()
+    {
+        auto dismissed = kj::mv(Dismissal.promise).then([this] {
+            Host.Say(
+                QStringLiteral("A client was dropped: all clients together keep more than %1 MB, and it keeps most.")
+                    .arg(ClientLedger::MostOfAll / 1024 / 1024));
+        });
+        return Network.OnDisconnect().exclusiveJoin(kj::mv(dismissed));
+    }
 
     ClientHost& Host;
-    PacedStream Stream;
-    CountingStream Messages;
-    capnp::TwoPartyVatNetwork Network;
+    kj::PromiseFulfillerPair<void> Dismissal;
+    ClientNetwork Network;
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
 };
 
@@ -56,6 +66,7 @@ ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLib
     : m_Io(io)
     , m_Listener(listener)
     , m_Incoming(io.unixEventPort, listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)
+    , m_Ledger(std::make_shared<ClientLedger>(io.provider->getTimer()))
     , m_MakeLibrary(std::move(makeLibrary))
     , m_Tasks(*this)
 {
@@ -92,18 +103,16 @@ void ClientHost::Serve(int socket)
 {
     const QString objection = ObjectionTo(socket);
     if (!objection.isEmpty()) {
-        if (objection != m_SaidLast) Log(LogLevel::Warning, objection); // not for each of thousands
-        m_SaidLast = objection;
+        Say(objection);
         close(socket);
         return;
     }
-    m_SaidLast.clear();
     auto stream = m_Io.lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                                   kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK |
                                                                   kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC);
     auto client = kj::heap<Client>(*this, kj::mv(stream));
-    auto gone = client->Network.onDisconnect();
-    m_Tasks.add(gone.attach(kj::mv(client)));
+    auto end = client->End();
+    m_Tasks.add(end.attach(kj::mv(client)));
 }
 
 QString ClientHost::ObjectionTo(int socket) const
@@ -111,6 +120,15 @@ QString ClientHost::ObjectionTo(int socket) const
     if (!IsSameUser(socket)) return QStringLiteral("Another user's process was turned away.");
     if (m_Clients < MostClients) return {};
     return QStringLiteral("There are %1 clients: further ones are turned away.").arg(MostClients);
+}
+
+void ClientHost::Say(const QString& text)
+{
+    const kj::TimePoint now = m_Io.provider->getTimer().now();
+    if (text == m_SaidLast && now - m_SaidAt < Silence) return; // not for each of thousands
+    Log(LogLevel::Warning, text);
+    m_SaidLast = text;
+    m_SaidAt = now;
 }
 
 void ClientHost::Count(int change)

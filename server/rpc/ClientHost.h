@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/rpc/ClientLedger.h"
 #include "velsqllib/velsqllib.capnp.h"
 
 #include <kj/async-io.h>
@@ -19,8 +20,11 @@ public:
     using MakeLibrary = std::function<wire::Library::Client(std::function<int()> callsUnderWay)>;
 
     ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary);
+    ~ClientHost() noexcept(false) { m_Ledger->Close(); }
 
     int ClientCount() const { return m_Clients; }
+    /// Takes those who have connected and whom the loop has not seen yet.
+    void TakeWaiting() { Accept(); }
     /// Called when the number of clients has changed.
     void OnCountChanged(std::function<void()> action) { m_CountChanged = std::move(action); }
 
@@ -32,14 +36,17 @@ private:
     void Serve(int socket);
     QString ObjectionTo(int socket) const;
     void Count(int change);
+    void Say(const QString& text);
     void taskFailed(kj::Exception&& exception) override;
 
     kj::AsyncIoContext& m_Io;
     const int m_Listener;
     kj::UnixEventPort::FdObserver m_Incoming;
+    std::shared_ptr<ClientLedger> m_Ledger;
     const MakeLibrary m_MakeLibrary;
     std::function<void()> m_CountChanged;
     int m_Clients = 0;
-    QString m_SaidLast; ///< why somebody was turned away, until somebody is not
+    QString m_SaidLast; ///< why somebody was turned away or dropped
+    kj::TimePoint m_SaidAt = kj::origin<kj::TimePoint>();
     kj::TaskSet m_Tasks;
 };

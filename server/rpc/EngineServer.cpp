@@ -1,7 +1,6 @@
 #include "server/rpc/EngineServer.h"
 
 #include "server/rpc/ControllerServer.h"
-#include "server/rpc/HistoryServer.h"
 #include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 

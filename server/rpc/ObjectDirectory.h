@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/plant/Plant.h"
+#include "server/rpc/Subscribers.h"
 #include "velsqllib/WireValue.h"
 
 #include <QHash>
@@ -27,14 +28,15 @@ public:
     qsizetype HeldControllers() const { return m_Controllers.size(); }
     qsizetype HeldItems() const { return m_Items.size(); }
     qint32 HeldResults = 0;
-    qint32 Subscriptions = 0;
-    qint64 WaitingEvents = 0; ///< of all subscribers
+    Subscribers& AllSubscribers() { return m_Subscribers; }
+    const Subscribers& AllSubscribers() const { return m_Subscribers; }
 
 private:
     friend class ItemServer;
     friend class ControllerServer;
 
     Services* m_Services = nullptr;
+    Subscribers m_Subscribers;
     QHash<const PlantController*, ControllerServer*> m_Controllers;
     QHash<const PlantItem*, ItemServer*> m_Items;
 };

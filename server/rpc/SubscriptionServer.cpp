@@ -3,68 +3,64 @@
 #include "server/log/Log.h"
 #include "server/rpc/ObjectDirectory.h"
 
-namespace {
-
-constexpr int MostUnanswered = 256;
-
-} // namespace
-
 SubscriptionServer::SubscriptionServer(Services& services, PlantControllerRef controller,
                                        wire::ControllerEvents::Client events)
     : m_Services(services)
+    , m_All(services.Objects.AllSubscribers())
     , m_Controller(std::move(controller))
     , m_Events(kj::mv(events))
     , m_Sending(*this)
 {
-    if (m_Services.Objects.Subscriptions >= MostSubscriptions)
-        throw ServerError(QStringLiteral("There are %1 subscriptions already.").arg(MostSubscriptions));
+    m_All.Add(*this);
     m_Controller->AddObserver(*this);
-    ++m_Services.Objects.Subscriptions;
 }
 
 SubscriptionServer::~SubscriptionServer()
 {
     m_Controller->RemoveObserver(*this);
     End();
-    --m_Services.Objects.Subscriptions;
+    m_All.AddUnanswered(-m_Unanswered);
+    m_All.Remove(*this);
 }
 
 void SubscriptionServer::Queue(Event event)
 {
     if (m_Ended) return;
-    ObjectDirectory& objects = m_Services.Objects;
-    if (m_Waiting.size() >= MostWaiting || objects.WaitingEvents >= MostWaitingOfAll) return Drop();
+    if (m_Waiting.size() >= MostWaiting || !m_All.HasRoomFor(*this))
+        return Drop(QStringLiteral("%1 are waiting, further ones are dropped").arg(m_Waiting.size()), 1);
     m_Waiting.push_back(std::move(event));
-    ++objects.WaitingEvents;
+    m_All.AddWaiting(1);
     SendWaiting();
 }
 
-void SubscriptionServer::Drop()
+void SubscriptionServer::GiveUp()
 {
-    if (m_Dropped++ == 0)
-        Log(LogLevel::Warning,
-            QStringLiteral("A subscriber of controller \"%1\" does not read its events: %2 are waiting, "
-                           "further ones are dropped.")
-                .arg(m_Controller->Name())
-                .arg(m_Waiting.size()));
+    const std::size_t count = m_Waiting.size();
+    Forget();
+    Drop(QStringLiteral("as all subscribers together have %1 waiting, its %2 are dropped")
+             .arg(Subscribers::MostWaiting)
+             .arg(count),
+         count);
+}
+
+void SubscriptionServer::Drop(const QString& why, std::size_t count)
+{
+    if (m_Dropped == 0)
+        Log(LogLevel::Warning, QStringLiteral("A subscriber of controller \"%1\" does not read its events: %2.")
+                                   .arg(m_Controller->Name(), why));
+    m_Dropped += count;
 }
 
 void SubscriptionServer::SendWaiting()
 {
-    while (!m_Waiting.empty() && m_Unanswered < MostUnanswered && !m_Ended) {
+    if (m_Unanswered == 0) m_LastSign = m_All.NextSign(); // nothing has been asked of it
+    while (!m_Waiting.empty() && m_Unanswered < m_All.MostUnanswered() && !m_Ended) {
         ++m_Unanswered;
-        m_Sending.add(Send(m_Waiting.front()).then([this] {
-            --m_Unanswered;
-            SendWaiting();
-        }));
+        m_All.AddUnanswered(1);
+        m_Sending.add(Send(m_Waiting.front()).then([this] { Answered(); }));
         m_Waiting.pop_front();
-        --m_Services.Objects.WaitingEvents;
+        m_All.AddWaiting(-1);
     }
-    if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
-    Log(LogLevel::Warning, QStringLiteral("The subscriber of controller \"%1\" reads again; %2 events were dropped.")
-                               .arg(m_Controller->Name())
-                               .arg(m_Dropped));
-    m_Dropped = 0;
 }
 
 kj::Promise<void> SubscriptionServer::Send(const Event& event)
@@ -79,17 +75,34 @@ kj::Promise<void> SubscriptionServer::Send(const Event& event)
     return request.send().ignoreResult();
 }
 
+void SubscriptionServer::Answered()
+{
+    --m_Unanswered;
+    m_All.AddUnanswered(-1);
+    m_LastSign = m_All.NextSign();
+    SendWaiting();
+    if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
+    Log(LogLevel::Warning, QStringLiteral("The subscriber of controller \"%1\" reads again; %2 events were dropped.")
+                               .arg(m_Controller->Name())
+                               .arg(m_Dropped));
+    m_Dropped = 0;
+}
+
 void SubscriptionServer::taskFailed(kj::Exception&& exception)
 {
     // One event refused says nothing about the next; a subscriber that is gone never answers again.
-    --m_Unanswered;
     if (exception.getType() == kj::Exception::Type::DISCONNECTED) End();
-    else SendWaiting();
+    Answered();
+}
+
+void SubscriptionServer::Forget()
+{
+    m_All.AddWaiting(-static_cast<qint64>(m_Waiting.size()));
+    m_Waiting.clear();
 }
 
 void SubscriptionServer::End()
 {
     m_Ended = true;
-    m_Services.Objects.WaitingEvents -= static_cast<qint64>(m_Waiting.size());
-    m_Waiting.clear();
+    Forget();
 }

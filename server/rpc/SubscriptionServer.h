@@ -6,20 +6,26 @@
 #include <deque>
 #include <variant>
 
+class Subscribers;
+
 /// Sends a controller's events to one subscriber, in order and none twice. Of a subscriber that does not read it keeps
-/// MostWaiting events, of all together MostWaitingOfAll, and drops what comes then.
+/// MostWaiting events and drops what comes then.
 class SubscriptionServer : public wire::Subscription::Server,
                            private ControllerObserver,
                            private kj::TaskSet::ErrorHandler
 {
 public:
     static constexpr std::size_t MostWaiting = 100'000;
-    static constexpr qint64 MostWaitingOfAll = 1'000'000;
-    static constexpr qint32 MostSubscriptions = 10'000;
 
     /// Throws ServerError when there are too many.
     SubscriptionServer(Services& services, PlantControllerRef controller, wire::ControllerEvents::Client events);
     ~SubscriptionServer();
+
+    bool HasWaiting() const { return !m_Waiting.empty(); }
+    /// When it last showed that it reads, as Subscribers count.
+    quint64 LastSign() const { return m_LastSign; }
+    /// Drops what waits, for others.
+    void GiveUp();
 
 private:
     using Event = std::variant<qint32, PlantItemRef>;
@@ -29,16 +35,20 @@ private:
     void taskFailed(kj::Exception&& exception) override;
 
     void Queue(Event event);
-    void Drop();
+    void Drop(const QString& why, std::size_t count);
     void SendWaiting();
     kj::Promise<void> Send(const Event& event);
+    void Answered();
+    void Forget();
     void End();
 
     Services& m_Services;
+    Subscribers& m_All;
     const PlantControllerRef m_Controller;
     wire::ControllerEvents::Client m_Events;
     std::deque<Event> m_Waiting;
     quint64 m_Dropped = 0;
+    quint64 m_LastSign = 0;
     int m_Unanswered = 0;
     bool m_Ended = false;
     kj::TaskSet m_Sending;

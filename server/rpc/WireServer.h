@@ -23,10 +23,12 @@ public:
     dispatchCall(uint64_t interfaceId, uint16_t methodId,
                  capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer> context) override
     {
-        if (!m_Gate.IsWatched()) [[likely]]
+        const capnp::InterfaceSchema schema = capnp::Schema::from<Interface>();
+        const bool isKnown = interfaceId == schema.getProto().getId() && methodId < schema.getMethods().size();
+        if (!m_Gate.IsWatched() || !isKnown) [[likely]] // what a newer client may ask for is refused below
             return Dispatch(interfaceId, methodId, context);
-        const auto method = capnp::Schema::from<Interface>().getMethods()[methodId];
-        auto passed = kj::evalNow([&] { return m_Gate.Pass(Called(), method, context); });
+        context.allowCancellation(); // a call that is held up goes with its client
+        auto passed = kj::evalNow([&] { return m_Gate.Pass(Called(), schema.getMethods()[methodId], context); });
         auto done = passed.then([this, interfaceId, methodId, context]() mutable {
             return Dispatch(interfaceId, methodId, context).promise;
         });

@@ -17,6 +17,21 @@ kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
 
 class RefusingSubscriber : public wire::ControllerEvents::Server
 {
+public:
+    explicit RefusingSubscriber(int* seen)
+        : m_Seen(seen)
+    {
+    }
+
+    DispatchCallResult dispatchCall(uint64_t interfaceId, uint16_t methodId,
+                                    capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer> context) override
+    {
+        if (m_Seen) ++*m_Seen;
+        return Server::dispatchCall(interfaceId, methodId, context);
+    }
+
+private:
+    int* m_Seen;
 };
 
 } // namespace
@@ -82,10 +97,10 @@ capnp::RemotePromise<wire::History::ExecuteResults> TestClient::Query(const QStr
     return request.send();
 }
 
-wire::Subscription::Client TestClient::Subscribe()
+wire::Subscription::Client TestClient::Subscribe(int* seen)
 {
     auto request = Controller().subscribeRequest();
-    request.setEvents(kj::heap<RefusingSubscriber>());
+    request.setEvents(kj::heap<RefusingSubscriber>(seen));
     return Wait(request.send()).getSubscription();
 }
 

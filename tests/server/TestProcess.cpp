@@ -10,6 +10,11 @@ TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
         EXPECT_EQ(first.Terminate(), 0);
         EXPECT_FALSE(QFile::exists(first.SocketPath()));
     }
+    const QTemporaryDir own;
+    WriteFile(own.filePath(u"notes"_s), "precious");
+    EXPECT_EQ(EndOfServer({u"--socket"_s, own.filePath(u"notes"_s)}),
+              QStringList({u"1"_s, u"error: %1 exists and is no socket."_s.arg(own.filePath(u"notes"_s))}));
+    EXPECT_EQ(ContentOf(own.filePath(u"notes"_s)), u"precious");
     const QTemporaryDir open;
     QFile::setPermissions(open.path(), QFile::Permissions(0x7777));
     EXPECT_EQ(

@@ -2,6 +2,8 @@
 #include "tests/server/ServerRun.h"
 #include "velsqllib/ServerSocket.h"
 
+#include <capnp/rpc.capnp.h>
+#include <capnp/serialize.h>
 #include <linux/capability.h>
 #include <random>
 #include <sys/prctl.h>
@@ -31,7 +33,99 @@ void Attack(const QString& socketPath, const QByteArray& bytes)
     close(socket);
 }
 
+using RpcMessage = capnp::rpc::Message::Builder;
+
+/// Messages of the RPC's own, one behind the other, as they go over the wire.
+QByteArray Wire(std::initializer_list<std::function<void(RpcMessage)>> messages)
+{
+    QByteArray bytes;
+    for (const auto& write : messages) {
+        capnp::MallocMessageBuilder message;
+        write(message.initRoot<capnp::rpc::Message>());
+        const auto words = capnp::messageToFlatArray(message);
+        bytes.append(words.asChars().begin(), static_cast<qsizetype>(words.asChars().size()));
+    }
+    return bytes;
+}
+
+void AskLibrary(RpcMessage message)
+{
+    message.initBootstrap().setQuestionId(0);
+}
+
+/// Question `id`: the controller PLC1 for 2, else a subscription to it, whose receiver is a promise that is still to be resolved.
+std::function<void(RpcMessage)> Ask(quint32 id, quint32 target, quint64 interfaceId, quint16 method)
+{
+    return [=](RpcMessage message) {
+        auto call = message.initCall();
+        call.setQuestionId(id);
+        call.setInterfaceId(interfaceId);
+        call.setMethodId(method);
+        auto answer = call.initTarget().initPromisedAnswer();
+        answer.setQuestionId(target);
+        if (target > 0) answer.initTransform(1)[0].setGetPointerField(0);
+        capnp::BuilderCapabilityTable table;
+        auto content = table.imbue(call.initParams().getContent());
+        if (id == 2) content.initAs<wire::Engine::GetControllerParams>().initName().setBstr(WireBytes(u"PLC1"_s));
+        if (id < 3) return;
+        content.initAs<wire::Controller::SubscribeParams>().setEvents(kj::heap<wire::ControllerEvents::Server>());
+        call.getParams().initCapTable(1)[0].setSenderPromise(5);
+    };
+}
+
+void ResolveToItself(RpcMessage message)
+{
+    auto resolve = message.initResolve();
+    resolve.setPromiseId(5);
+    resolve.initCap().setSenderPromise(5);
+}
+
 } // namespace
+
+TEST_F(Robustness, APromiseThatIsItselfDoesNotHoldTheServer)
+{
+    constexpr quint64 library = capnp::typeId<wire::Library>(), engine = capnp::typeId<wire::Engine>();
+    Attack(m_Server.SocketPath(), Wire({AskLibrary, Ask(1, 0, library, 0), Ask(2, 1, engine, 1),
+                                        Ask(3, 2, capnp::typeId<wire::Controller>(), 18), ResolveToItself}));
+    m_Server.Answer(u"fire PLC1 state 1 10"_s);
+    EXPECT_FALSE(m_Server.HasEnded());
+    EXPECT_EQ(m_Server.Answer(u"echo there"_s), u"there");
+}
+
+TEST_F(Robustness, WhatTheServerDoesNotHaveIsRefusedWatchedOrNot)
+{
+    for (int i = 0; i < 2; ++i) {
+        for (const quint64 interfaceId : {capnp::typeId<wire::Engine>(), capnp::typeId<wire::Item>()}) {
+            for (const quint16 method : {99, 65535}) {
+                auto request = m_Client.Engine().typelessRequest(interfaceId, method, nullptr);
+                EXPECT_TRUE(OutcomeOf([&] { Wait(request.send().ignoreResult()); }).contains(u"not implemented"_s));
+            }
+        }
+        m_Client.Execute(u"calls"_s); // from now on calls are watched
+    }
+    EXPECT_TRUE(m_Client.IsAnswered());
+}
+
+TEST_F(Robustness, ASubscriberThatReadsMissesNothingBecauseOthersDoNot)
+{
+    constexpr int Events = 92'000;
+    int seen = 0;
+    const auto subscription = m_Client.Subscribe(&seen);
+    {
+        TestClient deaf(m_Server.SocketPath());
+        std::vector<wire::Subscription::Client> subscriptions;
+        for (int i = 0; i < 11; ++i) subscriptions.push_back(deaf.Subscribe()); // together more than may wait
+        deaf.StopReading();
+        m_Client.Execute(u"fire PLC1 state 1 %1"_s.arg(Events));
+        EXPECT_TRUE(WaitUntil([&] { return seen >= Events; })) << seen;
+        EXPECT_FALSE(m_Server.Answer(u"references"_s).endsWith(u"events 0"_s));
+    }
+    EXPECT_TRUE(WaitUntil([&] { return m_Server.Answer(u"references"_s).endsWith(u"subscriptions 1, events 0"_s); }))
+        << m_Server.Answer(u"references"_s).toStdString();
+    EXPECT_EQ(m_Server.Log().filter(u"does not read its events"_s),
+              QStringList(u"warning: A subscriber of controller \"PLC1\" does not read its events: as all subscribers "
+                          "together have 1000000 waiting, its %1 are dropped."_s.arg(1'000'000 / 11 + 1)));
+}
 
 TEST_F(Robustness, HostileBytesEndOnlyTheirOwnConnection)
 {
@@ -57,7 +151,7 @@ TEST_F(Robustness, HostileBytesEndOnlyTheirOwnConnection)
     array.initVariant(0);
     auto pointers = capnp::AnyStruct::Builder(kj::mv(array)).getPointerSection();
     pointers[0].initAsListOfAnyStruct(0, 0, 60'000'000); // elements of no size
-    EXPECT_EQ(OutcomeOf([&] { Wait(request.send()); }), u"An array claims more elements than it has.");
+    EXPECT_EQ(OutcomeOf([&] { Wait(request.send()); }), u"A value arrived that cannot be read.");
     EXPECT_LT(m_Server.MemoryMB(), 150.0);
     EXPECT_TRUE(WaitUntil([&] { return m_Server.Answer(u"references"_s) == NothingHeld; }));
 }

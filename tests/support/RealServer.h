@@ -6,7 +6,7 @@
 #include <csignal>
 
 /// The server's answer to "references" when no client holds anything of it.
-inline const QString NothingHeld = QStringLiteral("controllers 0, items 0, results 0, subscriptions 0");
+inline const QString NothingHeld = QStringLiteral("controllers 0, items 0, results 0, subscriptions 0, events 0");
 
 /// The bundled server as a process of its own with a private folder for its socket and its database; it ends with this object, whatever
 /// happens to the test.

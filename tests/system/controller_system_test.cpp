@@ -35,7 +35,7 @@ protected:
     {
         return QTest::qWaitFor([&] { return Lines() == expected; }, 20'000);
     }
-    static QString Subscriptions() { return Ask(u"references"_s).section(u", "_s, 3); }
+    static QString Subscriptions() { return Ask(u"references"_s).section(u", "_s, 3, 3); }
 
     const QStringList ExecuteLog = Called(u"Controller:Execute"_s);
     QPointer<ChildWindow> m_Form;

@@ -3,6 +3,7 @@
 #include "tests/support/PrintQt.h"
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
+#include "velsqllib/ServerSocket.h"
 #include "velsqllib/StateFolder.h"
 
 #include <QElapsedTimer>
@@ -12,6 +13,8 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <poll.h>
+#include <thread>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
@@ -179,6 +182,20 @@ TEST_F(ConnectionTest, ASlowCallInALivingServerIsWaitedForAndAHangingServerIsNot
     EXPECT_LT(time.elapsed(), 5'000) << "a refresh of many rows must not wait at each";
     m_Server.Resume();
     EXPECT_TRUE(QTest::qWaitFor([&] { return ReadOf(item) == u"none"; }, 10'000));
+}
+
+TEST_F(ConnectionTest, AServerThatEndsWhileItIsAttachedIsFollowedByTheNext)
+{
+    m_Engine.reset();
+    m_Server.Kill();
+    std::jthread ending([path = m_Server.SocketPath()] {
+        const ListeningSocket last(path);
+        pollfd waiting{last.Descriptor(), POLLIN, 0};
+        poll(&waiting, 1, 10'000); // somebody has come: it ends
+    });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(m_Server.SocketPath()); }));
+    RemoteLibrary library(m_Server.SocketPath(), RealServer::Program());
+    EXPECT_EQ(ErrorOf([&] { library.CreateEngine()->Execute(u"terminate"_s); }), u"none");
 }
 
 TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)

@@ -1,0 +1,111 @@
+#include "server/rpc/MessageIntake.h"
+
+#include "server/rpc/Refusal.h"
+#include "velsqllib/WireValue.h"
+
+#include <QtEndian>
+
+#include <cstring>
+
+namespace {
+
+constexpr size_t BufferBytes = 16 * 1024;
+constexpr uint MostSegments = 512;
+/// What the RPC system keeps for a message besides its content, roughly.
+constexpr qint64 BytesOfMessage = 1024;
+/// At most so much is fetched before others have their turn.
+constexpr size_t MostFetchedAtOnce = 256 * 1024;
+
+/// Reading a value costs its size a few times over, most when arrays lie inside arrays. A message that would cost more says the same
+/// thing again and again.
+capnp::ReaderOptions LimitsFor(size_t words)
+{
+    capnp::ReaderOptions options = WireReaderOptions();
+    options.traversalLimitInWords = std::min<uint64_t>(options.traversalLimitInWords, 32 * words + 4096);
+    return options;
+}
+
+} // namespace
+
+ReceivedMessage::ReceivedMessage(ClientAccountRef account, kj::Array<uint32_t> segmentSizes)
+    : m_SegmentSizes(kj::mv(segmentSizes))
+    , m_Charge(std::move(account), BytesOfMessage)
+{
+    size_t words = 0;
+    for (const uint32_t size : m_SegmentSizes) words += size;
+    if (words > WireReaderOptions().traversalLimitInWords) RefuseMessage("it sent a message that is too large");
+    m_Words = kj::heapArray<capnp::word>(words);
+    m_Segments = kj::heapArray<kj::ArrayPtr<const capnp::word>>(m_SegmentSizes.size());
+    size_t begin = 0;
+    for (size_t i = 0; i < m_Segments.size(); begin += m_SegmentSizes[i++])
+        m_Segments[i] = m_Words.slice(begin, begin + m_SegmentSizes[i]);
+    m_Reader = kj::heap<capnp::SegmentArrayMessageReader>(m_Segments, LimitsFor(words));
+}
+
+void ReceivedMessage::HasArrived(size_t bytes)
+{
+    m_Arrived += bytes;
+    m_Charge.Set(BytesOfMessage + static_cast<qint64>(m_Arrived));
+}
+
+MessageIntake::MessageIntake(kj::AsyncInputStream& stream, ClientAccountRef account)
+    : m_Stream(stream)
+    , m_Account(std::move(account))
+    , m_Buffer(kj::heapArray<kj::byte>(BufferBytes))
+{
+}
+
+kj::Promise<kj::Maybe<kj::Own<ReceivedMessage>>> MessageIntake::Next()
+{
+    using Message = kj::Maybe<kj::Own<ReceivedMessage>>;
+    return Fetch(sizeof(capnp::word)).then([this](bool isThere) -> kj::Promise<Message> {
+        if (!isThere) return Message(nullptr);
+        return ReadHead().then([](kj::Own<ReceivedMessage> message) { return Message(kj::mv(message)); });
+    });
+}
+
+kj::Promise<bool> MessageIntake::Fetch(size_t bytes)
+{
+    if (Unread() >= bytes) return true;
+    std::memmove(m_Buffer.begin(), m_Buffer.begin() + m_Begin, Unread());
+    m_End = Unread();
+    m_Begin = 0;
+    return m_Stream.tryRead(m_Buffer.begin() + m_End, bytes - m_End, m_Buffer.size() - m_End)
+        .then([this, bytes](size_t count) {
+            m_End += count;
+            if (Unread() >= bytes) return true;
+            if (Unread() > 0) RefuseMessage("it went in the middle of a message");
+            return false;
+        });
+}
+
+kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadHead()
+{
+    const uint32_t others = qFromLittleEndian<uint32_t>(m_Buffer.begin() + m_Begin);
+    if (others >= MostSegments) RefuseMessage("it sent a message in too many pieces");
+    const size_t words = (others + 1) / 2 + 1; // the number of pieces and their sizes, in whole words
+    return Fetch(words * sizeof(capnp::word)).then([this, others, words](bool) {
+        auto sizes = kj::heapArray<uint32_t>(others + 1);
+        for (size_t i = 0; i < sizes.size(); ++i)
+            sizes[i] = qFromLittleEndian<uint32_t>(m_Buffer.begin() + m_Begin + 4 * (i + 1));
+        m_Begin += words * sizeof(capnp::word);
+        auto message = kj::heap<ReceivedMessage>(m_Account, kj::mv(sizes));
+        const size_t here = std::min(Unread(), message->Rest().size());
+        std::memcpy(message->Rest().begin(), m_Buffer.begin() + m_Begin, here);
+        m_Begin += here;
+        message->HasArrived(here);
+        return ReadRest(kj::mv(message));
+    });
+}
+
+kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadRest(kj::Own<ReceivedMessage> message)
+{
+    auto rest = message->Rest();
+    if (rest.size() == 0) return kj::mv(message);
+    auto reading = m_Stream.tryRead(rest.begin(), 1, std::min(rest.size(), MostFetchedAtOnce));
+    return reading.then([this, message = kj::mv(message)](size_t count) mutable {
+        if (count == 0) RefuseMessage("it went in the middle of a message");
+        message->HasArrived(count);
+        return kj::evalLater([this, message = kj::mv(message)]() mutable { return ReadRest(kj::mv(message)); });
+    });
+}
