@@ -12,8 +12,8 @@
 
 class ClientLedger;
 
-/// How much one client makes the server keep: messages that arrive, calls under way, answers it has not read or not finished with.
-/// It outlives its connection for as long as anything is still kept.
+/// How much one client makes the server keep: messages that arrive, calls under way, answers it has not read or not
+/// finished with. It outlives its connection for as long as anything is still kept.
 class ClientAccount
 {
 public:
@@ -56,8 +56,8 @@ private:
     qint64 m_Bytes = 0;
 };
 
-/// The accounts of all clients. When all together would keep more than MostOfAll, the one that keeps most is dismissed; what was given
-/// back goes back to the system.
+/// The accounts of all clients. When all together would keep more than MostOfAll, the one that keeps most is
+/// dismissed; what was given back goes back to the system.
 class ClientLedger
 {
 public:

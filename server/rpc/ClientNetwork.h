@@ -9,8 +9,9 @@
 
 /// One client's connection as the RPC system sees it: messages in, messages out.
 ///
-/// Everything that waits is on the client's account. While much of it does, no further calls are read, so that a client that does not
-/// read its answers holds up itself and nobody else. Messages that must not reach the RPC system end the connection.
+/// Everything that waits is on the client's account. While much of it does, no further calls are read, so that a
+/// client that does not read its answers holds up itself and nobody else. Messages that must not reach the RPC system
+/// end the connection.
 class ClientNetwork final : public capnp::TwoPartyVatNetworkBase, private capnp::TwoPartyVatNetworkBase::Connection
 {
 public:

@@ -1,6 +1,7 @@
 #include "server/rpc/EngineServer.h"
 
 #include "server/rpc/ControllerServer.h"
+#include "server/rpc/HistoryServer.h"
 #include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 

@@ -16,8 +16,8 @@ constexpr qint64 BytesOfMessage = 1024;
 /// At most so much is fetched before others have their turn.
 constexpr size_t MostFetchedAtOnce = 256 * 1024;
 
-/// Reading a value costs its size a few times over, most when arrays lie inside arrays. A message that would cost more says the same
-/// thing again and again.
+/// Reading a value costs its size a few times over, most when arrays lie inside arrays. A message that would cost
+/// more says the same thing again and again.
 capnp::ReaderOptions LimitsFor(size_t words)
 {
     capnp::ReaderOptions options = WireReaderOptions();

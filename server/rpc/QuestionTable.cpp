@@ -6,8 +6,8 @@ using namespace capnp;
 
 namespace {
 
-/// What is kept for a call under way, for one that is answered but not finished, and for each object in it, roughly, besides the
-/// messages themselves.
+/// What is kept for a call under way, for one that is answered but not finished, and for each object in it, roughly,
+/// besides the messages themselves.
 constexpr qint64 BytesOfCall = 4096;
 constexpr qint64 BytesOfQuestion = 512;
 constexpr qint64 BytesOfObject = 256;

@@ -8,9 +8,9 @@
 
 /// What a client has asked and not finished with, and what its messages may look like.
 ///
-/// The RPC system trusts the other end further than a server may: a list in the protocol's own structs may claim any length, promises
-/// may be resolved to themselves, calls on the answers of calls on answers nest without bound, and answers with objects are kept for
-/// as long as the client does not finish its question.
+/// The RPC system trusts the other end further than a server may: a list in the protocol's own structs may claim any
+/// length, promises may be resolved to themselves, calls on the answers of calls on answers nest without bound, and
+/// answers with objects are kept for as long as the client does not finish its question.
 class QuestionTable
 {
 public:

@@ -6,8 +6,8 @@
 
 class SubscriptionServer;
 
-/// All subscribers, and the events that wait for them together. When these are too many, the subscriber that has answered none for
-/// the longest time gives up its own: one that reads never misses events because others do not.
+/// All subscribers, and the events that wait for them together. When these are too many, the subscriber that has
+/// answered none for the longest time gives up its own: one that reads never misses events because others do not.
 class Subscribers
 {
 public:
