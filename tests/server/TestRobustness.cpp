@@ -169,6 +169,7 @@ TEST_F(Robustness, AThousandConnections)
     std::vector<int> sockets;
     for (int i = 0; i < 1200; ++i) {
         sockets.push_back(ConnectToServer(m_Server.SocketPath()));
+        ASSERT_GE(sockets.back(), 0) << i;
         ASSERT_TRUE(i % 50 != 0 || m_Client.IsAnswered()) << i;
     }
     const auto isShut = [](int socket) {
