@@ -143,7 +143,7 @@ void ListeningSocket::Listen()
     RemoveLeftover(address.sun_path);
     m_Socket = MakeSocket();
     const mode_t before = umask(0177);
-    const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, 128) == 0;
+    const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, SOMAXCONN) == 0;
     umask(before);
     if (listening) return;
     const QString error = SystemError();
