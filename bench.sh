@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
-scripts/build.sh release
+scripts/build.sh release all
 
 export QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen}
 shopt -s nullglob

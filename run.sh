@@ -32,7 +32,7 @@ case ${1-} in
 esac
 
 cd "$(dirname "${BASH_SOURCE[0]}")"
-scripts/build.sh release
+scripts/build.sh release programs
 console=$PWD/build/release/bin/velsqltester
 
 case $mode in

@@ -16,7 +16,7 @@ case ${1-} in
 esac
 export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))
 
-scripts/build.sh asan
+scripts/build.sh asan all
 
 # A small quarantine: what was given back need not be kept for long.
 export ASAN_OPTIONS=quarantine_size_mb=8:detect_leaks=1:malloc_context_size=20

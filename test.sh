@@ -21,5 +21,5 @@ case ${1-} in
     --asan) preset=asan; shift ;;
 esac
 
-scripts/build.sh "$preset"
+scripts/build.sh "$preset" all
 exec ctest --preset "$preset" "$@"

@@ -1,10 +1,16 @@
 #!/usr/bin/env bash
 # Installs what is missing, configures and builds one preset of CMakePresets.json into build/<preset>.
+# usage: scripts/build.sh dev|release|asan programs|all      (programs: the three that are installed; all: tests and figures, too)
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-preset=${1:?"usage: scripts/build.sh dev|release|asan"}
+preset=${1:?"usage: scripts/build.sh dev|release|asan programs|all"}
+case ${2-} in
+    programs) packages=(packaging/packages.txt) testing=OFF ;;
+    all) packages=(packaging/packages.txt packaging/test-packages.txt) testing=ON ;;
+    *) sed -n 's/^# usage/usage/p' "$0" >&2; exit 2 ;;
+esac
 
-scripts/install-packages.sh
-cmake --preset "$preset"
-cmake --build --preset "$preset"
+scripts/install-packages.sh "${packages[@]}"
+cmake --preset "$preset" -DBUILD_TESTING="$testing"
+cmake --build --preset "$preset" --target "$2"

@@ -15,7 +15,7 @@ while [ $# -gt 0 ]; do
 done
 mkdir -p "$VELSQL_PICTURES"
 
-scripts/build.sh release
+scripts/build.sh release all
 QT_QPA_PLATFORM=offscreen build/release/bin/test_system --gtest_filter='Pictures.*'
 
 # A palette of 256 colours is enough for windows and keeps the documents small.

@@ -1,0 +1,32 @@
+// What most sources of the windows include, compiled once for all of them.
+#include <QApplication>
+#include <QDateTime>
+#include <QDialog>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMdiArea>
+#include <QMdiSubWindow>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPainter>
+#include <QPlainTextEdit>
+#include <QPointer>
+#include <QScrollBar>
+#include <QStringBuilder>
+#include <QStyledItemDelegate>
+#include <QTimer>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <optional>
+#include <variant>
+#include <vector>
