@@ -38,7 +38,7 @@ constexpr std::array<KeyName, 17> KeyNames = {{{u"driver", u"driver"},
 /// Mistakes are told by their place: behind a value that is not quoted as it should be even a "key" is a part of it.
 DescribedError MistakeAt(qsizetype part, const QString& what)
 {
-    return DescribedError(QStringLiteral("Part %1 of the connection string %2.").arg(part).arg(what));
+    return DescribedError(QStringLiteral("Entry %1 of the connection string %2.").arg(part).arg(what));
 }
 
 QString MeaningOf(QStringView key, qsizetype part)

@@ -231,13 +231,13 @@ TEST(ConnectionString, IsReadInItsUsualFormsAndRefusedWithoutAnyPartOfIt)
         {u"Database=/tmp/a b.db", u"SQLite /tmp/a b.db Database=/tmp/a b.db"},
         {u" driver = {PostgreSQL Unicode} ; SERVER=h;Port=5433;Database=d;uid=u;PWD={se;cr}};et} ",
          u"PostgreSQL d driver = {PostgreSQL Unicode} ;SERVER=h;Port=5433;Database=d;uid=u;PWD=***;"},
-        {u"Database=x;Pwd=se;cret=1", u"Part 3 of the connection string has an unknown key."},
-        {u"Database=x;Pwd=a;cret", u"Part 3 of the connection string has no \"=\"."},
+        {u"Database=x;Pwd=se;cret=1", u"Entry 3 of the connection string has an unknown key."},
+        {u"Database=x;Pwd=a;cret", u"Entry 3 of the connection string has no \"=\"."},
         {u"Driver=Oracle;Database=x",
          u"The connection string names a driver that is not there: there are SQLite and PostgreSQL."},
         {u"Database=x;Port=high", u"The connection string's port is no port number."},
-        {u"Database='x", u"Part 1 of the connection string has no closing '."},
-        {u"Database=x;Pwd=\"se\"cret", u"Part 2 of the connection string goes on behind its closing \"."},
+        {u"Database='x", u"Entry 1 of the connection string has no closing '."},
+        {u"Database=x;Pwd=\"se\"cret", u"Entry 2 of the connection string goes on behind its closing \"."},
         {u"", u"The connection string names no database."},
     };
     for (const auto& [text, outcome] : cases) {
