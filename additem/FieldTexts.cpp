@@ -1,6 +1,7 @@
 #include "additem/FieldTexts.h"
 
 #include "core/automation/Errors.h"
+#include "core/automation/ItemDefinition.h"
 #include "core/automation/NumberText.h"
 #include "core/modFields.h"
 
@@ -11,9 +12,9 @@ using namespace Qt::StringLiterals;
 
 QString NameComplaint(const QString& name)
 {
-    const auto isForbidden = [](QChar c) { return u"\\#$:!"_s.contains(c); };
+    const auto isForbidden = [](QChar c) { return ForbiddenInNames.contains(c); };
     if (std::any_of(name.begin(), name.end(), isForbidden))
-        return u"Those characters \"\\#$:!\" cannot be used as an item name or a controller name."_s;
+        return u"Those characters \"%1\" cannot be used as an item name or a controller name."_s.arg(ForbiddenInNames);
     if (IsNumeric(name)) return u"The name only of the numerical value cannot be used."_s;
     return {};
 }

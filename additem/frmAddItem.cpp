@@ -1,9 +1,9 @@
 #include "additem/frmAddItem.h"
 
 #include "additem/AddedNode.h"
-#include "additem/ComboLists.h"
+#include "additem/DefinitionControls.h"
 #include "additem/FieldTexts.h"
-#include "additem/ItemDefinition.h"
+#include "core/automation/ItemDefinition.h"
 #include "core/automation/NumberText.h"
 #include "core/FieldCheck.h"
 #include "core/MessageBoxes.h"
@@ -17,15 +17,9 @@ using namespace modMain;
 
 namespace {
 
-/// "+" to "POW", "Left$" and "Right$"; not "(NOP)", nor "ABS" to "LEN".
-bool TakesOperand(int calculation)
-{
-    return (calculation > 0 && calculation < 21) || calculation > 28;
-}
-
 void FollowCalculation(ListBox* list, QLineEdit* operand)
 {
-    EnableFields(TakesOperand(list->ListIndex()), {operand});
+    EnableFields(NeedsOperand(static_cast<Operator>(list->ListIndex())), {operand});
     list->setToolTip(list->currentText());
 }
 
@@ -100,7 +94,7 @@ void frmAddItem::ConnectFieldChecks()
 
 void frmAddItem::Form_Load()
 {
-    InitComboLists(*this);
+    FillLists(*this);
     setWindowTitle(QStringLiteral("VelSQLController:AddItem"));
     for (ListBox* list : {cmbClass, cmbAttr, cmbForce, cmbInitType, cmbCalc, cmbCalc2, cmbReqType, cmbReqTypeW})
         list->SetListIndex(0);

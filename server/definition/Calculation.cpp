@@ -190,11 +190,6 @@ Variant Part(Operator operation, const Variant& value, const Variant& operand)
 
 } // namespace
 
-bool NeedsOperand(Operator operation)
-{
-    return (operation > Operator::Nop && operation <= Operator::Power) || operation >= Operator::Left;
-}
-
 Variant Calculate(Operator operation, const Variant& value, const Variant& operand)
 {
     switch (operation) {

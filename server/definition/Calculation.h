@@ -1,46 +1,9 @@
 #pragma once
 
+#include "core/automation/ItemDefinition.h"
 #include "core/automation/Variant.h"
 
 class PlantController;
-
-/// The operators by their positions in the list.
-enum class Operator : int
-{
-    Nop = 0,
-    Add,
-    Subtract,
-    Multiply,
-    Divide,
-    Modulo,
-    And,
-    Or,
-    Xor,
-    ShiftLeft,
-    ShiftRight,
-    Equal,
-    NotEqual,
-    LessOrEqual,
-    Less,
-    GreaterOrEqual,
-    Greater,
-    Concatenate,
-    IntegerDivide,
-    Imply,
-    Power,
-    Absolute,
-    Fix,
-    Integer,
-    Negate,
-    Not,
-    RadiansToDegrees,
-    DegreesToRadians,
-    Length,
-    Left,
-    Right
-};
-
-bool NeedsOperand(Operator operation);
 
 /// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, AND and its kin BOOL for two
 /// booleans, else I4. Throws ValueError, also for a division by zero. `operand` is not looked at when none is needed.

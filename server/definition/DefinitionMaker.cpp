@@ -12,9 +12,10 @@ namespace {
 void CheckName(const QString& name)
 {
     if (name.trimmed().isEmpty()) Definition::Refuse(Element::Name, QStringLiteral("it is empty"));
-    for (const QChar character : QStringView(u"\\#$:!")) {
+    for (const QChar character : ForbiddenInNames) {
         if (name.contains(character))
-            Definition::Refuse(Element::Name, QStringLiteral("\"%1\" holds one of the characters \\#$:!").arg(name));
+            Definition::Refuse(Element::Name,
+                               QStringLiteral("\"%1\" holds one of the characters %2").arg(name, ForbiddenInNames));
     }
     if (IsNumeric(name)) Definition::Refuse(Element::Name, QStringLiteral("\"%1\" is a number").arg(name));
 }
