@@ -2,7 +2,6 @@
 
 #include "server/added/AddedItemsFile.h"
 #include "server/definition/DefinitionMaker.h"
-#include "server/rpc/Services.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #include "server/added/AddedItemsFile.h"
 
 #include "core/automation/Errors.h"
-#include "server/added/DefinitionToml.h"
+#include "server/plantfile/DefinitionToml.h"
 #include "server/definition/Definition.h"
 #include "server/plantfile/FileTable.h"
 #include "velsqllib/StateFolder.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/added/DefinedItems.h"
+#include "server/definition/DefinedItems.h"
 
 /// A file of added items, TOML that people can read and mend: [[item]] for each that is in its plant, [[aside]] for
 /// each that did not fit when the plant was read last, with what was wrong. Private to the user.

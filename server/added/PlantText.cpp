@@ -1,6 +1,6 @@
 #include "server/added/PlantText.h"
 
-#include "server/added/DefinitionToml.h"
+#include "server/plantfile/DefinitionToml.h"
 #include "server/plant/PlantController.h"
 
 #include <QMap>

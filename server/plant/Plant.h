@@ -61,5 +61,18 @@ private:
     quint64 m_LinksState = 1;
 };
 
+/// Makes items from the definitions that clients send, and removes items.
+class ItemMaker
+{
+public:
+    /// Throws DescribedError.
+    virtual void AddItem(PlantController& controller, const Variant& definition) = 0;
+    /// Throws ServerError when there is none of that name.
+    virtual void RemoveItem(PlantController& controller, const QString& name) = 0;
+
+protected:
+    ~ItemMaker() = default;
+};
+
 /// A list of texts as the server's objects hand it out.
 Variant TextArray(const QStringList& texts);

@@ -1,7 +1,7 @@
 #include "server/plantfile/DefinedItemReader.h"
 
-#include "server/added/DefinedItems.h"
-#include "server/added/DefinitionToml.h"
+#include "server/definition/DefinedItems.h"
+#include "server/plantfile/DefinitionToml.h"
 
 void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
 {

@@ -9,12 +9,12 @@
 /// A static library brings its resources in only when asked, and not from inside a namespace.
 static void InitDemoPlant()
 {
-    Q_INIT_RESOURCE(velsqlserver);
+    Q_INIT_RESOURCE(demo_plant);
 }
 
 namespace {
 
-const QString s_Path = QStringLiteral(":/velsqlserver/demo-plant.toml");
+const QString s_Path = QStringLiteral(":/plantfile/demo-plant.toml");
 
 } // namespace
 

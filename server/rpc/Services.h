@@ -21,19 +21,6 @@ protected:
     ~CommandHandler() = default;
 };
 
-/// Makes items from the definitions that clients send, and removes items.
-class ItemMaker
-{
-public:
-    /// Throws DescribedError.
-    virtual void AddItem(PlantController& controller, const Variant& definition) = 0;
-    /// Throws ServerError when there is none of that name.
-    virtual void RemoveItem(PlantController& controller, const QString& name) = 0;
-
-protected:
-    ~ItemMaker() = default;
-};
-
 /// Everything the wire's objects work with; it outlives them all.
 struct Services
 {

@@ -1,4 +1,4 @@
-#include "server/added/DefinedItems.h"
+#include "server/definition/DefinedItems.h"
 
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"

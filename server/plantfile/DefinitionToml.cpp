@@ -1,4 +1,4 @@
-#include "server/added/DefinitionToml.h"
+#include "server/plantfile/DefinitionToml.h"
 
 #include "core/automation/SafeArray.h"
 
