@@ -1,17 +1,20 @@
 #include "batchwrite/LineReader.h"
 
-#include "batchwrite/LocalText.h"
 #include "core/DisplayText.h"
 
 #include <QFileInfo>
+#include <QStringDecoder>
 
 #include <algorithm>
+#include <cstring>
+#include <iconv.h>
+#include <langinfo.h>
 
 namespace {
 
 constexpr qint64 ChunkSize = 64 * 1024;
 constexpr qsizetype MostQuoted = 40;
-/// What some editors put before UTF-8 text; it belongs to no name.
+/// What some editors put before UTF-8 text; it is not part of the first name.
 const QByteArrayView ByteOrderMark("\xEF\xBB\xBF", 3);
 
 QStringView Beginning(QStringView text)
@@ -27,6 +30,40 @@ QByteArrayView WithoutTornEnd(QByteArrayView bytes)
     while (!bytes.isEmpty() && isContinuation(bytes.back())) bytes.chop(1);
     if (!bytes.isEmpty() && static_cast<uchar>(bytes.back()) >= 0xC0) bytes.chop(1);
     return bytes;
+}
+
+/// Null when the bytes are not a text in this encoding.
+QString DecodeAs(const char* encoding, QByteArrayView bytes)
+{
+    const iconv_t converter = iconv_open("UTF-16LE", encoding);
+    if (converter == reinterpret_cast<iconv_t>(-1)) return {};
+    QByteArray utf16(4 * bytes.size(), Qt::Uninitialized);
+    char* from = const_cast<char*>(bytes.data());
+    char* to = utf16.data();
+    auto left = static_cast<size_t>(bytes.size());
+    auto room = static_cast<size_t>(utf16.size());
+    const bool fits = iconv(converter, &from, &left, &to, &room) != static_cast<size_t>(-1);
+    iconv_close(converter);
+    utf16.chop(static_cast<qsizetype>(room));
+    return fits ? QString(QStringDecoder(QStringDecoder::Utf16LE)(utf16)) : QString();
+}
+
+QString DecodeLocal(QByteArrayView bytes)
+{
+    const char* encoding = nl_langinfo(CODESET);
+    const bool isNarrow = std::strcmp(encoding, "UTF-8") != 0 && std::strcmp(encoding, "ANSI_X3.4-1968") != 0;
+    return isNarrow ? DecodeAs(encoding, bytes) : QString();
+}
+
+QString DecodeText(QByteArrayView bytes)
+{
+    // A byte order mark within the file is a character like any other.
+    QStringDecoder utf8(QStringDecoder::Utf8,
+                        QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+    QString text = utf8(bytes);
+    if (!utf8.hasError()) return text;
+    text = DecodeLocal(bytes);
+    return text.isNull() ? QString::fromLatin1(bytes) : text;
 }
 
 [[noreturn]] void ThrowUnreadable(const QString& path, const QString& reason)

@@ -12,7 +12,7 @@ using namespace modMain;
 
 namespace {
 
-/// The filter's one entry reads as its first part, and that is meant; the part in the last parentheses is what it finds.
+/// Intended: the filter's one entry is shown as its first part; the last parentheses hold what it finds.
 const QString Filter = QStringLiteral("テキスト(*.txt),*.txt (*.txt)");
 
 std::unique_ptr<QFileDialog> MakeOpenDialog()
@@ -26,7 +26,7 @@ std::unique_ptr<QFileDialog> MakeOpenDialog()
     return cmnDlg;
 }
 
-/// Of a server that is gone, too, the operator reads for which controller it was asked.
+/// The operator reads which controller was asked for, also when the server is gone.
 ControllerRef FindController(const QString& name)
 {
     try {
@@ -36,17 +36,12 @@ ControllerRef FindController(const QString& name)
     }
 }
 
-/// The item, to be kept until the line is done. Logs and writes one line of the file; throws what is wrong with it.
-ItemRef WriteLine(VelSQLController& controller, const QString& line, const LineReader& lines)
+/// Name and typed text of a line of the file. Throws what is wrong with the line.
+std::pair<QString, QString> Split(const QString& line, const LineReader& lines)
 {
     const qsizetype comma = line.indexOf(u',');
     if (comma < 0) throw lines.FaultOf(line, QStringLiteral("has no comma"));
-    const QString name = line.first(comma);
-    Announce(QString(u"Item(" % name % u')'), u"put_Value");
-    ItemRef item = controller.get_Item(Variant(name));
-    item->put_Value(Converter().TextToValue(line.sliced(comma + 1)));
-    AddLog(QStringLiteral("Succeeded."));
-    return item;
+    return {line.first(comma), line.sliced(comma + 1)};
 }
 
 } // namespace
@@ -84,7 +79,7 @@ void frmBatchWrite::cmdStart_Click()
     const QPointer<frmBatchWrite> self(this);
     const Hold hold(this);
     ++m_Runs;
-    ReportErrors([this] { RunBatch(); });
+    ReportErrors(&frmBatchWrite::RunBatch, this);
     if (self) --m_Runs;
 }
 
@@ -96,7 +91,11 @@ void frmBatchWrite::RunBatch()
     const auto pacer = m_Pacer.expired() ? std::make_shared<FramePacer>() : m_Pacer.lock();
     m_Pacer = pacer;
     while (const std::optional<QString> line = lines.Next()) {
-        const ItemRef item = WriteLine(*controller, *line, lines);
+        const auto [name, typedText] = Split(*line, lines);
+        Announce(QString(u"Item(" % name % u')'), u"put_Value");
+        const ItemRef item = controller->get_Item(Variant(name)); // kept until the line is done
+        item->put_Value(Converter().TextToValue(typedText));
+        AddLog(QStringLiteral("Succeeded."));
         if (!LetEventsRun(*pacer)) break;
     }
 }

@@ -17,7 +17,7 @@ PropertyRows ScanTimesRows(const ControllerRef& controller)
     PropertyRows rows;
     for (qint32 i = 0; i < ScanTimesCount; ++i)
         rows << PropertyRow{u"ScanTimes(%1)"_s.arg(i),
-                            [&controller, i] { return QString::number(controller->get_ScanTimes(i)); }};
+                            [controller, i] { return QString::number(controller->get_ScanTimes(i)); }};
     return rows;
 }
 
@@ -26,7 +26,7 @@ PropertyRows SettingDataRows(const ControllerRef& controller)
     PropertyRows rows;
     for (qint16 i = 0; i < SettingDataCount; ++i)
         rows << PropertyRow{u"SettingData(%1)"_s.arg(i),
-                            [&controller, i] { return ToPlainText(controller->get_SettingData(Variant(i))); }};
+                            [controller, i] { return ToPlainText(controller->get_SettingData(Variant(i))); }};
     return rows;
 }
 
@@ -35,13 +35,13 @@ PropertyRows SettingDataRows(const ControllerRef& controller)
 PropertyRows ControllerRows(const ControllerRef& controller)
 {
     const PropertyRows head = {
-        {u"Index"_s, [&controller] { return QString::number(controller->get_Index()); }},
-        {u"Name"_s, [&controller] { return controller->get_Name(); }},
-        {u"Description"_s, [&controller] { return controller->get_Description(); }},
-        {u"State"_s, [&controller] { return StateText(controller->get_State()); }},
-        {u"Count"_s, [&controller] { return QString::number(controller->get_Count()); }},
+        {u"Index"_s, [controller] { return QString::number(controller->get_Index()); }},
+        {u"Name"_s, [controller] { return controller->get_Name(); }},
+        {u"Description"_s, [controller] { return controller->get_Description(); }},
+        {u"State"_s, [controller] { return StateText(controller->get_State()); }},
+        {u"Count"_s, [controller] { return QString::number(controller->get_Count()); }},
     };
-    const PropertyRow tag = {u"Tag"_s, [&controller] { return modMain::ValueToDisplayText(controller->get_Tag()); }};
+    const PropertyRow tag = {u"Tag"_s, [controller] { return modMain::ValueToDisplayText(controller->get_Tag()); }};
     return head + ScanTimesRows(controller) + PropertyRows{tag} + SettingDataRows(controller);
 }
 

@@ -3,7 +3,7 @@
 #include "core/automation/ServerObjects.h"
 #include "core/PropertyGrid.h"
 
-/// The 30 rows of the controller window's grid, in order. They read through `controller`, which must outlive them.
+/// The 30 rows of the controller window's grid, in order; each keeps the controller alive.
 PropertyRows ControllerRows(const ControllerRef& controller);
 
 /// A state code as the grid shows it: "1 (Active)", "9 (Unknown)".

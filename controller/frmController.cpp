@@ -70,7 +70,7 @@ void frmController::HideForm()
     ChildWindow::HideForm();
 }
 
-/// A window that cannot be loaded goes without a word: nothing is logged.
+/// Intended: a window that cannot be loaded disappears without a log line.
 bool frmController::Load()
 {
     try {
@@ -86,6 +86,7 @@ void frmController::FormUnload()
 {
     m_csCtrlEvt.reset();
     tmrCtrlProp->Stop();
+    fgCtrl->Lay({}, GridLayout); // its rows refer to the controller
     m_csCtrl.reset();
 }
 
@@ -102,13 +103,8 @@ bool frmController::LayoutControllerGrid()
     if (!m_csCtrl) return true;
     fgCtrl->Lay(ControllerRows(m_csCtrl), GridLayout);
     if (IsUnloading()) return false;
-    RefreshControllerGrid();
-    return true;
-}
-
-void frmController::RefreshControllerGrid()
-{
     tmrCtrlProp->RefreshNow();
+    return true;
 }
 
 void frmController::cmbType_Click()
@@ -124,22 +120,22 @@ void frmController::cmbExecType_Click()
 
 void frmController::cmdStart_Click()
 {
-    CallServer(u"Controller", u"Start", [this] { m_csCtrl->Start(); });
+    CallServer(u"Controller", u"Start", &VelSQLController::Start, m_csCtrl);
 }
 
 void frmController::cmdStop_Click()
 {
-    CallServer(u"Controller", u"Stop", [this] { m_csCtrl->Stop(); });
+    CallServer(u"Controller", u"Stop", &VelSQLController::Stop, m_csCtrl);
 }
 
 void frmController::cmdSnapshot_Click()
 {
-    CallServer(u"Controller", u"Snapshot", [this] { m_csCtrl->Snapshot(); });
+    CallServer(u"Controller", u"Snapshot", &VelSQLController::Snapshot, m_csCtrl);
 }
 
 void frmController::cmdAddItem_Click()
 {
-    ReportErrors([this] { ShowAddItem(m_csCtrl, m_TreeNode); });
+    ReportErrors(ShowAddItem, m_csCtrl, m_TreeNode);
 }
 
 void frmController::cmdExecute_Click()
@@ -184,7 +180,7 @@ void frmController::UpdateEventSubscription()
     KeepSubscribed();
 }
 
-/// A ticked box is the window's wish for as long as it is shown: what fails is tried again with the grid's refresh.
+/// A ticked box stays in force as long as the window is shown: a failed subscription is tried again with the grid's refresh.
 void frmController::KeepSubscribed()
 {
     if (!tmrCtrlProp->IsRunning() || (!m_ItemEventsWanted && !m_StateEventsWanted)) return;
@@ -201,7 +197,7 @@ void frmController::KeepSubscribed()
 void frmController::m_csCtrlEvt_OnChangeState(qint32 lNewVal)
 {
     if (m_EventLogOverflowed || !m_StateEventsWanted) return;
-    // A state without name has none here, other than in the grid: it is meant.
+    // Intended: unlike in the grid, a state without a name is left blank here.
     const bool hasName = lNewVal >= 0 && lNewVal <= LastNamedState;
     LogEvent(u"OnChangeState: State=" % (hasName ? StateName(lNewVal) : QString()));
 }
@@ -234,7 +230,7 @@ void frmController::SetOverflow()
     QString text = QStringLiteral("Message buffer overflow.");
     try {
         if (m_csCtrl) text += u" : " % m_csCtrl->get_Name();
-    } catch (...) { // The server is gone, its name with it.
+    } catch (...) { // the server is gone, and the name with it
     }
     SetStatus(text);
 }

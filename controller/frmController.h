@@ -30,7 +30,6 @@ private:
 
     void FillTypeLists();
     bool LayoutControllerGrid();
-    void RefreshControllerGrid();
     void UpdateEventSubscription();
     void KeepSubscribed();
     bool PutTag(int typeIndex);

@@ -28,17 +28,17 @@ void frmEngine::FormUnload()
 
 void frmEngine::cmdStart_Click()
 {
-    CallServer(u"Engine", u"Start", [] { Engine->Start(); });
+    CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine);
 }
 
 void frmEngine::cmdStop_Click()
 {
-    CallServer(u"Engine", u"Stop", [] { Engine->Stop(); });
+    CallServer(u"Engine", u"Stop", &VelSQLEngine::Stop, Engine);
 }
 
 void frmEngine::cmdSnapshot_Click()
 {
-    CallServer(u"Engine", u"Snapshot", [] { Engine->Snapshot(); });
+    CallServer(u"Engine", u"Snapshot", &VelSQLEngine::Snapshot, Engine);
 }
 
 void frmEngine::cmdExecute_Click()
@@ -46,7 +46,7 @@ void frmEngine::cmdExecute_Click()
     ReportErrors([this] {
         Announce(u"Engine", u"Execute");
         const Variant result = Engine->Execute(txtCommand->text());
-        // It is meant: the call has succeeded, even when its result cannot be shown.
+        // On purpose before the result is shown: the call has succeeded, even when its result cannot be shown.
         AddLog(QStringLiteral("Succeeded."));
         lblResult->SetText(ToPlainText(result)); // a result without plain text leaves the last one
     });

@@ -7,6 +7,7 @@
 #include <QPointer>
 
 #include <concepts>
+#include <functional>
 
 class ChildWindow;
 
@@ -46,12 +47,14 @@ void Announce(QStringView object, QStringView operation);
 /// Paints what log and status line have got since they were painted last; runs no event loop. For calls that last.
 void PaintProgress();
 
-/// Runs an operator's command; whatever it throws becomes one log line. True when nothing was thrown.
-template <std::invocable Command>
-bool ReportErrors(Command&& command)
+/// Runs an operator's command, a member function with its object included; whatever it throws becomes one log line. True when
+/// nothing was thrown.
+template <typename Command, typename... Arguments>
+    requires std::invocable<Command, Arguments...>
+bool ReportErrors(Command&& command, Arguments&&... arguments)
 {
     try {
-        std::forward<Command>(command)();
+        std::invoke(std::forward<Command>(command), std::forward<Arguments>(arguments)...);
         return true;
     } catch (...) {
         LogErrorDescription();
@@ -59,15 +62,21 @@ bool ReportErrors(Command&& command)
     }
 }
 
-/// The plain operator's call: announce, call, "Succeeded.". True when nothing was thrown.
-template <std::invocable Call>
-bool CallServer(QStringView object, QStringView operation, Call&& call)
+/// The plain operator's command, whole: announce, call, "Succeeded."; whatever is thrown becomes one log line. The call may be an
+/// object's operation: CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine). True when nothing was thrown.
+template <typename Call, typename... Arguments>
+    requires std::invocable<Call, Arguments...>
+bool CallServer(QStringView object, QStringView operation, Call&& call, Arguments&&... arguments)
 {
-    return ReportErrors([&] {
+    try {
         Announce(object, operation);
-        std::forward<Call>(call)();
+        std::invoke(std::forward<Call>(call), std::forward<Arguments>(arguments)...);
         AddLog(QStringLiteral("Succeeded."));
-    });
+        return true;
+    } catch (...) {
+        LogErrorDescription();
+        return false;
+    }
 }
 
 /// The open child window whose node has this key: the first in opening order, windows without a node skipped; or none.

@@ -1,7 +1,7 @@
 #include "history/frmHistory.h"
 
+#include "core/automation/PlainText.h"
 #include "core/modMain.h"
-#include "history/HistoryRows.h"
 
 #include <QApplication>
 #include <QShortcut>
@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// No margin is taken off the value column here, unlike in the controller window: it is meant.
+// Intended: unlike in the controller window, no margin is taken off the value column.
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1600, .MarginTwips = 0};
 
 const QStringList Presets = {
@@ -23,9 +23,28 @@ const QStringList Presets = {
     u"SELECT * FROM velsql_history ORDER BY item_time DESC"_s,
 };
 
+/// The application's history. Throws ServerError when there is none.
+VelSQLHistory& TheHistory()
+{
+    if (!modMain::History) throw ServerError(u"There is no history."_s);
+    return *modMain::History;
+}
+
+/// The seven rows of the settings grid, in order.
+PropertyRows HistoryRows()
+{
+    PropertyRows rows = {{u"Enabled"_s, [] { return FormatBool(TheHistory().get_Enabled()); }}};
+    for (const qint32 i : {1, 2}) {
+        rows << PropertyRow{u"ConnectionString(%1)"_s.arg(i), [i] { return TheHistory().get_ConnectionString(i); }}
+             << PropertyRow{u"TableName(%1)"_s.arg(i), [i] { return TheHistory().get_TableName(i); }}
+             << PropertyRow{u"MaxRecord(%1)"_s.arg(i), [i] { return QString::number(TheHistory().get_MaxRecord(i)); }};
+    }
+    return rows;
+}
+
 } // namespace
 
-/// While a statement runs the pointer says so and no other can be started; afterwards all is as it was, whatever happened.
+/// While a statement runs, the pointer shows it and no other can be started; afterwards all is as it was, whatever happened.
 class frmHistory::Running
 {
 public:
@@ -122,11 +141,6 @@ void frmHistory::AddPresets()
     cmbSQLCommand->AddItem(u"-----"_s, StatementList::Separator);
 }
 
-void frmHistory::AddToSQLHistory(const QString& statement)
-{
-    cmbSQLCommand->Remember(statement);
-}
-
 void frmHistory::InsertSQLCommand()
 {
     if (cmbSQLCommand->IsStatementSelected()) txtExecute->InsertAtCaret(cmbSQLCommand->currentText());
@@ -147,7 +161,7 @@ void frmHistory::cmdExecute_Click()
 {
     const Hold hold(this);
     const Running running(*this);
-    ReportErrors([this] { Execute(); });
+    ReportErrors(&frmHistory::Execute, this);
     // Clicks that came while the statement ran meet a disabled button.
     QCoreApplication::processEvents();
 }
@@ -159,5 +173,5 @@ void frmHistory::Execute()
     // The column layout goes with the previous result: a statement that fails leaves both.
     grdResult->Show(ResultReader(TheHistory().Execute(statement)));
     AddLog(u"Succeeded."_s);
-    AddToSQLHistory(statement);
+    cmbSQLCommand->Remember(statement);
 }

@@ -24,7 +24,6 @@ private:
     bool LayoutHistoryGrid();
     void RefreshHistoryGrid();
     void AddPresets();
-    void AddToSQLHistory(const QString& statement);
     void InsertSQLCommand();
 
     void cmbSQLCommand_Click();

@@ -53,7 +53,7 @@ PropertyRows SettingDataRows(const ItemRef& item)
     PropertyRows rows;
     for (qint32 i = 0; i < SettingDataCount; ++i)
         rows << PropertyRow{QStringLiteral("SettingData(%1)").arg(i),
-                            [&item, i] { return ToPlainText(item->get_SettingData(i)); }};
+                            [item, i] { return ToPlainText(item->get_SettingData(i)); }};
     return rows;
 }
 
@@ -63,19 +63,19 @@ PropertyRows ItemRows(const ItemRef& item)
 {
     const QString none = ValueToDisplayText(Variant());
     const PropertyRows rows = {
-        {u"Index"_s, [&item] { return QString::number(item->get_Index()); }},
-        {u"Name"_s, [&item] { return item->get_Name(); }},
-        {u"Description"_s, [&item] { return item->get_Description(); }},
-        {u"Attribute"_s, [&item] { return FormatAttribute(item->get_Attribute()); }},
-        {u"LinkItem"_s, [&item] { return JoinNames(item->get_LinkItem()); }},
-        {u"Activation"_s, [&item] { return FormatBool(item->get_Activation()); }},
-        {u"LinkActivation"_s, [&item] { return FormatBool(item->get_LinkActivation()); }},
-        {u"State"_s, [&item] { return FormatState(item->get_State()); }},
-        {u"Value"_s, [&item] { return ReadValue(*item); }, none},
-        {u"DateTime"_s, [&item] { return ToPlainText(item->get_DateTime()); }},
-        {u"Microsecond"_s, [&item] { return QString::number(item->get_Microsecond()); }},
-        {u"Tag"_s, [&item] { return ValueToDisplayText(item->get_Tag()); }, none},
-        {u"ID"_s, [&item] { return ValueToDisplayText(item->get_ID()); }, none},
+        {u"Index"_s, [item] { return QString::number(item->get_Index()); }},
+        {u"Name"_s, [item] { return item->get_Name(); }},
+        {u"Description"_s, [item] { return item->get_Description(); }},
+        {u"Attribute"_s, [item] { return FormatAttribute(item->get_Attribute()); }},
+        {u"LinkItem"_s, [item] { return JoinNames(item->get_LinkItem()); }},
+        {u"Activation"_s, [item] { return FormatBool(item->get_Activation()); }},
+        {u"LinkActivation"_s, [item] { return FormatBool(item->get_LinkActivation()); }},
+        {u"State"_s, [item] { return FormatState(item->get_State()); }},
+        {u"Value"_s, [item] { return ReadValue(*item); }, none},
+        {u"DateTime"_s, [item] { return ToPlainText(item->get_DateTime()); }},
+        {u"Microsecond"_s, [item] { return QString::number(item->get_Microsecond()); }},
+        {u"Tag"_s, [item] { return ValueToDisplayText(item->get_Tag()); }, none},
+        {u"ID"_s, [item] { return ValueToDisplayText(item->get_ID()); }, none},
     };
     return rows + SettingDataRows(item);
 }

@@ -64,16 +64,16 @@ void frmItem::ConnectCommands()
     connect(cmdSnapshot, &QPushButton::clicked, this, &frmItem::cmdSnapshot_Click);
     connect(cmdRemove, &QPushButton::clicked, this, &frmItem::cmdRemove_Click);
     connect(cmdPerfchk, &QPushButton::clicked, this, &frmItem::cmdPerfchk_Click);
-    connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideItemWindow);
+    connect(cmdHide, &QPushButton::clicked, this, &frmItem::HideForm);
 }
 
-void frmItem::ShowItemWindow()
+void frmItem::ShowForm()
 {
     ChildWindow::ShowForm();
     if (!IsUnloading()) tmrItemProp->Start();
 }
 
-void frmItem::HideItemWindow()
+void frmItem::HideForm()
 {
     tmrItemProp->Stop();
     ChildWindow::HideForm();
@@ -98,6 +98,7 @@ void frmItem::FormUnload()
 {
     tmrItemProp->Stop();
     if (m_PerfChk) m_PerfChk->Unload();
+    fgItem->Lay({}, GridLayout); // its rows refer to the item
     m_csItem.reset();
     m_csCtrl.reset();
 }
@@ -112,7 +113,7 @@ void frmItem::LookUpItem()
 void frmItem::FillPropertyList()
 {
     cmbProperty->Clear();
-    cmbProperty->AddItems(ItemPropertyNames());
+    for (const ItemAccess& property : ItemAccesses) cmbProperty->AddItem(property.Name.toString());
     cmbProperty->SetListIndex(0);
 }
 
@@ -121,18 +122,13 @@ bool frmItem::InitItemGrid()
 {
     fgItem->Lay(ItemRows(m_csItem), GridLayout);
     if (IsUnloading()) return false;
-    RefreshItemGrid();
+    tmrItemProp->RefreshNow();
     InitActivation();
     return true;
 }
 
-void frmItem::RefreshItemGrid()
-{
-    tmrItemProp->RefreshNow();
-}
-
-/// Ticking a box runs its rule: loading the window of an active item activates it once more, and that is meant. What the server does
-/// not tell is taken for not active and not linked: the window is of use all the same.
+/// Intended: ticking a box runs its rule, so that loading the window of an active item activates it once more. An item whose server
+/// does not answer counts as not active and not linked; the window can be used all the same.
 void frmItem::InitActivation()
 {
     chkLinkActv->setEnabled(false);
@@ -147,20 +143,20 @@ void frmItem::InitActivation()
 void frmItem::cmbProperty_Click()
 {
     if (cmbProperty->ListIndex() < 0) return;
-    m_Property = static_cast<ItemProperty>(cmbProperty->ListIndex());
-    if (m_Property == ItemProperty::Value) {
+    m_Property = &ItemAccesses.at(static_cast<std::size_t>(cmbProperty->ListIndex()));
+    if (m_Property == &ItemAccesses[0]) {
         chkDelay->setChecked(m_DelayTicked);
         chkDelay->setEnabled(true);
         chkDelay_Click();
         DisableField(txtElements);
         return;
     }
-    m_DelayTicked = CheckToBool(chkDelay); // also from Tag to ID, where it was cleared before: meant
+    m_DelayTicked = CheckToBool(chkDelay); // intended: also from Tag to ID, where it was cleared before
     chkDelay->setChecked(false);
     chkDelay->setEnabled(false);
     cmdGet->setEnabled(true);
     DisableField(txtDelay);
-    EnableFields(m_Property == ItemProperty::Elements, {txtElements});
+    EnableFields(!m_Property->Get, {txtElements});
 }
 
 void frmItem::cmbType_Click()
@@ -193,7 +189,13 @@ bool frmItem::txtDelay_Validate()
 
 void frmItem::cmdGet_Click()
 {
-    ReportErrors([this] { ShowValue(GetItemProperty(*m_csItem, m_Property, txtElements->text())); });
+    ReportErrors([this] {
+        Announce(u"Item", QString(u"get_" % m_Property->Name));
+        const auto get = m_Property->Get;
+        const Variant value = get ? (*m_csItem.*get)() : GetElements(*m_csItem, txtElements->text());
+        AddLog(QStringLiteral("Succeeded."));
+        ShowValue(value);
+    });
 }
 
 void frmItem::ShowValue(const Variant& value)
@@ -202,7 +204,7 @@ void frmItem::ShowValue(const Variant& value)
     if (text.size() > MaxShownCharacters) ThrowTooLong(text.size());
     cmbType->SetListIndex(VarTypeToTypeIndex(value.Type()));
     txtValue->setText(text);
-    ClearThumbnail();
+    imgThumbnail->Clear();
     if (value.Type() == ArrayOf(VT_UI1)) ShowThumbnail(value.Array().Of<quint8>());
 }
 
@@ -213,17 +215,15 @@ void frmItem::ShowThumbnail(const QList<quint8>& bytes)
     imgThumbnail->SetPicture(ReadPicture(bytes));
 }
 
-void frmItem::ClearThumbnail()
-{
-    imgThumbnail->Clear();
-}
-
 void frmItem::cmdPut_Click()
 {
     ReportErrors([this] {
         const Variant value = ToValue(cmbType->ListIndex(), txtValue->text()); // refused text: nothing is announced
-        const auto delay = CheckToBool(chkDelay) ? std::optional(txtDelay->text()) : std::nullopt;
-        PutItemProperty(*m_csItem, m_Property, value, delay);
+        const bool isDelayed = CheckToBool(chkDelay);
+        Announce(u"Item", QString(u"put_" % m_Property->Name % QStringView(isDelayed ? u"Ex" : u"")));
+        if (isDelayed) PutDelayed(*m_csItem, txtDelay->text(), value);
+        else (*m_csItem.*m_Property->Put)(value);
+        AddLog(QStringLiteral("Succeeded."));
     });
 }
 
@@ -240,13 +240,13 @@ void frmItem::chkLinkActv_Click()
 void frmItem::cmdSnapshot_Click()
 {
     // "Controller" is what operators know this line by, although it is the item's snapshot.
-    CallServer(u"Controller", u"Snapshot", [this] { m_csItem->Snapshot(); });
+    CallServer(u"Controller", u"Snapshot", &VelSQLItem::Snapshot, m_csItem);
 }
 
 void frmItem::cmdRemove_Click()
 {
     const Hold hold(this);
-    if (AskSure() && !IsUnloading()) ReportErrors([this] { RemoveItem(); });
+    if (AskSure() && !IsUnloading()) ReportErrors(&frmItem::RemoveItem, this);
 }
 
 /// While the check is open the window reads nothing, so that only the check's own calls are measured.

@@ -18,10 +18,10 @@ class frmItem : public ChildWindow, private Ui::frmItem
 public:
     frmItem();
 
-    void ShowForm() override { ShowItemWindow(); }
-    void HideForm() override { HideItemWindow(); }
-    /// Brings the window forward and starts the grid's refresh.
-    void ShowItemWindow();
+    /// Also starts the grid's refresh.
+    void ShowForm() override;
+    /// Also stops the grid's refresh.
+    void HideForm() override;
 
 protected:
     bool Load() override;
@@ -34,10 +34,7 @@ private:
     void LookUpItem();
     void FillPropertyList();
     bool InitItemGrid();
-    void RefreshItemGrid();
     void InitActivation();
-    /// Stops the grid's refresh and hides the window, which stays loaded.
-    void HideItemWindow();
 
     void cmbProperty_Click();
     void cmbType_Click();
@@ -53,7 +50,6 @@ private:
 
     void ShowValue(const Variant& value);
     void ShowThumbnail(const QList<quint8>& bytes);
-    void ClearThumbnail();
     void RemoveItem();
 
     ControllerRef m_csCtrl;
@@ -61,7 +57,7 @@ private:
     GridRefresher* tmrItemProp;
     /// Open while it measures this window's item.
     QPointer<frmPerfChk> m_PerfChk;
-    ItemProperty m_Property = ItemProperty::Value;
+    const ItemAccess* m_Property = &ItemAccesses[0];
     /// Whether chkDelay was ticked when a property other than Value was chosen last.
     bool m_DelayTicked = false;
 };

@@ -19,7 +19,7 @@ public:
     {
     }
 
-    /// One cycle; false when the run is to end. Nothing that is not measured belongs in here.
+    /// One cycle; false when the run is to end. Nothing belongs in here that is not to be measured.
     bool Run()
     {
         if (m_Task.Writes && !Step(CheckResult::WriteFailed, [this] { m_Task.Item->put_Value(m_Task.Value); }))
@@ -36,7 +36,7 @@ public:
     CheckResult Result() const { return m_Result; }
 
 private:
-    /// An ignored failure still is the result of the run: ignoring keeps the load running, it hides nothing.
+    /// An ignored failure is still the result of the run: ignoring it keeps the load running but hides nothing.
     template <std::invocable Action>
     bool Step(CheckResult failure, Action&& action)
     {

@@ -41,7 +41,7 @@ enum class CheckResult
     DataDiffers = 3
 };
 
-/// Milliseconds between two readings of the tick counter. Across its wrap the result is one short: it is meant.
+/// Milliseconds between two readings of the tick counter. Intended: across its wrap the result is one short.
 quint32 ElapsedTicks(quint32 start, quint32 end);
 
 /// Runs the cycles from the tick `start` on, and lets events run once in each. Ends early when `stop` becomes true, at the first

@@ -31,7 +31,7 @@ double Number(const QLineEdit* field)
     return *number;
 }
 
-/// All of it, however many elements it has: what was measured is to be seen.
+/// The whole text, however many elements the value has: the operator is to see what was measured.
 QString WrittenText(const Variant& value)
 {
     return value.IsEmpty() || value.IsNull() ? QString() : ValueTextOf(Converter().ValueToText(value, 0));
@@ -63,7 +63,7 @@ frmPerfChk::frmPerfChk(QWidget* parent)
 frmPerfChk::~frmPerfChk()
 {
     *m_Stop = true;
-    modAPI::SetPriorityClass(modAPI::NORMAL_PRIORITY_CLASS); // whatever it was before: meant
+    modAPI::SetPriorityClass(modAPI::NORMAL_PRIORITY_CLASS); // intended: whatever it was before
 }
 
 void frmPerfChk::Form_Load()
@@ -208,7 +208,7 @@ void frmPerfChk::cmdStart_Click()
     const QPointer<frmPerfChk> self(this);
     SetRunningState(State::Running);
     *m_Stop = false;
-    ReportErrors([this] { Start(); });
+    ReportErrors(&frmPerfChk::Start, this);
     if (!self) return;
     SetRunningState(State::Idle);
     if (!m_Unloading) cmdStart->setFocus();
@@ -217,7 +217,7 @@ void frmPerfChk::cmdStart_Click()
 void frmPerfChk::Start()
 {
     const QPointer<frmPerfChk> self(this);
-    SetStatus(QStringLiteral("Runnning performance check...")); // spelled so: meant
+    SetStatus(QStringLiteral("Runnning performance check...")); // spelled so on purpose
     RunPerformanceCheck(Task(), Pattern());
     if (self) SetStatus(QString());
 }
@@ -240,7 +240,7 @@ void frmPerfChk::ShowResult(CheckResult result, quint32 start, const CheckTask& 
         lvResult->AddRow(QStringLiteral("END"), LocalTime(), QString::number(elapsed), value);
         return;
     }
-    lvResult->AddRow(QStringLiteral("ERROR OCCURED!")); // spelled so: meant
+    lvResult->AddRow(QStringLiteral("ERROR OCCURED!")); // spelled so on purpose
     ShowExclamation(FailureText(result));
 }
 
