@@ -25,10 +25,9 @@ protected:
     ~HistoryWindow() override { delete m_Form; } // before the script that its results look at
 
     /// Types a statement and presses Execute; the script answers. What it logs.
-    QStringList Execute(const QString& statement)
+    QStringList Execute(const QString& statement = u"x"_s)
     {
-        TakeLog();
-        TakeCalls();
+        TakeLog(), TakeCalls();
         m_Server.m_History.Result = std::make_shared<ScriptedResult>(m_Script);
         Statement().SetText(statement);
         Press("cmdExecute");
@@ -47,21 +46,18 @@ protected:
     ResultModel& Model() { return Grid().Model(); }
     QString RowsText() { return Control<QLabel>("lblRows").text(); }
     static QString Clipboard() { return QGuiApplication::clipboard()->text(); }
-    /// The texts of the cells of a row, once they were painted; of the header for row -1.
-    QStringList Row(int row)
+    /// The cells of a row, once they were painted, between semicolons; of the header for row -1.
+    QString Row(int row)
     {
         Grid().viewport()->repaint();
         QStringList texts;
         for (int column = 0; column < Model().columnCount(); ++column)
             texts << (row < 0 ? Model().headerData(column, Qt::Horizontal) : Model().index(row, column).data())
                          .toString();
-        return texts;
+        return texts.join(u';');
     }
-    /// Results and pages that the window still holds.
-    std::pair<long, long> Held() const
-    {
-        return {m_Script.LiveResults.use_count() - 1, m_Script.LivePages.use_count() - 1};
-    }
+    long LiveResults() const { return m_Script.LiveResults.use_count() - 1; }
+    long LivePages() const { return m_Script.LivePages.use_count() - 1; }
 
     ResultScript m_Script;
 };

@@ -28,60 +28,53 @@ struct ResultScript
     std::shared_ptr<int> LiveResults = std::make_shared<int>(), LivePages = std::make_shared<int>();
 };
 
-class ScriptedPage : public ResultPage
+struct ScriptedPage : ResultPage
 {
-public:
-    ScriptedPage(const ResultScript& script, qint64 firstRow)
-        : m_Script(script)
-        , m_FirstRow(firstRow)
+    ScriptedPage(const ResultScript& script, qint64 row)
+        : Script(script)
+        , First(row - row % script.RowsPerPage)
     {
     }
+    qint64 FirstRow() const override { return First; }
+    qint32 RowCount() const override { return Script.RowsPerPage; }
+    Variant Cell(qint32 row, qint32 column) const override { return Script.Cell(First + row, column); }
+    qsizetype Bytes() const override { return Script.BytesPerPage; }
 
-    qint64 FirstRow() const override { return m_FirstRow; }
-    qint32 RowCount() const override { return m_Script.RowsPerPage; }
-    Variant Cell(qint32 row, qint32 column) const override { return m_Script.Cell(m_FirstRow + row, column); }
-    qsizetype Bytes() const override { return m_Script.BytesPerPage; }
-
-private:
-    const ResultScript& m_Script;
-    const qint64 m_FirstRow;
-    const std::shared_ptr<int> m_Life = m_Script.LivePages;
+    const ResultScript& Script;
+    const qint64 First;
+    const std::shared_ptr<int> Life = Script.LivePages;
 };
 
-/// A result made by rule: cell texts are computed, and every call is counted and can fail.
-class ScriptedResult : public ResultSet
+/// A result made by rule: cells are computed, and every call is counted and can fail.
+struct ScriptedResult : ResultSet
 {
-public:
     explicit ScriptedResult(ResultScript& script)
-        : m_Script(script)
+        : Script(script)
     {
     }
-
     QStringList Columns() override
     {
-        m_Script.WhileExecuting();
-        ThrowIf(m_Script.ColumnsFailure);
-        return m_Script.Columns;
+        Script.WhileExecuting();
+        ThrowIf(Script.ColumnsFailure);
+        return Script.Columns;
     }
     ResultProgress Progress() override
     {
-        ++m_Script.ProgressAsked;
-        ThrowIf(m_Script.ProgressFailure);
-        return m_Script.Progress;
+        ++Script.ProgressAsked;
+        ThrowIf(Script.ProgressFailure);
+        return Script.Progress;
     }
     ResultPageRef PageOf(qint64 row) override
     {
-        m_Script.PagesAsked << row;
-        ThrowIf(m_Script.PageFailure);
-        return std::make_shared<ScriptedPage>(m_Script, row - row % m_Script.RowsPerPage);
+        Script.PagesAsked << row;
+        ThrowIf(Script.PageFailure);
+        return std::make_shared<ScriptedPage>(Script, row);
     }
-
-private:
     static void ThrowIf(const QString& failure)
     {
         if (!failure.isNull()) throw ServerError(failure);
     }
 
-    ResultScript& m_Script;
-    const std::shared_ptr<int> m_Life = m_Script.LiveResults;
+    ResultScript& Script;
+    const std::shared_ptr<int> Life = Script.LiveResults;
 };

@@ -4,43 +4,56 @@
 
 namespace {
 
-TEST_F(HistoryWindow, ShowsTheSettingsOnceWhateverNodeLedHere)
+/// The end of every statement, failed or not.
+class HistoryTest : public HistoryWindow
 {
+protected:
+    void ExpectReady()
+    {
+        EXPECT_TRUE(IsEnabled("cmdExecute"));
+        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+        EXPECT_EQ(m_Main.Status(), u"Ready.");
+    }
+};
+
+} // namespace
+
+TEST_F(HistoryTest, ShowsTheSettingsOnceWhateverNodeItIsOpenedFor)
+{
+    const QString calls = u"History.get_Enabled() History.get_ConnectionString(1) History.get_TableName(1) "
+                          u"History.get_MaxRecord(1) History.get_ConnectionString(2) History.get_TableName(2) "
+                          u"History.get_MaxRecord(2)"_s;
     m_Form->Unload();
     TakeCalls();
     m_Server.FailOperation(u"get_TableName"_s, u"no table"_s);
     m_Form = ChildWindow::Open<frmHistory>(TreeNodeRef());
-    EXPECT_EQ(TakeCalls(), QStringList({u"History.get_Enabled()"_s, u"History.get_ConnectionString(1)"_s,
-                                        u"History.get_TableName(1)"_s, u"History.get_MaxRecord(1)"_s,
-                                        u"History.get_ConnectionString(2)"_s, u"History.get_TableName(2)"_s,
-                                        u"History.get_MaxRecord(2)"_s}));
-    EXPECT_EQ(m_Form->m_TreeNode, modMain::HistoryNode);
-    EXPECT_EQ(Column("grdProperties", 1),
-              QStringList({u"True"_s, u"Driver=First"_s, QString(), u"1000"_s, u"Driver=Second"_s, QString(), u"0"_s}));
-    EXPECT_EQ(TakeLog(), QStringList());
     m_Form->ShowForm();
-    QTest::qWait(700);
-    EXPECT_EQ(TakeCalls(), QStringList()) << "nothing is refreshed";
+    QTest::qWait(600);
+    EXPECT_EQ(TakeCalls().join(u' '), calls) << "nothing is refreshed";
+    EXPECT_EQ(m_Form->m_TreeNode, modMain::HistoryNode);
+    EXPECT_EQ(Column("grdProperties", 1).join(u';'), u"True;Driver=First;;1000;Driver=Second;;0");
+    EXPECT_EQ(TakeLog(), QStringList());
 }
 
-TEST_F(HistoryWindow, OverwritesAndInsertsStatementsButNeverTheSeparator)
+TEST_F(HistoryTest, OverwritesAndInsertsStatementsButNeverTheSeparator)
 {
     EXPECT_EQ(Statements().toolTip(), u"SELECT * FROM velsql_history");
     Statements().SetListIndex(4);
     Press("cmdOverwrite");
     EXPECT_EQ(Statement().Text(), u"SELECT * FROM velsql_history ORDER BY item_time ASC");
 
+    const QString before = u"12\n34"_s, after = u"12\n3A\nB4"_s;
     Statements().AddItem(u"A\nB"_s);
     Statements().SetListIndex(7);
-    Statement().SetText(u"12\n34"_s);
+    Statement().SetText(before);
     QTextCursor caret = Statement().textCursor();
     caret.setPosition(1);
     caret.setPosition(4, QTextCursor::KeepAnchor); // what is selected stays
     Statement().setTextCursor(caret);
     QTest::keyClick(&Statements(), Qt::Key_Return);
-    EXPECT_EQ(Statement().Text(), u"12\n3A\nB4");
+    EXPECT_EQ(Statement().Text(), after);
     Statement().undo();
-    EXPECT_EQ(Statement().Text(), u"12\n34");
+    EXPECT_EQ(Statement().Text(), before);
 
     QAction* insert = Statements().actions().constFirst();
     EXPECT_EQ(Statements().contextMenuPolicy(), Qt::ActionsContextMenu);
@@ -51,25 +64,122 @@ TEST_F(HistoryWindow, OverwritesAndInsertsStatementsButNeverTheSeparator)
     EXPECT_EQ(menu->actions().constLast(), insert);
     insert->trigger();
     menu->close();
-    EXPECT_EQ(Statement().Text(), u"12\n3A\nB4");
+    EXPECT_EQ(Statement().Text(), after);
 
     Statements().SetListIndex(6);
     EXPECT_EQ(Statements().toolTip(), u"-----");
     Press("cmdOverwrite");
     QTest::keyClick(&Statements(), Qt::Key_Enter);
     EXPECT_FALSE(insert->isEnabled());
-    EXPECT_EQ(Statement().Text(), u"12\n3A\nB4") << "a separator is no statement";
+    EXPECT_EQ(Statement().Text(), after) << "a separator is not a statement";
 }
 
-TEST_F(HistoryWindow, HidesAndComesBackWithItsResultUntilItGoes)
+TEST_F(HistoryTest, ShowsTheRowsAndRemembersTheStatement)
 {
-    Execute(u"x"_s);
+    const QString statement = u"SELECT 'a\u00A0b'\n\t-- <b>\n  , '\U0001F600'"_s;
+    m_Script.Columns = {u"id"_s, u"name"_s, u"id"_s, QString(), u"<b>x</b>\ny"_s};
+    m_Script.Cell = [](qint64 row, int column) {
+        return column == 1 ? Variant(Null{}) : Variant(qint32(row * 10 + column));
+    };
+    TakeStatus();
+    EXPECT_EQ(Execute(statement), SuccessLog);
+    EXPECT_EQ(TakeCalls(), QStringList{u"History.Execute("_s + statement + u')'});
+    ExpectReady();
+    EXPECT_EQ(TakeStatus(), QStringList({u"Ready."_s, u"Execute..."_s, u"Ready."_s, u"Ready."_s}));
+    EXPECT_EQ(Statements().List(7), statement);
+    Execute(statement.toLower());
+    Execute(u"select * FROM velsql_HISTORY"_s);
+    EXPECT_EQ(Statements().ListCount(), 8) << "upper and lower case mean nothing";
+    EXPECT_EQ(LiveResults(), 1);
     Press("cmdHide");
     EXPECT_FALSE(m_Form->isVisible());
     m_Form->ShowForm();
-    EXPECT_EQ(Row(1), QStringList({u"1"_s, u"name 1"_s}));
+    EXPECT_EQ(Row(-1), u"id;name;id;;<b>x</b> y");
+    EXPECT_EQ(Row(3), u"30;NULL;32;33;34");
+    EXPECT_EQ(Model().headerData(999, Qt::Vertical), 1000);
+    EXPECT_EQ(RowsText(), u"1000 rows");
     m_Form->Unload();
-    EXPECT_EQ(Held(), std::pair(0L, 0L));
+    EXPECT_EQ(LiveResults() + LivePages(), 0);
 }
 
-} // namespace
+TEST_F(HistoryTest, EveryFailureKeepsThePreviousResult)
+{
+    const QString lost = u"the server went away"_s, broken = u"near \"SELEC\": syntax error\r\nUnable to execute"_s;
+    Execute(u"first"_s);
+    Grid().setColumnWidth(1, 77);
+    const auto expectFailure = [&](const QString& description) {
+        EXPECT_EQ(Execute(u"second"_s).join(u"\r\n"), SuccessLog[0] + u"\r\n"_s + description);
+        EXPECT_EQ(Row(1) + RowsText(), u"1;name 11000 rows");
+        EXPECT_EQ(Grid().columnWidth(1), 77);
+        EXPECT_EQ(Statements().ListCount(), 8) << "not remembered";
+        EXPECT_EQ(LiveResults(), 1);
+        ExpectReady();
+    };
+    m_Server.FailOperation(u"Execute"_s, broken);
+    expectFailure(broken);
+    m_Server.FailOperation(u"Execute"_s, QString());
+    for (QString* failure : {&m_Script.ColumnsFailure, &m_Script.ProgressFailure, &m_Script.PageFailure}) {
+        *failure = lost;
+        expectFailure(lost);
+        *failure = QString();
+    }
+    modMain::History.reset();
+    expectFailure(u"There is no history."_s);
+}
+
+TEST_F(HistoryTest, AStatementWithoutRowsEmptiesTheGrid)
+{
+    const std::tuple<QStringList, QString, QString> rows[] = {{{}, {}, {}}, {{u"a"_s}, u"a"_s, u"0 rows"_s}};
+    m_Script.Progress = {0, true, {}};
+    for (const auto& [columns, header, text] : rows) {
+        m_Script.Columns = columns;
+        EXPECT_EQ(Execute(), SuccessLog);
+        EXPECT_EQ(Row(-1), header);
+        EXPECT_EQ(RowsText(), text);
+    }
+    Press("cmdExecute"); // the server answers without a result
+    EXPECT_EQ(TakeLog(), SuccessLog);
+    EXPECT_EQ(Model().columnCount() + Model().rowCount(), 0);
+}
+
+TEST_F(HistoryTest, NothingElseStartsWhileAStatementRunsAndTheWindowMayGo)
+{
+    auto& button = Control<QPushButton>("cmdExecute");
+    button.setFocus();
+    int runs = 0;
+    m_Script.WhileExecuting = [&] {
+        EXPECT_FALSE(button.isEnabled());
+        ASSERT_TRUE(QGuiApplication::overrideCursor());
+        EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
+        EXPECT_EQ(m_Main.Status(), u"Execute...");
+        if (++runs > 1) return;
+        // An impatient operator: these clicks wait for the call to end.
+        for (const auto type : {QEvent::MouseButtonPress, QEvent::MouseButtonRelease})
+            QCoreApplication::postEvent(&button, new QMouseEvent(type, QPointF(5, 5), button.mapToGlobal(QPointF(5, 5)),
+                                                                 Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    };
+    EXPECT_EQ(Execute(), SuccessLog);
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(m_Form->focusWidget(), &button);
+    ExpectReady();
+
+    m_Script.WhileExecuting = [&] { QMetaObject::invokeMethod(m_Form, &ChildWindow::Unload, Qt::QueuedConnection); };
+    EXPECT_EQ(Execute(), SuccessLog);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_FALSE(m_Form);
+    EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    EXPECT_EQ(LiveResults(), 0);
+}
+
+TEST_F(HistoryTest, CtrlEnterExecutesFromEveryFieldAndTypesNothing)
+{
+    QApplication::setActiveWindow(m_Main.Widget());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.Widget()));
+    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
+        for (QWidget* field : QWidgetList{&Statement(), &Statements(), &Grid()}) {
+            field->setFocus();
+            QTest::keyClick(field, key, Qt::ControlModifier);
+            EXPECT_EQ(TakeLog(), SuccessLog) << field->objectName().toStdString();
+        }
+    EXPECT_EQ(Statement().Text(), u"Select * From velsql_history") << "intended: spelled unlike the preset";
+}

@@ -15,17 +15,12 @@ QList<quint8> Bytes(const QByteArray& bytes)
     return QList<quint8>(bytes.begin(), bytes.end());
 }
 
-QImage Filled(QSize size, QColor colour)
+QByteArray Encoded(QSize size, const char* format, QColor colour = Qt::red)
 {
     QImage image(size, QImage::Format_RGB32);
     image.fill(colour);
-    return image;
-}
-
-QByteArray Encoded(QSize size, const char* format, QColor colour = Qt::red)
-{
     QBuffer buffer;
-    QImageWriter(&buffer, format).write(Filled(size, colour));
+    QImageWriter(&buffer, format).write(image);
     return buffer.data();
 }
 
@@ -34,21 +29,23 @@ class ItemPicture : public ItemWindow
 protected:
     ItemPicture() { Open(); }
 
-    /// Gets the bytes as the item's value; what is logged behind its success.
-    QStringList Get(const QByteArray& bytes)
+    /// Gets the bytes as the item's value; what is logged after its success.
+    QString Get(const QByteArray& bytes)
     {
         Item().Value = Variant(SafeArray(Bytes(bytes)));
         Press("cmdGet");
         const QStringList log = TakeLog();
         EXPECT_EQ(log.first(2), QStringList({u"Calling Item:get_Value..."_s, u"Succeeded."_s}));
-        return log.mid(2);
+        return log.mid(2).join(u'\n');
     }
     const QImage& Shown() { return Control<Thumbnail>("imgThumbnail").Picture(); }
-    QByteArray File() const
+    QByteArray FileContent() const
     {
-        QFile file(m_Folder + u"/Temp.bmp"_s);
+        QFile file(m_Path);
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
+
+    const QString m_Path = m_Folder.filePath(u"Temp.bmp"_s);
 };
 
 } // namespace
@@ -57,8 +54,8 @@ TEST_F(ItemPicture, IsWrittenUnchangedAndTheNewestIsShown)
 {
     for (const char* format : {"bmp", "png", "jpeg", "ppm"}) {
         const QByteArray bytes = Encoded({40, 30}, format);
-        EXPECT_EQ(Get(bytes), QStringList()) << format;
-        EXPECT_EQ(File(), bytes);
+        EXPECT_EQ(Get(bytes), QString()) << format;
+        EXPECT_EQ(FileContent(), bytes);
         EXPECT_EQ(Shown().size(), QSize(40, 30));
     }
     Get(Encoded({4, 4}, "bmp", Qt::red));
@@ -68,10 +65,10 @@ TEST_F(ItemPicture, IsWrittenUnchangedAndTheNewestIsShown)
     Item().Value = Variant(qint32{1});
     Press("cmdGet");
     EXPECT_TRUE(Shown().isNull());
-    EXPECT_EQ(File(), second) << "the file stays";
+    EXPECT_EQ(FileContent(), second) << "the file stays";
 }
 
-TEST_F(ItemPicture, BytesThatAreNoWholePictureAreLoggedAndLeaveNoStaleOne)
+TEST_F(ItemPicture, WhatCannotBeShownOrWrittenIsLoggedAndLeavesNoStaleOne)
 {
     const QByteArray bmp = Encoded({40, 30}, "bmp");
     const QByteArray jpeg = Encoded({400, 300}, "jpeg");
@@ -85,24 +82,18 @@ TEST_F(ItemPicture, BytesThatAreNoWholePictureAreLoggedAndLeaveNoStaleOne)
         {Encoded({400, 300}, "png").chopped(100), u"Unable to read image data"_s},
         {huge, u"it claims 65000 x 65000 points"_s}};
     for (const auto& [bytes, reason] : rows) {
-        EXPECT_EQ(Get(bmp), QStringList());
+        EXPECT_EQ(Get(bmp), QString());
         EXPECT_FALSE(Shown().isNull());
-        EXPECT_EQ(Get(bytes), QStringList{u"The value cannot be shown as a picture: "_s + reason});
+        EXPECT_EQ(Get(bytes), u"The value cannot be shown as a picture: "_s + reason);
         EXPECT_TRUE(Shown().isNull());
-        EXPECT_EQ(File(), bytes);
+        EXPECT_EQ(FileContent(), bytes);
     }
-}
-
-TEST_F(ItemPicture, AFileThatCannotBeWrittenIsLoggedAndLeavesNoStalePicture)
-{
-    const QByteArray bmp = Encoded({4, 4}, "bmp");
     Get(bmp);
-    const QString path = m_Folder + u"/Temp.bmp"_s;
-    QFile::remove(path);
-    QFile::link(u"/dev/full"_s, path); // a full disk
-    EXPECT_EQ(Get(bmp), QStringList{u"The picture file %1 cannot be written: No space left on device"_s.arg(path)});
+    QFile::remove(m_Path);
+    QFile::link(u"/dev/full"_s, m_Path); // a full disk
+    EXPECT_EQ(Get(bmp), u"The picture file %1 cannot be written: No space left on device"_s.arg(m_Path));
     EXPECT_TRUE(Shown().isNull());
-    EXPECT_EQ(Get(bmp), QStringList()) << "nothing half-written is in the way";
+    EXPECT_EQ(Get(bmp), QString()) << "nothing half-written is in the way";
     EXPECT_FALSE(Shown().isNull());
 }
 
@@ -112,7 +103,7 @@ TEST(Thumbnail, FillsItsBoxWithThePicturesProportions)
     Thumbnail box;
     box.resize(boxSize);
     for (const QSize size : {QSize(3000, 1000), QSize(30, 10), QSize(10, 30), QSize(2000, 1)}) {
-        box.SetPicture(Filled(size, Qt::green));
+        box.SetPicture(QImage::fromData(Encoded(size, "bmp", Qt::green)));
         const QRegion green(
             QBitmap::fromImage(box.grab().toImage().createMaskFromColor(QColor(Qt::green).rgb(), Qt::MaskOutColor)));
         const QRect place = green.boundingRect();

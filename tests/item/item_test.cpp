@@ -1,0 +1,277 @@
+#include "core/automation/SafeArray.h"
+#include "tests/item/ItemWindow.h"
+
+#include <QRegularExpression>
+
+namespace {
+
+constexpr int LookUps = 2;   // of the controller and of the item
+constexpr int RowCalls = 50; // 49 rows; the value's asks for the attribute first
+const QStringList GetLog = {u"Calling Item:get_Value..."_s, u"Succeeded."_s};
+
+/// Calls of the item, by their operations.
+QStringList ItemCalls(const QString& operations)
+{
+    return operations.split(u' ').replaceInStrings(QRegularExpression(u"^"_s), u"Item(D100)."_s);
+}
+
+/// What a refresh of the grid asks, in order.
+QStringList GridCalls(const QString& getValue = u"get_Value() "_s)
+{
+    QString operations = u"get_Index() get_Name() get_Description() get_Attribute() get_LinkItem() get_Activation() "
+                         u"get_LinkActivation() get_State() get_Attribute() %1get_DateTime() get_Microsecond() "
+                         u"get_Tag() get_ID()"_s.arg(getValue);
+    for (int i = 0; i < 36; ++i) operations += u" get_SettingData(%1)"_s.arg(i);
+    return ItemCalls(operations);
+}
+
+class ItemTest : public ItemWindow
+{
+protected:
+    /// The names of all controls that the operator can use now, but for those that are always enabled.
+    QString Enabled() const
+    {
+        QStringList enabled = u"cmbProperty cmbType txtValue txtElements chkDelay txtDelay cmdGet cmdPut chkActv "
+                              u"chkLinkActv cmdSnapshot cmdRemove cmdPerfchk cmdHide fgItem"_s.split(u' ');
+        enabled.removeIf([this](const QString& name) { return !m_Form->findChild<QWidget*>(name)->isEnabled(); });
+        QString names = enabled.join(u' ');
+        EXPECT_TRUE(names.endsWith(u"cmdPut chkActv cmdSnapshot cmdPerfchk cmdHide fgItem")) << names.toStdString();
+        return names.section(u' ', 0, -7);
+    }
+    /// What the controls of a value hold.
+    QString Entry() { return List("cmbType").currentText() + u' ' + Text("txtValue"); }
+};
+
+} // namespace
+
+TEST_F(ItemTest, AsksInOrderAndActivatesAnActiveItemOnceMore)
+{
+    Load();
+    EXPECT_EQ(TakeCalls(),
+              QStringList({u"Engine.get_Controller(PLC1)"_s, u"Controller(PLC1).get_Item(D100)"_s}) + GridCalls() +
+                  ItemCalls(u"get_Activation() put_Activation(True) get_LinkActivation() get_LinkItem()"_s));
+    EXPECT_EQ(m_Form->windowTitle(), u"Item : VelSQLEngine\\PLC1\\D100"_s);
+    EXPECT_EQ(Enabled(), u"cmbProperty cmbType chkDelay cmdGet"_s);
+    EXPECT_EQ(Text("txtDelay"), u"0"_s);
+
+    Item().Activation = false;
+    Item().LinkActivation = true;
+    Item().LinkItem = Variant(SafeArray(QList{u"D200"_s}));
+    Load();
+    EXPECT_EQ(TakeCalls().mid(LookUps + RowCalls),
+              ItemCalls(u"get_Activation() get_LinkActivation() put_LinkActivation(True) get_LinkItem()"_s));
+    EXPECT_TRUE(!Check("chkActv").isChecked() && Check("chkLinkActv").isChecked() && IsEnabled("chkLinkActv"));
+    Tick("chkLinkActv", false);
+    EXPECT_EQ(TakeCalls(), ItemCalls(u"put_LinkActivation(False)"_s));
+    EXPECT_EQ(TakeLog(), QStringList());
+}
+
+TEST_F(ItemTest, AFailingLookUpEndsLoadingAndAFailingReadDoesNot)
+{
+    constexpr int Activation = LookUps + RowCalls; // asked, put, the link's asked, the linked item asked
+    Item().LinkItem = Variant(SafeArray(QList{u"D200"_s}));
+    for (int n : {1, 2, 3, Activation, Activation + 1, Activation + 2, Activation + 3, Activation + 4}) {
+        SCOPED_TRACE(n);
+        m_Server.FailCall(n, u"Call failed"_s);
+        if (n <= LookUps) EXPECT_THROW(Load(), ServerError);
+        else Load();
+        EXPECT_EQ(TakeLog(), n == Activation + 2 ? QStringList({u"Call failed"_s}) : QStringList());
+        if (m_Form) {
+            EXPECT_EQ(Check("chkActv").isChecked(), n != Activation + 1);
+            EXPECT_EQ(IsEnabled("chkLinkActv"), n <= Activation || n == Activation + 2);
+            m_Form->Unload();
+        }
+        EXPECT_EQ(ChildWindow::Forms().size(), 0);
+        EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+}
+
+TEST_F(ItemTest, ShowsEveryPropertyAndNeverReadsTheValueOfAWriteOnlyItem)
+{
+    Item().Description = u"<b>Boiler & co</b>"_s;
+    Item().Attribute = 1;
+    Item().State = 3;
+    Item().LinkItem = Variant(SafeArray(QList{u"D200"_s, u"D300"_s}));
+    Item().Tag = Variant(u"a,b"_s);
+    Item().ID = Variant(SafeArray(QList<qint16>{1, 2, 3}));
+    Item().SettingData = Variant(2.5);
+    Item().Microsecond = 250;
+    Load();
+    const QStringList cells = Column("fgItem", 1);
+    EXPECT_EQ(cells.first(13).join(u';'),
+              u"0;D100;<b>Boiler & co</b>;Read Only (1);D200,D300;True;False;Unknown (3);25 (I4);"
+              u"2023-03-15 12:00:00;250;a,b (BSTR);1,2,3 (ARRAY | I2)"_s);
+    EXPECT_EQ(cells.mid(13), QStringList(36, u"2.5"_s));
+
+    Item().Attribute = 2;
+    TakeCalls();
+    Load();
+    EXPECT_EQ(TakeCalls().mid(LookUps, RowCalls - 1), GridCalls(QString()));
+    EXPECT_EQ(Column("fgItem", 1).at(8), u"n/a"_s);
+}
+
+TEST_F(ItemTest, RefreshesWhileShownAndNeverLogsNorActivates)
+{
+    m_Main.Widget()->show();
+    Open();
+    m_Form->ShowForm();
+    m_Server.FailOperation(u"get_LinkItem"_s, u"Gone"_s);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return m_Server.m_Calls.size() >= RowCalls; }));
+    EXPECT_EQ(TakeCalls(), GridCalls());
+    Press("cmdHide");
+    QTest::qWait(600);
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
+}
+
+TEST_F(ItemTest, AnnouncesItsCommandsAndAFailedOneChangesNothing)
+{
+    const struct
+    {
+        const char* Button;
+        QString Property, Call, Announced, EntryThen;
+    } rows[] = {{"cmdGet", u"Value"_s, u"get_Value()"_s, u"Item:get_Value"_s, u"I4 25"_s},
+                {"cmdGet", u"Tag"_s, u"get_Tag()"_s, u"Item:get_Tag"_s, u"BSTR tag"_s},
+                {"cmdGet", u"ID"_s, u"get_ID()"_s, u"Item:get_ID"_s, u"BSTR id"_s},
+                {"cmdGet", u"Elements"_s, u"get_Elements(0, 0, 0)"_s, u"Item:get_Elements"_s, u"BSTR elements"_s},
+                {"cmdPut", u"Value"_s, u"put_Value(2,7)"_s, u"Item:put_Value"_s, u"I2 7"_s},
+                {"cmdPut", u"Tag"_s, u"put_Tag(2,7)"_s, u"Item:put_Tag"_s, u"I2 7"_s},
+                {"cmdPut", u"ID"_s, u"put_ID(2,7)"_s, u"Item:put_ID"_s, u"I2 7"_s},
+                // Intended: the call behind Elements and the name of the snapshot's object.
+                {"cmdPut", u"Elements"_s, u"put_ID(2,7)"_s, u"Item:put_Elements"_s, u"I2 7"_s},
+                {"cmdSnapshot", u"Value"_s, u"Snapshot()"_s, u"Controller:Snapshot"_s, u"I2 7"_s}};
+    Item().Tag = Variant(u"tag"_s);
+    Item().ID = Variant(u"id"_s);
+    Item().Elements = Variant(u"elements"_s);
+    Open();
+    for (const auto& row : rows) {
+        Choose("cmbType", u"I2"_s);
+        Type("txtValue", u"7"_s);
+        Choose("cmbProperty", row.Property);
+        ExpectAnnounced(row.Button, u"Item(D100)."_s + row.Call, row.Announced);
+        EXPECT_EQ(Entry(), row.EntryThen);
+    }
+    Tick("chkDelay");
+    Type("txtDelay", u"1500"_s);
+    ExpectAnnounced("cmdPut", u"Item(D100).put_ValueEx(1500, 2,7)"_s, u"Item:put_ValueEx"_s);
+    Type("txtValue", u"12abc"_s);
+    Press("cmdPut");
+    EXPECT_EQ(TakeLog(), QStringList{u"VT_I2: \"12abc\" is not a number"_s}) << "refused before anything is announced";
+    EXPECT_EQ(TakeCalls(), QStringList());
+}
+
+TEST_F(ItemTest, GetShowsLongTextsAndUnknownTypesButNothingTooLong)
+{
+    const QString longText(1'000'000, u'x');
+    const std::pair<Variant, QString> rows[] = {{Variant(longText), u"BSTR "_s + longText},
+                                                {Variant(qint8{-1}), u"(Unknown) -1"_s},
+                                                {Variant(longText.repeated(3)), u"(Unknown) -1"_s}};
+    Open();
+    for (const auto& [value, shown] : rows) {
+        Item().Value = value;
+        Press("cmdGet");
+        EXPECT_TRUE(Entry() == shown);
+    }
+    EXPECT_EQ(TakeLog(),
+              GetLog + GetLog + GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
+}
+
+TEST_F(ItemTest, GetReadsElementIndexesFromText)
+{
+    const QString succeeded = GetLog[1];
+    const std::array<QString, 3> rows[] = {{u"1,2,3,4"_s, u"1, 2, 3"_s, succeeded}, // intended: the fourth is dropped
+                                           {u" -1 ,+2, ,"_s, u"-1, 2, 0"_s, succeeded},
+                                           {u"2.5,3.5,12abc"_s, u"2, 4, 12"_s, succeeded},
+                                           {u"1,2,3,4,5"_s, {}, u"Subscript out of range"_s},
+                                           {u"1,2,3,1e10"_s, {}, u"Overflow"_s}};
+    Open();
+    Choose("cmbProperty", u"Elements"_s);
+    for (const auto& [typed, indexes, answer] : rows) {
+        Type("txtElements", typed);
+        Press("cmdGet");
+        EXPECT_EQ(TakeCalls().join(u' '), indexes.isNull() ? QString() : u"Item(D100).get_Elements(%1)"_s.arg(indexes));
+        EXPECT_EQ(TakeLog(), QStringList({u"Calling Item:get_Elements..."_s, answer}));
+    }
+}
+
+TEST_F(ItemTest, RemoveTakesItemNodeAndWindowAwayUnlessSomebodyRefuses)
+{
+    const QStringList calls = {u"Item(D100).get_Name()"_s, u"Controller(PLC1).RemoveItem(D100)"_s};
+    const QString announced = u"Calling Controller:RemoveItem..."_s;
+    m_Main.Tree().Remove(m_Controller->Child(0));
+    m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
+    Open();
+    m_Answer = QMessageBox::No;
+    Press("cmdRemove");
+    m_Answer = QMessageBox::Yes;
+    m_WhileAsking = [this] { m_Form->Unload(); }; // the window may go while the question stands
+    Press("cmdRemove");
+    EXPECT_EQ(TakeBoxes(), QStringList(2, u"1 Are you sure ?"_s));
+    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
+    m_WhileAsking = [] {};
+    Open();
+    for (const int failing : {1, 2, 0}) {
+        m_Server.FailCall(failing, u"In use"_s);
+        Press("cmdRemove");
+        EXPECT_EQ(TakeCalls(), calls.first(failing == 1 ? 1 : 2));
+        EXPECT_EQ(TakeLog(), QStringList({announced, failing > 0 ? u"In use"_s : u"Succeeded."_s}));
+        EXPECT_EQ(m_Controller->ChildCount(), failing > 0 ? 2 : 1);
+    }
+    EXPECT_EQ(ChildWindow::Forms().size(), 0);
+    EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
+}
+
+TEST_F(ItemTest, EnablesWhatAPropertyAndATypeNeedAndKeepsTheDelayBox)
+{
+    const std::tuple<bool, QString, QString> rows[] = {
+        {false, {}, u"chkDelay cmdGet"_s},
+        {true, {}, u"chkDelay txtDelay"_s},
+        {true, u"Tag"_s, u"cmdGet"_s},
+        {true, u"ID"_s, u"cmdGet"_s},
+        {true, u"Elements"_s, u"txtElements cmdGet"_s},
+        {true, u"Elements Value"_s, u"chkDelay txtDelay"_s},
+        {false, u"Tag Value"_s, u"chkDelay cmdGet"_s},
+        // Intended: each choice of another property remembers anew, also of the same one.
+        {true, u"Tag ID Value"_s, u"chkDelay cmdGet"_s},
+        {true, u"ID ID Value"_s, u"chkDelay cmdGet"_s},
+        // What is restored then is what was remembered at load.
+        {true, u"Value"_s, u"chkDelay cmdGet"_s}};
+    for (const auto& [ticked, chosen, fields] : rows) {
+        SCOPED_TRACE(chosen.toStdString());
+        Open();
+        Tick("chkDelay", ticked);
+        for (const QString& property : chosen.split(u' ', Qt::SkipEmptyParts)) Choose("cmbProperty", property);
+        EXPECT_EQ(Enabled(), u"cmbProperty cmbType "_s + fields);
+        EXPECT_EQ(Check("chkDelay").isChecked(), fields.contains(u"txtDelay"));
+    }
+    for (int index = 0; index < 22; ++index) {
+        List("cmbType").SetListIndex(index);
+        EXPECT_EQ(IsEnabled("txtValue"), index > 1) << index; // neither EMPTY nor NULL
+        EXPECT_EQ(IsEnabled("cmdPut"), index < 21) << index;  // not (Unknown)
+    }
+}
+
+TEST_F(ItemTest, ChecksTheDelayWhenItIsLeft)
+{
+    const std::tuple<QString, QString, bool, QStringList> rows[] = {
+        {u""_s, u"0"_s, false, {}},
+        {u"-5"_s, u"5"_s, false, {}},
+        {u" 2.5 "_s, u"2"_s, false, {}},
+        {u"12abc"_s, u"12abc"_s, true, {}},
+        {u"-2147483648"_s, u"-2147483648"_s, true, {u"2 Overflow"_s}}};
+    m_Main.Widget()->show();
+    Open();
+    m_Form->ShowForm();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.Widget()));
+    Tick("chkDelay");
+    for (const auto& [typed, left, refused, boxes] : rows) {
+        Type("txtDelay", typed);
+        Box("txtDelay").setFocus();
+        QTest::keyClick(&Box("txtDelay"), Qt::Key_Tab);
+        EXPECT_EQ(Text("txtDelay"), left);
+        EXPECT_EQ(Box("txtDelay").hasFocus(), refused) << typed.toStdString();
+        EXPECT_EQ(Box("txtDelay").selectedText(), refused ? left : QString());
+        EXPECT_EQ(TakeBoxes(), boxes);
+        Type("txtDelay", u"0"_s);
+    }
+}
