@@ -10,7 +10,8 @@ case ${1-} in
         exit ;;
     --faults)
         shift
-        scripts/build.sh release
+        scripts/install-packages.sh packaging/test-packages.txt
+        scripts/build.sh release programs
         exec scripts/run-faults.sh "$@" ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
 esac

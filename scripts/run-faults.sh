@@ -8,7 +8,6 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 export VELSQL_BIN=${VELSQL_BIN:-$PWD/build/release/bin}
 export QT_QPA_PLATFORM=offscreen
 shopt -s nullglob
-command -v python3 >/dev/null || { echo "The stages are written in Python: install python3." >&2; exit 2; }
 
 if [ $# -gt 0 ]; then
     stages=("${@/#/tests/faults/stage_}")

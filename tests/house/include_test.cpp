@@ -66,7 +66,8 @@ std::string Complaint(const std::string& file, const std::string& include, bool 
     static const std::regex Generated(R"(ui_\w+\.h|\w+\.moc|moc_\w+\.cpp)");
     const std::string from = FolderOf(file);
     const std::string to = FolderOf(include);
-    if (file.starts_with("tests/") || file.starts_with("bench/") || std::regex_match(include, Generated)) return {};
+    static const std::regex Anywhere(R"((tests|bench|cmake)/.*)");
+    if (std::regex_match(file, Anywhere) || std::regex_match(include, Generated)) return {};
     if (to.empty() && angled) return {};
     if (to.empty()) return file + " includes \"" + include + "\", which is not written from the root\n";
     if (from.empty()) return file + " lies outside the house and includes " + to + '\n';
