@@ -35,21 +35,8 @@ protected:
         file.write(content);
         Type("txtFilename", file.fileName());
     }
-    void EnterFiveLines() { EnterFile(QByteArray("D100,3,1\n").repeated(5)); }
     /// Presses "Start" and returns when the run is over.
     void Run() { Press("cmdStart"); }
-    /// Presses "..." and answers the dialog.
-    template <typename Answer>
-    void ChooseFile(Answer answer)
-    {
-        QTimer::singleShot(0, qApp, [answer] {
-            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            ASSERT_TRUE(dialog);
-            answer(*dialog);
-        });
-        Press("cmdOpen");
-    }
-
     QTemporaryDir m_Folder;
 };
 
@@ -59,11 +46,6 @@ QStringList LineLog(const QString& item, int lines = 1)
     QStringList log;
     for (int line = 0; line < lines; ++line) log << u"Calling Item(%1):put_Value..."_s.arg(item) << u"Succeeded."_s;
     return log;
-}
-
-QStringList LineCalls(const QString& item, const QString& value)
-{
-    return {u"Controller(PLC1).get_Item(%1)"_s.arg(item), u"Item(%1).put_Value(%2)"_s.arg(item, value)};
 }
 
 struct PaintCount : QObject
@@ -82,59 +64,44 @@ struct PaintCount : QObject
 
 } // namespace
 
-TEST_F(BatchWindow, WritesLineByLine)
+TEST_F(BatchWindow, WritesLineByLineUntilALineOrACallFails)
 {
+    const QStringList first = LineLog(u"D100"_s), whole = first + LineLog(u"D200"_s);
     EnterFile("D100,3,-7\r\nD200,8,a,b, \"c\" \nD100,0");
     Run();
-    EXPECT_EQ(TakeCalls(), QStringList(u"Engine.get_Controller(PLC1)"_s) + LineCalls(u"D100"_s, u"3,-7"_s) +
-                               LineCalls(u"D200"_s, u"8,a,b, \"c\" "_s) + LineCalls(u"D100"_s, u"0,"_s));
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + LineLog(u"D200"_s) + LineLog(u"D100"_s));
+    EXPECT_EQ(TakeCalls().join(u' '),
+              u"Engine.get_Controller(PLC1) Controller(PLC1).get_Item(D100) Item(D100).put_Value(3,-7) "
+              u"Controller(PLC1).get_Item(D200) Item(D200).put_Value(8,a,b, \"c\" ) "
+              u"Controller(PLC1).get_Item(D100) Item(D100).put_Value(0,)"_s);
+    EXPECT_EQ(TakeLog(), whole + first);
     EXPECT_EQ(TakeStatus().last(2), QStringList({u"put_Value..."_s, u"Ready."_s}));
-    EXPECT_EQ(m_Server.m_LiveObjects, 1); // the engine
-}
 
-TEST_F(BatchWindow, AFaultyLineEndsTheRunWithItsDescription)
-{
-    const auto noComma = [](const QString& text) {
-        return u"Invalid procedure call or argument: line 2, \"%1\", has no comma"_s.arg(text);
-    };
-    const struct
-    {
-        QByteArray Line;
-        QStringList Log;
-        int Calls; ///< in the faulty line
-    } rows[] = {
-        {"Item1", {noComma(u"Item1"_s)}, 0},
-        {"", {noComma({})}, 0},
-        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma(QString::fromLatin1("\x7f\x45\0\x01\xff", 5))}, 0},
-        {"a\rb" + QByteArray(50, 'x'), {noComma(u"a b"_s + QString(37, u'x'))}, 0},
-        {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}, 1},
-        {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}, 1},
-        {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}, 1},
-    };
-    for (const auto& row : rows) {
-        EnterFile("D100,3,1\n" + row.Line + "\nD100,3,2\n");
+    const QString noComma = u"Invalid procedure call or argument: line 2, \"%1\", has no comma"_s;
+    const std::pair<QByteArray, QStringList> rows[] = {
+        {"Item1", {noComma.arg(u"Item1"_s)}},
+        {"", {noComma.arg(QString())}},
+        {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma.arg(QString::fromLatin1("\x7f\x45\0\x01\xff", 5))}},
+        {"a\rb" + QByteArray(50, 'x'), {noComma.arg(u"a b"_s + QString(37, u'x'))}},
+        {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}},
+        {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}},
+        {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}}};
+    for (const auto& [line, log] : rows) {
+        EnterFile("D100,3,1\n" + line + "\nD100,3,2\n");
         Run();
-        EXPECT_EQ(TakeCalls().size(), 3 + row.Calls);
-        EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + row.Log);
+        EXPECT_EQ(TakeCalls().size(), 2 + log.size()); // the third ones are of the faulty line
+        EXPECT_EQ(TakeLog(), first + log);
     }
-}
-
-TEST_F(BatchWindow, AFailingCallEndsTheRunWithTheServersDescription)
-{
     EnterFile("D100,3,1\nD200,8,x\n");
     for (int call = 1; call <= 5; ++call) {
-        SCOPED_TRACE(call);
         m_Server.FailCall(call, u"refused\r\n<b>here</b>"_s);
         Run();
         EXPECT_EQ(TakeCalls().size(), call);
-        const QStringList whole = LineLog(u"D100"_s) + LineLog(u"D200"_s);
-        EXPECT_EQ(TakeLog(),
-                  whole.first(call == 1 ? 0 : (call - 2) / 2 * 2 + 1) +
-                      QStringList({call == 1 ? u"Controller \"PLC1\": refused"_s : u"refused"_s, u"<b>here</b>"_s}));
-        EXPECT_EQ(m_Server.m_LiveObjects, 1);
-        EXPECT_EQ(m_Main.Status(), u"Ready."_s);
+        const QString refused = call == 1 ? u"Controller \"PLC1\": refused"_s : u"refused"_s;
+        const int before = call == 1 ? 0 : (call - 2) / 2 * 2 + 1;
+        EXPECT_EQ(TakeLog(), whole.first(before) + QStringList({refused, u"<b>here</b>"_s}));
+        EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
     }
+    EXPECT_EQ(m_Main.Status(), u"Ready."_s);
 }
 
 TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
@@ -154,9 +121,10 @@ TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
     EnterFile("");
     Run();
     EXPECT_EQ(TakeCalls() + TakeLog(), QStringList(u"Engine.get_Controller(PLC1)"_s));
-    m_Form->SetTargetController(u"PLC9"_s);
+    m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
+    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
     Run();
-    EXPECT_EQ(TakeLog(), QStringList({u"Controller \"PLC9\": Controller not found: PLC9"_s}));
+    EXPECT_EQ(TakeLog(), QStringList({u"Controller \"Lab [*] <b>&Test\": Controller not found: Lab [*] <b>&Test"_s}));
 }
 
 TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
@@ -165,29 +133,25 @@ TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
     const QString path = Text("txtFilename");
     QFile::copy(path, path + u".csv"_s);
     Type("txtFilename", u"old"_s);
-    ChooseFile([](QFileDialog& dialog) {
-        EXPECT_EQ(dialog.directory().absolutePath(), QCoreApplication::applicationDirPath());
-        EXPECT_EQ(dialog.findChild<QComboBox*>(u"fileTypeCombo"_s)->currentText(), u"テキスト(*.txt),*.txt"_s);
-        dialog.reject();
-    });
-    EXPECT_EQ(Text("txtFilename"), u"old"_s);
-    ChooseFile([&](QFileDialog& dialog) {
-        dialog.setDirectory(m_Folder.path());
-        auto& files = *dialog.findChild<QAbstractItemView*>(u"listView"_s);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return files.model()->rowCount(files.rootIndex()) == 1; }, 10'000));
-        dialog.findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(u"list"_s); // the extension is added
-        static_cast<QDialog&>(dialog).accept();
-    });
-    EXPECT_EQ(Text("txtFilename"), path);
+    for (const bool accepts : {false, true}) {
+        WhenEventsRun([&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            ASSERT_TRUE(dialog);
+            EXPECT_EQ(dialog->directory().absolutePath(), QCoreApplication::applicationDirPath());
+            EXPECT_EQ(dialog->findChild<QComboBox*>(u"fileTypeCombo"_s)->currentText(), u"テキスト(*.txt),*.txt"_s);
+            if (!accepts) return dialog->reject();
+            dialog->setDirectory(m_Folder.path());
+            auto& files = *dialog->findChild<QAbstractItemView*>(u"listView"_s);
+            EXPECT_TRUE(QTest::qWaitFor([&] { return files.model()->rowCount(files.rootIndex()) == 1; }, 10'000));
+            dialog->findChild<QLineEdit*>(u"fileNameEdit"_s)->setText(u"list"_s); // the extension is added
+            static_cast<QDialog*>(dialog)->accept();
+        });
+        Press("cmdOpen");
+        EXPECT_EQ(Text("txtFilename"), accepts ? path : u"old"_s);
+    }
 }
 
-TEST_F(BatchWindow, TheTitleNamesTheControllerAsItIs)
-{
-    m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
-    EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
-}
-
-TEST_F(BatchWindow, ARunInsideARunFinishesFirstAndStopEndsBoth)
+TEST_F(BatchWindow, RunsNestEightDeepTheInnerFinishesFirstAndStopEndsBoth)
 {
     for (const bool stops : {true, false}) {
         EnterFile("D100,3,1\nD100,3,2\n");
@@ -200,10 +164,6 @@ TEST_F(BatchWindow, ARunInsideARunFinishesFirstAndStopEndsBoth)
         EXPECT_EQ(TakeLog(), stops ? LineLog(u"D100"_s) + LineLog(u"D200"_s)
                                    : LineLog(u"D100"_s) + LineLog(u"D200"_s, 2) + LineLog(u"D100"_s));
     }
-}
-
-TEST_F(BatchWindow, RunsNestEightDeepAndNoDeeper)
-{
     EnterFile("D100,3,1\n");
     int presses = 0;
     std::function<void()> press = [&] {
@@ -217,13 +177,13 @@ TEST_F(BatchWindow, RunsNestEightDeepAndNoDeeper)
 
 TEST_F(BatchWindow, AHiddenRunGoesOnAndAClosedOneEndsWithoutATrace)
 {
-    EnterFiveLines();
+    EnterFile(QByteArray("D100,3,1\n").repeated(5));
     WhenEventsRun([this] { Press("cmdClose"); });
     Run();
     EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 5));
     for (const bool atOnce : {false, true}) {
         if (!m_Form) Open();
-        EnterFiveLines();
+        EnterFile(QByteArray("D100,3,1\n").repeated(5));
         WhenEventsRun([&] {
             WhenEventsRun([&] { atOnce ? delete m_Form.data() : ChildWindow::UnloadAll(); });
             Run();
@@ -242,7 +202,7 @@ TEST_F(BatchWindow, TheItemBeingWrittenMayBeRemoved)
     m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
     m_Answer = QMessageBox::Yes; // "Are you sure ?"
     const QPointer<frmItem> item = ChildWindow::Open<frmItem>(m_Controller->Child(0));
-    EnterFiveLines();
+    EnterFile(QByteArray("D100,3,1\n").repeated(5));
     WhenEventsRun([&] { item->findChild<QPushButton*>(u"cmdRemove"_s)->click(); });
     Run();
     EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + QStringList({u"Calling Controller:RemoveItem..."_s, u"Succeeded."_s,
@@ -252,28 +212,11 @@ TEST_F(BatchWindow, TheItemBeingWrittenMayBeRemoved)
     EXPECT_EQ(m_Server.m_LiveObjects, 1);
 }
 
-TEST_F(BatchWindow, WhatStandsWhileTheRunWaitsIsPainted)
-{
-    EnterFile("D100,3,1\n");
-    PaintCount paints;
-    WhenEventsRun([&] {
-        QLabel box(u"a"_s); // as a message box that another window opens
-        box.installEventFilter(&paints);
-        box.show();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
-        paints.Count = 0;
-        box.setText(u"b"_s);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
-    });
-    Run();
-}
-
-TEST_F(BatchWindow, WhatChangesWithEveryLineIsPaintedOnceAFrame)
+TEST_F(BatchWindow, WhatChangesIsPaintedOnceAFrameAlsoWhileTheRunWaits)
 {
     PaintCount paints;
     QLabel label;
     label.installEventFilter(&paints);
-    label.show();
     EnterFile(QByteArray("D100,3,1\n").repeated(300'000)); // more than ten frames take
     int lines = 0;
     QTimer line;
@@ -281,7 +224,15 @@ TEST_F(BatchWindow, WhatChangesWithEveryLineIsPaintedOnceAFrame)
         label.setText(QString::number(++lines));
         if (paints.Count >= 10) Press("cmdStop");
     });
-    line.start(0);
+    WhenEventsRun([&] {
+        label.show(); // as a message box that another window opens, in which the run waits
+        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
+        paints.Count = 0;
+        label.setText(u"b"_s);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
+        paints.Count = paints.TooSoon = 0;
+        line.start(0);
+    });
     Run();
     const int during = paints.Count;
     EXPECT_GE(during, 10);

@@ -40,6 +40,14 @@ protected:
         return WindowTest::TakeLog();
     }
 
+    /// The end of every statement, failed or not.
+    void ExpectReady()
+    {
+        EXPECT_TRUE(IsEnabled("cmdExecute"));
+        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+        EXPECT_EQ(m_Main.Status(), u"Ready.");
+    }
+
     StatementEdit& Statement() { return Control<StatementEdit>("txtExecute"); }
     StatementList& Statements() { return Control<StatementList>("cmbSQLCommand"); }
     ResultGrid& Grid() { return Control<ResultGrid>("grdResult"); }

@@ -8,24 +8,26 @@
 /// What a result holds and how it behaves; it may be changed at any time and outlives the results made of it.
 struct ResultScript
 {
-    static Variant IdAndName(qint64 row, int column)
-    {
-        return column == 0 ? Variant(static_cast<qint32>(row)) : Variant(QStringLiteral("name %1").arg(row));
-    }
-
     QStringList Columns = {QStringLiteral("id"), QStringLiteral("name")};
     ResultProgress Progress = {1000, true, {}};
     qint32 RowsPerPage = 100;
     qsizetype BytesPerPage = 256 * 1024;
-    std::function<Variant(qint64 row, int column)> Cell = IdAndName;
-    /// What happens when the columns are asked for.
-    std::function<void()> WhileExecuting = [] {};
-    /// What the next calls of an operation fail with; null: they work.
-    QString ColumnsFailure = {}, ProgressFailure = {}, PageFailure = {};
+    std::function<Variant(qint64 row, int column)> Cell = [](qint64 row, int column) {
+        return column == 0 ? Variant(static_cast<qint32>(row)) : Variant(QStringLiteral("name %1").arg(row));
+    };
+    /// Before every call, by its name; may throw.
+    std::function<void(QStringView call)> BeforeCall = [](QStringView) {};
     QList<qint64> PagesAsked = {}; ///< the rows that pages were asked for
     int ProgressAsked = 0;
     /// As many references to it as results or pages live.
     std::shared_ptr<int> LiveResults = std::make_shared<int>(), LivePages = std::make_shared<int>();
+
+    void Fail(QStringView failing, const QString& description)
+    {
+        BeforeCall = [=](QStringView call) {
+            if (failing.contains(call)) throw ServerError(description);
+        };
+    }
 };
 
 struct ScriptedPage : ResultPage
@@ -52,27 +54,17 @@ struct ScriptedResult : ResultSet
         : Script(script)
     {
     }
-    QStringList Columns() override
-    {
-        Script.WhileExecuting();
-        ThrowIf(Script.ColumnsFailure);
-        return Script.Columns;
-    }
+    QStringList Columns() override { return Script.BeforeCall(u"Columns"), Script.Columns; }
     ResultProgress Progress() override
     {
         ++Script.ProgressAsked;
-        ThrowIf(Script.ProgressFailure);
-        return Script.Progress;
+        return Script.BeforeCall(u"Progress"), Script.Progress;
     }
     ResultPageRef PageOf(qint64 row) override
     {
         Script.PagesAsked << row;
-        ThrowIf(Script.PageFailure);
+        Script.BeforeCall(u"PageOf");
         return std::make_shared<ScriptedPage>(Script, row);
-    }
-    static void ThrowIf(const QString& failure)
-    {
-        if (!failure.isNull()) throw ServerError(failure);
     }
 
     ResultScript& Script;

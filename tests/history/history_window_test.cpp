@@ -2,21 +2,7 @@
 
 #include <QApplication>
 
-namespace {
-
-/// The end of every statement, failed or not.
-class HistoryTest : public HistoryWindow
-{
-protected:
-    void ExpectReady()
-    {
-        EXPECT_TRUE(IsEnabled("cmdExecute"));
-        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
-        EXPECT_EQ(m_Main.Status(), u"Ready.");
-    }
-};
-
-} // namespace
+using HistoryTest = HistoryWindow;
 
 TEST_F(HistoryTest, ShowsTheSettingsOnceWhateverNodeItIsOpenedFor)
 {
@@ -118,10 +104,9 @@ TEST_F(HistoryTest, EveryFailureKeepsThePreviousResult)
     m_Server.FailOperation(u"Execute"_s, broken);
     expectFailure(broken);
     m_Server.FailOperation(u"Execute"_s, QString());
-    for (QString* failure : {&m_Script.ColumnsFailure, &m_Script.ProgressFailure, &m_Script.PageFailure}) {
-        *failure = lost;
+    for (const QStringView call : {u"Columns", u"Progress", u"PageOf"}) {
+        m_Script.Fail(call, lost);
         expectFailure(lost);
-        *failure = QString();
     }
     modMain::History.reset();
     expectFailure(u"There is no history."_s);
@@ -147,7 +132,8 @@ TEST_F(HistoryTest, NothingElseStartsWhileAStatementRunsAndTheWindowMayGo)
     auto& button = Control<QPushButton>("cmdExecute");
     button.setFocus();
     int runs = 0;
-    m_Script.WhileExecuting = [&] {
+    m_Script.BeforeCall = [&](QStringView call) {
+        if (call != u"Columns") return;
         EXPECT_FALSE(button.isEnabled());
         ASSERT_TRUE(QGuiApplication::overrideCursor());
         EXPECT_EQ(QGuiApplication::overrideCursor()->shape(), Qt::WaitCursor);
@@ -163,7 +149,9 @@ TEST_F(HistoryTest, NothingElseStartsWhileAStatementRunsAndTheWindowMayGo)
     EXPECT_EQ(m_Form->focusWidget(), &button);
     ExpectReady();
 
-    m_Script.WhileExecuting = [&] { QMetaObject::invokeMethod(m_Form, &ChildWindow::Unload, Qt::QueuedConnection); };
+    m_Script.BeforeCall = [&](QStringView) {
+        QMetaObject::invokeMethod(m_Form, &ChildWindow::Unload, Qt::QueuedConnection);
+    };
     EXPECT_EQ(Execute(), SuccessLog);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(m_Form);

@@ -16,15 +16,9 @@ using namespace Qt::StringLiterals;
 TEST(CellFace, ShowsEveryKindOfValue)
 {
     const QString longText(2000, u'x'), blob = u"AB"_s.repeated(16), date = u"2024-02-29 06:00:00.250"_s;
-    const struct
-    {
-        Variant Value;
-        CellKind Kind;
-        QString Face;
-        QString Whole;
-    } cases[] = {
+    const std::tuple<Variant, CellKind, QString, QString> cases[] = {
         {Variant(Null{}), CellKind::Remark, u"NULL"_s, {}},
-        {Variant(u"NULL"_s), CellKind::Text, u"NULL"_s, u"NULL"_s},
+        {Variant(u"NULL"_s), CellKind::Text, u"NULL"_s, u"NULL"_s}, // differs from Null
         {Variant(), CellKind::Text, {}, {}},
         {Variant(0.1), CellKind::Number, u"0.1"_s, u"0.1"_s},
         {Variant(Currency{125000}), CellKind::Number, u"12.5"_s, u"12.5"_s},
@@ -36,7 +30,6 @@ TEST(CellFace, ShowsEveryKindOfValue)
         {Variant(longText), CellKind::Text, longText.left(1000) + u'\u2026', longText},
         {Variant(SafeArray(QList<quint8>{7})), CellKind::Text, u"0x07 (1 byte)"_s, u"0x07"_s},
         {Variant(SafeArray(QList<quint8>())), CellKind::Text, u"0x (0 bytes)"_s, u"0x"_s},
-        {Variant(SafeArray(QList<quint8>(16, 0xAB))), CellKind::Text, u"0x%1 (16 bytes)"_s.arg(blob), u"0x"_s + blob},
         {Variant(SafeArray(QList<quint8>(17, 0xAB))), CellKind::Text, u"0x%1\u2026 (17 bytes)"_s.arg(blob),
          u"0x%1AB"_s.arg(blob)},
         {Variant(ObjectRef()), CellKind::Text, u"..."_s, u"..."_s},

@@ -7,7 +7,6 @@ namespace {
 
 constexpr int LookUps = 2;   // of the controller and of the item
 constexpr int RowCalls = 50; // 49 rows; the value's asks for the attribute first
-const QStringList GetLog = {u"Calling Item:get_Value..."_s, u"Succeeded."_s};
 
 /// Calls of the item, by their operations.
 QStringList ItemCalls(const QString& operations)
@@ -44,7 +43,7 @@ protected:
 
 } // namespace
 
-TEST_F(ItemTest, AsksInOrderAndActivatesAnActiveItemOnceMore)
+TEST_F(ItemTest, AsksInOrderAndActivatesAnActiveItemOnceMoreWhenLoadedAndNeverWhenRefreshed)
 {
     Load();
     EXPECT_EQ(TakeCalls(),
@@ -53,7 +52,16 @@ TEST_F(ItemTest, AsksInOrderAndActivatesAnActiveItemOnceMore)
     EXPECT_EQ(m_Form->windowTitle(), u"Item : VelSQLEngine\\PLC1\\D100"_s);
     EXPECT_EQ(Enabled(), u"cmbProperty cmbType chkDelay cmdGet"_s);
     EXPECT_EQ(Text("txtDelay"), u"0"_s);
+    m_Main.Widget()->show();
+    m_Form->ShowForm();
+    m_Server.FailOperation(u"get_LinkItem"_s, u"Gone"_s); // not logged
+    ASSERT_TRUE(QTest::qWaitFor([this] { return m_Server.m_Calls.size() >= RowCalls; }));
+    EXPECT_EQ(TakeCalls(), GridCalls());
+    Press("cmdHide");
+    QTest::qWait(600);
+    EXPECT_EQ(TakeCalls(), QStringList());
 
+    m_Server.FailOperation(u"get_LinkItem"_s, {});
     Item().Activation = false;
     Item().LinkActivation = true;
     Item().LinkItem = Variant(SafeArray(QList{u"D200"_s}));
@@ -111,45 +119,29 @@ TEST_F(ItemTest, ShowsEveryPropertyAndNeverReadsTheValueOfAWriteOnlyItem)
     EXPECT_EQ(Column("fgItem", 1).at(8), u"n/a"_s);
 }
 
-TEST_F(ItemTest, RefreshesWhileShownAndNeverLogsNorActivates)
-{
-    m_Main.Widget()->show();
-    Open();
-    m_Form->ShowForm();
-    m_Server.FailOperation(u"get_LinkItem"_s, u"Gone"_s);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return m_Server.m_Calls.size() >= RowCalls; }));
-    EXPECT_EQ(TakeCalls(), GridCalls());
-    Press("cmdHide");
-    QTest::qWait(600);
-    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
-}
-
 TEST_F(ItemTest, AnnouncesItsCommandsAndAFailedOneChangesNothing)
 {
-    const struct
-    {
-        const char* Button;
-        QString Property, Call, Announced, EntryThen;
-    } rows[] = {{"cmdGet", u"Value"_s, u"get_Value()"_s, u"Item:get_Value"_s, u"I4 25"_s},
-                {"cmdGet", u"Tag"_s, u"get_Tag()"_s, u"Item:get_Tag"_s, u"BSTR tag"_s},
-                {"cmdGet", u"ID"_s, u"get_ID()"_s, u"Item:get_ID"_s, u"BSTR id"_s},
-                {"cmdGet", u"Elements"_s, u"get_Elements(0, 0, 0)"_s, u"Item:get_Elements"_s, u"BSTR elements"_s},
-                {"cmdPut", u"Value"_s, u"put_Value(2,7)"_s, u"Item:put_Value"_s, u"I2 7"_s},
-                {"cmdPut", u"Tag"_s, u"put_Tag(2,7)"_s, u"Item:put_Tag"_s, u"I2 7"_s},
-                {"cmdPut", u"ID"_s, u"put_ID(2,7)"_s, u"Item:put_ID"_s, u"I2 7"_s},
-                // Intended: the call behind Elements and the name of the snapshot's object.
-                {"cmdPut", u"Elements"_s, u"put_ID(2,7)"_s, u"Item:put_Elements"_s, u"I2 7"_s},
-                {"cmdSnapshot", u"Value"_s, u"Snapshot()"_s, u"Controller:Snapshot"_s, u"I2 7"_s}};
+    const std::tuple<const char*, QString, QString, QString, QString> rows[] = {
+        {"cmdGet", u"Value"_s, u"get_Value()"_s, u"Item:get_Value"_s, u"I4 25"_s},
+        {"cmdGet", u"Tag"_s, u"get_Tag()"_s, u"Item:get_Tag"_s, u"BSTR tag"_s},
+        {"cmdGet", u"ID"_s, u"get_ID()"_s, u"Item:get_ID"_s, u"BSTR id"_s},
+        {"cmdGet", u"Elements"_s, u"get_Elements(0, 0, 0)"_s, u"Item:get_Elements"_s, u"BSTR elements"_s},
+        {"cmdPut", u"Value"_s, u"put_Value(2,7)"_s, u"Item:put_Value"_s, u"I2 7"_s},
+        {"cmdPut", u"Tag"_s, u"put_Tag(2,7)"_s, u"Item:put_Tag"_s, u"I2 7"_s},
+        {"cmdPut", u"ID"_s, u"put_ID(2,7)"_s, u"Item:put_ID"_s, u"I2 7"_s},
+        // Intended: the call behind Elements and the name of the snapshot's object.
+        {"cmdPut", u"Elements"_s, u"put_ID(2,7)"_s, u"Item:put_Elements"_s, u"I2 7"_s},
+        {"cmdSnapshot", u"Value"_s, u"Snapshot()"_s, u"Controller:Snapshot"_s, u"I2 7"_s}};
     Item().Tag = Variant(u"tag"_s);
     Item().ID = Variant(u"id"_s);
     Item().Elements = Variant(u"elements"_s);
     Open();
-    for (const auto& row : rows) {
+    for (const auto& [button, property, call, announced, entryThen] : rows) {
         Choose("cmbType", u"I2"_s);
         Type("txtValue", u"7"_s);
-        Choose("cmbProperty", row.Property);
-        ExpectAnnounced(row.Button, u"Item(D100)."_s + row.Call, row.Announced);
-        EXPECT_EQ(Entry(), row.EntryThen);
+        Choose("cmbProperty", property);
+        ExpectAnnounced(button, u"Item(D100)."_s + call, announced);
+        EXPECT_EQ(Entry(), entryThen);
     }
     Tick("chkDelay");
     Type("txtDelay", u"1500"_s);
@@ -160,25 +152,9 @@ TEST_F(ItemTest, AnnouncesItsCommandsAndAFailedOneChangesNothing)
     EXPECT_EQ(TakeCalls(), QStringList());
 }
 
-TEST_F(ItemTest, GetShowsLongTextsAndUnknownTypesButNothingTooLong)
+TEST_F(ItemTest, GetReadsElementIndexesFromTextAndShowsNothingTooLong)
 {
-    const QString longText(1'000'000, u'x');
-    const std::pair<Variant, QString> rows[] = {{Variant(longText), u"BSTR "_s + longText},
-                                                {Variant(qint8{-1}), u"(Unknown) -1"_s},
-                                                {Variant(longText.repeated(3)), u"(Unknown) -1"_s}};
-    Open();
-    for (const auto& [value, shown] : rows) {
-        Item().Value = value;
-        Press("cmdGet");
-        EXPECT_TRUE(Entry() == shown);
-    }
-    EXPECT_EQ(TakeLog(),
-              GetLog + GetLog + GetLog + QStringList{u"The value is too long to be shown: 3000000 characters."_s});
-}
-
-TEST_F(ItemTest, GetReadsElementIndexesFromText)
-{
-    const QString succeeded = GetLog[1];
+    const QString succeeded = u"Succeeded."_s;
     const std::array<QString, 3> rows[] = {{u"1,2,3,4"_s, u"1, 2, 3"_s, succeeded}, // intended: the fourth is dropped
                                            {u" -1 ,+2, ,"_s, u"-1, 2, 0"_s, succeeded},
                                            {u"2.5,3.5,12abc"_s, u"2, 4, 12"_s, succeeded},
@@ -191,6 +167,19 @@ TEST_F(ItemTest, GetReadsElementIndexesFromText)
         Press("cmdGet");
         EXPECT_EQ(TakeCalls().join(u' '), indexes.isNull() ? QString() : u"Item(D100).get_Elements(%1)"_s.arg(indexes));
         EXPECT_EQ(TakeLog(), QStringList({u"Calling Item:get_Elements..."_s, answer}));
+    }
+    const QString longText(1'000'000, u'x');
+    const std::tuple<Variant, QString, QString> values[] = {
+        {Variant(longText), u"BSTR "_s + longText, succeeded},
+        {Variant(qint8{-1}), u"(Unknown) -1"_s, succeeded},
+        {Variant(longText.repeated(3)), u"(Unknown) -1"_s,
+         u"The value is too long to be shown: 3000000 characters."_s}};
+    Choose("cmbProperty", u"Value"_s);
+    for (const auto& [value, shown, answer] : values) {
+        Item().Value = value;
+        Press("cmdGet");
+        EXPECT_TRUE(Entry() == shown);
+        EXPECT_EQ(TakeLog().constLast(), answer);
     }
 }
 

@@ -7,7 +7,6 @@
 namespace {
 
 const QString Start = u"START|03/07 14:05:09.042| | "_s;
-const QString Failed = u"ERROR OCCURED!|||"_s; // spelled so: meant
 const QString Put = u"put_Value(3,7)"_s;
 const QString Get = u"get_Value()"_s;
 
@@ -37,7 +36,6 @@ protected:
     void ChooseMode(int index) { Control<QAbstractButton>(u"optReadWrite_%1"_s.arg(index)).setChecked(true); }
     /// Presses "Start" and returns when the run is over.
     void Run() { Press("cmdStart"); }
-
     /// The names of all controls that the operator can use now.
     QString Enabled()
     {
@@ -90,60 +88,47 @@ TEST_F(PerfChkDialog, EnablesWhatPatternAndModeNeed)
                            "chkOutput %3cmdClear cmdExit"_s;
     const QString patterns[] = {u"txtHour lblTimeDelimiter txtMinute optPattern_1 "_s,
                                 u"optPattern_1 txtPatternCount udPatternCount "_s, u"optPattern_1 "_s};
-    const QString value = u"lblValue cmbValueType txtValue "_s;
-    const QString modes[] = {{}, value, value + u"chkDataCheck "_s};
+    const QString value = u"lblValue cmbValueType txtValue "_s, modes[] = {{}, value, value + u"chkDataCheck "_s};
     EXPECT_EQ(List("cmbValueType").currentText(), u"BSTR"_s);
-    for (int pattern : {1, 0, 2}) {
+    for (int i = 0; i < 18; ++i) {
+        const int pattern = i / 6, mode = i / 2 % 3;
+        const QString type = i % 2 == 0 ? u"BSTR"_s : u"(Unknown)"_s;
         ChoosePattern(pattern);
-        for (int mode : {0, 1, 2}) {
-            ChooseMode(mode);
-            for (const QString& type : {u"BSTR"_s, u"(Unknown)"_s}) {
-                Choose("cmbValueType", type);
-                const QString start = mode != 0 && type == u"(Unknown)" ? QString() : u"cmdStart "_s;
-                EXPECT_EQ(Enabled(), always.arg(patterns[pattern], modes[mode], start));
-            }
-        }
+        ChooseMode(mode);
+        Choose("cmbValueType", type);
+        const QString start = mode != 0 && i % 2 == 1 ? QString() : u"cmdStart "_s;
+        EXPECT_EQ(Enabled(), always.arg(patterns[pattern], modes[mode], start));
     }
 }
 
 TEST_F(PerfChkDialog, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
 {
-    const QString hour = u"2 Input the integer of 0 to 500 into the hour."_s;
-    const QString minute = u"2 Input the integer of 0 to 59 into the minute."_s;
-    const QString count = u"2 Input the integer of 1 to 65535 into the number of times."_s;
-    const struct
-    {
-        int Pattern;
-        const char* Name;
-        QString Pasted, Left, Box;
-    } rows[] = {{0, "txtHour", u"500"_s, u"500"_s, {}},
-                {0, "txtHour", u"501"_s, u"501"_s, hour},
-                {0, "txtHour", u"3000000000"_s, u"3000000000"_s, hour},
-                {0, "txtMinute", u"2.5"_s, u"2"_s, {}},
-                {0, "txtMinute", u"60"_s, u"60"_s, minute},
-                {0, "txtMinute", {}, {}, minute},
-                {1, "txtPatternCount", u" 007 "_s, u"7"_s, {}},
-                {1, "txtPatternCount", u"0"_s, u"0"_s, count},
-                {1, "txtPatternCount", u"65535"_s, u"65535"_s, {}},
-                {1, "txtPatternCount", u"65536"_s, u"65536"_s, count},
-                {1, "txtPatternCount", u"ten"_s, u"ten"_s, count}};
+    // What is refused stays as it is, selected; what is accepted becomes the last text.
+    const std::tuple<QString, QString, QStringList, QString, QString> rows[] = {
+        {u"txtHour"_s, u"0 to 500 into the hour."_s, {u"501"_s, u"3000000000"_s}, u"500"_s, u"500"_s},
+        {u"txtMinute"_s, u"0 to 59 into the minute."_s, {u"60"_s, {}}, u"2.5"_s, u"2"_s},
+        {u"txtPatternCount"_s,
+         u"1 to 65535 into the number of times."_s,
+         {u"0"_s, u"65536"_s, u"ten"_s},
+         u" 007 "_s,
+         u"7"_s}};
     m_Main.Widget()->show();
     m_Form->show();
     m_Form->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form, 20'000));
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.Name + row.Pasted.toStdString());
-        ChoosePattern(row.Pattern);
-        QLineEdit& field = Box(row.Name);
-        field.setFocus();
-        field.setText(row.Pasted);
-        QTest::mouseClick(&Control<QPushButton>("cmdClear"), Qt::LeftButton);
-        const bool refused = !row.Box.isNull();
-        EXPECT_EQ(field.text(), row.Left);
-        EXPECT_EQ(TakeBoxes(), refused ? QStringList(row.Box) : QStringList());
-        EXPECT_EQ(field.hasFocus(), refused);
-        EXPECT_EQ(field.selectedText(), refused ? row.Left : QString());
-        field.setText(u"1"_s);
+    for (const auto& [name, complaint, refusedTexts, accepted, left] : rows) {
+        QLineEdit& field = Box(name);
+        ChoosePattern(name == u"txtPatternCount" ? 1 : 0);
+        for (const QString& text : refusedTexts + QStringList{accepted}) {
+            const bool refused = text != accepted;
+            field.setFocus();
+            field.setText(text);
+            QTest::mouseClick(&Control<QPushButton>("cmdClear"), Qt::LeftButton);
+            EXPECT_EQ(TakeBoxes().join(u' '), refused ? u"2 Input the integer of "_s + complaint : QString());
+            EXPECT_EQ(field.hasFocus(), refused) << text.toStdString();
+            EXPECT_EQ(field.text(), refused ? text : left);
+            EXPECT_EQ(field.selectedText(), refused ? text : QString());
+        }
     }
 }
 
@@ -166,84 +151,56 @@ TEST_F(PerfChkDialog, TakesTypedDigitsOnlyAndCountsWithTheArrows)
     EXPECT_EQ(field.text(), u"65535"_s);
 }
 
-TEST_F(PerfChkDialog, CallsWhatTheModeSaysAndNothingElse)
+TEST_F(PerfChkDialog, CallsWhatTheModeSaysAndShowsTheWholeWrittenValue)
 {
-    const struct
-    {
-        int Mode;
-        QStringList Calls;
-        QString Value;
-        QStringList DebugStrings;
-    } rows[] = {{0, {Get, Get}, u" "_s, {u"3,25"_s, u"3,25"_s}},
-                {1, {Put, Put}, u"7"_s, {}},
-                {2, {Put, Get, Put, Get}, u"7"_s, {u"3,7"_s, u"3,7"_s}}};
+    const QString numbers = QStringList(9, u"-1"_s).join(u','), longText = u"a, "_s.repeated(400);
+    const std::tuple<int, QString, QString, QStringList, QStringList, QString> rows[] = {
+        {0, u"I4"_s, u"7"_s, {Get, Get}, {u"3,25"_s, u"3,25"_s}, u" "_s},
+        {1, u"I4"_s, u"7"_s, {Put, Put}, {}, u"7"_s},
+        {2, u"I4"_s, u"7"_s, {Put, Get, Put, Get}, {u"3,7"_s, u"3,7"_s}, u"7"_s},
+        {1, u"ARRAY | I2"_s, numbers, QStringList(2, u"put_Value(8194,%1)"_s.arg(numbers)), {}, numbers},
+        {1, u"BSTR"_s, longText, QStringList(2, u"put_Value(8,%1)"_s.arg(longText)), {}, longText},
+        {1, u"EMPTY"_s, {}, {u"put_Value(0,)"_s, u"put_Value(0,)"_s}, {}, {}},
+        {1, u"NULL"_s, {}, {u"put_Value(1)"_s, u"put_Value(1)"_s}, {}, {}}};
     Tick("chkOutput");
     Tick("chkDataCheck"); // means something in mode 2 only
-    for (const auto& row : rows) {
-        ChooseSeven(row.Mode, 2);
+    for (const auto& [mode, type, text, calls, debugStrings, shown] : rows) {
+        ChooseSeven(mode, 2);
+        Choose("cmbValueType", type);
+        Type("txtValue", text);
         m_Ticks = {1000, 1250};
         TakeStatus();
         Run();
-        EXPECT_EQ(TakeCalls(), row.Calls);
-        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"250"_s, row.Value)}));
-        EXPECT_EQ(std::exchange(m_DebugStrings, {}), row.DebugStrings);
-        EXPECT_EQ(TakeStatus(), QStringList({u"Runnning performance check..."_s, u""_s})); // spelled so: meant
+        EXPECT_EQ(TakeCalls(), calls);
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"250"_s, shown)}));
+        EXPECT_EQ(std::exchange(m_DebugStrings, {}), debugStrings);
+        EXPECT_EQ(TakeStatus(), QStringList({u"Runnning performance check..."_s, u""_s})); // spelled so on purpose
     }
     EXPECT_EQ(TakeBoxes() + TakeLog(), QStringList()); // the check is never announced
-}
-
-TEST_F(PerfChkDialog, TheWholeWrittenValueIsShown)
-{
-    const std::pair<QString, QString> rows[] = {{u"ARRAY | I2"_s, QStringList(9, u"-1"_s).join(u',')},
-                                                {u"BSTR"_s, u"a, "_s.repeated(400)},
-                                                {u"EMPTY"_s, {}},
-                                                {u"NULL"_s, {}}};
-    ChooseSeven(1, 1);
-    for (const auto& [type, text] : rows) {
-        Choose("cmbValueType", type);
-        Type("txtValue", text);
-        Run();
-        EXPECT_EQ(TakeRows(), QStringList({Start, End(u"0"_s, text)})) << type.toStdString();
-    }
 }
 
 TEST_F(PerfChkDialog, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
 {
     const QString write = u"2 'IVelSQLItem->put_Value' is failed."_s;
     const QString read = u"2 'IVelSQLItem->get_Value' is failed."_s;
-    const struct
-    {
-        const char* Title;
-        int Mode;
-        bool Ignores, Checks;
-        int FailAt; ///< which call
-        QStringList Calls;
-        QString Box;
-    } rows[] = {
-        {"read", 0, false, false, 2, {Get, Get}, read},
-        {"write before read", 2, false, false, 3, {Put, Get, Put}, write},
-        {"read after write", 2, false, true, 2, {Put, Get}, read},
-        {"ignored write, the cycle goes on with the read", 2, true, false, 1, {Put, Get, Put, Get}, write},
-        {"ignored read: nothing to compare", 2, true, true, 2, {Put, Get, Put, Get}, read},
-        {"ignored write: what is read is older",
-         2,
-         true,
-         true,
-         1,
-         {Put, Get},
-         u"2 Write data and read data are different."_s},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.Title);
+    const QString differs = u"2 Write data and read data are different."_s;
+    // Mode, whether failures are ignored and data is checked, which call fails, what is called and told.
+    const std::tuple<int, bool, bool, int, QStringList, QString> rows[] = {
+        {0, false, false, 2, {Get, Get}, read},         {2, false, false, 3, {Put, Get, Put}, write},
+        {2, false, true, 2, {Put, Get}, read},          {2, true, false, 1, {Put, Get, Put, Get}, write},
+        {2, true, true, 2, {Put, Get, Put, Get}, read}, // there is nothing to compare
+        {2, true, true, 1, {Put, Get}, differs}};       // what is read is older
+    for (const auto& [mode, ignores, checks, failAt, calls, box] : rows) {
+        SCOPED_TRACE(calls.join(u' ').toStdString());
         m_Server.FindItem(u"PLC1"_s, u"D100"_s).Value = Variant(u"older"_s);
-        ChooseSeven(row.Mode, 2);
-        Tick("chkIgnore", row.Ignores);
-        Tick("chkDataCheck", row.Checks);
-        m_Server.FailCall(row.FailAt, u"refused"_s);
+        ChooseSeven(mode, 2);
+        Tick("chkIgnore", ignores);
+        Tick("chkDataCheck", checks);
+        m_Server.FailCall(failAt, u"refused"_s);
         Run();
-        EXPECT_EQ(TakeCalls(), row.Calls);
-        EXPECT_EQ(TakeRows(), QStringList({Start, Failed}));
-        EXPECT_EQ(TakeBoxes(), QStringList({row.Box}));
+        EXPECT_EQ(TakeCalls(), calls);
+        EXPECT_EQ(TakeRows(), QStringList({Start, u"ERROR OCCURED!|||"_s})); // spelled so on purpose
+        EXPECT_EQ(TakeBoxes(), QStringList({box}));
         EXPECT_EQ(TakeStatus().constLast(), QString());
     }
     EXPECT_EQ(TakeLog(), QStringList());
@@ -251,28 +208,19 @@ TEST_F(PerfChkDialog, FailuresEndTheRunUnlessIgnoredAndAreShownEitherWay)
 
 TEST_F(PerfChkDialog, TimedRunsFollowTheTickCounterAcrossItsWrap)
 {
-    const struct
-    {
-        const char* Title;
-        QString Hour, Minute;
-        QList<quint32> Ticks;
-        int Cycles;
-        QString Elapsed;
-    } rows[] = {
-        {"no time, no cycle", u"0"_s, u"0"_s, {500, 500, 507}, 0, u"7"_s},
-        {"one minute", u"0"_s, u"1"_s, {500, 500, 60'499, 60'500, 60'600}, 2, u"60100"_s},
-        {"one short across the wrap", u"0"_s, u"1"_s, {4'294'967'295, 0, 59'999, 60'000, 60'001}, 2, u"60001"_s},
-        {"the longest", u"500"_s, u"0"_s, {0, 1'799'999'999, 1'800'000'000, 1'800'000'000}, 1, u"1800000000"_s},
-    };
+    const std::tuple<QString, QString, QList<quint32>, int, QString> rows[] = {
+        {u"0"_s, u"0"_s, {500, 500, 507}, 0, u"7"_s}, // no time, no cycle
+        {u"0"_s, u"1"_s, {500, 500, 60'499, 60'500, 60'600}, 2, u"60100"_s},
+        {u"0"_s, u"1"_s, {4'294'967'295, 0, 59'999, 60'000, 60'001}, 2, u"60001"_s}, // intended: one short
+        {u"500"_s, u"0"_s, {0, 1'799'999'999, 1'800'000'000, 1'800'000'000}, 1, u"1800000000"_s}};
     ChoosePattern(0);
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.Title);
-        Type("txtHour", row.Hour);
-        Type("txtMinute", row.Minute);
-        m_Ticks = row.Ticks;
+    for (const auto& [hour, minute, ticks, cycles, elapsed] : rows) {
+        Type("txtHour", hour);
+        Type("txtMinute", minute);
+        m_Ticks = ticks;
         Run();
-        EXPECT_EQ(TakeCalls().size(), row.Cycles);
-        EXPECT_EQ(TakeRows(), QStringList({Start, End(row.Elapsed)}));
+        EXPECT_EQ(TakeCalls().size(), cycles);
+        EXPECT_EQ(TakeRows(), QStringList({Start, End(elapsed)}));
     }
 }
 
@@ -296,23 +244,21 @@ TEST_F(PerfChkDialog, OnlyStopWorksWhileRunningAndEndsEveryPatternAfterTheCycle)
         EXPECT_EQ(TakeCalls(), QStringList({Get}));
         EXPECT_EQ(TakeRows(), QStringList({Start, End(u"0"_s)}));
     }
-    Press("cmdExit");
-    EXPECT_FALSE(m_Form->isVisible());
-}
-
-TEST_F(PerfChkDialog, ARefusedEntryIsLoggedAndNothingRuns)
-{
-    ChooseSeven(1, 1);
+    ChooseMode(1);
     Type("txtValue", u"seven"_s);
     const QString before = Enabled();
     Run();
-    ChooseMode(0);
+    ChoosePattern(1);
     Type("txtPatternCount", u"many"_s);
+    ChooseMode(0);
     Run();
     EXPECT_EQ(TakeLog(), QStringList({u"VT_I4: \"seven\" is not a number"_s, u"Type mismatch"_s}));
     EXPECT_EQ(TakeCalls() + TakeRows(), QStringList());
+    ChoosePattern(2);
     ChooseMode(1);
     EXPECT_EQ(Enabled(), before);
+    Press("cmdExit");
+    EXPECT_FALSE(m_Form->isVisible());
 }
 
 TEST_F(PerfChkDialog, TheLoopEndsSilentlyWhenTheDialogGoesAndThePriorityIsNormalAgain)
