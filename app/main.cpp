@@ -1,5 +1,6 @@
 #include "app/QtOptions.h"
 #include "commandline/CommandLine.h"
+#include "core/ConsoleServices.h"
 #include "mainwindow/frmMDI.h"
 #include "mainwindow/Start.h"
 #include "velsqllib/RemoteLibrary.h"
@@ -43,6 +44,8 @@ int main(int argc, char** argv)
     QApplication::setDesktopFileName(QStringLiteral("velsqltester"));
 
     RemoteLibrary library;
-    const auto mainWindow = StartConsole(library);
+    Platform platform;
+    ConsoleServices services{library, platform};
+    const auto mainWindow = StartConsole(services);
     return mainWindow ? QApplication::exec() : EXIT_FAILURE;
 }

@@ -8,7 +8,6 @@ BenchConsole::BenchConsole(const QStringList& itemNames, const std::function<voi
     m_Server.Start();
     m_MainWindow.Widget()->show();
     m_MainWindow.BuildTree(itemNames);
-    modMain::Library = &m_Library;
     modMain::Engine = m_Library.CreateEngine();
     modMain::History = modMain::Engine->get_History();
 }

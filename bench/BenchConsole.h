@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/automation/ServerObjects.h"
+#include "core/ConsoleServices.h"
 #include "tests/support/FakeMainWindow.h"
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
@@ -26,6 +26,7 @@ private:
     class Window : public FakeMainWindow
     {
     public:
+        using FakeMainWindow::FakeMainWindow;
         void SetStatusText(const QString& text) override { m_Status = text; }
         void PaintProgress() override
         {
@@ -39,5 +40,7 @@ private:
 
     RealServer m_Server;
     RemoteLibrary m_Library{m_Server.SocketPath(), QString()};
-    Window m_MainWindow;
+    Platform m_Platform;
+    ConsoleServices m_Services{m_Library, m_Platform};
+    Window m_MainWindow{m_Services};
 };

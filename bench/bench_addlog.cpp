@@ -1,9 +1,11 @@
 // What a line costs that is added to a long log, against one added to a short log, both on screen.
 #include "bench/Figures.h"
+#include "core/ConsoleServices.h"
 #include "core/LogPane.h"
 #include "core/MainWindow.h"
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
+#include "tests/support/FakeServer.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -26,8 +28,9 @@ constexpr int LinesPerRound = 50;
 class Console : public MainWindow
 {
 public:
-    explicit Console(int lines)
-        : m_Area(new QMdiArea)
+    Console(ConsoleServices& services, int lines)
+        : MainWindow(services)
+        , m_Area(new QMdiArea)
         , m_Log(new LogPane)
         , m_Status(new QLabel)
     {
@@ -89,8 +92,11 @@ bool Compare(const QString& what, Console& shortLog, Console& longLog, int lines
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
-    Console shortLog(ShortLog);
-    Console longLog(LongLog);
+    FakeServer server;
+    Platform platform;
+    ConsoleServices services{server, platform};
+    Console shortLog(services, ShortLog);
+    Console longLog(services, LongLog);
     const bool kept[] = {
         Compare(u"lines added and painted"_s, shortLog, longLog, 1),
         Compare(u"lines added and painted"_s, shortLog, longLog, 25),

@@ -3,10 +3,9 @@
 #include "controller/EventLines.h"
 #include "core/automation/Errors.h"
 #include "core/OneLineDelegate.h"
+#include "core/Platform.h"
 
 namespace {
-
-constexpr int FrameMs = 16;
 
 /// Paints a line on one row and no more of it than fits; what is cut off is told by the tool tip.
 class LineDelegate : public OneLineDelegate

@@ -3,6 +3,7 @@
 #include "additem/frmAddItem.h"
 #include "controller/ControllerRows.h"
 #include "core/automation/PlainText.h"
+#include "core/ConsoleServices.h"
 #include "core/GridRefresher.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
@@ -29,7 +30,7 @@ bool TakesText(const ListBox* types)
 frmController::frmController()
 {
     setupUi(this);
-    tmrCtrlProp = new GridRefresher(fgCtrl, this);
+    tmrCtrlProp = new GridRefresher(fgCtrl, modMain::GetMainWindow()->Services().Turns, this);
     ConnectFields();
     ConnectCommands();
 }

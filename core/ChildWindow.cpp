@@ -158,3 +158,11 @@ ChildWindow::Hold::~Hold()
 {
     if (m_Form && --m_Form->m_Holds == 0 && m_Form->m_Unloading) m_Form->Release();
 }
+
+ChildWindow* modMain::FindFormByNode(const QString& key)
+{
+    for (ChildWindow* form : ChildWindow::Forms()) {
+        if (form->m_TreeNode && form->m_TreeNode->Key() == key) return form;
+    }
+    return nullptr;
+}

@@ -86,3 +86,10 @@ private:
     int m_Holds = 0;
     QPointer<QMdiSubWindow> m_Frame;
 };
+
+namespace modMain {
+
+/// The open child window whose node has this key: the first in opening order, windows without a node skipped; or none.
+ChildWindow* FindFormByNode(const QString& key);
+
+} // namespace modMain

@@ -3,9 +3,10 @@
 #include "core/PropertyGrid.h"
 #include "core/RefreshTurns.h"
 
-GridRefresher::GridRefresher(PropertyGrid* grid, QObject* parent)
+GridRefresher::GridRefresher(PropertyGrid* grid, RefreshTurns& turns, QObject* parent)
     : QObject(parent)
     , m_Grid(grid)
+    , m_Turns(turns)
 {
     m_Tick.setSingleShot(true);
     connect(&m_Tick, &QTimer::timeout, this, &GridRefresher::BeginRefresh);
@@ -40,7 +41,7 @@ void GridRefresher::BeginRefresh()
 {
     m_Row = 0;
     m_SinceBegin.start();
-    RefreshTurns::Instance().Enter(this);
+    m_Turns.Enter(this, [this] { return RefreshNextRow(); });
 }
 
 /// False when the refresh is over, however it ended.

@@ -5,6 +5,7 @@
 #include <QTimer>
 
 class PropertyGrid;
+class RefreshTurns;
 
 /// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 10 ms (or one call), going on in the
 /// next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a slow server never takes more
@@ -15,9 +16,8 @@ class GridRefresher : public QObject
 
 public:
     static constexpr int IntervalMs = 500;
-    static constexpr int SliceMs = 10;
 
-    explicit GridRefresher(PropertyGrid* grid, QObject* parent = nullptr);
+    GridRefresher(PropertyGrid* grid, RefreshTurns& turns, QObject* parent = nullptr);
 
     /// The first refresh comes one interval from now. Does nothing when it runs already.
     void Start();
@@ -33,14 +33,13 @@ Q_SIGNALS:
     void Refreshed();
 
 private:
-    friend class RefreshTurns;
-
     void BeginRefresh();
     bool RefreshNextRow();
     void EndRefresh();
     void ScheduleNext();
 
     QPointer<PropertyGrid> m_Grid;
+    RefreshTurns& m_Turns;
     QTimer m_Tick;
     QElapsedTimer m_SinceBegin;
     QElapsedTimer m_SinceEnd;

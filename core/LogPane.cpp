@@ -1,6 +1,7 @@
 #include "core/LogPane.h"
 
 #include "core/automation/Errors.h"
+#include "core/Platform.h"
 
 #include <QMimeData>
 #include <QResizeEvent>
@@ -12,8 +13,6 @@
 #include <limits>
 
 namespace {
-
-constexpr int FrameMs = 16;
 
 // How a shown line ends stands in its block's user state: one of these two, or the character that ended it.
 constexpr int CrLf = -1;      // what a block starts with

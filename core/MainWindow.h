@@ -2,6 +2,7 @@
 
 #include "core/TreeNode.h"
 
+struct ConsoleServices;
 class LogPane;
 class ObjectTreeModel;
 class QMdiArea;
@@ -11,7 +12,13 @@ class QWidget;
 class MainWindow
 {
 public:
+    explicit MainWindow(ConsoleServices& services)
+        : m_Services(services)
+    {
+    }
     virtual ~MainWindow();
+
+    ConsoleServices& Services() const { return m_Services; }
 
     /// The node last clicked, or set by a window that changed the tree; may be none.
     TreeNodeRef m_CurrentNode;
@@ -34,4 +41,7 @@ public:
     virtual void RefreshStatusBar() = 0;
     virtual void RefreshTlbar() = 0;
     virtual void RefreshMenuBar() = 0;
+
+private:
+    ConsoleServices& m_Services;
 };

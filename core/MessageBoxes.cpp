@@ -1,16 +1,13 @@
 #include "core/MessageBoxes.h"
 
 #include "core/modMain.h"
+#include "core/Platform.h"
 
 #include <QApplication>
-
-#include <utility>
 
 namespace modMain {
 
 namespace {
-
-MessageBoxRunner Runner;
 
 /// The modal dialog that is open, else the main window: a box behind the one that waits for it could not be answered.
 QWidget* WindowInFront()
@@ -24,7 +21,7 @@ QMessageBox::StandardButton Run(QMessageBox::Icon icon, const QString& text, QMe
 {
     QMessageBox box(icon, QCoreApplication::applicationName(), text, buttons, WindowInFront());
     box.setTextFormat(Qt::PlainText);
-    return Runner ? Runner(box) : static_cast<QMessageBox::StandardButton>(box.exec());
+    return GetPlatform().ShowBox(box);
 }
 
 } // namespace
@@ -43,11 +40,6 @@ void ShowExclamation(const QString& text)
 void ShowPlain(const QString& text)
 {
     Run(QMessageBox::NoIcon, text, QMessageBox::Ok);
-}
-
-MessageBoxRunner ReplaceMessageBoxes(MessageBoxRunner runner)
-{
-    return std::exchange(Runner, std::move(runner));
 }
 
 } // namespace modMain

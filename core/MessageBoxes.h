@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QMessageBox>
-
-#include <functional>
+#include <QString>
 
 /// The few message boxes of the console: plain text, titled with the program's name, in front of the main window.
 namespace modMain {
@@ -13,12 +11,5 @@ bool AskSure();
 void ShowExclamation(const QString& text);
 /// A message without icon.
 void ShowPlain(const QString& text);
-
-/// Shows a box that is ready and returns the button that ended it.
-using MessageBoxRunner = std::function<QMessageBox::StandardButton(QMessageBox&)>;
-
-/// From now on `runner` gets every box, so that tests can look at it and answer; an empty one goes back to showing it. Returns the one
-/// before.
-MessageBoxRunner ReplaceMessageBoxes(MessageBoxRunner runner);
 
 } // namespace modMain

@@ -2,6 +2,7 @@
 
 #include "core/modFields.h"
 #include "core/OneLineDelegate.h"
+#include "core/Platform.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -16,8 +17,6 @@
 namespace {
 
 constexpr int RowTwips = 255;
-constexpr int FrameMs = 16;
-
 /// Paints captions like buttons' faces, and of a long text no more than fits.
 class CellDelegate : public OneLineDelegate
 {

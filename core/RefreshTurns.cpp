@@ -1,27 +1,21 @@
 #include "core/RefreshTurns.h"
 
-#include "core/GridRefresher.h"
-
-#include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QScopedValueRollback>
 
-RefreshTurns& RefreshTurns::Instance()
-{
-    static QPointer<RefreshTurns> turns;
-    if (!turns) turns = new RefreshTurns(qApp);
-    return *turns;
-}
+#include <algorithm>
 
-RefreshTurns::RefreshTurns(QObject* parent)
-    : QObject(parent)
+RefreshTurns::RefreshTurns()
 {
     m_Turn.setSingleShot(true);
     connect(&m_Turn, &QTimer::timeout, this, &RefreshTurns::TakeTurn);
 }
 
-void RefreshTurns::Enter(GridRefresher* refresher)
+void RefreshTurns::Enter(QObject* refresher, std::function<bool()> readNextRow)
 {
-    if (!m_UnderWay.contains(refresher)) m_UnderWay.append(refresher);
+    const auto isIts = [refresher](const Refresh& refresh) { return refresh.Refresher == refresher; };
+    if (std::none_of(m_UnderWay.begin(), m_UnderWay.end(), isIts))
+        m_UnderWay.append({refresher, std::move(readNextRow)});
     m_Turn.start(0);
 }
 
@@ -40,11 +34,17 @@ void RefreshTurns::ReadRows()
     qint64 elapsed = 0;
     qint64 longestCall = 0;
     // Another call is only begun when one as long as the longest so far still fits in.
-    while (!m_UnderWay.isEmpty() && elapsed + longestCall <= GridRefresher::SliceMs * 1'000'000LL) {
-        const QPointer<GridRefresher> refresher = m_UnderWay.first();
-        if (!refresher || !refresher->RefreshNextRow()) m_UnderWay.removeOne(refresher);
+    while (!m_UnderWay.isEmpty() && elapsed + longestCall <= SliceMs * 1'000'000LL) {
+        const Refresh refresh = m_UnderWay.constFirst();
+        if (!refresh.Refresher || !refresh.ReadNextRow()) Leave(refresh.Refresher);
         const qint64 before = std::exchange(elapsed, slice.nsecsElapsed());
         longestCall = std::max(longestCall, elapsed - before);
     }
     if (m_UnderWay.size() > 1) m_UnderWay.append(m_UnderWay.takeFirst());
+}
+
+/// Those that are gone leave, too.
+void RefreshTurns::Leave(const QObject* refresher)
+{
+    m_UnderWay.removeIf([&](const Refresh& refresh) { return !refresh.Refresher || refresh.Refresher == refresher; });
 }

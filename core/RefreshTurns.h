@@ -1,10 +1,9 @@
 #pragma once
 
-#include <QElapsedTimer>
 #include <QPointer>
 #include <QTimer>
 
-class GridRefresher;
+#include <functional>
 
 /// Lets the refreshes that are under way take turns: in one turn of the event loop one slice, then input and events come first.
 class RefreshTurns : public QObject
@@ -12,16 +11,26 @@ class RefreshTurns : public QObject
     Q_OBJECT
 
 public:
-    static RefreshTurns& Instance();
+    static constexpr int SliceMs = 10;
 
-    void Enter(GridRefresher* refresher);
+    RefreshTurns();
+
+    /// `readNextRow` is called turn by turn until it says that nothing is left, or `refresher` is gone. Does nothing when the
+    /// refresher's last refresh is still under way.
+    void Enter(QObject* refresher, std::function<bool()> readNextRow);
 
 private:
-    explicit RefreshTurns(QObject* parent);
+    struct Refresh
+    {
+        QPointer<QObject> Refresher;
+        std::function<bool()> ReadNextRow;
+    };
+
     void TakeTurn();
     void ReadRows();
+    void Leave(const QObject* refresher);
 
     QTimer m_Turn;
-    QList<QPointer<GridRefresher>> m_UnderWay;
+    QList<Refresh> m_UnderWay;
     bool m_InTurn = false;
 };

@@ -1,28 +1,15 @@
 #include "core/modAPI.h"
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QFileInfo>
+#include "core/modMain.h"
+
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QStandardPaths>
 
 #include <algorithm>
-#include <chrono>
-#include <utility>
-
-#include <sys/resource.h>
-#include <syslog.h>
 
 namespace modAPI {
 
 namespace {
-
-constexpr int HighPriorityNice = -10;
-constexpr int NormalPriorityNice = 0;
-
-Platform g_Default;
-Platform* g_Platform = &g_Default;
 
 bool IsDigit(QChar c)
 {
@@ -55,94 +42,46 @@ private:
 
 } // namespace
 
-Platform::~Platform() = default;
-
-quint32 Platform::GetTickCount()
+quint32 GetTickCount()
 {
-    using namespace std::chrono;
-    return static_cast<quint32>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+    return modMain::GetPlatform().GetTickCount();
 }
 
-QDateTime Platform::GetLocalTime()
+QDateTime GetLocalTime()
 {
-    return QDateTime::currentDateTime();
+    return modMain::GetPlatform().GetLocalTime();
 }
 
-void Platform::SetPriorityClass(quint32 priorityClass)
+void SetPriorityClass(quint32 priorityClass)
 {
-    // Ordinary users may not raise a priority: the console works as well without.
-    ::setpriority(PRIO_PROCESS, 0, priorityClass == HIGH_PRIORITY_CLASS ? HighPriorityNice : NormalPriorityNice);
+    modMain::GetPlatform().SetPriorityClass(priorityClass);
 }
 
-void Platform::OutputDebugString(const QString& text)
+void OutputDebugString(const QString& text)
 {
-    ::syslog(LOG_USER | LOG_DEBUG, "%s", text.toUtf8().constData());
+    modMain::GetPlatform().OutputDebugString(text);
 }
 
-QString Platform::WritableProgramFolder()
+QString WritableProgramFolder()
 {
-    const QString own = QCoreApplication::applicationDirPath();
-    if (QFileInfo(own).isWritable()) return own;
-    const QString cache = QStandardPaths::writableLocation(QStandardPaths::CacheLocation);
-    QDir().mkpath(cache);
-    return cache;
+    return modMain::GetPlatform().WritableProgramFolder();
 }
 
-void Platform::LockRedraw(QWidget* window, bool lock)
-{
-    window->setUpdatesEnabled(!lock);
-}
-
-void Platform::SetNumberOnly(QLineEdit* field)
+void SetNumberOnly(QLineEdit* field)
 {
     field->setInputMethodHints(field->inputMethodHints() | Qt::ImhDigitsOnly);
     field->installEventFilter(new DigitsOnly(field));
 }
 
-Platform* Replace(Platform* platform)
-{
-    return std::exchange(g_Platform, platform ? platform : &g_Default);
-}
-
-quint32 GetTickCount()
-{
-    return g_Platform->GetTickCount();
-}
-
-QDateTime GetLocalTime()
-{
-    return g_Platform->GetLocalTime();
-}
-
-void SetPriorityClass(quint32 priorityClass)
-{
-    g_Platform->SetPriorityClass(priorityClass);
-}
-
-void OutputDebugString(const QString& text)
-{
-    g_Platform->OutputDebugString(text);
-}
-
-QString WritableProgramFolder()
-{
-    return g_Platform->WritableProgramFolder();
-}
-
-void SetNumberOnly(QLineEdit* field)
-{
-    g_Platform->SetNumberOnly(field);
-}
-
 FrozenRedraw::FrozenRedraw(QWidget* window)
     : m_Window(window)
 {
-    if (m_Window) g_Platform->LockRedraw(m_Window, true);
+    if (m_Window) m_Window->setUpdatesEnabled(false);
 }
 
 FrozenRedraw::~FrozenRedraw()
 {
-    if (m_Window) g_Platform->LockRedraw(m_Window, false);
+    if (m_Window) m_Window->setUpdatesEnabled(true);
 }
 
 } // namespace modAPI

@@ -1,6 +1,6 @@
 #include "core/modMain.h"
 
-#include "core/ChildWindow.h"
+#include "core/ConsoleServices.h"
 #include "core/LogPane.h"
 
 #include <QElapsedTimer>
@@ -10,7 +10,6 @@
 
 namespace modMain {
 
-VelSQLLib* Library = nullptr;
 EngineRef Engine;
 HistoryRef History;
 TreeNodeRef EngineNode;
@@ -21,10 +20,7 @@ QPointer<QWidget> ActiveEditBox;
 
 namespace {
 
-constexpr qint64 FrameMs = 16;
-
 MainWindow* g_MainWindow = nullptr;
-ValueConverterRef g_Converter;
 QElapsedTimer g_SincePainted;
 bool g_IsPainted = true;
 
@@ -49,6 +45,12 @@ MainWindow* GetMainWindow()
     return g_MainWindow;
 }
 
+Platform& GetPlatform()
+{
+    static Platform own;
+    return g_MainWindow ? g_MainWindow->Services().System : own;
+}
+
 void Reset()
 {
     LogLineCount = 0;
@@ -58,7 +60,6 @@ void Reset()
     Engine.reset();
     HistoryNode.reset();
     EngineNode.reset();
-    g_Converter.reset();
 }
 
 void AddLog(const QString& message)
@@ -98,23 +99,6 @@ void PaintProgress()
     if (!g_MainWindow || std::exchange(g_IsPainted, true)) return;
     g_MainWindow->PaintProgress();
     g_SincePainted.start();
-}
-
-ValueConverter& Converter()
-{
-    if (!g_Converter) {
-        if (!Library) throw ServerError(QStringLiteral("The server's library is not loaded."));
-        g_Converter = Library->CreateValueConverter();
-    }
-    return *g_Converter;
-}
-
-ChildWindow* FindFormByNode(const QString& key)
-{
-    for (ChildWindow* form : ChildWindow::Forms()) {
-        if (form->m_TreeNode && form->m_TreeNode->Key() == key) return form;
-    }
-    return nullptr;
 }
 
 } // namespace modMain

@@ -9,13 +9,11 @@
 #include <concepts>
 #include <functional>
 
-class ChildWindow;
+class Platform;
 
 /// The application-wide state and the routines that every window uses around its server calls.
 namespace modMain {
 
-/// The server's type library; set once by the program before the main window loads.
-extern VelSQLLib* Library;
 /// The one engine that every window talks to; empty until the tree is built and again after shut-down.
 extern EngineRef Engine;
 extern HistoryRef History;
@@ -30,7 +28,9 @@ extern QPointer<QWidget> ActiveEditBox;
 /// The main window announces itself here while it lives.
 void SetMainWindow(MainWindow* mainWindow);
 MainWindow* GetMainWindow();
-/// The state before start-up: line 0, no edit box, no server objects, no converter. `Library` and the main window stay.
+/// The main window's platform; the system itself while there is no main window.
+Platform& GetPlatform();
+/// The state before start-up: line 0, no edit box, no server objects. The main window stays.
 void Reset();
 
 /// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take the line,
@@ -78,8 +78,5 @@ bool CallServer(QStringView object, QStringView operation, Call&& call, Argument
         return false;
     }
 }
-
-/// The open child window whose node has this key: the first in opening order, windows without a node skipped; or none.
-ChildWindow* FindFormByNode(const QString& key);
 
 } // namespace modMain

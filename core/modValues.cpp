@@ -1,6 +1,7 @@
 #include "core/modValues.h"
 
 #include "core/automation/SafeArray.h"
+#include "core/ConsoleServices.h"
 #include "core/ListBox.h"
 #include "core/modMain.h"
 
@@ -106,6 +107,12 @@ void FillTypeList(ListBox* list)
     list->Clear();
     list->AddItems(TypeList());
     list->SetListIndex(0);
+}
+
+ValueConverter& Converter()
+{
+    static const ValueConverterRef converter = GetMainWindow()->Services().Library.CreateValueConverter();
+    return *converter;
 }
 
 QString BuildTypedText(int typeIndex, const QString& text)

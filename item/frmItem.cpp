@@ -2,6 +2,7 @@
 
 #include "core/automation/NumberText.h"
 #include "core/automation/SafeArray.h"
+#include "core/ConsoleServices.h"
 #include "core/FieldCheck.h"
 #include "core/GridRefresher.h"
 #include "core/MessageBoxes.h"
@@ -41,7 +42,7 @@ bool IsEmptyList(const Variant& names)
 frmItem::frmItem()
 {
     setupUi(this);
-    tmrItemProp = new GridRefresher(fgItem, this);
+    tmrItemProp = new GridRefresher(fgItem, modMain::GetMainWindow()->Services().Turns, this);
     ConnectFields();
     ConnectCommands();
 }

@@ -1,6 +1,7 @@
 #include "mainwindow/ObjectTreeBuilder.h"
 
 #include "core/automation/SafeArray.h"
+#include "core/ConsoleServices.h"
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
 
@@ -30,7 +31,7 @@ void BuildObjectTree(MainWindow& mainWindow)
     modMain::SetStatus(QStringLiteral("Drowing TreeView....")); // The spelling is meant.
     ObjectTreeModel& tree = mainWindow.Tree();
     tree.Clear();
-    Engine = modMain::Library->CreateEngine();
+    Engine = mainWindow.Services().Library.CreateEngine();
     modMain::EngineNode = tree.SetRoot(TagText(NodeTag::Engine), NodeTag::Engine);
     mainWindow.m_CurrentNode = modMain::EngineNode;
     AddControllers(tree);

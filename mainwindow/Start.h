@@ -3,8 +3,8 @@
 #include <memory>
 
 class frmMDI;
-class VelSQLLib;
+struct ConsoleServices;
 
-/// Starts the console on a server's library: loads the main window and shows it. Null when there is no engine to be had: the operator
-/// was told, and the program is to end. The library must outlive the window.
-std::unique_ptr<frmMDI> StartConsole(VelSQLLib& library);
+/// Starts the console on what it works with: loads the main window and shows it. Null when there is no engine to be had: the operator
+/// was told, and the program is to end. The services must outlive the window.
+std::unique_ptr<frmMDI> StartConsole(ConsoleServices& services);

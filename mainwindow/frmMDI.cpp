@@ -55,8 +55,9 @@ void IgnoreFailure(Step&& step) noexcept
 
 } // namespace
 
-frmMDI::frmMDI(ObjectWindows windows)
-    : m_Commands(*this, std::move(windows))
+frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
+    : MainWindow(services)
+    , m_Commands(*this, std::move(windows))
 {
     InitImages();
     setupUi(this);

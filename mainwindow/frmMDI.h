@@ -20,7 +20,7 @@ class frmMDI : public QMainWindow, public MainWindow, private Ui::frmMDI
     Q_OBJECT
 
 public:
-    explicit frmMDI(ObjectWindows windows = ConsoleWindows());
+    explicit frmMDI(ConsoleServices& services, ObjectWindows windows = ConsoleWindows());
     ~frmMDI() override;
 
     /// Creates the engine and builds the tree. A failure is shown in one message box; the rest of the load is then skipped.

@@ -1,6 +1,7 @@
 #include "scripttool/ScriptProcess.h"
 
 #include "core/automation/Errors.h"
+#include "core/Platform.h"
 
 #include <algorithm>
 #include <csignal>
@@ -9,7 +10,6 @@
 
 namespace {
 
-constexpr qint64 FrameMs = 16;
 constexpr qsizetype BytesATurn = 64 * 1024;
 constexpr int PatienceMs = 500;
 // What velsqlscript --mark-errors puts around an error in its output; no text of UTF-8 holds these bytes.
@@ -118,7 +118,7 @@ void ScriptProcess::TakeTurn()
     m_Turn.start();
     // Errors without marks, such as a crash's, are the process's last words.
     m_MoreWaits = HandOut(*m_Output) || HandOut(*m_Errors);
-    m_Pause.start(static_cast<int>(std::max(FrameMs, m_Turn.elapsed()))); // half of the time at most
+    m_Pause.start(static_cast<int>(std::max<qint64>(FrameMs, m_Turn.elapsed()))); // half of the time at most
 }
 
 /// True when more may be waiting.

@@ -1,16 +1,11 @@
 #include "core/ChildWindow.h"
 #include "core/modMain.h"
+#include "tests/support/ConsoleTest.h"
 #include "tests/support/FakeMainWindow.h"
-#include "tests/support/PrintQt.h"
+#include "tests/support/FakeServer.h"
 
 #include <QCoreApplication>
 #include <QMdiSubWindow>
-
-#include <gtest/gtest.h>
-
-#include <functional>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -35,7 +30,7 @@ protected:
     bool MayClose() const override { return m_MayClose; }
 };
 
-class ChildWindows : public ::testing::Test
+class ChildWindows : public ConsoleTest
 {
 protected:
     ChildWindows()
@@ -45,6 +40,7 @@ protected:
         m_Main->Widget()->show();
     }
 
+    QObject* Window() override { return m_Main->Widget(); }
     QPointer<TestWindow> Open(int item) { return ChildWindow::Open<TestWindow>(m_Controller->Child(item)); }
     QPointer<TestWindow> Show(int item)
     {
@@ -67,7 +63,9 @@ protected:
         EXPECT_EQ(TestWindow::Told.count(u"deleted"_s), windows);
     }
 
-    std::unique_ptr<FakeMainWindow> m_Main = std::make_unique<FakeMainWindow>();
+    FakeServer m_Server;
+    ConsoleServices m_Services{m_Server, *this};
+    std::unique_ptr<FakeMainWindow> m_Main = std::make_unique<FakeMainWindow>(m_Services);
     TreeNodeRef m_Controller = m_Main->BuildTree({u"a"_s, u"b"_s, u"c"_s})->Child(0);
 };
 

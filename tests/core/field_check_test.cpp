@@ -1,6 +1,6 @@
 #include "core/automation/Errors.h"
 #include "core/FieldCheck.h"
-#include "tests/support/FakeMainWindow.h"
+#include "tests/support/WindowTest.h"
 
 #include <QComboBox>
 #include <QDialog>
@@ -181,6 +181,8 @@ void ExpectVeto(const Action& action, bool showBox, bool startAtCancel)
     EXPECT_EQ(dialog.Done(), action.Done);
 }
 
+using FieldChecks = WindowTest<QWidget>;
+
 } // namespace
 
 TEST(FieldCheck, VetoesEveryWayOutOfARefusedField)
@@ -224,14 +226,13 @@ TEST(FieldCheck, AClickAfterARefusedOneIsNotLost)
     EXPECT_EQ(dialog.Done(), "check cancel");
 }
 
-TEST(FieldCheck, ACheckThatFailsIsLoggedAndRefuses)
+TEST_F(FieldChecks, ThatFailAreLoggedAndRefuse)
 {
-    FakeMainWindow mainWindow;
     Dialog dialog;
     dialog.m_FieldCheck.Add(dialog.m_Field, []() -> bool { throw ValueError::Overflow(); });
     dialog.Begin(u"1"_s);
     QTest::mouseClick(dialog.m_Ok, Qt::LeftButton);
     EXPECT_TRUE(dialog.IsKept());
     EXPECT_EQ(dialog.Done(), "");
-    EXPECT_EQ(mainWindow.LogMessages(), QStringList{u"Overflow"_s});
+    EXPECT_EQ(TakeLog(), QStringList{u"Overflow"_s});
 }

@@ -3,21 +3,15 @@
 #include "core/modAPI.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/PrintQt.h"
+#include "tests/support/WindowTest.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
 #include <QClipboard>
 #include <QKeyEvent>
 #include <QLineEdit>
-#include <QTest>
 #include <QVBoxLayout>
 #include <QWheelEvent>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -27,7 +21,7 @@ QString Clipboard()
 }
 
 /// Every kind of text box that a window has.
-class Edit : public ::testing::Test
+class Edit : public WindowTest<QWidget>
 {
 protected:
     /// Each box holds "one two" with "one" selected.
@@ -50,16 +44,15 @@ protected:
         return box->property(box == &m_Line ? "text" : "plainText").toString() + u'|' + Clipboard();
     }
 
-    FakeMainWindow m_Main;
     QLineEdit m_Line;
     QPlainTextEdit m_Plain;
     LogPane& m_Log = m_Main.Log();
-    const QList<QWidget*> m_Boxes = {&m_Line, &m_Plain, &m_Log};
+    const QList<QWidget*> m_TextBoxes = {&m_Line, &m_Plain, &m_Log};
 };
 
 TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBox)
 {
-    for (QWidget* box : m_Boxes) {
+    for (QWidget* box : m_TextBoxes) {
         SCOPED_TRACE(box->metaObject()->className());
         EXPECT_EQ(After(modMain::EditCut, box), u" two|one"_s);
         EXPECT_EQ(After(modMain::EditPaste, box), u"one two|one"_s);
@@ -77,7 +70,7 @@ TEST_F(Edit, WhatTheOperatorCannotChangeOrWhatIsGoneStaysAsItIs)
     m_Line.setReadOnly(true);
     m_Log.setReadOnly(true);
     m_Plain.setEnabled(false);
-    for (QWidget* box : m_Boxes) {
+    for (QWidget* box : m_TextBoxes) {
         QApplication::clipboard()->setText(u"before"_s);
         EXPECT_EQ(After(modMain::EditPaste, box), u"one two|before"_s) << box->metaObject()->className();
         EXPECT_EQ(After(modMain::EditCut, box), u"one two|one"_s) << box->metaObject()->className();

@@ -1,5 +1,6 @@
 #include "core/GridRefresher.h"
 #include "core/PropertyGrid.h"
+#include "core/RefreshTurns.h"
 
 #include <QTest>
 #include <QThread>
@@ -48,7 +49,7 @@ protected:
                          }});
         m_Grids.push_back(std::make_unique<PropertyGrid>());
         m_Grids.back()->Lay(rows, Margins);
-        m_Refreshers.push_back(std::make_unique<GridRefresher>(m_Grids.back().get()));
+        m_Refreshers.push_back(std::make_unique<GridRefresher>(m_Grids.back().get(), m_Shared));
         QObject::connect(m_Refreshers.back().get(), &GridRefresher::Refreshed, &m_Turn, [this] { ++m_Refreshes; });
     }
     bool WaitForRefreshes(int count)
@@ -56,6 +57,7 @@ protected:
         return QTest::qWaitFor([=, this] { return m_Refreshes >= count; }, 10'000);
     }
 
+    RefreshTurns m_Shared;
     QTimer m_Turn;
     /// How many rows were read in each turn of the event loop.
     Numbers m_Turns = {0};

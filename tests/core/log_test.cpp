@@ -1,19 +1,13 @@
 #include "core/modFields.h"
 #include "core/modMain.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/PrintQt.h"
+#include "tests/support/WindowTest.h"
 
 #include <QScrollBar>
-#include <QTest>
 #include <QTextBlock>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
-class Log : public ::testing::Test
+class LogLines : public WindowTest<QWidget>
 {
 protected:
     /// With all lines in its document.
@@ -27,11 +21,9 @@ protected:
     {
         for (const QString& message : messages) modMain::AddLog(message);
     }
-
-    FakeMainWindow m_Main;
 };
 
-TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts)
+TEST_F(LogLines, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts)
 {
     const QString nulAndLoneSurrogates = u"a"_s + QChar(0) + QChar(0xD83D) + u"b"_s + QChar(0xDE00);
     const QStringList messages = {u"Calling Engine:Start..."_s,
@@ -56,7 +48,7 @@ TEST_F(Log, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts)
     }
 }
 
-TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
+TEST_F(LogLines, ShowsTheNewestLineAndSelectsNothing)
 {
     const auto newestIsSeen = [&log = m_Main.Log()] { // shown with the frame
         return QTest::qWaitFor(
@@ -83,7 +75,7 @@ TEST_F(Log, ShowsTheNewestLineAndSelectsNothing)
     EXPECT_EQ(Pane().verticalScrollBar()->value(), 3) << "where the operator scrolled to";
 }
 
-TEST_F(Log, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
+TEST_F(LogLines, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
 {
     Add({u"a\nb"_s});
     QTest::keyClicks(&m_Main.Log(), u"note"_s);
@@ -100,7 +92,7 @@ TEST_F(Log, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
     EXPECT_EQ(Text(), u" : a\r\nb\r\nnote1 : c\r\n\r\n2 : d\r\n"_s);
 }
 
-TEST_F(Log, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
+TEST_F(LogLines, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
 {
     const QString lines = u"0 : a\r\nb\r\n1 : c\r\n"_s;
     m_Main.Log().SetCapacity(lines.size());
@@ -120,25 +112,24 @@ TEST_F(Log, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
     EXPECT_EQ(modMain::LogLineCount, 2147483647);
 }
 
-} // namespace
+using ServerCall = WindowTest<QWidget>;
 
-TEST(ServerCall, IsAnnouncedCalledAndAnswered)
+TEST_F(ServerCall, IsAnnouncedCalledAndAnswered)
 {
-    FakeMainWindow main;
     QStringList seenByTheCall;
-    EXPECT_TRUE(modMain::CallServer(
-        u"Controller", u"Start", [&] { seenByTheCall = main.LogMessages() << main.Status() << main.m_PaintedStatus; }));
+    EXPECT_TRUE(modMain::CallServer(u"Controller", u"Start",
+                                    [&] { seenByTheCall = Log() << m_Main.Status() << m_Main.m_PaintedStatus; }));
     EXPECT_EQ(seenByTheCall, QStringList({u"Calling Controller:Start..."_s, u"Start..."_s, u"Start..."_s}));
-    EXPECT_EQ(main.LogMessages(), QStringList({u"Calling Controller:Start..."_s, u"Succeeded."_s}));
-    EXPECT_EQ(main.m_StatusTexts, QStringList({u"Ready."_s, u"Start..."_s, u"Ready."_s}));
+    EXPECT_EQ(TakeLog(), QStringList({u"Calling Controller:Start..."_s, u"Succeeded."_s}));
+    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({u"Ready."_s, u"Start..."_s, u"Ready."_s}));
 
-    main.Log().SetCapacity(0);
+    m_Main.Log().SetCapacity(0);
     bool called = false;
     EXPECT_TRUE(modMain::CallServer(u"Engine", u"Stop", [&] { called = true; }));
     EXPECT_TRUE(called) << "also when the log is full";
 }
 
-TEST(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
+TEST_F(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
 {
     const std::pair<std::function<void()>, QString> failures[] = {
         {[] { throw ServerError(u"PLC1 does not answer"_s); }, u"PLC1 does not answer"_s},
@@ -149,9 +140,10 @@ TEST(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
         {[] { throw 1; }, u"Unknown error"_s},
     };
     for (const auto& [call, description] : failures) {
-        FakeMainWindow main;
         EXPECT_FALSE(modMain::CallServer(u"Item", u"put_Value", call));
         EXPECT_FALSE(modMain::ReportErrors(call)); // a command is not announced
-        EXPECT_EQ(main.LogMessages(), QStringList({u"Calling Item:put_Value..."_s, description, description}));
+        EXPECT_EQ(TakeLog(), QStringList({u"Calling Item:put_Value..."_s, description, description}));
     }
 }
+
+} // namespace

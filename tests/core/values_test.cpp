@@ -1,13 +1,7 @@
 #include "core/automation/SafeArray.h"
 #include "core/modMain.h"
 #include "core/modValues.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/FakeServer.h"
-#include "tests/support/PrintQt.h"
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
+#include "tests/support/WindowTest.h"
 
 namespace {
 
@@ -21,7 +15,7 @@ Variant TwoVariants(const Variant& last)
     return Variant(SafeArray(QList<Variant>{Variant(qint32{1}), last}));
 }
 
-TEST(Values, HaveATypeListThatMapsToTypeCodesAndBack)
+TEST(ValueTypes, HaveATypeListThatMapsToTypeCodesAndBack)
 {
     const VarType types[] = {0,    1,    11,   17,   2,    3,    4,    5,    6,    7,    8,
                              8203, 8209, 8194, 8195, 8196, 8197, 8198, 8199, 8200, 8204, -1};
@@ -38,7 +32,7 @@ TEST(Values, HaveATypeListThatMapsToTypeCodesAndBack)
               u"ARRAY | R8;ARRAY | CY;ARRAY | DATE;ARRAY | BSTR;ARRAY | VARIANT;(Unknown)"_s);
 }
 
-TEST(Values, AreTypedAsTheCodeAndTheTextAsItIs)
+TEST(ValueTypes, AreTypedAsTheCodeAndTheTextAsItIs)
 {
     const std::tuple<int, QString, QString> cases[] = {{0, u"25"_s, u"0"_s},
                                                        {1, u" x"_s, u"1"_s},
@@ -50,11 +44,11 @@ TEST(Values, AreTypedAsTheCodeAndTheTextAsItIs)
         EXPECT_EQ(modMain::BuildTypedText(typeIndex, text), typedText);
 }
 
-TEST(Values, AreShownAsTypedTextAndAsDisplayText)
+using Values = WindowTest<QWidget>;
+
+TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
 {
-    FakeServer server;
-    FakeMainWindow main;
-    const Variant object(ObjectRef(server.CreateEngine()));
+    const Variant object{ObjectRef(modMain::Engine)};
     const struct
     {
         Variant Value;
@@ -79,7 +73,7 @@ TEST(Values, AreShownAsTypedTextAndAsDisplayText)
         EXPECT_EQ(modMain::ValueToTypedText(value), QString::fromLatin1(typedText));
         EXPECT_EQ(modMain::ValueToDisplayText(value), QString::fromLatin1(displayText));
     }
-    EXPECT_EQ(main.LogMessages(), QStringList());
+    EXPECT_EQ(TakeLog(), QStringList());
 }
 
 } // namespace

@@ -207,7 +207,7 @@ TEST_F(ResultGridTest, CopiesALargeResultBetweenOtherEventsOrNotAtAll)
     EXPECT_FALSE(QTest::qWaitFor([] { return Clipboard() != u"before"; }, 500)) << "a copy ends with its result";
     m_Script.Cell = [large = QString(1'000'000, u'x')](qint64, int) { return Variant(large); };
     SelectAllAndCopy();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !m_Main.LogMessages().isEmpty(); }, 20'000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !Log().isEmpty(); }, 20'000));
     EXPECT_EQ(TakeLog(), QStringList{u"The selection is too large to be copied."_s});
     EXPECT_EQ(Clipboard(), u"before");
 }

@@ -1,13 +1,9 @@
 #include "tests/mainwindow/Console.h"
 
-#include "core/MessageBoxes.h"
-
 #include <QAbstractButton>
 #include <QMenu>
 
-namespace {
-
-QString Describe(const QMessageBox& box)
+QString Console::Describe(const QMessageBox& box) const
 {
     QStringList buttons;
     for (QAbstractButton* button : box.buttons()) buttons << button->text().remove(u'&');
@@ -15,23 +11,6 @@ QString Describe(const QMessageBox& box)
                .arg(box.icon())
                .arg(buttons.join(u'/'), box.windowTitle()) +
            box.text();
-}
-
-} // namespace
-
-Console::Console()
-{
-    modMain::ReplaceMessageBoxes([this](QMessageBox& box) {
-        m_Boxes << Describe(box);
-        m_WhileAsking();
-        return m_Answer;
-    });
-}
-
-Console::~Console()
-{
-    m_Main.reset();
-    modMain::ReplaceMessageBoxes({});
 }
 
 void Console::StartActive()
@@ -44,7 +23,7 @@ void Console::StartActive()
 
 void Console::StartWith(ObjectWindows windows)
 {
-    m_Main = std::make_unique<frmMDI>(std::move(windows));
+    m_Main = std::make_unique<frmMDI>(m_Services, std::move(windows));
     m_Main->Form_Load();
 }
 

@@ -6,8 +6,8 @@
 #include "core/modMain.h"
 #include "mainwindow/frmMDI.h"
 #include "mainwindow/Start.h"
+#include "tests/support/ConsoleTest.h"
 #include "tests/support/FakeServer.h"
-#include "tests/support/PrintQt.h"
 
 #include <QLabel>
 #include <QMessageBox>
@@ -25,26 +25,20 @@ inline const QString D200 = PLC1 + u"\\D200"_s;
 
 /// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items); message boxes are
 /// answered by the test.
-class Console : public ::testing::Test
+class Console : public ConsoleTest
 {
 protected:
-    Console();
-    ~Console() override;
+    Console() { m_Answer = QMessageBox::Yes; }
+
+    QObject* Window() override { return m_Main.get(); }
 
     /// Runs the start routine; the calls that it took stay recorded.
-    void Start() { m_Main = StartConsole(m_Server); }
+    void Start() { m_Main = StartConsole(m_Services); }
     /// Starts, forgets the calls, and waits until the window is active.
     void StartActive();
     /// Starts a main window with windows of the test's own.
     void StartWith(ObjectWindows windows);
 
-    template <typename T>
-    T& Control(const char* name)
-    {
-        T* control = m_Main->findChild<T*>(QString::fromLatin1(name));
-        EXPECT_TRUE(control) << name;
-        return *control;
-    }
     ObjectTreeView& Tree() { return Control<ObjectTreeView>("treeObject"); }
     LogPane& LogBox() { return m_Main->Log(); }
     QString Log() { return LogBox().Text(); }
@@ -55,7 +49,6 @@ protected:
     QString Panel(int number) { return Control<QLabel>(qPrintable(u"stbrMain_%1"_s.arg(number))).text(); }
     QStringList Panels() { return {Panel(1), Panel(2), Panel(3)}; }
     QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
-    QStringList TakeBoxes() { return std::exchange(m_Boxes, {}); }
 
     TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
     TreeNodeRef Current() { return m_Main->m_CurrentNode; }
@@ -75,10 +68,10 @@ protected:
     static QStringList Windows();
 
     FakeServer m_Server;
+    ConsoleServices m_Services{m_Server, *this};
     std::unique_ptr<frmMDI> m_Main;
-    /// Every message box as "icon buttons title: text"; in front of it "rich" when the text is not shown as it is.
-    QStringList m_Boxes;
-    QMessageBox::StandardButton m_Answer = QMessageBox::Yes;
-    /// What happens while a message box stands.
-    std::function<void()> m_WhileAsking = [] {};
+
+private:
+    /// "icon buttons title: text"; in front of it "rich" when the text is not shown as it is.
+    QString Describe(const QMessageBox& box) const override;
 };

@@ -1,4 +1,3 @@
-#include "core/modAPI.h"
 #include "perfcheck/frmPerfChk.h"
 #include "tests/support/WindowTest.h"
 
@@ -16,21 +15,16 @@ QString End(const QString& milliseconds, const QString& value = u" "_s)
 }
 
 /// The dialog on item D100 of PLC1; ticks, time, priority and debug strings are the test's own.
-class PerfChkDialog : public WindowTest<frmPerfChk>, private modAPI::Platform
+class PerfChkDialog : public WindowTest<frmPerfChk>
 {
 protected:
     PerfChkDialog()
     {
-        modAPI::Replace(this);
         m_Form = new frmPerfChk(m_Main.Widget());
         m_Form->m_csItem = modMain::Engine->get_Controller(Variant(u"PLC1"_s))->get_Item(Variant(u"D100"_s));
         WindowTest::TakeCalls();
     }
-    ~PerfChkDialog() override
-    {
-        delete m_Form.data();
-        modAPI::Replace(nullptr);
-    }
+    ~PerfChkDialog() override { delete m_Form.data(); }
 
     void ChoosePattern(int index) { Control<QAbstractButton>(u"optPattern_%1"_s.arg(index)).setChecked(true); }
     void ChooseMode(int index) { Control<QAbstractButton>(u"optReadWrite_%1"_s.arg(index)).setChecked(true); }

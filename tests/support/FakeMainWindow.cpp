@@ -4,11 +4,11 @@
 
 #include <QCoreApplication>
 #include <QEvent>
-#include <QRegularExpression>
 #include <QVBoxLayout>
 
-FakeMainWindow::FakeMainWindow()
-    : m_Area(new QMdiArea(&m_Widget))
+FakeMainWindow::FakeMainWindow(ConsoleServices& services)
+    : MainWindow(services)
+    , m_Area(new QMdiArea(&m_Widget))
     , m_Log(new LogPane(&m_Widget))
 {
     auto* layout = new QVBoxLayout(&m_Widget);
@@ -35,13 +35,4 @@ TreeNodeRef FakeMainWindow::BuildTree(const QStringList& itemNames)
     modMain::HistoryNode = m_Tree.Append(modMain::EngineNode, QStringLiteral("VelSQLHistory"), NodeTag::History);
     m_CurrentNode = modMain::EngineNode;
     return modMain::EngineNode;
-}
-
-QStringList FakeMainWindow::LogMessages() const
-{
-    static const QRegularExpression Number(QStringLiteral("^[0-9]+ : "));
-    QStringList messages = m_Log->Text().split(QStringLiteral("\r\n"));
-    if (messages.constLast().isEmpty()) messages.removeLast();
-    for (QString& message : messages) message.remove(Number);
-    return messages;
 }

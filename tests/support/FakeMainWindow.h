@@ -13,7 +13,7 @@
 class FakeMainWindow : public MainWindow
 {
 public:
-    FakeMainWindow();
+    explicit FakeMainWindow(ConsoleServices& services);
     ~FakeMainWindow() override;
 
     QWidget* Widget() override { return &m_Widget; }
@@ -34,8 +34,6 @@ public:
 
     /// Builds the engine node with a controller "PLC1", its items, and the history node, and returns the engine node.
     TreeNodeRef BuildTree(const QStringList& itemNames);
-    /// The log without line numbers, one entry a line.
-    QStringList LogMessages() const;
     QString Status() const { return m_StatusTexts.value(m_StatusTexts.size() - 1); }
 
     QStringList m_StatusTexts;

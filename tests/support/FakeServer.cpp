@@ -25,13 +25,11 @@ FakeServer::FakeServer()
     Controller first{u"PLC1"_s};
     first.Items = {Item{u"D100"_s, Variant(qint32{25})}, Item{u"D200"_s, Variant(u"abc"_s)}};
     m_Controllers = {first, Controller{u"PLC2"_s}};
-    modMain::Library = this;
 }
 
 FakeServer::~FakeServer()
 {
     modMain::Reset();
-    if (modMain::Library == this) modMain::Library = nullptr;
 }
 
 ValueConverterRef FakeServer::CreateValueConverter()

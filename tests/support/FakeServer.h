@@ -8,8 +8,7 @@
 #include <functional>
 #include <optional>
 
-/// A server made of tables: answers every operation from its members, records every call, and fails where told. It is
-/// modMain::Library while it lives.
+/// A server made of tables: answers every operation from its members, records every call, and fails where told.
 class FakeServer : public VelSQLLib
 {
 public:

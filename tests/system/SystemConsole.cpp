@@ -3,7 +3,6 @@
 #include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"
 #include "core/LogPane.h"
-#include "core/MessageBoxes.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "history/StatementEdit.h"
@@ -15,24 +14,12 @@
 
 #include <unistd.h>
 
-SystemConsole::SystemConsole()
-{
-    modMain::ReplaceMessageBoxes([this](QMessageBox& box) {
-        m_Boxes << box.text();
-        return QMessageBox::Yes;
-    });
-}
-
-SystemConsole::~SystemConsole()
-{
-    m_Main.reset();
-    modMain::ReplaceMessageBoxes({});
-}
-
 void SystemConsole::StartConsoleWith(const QString& serverProgram)
 {
     m_Library = std::make_unique<RemoteLibrary>(m_Server.SocketPath(), serverProgram);
-    m_Main = StartConsole(*m_Library);
+    m_Main.reset();
+    m_Services.emplace(*m_Library, *this);
+    m_Main = StartConsole(*m_Services);
 }
 
 void SystemConsole::StartBoth()
@@ -126,15 +113,6 @@ bool SystemConsole::WaitForCell(QObject& window, const QString& caption, const Q
 QString SystemConsole::Panel(int number)
 {
     return Control<QLabel>(*m_Main, qPrintable(u"stbrMain_%1"_s.arg(number))).text();
-}
-
-QStringList SystemConsole::TakeLog()
-{
-    QStringList messages;
-    for (const QString& line : m_Main->Log().Text().split(u"\r\n"_s, Qt::SkipEmptyParts))
-        messages << line.section(u" : "_s, 1);
-    modMain::ClearTextBox(&m_Main->Log());
-    return messages;
 }
 
 QString SystemConsole::Ask(const QString& command)

@@ -4,7 +4,7 @@
 #include "core/ListBox.h"
 #include "core/PropertyGrid.h"
 #include "mainwindow/frmMDI.h"
-#include "tests/support/PrintQt.h"
+#include "tests/support/ConsoleTest.h"
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
 
@@ -33,22 +33,18 @@ inline const QString Lost = u"The connection to the server was lost; the call ma
 inline const QString GivenUp = u"The server does not answer; the call was given up and may still take effect."_s;
 
 /// The real console on the real server, both on the demo plant; message boxes are answered with Yes and kept.
-class SystemConsole : public ::testing::Test
+class SystemConsole : public ConsoleTest
 {
 protected:
-    SystemConsole();
-    ~SystemConsole() override;
+    SystemConsole() { m_Answer = QMessageBox::Yes; }
+
+    QObject* Window() override { return m_Main.get(); }
 
     /// Runs the start routine; `serverProgram` is what the console may start when no server runs.
     void StartConsoleWith(const QString& serverProgram);
     /// A running server and a console on it.
     void StartBoth();
 
-    template <typename T>
-    T& Control(QObject& window, const char* name)
-    {
-        return *window.findChild<T*>(QString::fromLatin1(name));
-    }
     QAction& Entry(const char* name) { return Control<QAction>(*m_Main, name); }
     TreeNodeRef Node(QStringView key) { return m_Main->Tree().FindByKey(key); }
     /// Double-clicks the node; the window that belongs to it.
@@ -80,20 +76,6 @@ protected:
         EXPECT_TRUE(used);
     }
 
-    void Choose(QObject& window, const char* list, const QString& entry)
-    {
-        auto& box = Control<ListBox>(window, list);
-        box.SetListIndex(box.findText(entry));
-    }
-    void Type(QObject& window, const char* field, const QString& text)
-    {
-        Control<QLineEdit>(window, field).setText(text);
-    }
-    void Tick(QObject& window, const char* box, bool ticked = true)
-    {
-        Control<QAbstractButton>(window, box).setChecked(ticked);
-    }
-    void Press(QObject& window, const char* button) { Control<QPushButton>(window, button).click(); }
     template <std::invocable Action>
     void After(int milliseconds, Action action)
     {
@@ -103,8 +85,6 @@ protected:
     QString Cell(QObject& window, const QString& caption);
     bool WaitForCell(QObject& window, const QString& caption, const QString& text);
     QString Panel(int number);
-    /// The log since the last call, without line numbers.
-    QStringList TakeLog();
     /// What the log tells about a call that succeeds.
     static QStringList Called(const QString& operation) { return {u"Calling %1..."_s.arg(operation), u"Succeeded."_s}; }
 
@@ -121,9 +101,11 @@ protected:
 
     RealServer m_Server;
     std::unique_ptr<RemoteLibrary> m_Library;
+    std::optional<ConsoleServices> m_Services;
     std::unique_ptr<frmMDI> m_Main;
-    QStringList m_Boxes;
 
 private:
+    QString Describe(const QMessageBox& box) const override { return box.text(); }
+
     std::optional<QTemporaryFile> m_BatchFile;
 };

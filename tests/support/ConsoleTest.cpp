@@ -1,0 +1,48 @@
+#include "tests/support/ConsoleTest.h"
+
+#include "core/LogPane.h"
+#include "core/modFields.h"
+#include "core/PropertyGrid.h"
+
+void ConsoleTest::Choose(const QObject& window, const char* name, const QString& entry)
+{
+    auto& list = Control<ListBox>(window, name);
+    list.SetListIndex(list.findText(entry));
+}
+
+QString ConsoleTest::EnabledOf(const QString& names)
+{
+    QStringList enabled = names.split(u' ');
+    enabled.removeIf([this](const QString& name) { return !Control<QWidget>(name).isEnabled(); });
+    return enabled.join(u' ');
+}
+
+QStringList ConsoleTest::Column(const char* grid, int column)
+{
+    QStringList texts;
+    const auto& cells = Control<PropertyGrid>(grid);
+    for (int row = 0; row < cells.rowCount(); ++row) texts << cells.CellText(row, column);
+    return texts;
+}
+
+QStringList ConsoleTest::Log()
+{
+    QStringList messages = modMain::GetMainWindow()->Log().Text().split(u"\r\n"_s);
+    if (messages.constLast().isEmpty()) messages.removeLast();
+    for (QString& message : messages) message = message.section(u" : "_s, 1);
+    return messages;
+}
+
+QStringList ConsoleTest::TakeLog()
+{
+    const QStringList messages = Log();
+    modMain::ClearTextBox(&modMain::GetMainWindow()->Log());
+    return messages;
+}
+
+QMessageBox::StandardButton ConsoleTest::ShowBox(QMessageBox& box)
+{
+    m_Boxes << Describe(box);
+    m_WhileAsking();
+    return m_Answer;
+}
