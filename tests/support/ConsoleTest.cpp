@@ -4,6 +4,8 @@
 #include "core/modFields.h"
 #include "core/PropertyGrid.h"
 
+#include <QRegularExpression>
+
 void ConsoleTest::Choose(const QObject& window, const char* name, const QString& entry)
 {
     auto& list = Control<ListBox>(window, name);
@@ -27,10 +29,10 @@ QStringList ConsoleTest::Column(const char* grid, int column)
 
 QStringList ConsoleTest::Log()
 {
+    static const QRegularExpression Number(u"^[0-9]+ : "_s);
     QStringList messages = modMain::GetMainWindow()->Log().Text().split(u"\r\n"_s);
     if (messages.constLast().isEmpty()) messages.removeLast();
-    for (QString& message : messages) message = message.section(u" : "_s, 1);
-    return messages;
+    return messages.replaceInStrings(Number, QString());
 }
 
 QStringList ConsoleTest::TakeLog()
