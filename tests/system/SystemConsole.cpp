@@ -18,7 +18,7 @@ void SystemConsole::StartConsoleWith(const QString& serverProgram)
 {
     m_Library = std::make_unique<RemoteLibrary>(m_Server.SocketPath(), serverProgram);
     m_Main.reset();
-    m_Services.emplace(*m_Library, *this);
+    m_Services.reset(new ConsoleServices{*m_Library, *this});
     m_Main = StartConsole(*m_Services);
 }
 

@@ -101,7 +101,7 @@ protected:
 
     RealServer m_Server;
     std::unique_ptr<RemoteLibrary> m_Library;
-    std::optional<ConsoleServices> m_Services;
+    std::unique_ptr<ConsoleServices> m_Services;
     std::unique_ptr<frmMDI> m_Main;
 
 private:
