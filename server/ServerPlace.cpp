@@ -78,7 +78,8 @@ void ServerPlace::Take(const QString& socketPath)
             throw DescribedError(QStringLiteral("A server is already running at %1.").arg(socketPath));
         // One that has just begun has not said yet what it will do.
         if (listener > 0 && listener != asked && said == Announcement(listener, true)) {
-            Log(LogLevel::Info, QStringLiteral("The server %1, which is no service, is asked to end.").arg(listener));
+            Log(LogLevel::Info,
+                QStringLiteral("The server %1, which is not a service, is asked to end.").arg(listener));
             kill(listener, RequestSignal);
             asked = listener;
         }

@@ -49,7 +49,7 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     if (!options.PlantPath.isEmpty()) m_AddedItems.Keep(options.PlantPath);
     if (options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(options.SocketPath));
     m_Plant.Begin();
-    m_Life = kj::heap<PlantLife>(m_Plant, io.provider->getTimer());
+    m_Scanner = kj::heap<PlantScanner>(m_Plant, io.provider->getTimer());
     m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
         return kj::heap<LibraryServer>(m_Services, std::move(callsUnderWay));
     });

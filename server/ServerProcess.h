@@ -2,7 +2,7 @@
 
 #include "server/added/AddedItems.h"
 #include "server/commands/Commands.h"
-#include "server/PlantLife.h"
+#include "server/PlantScanner.h"
 #include "server/rpc/ClientHost.h"
 #include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/ServerSocket.h"
@@ -21,7 +21,7 @@ struct ServerOptions
 };
 
 /// The server from its start to its end: puts plant, history and wire together and runs the one event loop.
-class ServerProcess : private Surroundings, private kj::TaskSet::ErrorHandler
+class ServerProcess : private PlantHost, private kj::TaskSet::ErrorHandler
 {
 public:
     /// Throws DescribedError when the server cannot start, PlantFileError for mistakes in the plant file.
@@ -65,7 +65,7 @@ private:
     Services m_Services;
     kj::PromiseFulfillerPair<void> m_Ending;
     bool m_HandsOver = false;
-    kj::Own<PlantLife> m_Life;
+    kj::Own<PlantScanner> m_Scanner;
     kj::Own<ClientHost> m_Clients;
     kj::Promise<void> m_IdleWatch = kj::READY_NOW;
     kj::TaskSet m_Tasks;

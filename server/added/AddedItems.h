@@ -15,9 +15,9 @@ public:
     /// The plant was read from this file: adds the items that were kept for it, and keeps those of controllers that
     /// want it.
     void Keep(const QString& plantPath);
-    /// Adds the items of a server whose place this one has taken.
+    /// Adds the items of the server that this one has replaced.
     void TakeOver(const QString& path);
-    /// For a server that takes this one's place. A failure is logged.
+    /// Writes them for the server that replaces this one. A failure is logged.
     void HandOver(const QString& path) const;
 
     void AddItem(PlantController& controller, const Variant& definition) override;

@@ -1,8 +1,8 @@
 #include "server/added/AddedItemsFile.h"
 
 #include "core/automation/Errors.h"
-#include "server/plantfile/DefinitionToml.h"
 #include "server/definition/Definition.h"
+#include "server/plantfile/DefinitionToml.h"
 #include "server/plantfile/FileTable.h"
 #include "velsqllib/StateFolder.h"
 
@@ -24,7 +24,7 @@ QString BlockOf(const DefinedItem& item)
         .arg(head, TomlText(item.Controller), DefinitionToToml(item.Definition));
 }
 
-/// Throws DescribedError for what is no item of the right form.
+/// Throws DescribedError for what is not an item of the right form.
 DefinedItem ItemOf(const QString& toml)
 {
     Mistakes mistakes{QString()};
@@ -36,7 +36,7 @@ DefinedItem ItemOf(const QString& toml)
         const Definition checked(item.Definition);
         if (mistakes.IsEmpty()) return item;
     } catch (const toml::parse_error&) {
-        mistakes.Add(0, QStringLiteral("no TOML"));
+        mistakes.Add(0, QStringLiteral("not TOML"));
     }
     throw DescribedError(mistakes.Texts().first());
 }
@@ -55,7 +55,7 @@ void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
              O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (mode & QIODevice::Append ? O_APPEND : O_TRUNC), 0600);
     QFile file(path);
     if (descriptor < 0) {
-        file.open(mode); // for its words
+        file.open(mode); // for its description of the error
         Refuse(file);
     }
     if (!file.open(descriptor, mode, QFile::AutoCloseHandle)) Refuse(file);
@@ -87,7 +87,7 @@ QList<DefinedItem> AddedItemsFile::Read()
     QFile file(m_Path);
     if (!file.open(QIODevice::ReadOnly)) return items;
     QString block;
-    // Each for itself: one that is damaged takes no other with it.
+    // Each by itself: one that is damaged costs none of the others.
     for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n')) {
         const bool begins = line == QStringLiteral("[[item]]") || line == QStringLiteral("[[aside]]");
         if (begins) ReadBlock(std::exchange(block, QString()), items);

@@ -2,8 +2,8 @@
 
 #include "server/definition/DefinedItems.h"
 
-/// A file of added items, TOML that people can read and mend: [[item]] for each that is in its plant, [[aside]] for
-/// each that did not fit when the plant was read last, with what was wrong. Private to the user.
+/// A file of added items, TOML that people can read and edit: [[item]] for each that is in its plant, [[aside]] for each
+/// that did not fit when the plant was last read, with what was wrong. Private to the user.
 class AddedItemsFile
 {
 public:
@@ -13,13 +13,13 @@ public:
     explicit AddedItemsFile(QString path, QString title);
 
     const QString& Path() const { return m_Path; }
-    /// All of them that can be read. None when there is no file.
+    /// Those that can be read; none without a file.
     QList<DefinedItem> Read();
-    /// How many could not, when they were read last; they stay in the file as they are.
+    /// How many could not be read last time; they stay in the file as they are.
     qsizetype UnreadableCount() const { return m_Unreadable.size(); }
     /// Puts one more behind those that are there. Throws DescribedError.
     void Append(const DefinedItem& item);
-    /// Replaces everything but what could not be read; those with an objection go aside. Throws DescribedError.
+    /// Replaces all but those that could not be read; those with an objection go aside. Throws DescribedError.
     void Write(const QList<DefinedItem>& items);
 
 private:

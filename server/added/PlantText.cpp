@@ -1,7 +1,7 @@
 #include "server/added/PlantText.h"
 
-#include "server/plantfile/DefinitionToml.h"
 #include "server/plant/PlantController.h"
+#include "server/plantfile/DefinitionToml.h"
 
 #include <QMap>
 

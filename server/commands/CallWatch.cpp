@@ -110,7 +110,7 @@ void CallWatch::Disturb(const QString& operation, const Disturbance& disturbance
     const qsizetype dot = operation.lastIndexOf(u'.');
     const QString kind = operation.left(dot).section(u'(', 0, 0);
     if (dot < 0 || !Exists(kind, operation.mid(dot + 1)))
-        throw DescribedError(QStringLiteral("\"%1\" is no operation that can be disturbed.").arg(operation));
+        throw DescribedError(QStringLiteral("\"%1\" is not an operation that can be disturbed.").arg(operation));
     m_Disturbances.insert(operation, disturbance);
     UpdateWatched();
 }

@@ -15,8 +15,8 @@ public:
 
     explicit CallWatch(kj::Timer& timer);
 
-    /// `operation` is "<object>.<operation>", as "Item(PLC1\D100).get_Value"; an object without parentheses means all of its kind.
-    /// Throws DescribedError when there is no such operation.
+    /// `operation` is "<object>.<operation>", as "Item(PLC1\D100).get_Value"; an object without parentheses means all of
+    /// its kind. Throws DescribedError when there is no such operation.
     void MakeFail(const QString& operation, const QString& description);
     void MakeSlow(const QString& operation, qint32 milliseconds);
     void Restore(const QString& operation);

@@ -15,7 +15,7 @@ QString CommandText::Word(const char16_t* what)
     QString word;
     if (m_Rest.front() != u'"') {
         const qsizetype end = m_Rest.indexOf(u' ');
-        word = m_Rest.left(end < 0 ? m_Rest.size() : end).trimmed().toString(); // a line end is no part of it
+        word = m_Rest.left(end < 0 ? m_Rest.size() : end).trimmed().toString(); // without a line end
         m_Rest = end < 0 ? QStringView() : m_Rest.sliced(end + 1);
         return word;
     }

@@ -117,8 +117,8 @@ Variant Shift(Operator operation, const Variant& value, const Variant& operand)
     return static_cast<qint32>(static_cast<quint32>(bits) << places);
 }
 
-/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is no
-/// number.
+/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is not
+/// a number.
 std::partial_ordering Order(const Variant& value, const Variant& operand)
 {
     const QString* a = value.GetIf<QString>();
@@ -228,15 +228,15 @@ Calculation::Calculation(Operator operation, QString operand)
 {
 }
 
-Variant Calculation::Apply(const Variant& value, const PlantController& home) const
+Variant Calculation::Apply(const Variant& value, const PlantController& controller) const
 {
     if (m_Operator == Operator::Nop) return value;
-    return Calculate(m_Operator, value, NeedsOperand(m_Operator) ? Operand(home) : Variant());
+    return Calculate(m_Operator, value, NeedsOperand(m_Operator) ? Operand(controller) : Variant());
 }
 
-Variant Calculation::Operand(const PlantController& home) const
+Variant Calculation::Operand(const PlantController& controller) const
 {
-    if (const PlantItemRef item = home.Home().Resolve(home, m_Operand)) return item->Value();
+    if (const PlantItemRef item = controller.Owner().Resolve(controller, m_Operand)) return item->Value();
     if (const auto number = ParseNumber(m_Operand)) return Result(*number, true);
     throw DescribedError(QStringLiteral("the operand \"%1\" of its calculation does not exist").arg(m_Operand));
 }

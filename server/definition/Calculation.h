@@ -5,8 +5,9 @@
 
 class PlantController;
 
-/// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, AND and its kin BOOL for two
-/// booleans, else I4. Throws ValueError, also for a division by zero. `operand` is not looked at when none is needed.
+/// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, logical operators
+/// BOOL for two booleans and else I4. Throws ValueError, also for a division by zero. `operand` is ignored when none is
+/// needed.
 Variant Calculate(Operator operation, const Variant& value, const Variant& operand);
 
 /// One of an item's two calculations.
@@ -18,12 +19,12 @@ public:
     Calculation(Operator operation, QString operand);
 
     /// Throws DescribedError.
-    Variant Apply(const Variant& value, const PlantController& home) const;
+    Variant Apply(const Variant& value, const PlantController& controller) const;
     /// What names the operand; empty when none is needed.
     QString OperandName() const { return NeedsOperand(m_Operator) ? m_Operand : QString(); }
 
 private:
-    Variant Operand(const PlantController& home) const;
+    Variant Operand(const PlantController& controller) const;
 
     Operator m_Operator = Operator::Nop;
     QString m_Operand;

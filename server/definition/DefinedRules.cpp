@@ -7,11 +7,12 @@
 
 namespace {
 
-Calculation CalculationOf(const Definition& definition, const PlantController& home, Element choice, Element operand)
+Calculation CalculationOf(const Definition& definition, const PlantController& controller, Element choice,
+                          Element operand)
 {
     const auto operation = static_cast<Operator>(definition.Choice(choice));
     const QString& text = definition.Text(operand);
-    const bool exists = home.Home().Resolve(home, text) || IsNumeric(text);
+    const bool exists = controller.Owner().Resolve(controller, text) || IsNumeric(text);
     if (NeedsOperand(operation) && !exists)
         Definition::Refuse(operand, text.isEmpty() ? QStringLiteral("the operator needs an operand")
                                                    : QStringLiteral("the item \"%1\" does not exist").arg(text));
@@ -39,16 +40,16 @@ quint32 BitsOf(const Variant& value)
 
 } // namespace
 
-std::unique_ptr<ValueRules> DefinedRules::Make(const Definition& definition, const PlantController& home)
+std::unique_ptr<ValueRules> DefinedRules::Make(const Definition& definition, const PlantController& controller)
 {
-    std::unique_ptr<DefinedRules> rules(new DefinedRules(definition, home));
+    std::unique_ptr<DefinedRules> rules(new DefinedRules(definition, controller));
     return rules->IsNeeded() ? std::move(rules) : nullptr;
 }
 
-DefinedRules::DefinedRules(const Definition& definition, const PlantController& home)
+DefinedRules::DefinedRules(const Definition& definition, const PlantController& controller)
     : m_Bcd(definition.Flag(Element::Bcd))
-    , m_First(CalculationOf(definition, home, Element::Calculation, Element::Operand))
-    , m_Second(CalculationOf(definition, home, Element::Calculation2, Element::Operand2))
+    , m_First(CalculationOf(definition, controller, Element::Calculation, Element::Operand))
+    , m_Second(CalculationOf(definition, controller, Element::Calculation2, Element::Operand2))
     , m_Calculates(definition.Choice(Element::Calculation) + definition.Choice(Element::Calculation2) > 0)
     , m_ReadType(RequestedType(definition, Element::RequestRead, Element::ReadType))
     , m_WriteType(RequestedType(definition, Element::RequestWrite, Element::WriteType))
@@ -67,9 +68,10 @@ DefinedRules::DefinedRules(const Definition& definition, const PlantController& 
     }
 }
 
-std::optional<Variant> DefinedRules::Read(const Variant& value, const Variant& before, const PlantController& home)
+std::optional<Variant> DefinedRules::Read(const Variant& value, const Variant& before,
+                                          const PlantController& controller)
 {
-    const Variant converted = value.IsEmpty() ? value : Converted(value, home);
+    const Variant converted = value.IsEmpty() ? value : Converted(value, controller);
     if (!Passes(converted, before)) return std::nullopt;
     return converted;
 }
@@ -94,13 +96,13 @@ bool DefinedRules::IsNeeded() const
            m_Deadband || m_Chattering > 1;
 }
 
-Variant DefinedRules::Converted(const Variant& value, const PlantController& home) const
+Variant DefinedRules::Converted(const Variant& value, const PlantController& controller) const
 {
     Variant result = value;
     if (m_Mask) result = static_cast<qint32>(BitsOf(result) & static_cast<quint32>(*m_Mask));
     if (m_Bcd) result = static_cast<qint32>(FromBcd(BitsOf(result)));
-    result = m_First.Apply(result, home);
-    result = m_Second.Apply(result, home);
+    result = m_First.Apply(result, controller);
+    result = m_Second.Apply(result, controller);
     return ConvertTo(result, m_ReadType);
 }
 

@@ -9,9 +9,10 @@ class DefinedRules : public ValueRules
 {
 public:
     /// Null when the definition asks for nothing. Throws ServerError that names the element.
-    static std::unique_ptr<ValueRules> Make(const Definition& definition, const PlantController& home);
+    static std::unique_ptr<ValueRules> Make(const Definition& definition, const PlantController& controller);
 
-    std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) override;
+    std::optional<Variant> Read(const Variant& value, const Variant& before,
+                                const PlantController& controller) override;
     Variant Written(const Variant& value) override;
     QStringList Operands() const override;
 
@@ -22,9 +23,9 @@ private:
         double High;
     };
 
-    DefinedRules(const Definition& definition, const PlantController& home);
+    DefinedRules(const Definition& definition, const PlantController& controller);
     bool IsNeeded() const;
-    Variant Converted(const Variant& value, const PlantController& home) const;
+    Variant Converted(const Variant& value, const PlantController& controller) const;
     bool Passes(const Variant& value, const Variant& before);
     bool HasSettled(const Variant& value, const Variant& before);
 

@@ -9,8 +9,8 @@
 class Definition
 {
 public:
-    /// Checks the form of all elements: texts, flags (booleans) and choices (16-bit positions in their list). Throws ServerError
-    /// that names the element.
+    /// Checks the form of all elements: texts, flags (booleans) and choices (16-bit positions in their list). Throws
+    /// ServerError that names the element.
     explicit Definition(const Variant& definition);
 
     const QString& Text(Element element) const;

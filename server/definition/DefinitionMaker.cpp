@@ -3,8 +3,8 @@
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "server/definition/DefinedRules.h"
+#include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
-#include "server/plant/LinkWalk.h"
 #include "velsqllib/ValueText.h"
 
 namespace {
@@ -20,7 +20,7 @@ void CheckName(const QString& name)
     if (IsNumeric(name)) Definition::Refuse(Element::Name, QStringLiteral("\"%1\" is a number").arg(name));
 }
 
-QStringList LinksOf(const Definition& definition, const PlantController& home)
+QStringList LinksOf(const Definition& definition, const PlantController& controller)
 {
     const QString& text = definition.Text(Element::LinkItem);
     const auto kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
@@ -34,7 +34,7 @@ QStringList LinksOf(const Definition& definition, const PlantController& home)
         Definition::Refuse(Element::LinkItem, QStringLiteral("an alias needs the item that it stands for"));
     for (const QString& link : links) {
         const QString name = ParseLink(link, definition.Flag(Element::ExtractLinking)).Name;
-        if (!home.Home().Resolve(home, name))
+        if (!controller.Owner().Resolve(controller, name))
             Definition::Refuse(Element::LinkItem, QStringLiteral("the item \"%1\" does not exist").arg(name));
     }
     return links;
@@ -60,7 +60,7 @@ QList<Variant> SettingDataOf(const Definition& definition)
     return data;
 }
 
-ItemTraits TraitsOf(const Definition& definition, const PlantController& home)
+ItemTraits TraitsOf(const Definition& definition, const PlantController& controller)
 {
     ItemTraits traits;
     traits.Name = definition.Text(Element::Name);
@@ -68,7 +68,7 @@ ItemTraits TraitsOf(const Definition& definition, const PlantController& home)
     traits.Kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
     traits.Attribute = static_cast<Access>(definition.Choice(Element::Attribute));
     traits.Initial = InitialValueOf(definition, traits.Attribute);
-    traits.Links = LinksOf(definition, home);
+    traits.Links = LinksOf(definition, controller);
     traits.Property = static_cast<LinkedProperty>(definition.Choice(Element::LinkedProperty));
     traits.ExtractsElement = definition.Flag(Element::ExtractLinking);
     traits.Historic = definition.Flag(Element::UseHistory);
@@ -81,23 +81,23 @@ ItemTraits TraitsOf(const Definition& definition, const PlantController& home)
     return traits;
 }
 
-/// The element that names the item by which an endless way goes on.
-Element ElementLeadingTo(const PlantItem& next, const Definition& definition, const PlantController& home)
+/// The element that names the item by which an endless chain goes on.
+Element ElementLeadingTo(const PlantItem& next, const Definition& definition, const PlantController& controller)
 {
-    const auto leads = [&](const QString& name) { return home.Home().Resolve(home, name).get() == &next; };
-    for (const QString& link : LinksOf(definition, home)) {
+    const auto leads = [&](const QString& name) { return controller.Owner().Resolve(controller, name).get() == &next; };
+    for (const QString& link : LinksOf(definition, controller)) {
         if (leads(ParseLink(link, definition.Flag(Element::ExtractLinking)).Name)) return Element::LinkItem;
     }
     return leads(definition.Text(Element::Operand)) ? Element::Operand : Element::Operand2;
 }
 
 /// Throws ServerError when a new item's links and operands lead in a circle or too far.
-void CheckWays(const PlantItem& item, const Definition& definition)
+void CheckChain(const PlantItem& item, const Definition& definition)
 {
-    LinkWalk walk(LinkWalk::Along::Defined);
-    if (walk.Look(item) == LinkWalk::Finding::Sound) return;
-    const PlantItem& next = *walk.Way().value(1, &item);
-    Definition::Refuse(ElementLeadingTo(next, definition, *item.Controller()), EndlessWay());
+    LinkCheck check(LinkCheck::Along::Defined);
+    if (check.Look(item) == LinkCheck::Finding::Sound) return;
+    const PlantItem& next = *check.Chain().value(1, &item);
+    Definition::Refuse(ElementLeadingTo(next, definition, *item.Controller()), EndlessLinks());
 }
 
 } // namespace
@@ -111,7 +111,7 @@ void DefinitionMaker::AddItem(PlantController& controller, const Variant& defini
     traits.Definition = definition;
     const PlantItemRef item = controller.AddInPlace(std::move(traits), DefinedRules::Make(checked, controller));
     try {
-        CheckWays(*item, checked);
+        CheckChain(*item, checked);
     } catch (const ServerError&) {
         controller.Remove(item->Name());
         throw;

@@ -56,7 +56,7 @@ QByteArray FilePrefix(LogLevel level)
     return QDateTime::currentDateTime().toString(u"yyyy-MM-dd hh:mm:ss.zzz").toLatin1() + ' ' + NameOf(level) + ": ";
 }
 
-/// One write, so that lines of several threads do not mix. Nobody can be told when it fails.
+/// One write, so that lines of several threads do not mix. Failures have nowhere to be reported.
 void WriteToStandardError(const QByteArray& bytes)
 {
     [[maybe_unused]] const auto written =

@@ -16,7 +16,7 @@ public:
     LogFile& operator=(const LogFile&) = delete;
     ~LogFile();
 
-    /// From any thread; nobody can be told when it fails.
+    /// From any thread. Failures have nowhere to be reported.
     void Write(const QByteArray& line);
     /// What libraries say to standard error goes to the file from now on.
     void TakeStandardError();

@@ -253,3 +253,8 @@ Variant ZeroOf(VarType type, qsizetype count)
     const VarType elementType = ElementOf(type);
     return SafeArray(BlockOf(elementType, count, [&](qsizetype) { return ZeroOf(elementType); }));
 }
+
+Variant TextArray(const QStringList& texts)
+{
+    return SafeArray(QList<QString>(texts));
+}

@@ -1,62 +1,41 @@
 #include "server/plant/LinkWalk.h"
 
-#include "server/plant/Links.h"
+#include "core/automation/Errors.h"
+#include "server/plant/LinkCheck.h"
 #include "server/plant/Plant.h"
 
-QString EndlessWay()
+LinkWalk::LinkWalk(const PlantItem& item)
+    : m_State(item.Controller()->Owner().Walk())
+    , m_GoesOn(item.FollowsLinks() || !item.Operands().isEmpty())
 {
-    return QStringLiteral("its links go in a circle or over more than %1 items").arg(LongestWay);
+    if (!m_GoesOn) return;
+    if (m_State.Items.isEmpty()) item.CheckLinks();
+    // Writing may switch on links that were off when they were checked.
+    if (m_State.Items.size() >= MaxLinkDepth || m_State.Items.contains(&item)) throw DescribedError(EndlessLinks());
+    m_State.Items.append(&item);
 }
 
-LinkWalk::Finding LinkWalk::Look(const PlantItem& item)
+LinkWalk::~LinkWalk()
 {
-    m_Way.clear();
-    m_Finding = Finding::Sound;
-    Height(item);
-    return m_Finding;
+    if (!m_GoesOn) return;
+    m_State.Items.removeLast();
+    if (m_State.Items.isEmpty()) m_State = State();
 }
 
-/// Items whose values go into this one's. Other properties than the value lead no further.
-QList<PlantItemRef> LinkWalk::Sources(const PlantItem& item) const
+bool LinkWalk::HasRead(const PlantItem& alias)
 {
-    const ItemTraits& traits = item.Traits();
-    QList<PlantItemRef> sources;
-    if (!item.Controller() || (m_Along == Along::Followed && !item.FollowsLinks())) return sources;
-    const auto add = [&](const QString& name) {
-        if (PlantItemRef source = item.Controller()->Home().Resolve(*item.Controller(), name)) sources.append(source);
-    };
-    if (traits.Property == LinkedProperty::Value) {
-        for (const QString& link : traits.Links) add(ParseLink(link, traits.ExtractsElement).Name);
-    }
-    for (const QString& operand : item.Operands()) add(operand);
-    return sources;
+    return alias.Controller()->Owner().Walk().Read.contains(&alias);
 }
 
-/// How many items follow at most; none when a way is endless. Never goes deeper than the longest way.
-std::optional<int> LinkWalk::Height(const PlantItem& item)
+void LinkWalk::NoteRead(const PlantItem& alias)
 {
-    if (const auto known = m_Heights.constFind(&item); known != m_Heights.constEnd()) return *known;
-    const QList<PlantItemRef> sources = Sources(item);
-    if (sources.isEmpty()) return 0;
-    if (m_Endless.contains(&item)) return End(Finding::FoundBefore);
-    const bool wasHere = m_Way.contains(&item);
-    m_Way.append(&item);
-    if (wasHere || m_Way.size() > LongestWay) return End(Finding::Endless);
-    int height = 1;
-    for (const PlantItemRef& source : sources) {
-        const auto below = Height(*source);
-        if (!below) return std::nullopt;
-        height = std::max(height, *below + 1);
-        if (m_Way.size() - 1 + height > LongestWay) return End(Finding::Endless);
-    }
-    m_Way.removeLast();
-    m_Heights.insert(&item, height);
-    return height;
+    if (m_GoesOn) m_State.Read.insert(&alias);
 }
 
-std::nullopt_t LinkWalk::End(Finding finding)
+void LinkWalk::NoteWrite()
 {
-    m_Finding = finding;
-    for (const PlantItem* item : m_Way) m_Endless.insert(item);
-    return std::nullopt;
+    if (m_State.Items.isEmpty()) return;
+    m_State.Read.clear();
+    if (++m_State.Written > MostWritten)
+        throw DescribedError(QStringLiteral("its links lead to more than %1 items").arg(MostWritten));
 }

@@ -2,47 +2,37 @@
 
 #include "server/plant/PlantItem.h"
 
-#include <QHash>
 #include <QSet>
 
-/// The most items that one reading or writing goes through along links and operands.
-inline constexpr int LongestWay = 16;
-
-/// What is said of a way along links that never ends, or not in time.
-QString EndlessWay();
-
-/// Looks along links and operands, from item to item, for circles and for ways over too many items.
+/// One item's step in a reading or writing that follows links and operands from item to item, for as long as the step
+/// lasts. A walk goes neither in a circle nor over too many items; it reads an alias only once, and writes a bounded
+/// number of items.
 class LinkWalk
 {
 public:
-    enum class Along
+    static constexpr int MostWritten = 100'000;
+
+    /// The walk under way, of which a plant has one at a time.
+    struct State
     {
-        Followed, ///< links that are followed at present
-        Defined   ///< all that items are described with
-    };
-    enum class Finding
-    {
-        Sound,
-        Endless,
-        FoundBefore ///< leads to a circle or way that has been found already
+        QList<const PlantItem*> Items;
+        QSet<const PlantItem*> Read;
+        int Written = 0;
     };
 
-    explicit LinkWalk(Along along)
-        : m_Along(along)
-    {
-    }
-    Finding Look(const PlantItem& item);
-    /// The items of the way found last, in order; the first one is where the looking began.
-    const QList<const PlantItem*>& Way() const { return m_Way; }
+    /// Throws DescribedError.
+    explicit LinkWalk(const PlantItem& item);
+    LinkWalk(const LinkWalk&) = delete;
+    LinkWalk& operator=(const LinkWalk&) = delete;
+    ~LinkWalk();
+
+    /// Whether the walk under way has read the alias: it then holds what reading it again would give.
+    static bool HasRead(const PlantItem& alias);
+    void NoteRead(const PlantItem& alias);
+    /// What was read may have another value now. Throws DescribedError when it is one item too many.
+    void NoteWrite();
 
 private:
-    QList<PlantItemRef> Sources(const PlantItem& item) const;
-    std::optional<int> Height(const PlantItem& item);
-    std::nullopt_t End(Finding finding);
-
-    const Along m_Along;
-    Finding m_Finding = Finding::Sound;
-    QList<const PlantItem*> m_Way;
-    QHash<const PlantItem*, int> m_Heights; ///< how many items follow at most, of those that are looked at
-    QSet<const PlantItem*> m_Endless;
+    State& m_State;
+    const bool m_GoesOn; ///< items without links and operands end a walk and need not be counted
 };

@@ -18,7 +18,7 @@ struct Target
 Target Find(const PlantItem& item, const QString& text)
 {
     const LinkText link = ParseLink(text, item.Traits().ExtractsElement);
-    Target target{item.Controller()->Home().Resolve(*item.Controller(), link.Name), link.Element};
+    Target target{item.Controller()->Owner().Resolve(*item.Controller(), link.Name), link.Element};
     if (!target.Item) throw DescribedError(QStringLiteral("the linked item \"%1\" does not exist").arg(link.Name));
     return target;
 }

@@ -10,7 +10,7 @@ using TimeStamp = std::chrono::system_clock::time_point;
 struct Moment
 {
     TimeStamp Wall;
-    /// Since the plant came to life; never jumps, so that signals run on when the clock is set.
+    /// Since the server began; never jumps, so that signals run on when the clock is set.
     double Seconds = 0.0;
 };
 

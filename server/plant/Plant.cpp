@@ -1,10 +1,9 @@
 #include "server/plant/Plant.h"
 
 #include "core/automation/Errors.h"
-#include "core/automation/SafeArray.h"
 
-Plant::Plant(Surroundings& surroundings)
-    : m_Surroundings(surroundings)
+Plant::Plant(PlantHost& host)
+    : m_Host(host)
 {
 }
 
@@ -36,9 +35,9 @@ PlantControllerRef Plant::Add(ControllerTraits traits)
     return controller;
 }
 
-PlantItemRef Plant::Resolve(const PlantController& home, const QString& link) const
+PlantItemRef Plant::Resolve(const PlantController& from, const QString& link) const
 {
-    if (PlantItemRef item = home.Find(link)) return item;
+    if (PlantItemRef item = from.Find(link)) return item;
     // Names may hold backslashes themselves: each of them may be the one between controller and item.
     for (qsizetype at = link.indexOf(u'\\'); at >= 0; at = link.indexOf(u'\\', at + 1)) {
         const PlantControllerRef controller = Find(link.left(at));
@@ -46,6 +45,17 @@ PlantItemRef Plant::Resolve(const PlantController& home, const QString& link) co
         if (PlantItemRef item = controller->Find(link.mid(at + 1))) return item;
     }
     return nullptr;
+}
+
+bool Plant::RunLater(qint32 delay, std::function<void()> action)
+{
+    if (m_WaitingActions >= MostWaitingActions) return false;
+    ++m_WaitingActions;
+    m_Host.After(delay, [this, action = std::move(action)] {
+        --m_WaitingActions;
+        action();
+    });
+    return true;
 }
 
 void Plant::Begin()
@@ -76,9 +86,4 @@ void Plant::Terminate()
 {
     for (const PlantControllerRef& controller : m_Controllers)
         controller->SetState(static_cast<qint32>(ControllerState::Terminated));
-}
-
-Variant TextArray(const QStringList& texts)
-{
-    return SafeArray(QList<QString>(texts));
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "server/plant/LinkWalk.h"
 #include "server/plant/PlantController.h"
 
 #include <functional>
 
-/// What the plant needs of the process around it.
-class Surroundings
+/// What the plant needs of the process that runs it.
+class PlantHost
 {
 public:
     virtual Moment Now() = 0;
@@ -13,21 +14,21 @@ public:
     virtual void After(qint32 delay, std::function<void()> action) = 0;
     /// A change of an item that is to be recorded.
     virtual void Record(const PlantItem& item) = 0;
-    /// Something went wrong that nobody waits for the answer of.
+    /// Something went wrong in an action whose answer nobody waits for.
     virtual void Warn(const QString& text) = 0;
 
 protected:
-    ~Surroundings() = default;
+    ~PlantHost() = default;
 };
 
-/// All controllers with their items: the server's world, without any wire or database.
+/// All controllers with their items, without any wire or database.
 class Plant : public ServerObject
 {
 public:
-    explicit Plant(Surroundings& surroundings);
+    explicit Plant(PlantHost& host);
     ~Plant() override;
 
-    Surroundings& Around() const { return m_Surroundings; }
+    PlantHost& Host() const { return m_Host; }
     const QList<PlantControllerRef>& Controllers() const { return m_Controllers; }
     PlantControllerRef Find(const QString& name) const;
     /// Throws ServerError when there is none; upper and lower case differ.
@@ -35,8 +36,9 @@ public:
     /// Throws DescribedError when the name is taken.
     PlantControllerRef Add(ControllerTraits traits);
 
-    /// What "[<controller name>\]<item name>" means to items of `home`: an item of its own first. Null when there is none.
-    PlantItemRef Resolve(const PlantController& home, const QString& link) const;
+    /// What "[<controller name>\]<item name>" means to items of the controller `from`: an item of its own first. Null
+    /// when there is none.
+    PlantItemRef Resolve(const PlantController& from, const QString& link) const;
 
     /// Counts on whenever links may lead elsewhere than before: items come or go, or are switched on or off.
     quint64 LinksState() const { return m_LinksState; }
@@ -44,7 +46,7 @@ public:
 
     /// Brings the controllers to the state that their description asks for.
     void Begin();
-    /// As an operator does; the server then stays although nobody is connected.
+    /// As an operator does: the server then stays, even without clients.
     void Start();
     void Stop();
     void Snapshot();
@@ -52,12 +54,18 @@ public:
     /// All controllers are told that the server goes.
     void Terminate();
 
-    qint32 PendingWrites = 0; ///< delayed writes that wait for their time
+    /// Runs `action` after `delay` milliseconds; false, and nothing, when too many wait already.
+    bool RunLater(qint32 delay, std::function<void()> action);
+    static constexpr qint32 MostWaitingActions = 10'000;
+
+    LinkWalk::State& Walk() { return m_Walk; }
 
 private:
-    Surroundings& m_Surroundings;
+    PlantHost& m_Host;
     QList<PlantControllerRef> m_Controllers;
     bool m_Started = false;
+    qint32 m_WaitingActions = 0;
+    LinkWalk::State m_Walk;
     quint64 m_LinksState = 1;
 };
 
@@ -73,6 +81,3 @@ public:
 protected:
     ~ItemMaker() = default;
 };
-
-/// A list of texts as the server's objects hand it out.
-Variant TextArray(const QStringList& texts);

@@ -40,7 +40,7 @@ void PlantController::Stop()
 
 void PlantController::Snapshot()
 {
-    const Moment now = m_Plant.Around().Now();
+    const Moment now = m_Plant.Host().Now();
     for (const PlantItemRef& item : m_Items) item->Scan(now);
 }
 
@@ -121,7 +121,7 @@ void PlantController::RaiseStateChanged(qint32 state)
     TellAll([&](ControllerObserver& observer) { observer.StateChanged(state); });
 }
 
-/// What one observer cannot take keeps nobody else from it, and the plant from nothing.
+/// An observer that fails keeps neither the others from the event nor the plant from going on.
 template <typename Action>
 void PlantController::TellAll(Action action)
 {
@@ -129,7 +129,7 @@ void PlantController::TellAll(Action action)
         try {
             action(*observer);
         } catch (...) {
-            m_Plant.Around().Warn(
+            m_Plant.Host().Warn(
                 QStringLiteral("An event of controller \"%1\" was lost: %2").arg(Name(), CurrentErrorDescription()));
         }
     }

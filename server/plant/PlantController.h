@@ -37,7 +37,7 @@ struct ControllerTraits
     QList<Variant> SettingData = {};
     Variant Tag = {};
     bool StartsActive = true;
-    bool KeepsAddedItems = true; ///< for the next server; unless the plant is the built-in one
+    bool KeepsAddedItems = true; ///< for the next server, unless the plant is the built-in one
     bool SortsItems = false;     ///< added items go to their place by name instead of to the end
 };
 
@@ -48,7 +48,7 @@ public:
     PlantController(Plant& plant, ControllerTraits traits);
     ~PlantController() override;
 
-    Plant& Home() const { return m_Plant; }
+    Plant& Owner() const { return m_Plant; }
     const ControllerTraits& Traits() const { return m_Traits; }
     const QString& Name() const { return m_Traits.Name; }
     qint32 Index() const { return m_Index; }

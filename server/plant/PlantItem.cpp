@@ -1,9 +1,8 @@
 #include "server/plant/PlantItem.h"
 
-#include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
 #include "core/automation/VariantCompare.h"
-#include "server/plant/Journey.h"
+#include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
 #include "server/plant/LinkWalk.h"
 #include "server/plant/Plant.h"
@@ -11,7 +10,6 @@
 namespace {
 
 constexpr qint32 SettingDataCount = 36;
-constexpr qint32 MaxPendingWrites = 10'000;
 
 } // namespace
 
@@ -28,115 +26,101 @@ PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SignalRef s
     , m_Value(m_Traits.Initial)
     , m_Tag(m_Traits.Tag)
     , m_Id(m_Traits.Id)
-    , m_Time(controller.Home().Around().Now().Wall)
+    , m_Time(controller.Owner().Host().Now().Wall)
 {
     if (!m_Traits.Initial.IsEmpty()) m_State = ItemState::Succeeded;
 }
 
 Variant PlantItem::Value()
 {
-    CheckThere();
+    CheckExists();
     if (m_Traits.Attribute == Access::WriteOnly) Throw(QStringLiteral("it is write only and cannot be read"));
-    if (m_Traits.Kind == ItemKind::Alias && FollowsLinks() && !Journey::HasRead(*this)) {
-        try {
-            Read(m_Controller->Home().Around().Now());
-        } catch (const DescribedError& error) {
-            m_State = ItemState::Failed;
-            Throw(error.Description());
-        }
-    }
+    if (m_Traits.Kind == ItemKind::Alias && FollowsLinks() && !LinkWalk::HasRead(*this)) ReadNow();
     return m_Value;
 }
 
 void PlantItem::PutValue(const Variant& value)
 {
-    CheckThere();
+    CheckExists();
     if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
-    try {
+    Attempt([&] {
         const Variant fitted = Fitted(value);
         if (FollowsLinks()) m_State = ItemState::Failed; // until the linked items have taken it
-        const Journey journey(*this);
+        LinkWalk walk(*this);
         if (FollowsLinks()) WriteLinks(*this, fitted);
-        journey.NoteWriting();
-        Take(fitted, m_Controller->Home().Around().Now().Wall, ForcedChange::Writing);
-    } catch (const DescribedError& error) {
-        Throw(error.Description());
-    }
+        walk.NoteWrite();
+        Take(fitted, m_Controller->Owner().Host().Now().Wall, ForcedChange::Writing);
+    });
 }
 
 void PlantItem::PutValueEx(qint32 delay, const Variant& value)
 {
-    CheckThere();
+    CheckExists();
     if (delay < 0) Throw(QStringLiteral("the delay %1 is negative").arg(delay));
-    Plant& plant = m_Controller->Home();
-    if (plant.PendingWrites >= MaxPendingWrites)
-        Throw(QStringLiteral("%1 delayed writes are waiting already").arg(MaxPendingWrites));
     if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
-    ++plant.PendingWrites;
-    plant.Around().After(delay, [item = weak_from_this(), &plant, value] {
-        --plant.PendingWrites;
-        const PlantItemRef self = item.lock();
-        if (!self || !self->m_Controller) return;
-        try {
-            self->PutValue(value);
-        } catch (...) {
-            self->m_State = ItemState::Failed;
-            plant.Around().Warn(QStringLiteral("Delayed write: ") + CurrentErrorDescription());
-        }
+    const bool waits = m_Controller->Owner().RunLater(delay, [item = weak_from_this(), value] {
+        if (const PlantItemRef self = item.lock()) self->PutDelayed(value);
     });
+    if (!waits) Throw(QStringLiteral("%1 delayed writes are waiting already").arg(Plant::MostWaitingActions));
+}
+
+void PlantItem::PutDelayed(const Variant& value)
+{
+    if (!m_Controller) return;
+    try {
+        PutValue(value);
+    } catch (...) {
+        m_State = ItemState::Failed;
+        m_Controller->Owner().Host().Warn(QStringLiteral("Delayed write: ") + CurrentErrorDescription());
+    }
 }
 
 void PlantItem::PutTag(const Variant& value)
 {
-    CheckThere();
+    CheckExists();
     m_Tag = value;
 }
 
 void PlantItem::PutId(const Variant& value)
 {
-    CheckThere();
+    CheckExists();
     m_Id = value;
 }
 
 void PlantItem::PutActivation(bool active)
 {
-    CheckThere();
-    if (active != m_Active) m_Controller->Home().NoteLinksChanged();
+    CheckExists();
+    if (active != m_Active) m_Controller->Owner().NoteLinksChanged();
     m_Active = active;
 }
 
 void PlantItem::PutLinkActivation(bool active)
 {
-    CheckThere();
+    CheckExists();
     if (m_Traits.Links.isEmpty()) Throw(QStringLiteral("it is not linked to any item"));
-    if (active != m_LinkActive) m_Controller->Home().NoteLinksChanged();
+    if (active != m_LinkActive) m_Controller->Owner().NoteLinksChanged();
     m_LinkActive = active;
 }
 
-void PlantItem::CheckWay() const
+void PlantItem::CheckLinks() const
 {
-    const quint64 links = m_Controller->Home().LinksState();
-    if (m_WayChecked == links) return;
-    if (LinkWalk(LinkWalk::Along::Followed).Look(*this) != LinkWalk::Finding::Sound) throw DescribedError(EndlessWay());
-    m_WayChecked = links;
+    const quint64 links = m_Controller->Owner().LinksState();
+    if (m_LinksChecked == links) return;
+    if (LinkCheck(LinkCheck::Along::Followed).Look(*this) != LinkCheck::Finding::Sound)
+        throw DescribedError(EndlessLinks());
+    m_LinksChecked = links;
 }
 
 void PlantItem::Snapshot()
 {
-    CheckThere();
-    if (!m_Active) return;
-    try {
-        Read(m_Controller->Home().Around().Now());
-    } catch (const DescribedError& error) {
-        m_State = ItemState::Failed;
-        Throw(error.Description());
-    }
+    CheckExists();
+    if (m_Active) ReadNow();
 }
 
 Variant PlantItem::Elements(qint32 first, qint32 count, qint32 step)
 {
     const Variant value = Value();
-    if (!value.IsArray()) Throw(QStringLiteral("its value is no array"));
+    if (!value.IsArray()) Throw(QStringLiteral("its value is not an array"));
     const SafeArray& array = value.Array();
     if (step < 0 || count < -1) Throw(QStringLiteral("Elements takes a count of -1 or more and a step of 0 or more"));
     if (first < 0 || first >= array.Count())
@@ -174,22 +158,43 @@ void PlantItem::Scan(const Moment& moment)
         m_State = ItemState::Failed;
         const QString reason = CurrentErrorDescription();
         if (std::exchange(m_Warned, reason) == reason) return;
-        m_Controller->Home().Around().Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
-                                               .arg(Name(), m_Controller->Name(), reason));
+        m_Controller->Owner().Host().Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
+                                              .arg(Name(), m_Controller->Name(), reason));
     }
 }
 
 void PlantItem::Throw(const QString& reason) const
 {
-    // A reason that names an item by itself is another item's answer, which came along a link.
-    if (reason.startsWith(u"Item \"")) throw ServerError(reason);
-    const QString home = m_Controller ? QStringLiteral(" of controller \"%1\"").arg(m_Controller->Name()) : QString();
-    throw ServerError(QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), home, reason));
+    const QString where = m_Controller ? QStringLiteral(" of controller \"%1\"").arg(m_Controller->Name()) : QString();
+    throw ItemError(QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), where, reason));
 }
 
-void PlantItem::CheckThere() const
+/// What goes wrong in `action` is told as this item's failure, unless it is another item's that came along a link.
+template <typename Action>
+void PlantItem::Attempt(Action action)
 {
-    if (!m_Controller) throw ServerError(QStringLiteral("Item \"%1\" has been removed.").arg(Name()));
+    try {
+        action();
+    } catch (const ItemError&) {
+        throw;
+    } catch (const DescribedError& error) {
+        Throw(error.Description());
+    }
+}
+
+void PlantItem::ReadNow()
+{
+    try {
+        Attempt([&] { Read(m_Controller->Owner().Host().Now()); });
+    } catch (const ItemError&) {
+        m_State = ItemState::Failed;
+        throw;
+    }
+}
+
+void PlantItem::CheckExists() const
+{
+    if (!m_Controller) throw ItemError(QStringLiteral("Item \"%1\" has been removed.").arg(Name()));
 }
 
 Variant PlantItem::Fitted(const Variant& value) const
@@ -204,10 +209,10 @@ Variant PlantItem::Fitted(const Variant& value) const
 void PlantItem::Read(const Moment& moment)
 {
     if (!FollowsLinks() && !m_Signal) return; // it holds what was written
-    const Journey journey(*this);
+    LinkWalk walk(*this);
     const Variant raw = FollowsLinks() ? ReadLinks(*this) : m_Signal->Next(moment.Seconds, m_Traits.Type);
     Take(raw, moment.Wall, ForcedChange::Reading);
-    journey.NoteRead(*this);
+    walk.NoteRead(*this);
 }
 
 void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
@@ -233,7 +238,7 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
     m_State = ItemState::Succeeded;
     if (!isChange) return;
     if (m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
-    if (m_Traits.Historic) m_Controller->Home().Around().Record(*this);
+    if (m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
 }
 
 void PlantItem::Forget()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/automation/Errors.h"
 #include "core/automation/ServerObjects.h"
 #include "server/plant/Moment.h"
 #include "server/plant/Signal.h"
@@ -42,20 +43,29 @@ enum class ItemKind
     Array = 2
 };
 
+/// An operation on an item failed: the description names the item, also when it reaches others along their links.
+class ItemError : public ServerError
+{
+public:
+    using ServerError::ServerError;
+};
+
 /// What values pass on their way into an item, when its definition asks for more than its type.
 class ValueRules
 {
 public:
     virtual ~ValueRules();
-    /// A value that was read from a signal or a linked item, converted; none when it is filtered out. Throws DescribedError.
-    virtual std::optional<Variant> Read(const Variant& value, const Variant& before, const PlantController& home) = 0;
+    /// A value that was read from a signal or a linked item, converted; none when it is filtered out. Throws
+    /// DescribedError.
+    virtual std::optional<Variant> Read(const Variant& value, const Variant& before,
+                                        const PlantController& controller) = 0;
     /// A value that is to be written, converted. Throws DescribedError.
     virtual Variant Written(const Variant& value) = 0;
-    /// The names of the items that are asked for their value with each reading.
+    /// The names of the items that each reading asks for their values.
     virtual QStringList Operands() const = 0;
 };
 
-/// What describes an item from its making to its end.
+/// What describes an item; it never changes.
 struct ItemTraits
 {
     QString Name = {};
@@ -81,7 +91,7 @@ struct ItemTraits
     Variant Definition = {}; ///< that it was made by; EMPTY: by none
 };
 
-/// A data point: it holds its last value, takes new ones from its signal or its linked items, and from those who write it.
+/// A data point: it holds its last value and takes new ones from its signal, its linked items and those who write it.
 class PlantItem : public ServerObject, public std::enable_shared_from_this<PlantItem>
 {
 public:
@@ -99,17 +109,17 @@ public:
     /// Whether reading and writing it go on to its linked items.
     bool FollowsLinks() const { return IsLinkActive() && m_Active; }
     QStringList Operands() const { return m_Rules ? m_Rules->Operands() : QStringList(); }
-    /// Throws DescribedError when its links and operands lead in a circle or too far.
-    void CheckWay() const;
+    /// Throws DescribedError when its links and operands lead in a circle or over too many items.
+    void CheckLinks() const;
     const Variant& Tag() const { return m_Tag; }
     const Variant& Id() const { return m_Id; }
     TimeStamp Time() const { return m_Time; }
     /// The value without any rule about reading.
     const Variant& LastValue() const { return m_Value; }
 
-    /// The value; an alias asks its linked item. Throws ServerError for a write-only item.
+    /// The value; an alias asks its linked item. Throws ItemError for a write-only item.
     Variant Value();
-    /// Converts to the item's type, hands the value on to linked items, raises the change. Throws ServerError.
+    /// Converts to the item's type, hands the value on to linked items, raises the change. Throws ItemError.
     void PutValue(const Variant& value);
     /// As PutValue, `delay` milliseconds later; a failure then only shows in the state and the server's log.
     void PutValueEx(qint32 delay, const Variant& value);
@@ -119,8 +129,8 @@ public:
     void PutLinkActivation(bool active);
     /// Reads signal or linked items once, whatever the controller's state.
     void Snapshot();
-    /// `count` elements from the `first` on, every `step`-th (0 is as 1); count 0: that element itself, -1: all that follow.
-    /// Throws ServerError.
+    /// `count` elements from the `first` on, every `step`-th (0 is as 1); count 0: that element itself, -1: all that
+    /// follow. Throws ItemError.
     Variant Elements(qint32 first, qint32 count, qint32 step);
     Variant SettingData(qint32 index) const;
     /// The names of the linked items; EMPTY without links.
@@ -135,7 +145,11 @@ private:
     friend class PlantController;
 
     [[noreturn]] void Throw(const QString& reason) const;
-    void CheckThere() const;
+    template <typename Action>
+    void Attempt(Action action);
+    void ReadNow();
+    void PutDelayed(const Variant& value);
+    void CheckExists() const;
     Variant Fitted(const Variant& value) const;
     void Read(const Moment& moment);
     /// A value from its source, or one that was written, becomes the item's unless its rules drop it.
@@ -156,8 +170,8 @@ private:
     Variant m_Tag;
     Variant m_Id;
     TimeStamp m_Time;
-    mutable quint64 m_WayChecked = 0; ///< the state of the plant's links for which the way was found sound
-    QString m_Warned;                 ///< of a scan's failure
+    mutable quint64 m_LinksChecked = 0; ///< the state of the plant's links for which its own were found sound
+    QString m_Warned;                   ///< of a scan's failure
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

@@ -15,8 +15,8 @@ public:
     Signal& operator=(const Signal&) = delete;
     virtual ~Signal();
 
-    /// The value at a scan, `seconds` after the plant came to life; `type` is the item's, without the array bit for the signal of an
-    /// element.
+    /// The value at a scan, `seconds` after the server began; `type` is the item's, without the array bit for the signal of
+    /// an element.
     virtual Variant Next(double seconds, VarType type) = 0;
 };
 
@@ -115,7 +115,7 @@ struct ReplayedValue
 class ReplaySignal : public Signal
 {
 public:
-    /// `values` are in the order of their times, and not none. One that does not repeat stays at its last value, one that
+    /// `values` are not empty, in the order of their times. A signal that does not repeat stays at its last value, one that
     /// does shows it for as long as the one before.
     ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
     Variant Next(double seconds, VarType type) override;

@@ -11,7 +11,7 @@ void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
         const QString controller = controllerTable.Text("name");
         for (FileTable& table : controllerTable.Tables("item")) {
             if (!table.Has("definition")) continue;
-            if (!plant.Find(controller)) continue; // it has no name, which is said already
+            if (!plant.Find(controller)) continue; // it has no name, which has been noted
             items.append({controller, DefinitionFromToml(table.Values("definition")), {}});
             table.RefuseOthers();
             tables.push_back(std::move(table));
@@ -19,8 +19,9 @@ void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
     }
     for (const DefinedItem& refused : AddDefinedItems(plant, items)) {
         for (qsizetype i = 0; i < items.size(); ++i) {
-            const bool isMeant = items[i].Controller == refused.Controller && items[i].Definition == refused.Definition;
-            if (isMeant) tables[static_cast<std::size_t>(i)].Refuse("definition", refused.Objection);
+            const bool isRefused =
+                items[i].Controller == refused.Controller && items[i].Definition == refused.Definition;
+            if (isRefused) tables[static_cast<std::size_t>(i)].Refuse("definition", refused.Objection);
         }
     }
 }

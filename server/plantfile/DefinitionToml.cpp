@@ -27,7 +27,7 @@ QString Escaped(char16_t character)
 QString TomlText(const QString& text)
 {
     QString toml(u'"');
-    // Halves of surrogate pairs are no text for TOML.
+    // TOML takes no halves of surrogate pairs.
     for (const QChar character : QString::fromUtf8(text.toUtf8())) toml += Escaped(character.unicode());
     return toml + u'"';
 }

@@ -13,5 +13,5 @@ QString DefinitionToToml(const Variant& definition);
 /// A text in TOML's double quotes.
 QString TomlText(const QString& text);
 
-/// What such a list was read as becomes a definition again, right or wrong.
+/// The definition that such a list spells, valid or not.
 Variant DefinitionFromToml(const QList<Variant>& values);

@@ -25,8 +25,8 @@ private:
     QMultiMap<int, QString> m_Texts;
 };
 
-/// A table of a plant file. Asking for what is of the wrong form notes a mistake and answers the fallback, so that one reading
-/// finds all mistakes.
+/// A table of a plant file. Asking for what has the wrong form notes a mistake and returns the fallback, so that one
+/// reading finds all mistakes.
 class FileTable
 {
 public:
@@ -56,10 +56,10 @@ public:
     QList<Variant> Values(const char* key);
     QStringList Texts(const char* key);
     std::vector<FileTable> Tables(const char* key);
-    /// No table: none of that name.
+    /// Empty without a table of that name.
     std::vector<FileTable> OptionalTable(const char* key);
 
-    /// Notes the keys that nobody asked for.
+    /// Notes the keys that have not been asked for.
     void RefuseOthers() const;
 
 private:

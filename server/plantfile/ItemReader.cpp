@@ -30,7 +30,7 @@ std::optional<VarType> ReadType(FileTable& table)
 {
     const QString text = table.Text("type", QStringLiteral("VARIANT"));
     const auto type = ParseType(text);
-    if (!type) table.Refuse("type", QStringLiteral("\"%1\" is no type such as I4 or ARRAY|BSTR").arg(text));
+    if (!type) table.Refuse("type", QStringLiteral("\"%1\" is not a type such as I4 or ARRAY|BSTR").arg(text));
     return type;
 }
 
@@ -46,7 +46,7 @@ Variant ReadInitial(FileTable& table, VarType type)
     }
 }
 
-/// `isTyped`: the type is none that is only taken because the one that stands there is wrong.
+/// `isTyped`: whether the type is right; otherwise VT_VARIANT stands in for it.
 ItemTraits ReadTraits(FileTable& table, bool& isTyped)
 {
     ItemTraits traits;
@@ -104,16 +104,16 @@ void ReadItem(FileTable table, PlantController& controller, const QString& folde
     controller.Add(std::move(traits), std::move(signal));
 }
 
-void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkWalk& walk)
+void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkCheck& check)
 {
     for (FileTable& table : controllerTable.Tables("item")) {
         const bool extracts = table.Flag("extract", false);
         for (const QString& link : table.Texts("links")) {
             const QString name = ParseLink(link, extracts).Name;
-            if (!controller.Home().Resolve(controller, name))
+            if (!controller.Owner().Resolve(controller, name))
                 table.Refuse("links", QStringLiteral("the item \"%1\" does not exist").arg(name));
         }
         const PlantItemRef item = controller.Find(table.Text("name"));
-        if (item && walk.Look(*item) == LinkWalk::Finding::Endless) table.Refuse("links", EndlessWay());
+        if (item && check.Look(*item) == LinkCheck::Finding::Endless) table.Refuse("links", EndlessLinks());
     }
 }

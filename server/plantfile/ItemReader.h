@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/plant/LinkWalk.h"
+#include "server/plant/LinkCheck.h"
 #include "server/plant/Plant.h"
 #include "server/plantfile/FileTable.h"
 
@@ -8,5 +8,5 @@
 void ReadItem(FileTable table, PlantController& controller, const QString& folder);
 
 /// Notes links of a controller's items that lead nowhere, in a circle or too far; once all items are there. Circles that
-/// `walk` has found before are not noted again.
-void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkWalk& walk);
+/// `check` has found before are not noted again.
+void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkCheck& check);

@@ -58,9 +58,9 @@ void ReadControllers(std::vector<FileTable> tables, Plant& plant, const QString&
     QList<PlantControllerRef> controllers;
     for (FileTable& table : tables) controllers.append(ReadController(table, plant, folder, keepsAddedItems));
     ReadDefinedItems(tables, plant);
-    LinkWalk walk(LinkWalk::Along::Defined);
+    LinkCheck check(LinkCheck::Along::Defined);
     for (std::size_t i = 0; i < tables.size(); ++i)
-        CheckLinks(tables[i], *controllers[static_cast<qsizetype>(i)], walk);
+        CheckLinks(tables[i], *controllers[static_cast<qsizetype>(i)], check);
 }
 
 HistoryDestination ReadDestination(FileTable table, HistoryDestination destination)
@@ -109,8 +109,8 @@ toml::table Parse(const QString& path, Mistakes& mistakes)
     }
 }
 
-/// For a plant that never comes to life.
-class NoSurroundings : public Surroundings
+/// For a plant that is only read.
+class IdleHost : public PlantHost
 {
 public:
     Moment Now() override { return {}; }
@@ -139,8 +139,8 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
 
 QString DescribePlantFile(const QString& path)
 {
-    NoSurroundings surroundings;
-    Plant plant(surroundings);
+    IdleHost host;
+    Plant plant(host);
     ReadPlantFile(path, plant);
     qsizetype items = 0;
     for (const PlantControllerRef& controller : plant.Controllers()) items += controller->Items().size();

@@ -3,6 +3,6 @@
 #include "server/plant/Signal.h"
 #include "server/plantfile/FileTable.h"
 
-/// Makes the signal that a table of the plant file describes, for an item of `type`. Relative paths are taken from `folder`.
-/// Null when the table has mistakes.
+/// Makes the signal that a table of the plant file describes, for an item of `type`; null when the table has mistakes.
+/// Relative paths start from `folder`.
 SignalRef ReadSignal(FileTable table, VarType type, const QString& folder);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
 #include "tests/support/PrintQt.h"
 #include "velsqllib/ValueText.h"
 
@@ -8,8 +9,8 @@
 
 using namespace Qt::StringLiterals;
 
-/// What `action` answers, values as typed text, "done" when it answers nothing; or the description with which it fails, here or at
-/// the server.
+/// What `action` answers, values as typed text, "done" when it answers nothing; or the description with which it fails,
+/// here or at the server.
 template <typename Action>
 QString OutcomeOf(Action action)
 {
@@ -26,4 +27,16 @@ QString OutcomeOf(Action action)
         const QString prefix = u"remote exception: "_s;
         return text.startsWith(prefix) ? text.mid(prefix.size()) : text;
     }
+}
+
+/// What the console's dialog sends when only the name "New" has been typed.
+inline QList<Variant> UntouchedDefinition()
+{
+    return ReadTypedText(
+               u"8204,{8,New},{11,True},{8,},{8,},{2,0},{8,},{8,},{2,0},{8,},{11,False},{8,},{2,3},{11,False},"
+               "{11,False},{11,False},{2,0},{11,False},{8,0},{8,0},{11,False},{8,0},{8,0},{11,False},{8,0},"
+               "{11,False},{8,0},{11,False},{2,0},{8,},{11,False},{2,12},{11,False},{2,12},{11,False},"
+               "{11,False},{11,False},{2,0},{2,0},{2,0},{8,},{8,}"_s)
+        .Array()
+        .Of<Variant>();
 }

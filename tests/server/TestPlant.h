@@ -5,11 +5,15 @@
 
 #include <map>
 
-/// A plant without a server: time and delays are in the test's hand, what is recorded is noted as a controller's observer does it.
-class TestPlant : private Surroundings
+/// A plant without a server: the test says what time it is; what is recorded is noted as NotingObserver does it.
+class TestPlant : private PlantHost, public Plant
 {
 public:
-    Plant World{*this};
+    TestPlant()
+        : Plant(static_cast<PlantHost&>(*this))
+    {
+    }
+
     QStringList Recorded;
     QStringList Warnings;
 

@@ -5,11 +5,11 @@
 #include <kj/async.h>
 #include <kj/timer.h>
 
-/// The plant's heart beat: scans each controller's three classes of items at their times.
-class PlantLife : private kj::TaskSet::ErrorHandler
+/// Scans each controller's three classes of items at their times, from its construction on.
+class PlantScanner : private kj::TaskSet::ErrorHandler
 {
 public:
-    PlantLife(Plant& plant, kj::Timer& timer);
+    PlantScanner(Plant& plant, kj::Timer& timer);
 
 private:
     kj::Promise<void> ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due);

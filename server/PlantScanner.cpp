@@ -1,9 +1,9 @@
-#include "server/PlantLife.h"
+#include "server/PlantScanner.h"
 
 #include "core/automation/Errors.h"
 #include "server/log/Log.h"
 
-PlantLife::PlantLife(Plant& plant, kj::Timer& timer)
+PlantScanner::PlantScanner(Plant& plant, kj::Timer& timer)
     : m_Timer(timer)
     , m_Scans(*this)
 {
@@ -14,7 +14,7 @@ PlantLife::PlantLife(Plant& plant, kj::Timer& timer)
     }
 }
 
-kj::Promise<void> PlantLife::ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due)
+kj::Promise<void> PlantScanner::ScanFrom(PlantController& controller, int scanClass, kj::TimePoint due)
 {
     return m_Timer.atTime(due).then([=, this, &controller] {
         Scan(controller, scanClass);
@@ -25,10 +25,10 @@ kj::Promise<void> PlantLife::ScanFrom(PlantController& controller, int scanClass
 }
 
 /// Whatever happens in one scan, the next one takes place.
-void PlantLife::Scan(PlantController& controller, int scanClass)
+void PlantScanner::Scan(PlantController& controller, int scanClass)
 {
     try {
-        controller.Scan(scanClass, controller.Home().Around().Now());
+        controller.Scan(scanClass, controller.Owner().Host().Now());
     } catch (...) {
         const QString reason = CurrentErrorDescription();
         if (std::exchange(m_Warned, reason) != reason)
@@ -37,7 +37,7 @@ void PlantLife::Scan(PlantController& controller, int scanClass)
     }
 }
 
-void PlantLife::taskFailed(kj::Exception&& exception)
+void PlantScanner::taskFailed(kj::Exception&& exception)
 {
     Log(LogLevel::Error,
         QStringLiteral("Scanning has ended: %1").arg(QString::fromUtf8(exception.getDescription().cStr())));
