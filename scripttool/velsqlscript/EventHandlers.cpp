@@ -1,7 +1,5 @@
 #include "scripttool/velsqlscript/EventHandlers.h"
 
-#include "scripttool/velsqlscript/ScriptValues.h"
-
 #include <QScopedValueRollback>
 #include <QTimer>
 
@@ -41,9 +39,9 @@ private:
     EventSubscriptionRef m_Subscription;
 };
 
-EventHandlers::EventHandlers(ScriptValues& values, QJSValue invoke, std::function<void()> checkServer)
+EventHandlers::EventHandlers(ScriptValues& values, const PreludeFunctions& prelude, std::function<void()> checkServer)
     : m_Values(values)
-    , m_Invoke(std::move(invoke))
+    , m_Prelude(prelude)
     , m_CheckServer(std::move(checkServer))
 {
 }
@@ -119,7 +117,7 @@ void EventHandlers::Handle(const Event& event)
     const QJSValue handler = HandlerOf(event.Controller, event.What);
     if (!handler.isCallable()) return;
     const QScopedValueRollback depth(m_Depth, m_Depth + 1);
-    const QJSValue outcome = m_Invoke.call({handler, m_Values.ToScript(event.Argument)});
+    const QJSValue outcome = m_Prelude.Invoke.call({handler, m_Values.ToScript(event.Argument)});
     ++m_Outcome.Handled;
     if (outcome.isObject()) m_Outcome.Thrown = outcome.property(QStringLiteral("error"));
     if (m_Loop && (m_Outcome.Thrown || m_UntilHandled)) m_Loop->quit();

@@ -1,16 +1,13 @@
 #pragma once
 
-#include "core/automation/ServerObjects.h"
+#include "scripttool/velsqlscript/ScriptValues.h"
 
 #include <QEventLoop>
-#include <QJSValue>
 
 #include <deque>
 #include <functional>
 #include <map>
 #include <optional>
-
-class ScriptValues;
 
 /// The handlers that a script has given to controllers, and the waiting in which they are called.
 class EventHandlers
@@ -22,9 +19,8 @@ public:
         ChangeItem
     };
 
-    /// `invoke` calls a handler with one argument and gives undefined, or an object whose "error" it threw. `checkServer` throws
-    /// when the server does not answer.
-    EventHandlers(ScriptValues& values, QJSValue invoke, std::function<void()> checkServer);
+    /// The first two outlive this object. `checkServer` throws when the server does not answer.
+    EventHandlers(ScriptValues& values, const PreludeFunctions& prelude, std::function<void()> checkServer);
     ~EventHandlers();
 
     /// A value that is no function takes the handler away. Throws ServerError when the server refuses the subscription.
@@ -63,7 +59,7 @@ private:
     void CheckServer();
 
     ScriptValues& m_Values;
-    QJSValue m_Invoke;
+    const PreludeFunctions& m_Prelude;
     std::function<void()> m_CheckServer;
     std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< by the controller's name
     std::deque<Event> m_Waiting; ///< came after a handler had thrown: for the next wait

@@ -50,25 +50,25 @@ int Milliseconds(const QString& function, double number)
 
 ScriptBridge::ScriptBridge(QJSEngine& engine, std::function<void()> checkServer)
     : m_Engine(engine)
-    , m_Prelude(RunPrelude())
-    , m_Values(engine, m_Prelude.property(QStringLiteral("wrap")), m_Prelude.property(QStringLiteral("unwrap")))
-    , m_Handlers(m_Values, m_Prelude.property(QStringLiteral("invoke")), [this, checkServer = std::move(checkServer)] {
+    , m_Values(engine, m_Prelude)
+    , m_Handlers(m_Values, m_Prelude, [this, checkServer = std::move(checkServer)] {
         ReleaseResults();
         checkServer();
     })
 {
     m_Released.start();
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
 }
 
-QJSValue ScriptBridge::RunPrelude()
+void ScriptBridge::RunPrelude()
 {
-    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     QFile file(QStringLiteral(":/velsqlscript/prelude.js"));
     if (!file.open(QFile::ReadOnly)) qFatal("the prelude is missing");
     const QJSValue prelude = m_Engine.evaluate(QString::fromUtf8(file.readAll()), QStringLiteral("prelude"));
-    QJSValue functions = prelude.call({m_Engine.newQObject(this), m_Engine.globalObject()});
+    const QJSValue functions = prelude.call({m_Engine.newQObject(this), m_Engine.globalObject()});
     if (!functions.isObject() || functions.isError()) qFatal("prelude.js: %s", qPrintable(functions.toString()));
-    return functions;
+    const auto function = [&](const char* name) { return functions.property(QString::fromLatin1(name)); };
+    m_Prelude = {function("wrap"), function("unwrap"), function("invoke"), function("makeError")};
 }
 
 void ScriptBridge::AddObject(const QString& name, const ObjectRef& object)
@@ -96,7 +96,7 @@ auto ScriptBridge::Guarded(Action action) -> decltype(action())
 
 void ScriptBridge::Throw(const QString& errorName, const QString& message)
 {
-    m_Engine.throwError(m_Prelude.property(QStringLiteral("makeError")).call({errorName, message}));
+    m_Engine.throwError(m_Prelude.MakeError.call({errorName, message}));
 }
 
 QJSValue ScriptBridge::Members(const QString& kindName)

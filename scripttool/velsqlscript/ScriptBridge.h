@@ -1,7 +1,6 @@
 #pragma once
 
 #include "scripttool/velsqlscript/EventHandlers.h"
-#include "scripttool/velsqlscript/ScriptValues.h"
 
 #include <QElapsedTimer>
 #include <QJSEngine>
@@ -13,9 +12,11 @@ class ScriptBridge : public QObject
     Q_OBJECT
 
 public:
-    /// Runs the prelude in `engine`. `checkServer` throws when the server does not answer.
+    /// `checkServer` throws when the server does not answer.
     ScriptBridge(QJSEngine& engine, std::function<void()> checkServer);
 
+    /// To be called once, before anything else: the engine gets all that scripts find.
+    void RunPrelude();
     /// From now on scripts know the object under this global name.
     void AddObject(const QString& name, const ObjectRef& object);
 
@@ -47,7 +48,6 @@ private:
     /// for it.
     static constexpr int FewResults = 8;
 
-    QJSValue RunPrelude();
     template <typename Action>
     auto Guarded(Action action) -> decltype(action());
     void Throw(const QString& errorName, const QString& message);
@@ -57,7 +57,7 @@ private:
     void ReleaseManyResults();
 
     QJSEngine& m_Engine;
-    QJSValue m_Prelude; ///< its own functions, by name
+    PreludeFunctions m_Prelude;
     ScriptValues m_Values;
     EventHandlers m_Handlers;
     int m_ManyResults = FewResults;

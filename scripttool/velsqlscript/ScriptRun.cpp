@@ -65,6 +65,7 @@ QString Report(const QJSValue& thrown, const QStringList& stack, const QString& 
 ScriptRun::ScriptRun(const EngineRef& engine, const QStringList& names, std::function<void()> checkServer)
     : m_Bridge(m_Engine, std::move(checkServer))
 {
+    m_Bridge.RunPrelude();
     for (const QString& name : names) m_Bridge.AddObject(name, engine);
 }
 

@@ -44,10 +44,9 @@ Variant FromDate(const QDateTime& date)
 
 } // namespace
 
-ScriptValues::ScriptValues(QJSEngine& engine, QJSValue wrap, QJSValue unwrap)
+ScriptValues::ScriptValues(QJSEngine& engine, const PreludeFunctions& prelude)
     : m_Engine(engine)
-    , m_Wrap(std::move(wrap))
-    , m_Unwrap(std::move(unwrap))
+    , m_Prelude(prelude)
 {
 }
 
@@ -73,7 +72,7 @@ QJSValue ScriptValues::ToScript(const Variant& value)
 
 QJSValue ScriptValues::Wrap(const ScriptHandle& handle)
 {
-    return m_Wrap.call({KindName(handle.Kind), m_Engine.toScriptValue(handle)});
+    return m_Prelude.Wrap.call({KindName(handle.Kind), m_Engine.toScriptValue(handle)});
 }
 
 Variant ScriptValues::FromScript(const QJSValue& value, int depth)
@@ -90,7 +89,7 @@ Variant ScriptValues::FromScript(const QJSValue& value, int depth)
 
 Variant ScriptValues::FromObject(const QJSValue& object)
 {
-    const QJSValue handle = object.isObject() ? m_Unwrap.call({object}) : QJSValue();
+    const QJSValue handle = object.isObject() ? m_Prelude.Unwrap.call({object}) : QJSValue();
     if (handle.isUndefined())
         throw ValueError(Quote(object.toString()) + QStringLiteral(" is no value that the server knows"));
     return handle.toVariant().value<ScriptHandle>().Value;

@@ -4,13 +4,22 @@
 
 #include <QJSEngine>
 
+/// What prelude.js hands back to the native side; empty until it has run.
+struct PreludeFunctions
+{
+    QJSValue Wrap;      ///< makes a wrapper of (kind's name, handle)
+    QJSValue Unwrap;    ///< a wrapper's handle, undefined for anything else
+    QJSValue Invoke;    ///< calls (handler, argument); gives undefined, or an object whose "error" the handler threw
+    QJSValue MakeError; ///< makes a script error of (type's name, message)
+};
+
 /// Values of the server as values of a script and back. What a script writes plainly gets the type that is natural for it;
 /// wrappers of typed values and of objects carry theirs.
 class ScriptValues
 {
 public:
-    /// `wrap` makes a wrapper of (kind's name, handle), `unwrap` gives a wrapper's handle, undefined for anything else.
-    ScriptValues(QJSEngine& engine, QJSValue wrap, QJSValue unwrap);
+    /// Both outlive this object.
+    ScriptValues(QJSEngine& engine, const PreludeFunctions& prelude);
 
     QJSValue ToScript(const Variant& value);
     QJSValue Wrap(const ScriptHandle& handle);
@@ -25,6 +34,5 @@ private:
     Variant FromObject(const QJSValue& object);
 
     QJSEngine& m_Engine;
-    QJSValue m_Wrap;
-    QJSValue m_Unwrap;
+    const PreludeFunctions& m_Prelude;
 };
