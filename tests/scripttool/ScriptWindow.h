@@ -47,29 +47,8 @@ protected:
         EXPECT_TRUE(QTest::qWaitFor([this] { return IsEnabled("cmdRun"); }, 10'000));
         return Status();
     }
-    QString Run(const QByteArray& commands)
-    {
-        Start(commands);
-        return End();
-    }
-    QString Stop()
-    {
-        QTest::keyClick(&Editor(), Qt::Key_F5, Qt::ShiftModifier);
-        return End();
-    }
-    /// The process that wrote its number to the file "pid" in its folder.
-    int Pid()
-    {
-        QFile file(m_Folder.filePath(u"pid"_s));
-        EXPECT_TRUE(QTest::qWaitFor([&] { return file.size() > 0; }, 10'000) && file.open(QIODevice::ReadOnly));
-        return file.readAll().trimmed().toInt();
-    }
-    /// Whether a process is there; one that waits to be collected is not.
-    static bool Lives(int pid)
-    {
-        QFile stat(u"/proc/%1/stat"_s.arg(pid));
-        return stat.open(QIODevice::ReadOnly) && !stat.readAll().contains(") Z ");
-    }
+    QString Run(const QByteArray& commands) { return Start(commands), End(); }
+    QString Stop() { return QTest::keyClick(&Editor(), Qt::Key_F5, Qt::ShiftModifier), End(); }
 
     QTemporaryDir m_Folder;
     std::unique_ptr<ScriptTool> m_Tool = std::make_unique<ScriptTool>(m_Folder.filePath(u"program"_s));

@@ -2,49 +2,31 @@
 #include "tests/scripttool/ScriptWindow.h"
 
 #include <QClipboard>
-#include <QRegularExpression>
 #include <QTextBlock>
-
-namespace {
-
-/// `text` with "|" for the caret, or "[" and "]" around the selection.
-void Put(CodeEditor& editor, QString text)
-{
-    const int start = static_cast<int>(text.indexOf(QRegularExpression(u"[|\\[]"_s)));
-    const int end = static_cast<int>(text.remove(start, 1).indexOf(u']'));
-    editor.SetScript(end < 0 ? text : text.remove(end, 1));
-    QTextCursor cursor(editor.document());
-    cursor.setPosition(start);
-    cursor.setPosition(end < 0 ? start : end, QTextCursor::KeepAnchor);
-    editor.setTextCursor(cursor);
-}
-
-QColor InkOf(const QTextBlock& block)
-{
-    return block.layout()->formats().at(0).format.foreground().color();
-}
-
-} // namespace
 
 TEST_F(ScriptWindow, KeysOfTheEditor)
 {
     const struct
     {
         QString Before;
+        int Anchor, Caret;
         QList<QPair<Qt::Key, Qt::KeyboardModifiers>> Pressed;
         QString After;
     } cases[] = {
-        {u"    if (x)|"_s, {{Qt::Key_Return, {}}, {Qt::Key_A, {}}}, u"    if (x)\n    a"_s},
-        {u"  |  x"_s, {{Qt::Key_Enter, Qt::KeypadModifier}}, u"  \n    x"_s},
-        {u"a[b\nc]d"_s, {{Qt::Key_Return, Qt::ShiftModifier}}, u"a\nd"_s},
-        {u"ab|c"_s, {{Qt::Key_Tab, {}}}, u"ab  c"_s},
-        {u"a[b\n\nc\n]d"_s, {{Qt::Key_Tab, {}}}, u"    ab\n\n    c\nd"_s},
-        {u"      a[\n  b\n\tc]"_s, {{Qt::Key_Backtab, Qt::ShiftModifier}}, u"  a\nb\nc"_s},
-        {u"a[\nb]"_s, {{Qt::Key_Tab, {}}, {Qt::Key_Z, Qt::ControlModifier}}, u"a\nb"_s},
+        {u"    if (x)"_s, 10, 10, {{Qt::Key_Return, {}}, {Qt::Key_A, {}}}, u"    if (x)\n    a"_s},
+        {u"    x"_s, 2, 2, {{Qt::Key_Enter, Qt::KeypadModifier}}, u"  \n    x"_s},
+        {u"ab\ncd"_s, 1, 4, {{Qt::Key_Return, Qt::ShiftModifier}}, u"a\nd"_s},
+        {u"abc"_s, 2, 2, {{Qt::Key_Tab, {}}}, u"ab  c"_s},
+        {u"ab\n\nc\nd"_s, 1, 6, {{Qt::Key_Tab, {}}}, u"    ab\n\n    c\nd"_s},
+        {u"      a\n  b\n\tc"_s, 7, 14, {{Qt::Key_Backtab, Qt::ShiftModifier}}, u"  a\nb\nc"_s},
+        {u"a\nb"_s, 1, 3, {{Qt::Key_Tab, {}}, {Qt::Key_Z, Qt::ControlModifier}}, u"a\nb"_s},
     };
     for (const auto& row : cases) {
-        SCOPED_TRACE(row.Before.toStdString());
-        Put(Editor(), row.Before);
+        m_Tool->put_Script(row.Before);
+        QTextCursor cursor(Editor().document());
+        cursor.setPosition(row.Anchor);
+        cursor.setPosition(row.Caret, QTextCursor::KeepAnchor);
+        Editor().setTextCursor(cursor);
         for (const auto& [key, modifiers] : row.Pressed) QTest::keyClick(&Editor(), key, modifiers);
         EXPECT_EQ(Editor().Script(), row.After);
     }
@@ -77,21 +59,20 @@ TEST_F(ScriptWindow, CommentsTextsNumbersAndKeywordsAreColoured)
                        u"/* if\n"
                        u"' 1 */ x1 = /[\"/]'\\//g.test(`a ${1}\n"
                        u"' b\\` ` + 7)"_s);
-    QTextBlock block = Editor().document()->begin();
     QList<QColor> kinds;
-    for (; kinds.size() < 4; block = block.next()) kinds << InkOf(block);
     QStringList painted;
-    for (; block.isValid(); block = block.next()) {
+    for (QTextBlock block = Editor().document()->begin(); block.isValid(); block = block.next()) {
         QString line(block.text().size(), u'.');
         for (const auto& part : block.layout()->formats()) {
-            const QChar kind = u"ctnk"[kinds.indexOf(part.format.foreground().color())];
-            line.replace(part.start, part.length, QString(part.length, kind));
+            const QColor ink = part.format.foreground().color();
+            if (block.blockNumber() < 4) kinds << ink;
+            line.replace(part.start, part.length, QString(part.length, u"ctnk"[kinds.indexOf(ink)]));
         }
         painted << line;
     }
-    EXPECT_EQ(painted, QStringList({u"kkk.....nnnn...nnnnn...........n..cccccccc"_s, u"cccccccccc"_s,
-                                    u".tttttt...tttttt...ttttt"_s, u"ccccc"_s, u"cccccc......tttttttttt......ttttttt"_s,
-                                    u"ttttttt...n."_s}));
+    EXPECT_EQ(painted.mid(4), QStringList({u"kkk.....nnnn...nnnnn...........n..cccccccc"_s, u"cccccccccc"_s,
+                                           u".tttttt...tttttt...ttttt"_s, u"ccccc"_s,
+                                           u"cccccc......tttttttttt......ttttttt"_s, u"ttttttt...n."_s}));
 }
 
 TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)
@@ -125,36 +106,31 @@ TEST_F(ScriptWindow, FindGoesRoundAndSaysSo)
 {
     m_Tool->put_Script(u"Item a\nitem b\nx"_s);
     QTest::keyClick(&Editor(), Qt::Key_F, Qt::ControlModifier);
-    QLineEdit& text = Box("txtFind");
-    const struct
-    {
-        Qt::Key Key;
-        Qt::KeyboardModifiers Modifiers;
-        QString Found; ///< the line, what is selected there, and what the bar says
-    } rows[] = {{Qt::Key_I, {}, u"0 I "_s},
-                {Qt::Key_T, {}, u"0 It "_s},
-                {Qt::Key_F3, {}, u"1 it "_s},
-                {Qt::Key_Return, {}, u"0 It Went on from the start."_s},
-                {Qt::Key_F3, Qt::ShiftModifier, u"1 it Went on from the end."_s},
-                {Qt::Key_Q, {}, u"1  Not found."_s}};
-    for (const auto& row : rows) {
-        QTest::keyClick(&text, row.Key, row.Modifiers);
-        const QTextCursor cursor = Editor().textCursor();
-        const QString line = QString::number(cursor.blockNumber());
-        EXPECT_EQ(line + u' ' + cursor.selectedText() + u' ' + Control<QLabel>("lblFound").text(), row.Found);
+    const std::tuple<Qt::Key, Qt::KeyboardModifiers, QString> rows[] = {
+        {Qt::Key_I, {}, u"0 I "_s}, // the line, what is selected there, and what the bar says
+        {Qt::Key_T, {}, u"0 It "_s},
+        {Qt::Key_F3, {}, u"1 it "_s},
+        {Qt::Key_Return, {}, u"0 It Went on from the start."_s},
+        {Qt::Key_F3, Qt::ShiftModifier, u"1 it Went on from the end."_s},
+        {Qt::Key_Q, {}, u"1  Not found."_s}};
+    for (const auto& [key, modifiers, found] : rows) {
+        QTest::keyClick(&Box("txtFind"), key, modifiers);
+        const QTextCursor at = Editor().textCursor();
+        EXPECT_EQ(u"%1 %2 "_s.arg(QString::number(at.blockNumber()), at.selectedText()) +
+                      Control<QLabel>("lblFound").text(),
+                  found);
     }
-    QTest::keyClick(&text, Qt::Key_Escape);
-    EXPECT_TRUE(Editor().hasFocus() && !text.isVisible());
+    QTest::keyClick(&Box("txtFind"), Qt::Key_Escape);
+    EXPECT_TRUE(Editor().hasFocus() && !Box("txtFind").isVisible());
 }
 
-TEST(OutputPane, KeepsTheEndAndCopiesALongLineInOnePiece)
+TEST_F(ScriptWindow, TheOutputKeepsItsEndAndCopiesALongLineInOnePiece)
 {
-    OutputPane pane;
-    const auto text = [&] { return pane.TextBetween(0, pane.document()->characterCount() - 1); };
+    OutputPane& pane = Output();
     for (int line = 0; line < 10'100; ++line) pane.Append(QString::number(line) + u'\n', OutputPane::Kind::Output);
-    EXPECT_EQ(text().left(42), u"(Earlier output was dropped.)\n101\n102\n103\n"_s);
-    EXPECT_TRUE(text().endsWith(u"10098\n10099\n"_s));
-    pane.Clear();
+    EXPECT_EQ(Printed().left(42), u"(Earlier output was dropped.)\n101\n102\n103\n"_s);
+    EXPECT_TRUE(Printed().endsWith(u"10098\n10099\n"_s));
+    Press("cmdClear");
     const QString line = u"0123456789"_s.repeated(1000);
     for (int i = 0; i < 500; ++i) pane.Append(line.mid(i * 20, 20), OutputPane::Kind::Output);
     pane.Append(u"\nend"_s, OutputPane::Kind::Error);

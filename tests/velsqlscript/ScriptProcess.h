@@ -14,44 +14,38 @@ inline QString ScriptProgram()
 }
 
 /// velsqlscript running; killed with this object.
-class ScriptProcess
+class ScriptProcess : public QProcess
 {
 public:
     /// `script` is its standard input.
     explicit ScriptProcess(const QByteArray& script, const QStringList& arguments = QStringList(u"-"_s))
     {
-        m_Process.start(ScriptProgram(), arguments);
-        m_Process.write(script);
-        m_Process.closeWriteChannel();
+        start(ScriptProgram(), arguments);
+        write(script);
+        closeWriteChannel();
     }
-    ~ScriptProcess()
+    ~ScriptProcess() override
     {
-        m_Process.kill();
-        m_Process.waitForFinished();
+        kill();
+        waitForFinished();
     }
 
-    void Terminate() { m_Process.terminate(); }
     /// The next line of its output, without its end; empty when none comes within 30 seconds.
     QString ReadLine()
     {
-        while (!m_Process.canReadLine()) {
-            if (!m_Process.waitForReadyRead(30'000)) return {};
-        }
-        return QString::fromUtf8(m_Process.readLine()).trimmed();
+        while (!canReadLine() && waitForReadyRead(30'000)) continue;
+        return QString::fromUtf8(readLine()).trimmed();
     }
     /// What it leaves behind when it has ended: its output, "!" and its errors, the exit code or "signal 9" in brackets.
     QString Finish()
     {
-        m_Process.waitForFinished();
-        const QByteArray errors = m_Process.readAllStandardError();
-        QString left = QString::fromUtf8(m_Process.readAllStandardOutput() + (errors.isEmpty() ? "" : "!" + errors));
-        const bool crashed = m_Process.exitStatus() == QProcess::CrashExit;
-        if (m_Process.exitCode() != 0) left += (crashed ? u"(signal %1)"_s : u"(%1)"_s).arg(m_Process.exitCode());
-        return left;
+        waitForFinished();
+        const QByteArray output = readAllStandardOutput();
+        const QByteArray errors = readAllStandardError();
+        const QString code = exitStatus() == CrashExit ? u"(signal %1)"_s : u"(%1)"_s;
+        return QString::fromUtf8(output + (errors.isEmpty() ? "" : "!" + errors)) +
+               (exitCode() == 0 ? QString() : code.arg(exitCode()));
     }
-
-private:
-    QProcess m_Process;
 };
 
 /// From standard input, as "t"; what it leaves behind.

@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-TEST(CommentLines, AreEmptiedWhereTheyAreNoText)
+TEST(CommentLines, AreEmptiedWhereTheyAreNotPartOfAText)
 {
     const std::pair<const char*, const char*> cases[] = {
         {"' a\n  \t' don't\nb", "\n  \t\nb"},
         {"a 'b'\r\n'c'\r\nd", "a 'b'\r\n\r\nd"},
-        {"a = `\n'kept\n`\n'gone", "a = `\n'kept\n`\n"},
         {"a = `\\`\n'kept`\n'gone", "a = `\\`\n'kept`\n"},
         {"a = `${ {b: `\n'kept`} }\n'kept ${\n'gone\n1}`\n'gone", "a = `${ {b: `\n'kept`} }\n'kept ${\n\n1}`\n"},
         {"/* `\n'kept */\n'gone", "/* `\n'kept */\n"},
@@ -15,11 +14,9 @@ TEST(CommentLines, AreEmptiedWhereTheyAreNoText)
         {"a = \"`\" + '`' + '\\'`'\n'gone", "a = \"`\" + '`' + '\\'`'\n"},
         {"a = 'b\\\n'\n'gone", "a = 'b\\\n'\n"},
         {"a = /[/`]'/.test(b) / 2\n'gone", "a = /[/`]'/.test(b) / 2\n"},
-        {"a = /[/]/.test(`\n'kept`)", "a = /[/]/.test(`\n'kept`)"},
         {"return /`/\n'gone", "return /`/\n"},
         {"a = b / c; d = `/\n'kept`", "a = b / c; d = `/\n'kept`"},
         {"a = 'not closed\n'gone", "a = 'not closed\n"},
-        {"'", ""},
     };
     for (const auto& [script, expected] : cases)
         EXPECT_EQ(WithoutCommentLines(QString::fromUtf8(script)).toStdString(), expected) << script;

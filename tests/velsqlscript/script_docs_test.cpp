@@ -8,11 +8,11 @@
 
 namespace {
 
-const QString s_Docs = QStringLiteral(VELSQL_DOCS "/");
+const QString Docs = QStringLiteral(VELSQL_DOCS "/");
 
 QString Manual()
 {
-    QFile file(s_Docs + u"scripting.md"_s);
+    QFile file(Docs + u"scripting.md"_s);
     EXPECT_TRUE(file.open(QFile::ReadOnly));
     return QString::fromUtf8(file.readAll());
 }
@@ -32,7 +32,7 @@ TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
         server.Start();
         const auto match = examples.next();
         const QString file = match.captured(2);
-        EXPECT_EQ(file.isEmpty() ? RunScript(match.captured(1).toUtf8()) : ScriptProcess({}, {s_Docs + file}).Finish(),
+        EXPECT_EQ(file.isEmpty() ? RunScript(match.captured(1).toUtf8()) : ScriptProcess({}, {Docs + file}).Finish(),
                   match.captured(3))
             << match.captured().toStdString();
     }
@@ -41,8 +41,8 @@ TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
 
 TEST(ScriptDocs, TellEveryMember)
 {
-    for (const ObjectKind kind :
-         {ObjectKind::Engine, ObjectKind::Controller, ObjectKind::Item, ObjectKind::History, ObjectKind::ResultSet}) {
+    using enum ObjectKind;
+    for (const ObjectKind kind : {Engine, Controller, Item, History, ResultSet}) {
         const QString row = Manual().section(u"\n| %1 |"_s.arg(KindName(kind)), 1).section(u'\n', 0, 0);
         for (const Member& member : MembersOf(kind))
             EXPECT_TRUE(row.contains(u'`' + member.Name + (member.IsProperty ? u'`' : u'(')))

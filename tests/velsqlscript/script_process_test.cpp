@@ -21,45 +21,36 @@ protected:
 TEST_F(ScriptRuns, EndWithTheirCodeAndSayTheLine)
 {
     const std::pair<QByteArray, QString> cases[] = {
-        {"", u""_s},
         {"print(1)\nexit(7)\nprint(2)", u"1\n(7)"_s},
-        {"try { exit(256) } catch (error) { print(error) }\nexit()",
-         u"ValueError: exit takes a whole number from 0 to 255\n"_s},
+        {"exit(256)", u"!t:1: exit takes a whole number from 0 to 255\n(1)"_s},
         {"print(1)\n' don't\nvar b = ;", u"!t:3: SyntaxError: Expected token `numeric literal'\n(1)"_s},
         {"\n\nfoo.bar", u"!t:3: ReferenceError: foo is not defined\n(1)"_s},
-        {"\xEF\xBB\xBF// \xC3\xB6\r\nthrow new Error(\"B\xC3\xB6"
-         "se\\nzwei\")",
-         u"!t:2: Böse\nzwei\n(1)"_s},
+        {"\xEF\xBB\xBF// \xC3\xB6\r\nthrow new Error('B\xC3\xB6s\\nzwei')", u"!t:2: Bös\nzwei\n(1)"_s},
         {"\nthrow null", u"!t:2: null\n(1)"_s},
         {"throw {toString() { throw 5 }}", u"!t:1: 5\n(1)"_s},
-        {"const plc = Vlx.Controller('PLC1');\nfunction f(name) {\n    return "
-         "plc.Item(name);\n}\nf('D100');\nf('D101');",
-         u"!t:3: Controller \"PLC1\" has no item \"D101\".\n    in line 3, f\n    in line 6\n(1)"_s},
+        {"const f = name =>\nVlx.Controller('PLC1').Item(name);\nf('D100');\nf('D101');",
+         u"!t:2: Controller \"PLC1\" has no item \"D101\".\n    in line 2, f\n    in line 4\n(1)"_s},
         {"try { Vlx.Execute('fail a\\r\\n<b>') } catch (e) { print(e.name, JSON.stringify(e.message), e.lineNumber) }",
          u"ServerError \"a\\r\\n<b>\" 1\n"_s},
-        {"print('a'); console.warn('b', 1); console.log([1, 'x', null], {a: 1}, new Date(2024, 0, 31), undefined)",
-         u"a\n[1,\"x\",null] {\"a\":1} 2024-01-31 00:00:00 undefined\n!b 1\n"_s},
-        {"print([new Date(2024, 0, 31, 6)], {at: [new Date(NaN)]})",
-         u"[\"2024-01-31 06:00:00\"] {\"at\":[\"Invalid Date\"]}\n"_s},
-        {"for (let i = 0; i < 600; ++i) { const r = Vlx.History.Execute('select ' + i); if (r.Cell(0, 0) != i) "
-         "print(i) }\n"
-         "sleep(200); const held = Number(/results (\\d+)/.exec(Vlx.Execute('references'))[1]); print(held < 3 || "
-         "held)",
+        {"print('a'); console.warn('b', 1); console.log([1, 'x', null], {a: 1}, undefined, new Date(2024, 0, 31, 6))",
+         u"a\n[1,\"x\",null] {\"a\":1} undefined 2024-01-31 06:00:00\n!b 1\n"_s},
+        {"print([new Date(2024, 0, 31)], {at: [new Date(NaN)]})",
+         u"[\"2024-01-31 00:00:00\"] {\"at\":[\"Invalid Date\"]}\n"_s},
+        {"for (let i = 0; i < 600; ++i) if (Vlx.History.Execute('select ' + i).Cell(0, 0) != i) print(i);\n"
+         "sleep(200); print(Number(/results (\\d+)/.exec(Vlx.Execute('references'))[1]) < 3)",
          u"true\n"_s},
         {"new Promise(done => done(5)).then(value => print(value)); print(4)", u"4\n5\n"_s},
-        {"const plc = Vlx.Controller('PLC1');\nplc.OnChangeState = state => {\n    throw new Error('state ' + "
-         "state);\n};\n"
+        {"const plc = Vlx.Controller('PLC1');\nplc.OnChangeState = s => {\n    throw new Error('state ' + s);\n};\n"
          "plc.Stop();\ntry { sleep(5000) } catch (error) { print(error.message) }\nplc.Start();\nwaitForEvents();",
          u"state 2\n!t:3: state 1\n    in line 3\n    in line 8\n(1)"_s},
-        {"function f() { return f() + 1 }\ntry { f() } catch (error) { print(error.name) }\n"
-         "const a = []; a.push(a);\ntry { a.join() } catch (error) { print(error.name) }",
+        {"try { (function f() { return f() + 1 })() } catch (error) { print(error.name) }\n"
+         "const a = []; a.push(a); try { a.join() } catch (error) { print(error.name) }",
          u"RangeError\nRangeError\n"_s},
         {QByteArray(10'000'000, ' ') + "\nprint(1)", u"1\n"_s},
     };
     for (const auto& [script, left] : cases) EXPECT_EQ(RunScript(script), left) << script.right(500).constData();
-    EXPECT_EQ(
-        RunScript("print(A.Controller('PLC1').Name, Vlx.Controller('PLC1').Name)", {u"--name=A"_s, u"--name=Vlx"_s}),
-        u"PLC1 PLC1\n");
+    EXPECT_EQ(RunScript("print(A.Controller('PLC1').Name, B.History.Enabled)", {u"--name=A"_s, u"--name=B"_s}),
+              u"PLC1 true\n");
 }
 
 TEST(ScriptFiles, AndOptionsThatCannotBeUsed)
@@ -72,14 +63,13 @@ TEST(ScriptFiles, AndOptionsThatCannotBeUsed)
         ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size());
     }
     ASSERT_EQ(mkfifo(qPrintable(path(u"pipe"_s)), 0600), 0);
-    const QString noFile = u": is no file (a script may also come through standard input, as \"-\")"_s;
     const QString oneFile = u"velsqlscript: One FILE is needed, or \"-\"; --help tells more."_s;
     const std::pair<QStringList, QString> cases[] = {
         {{path(u"latin.js"_s)}, path(u"latin.js:3: is not UTF-8"_s)},
         {{path(u"large.js"_s)}, path(u"large.js: is larger than 16 MiB"_s)},
         {{path(u"missing.js"_s)}, path(u"missing.js: there is no such file"_s)},
-        {{path(u"pipe"_s)}, path(u"pipe"_s) + noFile},
-        {{folder.path()}, folder.path() + noFile},
+        {{path(u"pipe"_s)},
+         path(u"pipe"_s) + u": is no file (a script may also come through standard input, as \"-\")"_s},
         {{}, oneFile},
         {{u"-"_s, u"-"_s}, oneFile},
         {{u"--name=1x"_s, u"-"_s}, u"velsqlscript: --name takes a name that a script can use, not \"1x\"."_s},
@@ -93,7 +83,7 @@ TEST_F(ScriptRuns, PrintAtOnceAndEndWhenTheyAreTold)
 {
     ScriptProcess endless("print('begun'); for (;;) {}");
     EXPECT_EQ(endless.ReadLine(), u"begun");
-    endless.Terminate();
+    endless.terminate();
     EXPECT_EQ(endless.Finish(), u"(signal 15)");
 
     // A reader that goes away: as with any other program, no word about it.
@@ -111,14 +101,12 @@ TEST_F(ScriptRuns, BeyondTheirMemoryEndAlone)
     GTEST_SKIP() << "the sanitizer takes more memory than any limit";
 #endif
     const QStringList limited(u"--memory=64"_s);
-    for (const char* greedy :
-         {"a.push({})", "a.push('x'.repeat(1000000) + a.length)", "a = [a, a, a, a].join()  + 'x'"})
+    for (const char* greedy : {"a.push({})", "a.push('x'.repeat(1e6) + a.length)", "a = [a, a, a, a].join() + 'x'"})
         EXPECT_EQ(RunScript(QByteArray("print('begun'); let a = []; while (true) ") + greedy, limited),
                   u"begun\n!t: out of memory: the script needs more than 64 MiB\n(1)")
             << greedy;
     EXPECT_EQ(RunScript("let a = {}; for (let i = 0; i < 100000; ++i) a = new Proxy(a, {});\na.x"),
               u"!t: out of stack: something is nested too deeply\n(1)");
-    EXPECT_EQ(RunScript("print(Vlx.Controller('PLC1').Name)", limited), u"PLC1\n");
 }
 
 TEST_F(ScriptRuns, OutliveTheirServer)
@@ -130,7 +118,6 @@ try { waitForEvents(); } catch (error) { print(error.name, error.message); }
 for (let there = false; !there; sleep(100)) try { there = plc.Item("D100").Value === 25; } catch (error) {}
 print("again");
 waitForEvents();
-try { for (;;) plc.Item("D100").Value; } catch (error) { print(error.name, error.message); }
 )");
     EXPECT_EQ(script.ReadLine(), u"begun");
     m_Server.Kill();
@@ -138,12 +125,7 @@ try { for (;;) plc.Item("D100").Value; } catch (error) { print(error.name, error
     m_Server.Start();
     EXPECT_EQ(script.ReadLine(), u"again");
     EXPECT_EQ(RunScript("Vlx.Controller('PLC1').Stop()"), u"");
-    EXPECT_EQ(script.ReadLine(), u"state 2") << "the handler stays";
-    m_Server.Suspend();
-    EXPECT_EQ(script.ReadLine(),
-              u"ServerError The server does not answer; the call was given up and may still take effect.");
-    m_Server.Resume();
-    EXPECT_EQ(script.Finish(), u"");
+    EXPECT_EQ(script.Finish(), u"state 2\n") << "the handler stays";
 }
 
 TEST(ScriptServer, IsStartedWhenNoneRunsUnlessOnlyARunningOneIsWanted)
@@ -152,7 +134,4 @@ TEST(ScriptServer, IsStartedWhenNoneRunsUnlessOnlyARunningOneIsWanted)
     EXPECT_EQ(RunScript("print(1)", {u"--attach"_s}), u"!velsqlscript: No VelSQL server is running.\n(3)");
     EXPECT_EQ(RunScript("print(Vlx.ControllerNames.length); try { Vlx.Execute('terminate') } catch (error) {}"),
               u"3\n");
-    qputenv("XDG_RUNTIME_DIR", "/nonexistent/run");
-    const QString none = RunScript("print(1)");
-    EXPECT_TRUE(none.startsWith(u"!velsqlscript: The VelSQL server ") && none.endsWith(u"(3)")) << none.toStdString();
 }
