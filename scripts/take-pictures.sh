@@ -16,7 +16,7 @@ done
 mkdir -p "$VELSQL_PICTURES"
 
 scripts/build.sh release all
-QT_QPA_PLATFORM=offscreen build/release/bin/test_system --gtest_filter='Pictures.*'
+QT_QPA_PLATFORM=offscreen build/release/bin/pictures
 
 # A palette of 256 colours is enough for windows and keeps the documents small.
 for picture in "$VELSQL_PICTURES"/*.png; do

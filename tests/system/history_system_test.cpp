@@ -16,14 +16,10 @@ protected:
     }
     ResultGrid& Grid() { return Control<ResultGrid>(*m_Form, "grdResult"); }
     ResultModel& Model() { return Grid().Model(); }
-    bool WaitUntilRead()
-    {
-        return QTest::qWaitFor([&] { return Model().IsComplete(); }, 60'000);
-    }
     /// What is painted in a row when the result is read.
     QStringList Row(int row)
     {
-        EXPECT_TRUE(WaitUntilRead());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return Model().IsComplete(); }, 60'000));
         Grid().scrollTo(Model().index(row, 0));
         Grid().viewport()->repaint();
         QStringList texts;
@@ -49,15 +45,13 @@ TEST_F(HistorySystem, ShowsWhatADatabaseCanHoldAndSaysWhatItRefuses)
     EXPECT_EQ(Execute(u"CREATE TABLE notes(text)"_s), ExecuteLog);
     EXPECT_EQ(Execute(u"INSERT INTO notes VALUES ('ä\U0001F600')"_s), ExecuteLog);
     EXPECT_EQ(Model().columnCount(), 0);
-    EXPECT_EQ(Execute(u"SELECT NULL AS a, text AS a, 'x\ny' AS \"\", 0.5, x'00FF' FROM notes"_s), ExecuteLog);
-    EXPECT_EQ(Row(0), QStringList({u"NULL"_s, u"ä\U0001F600"_s, u"x y"_s, u"0.5"_s, u"0x00FF (2 bytes)"_s}));
+    EXPECT_EQ(Execute(u"SELECT NULL AS a, text AS a, 'x\ny' AS \"\", 0.5, zeroblob(10000000) FROM notes"_s),
+              ExecuteLog);
+    const QString blob = u"0x"_s + u"00"_s.repeated(16) + u"\u2026 (10000000 bytes)"_s;
+    EXPECT_EQ(Row(0), QStringList({u"NULL"_s, u"ä\U0001F600"_s, u"x y"_s, u"0.5"_s, blob}));
     EXPECT_EQ(Whole(0, 2), u"x\ny") << "line ends travel there and back";
     EXPECT_TRUE(Execute(u"SELEC 1"_s).last().contains(u"near \"SELEC\": syntax error"_s));
     EXPECT_EQ(Row(0)[3], u"0.5"_s) << "the previous result";
-
-    Execute(u"SELECT printf('%.*c', 5000000, 'x') AS t, zeroblob(10000000) AS b"_s);
-    EXPECT_EQ(Row(0)[1], u"0x"_s + u"00"_s.repeated(16) + u"\u2026 (10000000 bytes)"_s);
-    EXPECT_EQ(Whole(0, 0).size(), 5'000'000);
 }
 
 TEST_F(HistorySystem, ALongResultIsReadToItsEndAndASecondOneTakesItsPlace)
@@ -65,8 +59,7 @@ TEST_F(HistorySystem, ALongResultIsReadToItsEndAndASecondOneTakesItsPlace)
     StartBoth();
     EXPECT_EQ(Execute(Numbers(300'000) + u"SELECT i, 'row ' || i AS t FROM n"_s), ExecuteLog);
     QTest::keyClick(&Grid(), Qt::Key_End);
-    ASSERT_TRUE(WaitUntilRead());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Grid().currentIndex().row() == 299'999; }, 20'000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Grid().currentIndex().row() == 299'999; }, 60'000));
     EXPECT_EQ(Row(299'999), QStringList({u"300000"_s, u"row 300000"_s}));
     for (int row = 0; row < 300'000; row += 997) ASSERT_EQ(Whole(row, 0), QString::number(row + 1));
     EXPECT_EQ(Control<QLabel>(*m_Form, "lblRows").text(), u"300000 rows");
@@ -74,26 +67,6 @@ TEST_F(HistorySystem, ALongResultIsReadToItsEndAndASecondOneTakesItsPlace)
     Execute(Numbers(50'000'000) + u"SELECT i FROM n"_s);
     EXPECT_EQ(Execute(u"SELECT 'second'"_s), ExecuteLog) << "while the first is half read";
     EXPECT_EQ(Row(0), QStringList{u"second"_s});
-}
-
-TEST_F(HistorySystem, AServerThatDiesLeavesTheRowsThatAreThereAndSaysSoOnce)
-{
-    StartBoth();
-    Execute(Numbers(300'000) + u"SELECT i FROM n"_s);
-    EXPECT_EQ(Row(0), QStringList{u"1"_s});
-    m_Server.Kill();
-    QTest::keyClick(&Grid(), Qt::Key_End);
-    QStringList log;
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !(log = TakeLog()).isEmpty(); }, 20'000));
-    EXPECT_EQ(log.size(), 1) << log.join(u'\n').toStdString();
-    EXPECT_EQ(Row(0), QStringList{u"1"_s});
-
-    m_Server.Start();
-    EXPECT_TRUE(WaitUntilItAnswers());
-    QTest::qWait(500);
-    EXPECT_EQ(TakeLog(), QStringList()) << "the result is gone for good, and that was said";
-    EXPECT_EQ(Execute(u"SELECT 7"_s), ExecuteLog);
-    EXPECT_EQ(Row(0), QStringList{u"7"_s});
 }
 
 TEST_F(HistorySystem, ThePresetsRunOnPostgreSql)
@@ -109,17 +82,15 @@ TEST_F(HistorySystem, ThePresetsRunOnPostgreSql)
     m_Server.Start({u"--plant"_s, plant.fileName()});
     StartConsoleWith(QString());
     for (const double value : {0.0, 2.5, 5.0}) Item(u"X"_s)->put_Value(value);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] {
-            return Execute(u"SELECT count(*) FROM velsql_history"_s) == ExecuteLog && Row(0) == QStringList{u"3"_s};
-        },
-        20'000));
+    const auto allAreRecorded = [&] {
+        return Execute(u"SELECT count(*) FROM velsql_history"_s) == ExecuteLog && Row(0) == QStringList{u"3"_s};
+    };
+    EXPECT_TRUE(QTest::qWaitFor(allAreRecorded, 20'000));
     EXPECT_EQ(Cell(*m_Form, u"ConnectionString(1)"_s), database.ConnectionString());
 
-    const std::pair<int, QStringList> firstRows[] = {
-        {3, {u"PLC1"_s, u"X"_s, u"0"_s}}, {1, {u"PLC1"_s, u"X"_s, u"0"_s}}, {1, {u"3"_s}}, {1, {u"2.5"_s}},
-        {3, {u"PLC1"_s, u"X"_s, u"0"_s}}, {3, {u"PLC1"_s, u"X"_s, u"5"_s}},
-    };
+    const QStringList first = {u"PLC1"_s, u"X"_s, u"0"_s};
+    const std::pair<int, QStringList> firstRows[] = {{3, first},      {1, first}, {1, {u"3"_s}},
+                                                     {1, {u"2.5"_s}}, {3, first}, {3, {u"PLC1"_s, u"X"_s, u"5"_s}}};
     for (int i = 0; i < 6; ++i) {
         SCOPED_TRACE(i);
         Control<ListBox>(*m_Form, "cmbSQLCommand").SetListIndex(i);

@@ -14,8 +14,8 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
     StartConsoleWith(RealServer::Program()); // no server runs: the console starts its own
     ASSERT_TRUE(m_Main);
     QStringList roots;
-    for (int row = 0; row < Node(u"VelSQLEngine")->ChildCount(); ++row)
-        roots << Node(u"VelSQLEngine")->Child(row)->Text();
+    const TreeNodeRef engine = Node(u"VelSQLEngine");
+    for (int row = 0; row < engine->ChildCount(); ++row) roots << engine->Child(row)->Text();
     EXPECT_EQ(roots, QStringList({u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s, u"VelSQLHistory"_s}));
     EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"Object"_s, u"Count"_s}));
 
@@ -49,8 +49,7 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
 TEST(Programs, AnswerAndRefuseAlikeWithoutADisplay)
 {
     auto noDisplay = QProcessEnvironment::systemEnvironment();
-    for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
-        noDisplay.remove(QString::fromLatin1(name));
+    for (const QString& name : {u"QT_QPA_PLATFORM"_s, u"DISPLAY"_s, u"WAYLAND_DISPLAY"_s}) noDisplay.remove(name);
     const auto run = [&](const QString& program, const QStringList& arguments) {
         QProcess process;
         process.setProcessEnvironment(noDisplay);
@@ -60,10 +59,8 @@ TEST(Programs, AnswerAndRefuseAlikeWithoutADisplay)
                QString::number(process.exitCode());
     };
     for (const QString& program : {u"velsqltester"_s, u"velsqlserver"_s, u"velsqlscript"_s}) {
-        for (const QString& option : {u"-v"_s, u"--version"_s})
-            EXPECT_EQ(run(program, {option}), program + u" " VELSQL_VERSION "\n0"_s);
-        for (const QString& option : {u"-h"_s, u"--help"_s})
-            EXPECT_TRUE(run(program, {option}).contains(u"  -v, --version "_s));
+        EXPECT_EQ(run(program, {u"-v"_s}), program + u" " VELSQL_VERSION "\n0"_s);
+        EXPECT_TRUE(run(program, {u"--help"_s}).contains(u"  -v, --version "_s));
         EXPECT_EQ(run(program, {u"--bogus"_s, u"-"_s}), program + u": Unknown option 'bogus'.\n2"_s);
     }
     EXPECT_EQ(run(u"velsqlserver"_s, {u"--stop-when-idle"_s, u"soon"_s}),

@@ -6,25 +6,16 @@
 
 namespace {
 
-class WholeProgram : public SystemConsole
-{
-protected:
-    void SubscribeEverywhere()
-    {
-        for (ChildWindow* form : ChildWindow::Forms()) {
-            for (QCheckBox* box : form->findChildren<QCheckBox*>(QRegularExpression(u"^chkEvent_"_s)))
-                box->setChecked(true);
-        }
-    }
-};
-
-TEST_F(WholeProgram, ClosesInTheMiddleOfABatchInABatchAScriptAndAnEventStorm)
+TEST_F(SystemConsole, ClosesInTheMiddleOfABatchInABatchAScriptAndAnEventStorm)
 {
     StartBoth();
     const qsizetype windows = OpenEveryWindow(Node(u"VelSQLEngine"));
     EXPECT_GT(windows, 30);
     EXPECT_EQ(ChildWindow::Forms().size(), windows);
-    SubscribeEverywhere();
+    for (ChildWindow* form : ChildWindow::Forms()) {
+        for (QCheckBox* box : form->findChildren<QCheckBox*>(QRegularExpression(u"^chkEvent_"_s)))
+            box->setChecked(true);
+    }
     const QPointer<QWidget> script = &RunScript(u"while (true) print('busy');"_s);
     EXPECT_EQ(ScriptProcesses(), 1);
     ChildWindow& batch = OpenBatch(QByteArray("D100,3,120\n").repeated(1'000'000));

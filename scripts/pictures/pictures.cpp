@@ -1,23 +1,39 @@
 #include "additem/frmAddItem.h"
 #include "core/modMain.h"
 #include "perfcheck/frmPerfChk.h"
-#include "tests/system/Look.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QDir>
 #include <QMdiSubWindow>
+#include <QPalette>
 #include <QTabWidget>
 #include <QTreeView>
 
 namespace {
 
-/// Opens every window as an operator would and looks at it. With the environment variable VELSQL_PICTURES set to a folder, a
-/// picture of each is written there; scripts/take-pictures.sh does so.
+/// The palette of a dark desktop for the whole application.
+void UseDarkPalette()
+{
+    QPalette palette(QColor(45, 45, 48));
+    for (const auto& [role, color] : {std::pair(QPalette::Base, QColor(30, 30, 30)),
+                                      {QPalette::AlternateBase, QColor(45, 45, 48)},
+                                      {QPalette::Highlight, QColor(38, 110, 180)},
+                                      {QPalette::HighlightedText, Qt::white},
+                                      {QPalette::ToolTipBase, QColor(30, 30, 30)},
+                                      {QPalette::ToolTipText, Qt::white},
+                                      {QPalette::Link, QColor(90, 160, 230)}})
+        palette.setColor(role, color);
+    QApplication::setPalette(palette);
+}
+
+/// Opens every window as an operator would and writes a picture of each into the folder that VELSQL_PICTURES names;
+/// scripts/take-pictures.sh runs it.
 class Pictures : public SystemConsole
 {
 protected:
     void SetUp() override
     {
+        ASSERT_TRUE(qEnvironmentVariableIsSet("VELSQL_PICTURES")) << "scripts/take-pictures.sh says where to";
         if (qEnvironmentVariable("VELSQL_PALETTE") == u"dark"_s) UseDarkPalette();
         StartBoth();
         m_Main->resize(1200, 800);
@@ -25,15 +41,12 @@ protected:
     }
 
     /// A picture of the widget, with its frame when it is a child window.
-    void Look(QWidget& window, const QString& name)
+    void Take(QWidget& window, const QString& name)
     {
         QTest::qWait(700); // two refreshes
-        EXPECT_EQ(FaultsOf(window), QStringList()) << qPrintable(name);
-        const QString folder = qEnvironmentVariable("VELSQL_PICTURES");
-        if (folder.isEmpty()) return;
         auto* frame = qobject_cast<QMdiSubWindow*>(window.parentWidget());
         QWidget& whole = frame ? *frame : window;
-        EXPECT_TRUE(whole.grab().save(QDir(folder).filePath(name + u".png"_s)));
+        EXPECT_TRUE(whole.grab().save(QDir(qEnvironmentVariable("VELSQL_PICTURES")).filePath(name + u".png"_s)));
     }
 };
 
@@ -41,14 +54,14 @@ TEST_F(Pictures, ItemWindowsAndMainWindow)
 {
     ChildWindow& picture = Show(PLC1 + u"\\Picture"_s);
     Press(picture, "cmdGet");
-    Look(picture, u"item-picture"_s);
+    Take(picture, u"item-picture"_s);
     picture.close();
     ChildWindow& window = Show(D100);
     Press(window, "cmdGet");
     Type(window, "txtValue", u"42"_s);
     Press(window, "cmdPut");
-    Look(window, u"item-window"_s);
-    Look(*m_Main, u"main-window"_s);
+    Take(window, u"item-window"_s);
+    Take(*m_Main, u"main-window"_s);
 }
 
 TEST_F(Pictures, ControllerWindow)
@@ -62,7 +75,7 @@ TEST_F(Pictures, ControllerWindow)
     Type(window, "txtExecPara", u"Good morning"_s);
     Press(window, "cmdExecute");
     QTest::qWait(1500);
-    Look(window, u"controller-window"_s);
+    Take(window, u"controller-window"_s);
 }
 
 TEST_F(Pictures, EngineWindow)
@@ -70,14 +83,14 @@ TEST_F(Pictures, EngineWindow)
     ChildWindow& window = Show(u"VelSQLEngine");
     Type(window, "txtCommand", u"references"_s);
     Press(window, "cmdExecute");
-    Look(window, u"engine-window"_s);
+    Take(window, u"engine-window"_s);
 }
 
 TEST_F(Pictures, HistoryWindow)
 {
     modMain::Engine->Start();
     QTest::qWait(2500);
-    Look(Query(u"SELECT item_name, COUNT(*) AS records, MIN(item_value), MAX(item_value), MAX(item_time)\n"
+    Take(Query(u"SELECT item_name, COUNT(*) AS records, MIN(item_value), MAX(item_value), MAX(item_time)\n"
                u"FROM velsql_history GROUP BY item_name"_s),
          u"history-window"_s);
 }
@@ -89,9 +102,9 @@ TEST_F(Pictures, AddItemDialog)
                              Type(dialog, "txtItemName", u"Level, smoothed"_s);
                              Type(dialog, "txtDesc", u"Tank level without the waves"_s);
                              Type(dialog, "txtLinkItem", u"PLC1\\Level"_s);
-                             Look(dialog, u"additem-general"_s);
+                             Take(dialog, u"additem-general"_s);
                              Control<QTabWidget>(dialog, "sstbAddItem").setCurrentIndex(1);
-                             Look(dialog, u"additem-details"_s);
+                             Take(dialog, u"additem-details"_s);
                          });
 }
 
@@ -103,7 +116,7 @@ TEST_F(Pictures, PerformanceCheck)
                              Tick(dialog, "optPattern_1");
                              Type(dialog, "txtPatternCount", u"2000"_s);
                              Press(dialog, "cmdStart");
-                             Look(dialog, u"perfcheck-window"_s);
+                             Take(dialog, u"perfcheck-window"_s);
                          });
 }
 
@@ -111,7 +124,7 @@ TEST_F(Pictures, BatchWrite)
 {
     ChildWindow& window = OpenBatch("D100,3,120\nPump,11,True\nRecipe,8,Lemonade\n");
     Press(window, "cmdStart");
-    Look(window, u"batchwrite-window"_s);
+    Take(window, u"batchwrite-window"_s);
 }
 
 TEST_F(Pictures, ScriptTool)
@@ -124,7 +137,7 @@ TEST_F(Pictures, ScriptTool)
                                 u"}\n"
                                 u"Vlx.Controller(\"PLC9\").Start();\n"_s);
     EXPECT_TRUE(WaitForScript(window));
-    Look(window, u"script-window"_s);
+    Take(window, u"script-window"_s);
 }
 
 } // namespace

@@ -1,22 +1,18 @@
-#include "tests/system/Look.h"
+#include "additem/frmAddItem.h"
+#include "perfcheck/frmPerfChk.h"
+#include "tests/system/SystemConsole.h"
 
-#include <QAbstractButton>
 #include <QAbstractScrollArea>
 #include <QAbstractSpinBox>
 #include <QAccessible>
-#include <QApplication>
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMdiArea>
 #include <QMdiSubWindow>
-#include <QPalette>
-#include <QPushButton>
 #include <QTabBar>
+#include <QTabWidget>
 #include <QToolBar>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -75,8 +71,8 @@ bool IsQtsOwn(const QWidget& control)
     return control.objectName().isEmpty() || control.objectName().startsWith(u"qt_"_s);
 }
 
-} // namespace
-
+/// What an operator would find fault with when looking at a window: a text that does not fit its control, a control that sticks out of
+/// its parent, one that the keyboard does not reach, or reaches but a screen reader cannot name. One line each.
 QStringList FaultsOf(QWidget& window)
 {
     QStringList faults;
@@ -93,16 +89,27 @@ QStringList FaultsOf(QWidget& window)
     return faults;
 }
 
-void UseDarkPalette()
+TEST_F(SystemConsole, EveryWindowCanBeReadReachedByTheKeyboardAndSpoken)
 {
-    QPalette palette(QColor(45, 45, 48));
-    for (const auto& [role, color] : {std::pair(QPalette::Base, QColor(30, 30, 30)),
-                                      {QPalette::AlternateBase, QColor(45, 45, 48)},
-                                      {QPalette::Highlight, QColor(38, 110, 180)},
-                                      {QPalette::HighlightedText, Qt::white},
-                                      {QPalette::ToolTipBase, QColor(30, 30, 30)},
-                                      {QPalette::ToolTipText, Qt::white},
-                                      {QPalette::Link, QColor(90, 160, 230)}})
-        palette.setColor(role, color);
-    QApplication::setPalette(palette);
+    StartBoth();
+    m_Main->resize(1200, 800);
+    OpenEveryWindow(Node(u"VelSQLEngine"));
+    OpenBatch("D100,3,120");
+    QWidget& script = RunScript(u"print(Vlx.ControllerNames)"_s);
+    EXPECT_TRUE(WaitForScript(script));
+    QTest::qWait(700); // two refreshes
+    for (ChildWindow* form : ChildWindow::Forms())
+        EXPECT_EQ(FaultsOf(*form), QStringList()) << form->windowTitle().toStdString();
+    EXPECT_EQ(FaultsOf(*m_Main) + FaultsOf(script), QStringList());
+    InDialog<frmAddItem>([this] { ChooseInPopup(PLC1, "mnuPopupCtrl_6"); },
+                         [this](frmAddItem& dialog) {
+                             for (const int page : {0, 1}) {
+                                 Control<QTabWidget>(dialog, "sstbAddItem").setCurrentIndex(page);
+                                 EXPECT_EQ(FaultsOf(dialog), QStringList()) << page;
+                             }
+                         });
+    InDialog<frmPerfChk>([this] { Press(Show(D100), "cmdPerfchk"); },
+                         [](frmPerfChk& dialog) { EXPECT_EQ(FaultsOf(dialog), QStringList()); });
 }
+
+} // namespace
