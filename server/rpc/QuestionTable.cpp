@@ -48,7 +48,8 @@ void QuestionTable::ReceivedCall(rpc::Call::Reader call)
 void QuestionTable::ReceivedReturn(rpc::Return::Reader answer)
 {
     if (answer.isResults()) Check(answer.getResults().getCapTable());
-    else if (!answer.isException()) RefuseMessage("it sent a kind of answer that the server does not take");
+    else if (!answer.isException() && !answer.isCanceled()) // an event that its subscription's end took back
+        RefuseMessage("it sent a kind of answer that the server does not take");
 }
 
 void QuestionTable::Ask(uint32_t id, int row, qint64 bytes)
