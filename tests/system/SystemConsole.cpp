@@ -1,6 +1,5 @@
 #include "tests/system/SystemConsole.h"
 
-#include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"
 #include "core/LogPane.h"
 #include "core/modFields.h"
@@ -110,26 +109,17 @@ bool SystemConsole::WaitForCell(QObject& window, const QString& caption, const Q
     return QTest::qWaitFor([&] { return Cell(window, caption) == text; }, 20'000);
 }
 
-QString SystemConsole::Panel(int number)
+QStringList SystemConsole::Panels()
 {
-    return Control<QLabel>(*m_Main, qPrintable(u"stbrMain_%1"_s.arg(number))).text();
+    QStringList texts;
+    for (const char* panel : {"stbrMain_1", "stbrMain_2", "stbrMain_3"})
+        texts << Control<QLabel>(*m_Main, panel).text();
+    return texts;
 }
 
 QString SystemConsole::Ask(const QString& command)
 {
     return ToPlainText(modMain::Engine->Execute(command));
-}
-
-bool SystemConsole::WaitUntilItAnswers()
-{
-    const auto answers = [] {
-        try {
-            return !Ask(u"references"_s).isEmpty();
-        } catch (const DescribedError&) {
-            return false;
-        }
-    };
-    return QTest::qWaitFor(answers, 20'000);
 }
 
 bool SystemConsole::WaitUntilNothingIsHeld()

@@ -84,14 +84,13 @@ protected:
 
     QString Cell(QObject& window, const QString& caption);
     bool WaitForCell(QObject& window, const QString& caption, const QString& text);
-    QString Panel(int number);
+    /// The panels of the status line.
+    QStringList Panels();
     /// What the log tells about a call that succeeds.
     static QStringList Called(const QString& operation) { return {u"Calling %1..."_s.arg(operation), u"Succeeded."_s}; }
 
     /// What the server answers to a command that this console sends.
     static QString Ask(const QString& command);
-    /// After a server was started again or goes on.
-    static bool WaitUntilItAnswers();
     /// Whether the server comes to hold nothing for anybody.
     bool WaitUntilNothingIsHeld();
     /// An item of PLC1 behind the console's back.

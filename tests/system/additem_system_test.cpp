@@ -38,7 +38,7 @@ TEST_F(AddItemSystem, AnAddedItemStandsLastIsShownAndRemovedAgainWithoutATrace)
         EXPECT_EQ(TakeLog(), Called(u"Controller:AddItem"_s));
         EXPECT_EQ(Names(), before + QStringList{u"New"_s});
         EXPECT_EQ(m_Main->m_CurrentNode, Node(key));
-        EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"New"_s, u"0"_s}));
+        EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"New"_s, u"0"_s}));
         EXPECT_EQ(Cell(Show(key), u"Name"_s), u"New");
 
         m_Main->RefreshTlbar();

@@ -43,7 +43,7 @@ TEST_F(BatchSystem, OtherWindowsLiveOnAndStopIsHeard)
     watch.start(50);
     Press(batch, "cmdStart");
     EXPECT_TRUE(newestIsSeen);
-    EXPECT_EQ(Panel(1), u"Ready."_s);
+    EXPECT_EQ(Panels()[0], u"Ready."_s);
     EXPECT_EQ(ChildWindow::Forms().size(), 2);
     const QStringList log = TakeLog();
     EXPECT_LT(log.size(), 400'000) << "stopped before its end";

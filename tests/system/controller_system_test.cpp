@@ -50,12 +50,14 @@ TEST_F(ControllerSystem, EventsArriveInOrderBetweenCallsAndNoneAfterHide)
     EXPECT_TRUE(WaitForLines(expected));
 
     Press(*m_Form, "cmdClear");
-    Execute(u"fire state 1 5000"_s);
-    Press(*m_Form, "cmdHide");
-    QTest::qWait(300);
-    EXPECT_EQ(Lines(), QStringList());
-    EXPECT_TRUE(Ask(u"references"_s).contains(u"subscriptions 0"_s));
-    EXPECT_EQ(&Show(PLC1), m_Form);
+    for (int times = 0; times < 10; ++times) { // what is under way both ways differs
+        Execute(u"fire state 1 5000"_s);
+        Press(*m_Form, "cmdHide");
+        QTest::qWait(50);
+        EXPECT_EQ(Lines(), QStringList());
+        EXPECT_TRUE(Ask(u"references"_s).contains(u"subscriptions 0"_s));
+        EXPECT_EQ(&Show(PLC1), m_Form);
+    }
     Execute(u"fire state 9 2"_s);
     EXPECT_TRUE(WaitForLines({u"OnChangeState: State="_s, u"OnChangeState: State="_s}));
 }

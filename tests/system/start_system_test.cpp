@@ -17,11 +17,11 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
     const TreeNodeRef engine = Node(u"VelSQLEngine");
     for (int row = 0; row < engine->ChildCount(); ++row) roots << engine->Child(row)->Text();
     EXPECT_EQ(roots, QStringList({u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s, u"VelSQLHistory"_s}));
-    EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"Object"_s, u"Count"_s}));
+    EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"Object"_s, u"Count"_s}));
 
     ChildWindow& window = Show(D100);
     EXPECT_EQ(window.windowTitle(), u"Controller(PLC1).Item(D100)");
-    EXPECT_EQ(QStringList({Panel(1), Panel(2), Panel(3)}), QStringList({u"Ready."_s, u"D100"_s, u"0"_s}));
+    EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"D100"_s, u"0"_s}));
     EXPECT_EQ(&Show(D100), &window) << "one window per node";
     EXPECT_EQ(Cell(window, u"Value"_s), u"25 (I4)");
 
