@@ -18,7 +18,7 @@ void FramePacer::ProcessEvents()
 {
     m_LettingRun = true;
     QCoreApplication::processEvents();
-    m_LettingRun = false; // also for the loop around this one: it is back here soon
+    m_LettingRun = false; // also for an outer loop, which is back here soon
 }
 
 void FramePacer::Post(Request& request)
@@ -27,14 +27,14 @@ void FramePacer::Post(Request& request)
     QCoreApplication::postEvent(request.Object, new QEvent(request.Type));
 }
 
-/// By a timer, and not by the loop itself: a message box may stand meanwhile, and the loop wait for it.
+/// By a timer rather than by the loop, which may be waiting for a message box.
 void FramePacer::PostWaiting()
 {
     m_Requests.remove_if([](const Request& request) { return !request.Object; });
     for (Request& request : m_Requests) {
         if (!request.IsWaiting) continue;
-        if (request.SinceDone.elapsed() >= FrameMs) Post(request);
-        else m_NextFrame.start(FrameMs);
+        if (request.SinceDone.elapsed() >= PaceMs) Post(request);
+        else m_NextFrame.start(PaceMs);
     }
 }
 
@@ -42,7 +42,7 @@ bool FramePacer::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() != QEvent::UpdateRequest && event->type() != QEvent::LayoutRequest) return false;
     Request& request = Find(watched, event->type());
-    const qint64 rest = request.SinceDone.isValid() ? FrameMs - request.SinceDone.elapsed() : 0;
+    const qint64 rest = request.SinceDone.isValid() ? PaceMs - request.SinceDone.elapsed() : 0;
     request.IsWaiting = m_LettingRun && rest > 0;
     if (!request.IsWaiting) request.SinceDone.start();
     else if (!m_NextFrame.isActive()) m_NextFrame.start(static_cast<int>(rest));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Platform.h"
+
 #include <QElapsedTimer>
 #include <QEvent>
 #include <QObject>
@@ -8,14 +10,14 @@
 
 #include <list>
 
-/// Lets the events of a loop run that changes what is shown many times a frame: meanwhile every window is laid out and painted at most
-/// once a frame of the screen. What the loop paints itself, between two such times, is left alone.
+/// Lets events run for a loop that changes what is shown many times a frame: while it does, every window is laid out and painted at
+/// most once a frame. What the loop paints itself in between is left alone.
 class FramePacer : public QObject
 {
 public:
-    /// A little more than the pace of a loop that announces its calls (modMain::Announce paints everything that waits): a fast loop
+    /// A little more than the frame of a loop that announces its calls (modMain::Announce paints everything that waits): a fast loop
     /// pays for one painting a frame, not for two.
-    static constexpr int FrameMs = 20;
+    static constexpr int PaceMs = FrameMs + 4;
 
     FramePacer();
     /// What still waits is done soon.
@@ -27,7 +29,7 @@ public:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    /// That a widget is to be laid out, or a window to be painted. It is asked once and taken for standing until it is done.
+    /// A widget to be laid out or a window to be painted; posted once, and pending until it is done.
     struct Request
     {
         QPointer<QObject> Object;

@@ -151,7 +151,7 @@ void ResultModel::ForgetCells()
     });
 }
 
-/// Once for each result: a result that cannot be read is asked for with every picture of it.
+/// Once for each result: one that cannot be read is asked for again with every repaint.
 void ResultModel::NoteFailure(const QString& description)
 {
     if (std::exchange(m_FailureSaid, true)) return;

@@ -11,7 +11,7 @@ public:
     /// What a grid can take: its height is counted in 32 bits.
     static constexpr qint64 MostRows = 40'000'000;
 
-    /// None at all reads like a result without columns. Asks for columns, progress and the first page, and throws what that throws.
+    /// No result reads like one without columns. Asks for columns, progress and the first page, and throws what that throws.
     explicit ResultReader(ResultSetRef result = nullptr);
 
     const QStringList& Columns() const { return m_Columns; }
@@ -23,7 +23,7 @@ public:
 
     /// Throws ServerError when the page that holds `row` cannot be had. Valid until the next call.
     const ResultPage& PageOf(qint64 row);
-    /// Throws ServerError, or ValueError for what is no value.
+    /// Throws ServerError, or ValueError for what is not a value.
     Variant Cell(qint64 row, int column);
     qsizetype KeptBytes() const;
 

@@ -8,5 +8,5 @@
 void WritePictureFile(const QList<quint8>& bytes);
 
 /// The picture that the bytes hold, in any format that Qt reads, reduced to a size that a thumbnail can use. Throws DescribedError for
-/// bytes that are no picture, that end too early, or that claim a size beyond all reason: memory stays bounded.
+/// bytes that are not a picture, that end too early, or that claim a size beyond all reason: memory stays bounded.
 QImage ReadPicture(const QList<quint8>& bytes);

@@ -9,7 +9,7 @@ constexpr int PointsPerPointShown = 4;
 
 QImage ScaledTo(const QImage& picture, QSize size)
 {
-    // Enlarged points stay sharp, so that what a small picture holds can be told.
+    // Enlarged points stay sharp, so that the details of a small picture can be told apart.
     if (size.width() >= picture.width()) return picture.scaled(size);
     const QSize coarse = size * PointsPerPointShown;
     const bool large = picture.width() > coarse.width() && picture.height() > coarse.height();
