@@ -114,13 +114,11 @@ TEST_F(HistoryTest, EveryFailureKeepsThePreviousResult)
 
 TEST_F(HistoryTest, AStatementWithoutRowsEmptiesTheGrid)
 {
-    const std::tuple<QStringList, QString, QString> rows[] = {{{}, {}, {}}, {{u"a"_s}, u"a"_s, u"0 rows"_s}};
     m_Script.Progress = {0, true, {}};
-    for (const auto& [columns, header, text] : rows) {
+    for (const QStringList& columns : {QStringList(), QStringList{u"a"_s}}) {
         m_Script.Columns = columns;
         EXPECT_EQ(Execute(), SuccessLog);
-        EXPECT_EQ(Row(-1), header);
-        EXPECT_EQ(RowsText(), text);
+        EXPECT_EQ(Row(-1) + RowsText(), columns.isEmpty() ? QString() : u"a0 rows"_s);
     }
     Press("cmdExecute"); // the server answers without a result
     EXPECT_EQ(TakeLog(), SuccessLog);

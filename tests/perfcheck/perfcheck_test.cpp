@@ -33,12 +33,9 @@ protected:
     /// The names of all controls that the operator can use now.
     QString Enabled()
     {
-        QStringList names =
-            u"optPattern_0 txtHour lblTimeDelimiter txtMinute optPattern_1 txtPatternCount udPatternCount "
-            "optPattern_2 optReadWrite_0 optReadWrite_1 optReadWrite_2 lblValue cmbValueType txtValue "
-            "chkDataCheck chkIgnore chkOutput cmdStart cmdStop cmdClear cmdExit"_s.split(u' ');
-        names.removeIf([this](const QString& name) { return !Control<QWidget>(name).isEnabled(); });
-        return names.join(u' ');
+        return EnabledOf(u"optPattern_0 txtHour lblTimeDelimiter txtMinute optPattern_1 txtPatternCount udPatternCount "
+                         "optPattern_2 optReadWrite_0 optReadWrite_1 optReadWrite_2 lblValue cmbValueType txtValue "
+                         "chkDataCheck chkIgnore chkOutput cmdStart cmdStop cmdClear cmdExit"_s);
     }
     void ChooseSeven(int mode, int count)
     {
