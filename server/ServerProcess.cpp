@@ -45,21 +45,26 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_Tasks(*this)
 {
     m_Objects.Open(m_Services);
-    ServerPlace::Announce(options.SocketPath, GivesWay());
-    if (!options.PlantPath.isEmpty()) m_AddedItems.Keep(options.PlantPath);
-    if (options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(options.SocketPath));
+}
+
+ServerProcess::~ServerProcess() = default;
+
+void ServerProcess::Start()
+{
+    ServerPlace::Announce(m_Options.SocketPath, GivesWay());
+    if (!m_Options.PlantPath.isEmpty()) m_AddedItems.Keep(m_Options.PlantPath);
+    if (m_Options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     m_Plant.Begin();
-    m_Scanner = kj::heap<PlantScanner>(m_Plant, io.provider->getTimer());
-    m_Clients = kj::heap<ClientHost>(io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
+    m_Scanner = kj::heap<PlantScanner>(m_Plant, m_Io.provider->getTimer());
+    m_Clients = kj::heap<ClientHost>(m_Io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
         return kj::heap<LibraryServer>(m_Services, std::move(callsUnderWay));
     });
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
 
-ServerProcess::~ServerProcess() = default;
-
 void ServerProcess::Run()
 {
+    Start();
     WatchSignals();
     WatchIdleness();
     TellReady();
@@ -73,7 +78,7 @@ void ServerProcess::Run()
 void ServerProcess::Close()
 {
     if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
-    Disconnect(); // before the history takes its time: nobody is to wait at a server that has ended
+    Disconnect(); // first, so that no client waits at a server that only finishes its history
     // What clients were waiting for is given up in the next turns of the loop.
     m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
 }

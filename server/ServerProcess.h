@@ -14,17 +14,18 @@ struct ServerOptions
 {
     QString SocketPath;
     QString PlantPath;        ///< empty: the built-in plant
-    bool HasOwnPlant = false; ///< it was named, and is not just the user's
+    bool HasOwnPlant = false; ///< it was named, and is not the user's default
     int ReadyDescriptor = -1;
     std::optional<int> StopWhenIdle; ///< seconds
     bool IsService = false;
 };
 
-/// The server from its start to its end: puts plant, history and wire together and runs the one event loop.
+/// The server: plant, history and wire put together, and the one event loop that runs them.
 class ServerProcess : private PlantHost, private kj::TaskSet::ErrorHandler
 {
 public:
-    /// Throws DescribedError when the server cannot start, PlantFileError for mistakes in the plant file.
+    /// Reads the plant and takes the socket; nothing runs yet. Throws DescribedError when the server cannot start,
+    /// PlantFileError for mistakes in the plant file.
     ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options);
     ~ServerProcess();
 
@@ -38,6 +39,7 @@ private:
     void Warn(const QString& text) override;
     void taskFailed(kj::Exception&& exception) override;
 
+    void Start();
     void TellReady() const;
     /// To a service that starts.
     bool GivesWay() const;

@@ -2,8 +2,8 @@
 
 #include "server/definition/DefinedItems.h"
 
-/// A file of added items, TOML that people can read and edit: [[item]] for each that is in its plant, [[aside]] for each
-/// that did not fit when the plant was last read, with what was wrong. Private to the user.
+/// A file of added items, TOML that people can read and edit: [[item]] for each that is in its plant, [[aside]] for
+/// each that did not fit when the plant was last read, with what was wrong. Private to the user.
 class AddedItemsFile
 {
 public:

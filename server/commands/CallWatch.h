@@ -15,14 +15,15 @@ public:
 
     explicit CallWatch(kj::Timer& timer);
 
-    /// `operation` is "<object>.<operation>", as "Item(PLC1\D100).get_Value"; an object without parentheses means all of
-    /// its kind. Throws DescribedError when there is no such operation.
+    /// `operation` is "<object>.<operation>", as "Item(PLC1\D100).get_Value"; an object without parentheses means all
+    /// of its kind. Throws DescribedError when there is no such operation.
     void MakeFail(const QString& operation, const QString& description);
     void MakeSlow(const QString& operation, qint32 milliseconds);
     void Restore(const QString& operation);
     void RestoreAll();
 
-    /// The calls since the last report, one a line, with the type codes of their arguments; from now on calls are noted.
+    /// The calls since the last report, one a line, with the type codes of their arguments; from now on calls are
+    /// noted.
     QString ReportCalls();
 
     kj::Promise<void> Pass(const CalledObject& object, capnp::InterfaceSchema::Method method, Context context) override;

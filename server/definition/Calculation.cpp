@@ -117,8 +117,8 @@ Variant Shift(Operator operation, const Variant& value, const Variant& operand)
     return static_cast<qint32>(static_cast<quint32>(bits) << places);
 }
 
-/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is not
-/// a number.
+/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is
+/// not a number.
 std::partial_ordering Order(const Variant& value, const Variant& operand)
 {
     const QString* a = value.GetIf<QString>();

@@ -5,9 +5,9 @@
 
 class PlantController;
 
-/// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, logical operators
-/// BOOL for two booleans and else I4. Throws ValueError, also for a division by zero. `operand` is ignored when none is
-/// needed.
+/// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, logical
+/// operators BOOL for two booleans and else I4. Throws ValueError, also for a division by zero. `operand` is ignored
+/// when none is needed.
 Variant Calculate(Operator operation, const Variant& value, const Variant& operand);
 
 /// One of an item's two calculations.

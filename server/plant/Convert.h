@@ -6,8 +6,8 @@
 
 #include <optional>
 
-/// What an error message shows of a value: plain text, in quotes when it is a text and cut when long; a type name when it
-/// has no text.
+/// What an error message shows of a value: plain text, in quotes when it is a text and cut when long; a type name when
+/// it has no text.
 QString Quoted(const Variant& value);
 
 /// `value` as a value of `type`. Numbers are rounded half to even and must be in range, texts are read as the converter

@@ -15,8 +15,8 @@ public:
     Signal& operator=(const Signal&) = delete;
     virtual ~Signal();
 
-    /// The value at a scan, `seconds` after the server began; `type` is the item's, without the array bit for the signal of
-    /// an element.
+    /// The value at a scan, `seconds` after the server began; `type` is the item's, without the array bit for the
+    /// signal of an element.
     virtual Variant Next(double seconds, VarType type) = 0;
 };
 
@@ -115,8 +115,8 @@ struct ReplayedValue
 class ReplaySignal : public Signal
 {
 public:
-    /// `values` are not empty, in the order of their times. A signal that does not repeat stays at its last value, one that
-    /// does shows it for as long as the one before.
+    /// `values` are not empty, in the order of their times. A signal that does not repeat stays at its last value, one
+    /// that does shows it for as long as the one before.
     ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
     Variant Next(double seconds, VarType type) override;
 

@@ -4,8 +4,8 @@
 
 #include <QHash>
 
-/// How large values are when they are sent or written down. A block that stands in several places counts in each of them,
-/// but is measured once.
+/// How large values are when they are sent or written down. A block that stands in several places counts in each of
+/// them, but is measured once.
 class ValueSize
 {
 public:

@@ -7,6 +7,6 @@
 /// Adds the item that a table of the plant file describes, unless its name makes that impossible.
 void ReadItem(FileTable table, PlantController& controller, const QString& folder);
 
-/// Notes links of a controller's items that lead nowhere, in a circle or too far; once all items are there. Circles that
-/// `check` has found before are not noted again.
+/// Notes links of a controller's items that lead nowhere, in a circle or too far; once all items are there. Circles
+/// that `check` has found before are not noted again.
 void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkCheck& check);

@@ -18,18 +18,6 @@ added_items = "sorted"
 
 const QString s_Description = u"say \"ä\\\"\n\U0001F600\u0001"_s;
 
-/// What the console's dialog sends for an item that is linked to another one.
-Variant DefinitionOf(const QString& name, const QString& link)
-{
-    QList<Variant> elements(41, Variant(QString()));
-    for (const int flag : {1, 9, 12, 13, 14, 16, 19, 22, 24, 26, 29, 31, 33, 34, 35}) elements[flag] = false;
-    for (const int choice : {4, 7, 11, 15, 27, 30, 32, 36, 37, 38}) elements[choice] = qint16{0};
-    elements[0] = name;
-    elements[6] = s_Description;
-    elements[8] = link;
-    return SafeArray(std::move(elements));
-}
-
 /// A client that adds and removes items.
 class Operator : public TestClient
 {
@@ -38,8 +26,12 @@ public:
 
     void Add(const QString& controller, const QString& name, const QString& link = {})
     {
+        auto definition = UntouchedDefinition();
+        definition[0] = name;
+        definition[6] = s_Description;
+        definition[8] = link;
         auto request = Controller(controller).addItemRequest();
-        Set(request.initDefinition(), DefinitionOf(name, link));
+        Set(request.initDefinition(), SafeArray(definition));
         Wait(request.send());
     }
     void Remove(const QString& controller, const QString& name)
@@ -48,13 +40,8 @@ public:
         request.setName(WireBytes(name));
         Wait(request.send());
     }
-    QString Names(const QString& controller)
-    {
-        const auto names = Wait(Controller(controller).getItemNamesRequest().send());
-        return QStringList(Read(names.getResult()).Array().Of<QString>()).join(u' ');
-    }
     /// Of all controllers of `s_Plant`.
-    QString Names() { return Names(u"A"_s) + u" | "_s + Names(u"B"_s); }
+    QString Names() { return ItemNames(u"A"_s).join(u' ') + u" | "_s + ItemNames(u"B"_s).join(u' '); }
 };
 
 /// A plant file, and servers that follow each other on it.
@@ -71,10 +58,7 @@ protected:
         m_Server.Kill();
         return answer;
     }
-    QString NamesAtNext()
-    {
-        return At([](Operator& client) { return client.Names(); });
-    }
+    QString NamesAtNext() { return At(&Operator::Names); }
 
     RealServer m_Server;
     QTemporaryDir m_Folder;
@@ -132,8 +116,7 @@ TEST_F(AddedItemsTest, StandInThePlantsTextAndAreReadFromIt)
         EXPECT_TRUE(plant == oneLine || text.contains(u"]\n\n# the other one\n[[controller]]\n")) << text.toStdString();
         QFile::remove(AddedItemsFile::PathFor(m_Path));
         WriteFile(m_Path, text.toUtf8());
-        const QString names = plant == s_Plant ? u"x first | second"_s : u"first | x second"_s;
-        EXPECT_EQ(NamesAtNext(), names);
+        EXPECT_EQ(NamesAtNext(), plant == s_Plant ? u"x first | second"_s : u"first | x second"_s);
         EXPECT_EQ(EndOfServer({u"--check"_s, u"--plant"_s, m_Path})[0], u"0");
     }
     WriteFile(m_Path, "[[controller]]\nname = \"A\"\n[[controller.item]]\ndefinition = [1]\n");
@@ -151,14 +134,14 @@ TEST_F(AddedItemsTest, ComeAlongWhenAServiceTakesThePlaceOfAServerThatIsNone)
         service.start(RealServer::Program(), asService);
         EXPECT_TRUE(m_Server.Process().waitForFinished(5'000));
         EXPECT_EQ(m_Server.Process().exitCode(), 0);
-        const auto names = [&] { return Operator(m_Server.SocketPath()).Names(u"Archive"_s); };
-        EXPECT_TRUE(WaitUntil([&] { return OutcomeOf([&] { return QString(names()); }) == u"note"; }));
+        const auto names = [&] { return TestClient(m_Server.SocketPath()).ItemNames(u"Archive"_s).join(u' '); };
+        EXPECT_TRUE(WaitUntil([&] { return OutcomeOf(names) == u"note"; }));
         EXPECT_EQ(EndOfServer(asService)[0], u"1") << "another service";
         service.terminate();
         service.waitForFinished();
     }
     m_Server.Start();
-    EXPECT_EQ(Operator(m_Server.SocketPath()).Names(u"Archive"_s), QString()) << "the demo plant forgets";
+    EXPECT_EQ(TestClient(m_Server.SocketPath()).ItemNames(u"Archive"_s), QStringList()) << "the demo plant forgets";
     m_Server.Kill();
     m_Server.Start({u"--plant"_s, m_Path});
     EXPECT_EQ(EndOfServer(asService),

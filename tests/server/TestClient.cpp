@@ -83,6 +83,11 @@ Variant TestClient::Value(const QString& item, const QString& controller)
     return Read(Wait(Item(item, controller).getValueRequest().send()).getResult());
 }
 
+QStringList TestClient::ItemNames(const QString& controller)
+{
+    return Read(Wait(Controller(controller).getItemNamesRequest().send()).getResult()).Array().Of<QString>();
+}
+
 capnp::RemotePromise<wire::Engine::ExecuteResults> TestClient::Start(const QString& command)
 {
     auto request = m_Engine.executeRequest();

@@ -49,6 +49,7 @@ public:
     wire::Controller::Client Controller(const QString& name = u"PLC1"_s);
     wire::Item::Client Item(const QString& item, const QString& controller = u"PLC1"_s);
     Variant Value(const QString& item, const QString& controller = u"PLC1"_s);
+    QStringList ItemNames(const QString& controller = u"PLC1"_s);
     Variant Execute(const QString& command) { return Read(Wait(Start(command)).getResult()); }
     /// A command of the engine or a statement whose answer nobody waits for yet.
     capnp::RemotePromise<wire::Engine::ExecuteResults> Start(const QString& command);

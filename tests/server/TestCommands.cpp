@@ -35,25 +35,20 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     EXPECT_EQ(value(), u"this one");
     client.Execute(u"restore"_s);
     EXPECT_EQ(value(), u"3,25");
-    EXPECT_EQ(OutcomeOf([&] { return client.Execute(u"terminate"_s); }), u"0") << "before the server ends";
-    EXPECT_TRUE(WaitUntil([&] { return server.HasEnded(); }));
-    EXPECT_EQ(server.Process().exitCode(), 0);
-}
 
-TEST(Commands, ListItemsWronglyAndRightlyAgain)
-{
-    ServerRun server;
-    TestClient client(server.SocketPath());
     const auto names = [&](const QString& how) {
         client.Execute(u"list PLC1 "_s + how);
-        return client.Read(Wait(client.Controller().getItemNamesRequest().send()).getResult()).Array().Of<QString>();
+        return client.ItemNames();
     };
-    const auto right = names(u"right"_s);
+    const QStringList right = names(u"right"_s);
     ASSERT_GT(right.size(), 2);
     EXPECT_EQ(names(u"missing"_s), right.mid(0, right.size() - 1));
     EXPECT_EQ(names(u"renamed"_s).last(), right.last() + u" renamed"_s);
     EXPECT_EQ(names(u"reordered"_s), QStringList(right.rbegin(), right.rend()));
     EXPECT_EQ(names(u"right"_s), right);
+    EXPECT_EQ(OutcomeOf([&] { return client.Execute(u"terminate"_s); }), u"0") << "before the server ends";
+    EXPECT_TRUE(WaitUntil([&] { return server.HasEnded(); }));
+    EXPECT_EQ(server.Process().exitCode(), 0);
 }
 
 TEST(Commands, TellAndEndWhatRunsWhoeverBeganIt)

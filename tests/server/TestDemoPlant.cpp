@@ -7,24 +7,18 @@ TEST(DemoPlant, HasEveryTypeAndATankWhoseSignalsMove)
 {
     ServerRun server;
     TestClient client(server.SocketPath());
-    const auto namesIn = [&](auto&& request) {
-        return client.Read(Wait(request.send()).getResult()).Array().template Of<QString>();
-    };
-    const QList<QString> controllers = namesIn(client.Engine().getControllerNamesRequest());
-    EXPECT_EQ(controllers, QList<QString>({u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s}));
     QSet<VarType> types;
     QStringList failures;
-    for (const QString& name : controllers) {
-        for (const QString& item : namesIn(client.Controller(name).getItemNamesRequest())) {
+    for (const QString& name : {u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s}) {
+        for (const QString& item : client.ItemNames(name)) {
             const QString outcome = OutcomeOf([&] { types << client.Value(item, name).Type(); });
             if (outcome != u"done") failures << outcome;
         }
     }
     EXPECT_EQ(failures, QStringList(u"Item \"Reset\" of controller \"PLC1\": it is write only and cannot be read."_s));
-    QSet<VarType> missing = {VT_EMPTY, VT_NULL, VT_BOOL, VT_UI1, VT_I2,  VT_I4,  VT_R4,      VT_R8,
-                             VT_CY,    VT_DATE, VT_BSTR, VT_I1,  VT_UI2, VT_UI4, VT_DISPATCH};
-    for (const VarType type : {VT_BOOL, VT_UI1, VT_I2, VT_I4, VT_R4, VT_R8, VT_CY, VT_DATE, VT_BSTR, VT_VARIANT})
-        missing << ArrayOf(type);
+    QSet<VarType> missing = {VT_EMPTY, VT_NULL, VT_I1, VT_UI2, VT_UI4, VT_DISPATCH, ArrayOf(VT_VARIANT)};
+    for (const VarType type : {VT_BOOL, VT_UI1, VT_I2, VT_I4, VT_R4, VT_R8, VT_CY, VT_DATE, VT_BSTR})
+        missing << type << ArrayOf(type);
     EXPECT_EQ(missing.subtract(types), QSet<VarType>());
 
     const auto value = [&](const QString& item) { return client.Value(item); };
