@@ -16,33 +16,33 @@ ItemRef ControllerProxy::get_Item(const Variant& name)
 
 void ControllerProxy::Start()
 {
-    Do(&WireClient::startRequest);
+    Call(&WireClient::startRequest);
 }
 
 void ControllerProxy::Stop()
 {
-    Do(&WireClient::stopRequest);
+    Call(&WireClient::stopRequest);
 }
 
 void ControllerProxy::Snapshot()
 {
-    Do(&WireClient::snapshotRequest);
+    Call(&WireClient::snapshotRequest);
 }
 
 void ControllerProxy::AddItem(const Variant& definition)
 {
-    Do(&WireClient::addItemRequest,
-       [&](auto& request) { WriteValue(definition, request.initDefinition(), Objects()); });
+    Call(&WireClient::addItemRequest,
+         [&](auto& request) { WriteValue(definition, request.initDefinition(), Objects()); });
 }
 
 void ControllerProxy::RemoveItem(const QString& name)
 {
-    Do(&WireClient::removeItemRequest, [&](auto& request) { request.setName(WireBytes(name)); });
+    Call(&WireClient::removeItemRequest, [&](auto& request) { request.setName(WireBytes(name)); });
 }
 
 Variant ControllerProxy::Execute(const QString& command, const Variant& parameter)
 {
-    return GetValue(&WireClient::executeRequest, [&](auto& request) {
+    return Call(&WireClient::executeRequest, [&](auto& request) {
         request.setCommand(WireBytes(command));
         WriteValue(parameter, request.initParameter(), Objects());
     });
@@ -50,53 +50,53 @@ Variant ControllerProxy::Execute(const QString& command, const Variant& paramete
 
 qint32 ControllerProxy::get_Count()
 {
-    return GetNumber(&WireClient::getCountRequest);
+    return Call(&WireClient::getCountRequest);
 }
 
 qint32 ControllerProxy::get_Index()
 {
-    return GetNumber(&WireClient::getIndexRequest);
+    return Call(&WireClient::getIndexRequest);
 }
 
 Variant ControllerProxy::get_ItemNames()
 {
-    return GetValue(&WireClient::getItemNamesRequest);
+    return Call(&WireClient::getItemNamesRequest);
 }
 
 qint32 ControllerProxy::get_ScanTimes(qint32 index)
 {
-    return GetNumber(&WireClient::getScanTimesRequest, [&](auto& request) { request.setIndex(index); });
+    return Call(&WireClient::getScanTimesRequest, [&](auto& request) { request.setIndex(index); });
 }
 
 qint32 ControllerProxy::get_State()
 {
-    return GetNumber(&WireClient::getStateRequest);
+    return Call(&WireClient::getStateRequest);
 }
 
 Variant ControllerProxy::get_Tag()
 {
-    return GetValue(&WireClient::getTagRequest);
+    return Call(&WireClient::getTagRequest);
 }
 
 void ControllerProxy::put_Tag(const Variant& value)
 {
-    Do(&WireClient::putTagRequest, [&](auto& request) { WriteValue(value, request.initValue(), Objects()); });
+    Call(&WireClient::putTagRequest, [&](auto& request) { WriteValue(value, request.initValue(), Objects()); });
 }
 
 QString ControllerProxy::get_Description()
 {
-    return GetText(&WireClient::getDescriptionRequest);
+    return Call(&WireClient::getDescriptionRequest);
 }
 
 QString ControllerProxy::get_Name()
 {
-    return GetText(&WireClient::getNameRequest);
+    return Call(&WireClient::getNameRequest);
 }
 
 Variant ControllerProxy::get_SettingData(const Variant& index)
 {
-    return GetValue(&WireClient::getSettingDataRequest,
-                    [&](auto& request) { WriteValue(index, request.initIndex(), Objects()); });
+    return Call(&WireClient::getSettingDataRequest,
+                [&](auto& request) { WriteValue(index, request.initIndex(), Objects()); });
 }
 
 EventSubscriptionRef ControllerProxy::Subscribe(ControllerEvents& events)

@@ -16,22 +16,22 @@ ControllerRef EngineProxy::get_Controller(const Variant& name)
 
 void EngineProxy::Start()
 {
-    Do(&WireClient::startRequest);
+    Call(&WireClient::startRequest);
 }
 
 void EngineProxy::Stop()
 {
-    Do(&WireClient::stopRequest);
+    Call(&WireClient::stopRequest);
 }
 
 void EngineProxy::Snapshot()
 {
-    Do(&WireClient::snapshotRequest);
+    Call(&WireClient::snapshotRequest);
 }
 
 Variant EngineProxy::Execute(const QString& command)
 {
-    return GetValue(&WireClient::executeRequest, [&](auto& request) { request.setCommand(WireBytes(command)); });
+    return Call(&WireClient::executeRequest, [&](auto& request) { request.setCommand(WireBytes(command)); });
 }
 
 HistoryRef EngineProxy::get_History()
@@ -43,5 +43,5 @@ HistoryRef EngineProxy::get_History()
 
 Variant EngineProxy::get_ControllerNames()
 {
-    return GetValue(&WireClient::getControllerNamesRequest);
+    return Call(&WireClient::getControllerNamesRequest);
 }

@@ -11,20 +11,20 @@ ResultSetRef HistoryProxy::Execute(const QString& statement)
 
 QString HistoryProxy::get_ConnectionString(qint32 index)
 {
-    return GetText(&WireClient::getConnectionStringRequest, [&](auto& request) { request.setIndex(index); });
+    return Call(&WireClient::getConnectionStringRequest, [&](auto& request) { request.setIndex(index); });
 }
 
 bool HistoryProxy::get_Enabled()
 {
-    return GetNumber(&WireClient::getEnabledRequest);
+    return Call(&WireClient::getEnabledRequest);
 }
 
 qint32 HistoryProxy::get_MaxRecord(qint32 index)
 {
-    return GetNumber(&WireClient::getMaxRecordRequest, [&](auto& request) { request.setIndex(index); });
+    return Call(&WireClient::getMaxRecordRequest, [&](auto& request) { request.setIndex(index); });
 }
 
 QString HistoryProxy::get_TableName(qint32 index)
 {
-    return GetText(&WireClient::getTableNameRequest, [&](auto& request) { request.setIndex(index); });
+    return Call(&WireClient::getTableNameRequest, [&](auto& request) { request.setIndex(index); });
 }

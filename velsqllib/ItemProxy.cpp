@@ -2,72 +2,72 @@
 
 Variant ItemProxy::get_Value()
 {
-    return GetValue(&WireClient::getValueRequest);
+    return Call(&WireClient::getValueRequest);
 }
 
 void ItemProxy::put_Value(const Variant& value)
 {
-    Do(&WireClient::putValueRequest, Value(value));
+    Call(&WireClient::putValueRequest, Value(value));
 }
 
 void ItemProxy::Snapshot()
 {
-    Do(&WireClient::snapshotRequest);
+    Call(&WireClient::snapshotRequest);
 }
 
 bool ItemProxy::get_Activation()
 {
-    return GetNumber(&WireClient::getActivationRequest);
+    return Call(&WireClient::getActivationRequest);
 }
 
 void ItemProxy::put_Activation(bool active)
 {
-    Do(&WireClient::putActivationRequest, [&](auto& request) { request.setValue(active); });
+    Call(&WireClient::putActivationRequest, [&](auto& request) { request.setValue(active); });
 }
 
 Variant ItemProxy::get_DateTime()
 {
-    return GetValue(&WireClient::getDateTimeRequest);
+    return Call(&WireClient::getDateTimeRequest);
 }
 
 qint32 ItemProxy::get_Index()
 {
-    return GetNumber(&WireClient::getIndexRequest);
+    return Call(&WireClient::getIndexRequest);
 }
 
 bool ItemProxy::get_LinkActivation()
 {
-    return GetNumber(&WireClient::getLinkActivationRequest);
+    return Call(&WireClient::getLinkActivationRequest);
 }
 
 void ItemProxy::put_LinkActivation(bool active)
 {
-    Do(&WireClient::putLinkActivationRequest, [&](auto& request) { request.setValue(active); });
+    Call(&WireClient::putLinkActivationRequest, [&](auto& request) { request.setValue(active); });
 }
 
 qint32 ItemProxy::get_Microsecond()
 {
-    return GetNumber(&WireClient::getMicrosecondRequest);
+    return Call(&WireClient::getMicrosecondRequest);
 }
 
 qint32 ItemProxy::get_State()
 {
-    return GetNumber(&WireClient::getStateRequest);
+    return Call(&WireClient::getStateRequest);
 }
 
 Variant ItemProxy::get_Tag()
 {
-    return GetValue(&WireClient::getTagRequest);
+    return Call(&WireClient::getTagRequest);
 }
 
 void ItemProxy::put_Tag(const Variant& value)
 {
-    Do(&WireClient::putTagRequest, Value(value));
+    Call(&WireClient::putTagRequest, Value(value));
 }
 
 void ItemProxy::put_ValueEx(qint32 delay, const Variant& value)
 {
-    Do(&WireClient::putValueExRequest, [&](auto& request) {
+    Call(&WireClient::putValueExRequest, [&](auto& request) {
         request.setDelay(delay);
         WriteValue(value, request.initValue(), Objects());
     });
@@ -75,17 +75,17 @@ void ItemProxy::put_ValueEx(qint32 delay, const Variant& value)
 
 qint32 ItemProxy::get_Attribute()
 {
-    return GetNumber(&WireClient::getAttributeRequest);
+    return Call(&WireClient::getAttributeRequest);
 }
 
 QString ItemProxy::get_Description()
 {
-    return GetText(&WireClient::getDescriptionRequest);
+    return Call(&WireClient::getDescriptionRequest);
 }
 
 Variant ItemProxy::get_Elements(qint32 index1, qint32 index2, qint32 index3)
 {
-    return GetValue(&WireClient::getElementsRequest, [&](auto& request) {
+    return Call(&WireClient::getElementsRequest, [&](auto& request) {
         request.setIndex1(index1);
         request.setIndex2(index2);
         request.setIndex3(index3);
@@ -94,25 +94,25 @@ Variant ItemProxy::get_Elements(qint32 index1, qint32 index2, qint32 index3)
 
 Variant ItemProxy::get_ID()
 {
-    return GetValue(&WireClient::getIdRequest);
+    return Call(&WireClient::getIdRequest);
 }
 
 void ItemProxy::put_ID(const Variant& value)
 {
-    Do(&WireClient::putIdRequest, Value(value));
+    Call(&WireClient::putIdRequest, Value(value));
 }
 
 Variant ItemProxy::get_LinkItem()
 {
-    return GetValue(&WireClient::getLinkItemRequest);
+    return Call(&WireClient::getLinkItemRequest);
 }
 
 QString ItemProxy::get_Name()
 {
-    return GetText(&WireClient::getNameRequest);
+    return Call(&WireClient::getNameRequest);
 }
 
 Variant ItemProxy::get_SettingData(qint32 index)
 {
-    return GetValue(&WireClient::getSettingDataRequest, [&](auto& request) { request.setIndex(index); });
+    return Call(&WireClient::getSettingDataRequest, [&](auto& request) { request.setIndex(index); });
 }

@@ -4,6 +4,8 @@
 #include "velsqllib/Connection.h"
 #include "velsqllib/WireText.h"
 
+#include <concepts>
+
 /// How an object is reached from the engine: what is empty is not needed for its kind.
 struct ObjectWay
 {
@@ -44,12 +46,15 @@ public:
 
 protected:
     static constexpr auto NoArguments = [](auto&) {};
-    using NoArgumentsType = decltype(NoArguments);
-    static constexpr auto NoResult = [](const auto&) {};
+    /// As the operation's schema says: a value, a text, a number, a boolean, or nothing.
+    struct PlainResult
+    {
+    };
 
     /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result of the response.
-    template <typename Request, typename Fill, typename Read>
-    auto Call(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill, const Read& read)
+    template <typename Request, typename Fill = decltype(NoArguments), typename Read = PlainResult>
+    auto Call(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments,
+              const Read& read = {})
     {
         KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // looked for again by the next call
         return m_Connection->Call(
@@ -60,36 +65,26 @@ protected:
             },
             [&](auto response) {
                 m_Confirmed = true;
-                return read(response);
+                if constexpr (std::same_as<Read, PlainResult>) return ResultOf(response);
+                else return read(response);
             });
-    }
-
-    template <typename Request, typename Fill = NoArgumentsType>
-    void Do(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
-    {
-        Call(operation, fill, NoResult);
-    }
-    template <typename Request, typename Fill = NoArgumentsType>
-    Variant GetValue(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
-    {
-        return Call(operation, fill, [this](auto& response) { return ReadValue(response.getResult(), Objects()); });
-    }
-    template <typename Request, typename Fill = NoArgumentsType>
-    QString GetText(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
-    {
-        return Call(operation, fill, [](auto& response) { return FromWireText(response.getResult()); });
-    }
-    /// Integers and booleans.
-    template <typename Request, typename Fill = NoArgumentsType>
-    auto GetNumber(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments)
-    {
-        return Call(operation, fill, [](auto& response) { return response.getResult(); });
     }
 
     WireObjects& Objects() { return m_Connection->Objects(); }
     const ConnectionRef& GetConnection() const { return m_Connection; }
 
 private:
+    template <typename Response>
+    auto ResultOf(Response& response)
+    {
+        if constexpr (requires { response.getResult(); }) {
+            using Result = decltype(response.getResult());
+            if constexpr (std::same_as<Result, wire::Value::Reader>) return ReadValue(response.getResult(), Objects());
+            else if constexpr (std::same_as<Result, capnp::Data::Reader>) return FromWireText(response.getResult());
+            else return response.getResult();
+        }
+    }
+
     wire::Engine::Client Find(wire::Engine*) { return m_Connection->Engine(); }
     wire::Controller::Client Find(wire::Controller*) { return FindController(*m_Connection, m_Way.ControllerName); }
     wire::Item::Client Find(wire::Item*) { return FindItem(*m_Connection, m_Way.ControllerName, m_Way.ItemName); }
