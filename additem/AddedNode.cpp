@@ -20,8 +20,8 @@ qint16 PositionOf(const QString& name, const QList<QString>& names)
     return position;
 }
 
-/// The row of the controller's item with the name at `position` of the list. Looked for below the controller only: names may hold
-/// backslashes, so that a node below another controller may have the same key.
+/// The row of the controller's item with the name at `position` of the list. Looked for below the controller only:
+/// names may hold backslashes, so that a node below another controller may have the same key.
 int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
 {
     if (position >= names.size()) throw ValueError::SubscriptOutOfRange();

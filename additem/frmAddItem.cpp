@@ -118,7 +118,7 @@ void frmAddItem::cmbItemType_Click()
     const bool array = type == 2;
     chkVariable->setChecked(normal);
     chkVariable->setEnabled(normal);
-    EnableFields(!array, {txtVarName}); // An alias has a variable's name although "VelVariable" is not ticked: meant.
+    EnableFields(!array, {txtVarName}); // On purpose also for an alias, although "VelVariable" is not ticked.
     EnableFields(normal, {txtOption, cmbClass});
     EnableFields(!array, {cmbLinkProp});
 }

@@ -6,8 +6,9 @@ class QKeyEvent;
 class QMenuBar;
 class QWidget;
 
-/// Gives Alt+letter to the active child window where the menu bar has the same letter: Qt takes that as ambiguous, and neither would act.
-/// A letter of a control that is disabled does nothing, so that a key pressed once too often never opens a menu.
+/// Gives Alt+letter to the active child window where the menu bar has the same letter: Qt takes that as ambiguous, and
+/// neither would act. A letter of a control that is disabled does nothing, so that a key pressed once too often never
+/// opens a menu.
 class AccessKeys : public QObject
 {
     Q_OBJECT

@@ -3,9 +3,9 @@
 #include <QPointer>
 #include <QWidget>
 
-/// Keeps ActiveEditBox at the text box used last, and its selection with it: a menu opened by key, or a button or grid that takes the
-/// focus, would drop the selection that Cut and Copy are meant for. A tool's window beside the main window is not of the console: its
-/// text boxes, maybe out of sight, are never a target.
+/// Keeps ActiveEditBox at the text box used last, and its selection with it: a menu opened by key, or a button or grid
+/// that takes the focus, would drop the selection that Cut and Copy are meant for. A tool's window beside the main
+/// window is not of the console: its text boxes, maybe out of sight, are never a target.
 class EditTarget : public QObject
 {
     Q_OBJECT

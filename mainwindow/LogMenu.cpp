@@ -2,16 +2,16 @@
 
 #include "core/LogPane.h"
 #include "core/modAPI.h"
-#include "core/modFields.h"
 #include "core/modMain.h"
 
 #include <QContextMenuEvent>
 #include <QMenu>
 
-LogMenu::LogMenu(LogPane* txtLog, QMenu* mnuPopupLog)
+LogMenu::LogMenu(LogPane* txtLog, QMenu* mnuPopupLog, const EditEntries& entries)
     : QObject(txtLog)
     , m_Log(txtLog)
     , m_Menu(mnuPopupLog)
+    , m_Entries(entries)
 {
     txtLog->installEventFilter(this);
     txtLog->viewport()->installEventFilter(this);
@@ -39,12 +39,7 @@ void LogMenu::txtLog_MouseDown(Qt::MouseButton button, const QPoint& position)
 
 void LogMenu::ShowMenu(const QPoint& position)
 {
-    const bool hasSelection = modMain::HasSelection(m_Log);
-    const bool isReadOnly = modMain::IsReadOnly(m_Log);
-    const auto entries = m_Menu->actions();
-    entries[0]->setEnabled(hasSelection && !isReadOnly);
-    entries[1]->setEnabled(hasSelection);
-    entries[2]->setEnabled(!isReadOnly);
+    m_Entries.EnableFor(m_Log);
     {
         const modAPI::FrozenRedraw frozen(m_Log->window());
         m_Log->setFocus();

@@ -1,18 +1,20 @@
 #pragma once
 
+#include "mainwindow/CommandEntries.h"
+
 #include <QObject>
 
 class LogPane;
-class QAction;
 class QMenu;
 
-/// The log pane's own pop-up in place of the text box's: any press on the pane makes it the target of the edit commands.
+/// The log pane's own pop-up in place of the text box's: any press on the pane makes it the target of the edit
+/// commands.
 class LogMenu : public QObject
 {
     Q_OBJECT
 
 public:
-    LogMenu(LogPane* txtLog, QMenu* mnuPopupLog);
+    LogMenu(LogPane* txtLog, QMenu* mnuPopupLog, const EditEntries& entries);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -22,4 +24,5 @@ private:
 
     LogPane* m_Log;
     QMenu* m_Menu;
+    EditEntries m_Entries;
 };

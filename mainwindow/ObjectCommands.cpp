@@ -7,21 +7,12 @@
 
 #include <algorithm>
 
-using modMain::CallServer;
+using modMain::AddLog;
+using modMain::Announce;
 using modMain::Engine;
 using modMain::SetStatus;
 
 namespace {
-
-/// The entries of engine and controller pop-up that call the engine.
-MenuEntries EngineCalls(QStringView object)
-{
-    return {
-        {2, [=] { CallServer(object, u"Start", [] { Engine->Start(); }); }},
-        {3, [=] { CallServer(object, u"Stop", [] { Engine->Stop(); }); }},
-        {4, [=] { CallServer(object, u"Snapshot", [] { Engine->Snapshot(); }); }},
-    };
-}
 
 ScriptHostRef PrepareScriptTool(ScriptHostRef tool)
 {
@@ -39,46 +30,7 @@ ObjectCommands::ObjectCommands(MainWindow& mainWindow, ObjectWindows windows)
 {
 }
 
-MenuEntries ObjectCommands::EngineEntries()
-{
-    MenuEntries entries = EngineCalls(u"Engine");
-    entries[0] = [this] { ShowNode(CurrentNode({NodeTag::Engine})); };
-    return entries;
-}
-
-MenuEntries ObjectCommands::ControllerEntries()
-{
-    // These entries drive the engine, not the controller: it is meant, operators rely on it.
-    MenuEntries entries = EngineCalls(u"Controller");
-    entries[0] = [this] { ShowNode(CurrentNode({NodeTag::Controller})); };
-    entries[6] = [this] { AddItem(); };
-    entries[8] = [this] { BatchWrite(); };
-    return entries;
-}
-
-MenuEntries ObjectCommands::ItemEntries()
-{
-    return {
-        {0,
-         [this] {
-             ShowNode(CurrentNode({NodeTag::Item, NodeTag::AddItem}));
-         }},
-        {2, [this] { SnapshotItem(); }},
-        {4, [this] { RemoveItem(); }},
-    };
-}
-
-MenuEntries ObjectCommands::HistoryEntries()
-{
-    return {{0, [this] { ShowNode(modMain::HistoryNode); }}}; // whatever node is current
-}
-
-void ObjectCommands::Show()
-{
-    ShowNode(m_MainWindow.m_CurrentNode);
-}
-
-void ObjectCommands::ShowNode(const TreeNodeRef& node)
+void ObjectCommands::Show(TreeNodeRef node)
 {
     if (!node || !node->IsInTree()) return;
     const auto show = m_Windows.Show.find(node->Tag());
@@ -88,14 +40,20 @@ void ObjectCommands::ShowNode(const TreeNodeRef& node)
     SetStatus(QStringLiteral("Ready."));
 }
 
+void ObjectCommands::ShowCurrent(std::initializer_list<NodeTag> tags)
+{
+    Show(CurrentNode(tags));
+}
+
 void ObjectCommands::SnapshotItem()
 {
     const TreeNodeRef node = CurrentNode({NodeTag::Item, NodeTag::AddItem});
     if (!node) return;
     const ControllerRef controller = Engine->get_Controller(node->Parent()->Text());
     const ItemRef item = controller->get_Item(node->Text());
-    // The item's snapshot is announced as a controller's: it is meant.
-    CallServer(u"Controller", u"Snapshot", [&] { item->Snapshot(); });
+    Announce(u"Controller", u"Snapshot"); // although it is the item's, on purpose
+    item->Snapshot();
+    AddLog(QStringLiteral("Succeeded."));
 }
 
 void ObjectCommands::RemoveItem()
@@ -104,8 +62,9 @@ void ObjectCommands::RemoveItem()
     if (!node || !modMain::AskSure()) return;
     if (!node->IsInTree() || !Engine) return; // Much may happen while the question stands.
     const ControllerRef controller = Engine->get_Controller(node->Parent()->Text());
-    const bool isRemoved = CallServer(u"Controller", u"RemoveItem", [&] { controller->RemoveItem(node->Text()); });
-    if (!isRemoved) return;
+    Announce(u"Controller", u"RemoveItem");
+    controller->RemoveItem(node->Text());
+    AddLog(QStringLiteral("Succeeded."));
     if (ChildWindow* form = modMain::FindFormByNode(node->Key())) form->Unload();
     m_MainWindow.Tree().Remove(node);
     m_MainWindow.m_CurrentNode = m_MainWindow.SelectedNode();

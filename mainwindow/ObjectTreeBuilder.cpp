@@ -28,7 +28,7 @@ void AddControllers(ObjectTreeModel& tree)
 
 void BuildObjectTree(MainWindow& mainWindow)
 {
-    modMain::SetStatus(QStringLiteral("Drowing TreeView....")); // The spelling is meant.
+    modMain::SetStatus(QStringLiteral("Drowing TreeView....")); // Spelled so on purpose.
     ObjectTreeModel& tree = mainWindow.Tree();
     tree.Clear();
     Engine = mainWindow.Services().Library.CreateEngine();

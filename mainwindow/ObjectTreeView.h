@@ -4,8 +4,8 @@
 
 #include <QTreeView>
 
-/// The object tree as the operator works on it: tells what the mouse and the keyboard did to nodes; selecting from code tells
-/// nothing.
+/// The object tree as the operator works on it: tells what the mouse and the keyboard did to nodes; selecting from code
+/// tells nothing.
 class ObjectTreeView : public QTreeView
 {
     Q_OBJECT

@@ -37,21 +37,21 @@ void SetNodeIcon(ChildWindow& form, const TreeNodeRef& node)
     if (form.parentWidget()) form.parentWidget()->setWindowIcon(icon);
 }
 
-/// One window per node: the one that is open comes to the front, else a new one opens; one that does not want to be loaded goes.
-template <typename Form>
-void ShowNodeWindow(const TreeNodeRef& node, QString (*caption)(const TreeNodeRef&))
+/// One window per node: the one that is open comes to the front, else a new one opens; one that refuses to load goes.
+template <typename Form, QString (*Caption)(const TreeNodeRef&)>
+void ShowNodeWindow(const TreeNodeRef& node)
 {
     ChildWindow* form = modMain::FindFormByNode(node->Key());
     if (!form) {
         form = ChildWindow::Open<Form>(node);
         if (!form) return;
-        form->setWindowTitle(LiteralTitle(caption(node)));
+        form->setWindowTitle(LiteralTitle(Caption(node)));
         SetNodeIcon(*form, node);
     }
     form->ShowForm();
 }
 
-/// The one window of its kind: the one that is open, else a new one; null when it does not want to be loaded.
+/// The one window of its kind: the one that is open, else a new one; null when it refuses to load.
 template <typename Form>
 Form* SingleWindow(const TreeNodeRef& node)
 {
@@ -69,16 +69,6 @@ void ShowSingleWindow(const TreeNodeRef& node)
     if (!form) return;
     SetNodeIcon(*form, node);
     form->ShowForm();
-}
-
-void ShowController(const TreeNodeRef& node)
-{
-    ShowNodeWindow<frmController>(node, ControllerCaption);
-}
-
-void ShowItem(const TreeNodeRef& node)
-{
-    ShowNodeWindow<frmItem>(node, ItemCaption);
 }
 
 void AddItem(const TreeNodeRef& node)
@@ -101,9 +91,9 @@ ObjectWindows ConsoleWindows()
 {
     ObjectWindows windows;
     windows.Show = {{NodeTag::Engine, ShowSingleWindow<frmEngine>},
-                    {NodeTag::Controller, ShowController},
-                    {NodeTag::Item, ShowItem},
-                    {NodeTag::AddItem, ShowItem},
+                    {NodeTag::Controller, ShowNodeWindow<frmController, ControllerCaption>},
+                    {NodeTag::Item, ShowNodeWindow<frmItem, ItemCaption>},
+                    {NodeTag::AddItem, ShowNodeWindow<frmItem, ItemCaption>},
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
     windows.AddItem = AddItem;
     windows.BatchWrite = BatchWrite;

@@ -6,8 +6,8 @@
 class QMdiArea;
 class QWidget;
 
-/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window. When the last
-/// of these goes, the tree gets the focus that would else be nowhere.
+/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
+/// When the last of these goes, the tree gets the focus that would else be nowhere.
 class PaneKeys : public QObject
 {
     Q_OBJECT

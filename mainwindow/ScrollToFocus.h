@@ -5,7 +5,8 @@
 class QMdiArea;
 class QWidget;
 
-/// Where the main window is small, the keyboard reaches controls of child windows that are out of sight: the child area is then scrolled.
+/// Where the main window is small, the keyboard reaches controls of child windows that are out of sight: the child area
+/// is then scrolled.
 class ScrollToFocus : public QObject
 {
     Q_OBJECT

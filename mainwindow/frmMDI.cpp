@@ -5,7 +5,7 @@
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "mainwindow/AccessKeys.h"
-#include "mainwindow/CommandStates.h"
+#include "mainwindow/CommandEntries.h"
 #include "mainwindow/EditTarget.h"
 #include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
@@ -67,13 +67,13 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     m_Panes = new PanesLayout({picFrame, lblObject, treeObject, picVBar, mdiChildren, picHBar, lblLog, txtLog});
     m_EditTarget = new EditTarget(this);
     new LinePaste(this);
-    new LogMenu(txtLog, mnuPopupLog);
     new AccessKeys(mnuBar);
     new PaneKeys(this, treeObject, mdiChildren, txtLog);
     new ScrollToFocus(mdiChildren);
     ConnectTree();
     ConnectMenus();
     ConnectPopups();
+    ConnectLogPopup();
     ConnectToolbar();
     connect(&tmrObjChk, &QTimer::timeout, this, &frmMDI::tmrObjChk_Timer);
     modMain::SetMainWindow(this);
@@ -102,6 +102,17 @@ void frmMDI::LoadImages()
     }
 }
 
+template <typename Command, typename... Arguments>
+void frmMDI::Bind(QAction* entry, Command command, Arguments... arguments)
+{
+    connect(entry, &QAction::triggered, this, [=] { modMain::ReportErrors(command, arguments...); });
+}
+
+void frmMDI::BindCall(QAction* entry, QStringView object, QStringView operation, void (VelSQLEngine::*call)())
+{
+    connect(entry, &QAction::triggered, this, [=] { modMain::CallServer(object, operation, call, modMain::Engine); });
+}
+
 void frmMDI::ConnectTree()
 {
     treeObject->setModel(&m_Tree);
@@ -110,59 +121,65 @@ void frmMDI::ConnectTree()
     connect(treeObject, &ObjectTreeView::NodeClick, this, &frmMDI::treeObject_NodeClick);
     connect(treeObject, &ObjectTreeView::NodeKey, this, &frmMDI::treeObject_NodeKey);
     connect(treeObject, &ObjectTreeView::NodeMenuKey, this, &frmMDI::ShowNodePopup);
-    connect(treeObject, &ObjectTreeView::DblClick, this, &frmMDI::treeObject_DblClick);
+    connect(treeObject, &ObjectTreeView::DblClick, this,
+            [this] { modMain::ReportErrors(&frmMDI::treeObject_DblClick, this); });
 }
 
 void frmMDI::ConnectMenus()
 {
-    const MenuEntries edit = {
-        {0, [this] { m_Commands.RemoveItem(); }},
-        {2, [this] { modMain::ClearTextBox(txtLog); }},
-        {4, modMain::EditCut},
-        {5, modMain::EditCopy},
-        {6, modMain::EditPaste},
-    };
-    const MenuEntries view = {
-        {0, [this] { treeObject_DblClick(); }},
-        {2, [this] { m_Panes->ShowObjectPane(mnuView_2->isChecked()); }},
-        {3, [this] { m_Panes->ShowLogPane(mnuView_3->isChecked()); }},
-    };
-    ConnectEntries(mnuFile, {{0, [this] { close(); }}});
-    ConnectEntries(mnuEdit, edit);
-    ConnectEntries(mnuView, view);
-    ConnectEntries(mnuTool, {{0, [this] { m_Commands.ShowScriptTool(); }}});
-    ConnectEntries(mnuWindow, {{0, [this] { CascadeWindows(); }}, {1, [this] { CloseWindows(); }}});
-    ConnectEntries(mnuHelp, {{0, ShowVersion}});
+    Bind(mnuFile_0, &frmMDI::close, this);
+    Bind(mnuEdit_0, &ObjectCommands::RemoveItem, &m_Commands);
+    Bind(mnuEdit_2, modMain::ClearTextBox, txtLog);
+    Bind(mnuEdit_4, modMain::EditCut);
+    Bind(mnuEdit_5, modMain::EditCopy);
+    Bind(mnuEdit_6, modMain::EditPaste);
+    Bind(mnuView_0, &frmMDI::treeObject_DblClick, this);
+    Bind(mnuView_2, [this] { m_Panes->ShowObjectPane(mnuView_2->isChecked()); });
+    Bind(mnuView_3, [this] { m_Panes->ShowLogPane(mnuView_3->isChecked()); });
+    Bind(mnuTool_0, &ObjectCommands::ShowScriptTool, &m_Commands);
+    Bind(mnuWindow_0, &frmMDI::CascadeWindows, this);
+    Bind(mnuWindow_1, &frmMDI::CloseWindows, this);
+    Bind(mnuHelp_0, ShowVersion);
 }
 
 void frmMDI::ConnectPopups()
 {
-    const MenuEntries log = {
-        {0, modMain::EditCut},
-        {1, modMain::EditCopy},
-        {2, modMain::EditPaste},
-        {4, [this] { modMain::ClearTextBox(txtLog); }},
-    };
-    ConnectEntries(mnuPopupEng, m_Commands.EngineEntries());
-    ConnectEntries(mnuPopupCtrl, m_Commands.ControllerEntries());
-    ConnectEntries(mnuPopupItem, m_Commands.ItemEntries());
-    ConnectEntries(mnuPopupHstry, m_Commands.HistoryEntries());
-    ConnectEntries(mnuPopupLog, log);
+    Bind(mnuPopupEng_0, [this] { m_Commands.ShowCurrent({NodeTag::Engine}); });
+    BindCall(mnuPopupEng_2, u"Engine", u"Start", &VelSQLEngine::Start);
+    BindCall(mnuPopupEng_3, u"Engine", u"Stop", &VelSQLEngine::Stop);
+    BindCall(mnuPopupEng_4, u"Engine", u"Snapshot", &VelSQLEngine::Snapshot);
+    Bind(mnuPopupCtrl_0, [this] { m_Commands.ShowCurrent({NodeTag::Controller}); });
+    // These drive the engine, not the controller, on purpose: operators rely on it.
+    BindCall(mnuPopupCtrl_2, u"Controller", u"Start", &VelSQLEngine::Start);
+    BindCall(mnuPopupCtrl_3, u"Controller", u"Stop", &VelSQLEngine::Stop);
+    BindCall(mnuPopupCtrl_4, u"Controller", u"Snapshot", &VelSQLEngine::Snapshot);
+    Bind(mnuPopupCtrl_6, &ObjectCommands::AddItem, &m_Commands);
+    Bind(mnuPopupCtrl_8, &ObjectCommands::BatchWrite, &m_Commands);
+    Bind(mnuPopupItem_0, [this] { m_Commands.ShowCurrent({NodeTag::Item, NodeTag::AddItem}); });
+    Bind(mnuPopupItem_2, &ObjectCommands::SnapshotItem, &m_Commands);
+    Bind(mnuPopupItem_4, &ObjectCommands::RemoveItem, &m_Commands);
+    Bind(mnuPopupHstry_0, [this] { m_Commands.Show(modMain::HistoryNode); }); // whatever node is current
+}
+
+void frmMDI::ConnectLogPopup()
+{
+    new LogMenu(txtLog, mnuPopupLog, {mnuPopupLog_0, mnuPopupLog_1, mnuPopupLog_2});
+    Bind(mnuPopupLog_0, modMain::EditCut);
+    Bind(mnuPopupLog_1, modMain::EditCopy);
+    Bind(mnuPopupLog_2, modMain::EditPaste);
+    Bind(mnuPopupLog_4, modMain::ClearTextBox, txtLog);
 }
 
 void frmMDI::ConnectToolbar()
 {
-    const MenuEntries buttons = {
-        {0, [this] { m_Commands.Show(); }},
-        {1, [this] { m_Commands.RemoveItem(); }},
-        {2, modMain::EditCut},
-        {3, modMain::EditCopy},
-        {4, modMain::EditPaste},
-    };
-    ConnectEntries(tlbar, buttons);
+    Bind(btnShow, [this] { m_Commands.Show(m_CurrentNode); });
+    Bind(btnRemove, &ObjectCommands::RemoveItem, &m_Commands);
+    Bind(btnCut, modMain::EditCut);
+    Bind(btnCopy, modMain::EditCopy);
+    Bind(btnPaste, modMain::EditPaste);
     for (QAction* action : tlbar->actions()) {
         QWidget* button = tlbar->widgetForAction(action);
-        button->setAccessibleName(action->toolTip()); // The one for cutting has no caption: it is meant.
+        button->setAccessibleName(action->toolTip()); // The one for cutting has no caption, on purpose.
         button->setFocusPolicy(Qt::NoFocus); // Pressing one leaves the focus, and with it the selection, where it is.
     }
 }
@@ -230,13 +247,14 @@ void frmMDI::RefreshStatusBar()
 
 void frmMDI::RefreshTlbar()
 {
-    CommandStates::Of(m_CurrentNode, modMain::ActiveEditBox).ApplyTo({btnShow, btnRemove, btnCut, btnCopy, btnPaste});
+    ObjectEntries{btnShow, btnRemove}.EnableFor(m_CurrentNode);
+    EditEntries{btnCut, btnCopy, btnPaste}.EnableFor(modMain::ActiveEditBox);
 }
 
 void frmMDI::RefreshMenuBar()
 {
-    CommandStates::Of(m_CurrentNode, modMain::ActiveEditBox)
-        .ApplyTo({mnuView_0, mnuEdit_0, mnuEdit_4, mnuEdit_5, mnuEdit_6});
+    ObjectEntries{mnuView_0, mnuEdit_0}.EnableFor(m_CurrentNode);
+    EditEntries{mnuEdit_4, mnuEdit_5, mnuEdit_6}.EnableFor(modMain::ActiveEditBox);
 }
 
 void frmMDI::tmrObjChk_Timer()
@@ -267,7 +285,7 @@ void frmMDI::treeObject_NodeKey(const TreeNodeRef& node)
 
 void frmMDI::treeObject_DblClick()
 {
-    if (m_NodeHit) modMain::ReportErrors([&] { m_Commands.Show(); });
+    if (m_NodeHit) m_Commands.Show(m_CurrentNode);
 }
 
 void frmMDI::ShowNodePopup(const TreeNodeRef& node, const QPoint& position)

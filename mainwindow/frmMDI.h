@@ -23,9 +23,9 @@ public:
     explicit frmMDI(ConsoleServices& services, ObjectWindows windows = ConsoleWindows());
     ~frmMDI() override;
 
-    /// Creates the engine and builds the tree. A failure is shown in one message box; the rest of the load is then skipped.
+    /// Creates the engine and builds the tree. A failure is shown in one message box and skips the rest of the load.
     void Form_Load();
-    /// Closes all child windows and releases the server's objects, whatever fails on the way. Only the first call does anything.
+    /// Closes all child windows and releases the server's objects, whatever fails on the way; once.
     void Form_Unload();
 
     QWidget* Widget() override { return this; }
@@ -47,14 +47,22 @@ protected:
 private:
     void SetFirstSize();
     void LoadImages();
+    /// Connects an entry or button to its command. Whatever the command throws ends in one log line, not in the event
+    /// loop.
+    template <typename Command, typename... Arguments>
+    void Bind(QAction* entry, Command command, Arguments... arguments);
+    /// Connects an entry to a call on the engine, which is called `object` in the log.
+    void BindCall(QAction* entry, QStringView object, QStringView operation, void (VelSQLEngine::*call)());
     void ConnectTree();
     void ConnectMenus();
     void ConnectPopups();
+    void ConnectLogPopup();
     void ConnectToolbar();
 
     void treeObject_MouseDown(Qt::MouseButton button);
     void treeObject_NodeClick(const TreeNodeRef& node, const QPoint& position);
     void treeObject_NodeKey(const TreeNodeRef& node);
+    /// Throws what the window's load throws.
     void treeObject_DblClick();
     void tmrObjChk_Timer();
     void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);
