@@ -26,6 +26,22 @@ protected:
         m_Form->activateWindow();
         ASSERT_TRUE(QTest::qWaitForWindowActive(m_Form));
     }
+    /// Types a text and leaves the field as the Tab key does; what then stands there, none when it was refused.
+    std::optional<QString> Left(QAnyStringView field, const QString& typed)
+    {
+        const QWidget* page = m_Form->findChild<QWidget*>(u"picFrame_0"_s);
+        Control<QTabWidget>("sstbAddItem").setCurrentIndex(page->isAncestorOf(&Box(field)) ? 0 : 1);
+        Box(field).setEnabled(true);
+        Box(field).setFocus();
+        Box(field).setText(typed);
+        QTest::keyClick(&Box(field), Qt::Key_Tab);
+        const QString left = Box(field).text();
+        if (!Box(field).hasFocus()) return left;
+        EXPECT_EQ(left, typed);
+        EXPECT_EQ(Box(field).selectedText(), typed);
+        Box(field).setText(u"0"_s); // lets the focus go
+        return std::nullopt;
+    }
     /// The texts of PLC1's nodes in the tree's order, those of added items with "+" in front.
     QString Nodes() const
     {

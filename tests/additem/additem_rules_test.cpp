@@ -12,8 +12,8 @@ protected:
     QStringList Enabled() const
     {
         QStringList enabled;
-        for (const QWidget* page :
-             {m_Form->findChild<QWidget*>(u"picFrame_0"_s), m_Form->findChild<QWidget*>(u"picFrame_1"_s)}) {
+        for (const QString& name : {u"picFrame_0"_s, u"picFrame_1"_s}) {
+            const auto* page = m_Form->findChild<QWidget*>(name);
             for (const QWidget* control : page->findChildren<QWidget*>(QRegularExpression(u"^(txt|chk|cmb)"_s)))
                 if (control->isEnabledTo(page)) enabled << control->objectName();
         }
@@ -48,7 +48,7 @@ QStringList Changed(QStringList names, const QString& changes)
 
 } // namespace
 
-TEST_F(AddItemRules, ListsHoldTheServersCodesInOrder)
+TEST_F(AddItemRules, ListsHoldTheServersCodesAndCaptionsAreSpelledAsOperatorsKnowThem)
 {
     const QString types = u"VT_BOOL;VT_I1;VT_UI1;VT_I2;VT_UI2;VT_I4;VT_UI4;VT_R4;VT_R8;VT_BSTR;VT_DATE;VT_CY"_s;
     const QString operators = u"(NOP);+;-;*;/;MOD;AND;OR;XOR;<<;>>;=;<>;<=;<;>=;>;CAT;IDIV;IMP;POW;ABS;FIX;INT;NEG;NOT;"
@@ -63,18 +63,13 @@ TEST_F(AddItemRules, ListsHoldTheServersCodesInOrder)
         {"cmbCalc2", operators},
         {"cmbReqType", types + u";VT_VARIANT"_s},
         {"cmbReqTypeW", types + u";VT_VARIANT"_s},
-        {"cmbLinkProp", u"0:  Value;1:  ID;2:  Activation;3:  LinkActivation"_s}}; // the blanks are meant
+        {"cmbLinkProp", u"0:  Value;1:  ID;2:  Activation;3:  LinkActivation"_s}}; // two blanks, on purpose
     Open();
     for (const auto& [name, entries] : lists) {
         QStringList shown;
         for (int i = 0; i < List(name).ListCount(); ++i) shown << List(name).List(i);
         EXPECT_EQ(shown.join(u';'), entries) << name;
     }
-}
-
-TEST_F(AddItemRules, OddSpellingsAreMeant)
-{
-    Open();
     QStringList captions;
     for (const QLabel* label : m_Form->findChildren<QLabel*>()) captions << label->text();
     EXPECT_TRUE(captions.contains(u"Force to change  : ")) << "two blanks in the middle, one at the end";
@@ -156,4 +151,55 @@ TEST_F(AddItemRules, OnlyTheFieldsOfTheShownPageTakeTheFocus)
         EXPECT_EQ(IsEnabled("picFrame_1"), page == 1);
         EXPECT_EQ(QApplication::focusWidget()->objectName(), page == 0 ? u"txtItemName"_s : u"chkReqType"_s);
     }
+}
+
+TEST_F(AddItemRules, ANameIsTrimmedAndHasToBeOne)
+{
+    const QString badCharacters =
+        u"2 Those characters \"\\#$:!\" cannot be used as an item name or a controller name."_s;
+    const QString onlyANumber = u"2 The name only of the numerical value cannot be used."_s;
+    const std::pair<QStringList, QStringList> rows[] = {
+        {{}, {u" \t Abc d "_s, u""_s, u"   "_s, u"12abc"_s, u"1,5"_s, u"0x10"_s, u"<b>Süd & 日本</b>"_s}},
+        {{badCharacters}, {u"Item!1"_s, u" a\\b "_s, u"#1"_s, u"a$"_s, u"a:b"_s}},
+        {{onlyANumber}, {u"123"_s, u" 4.5 "_s, u"-3"_s, u"1E3"_s, u"1e999"_s}},
+    };
+    Show();
+    for (const auto& [boxes, names] : rows) {
+        for (const QString& name : names) {
+            EXPECT_EQ(Left("txtItemName", name), boxes.isEmpty() ? std::optional(name.trimmed()) : std::nullopt);
+            EXPECT_EQ(TakeBoxes(), boxes) << name.toStdString();
+            Type("txtItemName", QString());
+        }
+    }
+    Type("txtItemName", u"1"_s);
+    QTest::mouseClick(&Control<QPushButton>("cmdCancel"), Qt::LeftButton);
+    EXPECT_FALSE(m_Form->isVisible() || m_Form->m_TreeNode);
+    EXPECT_EQ(TakeBoxes() + TakeLog() + TakeCalls(), QStringList()) << "closes without a check";
+    EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
+}
+
+TEST_F(AddItemRules, NumbersAreNormalizedAndOtherTextsTrimmedWithoutAMessage)
+{
+    const QString integers = u"txtItem_0 txtItem_6"_s;
+    const QString singles = u"txtItem_2 txtItem_3 txtItem_4 txtItem_5"_s;
+    const QString numbers = integers + u' ' + singles;
+    const QString texts = u"txtDesc txtInitValue txtLinkItem txtObjName txtObjOption txtOption txtVarName"_s;
+    const QString odd = u" \t1 \\#$:! "_s + QString(40'000, u'x') + u"  "_s;
+    const std::tuple<QString, QString, std::optional<QString>> rows[] = {
+        {numbers, u""_s, u"0"_s},
+        {numbers, u" +12 "_s, u"12"_s},
+        {numbers, u"12abc"_s, {}},
+        {numbers, u"1E99"_s, u"0"_s},
+        {integers, u"-2.5"_s, u"-2"_s},
+        {integers, u"2147483647.5"_s, u"0"_s},
+        {singles, u" -1.50 "_s, u"-1.5"_s},
+        {singles, u"-0"_s, u"0"_s},
+        {singles, u"16777217"_s, u"1.677722E+07"_s},
+        {texts, odd, odd.trimmed()},
+        {u"txtItem_1 txtItem_7"_s, odd, odd}, // operands are left alone
+    };
+    Show();
+    for (const auto& [fields, typed, left] : rows)
+        for (const QString& field : fields.split(u' ')) EXPECT_EQ(Left(field, typed), left) << field.toStdString();
+    EXPECT_EQ(TakeBoxes(), QStringList());
 }

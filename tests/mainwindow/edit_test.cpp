@@ -1,9 +1,9 @@
 #include "core/LabelPane.h"
+#include "mainwindow/DragBar.h"
 #include "tests/mainwindow/Console.h"
 
 #include <QClipboard>
 #include <QContextMenuEvent>
-#include <QLabel>
 #include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QMenuBar>
@@ -13,22 +13,19 @@
 namespace {
 
 /// A child window with text boxes and a button whose access key the menu bar has too.
-class Form : public ChildWindow
+struct Form : ChildWindow
 {
-public:
     Form()
     {
         auto* layout = new QVBoxLayout(this);
         for (QWidget* control : QWidgetList{m_Text, m_Label, m_Buddy, m_Edit}) layout->addWidget(control);
         m_Label->setBuddy(m_Buddy);
-        connect(m_Edit, &QPushButton::clicked, this, [this] { ++m_Clicks; });
     }
 
     QLineEdit* m_Text = new QLineEdit(u"some text"_s);
     QLabel* m_Label = new QLabel(u"&Value :"_s);
     QLineEdit* m_Buddy = new QLineEdit;
     QPushButton* m_Edit = new QPushButton(u"&Execute"_s);
-    int m_Clicks = 0;
 };
 
 class Editing : public Console
@@ -56,6 +53,12 @@ protected:
         }
         return names.join(u' ');
     }
+    /// Presses a key where the focus is; where it is then.
+    static QWidget* Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
+        return QApplication::focusWidget();
+    }
     static QString Clipboard() { return QApplication::clipboard()->text(); }
 
     Form* m_Form = nullptr;
@@ -80,7 +83,7 @@ TEST_F(Editing, CommandsFollowTheTextBoxThatHasTheFocus)
     EXPECT_EQ(Log(), QString());
 }
 
-TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
+TEST_F(Editing, SelectionAndCaretSurviveWhereverTheOperatorGoesToUseThem)
 {
     m_Text->selectAll();
     Tree().setFocus();
@@ -98,13 +101,13 @@ TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
             Control<LabelPane>("lblResult").selectAll();
         },
         [this] {
-            QTest::keyClick(m_Text, Qt::Key_T, Qt::AltModifier); // a menu that no control of the child has
+            Press(Qt::Key_T, Qt::AltModifier); // a menu that no control of the child has
             EXPECT_EQ(TakePopup(), u"mnuTool"_s);
-            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+            Press(Qt::Key_Escape);
         },
         [this] {
             const auto& bar = Control<QToolBar>("tlbar");
-            QTest::mouseClick(bar.widgetForAction(bar.actions().at(3)), Qt::LeftButton);
+            QTest::mouseClick(bar.widgetForAction(&Control<QAction>("btnCopy")), Qt::LeftButton);
         },
         [&] {
             tool.show();
@@ -114,11 +117,15 @@ TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
         },
     };
     for (const auto& leave : waysToLeave) {
-        m_Text->setText(u"some text"_s);
-        m_Text->setFocus();
-        m_Text->setSelection(5, 4);
-        EXPECT_EQ(Enabled(), u"Cut Copy Paste"_s);
-        leave();
+        for (const int caret : {5, 9}) { // selected from right to left, and from left to right
+            m_Main->activateWindow();
+            m_Text->setText(u"some text"_s);
+            m_Text->setFocus();
+            m_Text->setSelection(14 - caret, 2 * (caret - 7));
+            EXPECT_EQ(Enabled(), u"Cut Copy Paste"_s);
+            leave();
+            EXPECT_EQ(m_Text->cursorPosition(), caret);
+        }
         EXPECT_EQ(Enabled(), u"Cut Copy Paste"_s);
         Trigger("mnuEdit_4");
         EXPECT_EQ(m_Text->text() + u'|' + tool.text() + u'|' + Clipboard(), u"some |script|text"_s);
@@ -130,7 +137,7 @@ TEST_F(Editing, TheSelectionSurvivesWhereverTheOperatorGoesToUseIt)
 TEST_F(Editing, WhatIsPastedIntoASingleLineEndsAtItsFirstLineEnd)
 {
     const std::function<void()> waysToPaste[] = {
-        [this] { QTest::keyClick(m_Text, Qt::Key_V, Qt::ControlModifier); },
+        [] { Press(Qt::Key_V, Qt::ControlModifier); },
         [this] { Trigger("mnuEdit_6"); },
         [this] {
             QContextMenuEvent asked(QContextMenuEvent::Mouse, {}, {});
@@ -154,20 +161,18 @@ TEST_F(Editing, WhatIsPastedIntoASingleLineEndsAtItsFirstLineEnd)
 
 TEST_F(Editing, TheLogHasItsOwnPopup)
 {
-    const auto openPopup = [&] {
+    modMain::AddLog(u"line"_s);
+    for (const QString& enabled : {u"24"_s, u"0124"_s}) {
         QTest::mouseClick(LogBox().viewport(), Qt::RightButton, {}, {5, 5});
         EXPECT_EQ(TakePopup(), u"mnuPopupLog"_s);
         QString entries;
         for (const char* entry : {"mnuPopupLog_0", "mnuPopupLog_1", "mnuPopupLog_2", "mnuPopupLog_4"})
             if (IsEnabled(entry)) entries += QString::fromLatin1(entry).right(1);
-        return entries;
-    };
-    modMain::AddLog(u"line"_s);
-    EXPECT_EQ(openPopup(), u"24"_s);
-    EXPECT_EQ(modMain::ActiveEditBox, &LogBox());
-    EXPECT_TRUE(LogBox().hasFocus());
-    LogBox().selectAll();
-    EXPECT_EQ(openPopup(), u"0124"_s);
+        EXPECT_EQ(entries, enabled);
+        EXPECT_EQ(modMain::ActiveEditBox, &LogBox());
+        EXPECT_TRUE(LogBox().hasFocus());
+        LogBox().selectAll();
+    }
     Trigger("mnuPopupLog_0");
     EXPECT_EQ(Log() + Clipboard(), u"0 : line\r\n"_s);
     Trigger("mnuPopupLog_2");
@@ -178,45 +183,40 @@ TEST_F(Editing, TheLogHasItsOwnPopup)
 
 TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
 {
+    int clicks = 0;
+    QObject::connect(m_Form->m_Edit, &QPushButton::clicked, [&] { ++clicks; });
     for (int press = 1; press <= 2; ++press) {
         QTest::keyClick(m_Text, Qt::Key_E, Qt::AltModifier);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return m_Form->m_Clicks == press; }));
-        EXPECT_EQ(TakePopup(), QString());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return clicks == press; }));
     }
     QTest::keyClick(m_Text, Qt::Key_V, Qt::AltModifier);
-    EXPECT_TRUE(m_Form->m_Buddy->hasFocus()); // a label's letter counts as well
-    EXPECT_EQ(TakePopup(), QString());
-
+    EXPECT_TRUE(m_Form->m_Buddy->hasFocus()) << "a label's letter counts as well";
     m_Form->m_Edit->setEnabled(false);
-    QTest::keyClick(m_Form->m_Buddy, Qt::Key_E, Qt::AltModifier);
+    Press(Qt::Key_E, Qt::AltModifier);
     EXPECT_EQ(TakePopup(), QString()) << "a key too many does nothing";
     m_Form->m_Edit->setEnabled(true);
     Tree().setFocus();
-    QTest::keyClick(&Tree(), Qt::Key_E, Qt::AltModifier);
+    Press(Qt::Key_E, Qt::AltModifier);
     EXPECT_EQ(TakePopup(), u"mnuEdit"_s);
-    EXPECT_EQ(m_Form->m_Clicks, 2);
+    EXPECT_EQ(clicks, 2);
     EXPECT_TRUE(Control<QMenuBar>("mnuBar").isEnabled());
 }
 
 TEST_F(Editing, KeysTakeTheFocusFromPaneToPane)
 {
-    const auto press = [](Qt::Key key, Qt::KeyboardModifiers modifiers = {}) {
-        QTest::keyClick(QApplication::focusWidget(), key, modifiers);
-        return QApplication::focusWidget();
-    };
-    EXPECT_EQ(press(Qt::Key_F6), &LogBox());
-    EXPECT_EQ(press(Qt::Key_F6), &Tree());
-    EXPECT_EQ(press(Qt::Key_F6), m_Text);
-    EXPECT_EQ(press(Qt::Key_F6, Qt::ShiftModifier), &Tree());
-    EXPECT_EQ(press(Qt::Key_Tab), &LogBox());
-    EXPECT_NE(press(Qt::Key_Tab), &LogBox());
-    EXPECT_EQ(Log(), QString()); // the key is no text
+    EXPECT_EQ(Press(Qt::Key_F6), &LogBox());
+    EXPECT_EQ(Press(Qt::Key_F6), &Tree());
+    EXPECT_EQ(Press(Qt::Key_F6), m_Text);
+    EXPECT_EQ(Press(Qt::Key_F6, Qt::ShiftModifier), &Tree());
+    EXPECT_EQ(Press(Qt::Key_Tab), &LogBox());
+    EXPECT_NE(Press(Qt::Key_Tab), &LogBox());
+    EXPECT_EQ(Log(), QString()) << "the key enters no text";
     m_Text->setFocus();
     m_Form->HideForm();
     EXPECT_TRUE(QTest::qWaitFor([this] { return Tree().hasFocus(); })) << "the last window is gone";
     LogBox().setFocus();
     Trigger("mnuView_2");
-    EXPECT_EQ(press(Qt::Key_F6), &LogBox()) << "there is no other pane";
+    EXPECT_EQ(Press(Qt::Key_F6), &LogBox()) << "no other pane is left";
 }
 
 TEST_F(Editing, ControlsOutOfSightAreScrolledTo)
@@ -233,4 +233,49 @@ TEST_F(Editing, ControlsOutOfSightAreScrolledTo)
         control->setFocus();
         EXPECT_TRUE(isInSight());
     }
+}
+
+TEST_F(Console, PanesComeAndGo)
+{
+    StartActive();
+    const std::pair<const char*, QString> steps[] = {
+        {"mnuView_2", u"mdiChildren picHBar lblLog txtLog"_s},
+        {"mnuView_3", u"mdiChildren"_s},
+        {"mnuView_2", u"lblObject treeObject picVBar mdiChildren"_s},
+        {"mnuView_3", u"lblObject treeObject picVBar mdiChildren picHBar lblLog txtLog"_s},
+    };
+    for (const auto& [entry, expected] : steps) {
+        Trigger(entry);
+        QStringList visible;
+        for (const char* name : {"lblObject", "treeObject", "picVBar", "mdiChildren", "picHBar", "lblLog", "txtLog"})
+            if (Control<QWidget>(name).isVisible()) visible << QString::fromLatin1(name);
+        EXPECT_EQ(visible.join(u' '), expected);
+        if (visible.size() == 1) {
+            EXPECT_EQ(m_Main->ChildArea().size(), Control<QWidget>("picFrame").size());
+        }
+    }
+}
+
+TEST_F(Console, BarsAreDraggedWithinTheirLimits)
+{
+    const auto drag = [](DragBar& bar, const QPoint& offset) {
+        QTest::mousePress(&bar, Qt::LeftButton, {}, {1, 1});
+        QMouseEvent move(QEvent::MouseMove, offset, bar.mapToGlobal(offset), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(&bar, &move);
+        QTest::mouseRelease(&bar, Qt::LeftButton, {}, offset);
+        QApplication::sendEvent(&bar, &move); // the drag ended with the button
+    };
+    StartActive();
+    auto& bar = Control<DragBar>("picHBar");
+    const int top = bar.y();
+    drag(bar, {0, -40});
+    EXPECT_EQ(bar.y(), top - 40);
+    EXPECT_EQ(m_Main->ChildArea().height(), top - 40);
+    drag(bar, {0, -5000});
+    EXPECT_NEAR(bar.y(), 262 * bar.fontMetrics().height() / 255.0, 1); // 262 twips, 255 of which are a row
+    drag(bar, {0, 50000});
+    EXPECT_EQ(bar.geometry().bottom() + 1, Control<QWidget>("picFrame").height());
+    auto& vertical = Control<DragBar>("picVBar");
+    drag(vertical, {-5000, 0});
+    EXPECT_EQ(vertical.x(), 0);
 }

@@ -1,21 +1,15 @@
 #include "tests/mainwindow/Console.h"
 
-#include <QLineEdit>
-
 namespace {
 
-const QStringList StartCalls{
-    u"VelSQLLib.CreateEngine()"_s,    u"Engine.get_ControllerNames()"_s,
-    u"Engine.get_Controller(PLC1)"_s, u"Controller(PLC1).get_ItemNames()"_s,
-    u"Engine.get_Controller(PLC2)"_s, u"Controller(PLC2).get_ItemNames()"_s,
-    u"Engine.get_History()"_s,
-};
-
-const QStringList StartKeys{
-    u"VelSQLEngine VelSQLEngine"_s,     u"VelSQLEngine\\PLC1 Controller"_s,
-    u"VelSQLEngine\\PLC1\\D100 Item"_s, u"VelSQLEngine\\PLC1\\D200 Item"_s,
-    u"VelSQLEngine\\PLC2 Controller"_s, u"VelSQLEngine\\VelSQLHistory VelSQLHistory"_s,
-};
+const QStringList StartCalls =
+    u"VelSQLLib.CreateEngine() Engine.get_ControllerNames() Engine.get_Controller(PLC1) "
+    u"Controller(PLC1).get_ItemNames() Engine.get_Controller(PLC2) Controller(PLC2).get_ItemNames() "
+    u"Engine.get_History()"_s.split(u' ');
+const QStringList StartKeys =
+    u"VelSQLEngine VelSQLEngine;VelSQLEngine\\PLC1 Controller;VelSQLEngine\\PLC1\\D100 Item;"
+    u"VelSQLEngine\\PLC1\\D200 Item;VelSQLEngine\\PLC2 Controller;VelSQLEngine\\VelSQLHistory VelSQLHistory"_s.split(
+        u';');
 
 /// The keys of a node and of all below it with their tags, in the tree's order.
 QStringList KeysOf(const TreeNodeRef& node)
@@ -26,9 +20,8 @@ QStringList KeysOf(const TreeNodeRef& node)
 }
 
 /// Notes what it is asked, and what of the console is left when it drops the engine's name.
-class FakeScriptTool : public ScriptHost
+struct FakeScriptTool : ScriptHost
 {
-public:
     void Show() override { m_Calls << u"Show"_s; }
     void AddObject(const QString& name, const ObjectRef& object) override
     {
@@ -83,11 +76,10 @@ TEST_F(Console, AFailureWhileTheTreeIsDrawnShowsItAsFarAsItGot)
             Control<QAction>(entry).trigger();
         }
         EXPECT_EQ(Log() + Windows().join(u' ') + TakeBoxes().join(u' '), u"VelSQLEngine"_s);
-        m_Main->close();
         m_Main.reset();
         EXPECT_EQ(m_Server.m_LiveObjects, 0);
     }
-    m_Server.m_ListedControllers = Variant(); // no texts
+    m_Server.m_ListedControllers = Variant(); // not an array of texts
     Start();
     EXPECT_EQ(TakeBoxes(), QStringList{u"0 OK VelSQLTester: Type mismatch"_s});
     EXPECT_EQ(KeysOf(m_Main->Tree().Root()), StartKeys.first(1));

@@ -6,11 +6,8 @@ TEST_F(Console, AClickMakesTheNodeCurrentAndTheRightButtonOpensItsPopup)
 {
     StartActive();
     AddItemNode(u"D900"_s);
-    const struct
-    {
-        QString Key, Count, Popup;
-        bool CanRemove;
-    } cases[] = {
+    const std::tuple<QString, QString, QString, bool> cases[] = {
+        // node, its children, its pop-up, and whether it can be removed
         {u"VelSQLEngine"_s, u"3"_s, u"mnuPopupEng"_s, false},
         {PLC1, u"3"_s, u"mnuPopupCtrl"_s, false},
         {D100, u"0"_s, u"mnuPopupItem"_s, false},
@@ -29,7 +26,7 @@ TEST_F(Console, AClickMakesTheNodeCurrentAndTheRightButtonOpensItsPopup)
         }
         m_Main->RefreshTlbar();
         m_Main->RefreshMenuBar();
-        for (const char* action : {"mnuEdit_0", "btnRemove"}) EXPECT_EQ(IsEnabled(action), canRemove);
+        EXPECT_TRUE(IsEnabled("mnuEdit_0") == canRemove && IsEnabled("btnRemove") == canRemove);
         EXPECT_EQ(popup == u"mnuPopupItem" && IsEnabled("mnuPopupItem_4"), canRemove);
     }
     EXPECT_EQ(TakeCalls(), QStringList()); // the tree never asks the server
@@ -40,31 +37,25 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
     StartActive();
     const QPoint empty(20, Tree().viewport()->height() - 5);
     const QRect node = Tree().visualRect(m_Main->Tree().IndexOf(Node(PLC1)));
-    const QPoint expander(node.left() - 8, node.center().y());
     m_Main->SelectNode(Node(D100));
     m_Main->m_CurrentNode = Node(D100);
-    Trigger("mnuView_0"); // the tree's double-click
-    for (const QPoint& place : {empty, expander}) {
+    Trigger("mnuView_0");                                                             // the tree's double-click
+    for (const QPoint& place : {empty, QPoint(node.left() - 8, node.center().y())}) { // beside all, and on the expander
         Click(Node(D100));
         DoubleClick(place);
         Trigger("mnuView_0");
         EXPECT_EQ(Current(), Node(D100));
     }
     QTest::mouseClick(Tree().viewport(), Qt::RightButton, {}, empty);
-    EXPECT_EQ(TakePopup(), QString());
-    EXPECT_EQ(Windows(), QStringList());
+    EXPECT_EQ(TakePopup() + Windows().join(u' '), QString());
     QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {},
                       {node.left() - Tree().indentation() - 3, node.center().y()});
-    EXPECT_EQ(Current(), Node(PLC1)) << "left of the box it is the row";
-    EXPECT_EQ(m_Main->SelectedNode(), Node(PLC1));
+    EXPECT_EQ(Current(), Node(PLC1)) << "left of the expander it is the row";
 
     Click(Node(D100));
-    m_Server.FailOperation(u"get_Item"_s, u"Item is gone."_s);
-    Trigger("mnuView_0");
-    EXPECT_EQ(Log(), u"0 : Item is gone.\r\n"_s);
-    EXPECT_EQ(Windows(), QStringList());
-    m_Server.FailOperation(u"get_Item"_s, QString());
-    Trigger("mnuView_0");
+    m_Server.FailCall(2, u"Item is gone."_s);
+    for (int press = 0; press < 2; ++press) Trigger("mnuView_0");
+    EXPECT_EQ(Log(), u"0 : Item is gone.\r\n"_s) << "once";
     EXPECT_EQ(Windows(), QStringList{u"Controller(PLC1).Item(D100)"_s});
 }
 
@@ -80,7 +71,6 @@ TEST_F(Console, SelectionFollowsThePressOnly)
         QApplication::sendEvent(viewport, &drag);
         QTest::mouseRelease(viewport, Qt::LeftButton, {}, other);
         EXPECT_EQ(m_Main->SelectedNode(), Node(D100)); // dragged, but clicked there
-        EXPECT_EQ(Current(), Node(D100));
     }
     QTest::mouseClick(viewport, Qt::LeftButton, Qt::ControlModifier, first);
     EXPECT_TRUE(Tree().selectionModel()->isSelected(m_Main->Tree().IndexOf(Node(D100))));
@@ -89,7 +79,6 @@ TEST_F(Console, SelectionFollowsThePressOnly)
 TEST_F(Console, TheKeyboardWorksTheTreeAndShowsOneWindowPerNode)
 {
     StartActive();
-    Tree().setFocus();
     Click(Node(D100), Qt::RightButton);
     TakePopup();
     QTest::keyClick(&Tree(), Qt::Key_Down);
@@ -97,11 +86,10 @@ TEST_F(Console, TheKeyboardWorksTheTreeAndShowsOneWindowPerNode)
     EXPECT_EQ(Panel(2), u"D200"_s);
     EXPECT_EQ(TakePopup(), QString()) << "only the mouse button opens it";
     QTest::keyClick(&Tree(), Qt::Key_Return);
-    ASSERT_EQ(Windows(), QStringList{u"Controller(PLC1).Item(D200)"_s});
     QContextMenuEvent menuKey(QContextMenuEvent::Keyboard, QPoint(), QPoint());
     QApplication::sendEvent(&Tree(), &menuKey);
     EXPECT_EQ(TakePopup(), u"mnuPopupItem"_s);
-
+    ASSERT_EQ(Windows(), QStringList{u"Controller(PLC1).Item(D200)"_s});
     ChildWindow* form = ChildWindow::Forms().constFirst();
     for (const char* way : {"btnShow", "mnuPopupItem_0"}) {
         form->HideForm();
@@ -109,5 +97,4 @@ TEST_F(Console, TheKeyboardWorksTheTreeAndShowsOneWindowPerNode)
         EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{form});
         EXPECT_TRUE(form->isVisible());
     }
-    EXPECT_EQ(Log(), QString());
 }
