@@ -42,6 +42,7 @@ protected:
         Box(field).setText(u"0"_s); // lets the focus go
         return std::nullopt;
     }
+    FakeServer::Controller& Plc() { return m_Server.FindController(u"PLC1"_s); }
     /// The texts of PLC1's nodes in the tree's order, those of added items with "+" in front.
     QString Nodes() const
     {

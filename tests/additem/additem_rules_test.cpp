@@ -21,16 +21,14 @@ protected:
         return enabled;
     }
 
-    /// "cmbClass=1" selects, "chkInit=on" ticks ("off", "gray"); steps are separated by blanks.
+    /// "cmbClass=1" selects, "chkInit=2" ticks (0: unticks, 1: grays); steps are separated by blanks.
     void Run(const QString& steps)
     {
-        static const QHash<QString, Qt::CheckState> States = {
-            {u"on"_s, Qt::Checked}, {u"off"_s, Qt::Unchecked}, {u"gray"_s, Qt::PartiallyChecked}};
-        for (const QString& step : steps.split(u' ', Qt::SkipEmptyParts)) {
+        for (const QString& step : steps.split(u' ')) {
             const QString name = step.section(u'=', 0, 0);
-            const QString state = step.section(u'=', 1);
-            if (name.startsWith(u"cmb")) List(name).SetListIndex(state.toInt());
-            else Check(name).setCheckState(States[state]);
+            const int state = step.section(u'=', 1).toInt();
+            if (name.startsWith(u"cmb")) List(name).SetListIndex(state);
+            else Check(name).setCheckState(static_cast<Qt::CheckState>(state));
         }
     }
 };
@@ -94,31 +92,27 @@ TEST_F(AddItemRules, EnablesWhatEachChoiceNeeds)
         {u"cmbItemType=2 cmbItemType=-1"_s, array},
         {u"cmbItemType=2 cmbItemType=0"_s, u""_s},
         {u"cmbClass=1 cmbItemType=2 cmbItemType=0"_s, object},
-        {u"chkVariable=off"_s, noVariable},
-        {u"chkVariable=gray"_s, noVariable},
-        {u"cmbClass=1 chkVariable=off"_s, noVariable},
-        {u"cmbClass=1 chkVariable=off chkVariable=on"_s, object},
+        {u"chkVariable=0"_s, noVariable},
+        {u"chkVariable=1"_s, noVariable},
+        {u"cmbClass=1 chkVariable=0"_s, noVariable},
+        {u"cmbClass=1 chkVariable=0 chkVariable=2"_s, object},
         {u"cmbClass=4"_s, object},
         {u"cmbClass=4 cmbClass=0"_s, u""_s},
         {u"cmbClass=4 cmbClass=-1"_s, object},
-        {u"chkVariable=off cmbClass=-1 chkVariable=on"_s, object}, // no class counts as one of an object
-        {u"chkInit=on cmbAttr=1"_s, u"-chkInit"_s},                // read only
-        {u"chkInit=on cmbAttr=1 cmbAttr=0"_s, initialValue},
+        {u"chkVariable=0 cmbClass=-1 chkVariable=2"_s, object}, // no class counts as one of an object
+        {u"chkInit=2 cmbAttr=1"_s, u"-chkInit"_s},              // read only
+        {u"chkInit=2 cmbAttr=1 cmbAttr=0"_s, initialValue},
         {u"cmbAttr=1 cmbAttr=2"_s, u""_s},
     };
-    for (const auto& [box, fields] : {std::pair(u"chkInit"_s, initialValue),
-                                      {u"chkMask"_s, u"+txtItem_0"_s},
-                                      {u"chkDdbd"_s, u"+txtItem_2 +txtItem_3"_s},
-                                      {u"chkMM"_s, u"+txtItem_4 +txtItem_5"_s},
-                                      {u"chkChatter"_s, u"+txtItem_6"_s},
-                                      {u"chkReqType"_s, u"+cmbReqType"_s},
-                                      {u"chkReqTypeW"_s, u"+cmbReqTypeW"_s}}) {
-        rows.append({box + u"=on"_s, fields});
-        rows.append({u"%1=on %1=off"_s.arg(box), u""_s});
+    const QString boxes = u"chkInit +txtInitValue +cmbInitType;chkMask +txtItem_0;chkDdbd +txtItem_2 +txtItem_3;"
+                          u"chkMM +txtItem_4 +txtItem_5;chkChatter +txtItem_6;chkReqType +cmbReqType;"
+                          u"chkReqTypeW +cmbReqTypeW"_s;
+    for (const QString& box : boxes.split(u';')) {
+        rows.append({box.section(u' ', 0, 0) + u"=2"_s, box.section(u' ', 1)});
+        rows.append({u"%1=2 %1=0"_s.arg(box.section(u' ', 0, 0)), u""_s});
     }
     for (int calculation = 0; calculation < 31; ++calculation) {
-        const bool takesOperand =
-            calculation > 0 && (calculation < 21 || calculation > 28); // neither (NOP) nor ABS to LEN
+        const bool takesOperand = calculation > 0 && (calculation < 21 || calculation > 28); // not (NOP), ABS to LEN
         rows.append({u"cmbCalc=%1"_s.arg(calculation), takesOperand ? u"+txtItem_1"_s : u""_s});
         rows.append({u"cmbCalc2=%1"_s.arg(calculation), takesOperand ? u"+txtItem_7"_s : u""_s});
     }

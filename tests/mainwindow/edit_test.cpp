@@ -20,6 +20,7 @@ struct Form : ChildWindow
         auto* layout = new QVBoxLayout(this);
         for (QWidget* control : QWidgetList{m_Text, m_Label, m_Buddy, m_Edit}) layout->addWidget(control);
         m_Label->setBuddy(m_Buddy);
+        m_Edit->setCheckable(true); // shows the click
     }
 
     QLineEdit* m_Text = new QLineEdit(u"some text"_s);
@@ -45,13 +46,9 @@ protected:
     {
         QTest::qWait(110);
         QCoreApplication::processEvents(); // on a busy machine the wait may end without having looked once more
-        QStringList names;
-        for (const auto& [entry, button] :
-             {std::pair{"mnuEdit_4", "btnCut"}, {"mnuEdit_5", "btnCopy"}, {"mnuEdit_6", "btnPaste"}}) {
-            EXPECT_EQ(IsEnabled(entry), IsEnabled(button)) << entry;
-            if (IsEnabled(button)) names << QString::fromLatin1(button).mid(3);
-        }
-        return names.join(u' ');
+        const bool cut = IsEnabled("btnCut"), copy = IsEnabled("btnCopy"), paste = IsEnabled("btnPaste");
+        EXPECT_TRUE(IsEnabled("mnuEdit_4") == cut && IsEnabled("mnuEdit_5") == copy && IsEnabled("mnuEdit_6") == paste);
+        return QString(cut ? u"Cut "_s : u""_s) + (copy ? u"Copy "_s : u""_s) + (paste ? u"Paste"_s : u""_s);
     }
     /// Presses a key where the focus is; where it is then.
     static QWidget* Press(Qt::Key key, Qt::KeyboardModifiers modifiers = {})
@@ -74,7 +71,7 @@ TEST_F(Editing, CommandsFollowTheTextBoxThatHasTheFocus)
     m_Text->selectAll();
     EXPECT_EQ(Enabled(), u"Cut Copy Paste"_s);
     m_Text->setReadOnly(true);
-    EXPECT_EQ(Enabled(), u"Copy"_s);
+    EXPECT_EQ(Enabled(), u"Copy "_s);
     m_Form->Unload();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_EQ(Enabled(), QString());
@@ -183,12 +180,8 @@ TEST_F(Editing, TheLogHasItsOwnPopup)
 
 TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
 {
-    int clicks = 0;
-    QObject::connect(m_Form->m_Edit, &QPushButton::clicked, [&] { ++clicks; });
-    for (int press = 1; press <= 2; ++press) {
-        QTest::keyClick(m_Text, Qt::Key_E, Qt::AltModifier);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return clicks == press; }));
-    }
+    QTest::keyClick(m_Text, Qt::Key_E, Qt::AltModifier);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Form->m_Edit->isChecked(); }));
     QTest::keyClick(m_Text, Qt::Key_V, Qt::AltModifier);
     EXPECT_TRUE(m_Form->m_Buddy->hasFocus()) << "a label's letter counts as well";
     m_Form->m_Edit->setEnabled(false);
@@ -198,8 +191,7 @@ TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
     Tree().setFocus();
     Press(Qt::Key_E, Qt::AltModifier);
     EXPECT_EQ(TakePopup(), u"mnuEdit"_s);
-    EXPECT_EQ(clicks, 2);
-    EXPECT_TRUE(Control<QMenuBar>("mnuBar").isEnabled());
+    EXPECT_TRUE(m_Form->m_Edit->isChecked() && Control<QMenuBar>("mnuBar").isEnabled());
 }
 
 TEST_F(Editing, KeysTakeTheFocusFromPaneToPane)
