@@ -33,13 +33,14 @@ inline QList<int> Flags()
 inline void EnterSample(const QWidget& dialog, int tickedFlag)
 {
     dialog.findChild<QLineEdit*>(u"txtItem_3"_s)->setText(u"5"_s); // the maximum that is not sent
-    for (int i = 0; i < SampleElements.size(); ++i) {
-        const QString name = SampleElements[i].section(u'=', 0, 0);
-        const QString entered = SampleElements[i].section(u'=', 1);
+    for (const QString& element : SampleElements) {
+        const QString name = element.section(u'=', 0, 0);
+        const QString entered = element.section(u'=', 1);
         if (auto* box = dialog.findChild<QLineEdit*>(name)) box->setText(entered);
         if (auto* list = dialog.findChild<ListBox*>(name)) list->SetListIndex(entered.toInt());
-        if (auto* flag = dialog.findChild<QCheckBox*>(name)) flag->setChecked(i == tickedFlag);
     }
+    for (const int flag : Flags()) // after the lists, whose choices tick and untick
+        dialog.findChild<QCheckBox*>(SampleElements[flag])->setChecked(flag == tickedFlag);
 }
 
 /// Its elements as typed texts.
