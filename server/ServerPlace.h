@@ -4,8 +4,8 @@
 
 #include <csignal>
 
-/// The place of the user's server at its socket, and how one server gives it to another: a service takes it from a
-/// server that a console, a script or somebody without a plant of his own has started.
+/// The place of the user's server at its socket, and how one server hands it over to another: a service takes it from a
+/// server that a console, a script or a user without a plant of his own has started.
 namespace ServerPlace {
 
 /// Asks a server that gives way to end.

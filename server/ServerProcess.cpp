@@ -79,7 +79,7 @@ void ServerProcess::Close()
 {
     if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     Disconnect(); // first, so that no client waits at a server that only finishes its history
-    // What clients were waiting for is given up in the next turns of the loop.
+    // The next turns of the loop cancel what clients were waiting for.
     m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
 }
 
@@ -159,9 +159,9 @@ void ServerProcess::WatchIdleness()
 
 void ServerProcess::EndIfIdle()
 {
-    if (m_Clients) m_Clients->TakeWaiting(); // who is at the door is served
+    if (m_Clients) m_Clients->TakeWaiting(); // clients that have connected are served
     if (!m_Clients || !IsIdle()) return;
-    Disconnect(); // at once, so that who comes now starts a server and does not meet one that ends
+    Disconnect(); // at once, so that a new client starts a server and does not meet one that ends
     End(QStringLiteral("The last client has gone."));
 }
 

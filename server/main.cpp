@@ -86,7 +86,7 @@ void AllowManyDescriptors()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// After so many steps of work the loop looks at all sockets and timers again, however much is left to do.
+/// The loop polls all sockets and timers after so many events, however many are left.
 constexpr uint EventsBetweenLooks = 64;
 
 int Serve(const ServerOptions& options)
@@ -150,7 +150,7 @@ int main(int argc, char** argv)
     try {
         return Leave(Run());
     } catch (const PlantFileError& error) {
-        LogMistakes(error.Description()); // as compilers do, for whoever jumps to the line
+        LogMistakes(error.Description()); // as compilers do, for editors that jump to the line
     } catch (const kj::Exception& exception) {
         Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
     } catch (...) {

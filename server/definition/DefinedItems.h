@@ -4,7 +4,7 @@
 
 #include <QList>
 
-/// An item that is yet to be made by its definition.
+/// A definition, and the controller that is to have an item made by it.
 struct DefinedItem
 {
     QString Controller;

@@ -17,7 +17,7 @@ void SetLogLevel(LogLevel level);
 /// From now on lines go to this file; to standard error as well until LeaveStandardError. A file that cannot be written
 /// is warned of.
 void LogToFile(const QString& path);
-/// After LogToFile: standard error, which whoever started the server reads no longer, becomes that file, or nothing.
+/// After LogToFile: standard error, which the starting process no longer reads, becomes that file, or nothing.
 void LeaveStandardError();
 
 /// The lines of a text that stands for itself on standard error, such as "<file>:<line>: <mistake>".

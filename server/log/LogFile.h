@@ -6,7 +6,7 @@
 #include <mutex>
 
 /// A log in a file that only this user may read. At 10 MB it becomes FILE.1, that one FILE.2, and what was FILE.2 goes.
-/// Several servers may write to one, and it comes back when somebody has deleted it.
+/// Several servers may write to one file; it is made again after it has been deleted.
 class LogFile
 {
 public:

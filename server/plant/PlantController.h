@@ -83,7 +83,6 @@ public:
 
     void AddObserver(ControllerObserver& observer) { m_Observers.append(&observer); }
     void RemoveObserver(ControllerObserver& observer) { m_Observers.removeOne(&observer); }
-    qsizetype ObserverCount() const { return m_Observers.size(); }
     void RaiseItemChanged(const PlantItemRef& item);
     void RaiseStateChanged(qint32 state);
 

@@ -153,7 +153,7 @@ void PlantItem::Scan(const Moment& moment)
     try {
         Read(moment);
     } catch (const DescribedError&) {
-        m_State = ItemState::Failed; // the reason is told to whoever asks with a call
+        m_State = ItemState::Failed; // calls report the reason
     } catch (...) {
         m_State = ItemState::Failed;
         const QString reason = CurrentErrorDescription();

@@ -136,8 +136,6 @@ public:
     /// The names of the linked items; EMPTY without links.
     Variant LinkItem() const;
 
-    /// Whether scanning it may do anything.
-    bool IsScanned() const { return m_Signal || !m_Traits.Links.isEmpty(); }
     /// Takes the next value from signal or link. A failure, of whatever kind, shows in the state.
     void Scan(const Moment& moment);
 

@@ -1,14 +1,12 @@
 #include "server/plantfile/ItemReader.h"
 
 #include "core/automation/Errors.h"
+#include "core/automation/ItemDefinition.h"
 #include "server/plant/Links.h"
 #include "server/plantfile/SignalReader.h"
 #include "velsqllib/TypeCode.h"
 
 namespace {
-
-constexpr std::array<VarType, 13> Types = {VT_VARIANT, VT_BOOL, VT_I1, VT_UI1, VT_I2,   VT_UI2, VT_I4,
-                                           VT_UI4,     VT_R4,   VT_R8, VT_CY,  VT_DATE, VT_BSTR};
 
 QString PlainName(QString name)
 {
@@ -18,7 +16,7 @@ QString PlainName(QString name)
 /// "I4", "VT_I4", "ARRAY|I4", "VT_ARRAY | VT_I4".
 std::optional<VarType> ParseType(const QString& text)
 {
-    for (const VarType type : Types) {
+    for (const VarType type : ChoosableTypes) {
         if (PlainName(text) == PlainName(TypeName(type))) return type;
         if (PlainName(text) == PlainName(TypeName(ArrayOf(type)))) return ArrayOf(type);
     }
