@@ -10,13 +10,13 @@
 
 #include <list>
 
-/// Lets events run for a loop that changes what is shown many times a frame: while it does, every window is laid out and painted at
-/// most once a frame. What the loop paints itself in between is left alone.
+/// Lets events run for a loop that changes what is shown many times a frame: while it does, every window is laid out
+/// and painted at most once a frame. What the loop paints itself in between is left alone.
 class FramePacer : public QObject
 {
 public:
-    /// A little more than the frame of a loop that announces its calls (modMain::Announce paints everything that waits): a fast loop
-    /// pays for one painting a frame, not for two.
+    /// A little more than the frame of a loop that announces its calls (modMain::Announce paints everything that
+    /// waits): a fast loop pays for one painting a frame, not for two.
     static constexpr int PaceMs = FrameMs + 4;
 
     FramePacer();

@@ -8,8 +8,8 @@
 
 class FramePacer;
 
-/// Writes a list of typed values, read line by line from a text file, to the items of one controller. There is one for the
-/// application.
+/// Writes a list of typed values, read line by line from a text file, to the items of one controller. There is one for
+/// the application.
 class frmBatchWrite : public ChildWindow, private Ui::frmBatchWrite
 {
     Q_OBJECT

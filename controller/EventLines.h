@@ -2,8 +2,8 @@
 
 #include <QAbstractListModel>
 
-/// The lines of an event log, as cheap as they can be kept: one text and where each line ends in it. Lines added become rows only
-/// when they are announced, so that a storm of them costs the view one change.
+/// The lines of an event log, as cheap as they can be kept: one text and where each line ends in it. Lines added become
+/// rows only when they are announced, so that a storm of them costs the view one change.
 class EventLines : public QAbstractListModel
 {
     Q_OBJECT

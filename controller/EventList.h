@@ -5,8 +5,8 @@
 
 class EventLines;
 
-/// A list box that takes lines by the ten thousand: each is one row whatever it holds, the last one is selected, and the screen
-/// follows at most once a frame.
+/// A list box that takes lines by the ten thousand: each is one row whatever it holds, the last one is selected, and
+/// the screen follows at most once a frame.
 class EventList : public QListView
 {
     Q_OBJECT

@@ -181,7 +181,8 @@ void frmController::UpdateEventSubscription()
     KeepSubscribed();
 }
 
-/// A ticked box stays in force as long as the window is shown: a failed subscription is tried again with the grid's refresh.
+/// A ticked box stays in force as long as the window is shown: a failed subscription is tried again with the grid's
+/// refresh.
 void frmController::KeepSubscribed()
 {
     if (!tmrCtrlProp->IsRunning() || (!m_ItemEventsWanted && !m_StateEventsWanted)) return;

@@ -6,8 +6,8 @@
 
 class GridRefresher;
 
-/// The console of one controller: shows its properties, starts, stops and snapshots it, executes commands, writes its tag, adds items
-/// to it, and logs its events.
+/// The console of one controller: shows its properties, starts, stops and snapshots it, executes commands, writes its
+/// tag, adds items to it, and logs its events.
 class frmController : public ChildWindow, private Ui::frmController, private ControllerEvents
 {
     Q_OBJECT

@@ -33,22 +33,22 @@ Platform& GetPlatform();
 /// The state before start-up: line 0, no edit box, no server objects. The main window stays.
 void Reset();
 
-/// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take the line,
-/// pane and counter stay as they were and the status line reads "Log buffer overflow.".
+/// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take
+/// the line, pane and counter stay as they were and the status line reads "Log buffer overflow.".
 void AddLog(const QString& message);
 /// Panel 1 of the status bar.
 void SetStatus(const QString& text);
 /// Logs the description of the exception being handled, unchanged; only inside a catch block.
 void LogErrorDescription();
 
-/// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line, painted before the call blocks (unless
-/// they were painted within the last 16 ms; then the call paints them when it has lasted some 30 ms).
+/// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line, painted before the call blocks
+/// (unless they were painted within the last 16 ms; then the call paints them when it has lasted some 30 ms).
 void Announce(QStringView object, QStringView operation);
 /// Paints what log and status line have got since they were painted last; runs no event loop. For calls that last.
 void PaintProgress();
 
-/// Runs an operator's command, a member function with its object included; whatever it throws becomes one log line. True when
-/// nothing was thrown.
+/// Runs an operator's command, a member function with its object included; whatever it throws becomes one log line.
+/// True when nothing was thrown.
 template <typename Command, typename... Arguments>
     requires std::invocable<Command, Arguments...>
 bool ReportErrors(Command&& command, Arguments&&... arguments)
@@ -62,8 +62,9 @@ bool ReportErrors(Command&& command, Arguments&&... arguments)
     }
 }
 
-/// The plain operator's command, whole: announce, call, "Succeeded."; whatever is thrown becomes one log line. The call may be an
-/// object's operation: CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine). True when nothing was thrown.
+/// The plain operator's command, whole: announce, call, "Succeeded."; whatever is thrown becomes one log line. The call
+/// may be an object's operation: CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine). True when nothing was
+/// thrown.
 template <typename Call, typename... Arguments>
     requires std::invocable<Call, Arguments...>
 bool CallServer(QStringView object, QStringView operation, Call&& call, Arguments&&... arguments)

@@ -8,8 +8,8 @@
 
 class SelectionCopy;
 
-/// The grid of a result: reads what it shows, sizes columns to what is seen of them first, copies selections as tab-separated
-/// text, and can follow the end of a result that is still being read.
+/// The grid of a result: reads what it shows, sizes columns to what is seen of them first, copies selections as
+/// tab-separated text, and can follow the end of a result that is still being read.
 class ResultGrid : public QTableView
 {
     Q_OBJECT

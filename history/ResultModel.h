@@ -7,8 +7,8 @@
 #include <QHash>
 #include <QTimer>
 
-/// A result as a table: its rows become known while the server reads on, its cells when they are to be shown. Never asks the
-/// server for what is not looked at; cells not yet at hand show an ellipsis.
+/// A result as a table: its rows become known while the server reads on, its cells when they are to be shown. Never
+/// asks the server for what is not looked at; cells not yet at hand show an ellipsis.
 class ResultModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -32,7 +32,8 @@ public:
     /// Only while it is looked at does the model ask the server by itself. Off at first.
     void SetActive(bool active);
 
-    /// Reads the cells of `area` that are not at hand, for `budgetMs` at most (one cell at least). The rest follows by itself: dataChanged.
+    /// Reads the cells of `area` that are not at hand, for `budgetMs` at most (one cell at least). The rest follows by
+    /// itself: dataChanged.
     void Prepare(const Area& area, int budgetMs);
     /// Reads a cell as it is. Throws ServerError or ValueError.
     Variant Cell(int row, int column) { return m_Reader.Cell(row, column); }

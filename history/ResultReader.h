@@ -11,7 +11,8 @@ public:
     /// What a grid can take: its height is counted in 32 bits.
     static constexpr qint64 MostRows = 40'000'000;
 
-    /// No result reads like one without columns. Asks for columns, progress and the first page, and throws what that throws.
+    /// No result reads like one without columns. Asks for columns, progress and the first page, and throws what that
+    /// throws.
     explicit ResultReader(ResultSetRef result = nullptr);
 
     const QStringList& Columns() const { return m_Columns; }

@@ -6,8 +6,8 @@
 
 class ResultModel;
 
-/// Puts the selected cells on the clipboard as whole, tab-separated texts. A large selection is read in slices between which
-/// other events are handled; the clipboard changes when all of it was read.
+/// Puts the selected cells on the clipboard as whole, tab-separated texts. A large selection is read in slices between
+/// which other events are handled; the clipboard changes when all of it was read.
 class SelectionCopy : public QObject
 {
     Q_OBJECT
@@ -16,8 +16,8 @@ public:
     /// A longer text is refused.
     static constexpr qsizetype MostCharacters = 50'000'000;
 
-    /// Reads the first slice at once, so that a small selection is on the clipboard when this returns. `model` must outlive it, and the
-    /// result in it must stay.
+    /// Reads the first slice at once, so that a small selection is on the clipboard when this returns. `model` must
+    /// outlive it, and the result in it must stay.
     SelectionCopy(ResultModel& model, const QItemSelection& selection);
     bool IsDone() const { return m_Done; }
 

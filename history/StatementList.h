@@ -2,7 +2,8 @@
 
 #include "core/ListBox.h"
 
-/// The list of statements: long ones and those of several lines take one line each. Its actions stand in its context menu.
+/// The list of statements: long ones and those of several lines take one line each. Its actions stand in its context
+/// menu.
 class StatementList : public ListBox
 {
     Q_OBJECT

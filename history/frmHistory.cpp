@@ -44,7 +44,8 @@ PropertyRows HistoryRows()
 
 } // namespace
 
-/// While a statement runs, the pointer shows it and no other can be started; afterwards all is as it was, whatever happened.
+/// While a statement runs, the pointer shows it and no other can be started; afterwards all is as it was, whatever
+/// happened.
 class frmHistory::Running
 {
 public:

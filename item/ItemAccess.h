@@ -21,8 +21,9 @@ inline constexpr std::array<ItemAccess, 4> ItemAccesses = {{
     {u"Elements", nullptr, &VelSQLItem::put_ID},
 }};
 
-/// The elements at the typed indexes: the numbers at the head of up to four parts between commas, rounded; missing ones are 0. The
-/// fourth is read and dropped. Throws ValueError "Subscript out of range" for a fifth part, "Overflow" for a number beyond 32 bits.
+/// The elements at the typed indexes: the numbers at the head of up to four parts between commas, rounded; missing ones
+/// are 0. The fourth is read and dropped. Throws ValueError "Subscript out of range" for a fifth part, "Overflow" for a
+/// number beyond 32 bits.
 Variant GetElements(VelSQLItem& item, QStringView indexes);
 /// Puts the value after the typed number of milliseconds. Throws ValueError "Type mismatch" for what is not a number.
 void PutDelayed(VelSQLItem& item, const QString& milliseconds, const Variant& value);

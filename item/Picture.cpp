@@ -21,7 +21,8 @@ QByteArray View(const QList<quint8>& bytes)
     return QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.constData()), bytes.size());
 }
 
-/// Hands the bytes to a decoder and notices when it wants more than there are: some decoders accept a truncated picture.
+/// Hands the bytes to a decoder and notices when it wants more than there are: some decoders accept a truncated
+/// picture.
 class PictureBytes : public QIODevice
 {
 public:

@@ -4,7 +4,8 @@
 
 namespace {
 
-/// Averaging over every point of a large picture takes longer than decoding it; this many for each one shown look the same.
+/// Averaging over every point of a large picture takes longer than decoding it; this many for each one shown look the
+/// same.
 constexpr int PointsPerPointShown = 4;
 
 QImage ScaledTo(const QImage& picture, QSize size)

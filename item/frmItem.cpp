@@ -128,8 +128,8 @@ bool frmItem::InitItemGrid()
     return true;
 }
 
-/// Intended: ticking a box runs its rule, so that loading the window of an active item activates it once more. An item whose server
-/// does not answer counts as not active and not linked; the window can be used all the same.
+/// Intended: ticking a box runs its rule, so that loading the window of an active item activates it once more. An item
+/// whose server does not answer counts as not active and not linked; the window can be used all the same.
 void frmItem::InitActivation()
 {
     chkLinkActv->setEnabled(false);

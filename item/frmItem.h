@@ -10,7 +10,8 @@
 class frmPerfChk;
 class GridRefresher;
 
-/// The console of one item: shows its properties, gets and puts single ones as typed values, and switches, snapshots or removes it.
+/// The console of one item: shows its properties, gets and puts single ones as typed values, and switches, snapshots or
+/// removes it.
 class frmItem : public ChildWindow, private Ui::frmItem
 {
     Q_OBJECT

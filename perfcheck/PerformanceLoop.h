@@ -44,6 +44,6 @@ enum class CheckResult
 /// Milliseconds between two readings of the tick counter. Intended: across its wrap the result is one short.
 quint32 ElapsedTicks(quint32 start, quint32 end);
 
-/// Runs the cycles from the tick `start` on, and lets events run once in each. Ends early when `stop` becomes true, at the first
-/// failure that is not ignored, and at the first difference. Never throws.
+/// Runs the cycles from the tick `start` on, and lets events run once in each. Ends early when `stop` becomes true, at
+/// the first failure that is not ignored, and at the first difference. Never throws.
 CheckResult RunPerformanceLoop(const CheckTask& task, const CheckPattern& pattern, quint32 start, const bool& stop);

@@ -8,7 +8,8 @@
 
 #include <memory>
 
-/// The modal dialog that measures how fast the server writes and reads one item. While it is open the process has high priority.
+/// The modal dialog that measures how fast the server writes and reads one item. While it is open the process has high
+/// priority.
 class frmPerfChk : public QDialog, private Ui::frmPerfChk
 {
     Q_OBJECT
