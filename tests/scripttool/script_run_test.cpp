@@ -96,20 +96,12 @@ TEST_F(ScriptProcesses, ThatFloodAreHeldBackAndLeaveTheWindowItsTurns)
 TEST_F(ScriptProcesses, KnowTheEngineByTheNamesGiven)
 {
     const EngineRef engine = modMain::Engine;
-    const auto complaint = [&](const QString& name, const ObjectRef& object) {
-        try {
-            m_Tool->AddObject(name, object);
-        } catch (const ServerError& error) {
-            return error.Description();
-        }
-        return QString();
-    };
-    EXPECT_EQ(complaint(u"Vlx"_s, engine), QString());
-    EXPECT_EQ(complaint(u"$e_2"_s, engine), QString());
-    EXPECT_EQ(complaint(u"Vlx"_s, engine), u"The script object \"Vlx\" exists already."_s);
-    EXPECT_EQ(complaint(u"-x"_s, engine), u"\"-x\" is no name for a script object."_s);
-    EXPECT_EQ(complaint(u"c"_s, engine->get_Controller(Variant(u"PLC1"_s))),
-              u"Only the engine can be given to scripts."_s);
+    const ObjectRef controller = engine->get_Controller(Variant(u"PLC1"_s));
+    m_Tool->AddObject(u"Vlx"_s, engine);
+    m_Tool->AddObject(u"$e_2"_s, engine);
+    for (const auto& [name, object] :
+         {std::pair<QString, ObjectRef>(u"Vlx"_s, engine), {u"-x"_s, engine}, {u"c"_s, controller}})
+        EXPECT_THROW(m_Tool->AddObject(name, object), ServerError) << name.toStdString();
     Run("echo \"$@\"");
     m_Tool->RemoveObject(u"Vlx"_s);
     EXPECT_THROW(m_Tool->RemoveObject(u"Vlx"_s), ServerError);

@@ -6,13 +6,9 @@
 
 TEST_F(ScriptWindow, KeysOfTheEditor)
 {
-    const struct
-    {
-        QString Before;
-        int Anchor, Caret;
-        QList<QPair<Qt::Key, Qt::KeyboardModifiers>> Pressed;
-        QString After;
-    } cases[] = {
+    using Keys = QList<QPair<Qt::Key, Qt::KeyboardModifiers>>;
+    const std::tuple<QString, int, int, Keys, QString> cases[] = {
+        // the text, its selection, and what keys make of it
         {u"    if (x)"_s, 10, 10, {{Qt::Key_Return, {}}, {Qt::Key_A, {}}}, u"    if (x)\n    a"_s},
         {u"    x"_s, 2, 2, {{Qt::Key_Enter, Qt::KeypadModifier}}, u"  \n    x"_s},
         {u"ab\ncd"_s, 1, 4, {{Qt::Key_Return, Qt::ShiftModifier}}, u"a\nd"_s},
@@ -21,14 +17,14 @@ TEST_F(ScriptWindow, KeysOfTheEditor)
         {u"      a\n  b\n\tc"_s, 7, 14, {{Qt::Key_Backtab, Qt::ShiftModifier}}, u"  a\nb\nc"_s},
         {u"a\nb"_s, 1, 3, {{Qt::Key_Tab, {}}, {Qt::Key_Z, Qt::ControlModifier}}, u"a\nb"_s},
     };
-    for (const auto& row : cases) {
-        m_Tool->put_Script(row.Before);
+    for (const auto& [before, anchor, caret, keys, after] : cases) {
+        m_Tool->put_Script(before);
         QTextCursor cursor(Editor().document());
-        cursor.setPosition(row.Anchor);
-        cursor.setPosition(row.Caret, QTextCursor::KeepAnchor);
+        cursor.setPosition(anchor);
+        cursor.setPosition(caret, QTextCursor::KeepAnchor);
         Editor().setTextCursor(cursor);
-        for (const auto& [key, modifiers] : row.Pressed) QTest::keyClick(&Editor(), key, modifiers);
-        EXPECT_EQ(Editor().Script(), row.After);
+        for (const auto& [key, modifiers] : keys) QTest::keyClick(&Editor(), key, modifiers);
+        EXPECT_EQ(Editor().Script(), after);
     }
 }
 

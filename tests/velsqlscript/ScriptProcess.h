@@ -36,7 +36,8 @@ public:
         while (!canReadLine() && waitForReadyRead(30'000)) continue;
         return QString::fromUtf8(readLine()).trimmed();
     }
-    /// What it leaves behind when it has ended: its output, "!" and its errors, the exit code or "signal 9" in brackets.
+    /// What it leaves behind when it has ended: its output, "!" and its errors, the exit code or "signal 9" in
+    /// brackets.
     QString Finish()
     {
         waitForFinished();

@@ -12,7 +12,7 @@ QString OutputOf(const QByteArray& script)
     return RunScript(R"(const item = Vlx.Controller(Vlx.ControllerNames[1]).Item("Anything");
 const plc = Vlx.Controller("PLC1"), result = Vlx.History.Execute("select 1 as a");
 function keep(value) { item.Value = value; print(typed(item, "Value"), item.Value); }
-function attempt(action) { try { const got = action(); if (got !== undefined) print(got); } catch (error) { print(error); } }
+function attempt(act) { try { const got = act(); if (got !== undefined) print(got); } catch (error) { print(error); } }
 )" + script);
 }
 
