@@ -4,18 +4,19 @@
 
 #include <QCommandLineParser>
 
-/// A command line that a program cannot follow.
+/// A command line that a program does not understand.
 class UsageError : public DescribedError
 {
 public:
     using DescribedError::DescribedError;
 };
 
-/// The command line of one of the three programs: all of them answer -h and -v alike, and refuse alike what they do not know.
+/// The command line of the three programs: all answer -h and -v alike, and reject what they do not know in the same
+/// words.
 class CommandLine : public QCommandLineParser
 {
 public:
-    /// The exit code of a program that was called wrongly.
+    /// The exit code after wrong usage.
     static constexpr int WrongUse = 2;
 
     enum class Files
@@ -24,12 +25,12 @@ public:
         Named
     };
 
-    /// `program` as it is called in the shell.
+    /// `program` is its name in the shell.
     CommandLine(const QString& program, const QString& description);
 
-    /// What -h or -v asks for: to be printed, and nothing else to be done; empty when there is more to do. Throws UsageError.
+    /// The text that -h or -v asks for: the program prints it and ends. Otherwise empty. Throws UsageError.
     QString Read(const QStringList& arguments, Files files = Files::None);
-    /// Says on standard error what is wrong; returns WrongUse.
+    /// Writes what is wrong to standard error; returns WrongUse.
     int Refuse(const UsageError& error) const;
 
 private:

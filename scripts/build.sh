@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, configures and builds one preset of CMakePresets.json into build/<preset>.
-# usage: scripts/build.sh dev|release|asan programs|all      (programs: the three that are installed; all: tests and figures, too)
+# usage: scripts/build.sh dev|release|asan programs|all
+# "programs" are the three that are installed; "all" brings tests and figures, too.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs those packages that are missing of the lists named; without a name, of packaging/packages.txt. Where none is, it
-# asks for no rights and takes no noticeable time, so every command may call it.
+# Installs those packages that are missing of the lists named; without a name, of packaging/packages.txt. Where none is,
+# it asks for no rights and takes no noticeable time, so every command may call it.
 # usage: scripts/install-packages.sh [LIST...]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

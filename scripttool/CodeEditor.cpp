@@ -114,7 +114,7 @@ void CodeEditor::ClearError()
     MarkLines();
 }
 
-/// Throws when the script would become too long; `besides` is the length of what stands on the same line.
+/// Throws when the script would become too long; `besides` is the length of the line that the text joins.
 void CodeEditor::CheckLength(const QString& added, qsizetype removed, qsizetype besides) const
 {
     if (document()->characterCount() + added.size() - removed > MaxCharacters)
@@ -182,7 +182,7 @@ void CodeEditor::IndentLines(bool deeper)
 {
     QTextCursor cursor = textCursor();
     QTextBlock block = document()->findBlock(cursor.selectionStart());
-    // A line of which nothing but its beginning is selected is not meant.
+    // A line that is selected only up to its beginning does not count.
     const QTextBlock last = document()->findBlock(cursor.selectionEnd() - (SelectsSeveralLines() ? 1 : 0));
     cursor.beginEditBlock();
     for (; block.isValid() && block.position() <= last.position(); block = block.next()) {

@@ -4,14 +4,15 @@
 
 class ScriptHighlighter;
 
-/// The editor of the script tool: numbers its lines, marks the current one and one with an error, and keeps the indentation.
+/// The editor of the script tool: numbers its lines, marks the current one and one with an error, and keeps the
+/// indentation.
 class CodeEditor : public QPlainTextEdit
 {
     Q_OBJECT
 
 public:
     static constexpr int IndentWidth = 4;
-    /// What is longer takes too long to lay out and to colour: it is refused.
+    /// Longer texts are refused: they take too long to lay out and colour.
     static constexpr qsizetype MaxCharacters = 1024 * 1024;
     static constexpr qsizetype MaxLineLength = 32 * 1024;
 

@@ -2,12 +2,12 @@
 
 #include <QPalette>
 
-/// Colours of the script window, made from the palette so that they can be read on light and on dark ground.
+/// Colours of the script window, derived from the palette so that they are legible on light and dark backgrounds.
 namespace Colours {
 
-/// `share` of `ink` (0 to 1) on the ground of text fields.
+/// `share` (0 to 1) of `ink` mixed into the background of text fields.
 QColor OnBase(const QPalette& palette, const QColor& ink, double share);
-/// The one of two colours that is read better on the ground of text fields.
+/// Whichever colour is more legible on the background of text fields.
 QColor Readable(const QPalette& palette, const QColor& onLight, const QColor& onDark);
 /// The colour of errors.
 QColor Error(const QPalette& palette);

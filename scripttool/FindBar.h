@@ -4,7 +4,7 @@
 
 class QPlainTextEdit;
 
-/// Looks for a text in an editor, onwards or back, and goes on from the other end.
+/// Searches an editor for a text, forwards or backwards, and wraps around at the ends.
 class FindBar : public QWidget, private Ui::FindBar
 {
     Q_OBJECT
@@ -13,11 +13,11 @@ public:
     explicit FindBar(QWidget* parent = nullptr);
 
     void SetEditor(QPlainTextEdit* editor) { m_Editor = editor; }
-    /// Shows the bar with what is selected in the editor, if that is one line, ready to be typed over.
+    /// Shows the bar with the editor's selection, if that is within one line, ready to be typed over.
     void Open();
     /// Hides the bar; the editor gets the focus.
     void Close();
-    /// Without a text to look for they open the bar.
+    /// Without a text to search for they open the bar.
     void FindNext();
     void FindPrevious();
 

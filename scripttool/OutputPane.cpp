@@ -13,7 +13,7 @@
 namespace {
 
 constexpr int IsError = QTextFormat::UserProperty;
-/// State of a block that ends only on the screen: in the text the line goes on.
+/// State of a block that ends only on the screen: its line continues in the next block.
 constexpr int GoesOn = 1;
 
 bool IsLineEnd(QChar c)
@@ -21,7 +21,8 @@ bool IsLineEnd(QChar c)
     return c == u'\n' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
 }
 
-/// Whatever a script prints becomes text that the document takes as it is: control characters would be invisible, and some would end lines.
+/// What a script prints as text that the document takes unchanged: control characters would be invisible, and some
+/// would end lines.
 QString Printable(QString text)
 {
     text.remove(u'\r');
@@ -167,7 +168,7 @@ void OutputPane::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange) ColourErrors();
 }
 
-/// What stands there already follows the desktop's colours, too.
+/// Text printed earlier follows the desktop's colours, too.
 void OutputPane::ColourErrors()
 {
     QList<std::pair<int, int>> errors;

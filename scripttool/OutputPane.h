@@ -2,7 +2,7 @@
 
 #include <QPlainTextEdit>
 
-/// Shows what a script prints, plain or as an error, and keeps the end of it: the last lines, up to a bound.
+/// Shows what a script prints, plain or as an error, and keeps the last lines of it.
 class OutputPane : public QPlainTextEdit
 {
     Q_OBJECT
@@ -22,7 +22,7 @@ public:
 
     explicit OutputPane(QWidget* parent = nullptr);
 
-    /// Puts `text` behind what stands there. The end stays in sight unless the operator has scrolled away from it.
+    /// Adds `text` at the end, which stays in sight unless the operator has scrolled away from it.
     void Append(const QString& text, Kind kind);
     void Clear();
     /// The text between two positions, each line in one piece.

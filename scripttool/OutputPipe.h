@@ -2,11 +2,11 @@
 
 #include <QByteArray>
 
-/// A pipe whose writing end another process gets: what is not read stays in it and holds the writer back.
+/// A pipe whose writing end goes to another process: unread bytes stay in it and hold the writer back.
 class OutputPipe
 {
 public:
-    /// Throws DescribedError when the system has no more to give.
+    /// Throws DescribedError when the system has no descriptors left.
     OutputPipe();
     ~OutputPipe();
     OutputPipe(const OutputPipe&) = delete;
@@ -15,9 +15,9 @@ public:
     int ReadingEnd() const { return m_Ends[0]; }
     int WritingEnd() const { return m_Ends[1]; }
     void CloseWritingEnd();
-    /// What is there now, at most `bytes`; never waits. Empty when nothing is there.
+    /// The bytes that are there now, at most `bytes`, possibly none; never waits.
     QByteArray Read(qsizetype bytes);
-    /// Nobody writes any more, and all was read.
+    /// All writers have closed it, and everything was read.
     bool IsAtEnd() const { return m_AtEnd; }
 
 private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Longer lines are data rather than code, and would take their time.
+/// Longer lines are data rather than code, and would take long to colour.
 constexpr qsizetype LongestColoured = 1024;
 
 const QSet<QString>& Keywords()
@@ -23,7 +23,7 @@ const QSet<QString>& Keywords()
     return Words;
 }
 
-/// Keywords behind which a value stands complete.
+/// Keywords that are values by themselves.
 bool IsValue(const QString& keyword)
 {
     static const QSet<QString> Values = {QStringLiteral("this"), QStringLiteral("super"), QStringLiteral("null"),
@@ -31,7 +31,8 @@ bool IsValue(const QString& keyword)
     return Values.contains(keyword);
 }
 
-/// One token of a line, by the name of its group. What is not matched as a whole (an open text) goes to the end of the line.
+/// One token of a line, by the name of its group. What is not matched as a whole (an open text) goes to the end of the
+/// line.
 const QRegularExpression& Token()
 {
     static const QRegularExpression Expression(
@@ -54,7 +55,7 @@ QRegularExpressionMatch MatchAt(const QRegularExpression& expression, const QStr
     return expression.match(text, at, QRegularExpression::NormalMatch, QRegularExpression::AnchorAtOffsetMatchOption);
 }
 
-/// Behind the backquote that ends a template, or -1.
+/// The position after the backquote that ends a template, or -1.
 qsizetype EndOfTemplate(const QString& text, qsizetype from)
 {
     for (qsizetype at = from; at < text.size(); ++at) {
@@ -64,7 +65,7 @@ qsizetype EndOfTemplate(const QString& text, qsizetype from)
     return -1;
 }
 
-/// Behind the end of a comment, or -1.
+/// The position after the end of a comment, or -1.
 qsizetype EndOfComment(const QString& text, qsizetype from)
 {
     const qsizetype end = text.indexOf(u"*/", from);
@@ -136,7 +137,7 @@ qsizetype ScriptHighlighter::TakeWord(qsizetype at, const QString& word)
     return at + word.size();
 }
 
-/// Colours up to `end`, or, when it is -1, up to the end of the line, with which the next one goes on.
+/// Colours up to `end`, or, when it is -1, up to the end of the line; the next line then continues the same word.
 qsizetype ScriptHighlighter::TakeUntil(qsizetype start, qsizetype end, Word word, State goesOn)
 {
     if (end < 0) setCurrentBlockState(goesOn);

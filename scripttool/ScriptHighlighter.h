@@ -27,7 +27,7 @@ protected:
     void highlightBlock(const QString& text) override;
 
 private:
-    /// What a line begins in the middle of.
+    /// What a line continues from the one before.
     enum State
     {
         InCode = -1,
@@ -43,6 +43,6 @@ private:
     std::array<QTextCharFormat, 4> m_Formats;
     /// The line being coloured.
     QString m_Line;
-    /// Whether what stands before the present place is a value, so that a slash divides it.
+    /// Whether a value stands before the current position, so that a slash divides it.
     bool m_AfterValue = false;
 };

@@ -66,7 +66,8 @@ void ScriptProcess::Start(const QString& program, const QStringList& arguments, 
     m_Process.start(program, arguments);
     if (m_Process.state() == QProcess::NotRunning) return;
     m_Group = m_Process.processId();
-    setpgid(static_cast<pid_t>(m_Group), static_cast<pid_t>(m_Group)); // whoever of both comes first
+    setpgid(static_cast<pid_t>(m_Group),
+            static_cast<pid_t>(m_Group)); // parent and child both do it: either may come first
     m_Output->Pipe.CloseWritingEnd();
     m_Errors->Pipe.CloseWritingEnd();
     m_Process.write(script);
@@ -81,7 +82,7 @@ void ScriptProcess::OpenSources()
     connect(&m_Errors->Arrival, &QSocketNotifier::activated, this, &ScriptProcess::TakeTurn);
 }
 
-/// QProcess would read without bound; so the process writes to pipes of our own.
+/// QProcess would read without bound, so the process writes to our own pipes.
 void ScriptProcess::SetUpChild()
 {
     m_Process.setProcessChannelMode(QProcess::ForwardedChannels);
@@ -116,13 +117,13 @@ void ScriptProcess::TakeTurn()
     m_Output->Arrival.setEnabled(false);
     m_Errors->Arrival.setEnabled(false);
     m_Turn.start();
-    // Errors without marks, such as a crash's, are the process's last words.
-    m_MoreWaits = HandOut(*m_Output) || HandOut(*m_Errors);
+    // Errors without marks, such as a crash's, come last.
+    m_MoreWaits = Deliver(*m_Output) || Deliver(*m_Errors);
     m_Pause.start(static_cast<int>(std::max<qint64>(FrameMs, m_Turn.elapsed()))); // half of the time at most
 }
 
 /// True when more may be waiting.
-bool ScriptProcess::HandOut(Source& source)
+bool ScriptProcess::Deliver(Source& source)
 {
     if (source.Unread.isEmpty()) source.Unread = source.Pipe.Read(BytesATurn);
     const bool isFull = source.Unread.size() == BytesATurn;
@@ -143,7 +144,7 @@ void ScriptProcess::TurnIsOver()
 {
     const bool isAllRead = m_Output->Unread.isEmpty() && m_Errors->Unread.isEmpty();
     if (m_How.isEmpty()) return isAllRead ? Listen() : TakeTurn();
-    // The process is gone; one that outlived it and still prints is read until it pauses, or is stopped.
+    // The process has ended; what its own children still print is read until they pause or are stopped.
     if (m_MoreWaits && !m_Stopped) return TakeTurn();
     if (m_Stopped) Signal(SIGKILL);
     m_Group = 0;

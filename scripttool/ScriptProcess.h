@@ -10,8 +10,8 @@
 
 #include <memory>
 
-/// One run of a script in a process of its own, which ends with this object, whatever it is doing. Output is taken at
-/// most once a frame and in bounded pieces; a script that prints faster waits.
+/// One run of a script in a separate process, which ends with this object, whatever it is doing. Output is read at most
+/// once a frame and in bounded pieces; a script that prints faster waits.
 class ScriptProcess : public QObject
 {
     Q_OBJECT
@@ -33,7 +33,7 @@ public:
 
 Q_SIGNALS:
     void Printed(ScriptProcess::Channel channel, const QString& text);
-    /// Once, when the process is gone (or could not be started) and what it printed was handed out; a sentence for the
+    /// Once, when the process has ended (or could not be started) and all it printed was delivered; a sentence for the
     /// operator.
     void Ended(const QString& how);
 
@@ -44,9 +44,9 @@ private:
         explicit Source(Channel channel);
 
         OutputPipe Pipe;
-        QByteArray Unread; ///< from the pipe, and not handed out yet
+        QByteArray Unread; ///< read from the pipe, but not delivered yet
         const Channel Own;
-        Channel Kind; ///< of what is read now: errors may stand between marks
+        Channel Kind; ///< of what is read now: marks may enclose errors in the output
         QStringDecoder Decode{QStringDecoder::Utf8};
         QSocketNotifier Arrival;
     };
@@ -57,7 +57,7 @@ private:
     void Signal(int signal);
     void Listen();
     void TakeTurn();
-    bool HandOut(Source& source);
+    bool Deliver(Source& source);
     void TurnIsOver();
     void Process_Finished(int exitCode, QProcess::ExitStatus status);
     void Process_Failed(QProcess::ProcessError error);

@@ -8,9 +8,9 @@
 
 class frmScriptTool;
 
-/// The script tool of the console: a window of its own in which scripts are written, and run by a process of its own. The process has
-/// its own connection to the server, so that only the names of the objects given to scripts are kept here. When the tool goes, its window
-/// and a running script go with it.
+/// The script tool of the console: a separate window in which scripts are written, and a separate process that runs
+/// them. The process has its own connection to the server, so only the names of the objects given to scripts are kept
+/// here. The tool's window and a running script end with the tool.
 class ScriptTool : public ScriptHost
 {
 public:
@@ -19,8 +19,8 @@ public:
     ~ScriptTool() override;
 
     void Show() override;
-    /// Only the engine can be given, under any number of names; throws ServerError for other objects, names that are no identifiers, and
-    /// names that are taken.
+    /// Only the engine can be given, under any number of names; throws ServerError for other objects, for names that
+    /// are not identifiers, and for names already taken.
     void AddObject(const QString& name, const ObjectRef& object) override;
     /// Throws ServerError for names that were not given.
     void RemoveObject(const QString& name) override;

@@ -6,7 +6,7 @@
 #include <QShortcut>
 #include <QStandardPaths>
 
-/// A static library brings its resources in only when asked, and not from inside a namespace.
+/// A static library's resources are linked only when asked for, and never from inside a namespace.
 static void InitImages()
 {
     Q_INIT_RESOURCE(scripttool);
@@ -20,7 +20,7 @@ const QString Title = QStringLiteral("Script");
 
 constexpr qsizetype LongestErrorLine = 4096;
 
-/// The line of the script, from 1, that the first message with a line names; 0: there is none.
+/// The script's line, from 1, that the first message with a line number names; 0 without one.
 int LineOfError(const QString& messages)
 {
     static const QRegularExpression Place(u'^' + Title + QStringLiteral(":([0-9]{1,9})[^0-9]"),
@@ -28,7 +28,7 @@ int LineOfError(const QString& messages)
     return Place.match(messages).captured(1).toInt();
 }
 
-/// The line of the script that a line of the output names, as a message or as a step on the way to it; 0: none.
+/// The script's line that a line of the output names, in a message or in its call stack; 0 without one.
 int LineNamed(const QString& output)
 {
     static const QRegularExpression Step(QStringLiteral("^ +in line ([0-9]{1,9})\\b"));

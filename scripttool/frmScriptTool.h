@@ -6,9 +6,9 @@
 #include <QElapsedTimer>
 #include <QTimer>
 
-/// The window of the script tool: an editor, and what the script that runs prints. It stands beside the main window, which neither arranges
-/// nor closes it by "C&lose All": that closes windows of the console, and this is a tool of its own. Closing its frame hides it; its
-/// text stays, and a script that runs goes on, as a batch does in its hidden window.
+/// The window of the script tool: an editor, and the output of the script. It is a top-level window beside the main
+/// window; "C&lose All" closes only the console's own windows, not this one. Closing its frame hides it: its text
+/// stays, and a running script continues, as a batch does in its hidden window.
 class frmScriptTool : public QWidget, private Ui::frmScriptTool
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
 
     /// Brings the window up: visible, in front, active.
     void ShowForm();
-    /// The names by which scripts know the engine, from the next run on.
+    /// The names by which scripts know the engine, from the next run.
     void SetNames(const QStringList& names) { m_Names = names; }
     QString Script() const { return txtScript->Script(); }
     void SetScript(const QString& script) { txtScript->SetScript(script); }

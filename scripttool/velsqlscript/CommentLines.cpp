@@ -12,7 +12,7 @@ bool IsLineEnd(QChar c)
     return c == u'\n' || c == u'\r' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
 }
 
-/// Walks over a script and knows what a quote means where it stands.
+/// Scans a script and knows what a quote means at each position.
 class CommentScanner
 {
 public:
@@ -123,7 +123,8 @@ private:
         Keep();
     }
 
-    /// A "/" behind a value divides. Guessed by what stands before it, as no grammar is at hand; a wrong guess lasts a line at most.
+    /// A "/" after a value divides. Guessed from the code before it, without a grammar; a wrong guess lasts one line at
+    /// most.
     bool BeginsRegularExpression() const
     {
         const QStringView code = QStringView(m_Result).first(m_CodeEnd);
@@ -138,7 +139,7 @@ private:
     const QString& m_Script;
     QString m_Result;
     qsizetype m_At = 0;
-    qsizetype m_CodeEnd = 0; ///< behind the last character of code so far
+    qsizetype m_CodeEnd = 0; ///< the position after the last character of code so far
     bool m_LineIsBlank = true;
     bool m_InTemplate = false;
     int m_Depth = 0;

@@ -2,6 +2,6 @@
 
 #include <QString>
 
-/// A script without the lines whose first character that is no blank is "'": they are emptied, so that all lines keep their numbers.
-/// Inside template literals, strings that go on in the next line and /* */ comments such lines stay as they are.
+/// A script in which lines whose first non-blank character is "'" are emptied, so that all lines keep their numbers.
+/// Inside template literals, strings continued on the next line and /* */ comments such lines stay.
 QString WithoutCommentLines(const QString& script);

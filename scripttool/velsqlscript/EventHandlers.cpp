@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A server that goes without a word is noticed within this time and the connection's own patience.
+/// A server that vanishes silently is noticed within this time plus the connection's own timeout.
 constexpr int CheckIntervalMs = 1000;
 
 } // namespace
@@ -24,7 +24,7 @@ public:
     QJSValue& Of(Kind kind) { return kind == Kind::ChangeState ? m_OnChangeState : m_OnChangeItem; }
     bool IsUsed() const { return m_OnChangeState.isCallable() || m_OnChangeItem.isCallable(); }
 
-    // A handler may take itself away, and this object with it: nothing follows the delivery.
+    // A handler may remove itself and thereby this object: nothing may follow the delivery.
     void OnChangeState(qint32 lNewVal) override { m_Handlers.Deliver({m_Name, Kind::ChangeState, lNewVal}); }
     void OnChangeItem(const ItemRef& pICSItem) override
     {

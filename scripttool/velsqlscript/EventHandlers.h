@@ -9,7 +9,7 @@
 #include <map>
 #include <optional>
 
-/// The handlers that a script has given to controllers, and the waiting in which they are called.
+/// The event handlers that a script has set on controllers, and the waiting during which they are called.
 class EventHandlers
 {
 public:
@@ -23,7 +23,7 @@ public:
     EventHandlers(ScriptValues& values, const PreludeFunctions& prelude, std::function<void()> checkServer);
     ~EventHandlers();
 
-    /// A value that is no function takes the handler away. Throws ServerError when the server refuses the subscription.
+    /// A value that is not a function removes the handler. Throws ServerError when the server refuses the subscription.
     void SetHandler(const ControllerRef& controller, Kind kind, const QJSValue& handler);
     /// Null when there is none.
     QJSValue Handler(const ControllerRef& controller, Kind kind);
@@ -35,10 +35,10 @@ public:
         int Handled = 0;                ///< events
         std::optional<QJSValue> Thrown; ///< by a handler, which ends the wait
     };
-    /// Waits `milliseconds`, or only until an event was handled. Throws ServerError when the server goes meanwhile and there are
-    /// handlers, which would otherwise wait for ever.
+    /// Waits `milliseconds`, or only until an event was handled. Throws ServerError when the server ends while there
+    /// are handlers, which would otherwise wait for ever.
     Outcome Wait(std::optional<int> milliseconds, bool untilHandled);
-    /// Inside a handler no other is called.
+    /// While a handler runs no other is called.
     bool IsHandling() const { return m_Depth > 0; }
 
 private:
@@ -62,7 +62,7 @@ private:
     const PreludeFunctions& m_Prelude;
     std::function<void()> m_CheckServer;
     std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< by the controller's name
-    std::deque<Event> m_Waiting; ///< came after a handler had thrown: for the next wait
+    std::deque<Event> m_Waiting; ///< arrived after a handler had thrown: kept for the next wait
     QEventLoop* m_Loop = nullptr;
     bool m_UntilHandled = false;
     int m_Depth = 0;

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-/// Members made of the server objects' operations: arguments and results are fitted to the operation's own types.
+/// Members made from the server objects' operations: arguments and results are converted to the operation's types.
 
 template <typename Object>
 Object& Self(const Variant& self)

@@ -142,7 +142,7 @@ void CheckCount(const Member& member, qsizetype count)
                               QString::number(count)));
 }
 
-/// What is wrong with a value is said with the name of the member that refuses it; the server's own words stay as they are.
+/// The description of a refused value gets the member's name; the server's own words stay unchanged.
 template <typename Action>
 auto NamingTheMember(const ScriptHandle& object, const QString& name, Action action)
 {

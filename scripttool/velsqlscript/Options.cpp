@@ -11,7 +11,7 @@ const QString s_Description = QStringLiteral(
     "started.\n"
     "Lines whose first character is \"'\" are comments. The manual, scripting.md, tells what scripts find.\n"
     "\n"
-    "Exit codes: 0 done, 1 the script failed, 2 wrong command line or unreadable file, 3 no server to be had;\n"
+    "Exit codes: 0 done, 1 the script failed, 2 wrong command line or unreadable file, 3 no server available;\n"
     "a script may end with any code by exit(code). Errors are written as TITLE:LINE: message.");
 
 constexpr int LeastMemory = 64;

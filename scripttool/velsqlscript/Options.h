@@ -2,7 +2,7 @@
 
 #include <QStringList>
 
-/// What the command line asks for.
+/// The options of the command line.
 struct ScriptOptions
 {
     QString File; ///< "-" is standard input
@@ -11,7 +11,7 @@ struct ScriptOptions
     int MemoryMegabytes = 1024;
     bool AttachOnly = false;  ///< no server is started
     bool MarksErrors = false; ///< in standard output
-    QString Answer;           ///< of --help and --version: to be printed, and nothing else to be done
+    QString Answer;           ///< to --help and --version: printed, and nothing else is done
 };
 
 /// Throws DescribedError for a command line that cannot be understood.

@@ -29,7 +29,7 @@ bool s_MarksErrors = false;
     std::_Exit(EXIT_FAILURE);
 }
 
-/// Descriptors that others share may be non-blocking.
+/// Descriptors shared with other processes may be non-blocking.
 void WaitUntilWritable(int descriptor)
 {
     pollfd waiting{descriptor, POLLOUT, 0};

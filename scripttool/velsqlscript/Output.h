@@ -8,10 +8,10 @@ enum class Stream
     Error
 };
 
-/// From now on lines for standard error go to standard output, marked as velsqlscript --mark-errors says, so that
-/// whoever reads them gets all lines in their order.
+/// From now on lines for standard error go to standard output, marked as for velsqlscript --mark-errors, so that the
+/// reader gets all lines in order.
 void MarkErrors();
 
-/// Writes a line as UTF-8, at once, so that whoever reads a pipe sees it when it was printed. A reader that has gone
-/// ends the process without a word, as SIGPIPE does.
+/// Writes a line as UTF-8 at once, unbuffered. When the reader of a pipe has gone, the process ends silently, as
+/// SIGPIPE ends it.
 void WriteLine(Stream stream, const QString& line);

@@ -15,7 +15,7 @@
 
 namespace {
 
-// Made in advance: when they are needed nothing can be allocated.
+// Prepared in advance: nothing can be allocated when they are needed.
 QByteArray s_OutOfMemory;
 QByteArray s_OutOfStack;
 QByteArray s_Crashed;

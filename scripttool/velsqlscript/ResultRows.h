@@ -2,8 +2,7 @@
 
 #include "core/automation/ServerObjects.h"
 
-/// A statement's result as scripts see it: rows are waited for when the server has not read them yet, and the page read
-/// last is kept.
+/// A statement's result as scripts see it: waits for rows that the server has not read yet, and keeps the last page.
 class ResultRows : public ServerObject
 {
 public:
@@ -12,7 +11,7 @@ public:
     ResultRows& operator=(const ResultRows&) = delete;
     ~ResultRows() override { --s_Count; }
 
-    /// How many the server holds for this process.
+    /// The number of results that the server holds for this process.
     static int Count() { return s_Count; }
 
     /// An array of texts.
@@ -26,7 +25,7 @@ public:
     Variant Cell(qint32 row, qint32 column);
 
 private:
-    /// Asks the server how far it is until `enough` rows are there, or all.
+    /// Asks the server for its progress until it has read `enough` rows, or all.
     void WaitForRows(qint64 enough);
     const ResultPage& PageOf(qint32 row);
     qint32 ColumnCount();

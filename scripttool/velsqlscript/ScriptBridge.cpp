@@ -209,8 +209,7 @@ int ScriptBridge::Wait(std::optional<int> milliseconds, bool untilHandled)
     return outcome.Handled;
 }
 
-/// Results that the script cannot reach any more go back to the server; not so often that it would take much of the
-/// time.
+/// Returns results that the script can no longer reach to the server, but not so often that it takes much of the time.
 void ScriptBridge::ReleaseResults()
 {
     constexpr qint64 atMostEveryMs = 100;
@@ -221,7 +220,7 @@ void ScriptBridge::ReleaseResults()
     m_ReleaseMs = m_Released.restart();
 }
 
-/// While a script runs without a pause. One that keeps its results is not searched for others at each statement.
+/// For scripts that run without a pause. One that keeps its results does not cause a collection at each statement.
 void ScriptBridge::ReleaseManyResults()
 {
     if (ResultRows::Count() < m_ManyResults) return;

@@ -6,7 +6,7 @@
 #include <QJSEngine>
 #include <QObject>
 
-/// What prelude.js calls: the native half of all that scripts find. Failures become script exceptions here.
+/// The native half of the scripts' environment, called by prelude.js. Failures become script exceptions here.
 class ScriptBridge : public QObject
 {
     Q_OBJECT
@@ -15,15 +15,15 @@ public:
     /// `checkServer` throws when the server does not answer.
     ScriptBridge(QJSEngine& engine, std::function<void()> checkServer);
 
-    /// To be called once, before anything else: the engine gets all that scripts find.
+    /// To be called once, before anything else: sets up the scripts' environment in the engine.
     void RunPrelude();
-    /// From now on scripts know the object under this global name.
+    /// Scripts know the object under this global name from now on.
     void AddObject(const QString& name, const ObjectRef& object);
 
     /// [{name, isProperty, isWritable}...] of a kind such as "Item".
     Q_INVOKABLE QJSValue Members(const QString& kindName);
     Q_INVOKABLE QStringList TypeNames() const;
-    /// `exact` gives a wrapped typed value in place of a plain one.
+    /// `exact` gives a wrapped typed value instead of a plain one.
     Q_INVOKABLE QJSValue Read(const QJSValue& handle, const QString& member, const QJSValue& arguments, bool exact);
     Q_INVOKABLE void Write(const QJSValue& handle, const QString& member, const QJSValue& value);
     Q_INVOKABLE QJSValue Handler(const QJSValue& handle, const QString& event);
@@ -44,8 +44,8 @@ public:
     Q_INVOKABLE void Exit(double code);
 
 private:
-    /// The engine collects what it no longer needs by its own memory, which says nothing about what the server holds
-    /// for it.
+    /// The engine collects garbage by its own use of memory, which says nothing about the results that the server
+    /// holds.
     static constexpr int FewResults = 8;
 
     template <typename Action>

@@ -13,7 +13,7 @@ namespace {
 QByteArray ReadBytes(QFile& file, const QString& title)
 {
     QByteArray bytes = file.read(LargestScript + 1);
-    while (bytes.size() <= LargestScript) { // a pipe hands out what it has
+    while (bytes.size() <= LargestScript) { // a pipe gives only what it holds
         const QByteArray more = file.read(LargestScript + 1 - bytes.size());
         if (more.isEmpty()) break;
         bytes += more;

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// The script's name inside the engine; the title may hold characters that a frame's text cannot tell apart.
+/// The script's name inside the engine; a title may contain characters that also separate the parts of a stack frame.
 const QString s_Internal = QStringLiteral("script");
 constexpr qsizetype MostFrames = 10;
 
@@ -17,7 +17,7 @@ struct Frame
     QString Line;
 };
 
-/// The frames that lie in the script, innermost first, of texts like "function:12:-1:file:script".
+/// The script's own frames, innermost first, from texts like "function:12:-1:file:script".
 QList<Frame> FramesOf(const QStringList& stack)
 {
     static const QRegularExpression Text(QStringLiteral("^(.*):(\\d+):-?\\d+:file:%1$").arg(s_Internal),
@@ -30,10 +30,10 @@ QList<Frame> FramesOf(const QStringList& stack)
     return frames;
 }
 
-/// Errors on purpose speak for themselves; the language's own are better understood with their kind, such as "ReferenceError".
+/// Deliberate errors speak for themselves; the language's own need their kind, such as "ReferenceError".
 QString MessageOf(const QJSValue& thrown)
 {
-    // When the function that is to be called cannot be read, the engine wraps the reason in a complaint of its own.
+    // When the function to be called cannot be read, the engine wraps the reason in an error of its own.
     static const QRegularExpression Wrapped(QStringLiteral("^TypeError: Property '.*' of object (TypeError: .* has no "
                                                            "member .*) is not a function$"));
     const QString name = thrown.property(QStringLiteral("name")).toString();
@@ -74,6 +74,6 @@ std::optional<QString> ScriptRun::Run(const QString& script, const QString& titl
     QStringList stack;
     const QJSValue result = m_Engine.evaluate(WithoutCommentLines(script), s_Internal, 1, &stack);
     if (!stack.isEmpty()) return Report(result, stack, title);
-    QCoreApplication::sendPostedEvents(); // promises that are still to be kept
+    QCoreApplication::sendPostedEvents(); // promises that are still to be resolved
     return std::nullopt;
 }

@@ -4,14 +4,14 @@
 
 #include <optional>
 
-/// One script from its text to its end.
+/// Runs one script.
 class ScriptRun
 {
 public:
     ScriptRun(const EngineRef& engine, const QStringList& names, std::function<void()> checkServer);
 
-    /// Nothing when it ended well, else what it threw and did not catch: "TITLE:LINE: message", with the functions that were being
-    /// called when there were several.
+    /// Nothing when it ended well, else what it threw and did not catch: "TITLE:LINE: message", with the functions that
+    /// were being called when there were several.
     std::optional<QString> Run(const QString& script, const QString& title);
 
 private:

@@ -12,13 +12,13 @@
 
 namespace {
 
-/// As people read it: the single 0.1 becomes the double 0.1, which is the same single again when it is written back.
+/// By its decimal text: the single 0.1 becomes the double 0.1, which converts back to the same single.
 double FromSingle(float single)
 {
     return std::isfinite(single) ? ParseNumber(FormatSingleExactly(single)).value_or(0.0) : static_cast<double>(single);
 }
 
-/// The wall-clock time of an automation date; an invalid one where no clock can say it.
+/// The wall-clock time of an automation date; invalid where no clock shows it.
 QDateTime LocalTime(Date date)
 {
     try {

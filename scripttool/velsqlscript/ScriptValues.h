@@ -13,7 +13,7 @@ struct PreludeFunctions
     QJSValue MakeError; ///< makes a script error of (type's name, message)
 };
 
-/// Values of the server as values of a script and back. What a script writes plainly gets the type that is natural for it;
+/// Converts values of the server to values of a script and back. A script's plain values get their natural type;
 /// wrappers of typed values and of objects carry theirs.
 class ScriptValues
 {
@@ -23,7 +23,7 @@ public:
 
     QJSValue ToScript(const Variant& value);
     QJSValue Wrap(const ScriptHandle& handle);
-    /// Throws ValueError for what the server has no type for.
+    /// Throws ValueError for values without a type at the server.
     Variant FromScript(const QJSValue& value) { return FromScript(value, 0); }
     QList<Variant> ListFromScript(const QJSValue& array) { return ListFromScript(array, -1); }
 

@@ -15,7 +15,7 @@ namespace {
 constexpr std::array<VarType, 14> NameableTypes = {VT_BOOL, VT_I1, VT_UI1, VT_I2,   VT_UI2,  VT_I4,       VT_UI4,
                                                    VT_R4,   VT_R8, VT_CY,  VT_DATE, VT_BSTR, VT_DISPATCH, VT_VARIANT};
 
-/// Every number as a double, which holds all but amounts exactly.
+/// Every number as a double, which is exact for all but currency amounts.
 std::optional<double> NumberIn(const Variant& value)
 {
     return std::visit(
@@ -28,7 +28,7 @@ std::optional<double> NumberIn(const Variant& value)
         value.Data());
 }
 
-/// Rounded once: by way of its decimal text it could become the neighbour.
+/// Rounded once: through its decimal text it could become a neighbouring single.
 std::optional<float> SingleFrom(double number)
 {
     const auto single = static_cast<float>(number);

@@ -4,24 +4,24 @@
 
 #include <QStringList>
 
-/// Values of a type that a script names, and what a script sees of a value's type.
+/// Values of types that a script names, and how a script sees a value's type.
 
 /// "I2", "ARRAY|I2", "EMPTY".
 QString NameOfType(VarType type);
-/// The names of which a script can make single values, such as "I2".
+/// The types, such as "I2", of which a script can make single values.
 QStringList MakeableTypes();
-/// `name` is that of a single value or of an array's elements. Throws ValueError for what is no such name.
+/// `name` is that of a single value or of an array's elements. Throws ValueError for other names.
 VarType TypeNamed(const QString& name);
 
-/// A plain value as one of `type`: numbers are rounded as the converter rounds them, true is -1, texts are read as value texts.
-/// Throws ValueError with the converter's description.
+/// A plain value as one of `type`: numbers are rounded as the converter rounds them, true is -1, texts are read as
+/// value texts. Throws ValueError with the converter's description.
 Variant MakeTyped(VarType type, const Variant& plain);
 /// Every element as by MakeTyped; of VT_VARIANT as it is.
 Variant MakeArray(VarType elementType, const QList<Variant>& elements, qint32 lowerBound);
 
 /// The console's typed text of a value, such as "2,5". Throws ValueError for what has none.
 QString TypedTextOf(const Variant& value);
-/// EMPTY when the value is no array.
+/// EMPTY when the value is not an array.
 Variant LowerBoundOf(const Variant& value);
 
 /// Arguments of operations. All throw ValueError "Type mismatch".

@@ -26,7 +26,7 @@ int Fail(ExitCode code, const QString& message)
     return code;
 }
 
-/// Qt's own remarks are not the script's: only what ends the process is worth a line.
+/// Qt's own messages are not the script's: only one that ends the process gets a line.
 void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (type == QtFatalMsg) WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + message);
@@ -48,7 +48,8 @@ int RunScript(const ScriptOptions& options)
     } catch (const ServerError& error) {
         return Fail(NoServer, QStringLiteral("velsqlscript: ") + error.Description());
     }
-    LimitProcess(options.MemoryMegabytes, options.Title); // not before: a server that was started would inherit it
+    LimitProcess(options.MemoryMegabytes,
+                 options.Title); // not earlier: a server started by the library would inherit it
     ScriptRun run(engine, options.Names, [&] { library.Ping(); });
     const auto failure = run.Run(script, options.Title);
     return failure ? Fail(ScriptFailed, *failure) : Done;

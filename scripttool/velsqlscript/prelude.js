@@ -1,5 +1,6 @@
-// What every script finds before its first line: wrappers of the server's objects, typed values, errors, output and waiting.
-// `native` is ScriptBridge. A wrapper knows all its names; any other is an error, because a silently ignored one costs hours.
+// The environment of every script: wrappers of the server's objects, typed values, errors, output and waiting.
+// `native` is ScriptBridge. A wrapper knows all its names; any other is an error, because a silently ignored one costs
+// hours.
 (function (native, global) {
     "use strict";
 
@@ -34,7 +35,8 @@
     function noSuchMember(kind, name) {
         const names = Array.from(membersOf[kind].keys()).concat(kind === "Controller" ? eventNames : []);
         const meant = names.find(known => known.toLowerCase() === String(name).toLowerCase());
-        return makeError("TypeError", `${kind} has no member "${String(name)}"` + (meant ? `; it is spelled "${meant}"` : ""));
+        const hint = meant ? `; it is spelled "${meant}"` : "";
+        return makeError("TypeError", `${kind} has no member "${String(name)}"` + hint);
     }
 
     function describe({ kind, handle }) {
@@ -128,7 +130,8 @@
     function dateText(date) {
         if (isNaN(date)) return "Invalid Date";
         const two = number => String(number).padStart(2, "0");
-        const day = [String(date.getFullYear()).padStart(4, "0"), two(date.getMonth() + 1), two(date.getDate())].join("-");
+        const year = String(date.getFullYear()).padStart(4, "0");
+        const day = [year, two(date.getMonth() + 1), two(date.getDate())].join("-");
         const time = [date.getHours(), date.getMinutes(), date.getSeconds()].map(two).join(":");
         const milliseconds = date.getMilliseconds();
         return `${day} ${time}` + (milliseconds ? "." + String(milliseconds).padStart(3, "0") : "");
@@ -160,9 +163,11 @@
     function typed(first, ...rest) {
         if (rest.length === 0) return typeof first === "string" ? native.FromText(first) : native.Exact(first);
         const handle = first !== null && typeof first === "object" ? first[handleKey] : undefined;
-        if (handle === undefined) throw makeError("TypeError", "typed takes an object of the server and a member's name");
+        if (handle === undefined)
+            throw makeError("TypeError", "typed takes an object of the server and a member's name");
         const [name, ...args] = rest;
-        if (!(name in first) || eventNames.includes(name)) throw makeError("TypeError", `"${String(name)}" has no typed value`);
+        if (!(name in first) || eventNames.includes(name))
+            throw makeError("TypeError", `"${String(name)}" has no typed value`);
         return native.Read(handle, name, args, true);
     }
 

@@ -71,8 +71,9 @@ bool IsQtsOwn(const QWidget& control)
     return control.objectName().isEmpty() || control.objectName().startsWith(u"qt_"_s);
 }
 
-/// What an operator would find fault with when looking at a window: a text that does not fit its control, a control that sticks out of
-/// its parent, one that the keyboard does not reach, or reaches but a screen reader cannot name. One line each.
+/// What an operator would find fault with when looking at a window: a text that does not fit its control, a control
+/// that sticks out of its parent, one that the keyboard does not reach, or reaches but a screen reader cannot name. One
+/// line each.
 QStringList FaultsOf(QWidget& window)
 {
     QStringList faults;

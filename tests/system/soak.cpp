@@ -16,12 +16,12 @@ extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // GCC brings 
 
 namespace {
 
-/// What a round after the warm-up may add to the heap, in KiB. Qt's cache of pictures keeps the names of pictures that it has dropped,
-/// some 20 KiB of them a round; 42 KiB a round were measured under the sanitizer.
+/// What a round after the warm-up may add to the heap, in KiB. Qt's cache of pictures keeps the names of pictures that
+/// it has dropped, some 20 KiB of them a round; 42 KiB a round were measured under the sanitizer.
 constexpr qint64 MostGrowth = 64;
 
-/// What this process holds of the heap, in KiB. What the process takes from the system would say less: a sanitizer keeps what was given
-/// back, and remembers who asked for it.
+/// What this process holds of the heap, in KiB. What the process takes from the system would say less: a sanitizer
+/// keeps what was given back, and remembers who asked for it.
 qint64 HeapInUse()
 {
 #ifdef __SANITIZE_ADDRESS__
