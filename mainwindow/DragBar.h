@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-/// The bar between two panes; whoever places the panes follows its drag.
+/// The bar between two panes; PanesLayout follows its drag.
 class DragBar : public QWidget
 {
     Q_OBJECT

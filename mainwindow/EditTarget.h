@@ -4,8 +4,8 @@
 #include <QWidget>
 
 /// Keeps ActiveEditBox at the text box used last, and its selection with it: a menu opened by key, or a button or grid
-/// that takes the focus, would drop the selection that Cut and Copy are meant for. A tool's window beside the main
-/// window is not of the console: its text boxes, maybe out of sight, are never a target.
+/// that takes the focus, would drop the selection that Cut and Copy work on. The text boxes of a window beside the
+/// main window, such as the script tool's, are never a target: they may be out of sight.
 class EditTarget : public QObject
 {
     Q_OBJECT

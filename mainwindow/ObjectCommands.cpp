@@ -60,7 +60,7 @@ void ObjectCommands::RemoveItem()
 {
     const TreeNodeRef node = CurrentNode({NodeTag::AddItem});
     if (!node || !modMain::AskSure()) return;
-    if (!node->IsInTree() || !Engine) return; // Much may happen while the question stands.
+    if (!node->IsInTree() || !Engine) return; // Either may go while the question is shown.
     const ControllerRef controller = Engine->get_Controller(node->Parent()->Text());
     Announce(u"Controller", u"RemoveItem");
     controller->RemoveItem(node->Text());

@@ -7,7 +7,7 @@ class QMdiArea;
 class QWidget;
 
 /// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
-/// When the last of these goes, the tree gets the focus that would else be nowhere.
+/// When the last child window closes, the tree gets the focus.
 class PaneKeys : public QObject
 {
     Q_OBJECT

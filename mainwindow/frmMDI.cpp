@@ -308,7 +308,7 @@ void frmMDI::CascadeWindows()
     modMain::SetStatus(QStringLiteral("Ready."));
 }
 
-/// Those that stand while the console is closed. Closing one may take another with it.
+/// Dialogs that are open while the console is closed. Closing one may delete another.
 void frmMDI::CloseDialogs()
 {
     const auto found = findChildren<QDialog*>();

@@ -39,8 +39,9 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
     const QRect node = Tree().visualRect(m_Main->Tree().IndexOf(Node(PLC1)));
     m_Main->SelectNode(Node(D100));
     m_Main->m_CurrentNode = Node(D100);
-    Trigger("mnuView_0");                                                             // the tree's double-click
-    for (const QPoint& place : {empty, QPoint(node.left() - 8, node.center().y())}) { // beside all, and on the expander
+    Trigger("mnuView_0"); // the tree's double-click
+    for (const QPoint& place :
+         {empty, QPoint(node.left() - 8, node.center().y())}) { // below the last node, and on the expander
         Click(Node(D100));
         DoubleClick(place);
         Trigger("mnuView_0");
