@@ -212,5 +212,5 @@ kj::Promise<Variant> Commands::Terminate(Order&)
 
 PlantController& Commands::ControllerOf(Order& order) const
 {
-    return order.Controller ? *order.Controller : *m_Subjects.World.Controller(order.Text.Word(u"a controller"));
+    return order.Controller ? *order.Controller : *m_Subjects.Plant.Controller(order.Text.Word(u"a controller"));
 }

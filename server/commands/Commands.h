@@ -9,7 +9,7 @@
 /// What the commands work on.
 struct CommandSubjects
 {
-    Plant& World;
+    ::Plant& Plant;
     History& Records;
     const ObjectDirectory& Objects;
     CallWatch& Watch;
