@@ -2,6 +2,7 @@
 
 #include "core/automation/Errors.h"
 #include "server/log/Log.h"
+#include "velsqllib/WireText.h"
 
 PlantScanner::PlantScanner(Plant& plant, kj::Timer& timer)
     : m_Timer(timer)
@@ -39,6 +40,5 @@ void PlantScanner::Scan(PlantController& controller, int scanClass)
 
 void PlantScanner::taskFailed(kj::Exception&& exception)
 {
-    Log(LogLevel::Error,
-        QStringLiteral("Scanning has ended: %1").arg(QString::fromUtf8(exception.getDescription().cStr())));
+    Log(LogLevel::Error, QStringLiteral("Scanning has ended: %1").arg(DescriptionOf(exception)));
 }

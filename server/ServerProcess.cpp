@@ -4,8 +4,8 @@
 #include "server/log/Log.h"
 #include "server/plantfile/DemoPlant.h"
 #include "server/plantfile/PlantFile.h"
-#include "server/rpc/EngineServer.h"
 #include "server/ServerPlace.h"
+#include "velsqllib/WireText.h"
 
 #include <csignal>
 #include <unistd.h>
@@ -40,11 +40,10 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_PlantToml(PlantToml(options.PlantPath))
     , m_AddedItems(m_Plant)
     , m_Commands(SubjectsOfCommands())
-    , m_Services{m_Plant, m_History, m_Commands, m_AddedItems, m_Watch, m_Objects}
+    , m_Objects(m_Plant, m_History, m_Commands, m_AddedItems, m_Watch)
     , m_Ending(kj::newPromiseAndFulfiller<void>())
     , m_Tasks(*this)
 {
-    m_Objects.Open(m_Services);
 }
 
 ServerProcess::~ServerProcess() = default;
@@ -57,7 +56,7 @@ void ServerProcess::Start()
     m_Plant.Begin();
     m_Scanner = kj::heap<PlantScanner>(m_Plant, m_Io.provider->getTimer());
     m_Clients = kj::heap<ClientHost>(m_Io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
-        return kj::heap<LibraryServer>(m_Services, std::move(callsUnderWay));
+        return m_Objects.Library(std::move(callsUnderWay));
     });
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
 }
@@ -114,7 +113,7 @@ void ServerProcess::Warn(const QString& text)
 
 void ServerProcess::taskFailed(kj::Exception&& exception)
 {
-    Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
+    Log(LogLevel::Error, DescriptionOf(exception));
 }
 
 void ServerProcess::TellReady() const
@@ -174,7 +173,7 @@ CommandSubjects ServerProcess::SubjectsOfCommands()
 {
     return {m_Plant,
             m_History,
-            m_Objects,
+            [this] { return m_Objects.Held(); },
             m_Watch,
             m_Io.provider->getTimer(),
             [this] { return m_AddedItems.LastDefinition(); },

@@ -59,12 +59,11 @@ private:
     const HistorySettings m_HistorySettings; ///< a plant file with mistakes is found before anybody can connect
     std::optional<ListeningSocket> m_Socket;
     History m_History;
-    ObjectDirectory m_Objects;
     CallWatch m_Watch;
     const QByteArray m_PlantToml;
     AddedItems m_AddedItems;
     Commands m_Commands;
-    Services m_Services;
+    ObjectDirectory m_Objects;
     kj::PromiseFulfillerPair<void> m_Ending;
     bool m_HandsOver = false;
     kj::Own<PlantScanner> m_Scanner;

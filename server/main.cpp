@@ -3,6 +3,7 @@
 #include "server/plantfile/PlantFile.h"
 #include "server/ServerPlace.h"
 #include "server/ServerProcess.h"
+#include "velsqllib/WireText.h"
 
 #include <QCoreApplication>
 #include <QFile>
@@ -152,7 +153,7 @@ int main(int argc, char** argv)
     } catch (const PlantFileError& error) {
         LogMistakes(error.Description()); // as compilers do, for editors that jump to the line
     } catch (const kj::Exception& exception) {
-        Log(LogLevel::Error, QString::fromUtf8(exception.getDescription().cStr()));
+        Log(LogLevel::Error, DescriptionOf(exception));
     } catch (...) {
         Log(LogLevel::Error, CurrentErrorDescription());
     }

@@ -1,16 +1,9 @@
 #include "velsqllib/WirePage.h"
 
 #include "core/automation/Errors.h"
+#include "velsqllib/WireText.h"
 
 namespace {
-
-/// Rows hold plain values: an object cannot come out of a database.
-class NoObjects : public WireObjects
-{
-public:
-    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
-    ObjectRef Read(wire::Object::Reader) override { return nullptr; }
-};
 
 kj::Array<capnp::word> CopyWords(capnp::Data::Reader bytes)
 {
@@ -49,7 +42,7 @@ Variant WirePage::Cell(qint32 row, qint32 column) const
     try {
         return ReadValue(m_Cells[index], noObjects);
     } catch (const kj::Exception& failure) {
-        throw ServerError(QString::fromUtf8(failure.getDescription().cStr()));
+        throw ServerError(DescriptionOf(failure));
     }
 }
 

@@ -15,3 +15,15 @@ capnp::Data::Reader WireBytes(const QString& text)
 {
     return {reinterpret_cast<const kj::byte*>(text.utf16()), static_cast<std::size_t>(text.size()) * sizeof(QChar)};
 }
+
+kj::Exception ToException(const QString& description)
+{
+    const QByteArray text = description.toUtf8();
+    return {kj::Exception::Type::FAILED, __FILE__, __LINE__,
+            kj::heapString(text.constData(), static_cast<std::size_t>(text.size()))};
+}
+
+QString DescriptionOf(const kj::Exception& failure)
+{
+    return QString::fromUtf8(failure.getDescription().cStr());
+}

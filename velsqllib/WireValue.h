@@ -14,6 +14,14 @@ public:
     virtual ObjectRef Read(wire::Object::Reader reader) = 0;
 };
 
+/// For values that come out of a database: these hold no objects.
+class NoObjects final : public WireObjects
+{
+public:
+    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
+    ObjectRef Read(wire::Object::Reader) override { return nullptr; }
+};
+
 /// Arrays inside arrays deeper than this are refused on both sides.
 inline constexpr int MaxValueDepth = 16;
 

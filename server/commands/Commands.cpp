@@ -1,7 +1,6 @@
 #include "server/commands/Commands.h"
 
 #include "core/automation/Errors.h"
-#include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/ValueText.h"
 
 namespace {
@@ -180,12 +179,13 @@ kj::Promise<Variant> Commands::ReportPlant(Order&)
 
 kj::Promise<Variant> Commands::ReportReferences(Order&)
 {
+    const HeldCounts held = m_Subjects.Held();
     return Variant(QStringLiteral("controllers %1, items %2, results %3, subscriptions %4, events %5")
-                       .arg(m_Subjects.Objects.HeldControllers())
-                       .arg(m_Subjects.Objects.HeldItems())
-                       .arg(m_Subjects.Objects.HeldResults)
-                       .arg(m_Subjects.Objects.AllSubscribers().Count())
-                       .arg(m_Subjects.Objects.AllSubscribers().Waiting()));
+                       .arg(held.Controllers)
+                       .arg(held.Items)
+                       .arg(held.Results)
+                       .arg(held.Subscriptions)
+                       .arg(held.Events));
 }
 
 kj::Promise<Variant> Commands::ReportCalls(Order&)

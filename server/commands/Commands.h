@@ -2,7 +2,7 @@
 
 #include "server/commands/CallWatch.h"
 #include "server/commands/CommandText.h"
-#include "server/rpc/Services.h"
+#include "server/rpc/ObjectDirectory.h"
 
 #include <functional>
 
@@ -11,7 +11,7 @@ struct CommandSubjects
 {
     ::Plant& Plant;
     History& Records;
-    const ObjectDirectory& Objects;
+    std::function<HeldCounts()> Held;
     CallWatch& Watch;
     kj::Timer& Timer;
     std::function<Variant()> LastDefinition;

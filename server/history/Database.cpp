@@ -4,6 +4,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSqlDriver>
 #include <QSqlQuery>
 
 #include <array>
@@ -197,6 +198,13 @@ DatabaseSession::~DatabaseSession()
 {
     Database().close();
     QSqlDatabase::removeDatabase(m_Name);
+}
+
+sqlite3* DatabaseSession::SqliteHandle() const
+{
+    const QVariant handle = Database().driver()->handle();
+    return handle.typeName() == QByteArrayView("sqlite3*") ? *static_cast<sqlite3* const*>(handle.constData())
+                                                           : nullptr;
 }
 
 void DatabaseSession::Run(const QString& statement) const

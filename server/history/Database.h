@@ -7,6 +7,8 @@
 #include <QSqlError>
 #include <QVariant>
 
+struct sqlite3;
+
 /// Where a database is and how to reach it, as a connection string "Key=Value;Key=Value" says.
 class DatabaseAddress
 {
@@ -57,6 +59,8 @@ public:
     ~DatabaseSession();
 
     QSqlDatabase Database() const { return QSqlDatabase::database(m_Name, false); }
+    /// The database as its own library knows it; null when it is not SQLite's or the driver does not give it away.
+    sqlite3* SqliteHandle() const;
     /// Runs a statement without a result. Throws DatabaseError.
     void Run(const QString& statement) const;
     /// The first value of the first row; none when there are no rows. Throws DatabaseError.

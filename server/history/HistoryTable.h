@@ -1,9 +1,9 @@
 #pragma once
 
-#include "server/history/SqliteInsert.h"
+#include "core/automation/Variant.h"
+#include "server/history/Database.h"
 #include "server/plant/Moment.h"
 
-#include <optional>
 #include <span>
 
 /// A change of an item as it is recorded.
@@ -15,32 +15,40 @@ struct RecordedValue
     TimeStamp Time;
 };
 
-/// The history's table on an open database: controller_name, item_name, item_value, item_time. In SQLite item_value has numeric
-/// affinity, so that numbers are kept as numbers; in PostgreSQL it is text, and the average of texts is taught to the database.
+/// The history's table on a database of its own connection: controller_name, item_name, item_value, item_time.
 class HistoryTable
 {
 public:
-    /// `name` may be "<schema>.<table>".
-    HistoryTable(const DatabaseSession& session, bool isPostgreSql, const QString& name);
+    HistoryTable(const HistoryTable&) = delete;
+    HistoryTable& operator=(const HistoryTable&) = delete;
+    virtual ~HistoryTable() = default;
 
-    /// Makes the table when it is missing. Throws DatabaseError.
-    void Create();
-    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). Throws DatabaseError, and
-    /// then nothing is changed.
+    /// Whether the database has been taken away although the connection still works.
+    virtual bool IsGone() const { return false; }
+    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). Throws DatabaseError,
+    /// and then nothing is changed.
     void Write(std::span<const RecordedValue> values, qint32 maxRecord);
 
-private:
-    bool Exists() const;
-    void TeachAverage();
-    void Insert(std::span<const RecordedValue> values);
-    void InsertOneByOne(std::span<const RecordedValue> values);
-    void InsertTogether(std::span<const RecordedValue> values);
-    void Trim(qint32 maxRecord);
-    QString Literal(const QVariant& value) const;
+protected:
+    /// `name` may be "<schema>.<table>". Throws DescribedError when the database cannot be opened.
+    HistoryTable(const DatabaseAddress& address, const QString& name);
 
-    const DatabaseSession& m_Session;
-    const bool m_IsPostgreSql;
-    const QString m_Name;                 ///< quoted
-    std::optional<SqliteInsert> m_Insert; ///< SQLite only
-    qint64 m_Count = -1;                  ///< rows in the table, PostgreSQL only; -1: not counted yet
+    const DatabaseSession& Session() const { return m_Session; }
+    /// Quoted.
+    const QString& Name() const { return m_Name; }
+    /// Local time with microseconds. A scan's values share their time: it is spelled once.
+    const QString& Spell(TimeStamp time);
+
+private:
+    virtual void Insert(std::span<const RecordedValue> values) = 0;
+    virtual void Trim(qint32 maxRecord) = 0;
+    /// A write has failed and was rolled back.
+    virtual void RolledBack() {}
+
+    const DatabaseSession m_Session;
+    const QString m_Name;
+    TimeStamp m_Time;
+    QString m_TimeText; ///< of m_Time; empty at first
+    qint64 m_Second = 0;
+    QString m_SecondText;
 };

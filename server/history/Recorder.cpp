@@ -1,12 +1,13 @@
 #include "server/history/Recorder.h"
 
+#include "server/history/PostgresTable.h"
+#include "server/history/SqliteTable.h"
 #include "server/history/SqlValue.h"
 #include "server/log/Log.h"
 
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <QFile>
 #include <QHash>
 #include <QRegularExpression>
 #include <vector>
@@ -166,16 +167,14 @@ public:
 private:
     bool Open()
     {
-        const bool isGone = !m_Address.IsPostgreSql() && !QFile::exists(m_Address.Database());
-        if (isGone) Close();
-        if (m_Session) return true;
+        if (m_Table && m_Table->IsGone()) m_Table.reset();
+        if (m_Table) return true;
         try {
-            m_Session.emplace(m_Address);
-            m_Table.emplace(*m_Session, m_Address.IsPostgreSql(), m_Destination.TableName);
-            m_Table->Create();
+            if (m_Address.IsPostgreSql()) m_Table = std::make_unique<PostgresTable>(m_Address, m_Destination.TableName);
+            else m_Table = std::make_unique<SqliteTable>(m_Address, m_Destination.TableName);
             return true;
         } catch (const DescribedError& error) {
-            BeAway(error.Description());
+            StopWriting(error.Description());
             return false;
         }
     }
@@ -186,16 +185,16 @@ private:
         try {
             m_Table->Write(batch, m_Destination.MaxRecord);
             m_Queue->Remove(batch.size());
-            BeBack();
+            GoOnWriting();
             return true;
         } catch (const DatabaseError& error) {
             if (!error.IsAboutTheValue()) {
-                BeAway(error.Description());
+                StopWriting(error.Description());
                 return false;
             }
             return WriteWithout(batch, error.Description());
         } catch (const DescribedError& error) {
-            BeAway(error.Description());
+            StopWriting(error.Description());
             return false;
         }
     }
@@ -222,27 +221,21 @@ private:
         Say(LogLevel::Warning, QStringLiteral("A value of %1 cannot be recorded: %2").arg(item, reason));
     }
 
-    void Close()
+    void StopWriting(const QString& reason)
     {
         m_Table.reset();
-        m_Session.reset();
-    }
-
-    void BeAway(const QString& reason)
-    {
-        Close();
-        if (reason == m_AwayBecause) return; // said already
+        if (reason == m_WaitReason) return; // said already
         Say(LogLevel::Error, QStringLiteral("Values wait, at most %1: %2").arg(MostWaiting).arg(reason));
-        m_AwayBecause = reason;
+        m_WaitReason = reason;
     }
 
-    void BeBack()
+    void GoOnWriting()
     {
         const quint64 dropped = m_Queue->TakeDropped();
         const bool wasSilent = m_Queue->TakeSilence();
-        if (m_AwayBecause.isEmpty() && dropped == 0 && !wasSilent) return;
+        if (m_WaitReason.isEmpty() && dropped == 0 && !wasSilent) return;
         Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(dropped));
-        m_AwayBecause.clear();
+        m_WaitReason.clear();
     }
 
     void Say(LogLevel level, const QString& text) const { SayOf(m_Number, level, text); }
@@ -251,10 +244,9 @@ private:
     const HistoryDestination m_Destination;
     const DatabaseAddress m_Address;
     const std::shared_ptr<Queue> m_Queue;
-    std::optional<DatabaseSession> m_Session;
-    std::optional<HistoryTable> m_Table;
-    QString m_AwayBecause;
-    QHash<QString, QString> m_Refused; ///< items and why their value was refused last
+    std::unique_ptr<HistoryTable> m_Table; ///< none while the database is away
+    QString m_WaitReason;                  ///< of values; empty while they are written
+    QHash<QString, QString> m_Refused;     ///< items and why their value was refused last
 };
 
 Recorder::Recorder(int number, const HistoryDestination& destination)

@@ -17,14 +17,6 @@ constexpr qint64 LargestRow = 256 * 1024 * 1024;
 constexpr qint64 LargestResult = qint64{4} * 1024 * 1024 * 1024;
 constexpr std::chrono::milliseconds LongestWait(200); // of rows for their page
 
-/// Results hold no objects.
-class NoObjects : public WireObjects
-{
-public:
-    void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
-    ObjectRef Read(wire::Object::Reader) override { return nullptr; }
-};
-
 [[noreturn]] void ThrowSystemError(const QString& what)
 {
     throw DescribedError(QStringLiteral("%1: %2").arg(what, QString::fromLocal8Bit(strerror(errno))));

@@ -2,8 +2,6 @@
 
 #include "server/log/Log.h"
 
-#include <QSqlDriver>
-
 #include <atomic>
 #include <sqlite3.h>
 #include <thread>
@@ -50,15 +48,9 @@ void StatementBreaker::Arm(const DatabaseSession& session)
     const std::lock_guard lock(m_Guard);
     if (m_State->Broken) throw DescribedError(m_Reason);
     m_State->PostgreSqlProcess = process;
-    if (!m_Address.IsPostgreSql()) ArmSqlite(session);
-}
-
-/// SQLite asks by itself: an interrupt that comes just before the statement begins would be forgotten.
-void StatementBreaker::ArmSqlite(const DatabaseSession& session)
-{
-    const QVariant handle = session.Database().driver()->handle();
-    if (!handle.isValid()) return;
-    m_Sqlite = *static_cast<sqlite3* const*>(handle.constData());
+    m_Sqlite = session.SqliteHandle();
+    if (!m_Sqlite) return;
+    // SQLite asks by itself: an interrupt that comes just before the statement begins would be forgotten.
     const auto isBroken = [](void* state) { return static_cast<State*>(state)->Broken ? 1 : 0; };
     sqlite3_progress_handler(m_Sqlite, StepsBetweenLooks, isBroken, m_State.get());
 }

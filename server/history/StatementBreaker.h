@@ -6,8 +6,6 @@
 #include <mutex>
 #include <optional>
 
-struct sqlite3;
-
 /// Lets another thread end a statement that nobody waits for any more.
 class StatementBreaker
 {
@@ -28,7 +26,6 @@ public:
 private:
     struct State;
 
-    void ArmSqlite(const DatabaseSession& session);
     static void TellPostgreSql(const DatabaseAddress& address, const State& state, const std::stop_token& stop);
 
     const DatabaseAddress m_Address;

@@ -1,9 +1,9 @@
 #include "server/history/StatementRun.h"
 
 #include "core/automation/Errors.h"
-#include "server/history/PostgresCells.h"
+#include "server/history/ResultRows.h"
 #include "server/history/SqlText.h"
-#include "server/history/SqlValue.h"
+#include "velsqllib/WireText.h"
 
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -14,13 +14,6 @@ namespace {
 
 constexpr std::chrono::milliseconds BetweenLooks(50);
 
-kj::Exception ToException(const QString& description)
-{
-    const QByteArray text = description.toUtf8();
-    return {kj::Exception::Type::FAILED, __FILE__, __LINE__,
-            kj::heapString(text.constData(), static_cast<std::size_t>(text.size()))};
-}
-
 QStringList ColumnsOf(const QSqlQuery& query)
 {
     QStringList columns;
@@ -28,38 +21,6 @@ QStringList ColumnsOf(const QSqlQuery& query)
     for (int i = 0; i < record.count(); ++i) columns.append(record.fieldName(i));
     return columns;
 }
-
-/// Reads a query's rows.
-class Rows
-{
-public:
-    Rows(QSqlQuery& query, bool isPostgreSql)
-        : m_Query(query)
-        , m_Count(query.record().count())
-        , m_IsPostgreSql(isPostgreSql)
-    {
-    }
-
-    bool Next()
-    {
-        const bool found = m_Query.next();
-        if (found && m_IsPostgreSql) m_Cells.NextRow();
-        return found;
-    }
-    QList<Variant> Row() const
-    {
-        QList<Variant> row;
-        row.reserve(m_Count);
-        for (int i = 0; i < m_Count; ++i) row.append(m_IsPostgreSql ? m_Cells.Cell(i) : FromSql(m_Query.value(i)));
-        return row;
-    }
-
-private:
-    QSqlQuery& m_Query;
-    PostgresCells m_Cells{m_Query};
-    const int m_Count;
-    const bool m_IsPostgreSql;
-};
 
 } // namespace
 
@@ -83,7 +44,7 @@ void StatementRun::Run(const std::stop_token& stop) const
     QSqlQuery query(session.Database());
     query.setForwardOnly(true);
     query.exec(statement);
-    while (Address.IsPostgreSql() && !query.isSelect() && query.nextResult()) {
+    while (!query.isSelect() && query.nextResult()) {
     } // of several, the first with rows
     if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
     const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
@@ -103,7 +64,7 @@ void StatementRun::ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>
     try {
         CopyRows(query, result, stop);
         // What follows in the statement has its say, too, and is not left to the query's end.
-        while (Address.IsPostgreSql() && !Breaker->IsBroken() && query.nextResult()) {
+        while (!Breaker->IsBroken() && query.nextResult()) {
         }
         if (query.lastError().isValid()) failure = Describe(query.lastError());
     } catch (...) {
@@ -117,7 +78,7 @@ void StatementRun::ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>
 void StatementRun::CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result,
                             const std::stop_token& stop) const
 {
-    Rows rows(query, Address.IsPostgreSql());
+    ResultRows rows(query);
     while (rows.Next()) {
         QList<Variant> row = rows.Row();
         ResultSpoolRef spool = result.lock();

@@ -1,6 +1,7 @@
 #include "server/history/StatementRunner.h"
 
 #include "core/automation/Errors.h"
+#include "velsqllib/WireText.h"
 
 #include <algorithm>
 
@@ -11,13 +12,6 @@ using GiveUpRef = std::shared_ptr<kj::Own<kj::PromiseFulfiller<ResultSpoolRef>>>
 
 constexpr auto BetweenLooks = 100 * kj::MILLISECONDS;
 constexpr qsizetype ShownCharacters = 200;
-
-kj::Exception ToException(const QString& description)
-{
-    const QByteArray text = description.toUtf8();
-    return {kj::Exception::Type::FAILED, __FILE__, __LINE__,
-            kj::heapString(text.constData(), static_cast<std::size_t>(text.size()))};
-}
 
 QString TimeText(std::chrono::milliseconds time)
 {
@@ -131,8 +125,8 @@ void StatementRunner::RefuseTooMany(const HistoryUserRef& user) const
     if (areTooMany)
         throw DescribedError(QStringLiteral("%1 statements are running already.")
                                  .arg(std::max<std::size_t>(own, HistoryUser::MostStatements)));
-    if (user->HeldResults >= HistoryUser::MostResults)
-        throw DescribedError(QStringLiteral("%1 results are held already.").arg(user->HeldResults));
+    if (user->HeldResults() >= HistoryUser::MostResults)
+        throw DescribedError(QStringLiteral("%1 results are held already.").arg(user->HeldResults()));
 }
 
 QStringList StatementRunner::Describe() const

@@ -8,12 +8,18 @@
 
 /// Whoever asks the history, for as long as it holds anything of it: each has limits of its own, so that none takes
 /// the history away from the others.
-struct HistoryUser
+class HistoryUser
 {
+public:
     static constexpr qint32 MostResults = 256;
     static constexpr qint32 MostStatements = 32;
 
-    qint32 HeldResults = 0;
+    /// One more result is held, for as long as the return value lives.
+    std::shared_ptr<void> HoldResult() { return m_Results; }
+    qint32 HeldResults() const { return static_cast<qint32>(m_Results.use_count() - 1); }
+
+private:
+    const std::shared_ptr<void> m_Results = std::make_shared<char>();
 };
 
 using HistoryUserRef = std::shared_ptr<HistoryUser>;

@@ -3,6 +3,7 @@
 #include "server/log/Log.h"
 #include "server/rpc/ClientNetwork.h"
 #include "velsqllib/ServerSocket.h"
+#include "velsqllib/WireText.h"
 
 #include <cerrno>
 #include <cstring>
@@ -15,11 +16,6 @@ namespace {
 constexpr auto Silence = 60 * kj::SECONDS;
 /// A client may have calls of this size under way; further ones are not read.
 constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
-
-QString ToText(const kj::Exception& exception)
-{
-    return QString::fromUtf8(exception.getDescription().cStr());
-}
 
 } // namespace
 
@@ -139,5 +135,5 @@ void ClientHost::Count(int change)
 
 void ClientHost::taskFailed(kj::Exception&& exception)
 {
-    Log(LogLevel::Warning, QStringLiteral("A client was dropped: %1").arg(ToText(exception)));
+    Log(LogLevel::Warning, QStringLiteral("A client was dropped: %1").arg(DescriptionOf(exception)));
 }

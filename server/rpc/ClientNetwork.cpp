@@ -1,6 +1,7 @@
 #include "server/rpc/ClientNetwork.h"
 
 #include "server/rpc/Refusal.h"
+#include "velsqllib/WireText.h"
 #include "velsqllib/WireValue.h"
 
 #include <kj/vector.h>
@@ -112,7 +113,7 @@ kj::Promise<ClientNetwork::Received> ClientNetwork::Receive()
         return nullptr;
     });
     return received.catch_([this](kj::Exception&& exception) -> Received {
-        m_Refusal = QString::fromUtf8(exception.getDescription().cStr());
+        m_Refusal = DescriptionOf(exception);
         kj::throwFatalException(kj::mv(exception));
     });
 }

@@ -1,7 +1,6 @@
 #include "server/rpc/ControllerServer.h"
 
 #include "core/automation/NumberText.h"
-#include "server/rpc/ObjectDirectory.h"
 #include "server/rpc/SubscriptionServer.h"
 #include "velsqllib/TypeCode.h"
 #include "velsqllib/WireText.h"
@@ -11,12 +10,6 @@ ControllerServer::ControllerServer(Services& services, PlantControllerRef contro
     , m_Services(services)
     , m_Controller(std::move(controller))
 {
-    m_Services.Objects.m_Controllers.insert(m_Controller.get(), this);
-}
-
-ControllerServer::~ControllerServer()
-{
-    m_Services.Objects.m_Controllers.remove(m_Controller.get());
 }
 
 kj::Promise<void> ControllerServer::getItem(GetItemContext context)
@@ -143,7 +136,7 @@ CalledObject ControllerServer::Called() const
     return {QStringLiteral("Controller"), m_Controller->Name(), QString()};
 }
 
-QString NameArgument(wire::Value::Reader name, ObjectDirectory& objects)
+QString NameArgument(wire::Value::Reader name, WireObjects& objects)
 {
     const Variant value = ReadValue(name, objects);
     if (const QString* text = value.GetIf<QString>()) return *text;

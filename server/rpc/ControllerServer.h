@@ -2,14 +2,12 @@
 
 #include "server/rpc/Services.h"
 #include "server/rpc/WireServer.h"
-#include "velsqllib/velsqllib.capnp.h"
 
 /// A controller of the plant as clients reach it.
 class ControllerServer : public WireServer<wire::Controller>
 {
 public:
     ControllerServer(Services& services, PlantControllerRef controller);
-    ~ControllerServer();
 
     kj::Promise<void> getItem(GetItemContext context) override;
     kj::Promise<void> start(StartContext context) override;
@@ -38,5 +36,5 @@ private:
     const PlantControllerRef m_Controller;
 };
 
-/// The text of a name argument. Throws ServerError for what is no text.
-QString NameArgument(wire::Value::Reader name, ObjectDirectory& objects);
+/// The text of a name argument. Throws ServerError for what is not a text.
+QString NameArgument(wire::Value::Reader name, WireObjects& objects);

@@ -2,7 +2,6 @@
 
 #include "server/rpc/ControllerServer.h"
 #include "server/rpc/HistoryServer.h"
-#include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 
 LibraryServer::LibraryServer(Services& services, std::function<int()> callsUnderWay)
@@ -21,7 +20,7 @@ kj::Promise<void> LibraryServer::createEngine(CreateEngineContext context)
 
 kj::Promise<void> LibraryServer::ping(PingContext context)
 {
-    context.getResults().setCallsUnderWay(m_CallsUnderWay() - 1); // this one is not meant
+    context.getResults().setCallsUnderWay(m_CallsUnderWay() - 1); // the ping itself does not count
     return kj::READY_NOW;
 }
 
@@ -35,25 +34,25 @@ EngineServer::EngineServer(Services& services, HistoryUserRef user)
 kj::Promise<void> EngineServer::getController(GetControllerContext context)
 {
     const QString name = NameArgument(context.getParams().getName(), m_Services.Objects);
-    context.getResults().setResult(m_Services.Objects.Controller(m_Services.World.Controller(name)));
+    context.getResults().setResult(m_Services.Objects.Controller(m_Services.Plant.Controller(name)));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> EngineServer::start(StartContext)
 {
-    m_Services.World.Start();
+    m_Services.Plant.Start();
     return kj::READY_NOW;
 }
 
 kj::Promise<void> EngineServer::stop(StopContext)
 {
-    m_Services.World.Stop();
+    m_Services.Plant.Stop();
     return kj::READY_NOW;
 }
 
 kj::Promise<void> EngineServer::snapshot(SnapshotContext)
 {
-    m_Services.World.Snapshot();
+    m_Services.Plant.Snapshot();
     return kj::READY_NOW;
 }
 
@@ -76,7 +75,7 @@ kj::Promise<void> EngineServer::getHistory(GetHistoryContext context)
 kj::Promise<void> EngineServer::getControllerNames(GetControllerNamesContext context)
 {
     QStringList names;
-    for (const PlantControllerRef& controller : m_Services.World.Controllers()) names.append(controller->Name());
+    for (const PlantControllerRef& controller : m_Services.Plant.Controllers()) names.append(controller->Name());
     WriteValue(TextArray(names), context.getResults().initResult(), m_Services.Objects);
     return kj::READY_NOW;
 }

@@ -2,7 +2,6 @@
 
 #include "server/rpc/Services.h"
 #include "server/rpc/WireServer.h"
-#include "velsqllib/velsqllib.capnp.h"
 
 #include <optional>
 

@@ -1,6 +1,5 @@
 #include "server/rpc/HistoryServer.h"
 
-#include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 
 HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
@@ -13,52 +12,42 @@ HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
 kj::Promise<void> HistoryServer::execute(ExecuteContext context)
 {
     context.allowCancellation(); // a client that goes takes it along
-    auto result = m_Services.Records.Execute(FromWireText(context.getParams().getStatement()), m_User);
-    return result.then([&services = m_Services, user = m_User, context](const ResultSpoolRef& spool) mutable {
-        context.getResults().setResult(kj::heap<ResultSetServer>(services, spool, user));
+    auto result = m_Services.History.Execute(FromWireText(context.getParams().getStatement()), m_User);
+    return result.then([&objects = m_Services.Objects, user = m_User, context](const ResultSpoolRef& spool) mutable {
+        context.getResults().setResult(objects.Result(spool, user));
     });
 }
 
 kj::Promise<void> HistoryServer::getConnectionString(GetConnectionStringContext context)
 {
-    const QString text = m_Services.Records.ConnectionString(context.getParams().getIndex());
+    const QString text = m_Services.History.ConnectionString(context.getParams().getIndex());
     context.getResults().setResult(WireBytes(text));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> HistoryServer::getEnabled(GetEnabledContext context)
 {
-    context.getResults().setResult(m_Services.Records.IsEnabled());
+    context.getResults().setResult(m_Services.History.IsEnabled());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> HistoryServer::getMaxRecord(GetMaxRecordContext context)
 {
-    context.getResults().setResult(m_Services.Records.MaxRecord(context.getParams().getIndex()));
+    context.getResults().setResult(m_Services.History.MaxRecord(context.getParams().getIndex()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> HistoryServer::getTableName(GetTableNameContext context)
 {
-    const QString text = m_Services.Records.TableName(context.getParams().getIndex());
+    const QString text = m_Services.History.TableName(context.getParams().getIndex());
     context.getResults().setResult(WireBytes(text));
     return kj::READY_NOW;
 }
 
-ResultSetServer::ResultSetServer(Services& services, ResultSpoolRef spool, HistoryUserRef user)
-    : WireServer(services.Gate)
-    , m_Services(services)
+ResultSetServer::ResultSetServer(CallGate& gate, ResultSpoolRef spool)
+    : WireServer(gate)
     , m_Spool(std::move(spool))
-    , m_User(std::move(user))
 {
-    ++m_Services.Objects.HeldResults;
-    ++m_User->HeldResults;
-}
-
-ResultSetServer::~ResultSetServer()
-{
-    --m_Services.Objects.HeldResults;
-    --m_User->HeldResults;
 }
 
 kj::Promise<void> ResultSetServer::columns(ColumnsContext context)

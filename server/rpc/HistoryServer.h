@@ -2,7 +2,6 @@
 
 #include "server/rpc/Services.h"
 #include "server/rpc/WireServer.h"
-#include "velsqllib/velsqllib.capnp.h"
 
 /// The history as clients reach it.
 class HistoryServer : public WireServer<wire::History>
@@ -28,8 +27,7 @@ private:
 class ResultSetServer : public WireServer<wire::ResultSet>
 {
 public:
-    ResultSetServer(Services& services, ResultSpoolRef spool, HistoryUserRef user);
-    ~ResultSetServer();
+    ResultSetServer(CallGate& gate, ResultSpoolRef spool);
 
     kj::Promise<void> columns(ColumnsContext context) override;
     kj::Promise<void> progress(ProgressContext context) override;
@@ -39,7 +37,5 @@ protected:
     CalledObject Called() const override { return {QStringLiteral("ResultSet"), {}, {}}; }
 
 private:
-    Services& m_Services;
     const ResultSpoolRef m_Spool;
-    const HistoryUserRef m_User;
 };

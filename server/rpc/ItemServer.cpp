@@ -1,6 +1,5 @@
 #include "server/rpc/ItemServer.h"
 
-#include "server/rpc/ObjectDirectory.h"
 #include "velsqllib/WireText.h"
 
 ItemServer::ItemServer(Services& services, PlantItemRef item)
@@ -8,146 +7,140 @@ ItemServer::ItemServer(Services& services, PlantItemRef item)
     , m_Services(services)
     , m_Item(std::move(item))
 {
-    m_Services.Objects.m_Items.insert(m_Item.get(), this);
-}
-
-ItemServer::~ItemServer()
-{
-    m_Services.Objects.m_Items.remove(m_Item.get());
 }
 
 kj::Promise<void> ItemServer::getValue(GetValueContext context)
 {
-    Answer(There().Value(), context.getResults().initResult());
+    Answer(Existing().Value(), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putValue(PutValueContext context)
 {
-    There().PutValue(Received(context.getParams().getValue()));
+    Existing().PutValue(Received(context.getParams().getValue()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::snapshot(SnapshotContext)
 {
-    There().Snapshot();
+    Existing().Snapshot();
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getActivation(GetActivationContext context)
 {
-    context.getResults().setResult(There().IsActive());
+    context.getResults().setResult(Existing().IsActive());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putActivation(PutActivationContext context)
 {
-    There().PutActivation(context.getParams().getValue());
+    Existing().PutActivation(context.getParams().getValue());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getDateTime(GetDateTimeContext context)
 {
-    Answer(ToLocalDate(There().Time()), context.getResults().initResult());
+    Answer(ToLocalDate(Existing().Time()), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getIndex(GetIndexContext context)
 {
-    context.getResults().setResult(There().Index());
+    context.getResults().setResult(Existing().Index());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getLinkActivation(GetLinkActivationContext context)
 {
-    context.getResults().setResult(There().IsLinkActive());
+    context.getResults().setResult(Existing().IsLinkActive());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putLinkActivation(PutLinkActivationContext context)
 {
-    There().PutLinkActivation(context.getParams().getValue());
+    Existing().PutLinkActivation(context.getParams().getValue());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getMicrosecond(GetMicrosecondContext context)
 {
-    context.getResults().setResult(MicrosecondsOf(There().Time()));
+    context.getResults().setResult(MicrosecondsOf(Existing().Time()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getState(GetStateContext context)
 {
-    context.getResults().setResult(static_cast<qint32>(There().State()));
+    context.getResults().setResult(static_cast<qint32>(Existing().State()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getTag(GetTagContext context)
 {
-    Answer(There().Tag(), context.getResults().initResult());
+    Answer(Existing().Tag(), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putTag(PutTagContext context)
 {
-    There().PutTag(Received(context.getParams().getValue()));
+    Existing().PutTag(Received(context.getParams().getValue()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putValueEx(PutValueExContext context)
 {
     const auto params = context.getParams();
-    There().PutValueEx(params.getDelay(), Received(params.getValue()));
+    Existing().PutValueEx(params.getDelay(), Received(params.getValue()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getAttribute(GetAttributeContext context)
 {
-    context.getResults().setResult(static_cast<qint32>(There().Traits().Attribute));
+    context.getResults().setResult(static_cast<qint32>(Existing().Traits().Attribute));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getDescription(GetDescriptionContext context)
 {
-    context.getResults().setResult(WireBytes(There().Traits().Description));
+    context.getResults().setResult(WireBytes(Existing().Traits().Description));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getElements(GetElementsContext context)
 {
     const auto params = context.getParams();
-    Answer(There().Elements(params.getIndex1(), params.getIndex2(), params.getIndex3()),
+    Answer(Existing().Elements(params.getIndex1(), params.getIndex2(), params.getIndex3()),
            context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getId(GetIdContext context)
 {
-    Answer(There().Id(), context.getResults().initResult());
+    Answer(Existing().Id(), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::putId(PutIdContext context)
 {
-    There().PutId(Received(context.getParams().getValue()));
+    Existing().PutId(Received(context.getParams().getValue()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getLinkItem(GetLinkItemContext context)
 {
-    Answer(There().LinkItem(), context.getResults().initResult());
+    Answer(Existing().LinkItem(), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getName(GetNameContext context)
 {
-    context.getResults().setResult(WireBytes(There().Name()));
+    context.getResults().setResult(WireBytes(Existing().Name()));
     return kj::READY_NOW;
 }
 
 kj::Promise<void> ItemServer::getSettingData(GetSettingDataContext context)
 {
-    Answer(There().SettingData(context.getParams().getIndex()), context.getResults().initResult());
+    Answer(Existing().SettingData(context.getParams().getIndex()), context.getResults().initResult());
     return kj::READY_NOW;
 }
 
@@ -157,7 +150,7 @@ CalledObject ItemServer::Called() const
     return {QStringLiteral("Item"), controller ? controller->Name() : QString(), m_Item->Name()};
 }
 
-PlantItem& ItemServer::There() const
+PlantItem& ItemServer::Existing() const
 {
     if (!m_Item->Controller()) throw ServerError(QStringLiteral("Item \"%1\" has been removed.").arg(m_Item->Name()));
     return *m_Item;

@@ -2,14 +2,12 @@
 
 #include "server/rpc/Services.h"
 #include "server/rpc/WireServer.h"
-#include "velsqllib/velsqllib.capnp.h"
 
 /// An item of the plant as clients reach it.
 class ItemServer : public WireServer<wire::Item>
 {
 public:
     ItemServer(Services& services, PlantItemRef item);
-    ~ItemServer();
 
     kj::Promise<void> getValue(GetValueContext context) override;
     kj::Promise<void> putValue(PutValueContext context) override;
@@ -39,7 +37,7 @@ protected:
 
 private:
     /// Throws ServerError once the item has been removed.
-    PlantItem& There() const;
+    PlantItem& Existing() const;
     Variant Received(wire::Value::Reader value) const;
     void Answer(const Variant& value, wire::Value::Builder result) const;
 

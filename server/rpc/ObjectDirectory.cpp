@@ -2,41 +2,65 @@
 
 #include "core/automation/Errors.h"
 #include "server/rpc/ControllerServer.h"
+#include "server/rpc/EngineServer.h"
+#include "server/rpc/HistoryServer.h"
 #include "server/rpc/ItemServer.h"
 #include "velsqllib/WireText.h"
 
 namespace {
 
-void WriteItem(ObjectDirectory& directory, const PlantItemRef& item, wire::Object::Builder builder)
+/// The one server of `object`, made when there is none; `held` knows it until the last client lets go.
+template <typename Server, typename Object>
+auto ServerOf(QHash<const Object*, Server*>& held, const std::shared_ptr<Object>& object, Services& services)
 {
-    builder.setItem(directory.Item(item));
-    builder.setItemName(WireBytes(item->Name()));
-    if (item->Controller()) builder.setControllerName(WireBytes(item->Controller()->Name()));
+    if (Server* known = held.value(object.get())) return known->Self();
+    auto made = kj::heap<Server>(services, object);
+    held.insert(object.get(), made.get());
+    auto forget = kj::defer([&held, key = object.get()] { held.remove(key); });
+    return decltype(made->Self())(made.attach(kj::mv(forget)));
 }
 
 } // namespace
 
-void ObjectDirectory::Open(Services& services)
+ObjectDirectory::ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions,
+                                 CallGate& gate)
+    : m_Services{plant, history, commands, definitions, gate, *this, m_Subscribers}
 {
-    m_Services = &services;
+}
+
+wire::Library::Client ObjectDirectory::Library(std::function<int()> callsUnderWay)
+{
+    return kj::heap<LibraryServer>(m_Services, std::move(callsUnderWay));
 }
 
 wire::Controller::Client ObjectDirectory::Controller(const PlantControllerRef& controller)
 {
-    if (ControllerServer* held = m_Controllers.value(controller.get())) return held->Self();
-    return kj::heap<ControllerServer>(*m_Services, controller);
+    return ServerOf(m_Controllers, controller, m_Services);
 }
 
 wire::Item::Client ObjectDirectory::Item(const PlantItemRef& item)
 {
-    if (ItemServer* held = m_Items.value(item.get())) return held->Self();
-    return kj::heap<ItemServer>(*m_Services, item);
+    return ServerOf(m_Items, item, m_Services);
+}
+
+wire::ResultSet::Client ObjectDirectory::Result(const ResultSpoolRef& spool, const HistoryUserRef& user)
+{
+    ++m_Results;
+    auto forget = kj::defer([this] { --m_Results; });
+    return kj::heap<ResultSetServer>(m_Services.Gate, spool).attach(kj::mv(forget), user->HoldResult());
+}
+
+HeldCounts ObjectDirectory::Held() const
+{
+    return {m_Controllers.size(), m_Items.size(), m_Results, m_Subscribers.Count(), m_Subscribers.Waiting()};
 }
 
 void ObjectDirectory::Write(const ObjectRef& object, wire::Object::Builder builder)
 {
     if (auto item = std::dynamic_pointer_cast<PlantItem>(object)) {
-        WriteItem(*this, item, builder);
+        builder.setItem(Item(item));
+        builder.setItemName(WireBytes(item->Name()));
+        if (item->Controller()) builder.setControllerName(WireBytes(item->Controller()->Name()));
     } else if (auto controller = std::dynamic_pointer_cast<PlantController>(object)) {
         builder.setController(Controller(controller));
         builder.setControllerName(WireBytes(controller->Name()));
@@ -47,7 +71,7 @@ void ObjectDirectory::Write(const ObjectRef& object, wire::Object::Builder build
 
 ObjectRef ObjectDirectory::Read(wire::Object::Reader reader)
 {
-    const Plant& plant = m_Services->World;
+    const Plant& plant = m_Services.Plant;
     switch (reader.which()) {
     case wire::Object::NONE: return nullptr;
     case wire::Object::CONTROLLER: return plant.Controller(FromWireText(reader.getControllerName()));

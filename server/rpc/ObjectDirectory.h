@@ -1,42 +1,46 @@
 #pragma once
 
-#include "server/plant/Plant.h"
+#include "server/rpc/Services.h"
 #include "server/rpc/Subscribers.h"
-#include "velsqllib/WireValue.h"
 
 #include <QHash>
 
-struct Services;
-class ItemServer;
 class ControllerServer;
+class ItemServer;
 
-/// Hands out the wire's objects, one for each object of the plant as long as a client holds it, and knows which are held.
-class ObjectDirectory : public WireObjects
+/// How much clients hold of the server.
+struct HeldCounts
+{
+    qsizetype Controllers;
+    qsizetype Items;
+    qsizetype Results;
+    std::size_t Subscriptions;
+    qint64 Events; ///< that wait for subscribers
+};
+
+/// Makes the wire's objects, gives them what they work with, and knows which of them clients hold.
+class ObjectDirectory : public PlantObjects
 {
 public:
-    /// To be called once, before anything else: the services hold this directory themselves.
-    void Open(Services& services);
+    ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions, CallGate& gate);
 
-    wire::Controller::Client Controller(const PlantControllerRef& controller);
-    wire::Item::Client Item(const PlantItemRef& item);
+    /// What a connection starts with, for each its own; `callsUnderWay` counts that connection's.
+    wire::Library::Client Library(std::function<int()> callsUnderWay);
+    wire::Controller::Client Controller(const PlantControllerRef& controller) override;
+    wire::Item::Client Item(const PlantItemRef& item) override;
+    wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) override;
 
     /// Objects inside values.
     void Write(const ObjectRef& object, wire::Object::Builder builder) override;
-    /// Throws ValueError for an object that is none of this server's.
+    /// Throws ValueError for an object that is not one of this server's.
     ObjectRef Read(wire::Object::Reader reader) override;
 
-    qsizetype HeldControllers() const { return m_Controllers.size(); }
-    qsizetype HeldItems() const { return m_Items.size(); }
-    qint32 HeldResults = 0;
-    Subscribers& AllSubscribers() { return m_Subscribers; }
-    const Subscribers& AllSubscribers() const { return m_Subscribers; }
+    HeldCounts Held() const;
 
 private:
-    friend class ItemServer;
-    friend class ControllerServer;
-
-    Services* m_Services = nullptr;
     Subscribers m_Subscribers;
+    Services m_Services;
     QHash<const PlantController*, ControllerServer*> m_Controllers;
     QHash<const PlantItem*, ItemServer*> m_Items;
+    qsizetype m_Results = 0;
 };

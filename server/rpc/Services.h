@@ -3,8 +3,9 @@
 #include "server/history/History.h"
 #include "server/plant/Plant.h"
 #include "server/rpc/CallGate.h"
+#include "velsqllib/WireValue.h"
 
-class ObjectDirectory;
+class Subscribers;
 
 /// What operators can ask engine and controllers to do beyond their operations.
 class CommandHandler
@@ -21,13 +22,27 @@ protected:
     ~CommandHandler() = default;
 };
 
+/// Hands out the wire's objects: one for each object of the plant for as long as a client holds it.
+class PlantObjects : public WireObjects
+{
+public:
+    virtual wire::Controller::Client Controller(const PlantControllerRef& controller) = 0;
+    virtual wire::Item::Client Item(const PlantItemRef& item) = 0;
+    /// Counted on `user`, too.
+    virtual wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) = 0;
+
+protected:
+    ~PlantObjects() = default;
+};
+
 /// Everything the wire's objects work with; it outlives them all.
 struct Services
 {
-    Plant& World;
-    History& Records;
+    ::Plant& Plant;
+    ::History& History;
     CommandHandler& Commands;
     ItemMaker& Definitions;
     CallGate& Gate;
-    ObjectDirectory& Objects;
+    PlantObjects& Objects;
+    Subscribers& AllSubscribers;
 };

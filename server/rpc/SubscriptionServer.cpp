@@ -1,12 +1,12 @@
 #include "server/rpc/SubscriptionServer.h"
 
 #include "server/log/Log.h"
-#include "server/rpc/ObjectDirectory.h"
+#include "server/rpc/Subscribers.h"
 
 SubscriptionServer::SubscriptionServer(Services& services, PlantControllerRef controller,
                                        wire::ControllerEvents::Client events)
     : m_Services(services)
-    , m_All(services.Objects.AllSubscribers())
+    , m_All(services.AllSubscribers)
     , m_Controller(std::move(controller))
     , m_Events(kj::mv(events))
     , m_Sending(*this)

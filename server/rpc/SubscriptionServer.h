@@ -1,7 +1,6 @@
 #pragma once
 
 #include "server/rpc/Services.h"
-#include "velsqllib/velsqllib.capnp.h"
 
 #include <deque>
 #include <variant>

@@ -1,11 +1,9 @@
 #pragma once
 
 #include "server/rpc/CallGate.h"
+#include "velsqllib/WireText.h"
 
 #include <capnp/capability.h>
-
-/// `description` as the failure of a call; it reaches the client unchanged.
-kj::Exception ToException(const QString& description);
 
 /// The server's end of a wire object: each call passes the gate, and what it throws becomes the client's description.
 template <typename Interface>

@@ -1,10 +1,11 @@
-#include "server/history/PostgresCells.h"
+#include "server/history/ResultRows.h"
 
 #include "server/history/SqlValue.h"
 
 #include <QDateTime>
 #include <QLibrary>
 #include <QLocale>
+#include <QSqlRecord>
 #include <QSqlResult>
 
 #include <cmath>
@@ -156,38 +157,7 @@ QStringView Significant(QStringView digits)
     return digits;
 }
 
-} // namespace
-
-PostgresCells::PostgresCells(const QSqlQuery& query)
-    : m_Query(query)
-{
-}
-
-void PostgresCells::NextRow()
-{
-    const QVariant handle = m_Query.result()->handle();
-    const QByteArrayView type = handle.typeName();
-    const bool isResult = type == "PGresult*" || type == "pg_result*"; // as Qt or the compiler names it
-    const bool isKnown = PostgresLibrary::Instance().IsThere() && m_Query.isForwardOnly() && isResult;
-    m_Row = isKnown ? *static_cast<const void* const*>(handle.constData()) : nullptr;
-}
-
-Variant PostgresCells::Cell(int column) const
-{
-    if (!m_Row || m_Query.isNull(column)) return FromSql(m_Query.value(column));
-    const PostgresLibrary& library = PostgresLibrary::Instance();
-    const auto text = [&] { return QString::fromUtf8(library.Text(m_Row, 0, column)); };
-    switch (library.Type(m_Row, column)) {
-    case DateType:
-    case TimeStampType:
-    case TimeStampZoneType: return FromTimeText(text());
-    case TimeType:
-    case TimeZoneType: return text();
-    case NumericType: return FromNumericText(text());
-    default: return FromSql(m_Query.value(column));
-    }
-}
-
+/// A numeric as R8 where that says the same digits, else as it is.
 Variant FromNumericText(const QString& text)
 {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
@@ -199,9 +169,61 @@ Variant FromNumericText(const QString& text)
     return Significant(spelled) == Significant(text) ? Variant(number) : Variant(text);
 }
 
+/// A date, a time stamp or a time stamp with its zone, the last one in local time, as DATE where that holds it to the
+/// microsecond; else as it is.
 Variant FromTimeText(const QString& text)
 {
     const auto clock = ReadClock(text);
     const auto date = !clock ? std::nullopt : ToDate(clock->Offset ? InLocalTime(*clock) : *clock);
     return date ? Variant(*date) : Variant(text);
+}
+
+/// PostgreSQL's own library is needed, too; without it, and with any other database, Qt's values are taken.
+bool IsPostgreSql(const QSqlQuery& query)
+{
+    const QVariant handle = query.result()->handle();
+    const QByteArrayView type = handle.typeName();
+    const bool isResult = type == "PGresult*" || type == "pg_result*"; // as Qt or the compiler names it
+    return isResult && query.isForwardOnly() && PostgresLibrary::Instance().IsThere();
+}
+
+} // namespace
+
+ResultRows::ResultRows(QSqlQuery& query)
+    : m_Query(query)
+    , m_Columns(query.record().count())
+    , m_IsPostgreSql(IsPostgreSql(query))
+{
+}
+
+bool ResultRows::Next()
+{
+    const bool isThere = m_Query.next();
+    if (isThere && m_IsPostgreSql)
+        m_PostgresRow = *static_cast<const void* const*>(m_Query.result()->handle().constData());
+    return isThere;
+}
+
+QList<Variant> ResultRows::Row() const
+{
+    QList<Variant> row;
+    row.reserve(m_Columns);
+    for (int i = 0; i < m_Columns; ++i) row.append(Cell(i));
+    return row;
+}
+
+Variant ResultRows::Cell(int column) const
+{
+    if (!m_IsPostgreSql || m_Query.isNull(column)) return FromSql(m_Query.value(column));
+    const PostgresLibrary& library = PostgresLibrary::Instance();
+    const auto text = [&] { return QString::fromUtf8(library.Text(m_PostgresRow, 0, column)); };
+    switch (library.Type(m_PostgresRow, column)) {
+    case DateType:
+    case TimeStampType:
+    case TimeStampZoneType: return FromTimeText(text());
+    case TimeType:
+    case TimeZoneType: return text();
+    case NumericType: return FromNumericText(text());
+    default: return FromSql(m_Query.value(column));
+    }
 }

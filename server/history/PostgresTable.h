@@ -1,0 +1,23 @@
+#pragma once
+
+#include "server/history/HistoryTable.h"
+
+/// The history's table in a PostgreSQL database. item_value is text, and the average of texts is taught to the database.
+class PostgresTable final : public HistoryTable
+{
+public:
+    /// Makes the table when it is missing. Throws DescribedError.
+    PostgresTable(const DatabaseAddress& address, const QString& name);
+
+private:
+    void Insert(std::span<const RecordedValue> values) override;
+    void Trim(qint32 maxRecord) override;
+    void RolledBack() override { m_Count = -1; }
+
+    bool Exists() const;
+    void TeachAverage() const;
+    QString RowText(const RecordedValue& value);
+    QString Literal(const QVariant& value) const;
+
+    qint64 m_Count = -1; ///< rows in the table; -1: not counted yet
+};

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "server/history/HistoryTable.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+/// The history's table in an SQLite file. item_value has numeric affinity, so that numbers are kept as numbers. Rows are
+/// inserted by the database's own library: Qt's query costs more than the insert itself.
+class SqliteTable final : public HistoryTable
+{
+public:
+    /// Makes the table when it is missing. Throws DescribedError.
+    SqliteTable(const DatabaseAddress& address, const QString& name);
+    ~SqliteTable() override;
+
+    bool IsGone() const override;
+
+private:
+    void Insert(std::span<const RecordedValue> values) override;
+    void Trim(qint32 maxRecord) override;
+
+    void Check(int result) const;
+    void Bind(int column, const QString& text);
+    void Bind(int column, const QVariant& value);
+
+    const QString m_Path;
+    sqlite3* m_Database;
+    sqlite3_stmt* m_Insert = nullptr;
+};
