@@ -126,8 +126,8 @@ kj::Promise<void> ControllerServer::getSettingData(GetSettingDataContext context
 
 kj::Promise<void> ControllerServer::subscribe(SubscribeContext context)
 {
-    auto subscription = kj::heap<SubscriptionServer>(m_Services, m_Controller, context.getParams().getEvents());
-    context.getResults().setSubscription(kj::mv(subscription));
+    context.getResults().setSubscription(kj::heap<SubscriptionServer>(m_Services.AllSubscribers, m_Services.Objects,
+                                                                      m_Controller, context.getParams().getEvents()));
     return kj::READY_NOW;
 }
 

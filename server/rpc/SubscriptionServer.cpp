@@ -3,10 +3,10 @@
 #include "server/log/Log.h"
 #include "server/rpc/Subscribers.h"
 
-SubscriptionServer::SubscriptionServer(Services& services, PlantControllerRef controller,
+SubscriptionServer::SubscriptionServer(Subscribers& all, WireObjects& objects, PlantControllerRef controller,
                                        wire::ControllerEvents::Client events)
-    : m_Services(services)
-    , m_All(services.AllSubscribers)
+    : m_All(all)
+    , m_Objects(objects)
     , m_Controller(std::move(controller))
     , m_Events(kj::mv(events))
     , m_Sending(*this)
@@ -71,7 +71,7 @@ kj::Promise<void> SubscriptionServer::Send(const Event& event)
         return request.send().ignoreResult();
     }
     auto request = m_Events.onChangeItemRequest();
-    m_Services.Objects.Write(std::get<PlantItemRef>(event), request.initItem());
+    m_Objects.Write(std::get<PlantItemRef>(event), request.initItem());
     return request.send().ignoreResult();
 }
 

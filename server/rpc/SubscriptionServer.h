@@ -1,6 +1,7 @@
 #pragma once
 
-#include "server/rpc/Services.h"
+#include "server/plant/PlantController.h"
+#include "velsqllib/WireValue.h"
 
 #include <deque>
 #include <variant>
@@ -17,7 +18,8 @@ public:
     static constexpr std::size_t MostWaiting = 100'000;
 
     /// Throws ServerError when there are too many.
-    SubscriptionServer(Services& services, PlantControllerRef controller, wire::ControllerEvents::Client events);
+    SubscriptionServer(Subscribers& all, WireObjects& objects, PlantControllerRef controller,
+                       wire::ControllerEvents::Client events);
     ~SubscriptionServer();
 
     bool HasWaiting() const { return !m_Waiting.empty(); }
@@ -41,8 +43,8 @@ private:
     void Forget();
     void End();
 
-    Services& m_Services;
     Subscribers& m_All;
+    WireObjects& m_Objects;
     const PlantControllerRef m_Controller;
     wire::ControllerEvents::Client m_Events;
     std::deque<Event> m_Waiting;

@@ -15,25 +15,6 @@ kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
                                                                  kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
 }
 
-class RefusingSubscriber : public wire::ControllerEvents::Server
-{
-public:
-    explicit RefusingSubscriber(int* seen)
-        : m_Seen(seen)
-    {
-    }
-
-    DispatchCallResult dispatchCall(uint64_t interfaceId, uint16_t methodId,
-                                    capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer> context) override
-    {
-        if (m_Seen) ++*m_Seen;
-        return Server::dispatchCall(interfaceId, methodId, context);
-    }
-
-private:
-    int* m_Seen;
-};
-
 } // namespace
 
 kj::AsyncIoContext& TestLoop()
@@ -100,13 +81,6 @@ capnp::RemotePromise<wire::History::ExecuteResults> TestClient::Query(const QStr
     auto request = m_Engine.getHistoryRequest().send().getResult().executeRequest();
     request.setStatement(WireBytes(statement));
     return request.send();
-}
-
-wire::Subscription::Client TestClient::Subscribe(int* seen)
-{
-    auto request = Controller().subscribeRequest();
-    request.setEvents(kj::heap<RefusingSubscriber>(seen));
-    return Wait(request.send()).getSubscription();
 }
 
 bool TestClient::IsAnswered()

@@ -54,8 +54,6 @@ public:
     /// A command of the engine or a statement whose answer nobody waits for yet.
     capnp::RemotePromise<wire::Engine::ExecuteResults> Start(const QString& command);
     capnp::RemotePromise<wire::History::ExecuteResults> Query(const QString& statement);
-    /// To the events of "PLC1", each of which is counted and refused.
-    wire::Subscription::Client Subscribe(int* seen = nullptr);
     /// What the server answers to a ping.
     qint32 CallsUnderWay() { return Wait(m_Library.pingRequest().send()).getCallsUnderWay(); }
     /// Whether it does.

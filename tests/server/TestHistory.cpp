@@ -48,20 +48,15 @@ TEST_F(HistoryTest, PresetsGiveSensibleResults)
 TEST_F(HistoryTest, SaysWhatTheDatabaseSaysOrWhatIsWrongWhereThatSaysNothing)
 {
     AskedHistory history(m_Settings);
-    const QStringList done(QString{}); // no columns
-    const QStringList empty(u"The statement is empty."_s);
+    const QStringList done(QString{}), empty(u"The statement is empty."_s);
     const std::pair<QString, QStringList> cases[] = {
         {u"SELECT * FROM nowhere"_s, {u"no such table: nowhere"_s}},
         {u"CREATE TABLE mine (a)"_s, done},
         {u"CREATE TRIGGER t AFTER INSERT ON mine BEGIN DELETE FROM mine; SELECT ';'; END; -- of several"_s, done},
-        {u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, x'41' IS NULL AS d"_s,
-         {u"a,a,b,c,d"_s, u"1,x,NULL,9000000000,0"_s}},
-        {u"SELECT 9007199254740992 AS a, -9007199254740993 AS b, -9223372036854775808 AS c"_s,
-         {u"a,b,c"_s, u"9.007199254740992E+15,-9007199254740993,-9223372036854775808"_s}},
+        {u"SELECT 1 AS a, 'x' AS a, NULL AS b, 9000000000 AS c, -9007199254740993 AS d"_s,
+         {u"a,a,b,c,d"_s, u"1,x,NULL,9000000000,-9007199254740993"_s}},
         {u"SELECT 1 AS a; /* done */ ; -- really"_s, {u"a"_s, u"1"_s}},
         {u"SELECT 1; SELECT 2"_s, {u"Unable to execute multiple statements at a time"_s}},
-        {QString(), empty},
-        {u" \r\n\t"_s, empty},
         {u"-- nothing\n/* at; all */;"_s, empty},
         {QString(QChar(u'\0')), empty},
     };
@@ -72,31 +67,22 @@ TEST_F(HistoryTest, SaysWhatTheDatabaseSaysOrWhatIsWrongWhereThatSaysNothing)
     EXPECT_EQ(broken.Failure, u"integer overflow");
 }
 
-TEST_F(HistoryTest, WhyAValueIsRefusedIsSaidOnce)
-{
-    AskedHistory history(m_Settings);
-    history.Record(u"A"_s, 1);
-    ASSERT_TRUE(history.Flush()) << "the table is there";
-    EXPECT_EQ(history.Ask(u"DROP TABLE velsql_history"_s), QStringList(QString()));
-    EXPECT_EQ(
-        history.Ask(u"CREATE TABLE velsql_history (controller_name, item_name, item_value CHECK (item_value < 100), "
-                    "item_time NOT NULL)"_s),
-        QStringList(QString()));
-    testing::internal::CaptureStderr();
-    for (int i = 95; i < 110; ++i) history.Record(u"A"_s, i);
-    history.Record(u"B"_s, 200);
-    EXPECT_TRUE(history.Flush());
-    const QByteArray log = QByteArray::fromStdString(testing::internal::GetCapturedStderr());
-    EXPECT_EQ(log.count("cannot be recorded"), 2) << "one for each item: " << log.constData();
-    EXPECT_EQ(history.Ask(s_Range).last(), u"5,95,99");
-}
-
-TEST_F(HistoryTest, KeepsTheNewest)
+TEST_F(HistoryTest, KeepsTheNewestAndSaysOnceWhyAValueIsRefused)
 {
     AskedHistory history(RecordingInto(m_Connection, 10));
     for (int i = 0; i < 2500; ++i) history.Record(u"A"_s, i);
     ASSERT_TRUE(history.Flush());
     EXPECT_EQ(history.Ask(s_Range)[1], u"10,2490,2499");
+    history.Ask(u"DROP TABLE velsql_history"_s);
+    history.Ask(u"CREATE TABLE velsql_history (controller_name, item_name, item_value CHECK (item_value < 100), b)"_s);
+    testing::internal::CaptureStderr();
+    for (int i = 95; i < 110; ++i) history.Record(u"A"_s, i);
+    history.Record(u"B"_s, 200);
+    history.Record(u"B"_s, 7);
+    EXPECT_TRUE(history.Flush());
+    const QByteArray log = QByteArray::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_EQ(log.count("cannot be recorded"), 2) << "one for each item: " << log.constData();
+    EXPECT_EQ(history.Ask(s_Range)[1], u"6,7,99");
 }
 
 TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBackButForTheOldestThatAreTooMany)
@@ -133,22 +119,6 @@ TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
     EXPECT_EQ(AskedHistory(m_Settings).Ask(u"SELECT item_value FROM \"mi\"\"ne\""_s), second);
 }
 
-TEST_F(HistoryTest, ACorruptDatabaseIsNotTouched)
-{
-    QDir().mkpath(QFileInfo(m_Path).path());
-    const QByteArray garbage(5000, 'x');
-    QFile file(m_Path);
-    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-    file.write(garbage);
-    file.flush();
-    AskedHistory history(m_Settings);
-    history.Record(u"A"_s, 1);
-    EXPECT_FALSE(history.Flush(500));
-    EXPECT_EQ(history.Ask(s_Values), QStringList(u"file is not a database"_s));
-    file.seek(0);
-    EXPECT_EQ(file.readAll(), garbage);
-}
-
 TEST_F(HistoryTest, ResultsAreReadInPages)
 {
     AskedHistory history(m_Settings);
@@ -159,9 +129,7 @@ TEST_F(HistoryTest, ResultsAreReadInPages)
         EXPECT_EQ(AskedHistory::Row(*result, row), u"%1,text %1"_s.arg(row));
     EXPECT_LT(result->PageOf(50'000).size(), 2u * ResultSpool::PageBytes);
     EXPECT_EQ(OutcomeOf([&] { result->PageOf(100'000); }), u"The result has 100000 rows.");
-    const auto large = history.Run(u"SELECT zeroblob(3000000), 1 UNION ALL SELECT zeroblob(3000000), 2"_s);
-    EXPECT_EQ(large->Progress().RowsSoFar, 2);
-    EXPECT_GT(large->PageOf(1).size(), 3'000'000u) << "a page holds one row at least";
+    EXPECT_GT(history.Run(u"SELECT zeroblob(3000000)"_s)->PageOf(0).size(), 3'000'000u) << "one row at least";
 }
 
 TEST_F(HistoryTest, AStatementTakesNoMoreThanItMay)
@@ -183,46 +151,37 @@ TEST_F(HistoryTest, AStatementTakesNoMoreThanItMay)
     AskedHistory history(m_Settings);
     const ResultSpoolRef hidden = Wait(history.Start(endless));
     const auto rows = [&] { return hidden->Progress().RowsSoFar; };
+    qint64 before = 0;
     const auto rests = [&] {
-        const qint64 before = rows();
+        before = rows();
         Pause(300);
         return before > 0 && before == rows();
     };
     EXPECT_TRUE(WaitUntil(rests)) << "nobody asks";
-    const qint64 rested = rows();
     hidden->NoteAsked();
-    EXPECT_TRUE(WaitUntil([&] { return rows() > rested; })) << "it goes on";
+    EXPECT_TRUE(WaitUntil([&] { return rows() > before; })) << "it goes on";
     m_Settings.Limits.EndAfter = 300ms;
-    AskedHistory impatient(m_Settings);
-    EXPECT_EQ(impatient.Run(endless)->Progress().Failure, u"Nobody has asked for more of the result for 0.3 s.");
+    EXPECT_EQ(AskedHistory(m_Settings).Run(endless)->Progress().Failure,
+              u"Nobody has asked for more of the result for 0.3 s.");
 }
 
 TEST_F(HistoryTest, ItsFilesAreItsUsersAlone)
 {
-    const auto modes = [](const QString& path) {
-        QStringList found;
-        for (const char16_t* file : {u"", u"-wal", u"-shm"})
-            found << QString::number(QFile::permissions(path + QString::fromUtf16(file)).toInt() & 0x777, 16);
-        return found.join(u' ') + u" in "_s +
-               QString::number(QFile::permissions(QFileInfo(path).path()).toInt() & 0x777, 16);
-    };
-    const auto record = [](AskedHistory& history) {
+    const auto modesAfterRecording = [](const HistorySettings& settings, const QString& path) {
+        AskedHistory history(settings);
         history.Record(u"A"_s, 1);
-        return history.Flush();
+        EXPECT_TRUE(history.Flush());
+        QStringList modes;
+        for (const QString& file : {path, path + u"-wal"_s, path + u"-shm"_s, QFileInfo(path).path()})
+            modes << QString::number(QFile::permissions(file).toInt() & 0x777, 16);
+        return modes.join(u' ');
     };
-    {
-        AskedHistory history(m_Settings);
-        EXPECT_TRUE(record(history));
-        EXPECT_EQ(modes(m_Path), u"600 600 600 in 700");
-    }
+    EXPECT_EQ(modesAfterRecording(m_Settings, m_Path), u"600 600 600 700");
     qputenv("XDG_STATE_HOME", QFile::encodeName(m_Folder.path()));
     const QString own = m_Folder.filePath(u"velsql/history.db"_s); // as an earlier version left it
-    ASSERT_TRUE(QDir().mkpath(QFileInfo(own).path()));
-    ASSERT_TRUE(QFile(own).open(QIODevice::WriteOnly));
-    ASSERT_EQ(modes(own).left(2), u"64");
-    AskedHistory history(DefaultHistorySettings());
-    EXPECT_TRUE(record(history));
-    EXPECT_EQ(modes(own), u"600 600 600 in 700");
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(own).path()) && QFile(own).open(QIODevice::WriteOnly));
+    ASSERT_NE(QFile::permissions(own).toInt() & 0x077, 0);
+    EXPECT_EQ(modesAfterRecording(DefaultHistorySettings(), own), u"600 600 600 700");
 }
 
 TEST(ConnectionString, IsReadInItsUsualFormsAndRefusedWithoutAnyPartOfIt)

@@ -47,11 +47,8 @@ TEST_F(PostgresTest, ValuesAreHeldExactlyOrShownInTheDatabasesOwnWords)
         {u"timestamp '1850-01-31 12:00:00.5'", u"7,1850-01-31 12:00:00.500"_s},
         {u"timestamptz '2024-01-31 12:00:00.000001Z'", u"7,"_s + localNoon + u".000001"_s},
         {u"timestamp '2500-01-31 12:00:00.123456'", u"8,2500-01-31 12:00:00.123456"_s}, // too coarse there
-        {u"date '9999-12-31'", u"7,9999-12-31 00:00:00"_s},
         {u"date '10000-01-01'", u"8,10000-01-01"_s},
-        {u"date '0099-12-31'", u"8,0099-12-31"_s},
         {u"date '0044-03-15 BC'", u"8,0044-03-15 BC"_s},
-        {u"date 'infinity'", u"8,infinity"_s},
         {u"timestamptz '-infinity'", u"8,-infinity"_s},
         {u"time '10:00:00.123456'", u"8,10:00:00.123456"_s},
         {u"timetz '10:00:00+02'", u"8,10:00:00+02"_s},
@@ -60,7 +57,6 @@ TEST_F(PostgresTest, ValuesAreHeldExactlyOrShownInTheDatabasesOwnWords)
         {u"12345678901234567890.123456789", u"8,12345678901234567890.123456789"_s},
         {u"'NaN'::numeric", u"5,NaN"_s},
         {u"(-9223372036854775808)::int8", u"8,-9223372036854775808"_s},
-        {u"NULL::date", u"1"_s},
         {u"'\\x0102'::bytea", u"8209,1,2"_s},
     };
     for (const auto& [expression, text] : cases) {
@@ -106,7 +102,7 @@ TEST_F(PostgresTest, NoStatementKeepsItsThreadBusy)
     EXPECT_TRUE(WaitUntil([&] { return crowd.Statements().isEmpty(); })) << "its thread, too";
 }
 
-TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThere)
+TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThereAndKeepsTheNewest)
 {
     {
         AskedHistory owner(m_Settings);
@@ -114,14 +110,21 @@ TEST_F(PostgresTest, AUserWhoMayCreateNothingRecordsIntoATableThatIsThere)
         ASSERT_TRUE(owner.Flush()) << "now everything is made";
         for (const QString& statement :
              {u"CREATE ROLE clerk LOGIN"_s, u"DROP AGGREGATE avg(text)"_s, u"DELETE FROM velsql_history"_s,
+              u"ALTER TABLE velsql_history ADD UNIQUE (item_value) DEFERRABLE INITIALLY DEFERRED"_s,
               u"GRANT SELECT, INSERT, DELETE ON velsql_history TO clerk"_s})
             owner.Ask(statement);
     }
-    AskedHistory clerk(RecordingInto(m_Database.ConnectionString(u"clerk"_s), 2));
-    for (int i = 0; i < 5; ++i) clerk.Record(u"A"_s, i);
-    EXPECT_TRUE(clerk.Flush());
-    EXPECT_EQ(clerk.Ask(u"SELECT item_value FROM velsql_history ORDER BY item_time"_s),
-              QStringList({u"item_value"_s, u"3"_s, u"4"_s}));
+    AskedHistory clerk(RecordingInto(m_Database.ConnectionString(u"clerk"_s), 3));
+    const auto kept = [&](std::initializer_list<int> values) {
+        for (const int value : values) clerk.Record(u"A"_s, value);
+        EXPECT_TRUE(clerk.Flush());
+        return clerk.Ask(u"SELECT item_value FROM velsql_history ORDER BY item_time"_s).mid(1).join(u',');
+    };
+    EXPECT_EQ(kept({1}), u"1");
+    EXPECT_EQ(kept({1}), u"1") << "refused when it is committed";
+    EXPECT_EQ(kept({1}), u"1");
+    EXPECT_EQ(kept({2, 3}), u"1,2,3") << "what was refused does not count as a row";
+    EXPECT_EQ(kept({4, 5}), u"3,4,5");
     EXPECT_TRUE(clerk.Ask(s_Average)[0].startsWith(u"ERROR:  function avg(text) does not exist")) << "its own error";
 }
 
@@ -155,11 +158,9 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     EXPECT_TRUE(countTo(600));
     EXPECT_EQ(server.Terminate(), 0) << "while the last ones wait for their batch";
 
-    QStringList reasons = server.Log().filter(waits);
+    QStringList log = server.Log(), reasons = log.filter(waits);
     EXPECT_EQ(reasons.removeDuplicates(), 0) << "each reason once";
-    QStringList log = server.Log();
-    log.removeIf([&](const QString& line) { return line.startsWith(waits); });
-    EXPECT_EQ(log.mid(1), QStringList({writes, writes, u"info: The server ends: It was told to end."_s}));
+    EXPECT_EQ(log.size(), reasons.size() + 4) << "and nothing else but that it listens, writes twice and ends";
     EXPECT_EQ(AskedHistory(m_Settings)
                   .Ask(u"SELECT count(*) - max(item_value::int), count(DISTINCT item_value) - count(*), "
                        "min(item_value), max(item_value::int) >= 600 FROM velsql_history"_s)[1],
