@@ -57,6 +57,7 @@ TEST_F(PlantItemTest, OnlyActiveControllersScanAndOnlyTheirClass)
               QStringList({u"fast=3,1"_s, u"slow=3,1"_s, u"state 1"_s, u"fast=3,2"_s, u"state 2"_s, u"state 4"_s}));
     EXPECT_EQ(m_Plant.Recorded, QStringList(u"slow=3,1"_s));
     EXPECT_EQ(MicrosecondsOf(fast->Time()), 250'000);
+    EXPECT_TRUE(off->Value().IsEmpty());
     off->PutValue(50);
     off->Snapshot();
     EXPECT_EQ(TextOf(off), u"3,50") << "it keeps what is written";
