@@ -10,8 +10,8 @@
 using namespace Qt::StringLiterals;
 
 /// An item definition that shows which control became which element: all texts differ, all choices are off their first
-/// ones. Here is the control of each element with what is entered there: a text, or the position of an entry. The minimum
-/// stands twice: servers expect it so.
+/// ones. Here is the control of each element with what is entered there: a text, or the position of an entry. The
+/// minimum stands twice: servers expect it so.
 inline const QStringList SampleElements =
     u"txtItemName=Name;chkVariable;txtVarName=variable;txtOption=option;cmbClass=2;txtObjName=object;"
     u"txtDesc=Beschreibung, °C;cmbAttr=2;txtLinkItem=PLC2\\link;chkInit;txtInitValue=initial;cmbInitType=11;chkEMPTY;"

@@ -17,8 +17,8 @@ inline const QString PLC1 = u"VelSQLEngine\\PLC1"_s;
 inline const QString D100 = PLC1 + u"\\D100"_s;
 inline const QString D200 = PLC1 + u"\\D200"_s;
 
-/// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items); message
-/// boxes are answered by the test.
+/// The whole main window on a server with the controllers "PLC1" (items "D100" and "D200") and "PLC2" (no items);
+/// message boxes are answered by the test.
 class Console : public ConsoleTest
 {
 protected:

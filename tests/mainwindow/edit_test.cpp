@@ -41,7 +41,8 @@ protected:
         m_Text->setFocus();
     }
 
-    /// What is enabled of Cut, Copy and Paste, in menu and toolbar alike, after the check that comes ten times a second.
+    /// What is enabled of Cut, Copy and Paste, in menu and toolbar alike, after the check that comes ten times a
+    /// second.
     QString Enabled()
     {
         QTest::qWait(110);
