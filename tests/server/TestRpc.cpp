@@ -136,7 +136,8 @@ TEST(QuestionTable, RefusesWhatTheRpcSystemWouldTrust)
         {u"used a call's number twice", [](Message it) { it.initCall(); }},
         {u"finished a call that it had not made", [](Message it) { it.initFinish().setQuestionId(9); }},
         {u"sent a kind of message that the server does not take", [](Message it) { it.initResolve(); }},
-        {u"sent a kind of answer that the server does not take", [](Message it) { it.initReturn().setCanceled(); }},
+        {u"sent a kind of answer that the server does not take",
+         [](Message it) { it.initReturn().setResultsSentElsewhere(); }},
         {u"sent a call whose answer is to go elsewhere",
          [](Message it) { it.initCall().getSendResultsTo().setYourself(); }},
         {u"sent a kind of object that the server does not take", // a promise, which could be resolved to itself
@@ -153,6 +154,7 @@ TEST(QuestionTable, RefusesWhatTheRpcSystemWouldTrust)
         return OutcomeOf([&] { questions.Received(message.getRoot<capnp::rpc::Message>().asReader()); });
     };
     EXPECT_EQ(receive([](Message it) { it.initBootstrap(); }), u"done");
+    EXPECT_EQ(receive([](Message it) { it.initReturn().setCanceled(); }), u"done") << "of an event that was taken back";
     for (const auto& [refusal, write] : cases) EXPECT_EQ(receive(write), u"it "_s + QString::fromUtf16(refusal));
     uint id = 0;
     const auto askOfTheLast = [&](Message it) {
