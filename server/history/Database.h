@@ -14,7 +14,7 @@ class DatabaseAddress
 {
 public:
     /// Keys are read whatever their case: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their
-    /// usual other names; values may stand in quotes or braces. Throws DescribedError for what is no such string.
+    /// usual other names; values may stand in quotes or braces. Throws DescribedError for any other string.
     explicit DatabaseAddress(const QString& connectionString);
 
     bool IsPostgreSql() const { return m_Driver == QStringLiteral("QPSQL"); }

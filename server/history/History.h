@@ -19,7 +19,7 @@ HistorySettings DefaultHistorySettings();
 class History
 {
 public:
-    /// Throws DescribedError for wrong settings; a database that is away is no error.
+    /// Throws DescribedError for wrong settings; a database that is away is not an error.
     History(HistorySettings settings, kj::Timer& timer);
     ~History();
 

@@ -25,8 +25,8 @@ public:
 
     /// Whether the database has been taken away although the connection still works.
     virtual bool IsGone() const { return false; }
-    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). Throws DatabaseError,
-    /// and then nothing is changed.
+    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). Throws
+    /// DatabaseError, and then nothing is changed.
     void Write(std::span<const RecordedValue> values, qint32 maxRecord);
 
 protected:

@@ -2,7 +2,8 @@
 
 #include "server/history/HistoryTable.h"
 
-/// The history's table in a PostgreSQL database. item_value is text, and the average of texts is taught to the database.
+/// The history's table in a PostgreSQL database. item_value is text, and the average of texts is taught to the
+/// database.
 class PostgresTable final : public HistoryTable
 {
 public:

@@ -5,8 +5,8 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-/// The history's table in an SQLite file. item_value has numeric affinity, so that numbers are kept as numbers. Rows are
-/// inserted by the database's own library: Qt's query costs more than the insert itself.
+/// The history's table in an SQLite file. item_value has numeric affinity, so that numbers are kept as numbers. Rows
+/// are inserted by the database's own library: Qt's query costs more than the insert itself.
 class SqliteTable final : public HistoryTable
 {
 public:

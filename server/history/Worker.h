@@ -6,8 +6,8 @@
 #include <optional>
 #include <thread>
 
-/// A thread that its owner can leave behind when it hangs in somebody else's code, such as a database's client library. Its work
-/// must own all that it touches.
+/// A thread that its owner can leave behind when it hangs in somebody else's code, such as a database's client library.
+/// Its work must own all that it touches.
 class Worker
 {
 public:
