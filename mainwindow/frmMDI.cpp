@@ -9,6 +9,7 @@
 #include "mainwindow/EditTarget.h"
 #include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
+#include "mainwindow/NodeImages.h"
 #include "mainwindow/ObjectTreeBuilder.h"
 #include "mainwindow/PaneKeys.h"
 #include "mainwindow/PanesLayout.h"
@@ -22,15 +23,7 @@
 #include <QScreen>
 #include <QVersionNumber>
 
-/// A static library brings its resources in only when asked, and not from inside a namespace.
-static void InitImages()
-{
-    Q_INIT_RESOURCE(mainwindow);
-}
-
 namespace {
-
-constexpr NodeTag AllTags[] = {NodeTag::Engine, NodeTag::Controller, NodeTag::Item, NodeTag::AddItem, NodeTag::History};
 
 constexpr int CheckIntervalMs = 100;
 
@@ -59,11 +52,10 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     : MainWindow(services)
     , m_Commands(*this, std::move(windows))
 {
-    InitImages();
     setupUi(this);
     SetFirstSize();
     m_Panels.emplace(stbrMain);
-    LoadImages();
+    LoadNodeImages(m_Tree);
     m_Panes = new PanesLayout({picFrame, lblObject, treeObject, picVBar, mdiChildren, picHBar, lblLog, txtLog});
     m_EditTarget = new EditTarget(this);
     new LinePaste(this);
@@ -90,16 +82,6 @@ void frmMDI::SetFirstSize()
 {
     const QSize available = screen()->availableSize();
     resize(QSize(1100, 750).boundedTo(available * 9 / 10));
-}
-
-void frmMDI::LoadImages()
-{
-    for (const NodeTag tag : AllTags) {
-        const QString file = QStringLiteral(":/mainwindow/%1.svg").arg(TagText(tag));
-        QIcon image(file);
-        image.addFile(file, {}, QIcon::Selected); // its own colours on a selected row, too
-        m_Tree.SetImage(tag, image);
-    }
 }
 
 template <typename Command, typename... Arguments>

@@ -46,7 +46,6 @@ protected:
 
 private:
     void SetFirstSize();
-    void LoadImages();
     /// Connects an entry or button to its command. Whatever the command throws ends in one log line, not in the event
     /// loop.
     template <typename Command, typename... Arguments>
