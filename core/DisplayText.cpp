@@ -11,12 +11,6 @@ constexpr qsizetype WordLength = 60;
 constexpr QChar Ellipsis = u'\x2026';
 constexpr QChar WrapHere = u'\x200B';
 
-bool IsLineEnd(QChar character)
-{
-    return character == u'\n' || character == u'\r' || character == QChar::LineSeparator ||
-           character == QChar::ParagraphSeparator;
-}
-
 QString Shortened(const QString& text, qsizetype length)
 {
     if (text.size() <= length) return text;
@@ -40,6 +34,12 @@ QString Wrappable(const QString& text)
 }
 
 } // namespace
+
+bool IsLineEnd(QChar character)
+{
+    return character == u'\n' || character == u'\r' || character == QChar::LineSeparator ||
+           character == QChar::ParagraphSeparator;
+}
 
 QString OneLine(const QString& text)
 {

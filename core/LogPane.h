@@ -1,17 +1,15 @@
 #pragma once
 
-#include <QPlainTextEdit>
+#include "core/LinePane.h"
+
 #include <QTimer>
 
 /// The message log: an editable text pane whose text carries CR LF line ends, as it is copied and handed out.
-class LogPane : public QPlainTextEdit
+class LogPane : public LinePane
 {
     Q_OBJECT
 
 public:
-    /// Longer lines are shown on several lines (their text stays in one piece): laying out a line takes time by its length.
-    static constexpr qsizetype LongestShownLine = 4096;
-
     explicit LogPane(QWidget* parent = nullptr);
 
     /// How many characters the pane takes (ends of shown lines count two); default: what the widget itself can hold.
@@ -33,30 +31,12 @@ public:
 protected:
     bool event(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
-    QMimeData* createMimeDataFromSelection() const override;
     void insertFromMimeData(const QMimeData* source) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    /// A text cut into the lines that the pane shows, and how each of them but the last ends.
-    struct ShownText
-    {
-        ShownText() = default;
-        explicit ShownText(QStringView text);
-        void Add(const ShownText& other);
-        qint64 Length() const { return Lines.size() + Ends.size(); }
-
-        QString Lines;
-        QList<int> Ends;
-
-    private:
-        void AddLine(QStringView line);
-        void End(int how);
-    };
     qint64 Length() const;
-    void Insert(QTextCursor& cursor, const ShownText& shown);
-    QString TextBetween(int start, int end) const;
-    void ShowEndsOfEditedLines(int position, int charsAdded);
+    void Replace(QTextCursor cursor, const ShownText& shown);
 
     qint64 m_Capacity;
     ShownText m_Appended;

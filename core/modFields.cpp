@@ -1,6 +1,7 @@
 #include "core/modFields.h"
 
 #include "core/automation/NumberText.h"
+#include "core/DisplayText.h"
 #include "core/FieldColour.h"
 #include "core/LabelPane.h"
 #include "core/modMain.h"
@@ -105,10 +106,7 @@ void CopyCellToClipboard(const QAbstractItemView* grid)
 
 void InsertLine(QLineEdit* box, const QString& text)
 {
-    const auto endsLine = [](QChar c) {
-        return c == u'\r' || c == u'\n' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
-    };
-    box->insert(text.left(std::find_if(text.begin(), text.end(), endsLine) - text.begin()));
+    box->insert(text.left(std::find_if(text.begin(), text.end(), IsLineEnd) - text.begin()));
 }
 
 bool IsEditBox(const QWidget* widget)

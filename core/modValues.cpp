@@ -1,6 +1,7 @@
 #include "core/modValues.h"
 
 #include "core/automation/SafeArray.h"
+#include "core/automation/ValueTypes.h"
 #include "core/ConsoleServices.h"
 #include "core/ListBox.h"
 #include "core/modMain.h"
@@ -50,7 +51,7 @@ bool HasNestedArray(const SafeArray& array)
            std::any_of(elements->begin(), elements->end(), [](const Variant& element) { return element.IsArray(); });
 }
 
-/// Up to eight elements are shown whole and larger arrays only as "...": the limit is meant.
+/// Up to eight elements are shown whole and larger arrays only as "...": on purpose.
 QString ArrayToTypedText(const Variant& value)
 {
     const SafeArray& array = value.Array();
@@ -59,26 +60,11 @@ QString ArrayToTypedText(const Variant& value)
     return Converter().ValueToText(value, 0);
 }
 
-QStringView TypeSuffix(VarType type)
+/// A signed byte is labelled as an unsigned one, and an object not at all: both on purpose.
+QStringView TypeLabel(VarType type)
 {
-    switch (type) {
-    case VT_EMPTY: return u"EMPTY)";
-    case VT_NULL: return u"NULL)";
-    case VT_BOOL: return u"BOOL)";
-    case VT_UI1: return u"UI1)";
-    case VT_I1: return u"UI1)"; // A signed byte is labelled as an unsigned one: this is meant.
-    case VT_I2: return u"I2)";
-    case VT_UI2: return u"UI2)";
-    case VT_I4: return u"I4)";
-    case VT_UI4: return u"UI4)";
-    case VT_R4: return u"R4)";
-    case VT_R8: return u"R8)";
-    case VT_CY: return u"CY)";
-    case VT_DATE: return u"DATE)";
-    case VT_BSTR: return u"BSTR)";
-    case VT_VARIANT: return u"VARIANT)";
-    default: return u"?)";
-    }
+    const QStringView name = BareTypeName(type == VT_I1 ? VT_UI1 : type);
+    return name.isEmpty() || type == VT_DISPATCH ? u"?" : name;
 }
 
 } // namespace
@@ -152,7 +138,7 @@ QString ValueToDisplayText(const Variant& value)
         else if (value.IsNull()) text = QStringLiteral("(NULL)");
         else
             text = ValueTextOf(ValueToTypedText(value)) % QStringView(value.IsArray() ? u" (ARRAY | " : u" (") %
-                   TypeSuffix(ElementOf(value.Type()));
+                   TypeLabel(ElementOf(value.Type())) % u')';
     });
     return text;
 }

@@ -51,18 +51,9 @@ QString TextOf(const Variant& value)
 
 bool IsNumber(const Variant& value)
 {
-    switch (value.Type()) {
-    case VT_I1:
-    case VT_UI1:
-    case VT_I2:
-    case VT_UI2:
-    case VT_I4:
-    case VT_UI4:
-    case VT_R4:
-    case VT_R8:
-    case VT_CY: return true;
-    default: return false;
-    }
+    return value.GetIf<Currency>() ||
+           std::visit([]<typename T>(const T&) { return std::is_arithmetic_v<T> && !std::is_same_v<T, bool>; },
+                      value.Data());
 }
 
 } // namespace

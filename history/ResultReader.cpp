@@ -8,11 +8,6 @@ namespace {
 
 constexpr qsizetype MostPages = 256;
 
-bool Holds(const ResultPage& page, qint64 row)
-{
-    return row >= page.FirstRow() && row - page.FirstRow() < page.RowCount();
-}
-
 } // namespace
 
 ResultReader::ResultReader(ResultSetRef result)
@@ -32,12 +27,12 @@ void ResultReader::Advance()
 const ResultPage& ResultReader::PageOf(qint64 row)
 {
     for (qsizetype i = 0; i < m_Pages.size(); ++i) {
-        if (!Holds(*m_Pages[i], row)) continue;
+        if (!m_Pages[i]->Holds(row)) continue;
         m_Pages.move(i, 0);
         return *m_Pages.constFirst();
     }
     const ResultPageRef page = m_Result ? m_Result->PageOf(row) : nullptr;
-    if (!page || !Holds(*page, row))
+    if (!page || !page->Holds(row))
         throw ServerError(QStringLiteral("The server sent a page without row %1.").arg(row));
     Keep(page);
     return *page;

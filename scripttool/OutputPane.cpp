@@ -1,10 +1,10 @@
 #include "scripttool/OutputPane.h"
 
+#include "core/DisplayText.h"
 #include "scripttool/Colours.h"
 
 #include <QFontDatabase>
 #include <QKeyEvent>
-#include <QMimeData>
 #include <QScrollBar>
 #include <QTextBlock>
 
@@ -13,13 +13,6 @@
 namespace {
 
 constexpr int IsError = QTextFormat::UserProperty;
-/// State of a block that ends only on the screen: its line continues in the next block.
-constexpr int GoesOn = 1;
-
-bool IsLineEnd(QChar c)
-{
-    return c == u'\n' || c == QChar::LineSeparator || c == QChar::ParagraphSeparator;
-}
 
 /// What a script prints as text that the document takes unchanged: control characters would be invisible, and some
 /// would end lines.
@@ -56,12 +49,11 @@ QTextCharFormat FormatOf(OutputPane::Kind kind, const QPalette& palette)
 } // namespace
 
 OutputPane::OutputPane(QWidget* parent)
-    : QPlainTextEdit(parent)
+    : LinePane(QStringLiteral("\n"), parent)
 {
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setReadOnly(true);
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
-    setUndoRedoEnabled(false);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
 }
 
@@ -72,34 +64,13 @@ void OutputPane::Append(const QString& text, Kind kind)
     const QString printable = Printable(text);
     const QStringView last = LastLines(printable);
     const bool isCut = last.size() < printable.size();
-    if (isCut) Clear();
+    if (isCut) clear();
     const QTextCursor top(firstVisibleBlock());
-    Insert(last, kind);
-    DropEarlier(isCut);
-    bar.setValue(atEnd ? bar.maximum() : top.block().firstLineNumber());
-}
-
-void OutputPane::Insert(QStringView text, Kind kind)
-{
-    QString shown;
-    shown.reserve(text.size() + text.size() / LongestShownLine + 1);
-    QList<int> broken;
-    int block = blockCount() - 1;
-    for (const QChar c : text) {
-        if (c == u'\n') {
-            m_LineLength = 0;
-            ++block;
-        } else if (++m_LineLength > LongestShownLine && !c.isLowSurrogate()) {
-            m_LineLength = 1;
-            broken << block++;
-            shown += u'\n';
-        }
-        shown += c;
-    }
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
-    end.insertText(shown, FormatOf(kind, palette()));
-    for (const int number : broken) document()->findBlockByNumber(number).setUserState(GoesOn);
+    Insert(end, Shown(last, document()->lastBlock().length() - 1), FormatOf(kind, palette()));
+    DropEarlier(isCut);
+    bar.setValue(atEnd ? bar.maximum() : top.block().firstLineNumber());
 }
 
 void OutputPane::DropEarlier(bool someAlready)
@@ -114,39 +85,13 @@ void OutputPane::DropEarlier(bool someAlready)
     QTextCursor cursor(document());
     cursor.setPosition(kept.position(), QTextCursor::KeepAnchor);
     cursor.insertText(QStringLiteral("(Earlier output was dropped.)\n"), QTextCharFormat());
-    document()->firstBlock().setUserState(-1);
+    EndAsUsual(0, 0);
     cursor.block().setUserState(stateOfKept);
-}
-
-void OutputPane::Clear()
-{
-    clear();
-    m_LineLength = 0;
-}
-
-QString OutputPane::TextBetween(int start, int end) const
-{
-    QString text;
-    for (QTextBlock block = document()->findBlock(start); block.isValid() && block.position() <= end;
-         block = block.next()) {
-        const int endOfBlock = block.position() + block.length() - 1;
-        const int from = std::max(start - block.position(), 0);
-        text += QStringView(block.text()).sliced(from, std::min(end, endOfBlock) - block.position() - from);
-        if (endOfBlock < end && block.userState() != GoesOn) text += u'\n';
-    }
-    return text;
-}
-
-QMimeData* OutputPane::createMimeDataFromSelection() const
-{
-    auto* data = new QMimeData;
-    data->setText(TextBetween(textCursor().selectionStart(), textCursor().selectionEnd()));
-    return data;
 }
 
 void OutputPane::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    QPlainTextEdit::mouseDoubleClickEvent(event);
+    LinePane::mouseDoubleClickEvent(event);
     ChooseLineAtCaret();
 }
 
@@ -154,7 +99,7 @@ void OutputPane::keyPressEvent(QKeyEvent* event)
 {
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     if (isEnter) ChooseLineAtCaret();
-    else QPlainTextEdit::keyPressEvent(event);
+    else LinePane::keyPressEvent(event);
 }
 
 void OutputPane::ChooseLineAtCaret()
@@ -164,7 +109,7 @@ void OutputPane::ChooseLineAtCaret()
 
 void OutputPane::changeEvent(QEvent* event)
 {
-    QPlainTextEdit::changeEvent(event);
+    LinePane::changeEvent(event);
     if (event->type() == QEvent::PaletteChange) ColourErrors();
 }
 

@@ -1,10 +1,10 @@
 #include "scripttool/frmScriptTool.h"
 
-#include <QCoreApplication>
+#include "core/automation/FindProgram.h"
+
 #include <QRegularExpression>
 #include <QScreen>
 #include <QShortcut>
-#include <QStandardPaths>
 
 /// A static library's resources are linked only when asked for, and never from inside a namespace.
 static void InitImages()
@@ -126,9 +126,7 @@ void frmScriptTool::ShowMissingProgram()
 /// Empty when there is none.
 QString frmScriptTool::Program() const
 {
-    if (!m_Program.isEmpty()) return m_Program;
-    const QString beside = QStandardPaths::findExecutable(ProgramName, {QCoreApplication::applicationDirPath()});
-    return beside.isEmpty() ? QStandardPaths::findExecutable(ProgramName) : beside;
+    return m_Program.isEmpty() ? FindProgram(ProgramName) : m_Program;
 }
 
 QStringList frmScriptTool::Arguments() const

@@ -1,5 +1,6 @@
 #include "velsqllib/DateText.h"
 
+#include "core/automation/Calendar.h"
 #include "core/automation/NumberText.h"
 #include "velsqllib/TextErrors.h"
 
@@ -13,10 +14,6 @@ namespace {
 
 constexpr qint64 SecondsADay = 86'400;
 constexpr int MostDecimals = 9;
-
-const QDate DayZero(1899, 12, 30);
-const QDate FirstDay(100, 1, 1);
-const QDate LastDay(9999, 12, 31);
 
 /// A time of day, counted in units of 10^-Decimals seconds.
 struct TimeOfDay
@@ -32,18 +29,15 @@ qint64 UnitsADay(int decimals)
     return units;
 }
 
-/// Days before day 0 count their time of day forwards: -1.25 is six o'clock of the day before.
 Date Join(qint64 day, TimeOfDay time)
 {
-    const auto days = static_cast<double>(day);
-    const double fraction = static_cast<double>(time.Units) / static_cast<double>(UnitsADay(time.Decimals));
-    return Date{day < 0 ? days - fraction : days + fraction};
+    return Calendar::Join(day, static_cast<double>(time.Units) / static_cast<double>(UnitsADay(time.Decimals)));
 }
 
-bool InRange(Date date)
+[[noreturn]] void ThrowOutside(QStringView text)
 {
-    const double day = std::trunc(date.Days);
-    return day >= static_cast<double>(DayZero.daysTo(FirstDay)) && day <= static_cast<double>(DayZero.daysTo(LastDay));
+    throw Outside(text, Calendar::DateOf(Calendar::FirstDay).toString(Qt::ISODate),
+                  Calendar::DateOf(Calendar::LastDay).toString(Qt::ISODate));
 }
 
 // Each Take function steps over what it read at the head of `text`, or leaves it alone.
@@ -79,7 +73,7 @@ std::optional<qint64> TakeDay(QStringView& text)
     const QDate date(*year, *month, *dayOfMonth);
     if (!date.isValid()) return std::nullopt;
     text = rest;
-    return DayZero.daysTo(date);
+    return Calendar::DayOf(date);
 }
 
 /// Adds the decimals behind the seconds, if there are any.
@@ -134,7 +128,7 @@ QString WriteClock(qint64 day, TimeOfDay time)
 {
     const qint64 unitsASecond = UnitsADay(time.Decimals) / SecondsADay;
     const QTime clock = QTime::fromMSecsSinceStartOfDay(static_cast<int>(time.Units / unitsASecond * 1000));
-    QString text = DayZero.addDays(day).toString(u"yyyy-MM-dd") + clock.toString(u" hh:mm:ss");
+    QString text = Calendar::DateOf(day).toString(u"yyyy-MM-dd") + clock.toString(u" hh:mm:ss");
     if (time.Decimals == 0) return text;
     return text + u'.' + QString::number(time.Units % unitsASecond).rightJustified(time.Decimals, u'0');
 }
@@ -146,21 +140,20 @@ Date ReadDate(QStringView text)
     const auto days = ParseNumber(text);
     const auto date = days ? Date{*days} : ReadClock(WithoutOuterBlanks(text));
     if (!date) throw ValueError(Quote(text) + QStringLiteral(" is not a date such as 2024-01-31 12:00:00"));
-    if (!InRange(*date)) throw Outside(text, FirstDay.toString(Qt::ISODate), LastDay.toString(Qt::ISODate));
+    if (!Calendar::IsInRange(*date)) ThrowOutside(text);
     return *date;
 }
 
 QString WriteDate(Date date)
 {
-    if (!InRange(date))
-        throw Outside(FormatDouble(date.Days), FirstDay.toString(Qt::ISODate), LastDay.toString(Qt::ISODate));
-    const double day = std::trunc(date.Days);
+    if (!Calendar::IsInRange(date)) ThrowOutside(FormatDouble(date.Days));
+    const auto day = static_cast<qint64>(date.Days);
     for (const int decimals : {0, 3, 4, 5, 6, 7, 8, MostDecimals}) {
-        const double units = std::nearbyint(std::abs(date.Days - day) * static_cast<double>(UnitsADay(decimals)));
+        const double units = std::nearbyint(Calendar::TimeOfDay(date) * static_cast<double>(UnitsADay(decimals)));
         const TimeOfDay time{static_cast<qint64>(units), decimals};
-        const Date read = Join(static_cast<qint64>(day), time);
+        const Date read = Join(day, time);
         const bool same = std::bit_cast<quint64>(read.Days) == std::bit_cast<quint64>(date.Days);
-        if (same && time.Units < UnitsADay(decimals)) return WriteClock(static_cast<qint64>(day), time);
+        if (same && time.Units < UnitsADay(decimals)) return WriteClock(day, time);
     }
     return FormatDouble(date.Days);
 }

@@ -1,6 +1,7 @@
 #include "velsqllib/RemoteLibrary.h"
 
 #include "core/automation/Errors.h"
+#include "core/automation/FindProgram.h"
 #include "velsqllib/EngineProxy.h"
 #include "velsqllib/ServerSocket.h"
 #include "velsqllib/ServerStarter.h"
@@ -13,7 +14,7 @@ constexpr int MostAttempts = 3;
 } // namespace
 
 RemoteLibrary::RemoteLibrary()
-    : RemoteLibrary(ServerSocketPath(), FindServerProgram())
+    : RemoteLibrary(ServerSocketPath(), FindProgram(QStringLiteral("velsqlserver")))
 {
 }
 

@@ -3,11 +3,8 @@
 #include "core/automation/Errors.h"
 #include "velsqllib/StateFolder.h"
 
-#include <QCoreApplication>
-#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QStandardPaths>
 #include <QThread>
 
 #include <cerrno>
@@ -36,13 +33,6 @@ QString WithoutLogMarks(QString said)
 }
 
 } // namespace
-
-QString FindServerProgram()
-{
-    const QString name = QStringLiteral("velsqlserver");
-    const QString beside = QCoreApplication::applicationDirPath() + u'/' + name;
-    return QFileInfo(beside).isExecutable() ? beside : QStandardPaths::findExecutable(name);
-}
 
 ServerStarter::ServerStarter(const QString& program, const QString& socketPath)
     : m_Program(program)

@@ -4,9 +4,6 @@
 #include <QString>
 #include <QTemporaryFile>
 
-/// The bundled server's program: beside this program, else on the path; empty when there is none.
-QString FindServerProgram();
-
 /// A server process being started; it goes on by itself when this object is gone.
 class ServerStarter
 {

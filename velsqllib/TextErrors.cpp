@@ -1,6 +1,6 @@
 #include "velsqllib/TextErrors.h"
 
-#include "velsqllib/ValueText.h"
+#include "core/automation/SafeArray.h"
 
 namespace {
 

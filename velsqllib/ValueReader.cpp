@@ -1,32 +1,11 @@
 #include "velsqllib/ValueReader.h"
 
+#include "core/automation/ValueTypes.h"
 #include "velsqllib/ScalarText.h"
 #include "velsqllib/TextErrors.h"
 #include "velsqllib/TypeCode.h"
-#include "velsqllib/ValueText.h"
 
 namespace {
-
-/// Calls `visitor` with std::type_identity of the type in which the value, or the array's element, is held.
-template <typename Visitor>
-auto VisitType(VarType type, Visitor visitor)
-{
-    switch (type) {
-    case VT_BOOL: return visitor(std::type_identity<bool>());
-    case VT_I1: return visitor(std::type_identity<qint8>());
-    case VT_UI1: return visitor(std::type_identity<quint8>());
-    case VT_I2: return visitor(std::type_identity<qint16>());
-    case VT_UI2: return visitor(std::type_identity<quint16>());
-    case VT_I4: return visitor(std::type_identity<qint32>());
-    case VT_UI4: return visitor(std::type_identity<quint32>());
-    case VT_R4: return visitor(std::type_identity<float>());
-    case VT_R8: return visitor(std::type_identity<double>());
-    case VT_CY: return visitor(std::type_identity<Currency>());
-    case VT_DATE: return visitor(std::type_identity<Date>());
-    case VT_BSTR: return visitor(std::type_identity<QString>());
-    default: return visitor(std::type_identity<Variant>());
-    }
-}
 
 Variant ReadNothing(QStringView text, const Variant& value)
 {
@@ -68,8 +47,9 @@ Variant ValueReader::ReadPayload(VarType type)
     if (type == VT_EMPTY) return ReadNothing(text, Variant());
     if (type == VT_NULL) return ReadNothing(text, Null());
     return VisitType(type, [text]<typename T>(std::type_identity<T>) -> Variant {
-        if constexpr (std::is_same_v<T, QString> || std::is_same_v<T, Variant>) throw ValueError::TypeMismatch();
-        else return ReadScalar<T>(text);
+        if constexpr (std::is_arithmetic_v<T> || std::is_same_v<T, Currency> || std::is_same_v<T, Date>)
+            return ReadScalar<T>(text);
+        else throw ValueError::TypeMismatch();
     });
 }
 
@@ -77,8 +57,10 @@ Variant ValueReader::ReadArray(VarType elementType)
 {
     if (m_Depth == MaxArrayDepth) throw NestedTooDeep();
     ++m_Depth;
-    Variant array =
-        VisitType(elementType, [this]<typename T>(std::type_identity<T>) { return Variant(ReadElements<T>()); });
+    Variant array = VisitType(elementType, [this]<typename T>(std::type_identity<T>) -> Variant {
+        if constexpr (IsElementType<T> && !std::is_same_v<T, ObjectRef>) return ReadElements<T>();
+        else throw ValueError::TypeMismatch();
+    });
     --m_Depth;
     return array;
 }

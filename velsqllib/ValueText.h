@@ -2,9 +2,6 @@
 
 #include "core/automation/Variant.h"
 
-/// Arrays may stand in arrays: so many inside each other, the outermost counted.
-inline constexpr int MaxArrayDepth = 16;
-
 /// Values as texts and back, spelled as docs/server.md says. A typed text is the decimal type code, "," and the value text,
 /// the bare code for EMPTY and NULL; reading what was written gives the same value to the last bit.
 

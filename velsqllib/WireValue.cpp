@@ -8,8 +8,8 @@ namespace {
 
 void CheckDepth(int depth)
 {
-    if (depth > MaxValueDepth)
-        throw ValueError(QStringLiteral("Arrays are nested deeper than %1 levels.").arg(MaxValueDepth));
+    if (depth > MaxArrayDepth)
+        throw ValueError(QStringLiteral("Arrays are nested deeper than %1 levels.").arg(MaxArrayDepth));
 }
 
 void WriteAt(const Variant& value, wire::Value::Builder builder, WireObjects& objects, int depth);
@@ -216,6 +216,6 @@ capnp::ReaderOptions WireReaderOptions()
 {
     capnp::ReaderOptions options;
     options.traversalLimitInWords = 64 * 1024 * 1024;
-    options.nestingLimit = 3 * MaxValueDepth + 16; // a variant inside an array is three pointers deep
+    options.nestingLimit = 3 * MaxArrayDepth + 16; // a variant inside an array is three pointers deep
     return options;
 }

@@ -14,22 +14,19 @@ public:
     virtual ObjectRef Read(wire::Object::Reader reader) = 0;
 };
 
-/// For values that come out of a database: these hold no objects.
-class NoObjects final : public WireObjects
+/// Where values hold no objects, as in results: they come out of a database.
+class NoObjects : public WireObjects
 {
 public:
     void Write(const ObjectRef&, wire::Object::Builder builder) override { builder.setNone(); }
     ObjectRef Read(wire::Object::Reader) override { return nullptr; }
 };
 
-/// Arrays inside arrays deeper than this are refused on both sides.
-inline constexpr int MaxValueDepth = 16;
-
 /// Throws ValueError when arrays are nested too deeply.
 void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects& objects);
 
-/// Throws ValueError for what is no value of this system.
+/// Throws ValueError for what is not a value of this system.
 Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);
 
-/// Limits for reading messages on both sides: 512 MiB a message, nesting enough for MaxValueDepth.
+/// Limits for reading messages on both sides: 512 MiB a message, nesting enough for MaxArrayDepth.
 capnp::ReaderOptions WireReaderOptions();

@@ -1,5 +1,6 @@
 #include "core/automation/PlainText.h"
 
+#include "core/automation/Calendar.h"
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "core/automation/Variant.h"
@@ -11,25 +12,17 @@ namespace {
 constexpr double MillisecondsADay = 86'400'000.0;
 constexpr qint64 MicrosecondsADay = 86'400'000'000;
 constexpr double MostExactDays = 65'536.0; // beyond them a date is too coarse for microseconds
-constexpr qint64 FirstDay = -657'434;      // 0100-01-01
-constexpr qint64 LastDay = 2'958'465;      // 9999-12-31
 
-QDate DayZero()
-{
-    return QDate(1899, 12, 30);
-}
-
-/// Of the time of day, counted forwards on both sides of day 0.
 qint64 MicrosecondsOf(Date date)
 {
-    return std::llround(std::abs(date.Days - std::trunc(date.Days)) * static_cast<double>(MicrosecondsADay));
+    return std::llround(Calendar::TimeOfDay(date) * static_cast<double>(MicrosecondsADay));
 }
 
 QString FormatToTheMicrosecond(Date date)
 {
     const qint64 microseconds = MicrosecondsOf(date);
     const QTime time = QTime::fromMSecsSinceStartOfDay(static_cast<int>(microseconds / 1000));
-    return DayZero().addDays(static_cast<qint64>(date.Days)).toString(u"yyyy-MM-dd") + time.toString(u" hh:mm:ss.zzz") +
+    return Calendar::DateOf(static_cast<qint64>(date.Days)).toString(u"yyyy-MM-dd") + time.toString(u" hh:mm:ss.zzz") +
            QString::number(microseconds % 1000).rightJustified(3, u'0');
 }
 
@@ -83,23 +76,20 @@ QString FormatDate(Date date, bool decimals)
 
 QDateTime ToDateTime(Date date)
 {
-    const double day = std::trunc(date.Days);
-    if (!(day >= static_cast<double>(FirstDay) && day <= static_cast<double>(LastDay))) throw ValueError::Overflow();
-    auto milliseconds = static_cast<qint64>(std::nearbyint(std::abs(date.Days - day) * MillisecondsADay));
-    qint64 wholeDay = static_cast<qint64>(day);
+    if (!Calendar::IsInRange(date)) throw ValueError::Overflow();
+    auto milliseconds = static_cast<qint64>(std::nearbyint(Calendar::TimeOfDay(date) * MillisecondsADay));
+    auto wholeDay = static_cast<qint64>(date.Days);
     if (milliseconds == static_cast<qint64>(MillisecondsADay)) { // the last half millisecond rounds into the next day
         milliseconds = 0;
         ++wholeDay;
     }
-    if (wholeDay > LastDay) throw ValueError::Overflow();
+    if (wholeDay > Calendar::LastDay) throw ValueError::Overflow();
     // UTC stands for "no zone": an automation date is a wall-clock time and must not jump with daylight saving.
-    return QDateTime(DayZero().addDays(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)),
+    return QDateTime(Calendar::DateOf(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)),
                      Qt::UTC);
 }
 
 Date FromDateTime(const QDateTime& dateTime)
 {
-    const auto days = static_cast<double>(DayZero().daysTo(dateTime.date()));
-    const double fraction = dateTime.time().msecsSinceStartOfDay() / MillisecondsADay;
-    return Date{days < 0 ? days - fraction : days + fraction};
+    return Calendar::Join(Calendar::DayOf(dateTime.date()), dateTime.time().msecsSinceStartOfDay() / MillisecondsADay);
 }

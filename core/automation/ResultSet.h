@@ -17,6 +17,7 @@ public:
     virtual qint64 FirstRow() const = 0;
     /// At least 1.
     virtual qint32 RowCount() const = 0;
+    bool Holds(qint64 row) const { return row >= FirstRow() && row - FirstRow() < RowCount(); }
     /// `row` counts within the page. Throws ValueError "Subscript out of range".
     virtual Variant Cell(qint32 row, qint32 column) const = 0;
     /// What the page occupies in memory.

@@ -4,6 +4,9 @@
 
 #include <QList>
 
+/// Arrays may stand in arrays: so many inside each other, the outermost counted. Texts and the wire refuse more.
+inline constexpr int MaxArrayDepth = 16;
+
 /// A one-dimensional automation array: its elements stand in one block of their own type, behind a lower bound.
 class SafeArray
 {

@@ -1,29 +1,13 @@
 #include "core/automation/VariantCompare.h"
 
 #include "core/automation/SafeArray.h"
+#include "core/automation/ValueTypes.h"
 
 #include <QSet>
 
-#include <optional>
 #include <type_traits>
 
 namespace {
-
-/// The number a value stands for. Two amounts of money are compared before this: only they need more than a double.
-std::optional<double> ToNumber(const Variant& value)
-{
-    return std::visit(
-        [](const auto& payload) -> std::optional<double> {
-            using T = std::decay_t<decltype(payload)>;
-            if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
-            else if constexpr (std::is_same_v<T, Currency>)
-                return static_cast<double>(payload.TenThousandths) / 10000.0;
-            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
-            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
-            else return std::nullopt;
-        },
-        value.Data());
-}
 
 bool IsSingleAgainstDouble(const Variant& a, const Variant& b)
 {
@@ -51,8 +35,8 @@ public:
     {
         if (a.IsArray() && b.IsArray()) return SameArrays(a.Array(), b.Array());
         if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
-        const auto numberA = ToNumber(a);
-        const auto numberB = ToNumber(b);
+        const auto numberA = NumberIn(a); // of two amounts it would not hold all digits
+        const auto numberB = NumberIn(b);
         if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
         if (numberA && numberB) return *numberA == *numberB;
         return !numberA && !numberB && a == b;

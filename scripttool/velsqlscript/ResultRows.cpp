@@ -13,11 +13,6 @@ namespace {
 constexpr unsigned long ShortestPauseMs = 1;
 constexpr unsigned long LongestPauseMs = 50;
 
-bool Holds(const ResultPage& page, qint64 row)
-{
-    return row >= page.FirstRow() && row < page.FirstRow() + page.RowCount();
-}
-
 } // namespace
 
 ResultRows::ResultRows(ResultSetRef result)
@@ -80,7 +75,7 @@ void ResultRows::WaitForRows(qint64 enough)
 const ResultPage& ResultRows::PageOf(qint32 row)
 {
     if (!HasRow(row)) throw ValueError::SubscriptOutOfRange();
-    if (!m_Page || !Holds(*m_Page, row)) m_Page = m_Result->PageOf(row);
+    if (!m_Page || !m_Page->Holds(row)) m_Page = m_Result->PageOf(row);
     return *m_Page;
 }
 

@@ -5,7 +5,6 @@
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
 #include "velsqllib/TextErrors.h"
-#include "velsqllib/ValueText.h"
 
 #include <cmath>
 #include <limits>

@@ -4,6 +4,7 @@
 #include "core/automation/NumberText.h"
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
+#include "core/automation/ValueTypes.h"
 #include "velsqllib/TypeCode.h"
 #include "velsqllib/ValueText.h"
 
@@ -15,20 +16,7 @@ namespace {
 constexpr std::array<VarType, 14> NameableTypes = {VT_BOOL, VT_I1, VT_UI1, VT_I2,   VT_UI2,  VT_I4,       VT_UI4,
                                                    VT_R4,   VT_R8, VT_CY,  VT_DATE, VT_BSTR, VT_DISPATCH, VT_VARIANT};
 
-/// Every number as a double, which is exact for all but currency amounts.
-std::optional<double> NumberIn(const Variant& value)
-{
-    return std::visit(
-        []<typename T>(const T& payload) -> std::optional<double> {
-            if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
-            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
-            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
-            else return std::nullopt;
-        },
-        value.Data());
-}
-
-/// Rounded once: through its decimal text it could become a neighbouring single.
+/// Rounded once: by way of its decimal text it could become the neighbour.
 std::optional<float> SingleFrom(double number)
 {
     const auto single = static_cast<float>(number);
@@ -92,28 +80,17 @@ Variant MakeTyped(VarType type, const Variant& plain)
     if (type == VT_DISPATCH || plain.IsEmpty() || plain.IsNull() || plain.IsObject() || plain.IsArray())
         throw ValueError(TypeName(type) + QStringLiteral(": ") + ValueError::TypeMismatch().Description());
     if (type == VT_BSTR) return ToPlainText(plain);
-    if (const auto number = NumberIn(plain)) return TypedNumber(type, *number);
+    // A double holds every number but an amount exactly.
+    if (const auto number = NumberIn(plain); number && !plain.GetIf<Currency>()) return TypedNumber(type, *number);
     return ReadValueText(type, ToPlainText(plain));
 }
 
 Variant MakeArray(VarType elementType, const QList<Variant>& elements, qint32 lowerBound)
 {
-    switch (elementType) {
-    case VT_BOOL: return ArrayOfType<bool>(elementType, elements, lowerBound);
-    case VT_I1: return ArrayOfType<qint8>(elementType, elements, lowerBound);
-    case VT_UI1: return ArrayOfType<quint8>(elementType, elements, lowerBound);
-    case VT_I2: return ArrayOfType<qint16>(elementType, elements, lowerBound);
-    case VT_UI2: return ArrayOfType<quint16>(elementType, elements, lowerBound);
-    case VT_I4: return ArrayOfType<qint32>(elementType, elements, lowerBound);
-    case VT_UI4: return ArrayOfType<quint32>(elementType, elements, lowerBound);
-    case VT_R4: return ArrayOfType<float>(elementType, elements, lowerBound);
-    case VT_R8: return ArrayOfType<double>(elementType, elements, lowerBound);
-    case VT_CY: return ArrayOfType<Currency>(elementType, elements, lowerBound);
-    case VT_DATE: return ArrayOfType<Date>(elementType, elements, lowerBound);
-    case VT_BSTR: return ArrayOfType<QString>(elementType, elements, lowerBound);
-    case VT_DISPATCH: return ArrayOfType<ObjectRef>(elementType, elements, lowerBound);
-    default: return ArrayOfType<Variant>(elementType, elements, lowerBound);
-    }
+    return VisitType(elementType, [&]<typename T>(std::type_identity<T>) -> Variant {
+        if constexpr (IsElementType<T>) return ArrayOfType<T>(elementType, elements, lowerBound);
+        else throw ValueError::TypeMismatch();
+    });
 }
 
 QString TypedTextOf(const Variant& value)

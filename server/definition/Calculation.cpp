@@ -20,16 +20,7 @@ constexpr qsizetype LongestText =
 
 bool IsWhole(const Variant& value)
 {
-    switch (value.Type()) {
-    case VT_BOOL:
-    case VT_I1:
-    case VT_UI1:
-    case VT_I2:
-    case VT_UI2:
-    case VT_I4:
-    case VT_UI4: return true;
-    default: return false;
-    }
+    return std::visit([]<typename T>(const T&) { return std::is_integral_v<T>; }, value.Data());
 }
 
 bool FitsI4(double number)

@@ -1,5 +1,6 @@
 #include "server/history/ResultRows.h"
 
+#include "core/automation/Calendar.h"
 #include "server/history/SqlValue.h"
 
 #include <QDateTime>
@@ -137,13 +138,12 @@ Clock InLocalTime(const Clock& clock)
 /// None where an automation date does not reach or is too coarse.
 std::optional<Date> ToDate(const Clock& clock)
 {
-    if (clock.Day < QDate(100, 1, 1) || clock.Day > QDate(9999, 12, 31)) return std::nullopt;
-    const auto days = static_cast<double>(QDate(1899, 12, 30).daysTo(clock.Day));
-    const double fraction = static_cast<double>(clock.Microseconds) / static_cast<double>(MicrosecondsADay);
-    const Date date{days < 0 ? days - fraction : days + fraction};
-    const double kept = std::abs(date.Days - std::trunc(date.Days)) * static_cast<double>(MicrosecondsADay);
-    const bool isExact = std::trunc(date.Days) == days && std::llround(kept) == clock.Microseconds;
-    return isExact ? std::optional(date) : std::nullopt;
+    const qint64 day = Calendar::DayOf(clock.Day);
+    const double timeOfDay = static_cast<double>(clock.Microseconds) / static_cast<double>(MicrosecondsADay);
+    const Date date = Calendar::Join(day, timeOfDay);
+    const double kept = Calendar::TimeOfDay(date) * static_cast<double>(MicrosecondsADay);
+    const bool isExact = std::trunc(date.Days) == static_cast<double>(day) && std::llround(kept) == clock.Microseconds;
+    return Calendar::IsInRange(date) && isExact ? std::optional(date) : std::nullopt;
 }
 
 /// Without zeros that say nothing.

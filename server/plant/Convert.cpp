@@ -1,9 +1,11 @@
 #include "server/plant/Convert.h"
 
+#include "core/automation/Calendar.h"
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
+#include "core/automation/ValueTypes.h"
 #include "velsqllib/TypeCode.h"
 #include "velsqllib/ValueText.h"
 
@@ -87,23 +89,17 @@ Variant ToText(const Variant& value)
 
 Variant ConvertScalar(const Variant& value, VarType type)
 {
-    switch (type) {
-    case VT_I1: return ToInteger<qint8>(value, type);
-    case VT_UI1: return ToInteger<quint8>(value, type);
-    case VT_I2: return ToInteger<qint16>(value, type);
-    case VT_UI2: return ToInteger<quint16>(value, type);
-    case VT_I4: return ToInteger<qint32>(value, type);
-    case VT_UI4: return ToInteger<quint32>(value, type);
-    case VT_R4: return ToSingle(value);
-    case VT_R8: return NumberFor(value, type);
-    case VT_CY: return ToCurrency(value);
-    case VT_BOOL: return NumberFor(value, type) != 0.0;
-    case VT_DATE: return ToDate(value);
-    case VT_BSTR: return ToText(value);
-    case VT_EMPTY: return Variant();
-    case VT_NULL: return Null{};
-    default: ThrowDoesNotFit(value, type);
-    }
+    return VisitType(type, [&]<typename T>(std::type_identity<T>) -> Variant {
+        if constexpr (std::is_same_v<T, bool>) return NumberFor(value, type) != 0.0;
+        else if constexpr (std::is_integral_v<T>) return ToInteger<T>(value, type);
+        else if constexpr (std::is_same_v<T, float>) return ToSingle(value);
+        else if constexpr (std::is_same_v<T, double>) return NumberFor(value, type);
+        else if constexpr (std::is_same_v<T, Currency>) return ToCurrency(value);
+        else if constexpr (std::is_same_v<T, Date>) return ToDate(value);
+        else if constexpr (std::is_same_v<T, QString>) return ToText(value);
+        else if constexpr (IsElementType<T>) ThrowDoesNotFit(value, type);
+        else return T();
+    });
 }
 
 /// Builds a block of elements by asking for them one after the other.
@@ -123,22 +119,10 @@ SafeArray::Elements Block(qsizetype count, ElementAt elementAt)
 template <typename ElementAt>
 SafeArray::Elements BlockOf(VarType type, qsizetype count, ElementAt elementAt)
 {
-    switch (type) {
-    case VT_BOOL: return Block<bool>(count, elementAt);
-    case VT_I1: return Block<qint8>(count, elementAt);
-    case VT_UI1: return Block<quint8>(count, elementAt);
-    case VT_I2: return Block<qint16>(count, elementAt);
-    case VT_UI2: return Block<quint16>(count, elementAt);
-    case VT_I4: return Block<qint32>(count, elementAt);
-    case VT_UI4: return Block<quint32>(count, elementAt);
-    case VT_R4: return Block<float>(count, elementAt);
-    case VT_R8: return Block<double>(count, elementAt);
-    case VT_CY: return Block<Currency>(count, elementAt);
-    case VT_DATE: return Block<Date>(count, elementAt);
-    case VT_BSTR: return Block<QString>(count, elementAt);
-    case VT_VARIANT: return Block<Variant>(count, elementAt);
-    default: throw ValueError(QStringLiteral("There are no arrays of %1").arg(TypeName(type)));
-    }
+    return VisitType(type, [&]<typename T>(std::type_identity<T>) -> SafeArray::Elements {
+        if constexpr (IsElementType<T> && !std::is_same_v<T, ObjectRef>) return Block<T>(count, elementAt);
+        else throw ValueError(QStringLiteral("There are no arrays of %1").arg(TypeName(type)));
+    });
 }
 
 Variant ConvertArray(const Variant& value, VarType type)
@@ -180,19 +164,9 @@ Variant ConvertTo(const Variant& value, VarType type)
 
 std::optional<double> NumberOf(const Variant& value)
 {
-    return std::visit(
-        [](const auto& payload) -> std::optional<double> {
-            using T = std::decay_t<decltype(payload)>;
-            if constexpr (std::is_same_v<T, std::monostate>) return 0.0;
-            else if constexpr (std::is_same_v<T, bool>) return payload ? -1.0 : 0.0;
-            else if constexpr (std::is_same_v<T, Currency>)
-                return static_cast<double>(payload.TenThousandths) / 10000.0;
-            else if constexpr (std::is_same_v<T, Date>) return payload.Days;
-            else if constexpr (std::is_same_v<T, QString>) return TextToNumber(payload);
-            else if constexpr (std::is_arithmetic_v<T>) return static_cast<double>(payload);
-            else return std::nullopt;
-        },
-        value.Data());
+    if (value.IsEmpty()) return 0.0;
+    if (const QString* text = value.GetIf<QString>()) return TextToNumber(*text);
+    return NumberIn(value);
 }
 
 double ToNumber(const Variant& value)
@@ -205,8 +179,8 @@ double ToNumber(const Variant& value)
 namespace {
 
 constexpr double MostCurrency = 922'337'203'685'470.0;
-constexpr double FirstDay = -657'434.0; // 0100-01-01
-constexpr double LastDay = 2'958'465.0; // 9999-12-31
+constexpr auto FirstDay = static_cast<double>(Calendar::FirstDay);
+constexpr auto LastDay = static_cast<double>(Calendar::LastDay);
 
 double OrZero(double number)
 {
@@ -231,19 +205,16 @@ Variant Clamp(double number)
 
 Variant ClampTo(double number, VarType type)
 {
-    switch (type) {
-    case VT_I1: return Clamp<qint8>(number);
-    case VT_UI1: return Clamp<quint8>(number);
-    case VT_I2: return Clamp<qint16>(number);
-    case VT_UI2: return Clamp<quint16>(number);
-    case VT_I4: return Clamp<qint32>(number);
-    case VT_UI4: return Clamp<quint32>(number);
-    case VT_R4: return ClampToSingle(number);
-    case VT_CY: return ConvertScalar(std::clamp(OrZero(number), -MostCurrency, MostCurrency), type);
-    case VT_DATE: return ConvertScalar(std::clamp(OrZero(number), FirstDay, LastDay), type);
-    case VT_VARIANT: return number;
-    default: return ConvertScalar(number, type);
-    }
+    return VisitType(type, [&]<typename T>(std::type_identity<T>) -> Variant {
+        if constexpr (std::is_same_v<T, Variant>) return number;
+        else if constexpr (std::is_same_v<T, float>) return ClampToSingle(number);
+        else if constexpr (std::is_same_v<T, Currency>)
+            return ConvertScalar(std::clamp(OrZero(number), -MostCurrency, MostCurrency), type);
+        else if constexpr (std::is_same_v<T, Date>)
+            return ConvertScalar(std::clamp(OrZero(number), FirstDay, LastDay), type);
+        else if constexpr (std::is_integral_v<T> && !std::is_same_v<T, bool>) return Clamp<T>(number);
+        else return ConvertScalar(number, type);
+    });
 }
 
 Variant ZeroOf(VarType type, qsizetype count)

@@ -2,7 +2,6 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
-#include "velsqllib/ValueText.h"
 
 namespace {
 

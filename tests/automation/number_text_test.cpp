@@ -70,13 +70,12 @@ TEST(NumberText, SpellsDoubles)
 
 TEST(NumberText, SpellsSinglesForReadingAndExactly)
 {
+    // clang-format off
     const std::tuple<float, const char*, const char*> singles[] = {
-        {0.1F, "0.1", "0.1"},
-        {1234567.75F, "1234568", "1234567.8"},
-        {9999999.0F, "9999999", "9999999"},
-        {16777216.0F, "1.677722E+07", "1.6777216E+07"},
-        {-1E-5F, "-1E-05", "-1E-05"},
+        {0.1F, "0.1", "0.1"}, {1234567.75F, "1234568", "1234567.8"}, {9999999.0F, "9999999", "9999999"},
+        {16777216.0F, "1.677722E+07", "1.6777216E+07"}, {-1E-5F, "-1E-05", "-1E-05"},
     };
+    // clang-format on
     for (const auto& [number, shortened, exact] : singles) {
         EXPECT_EQ(FormatSingle(number).toStdString(), shortened);
         EXPECT_EQ(FormatSingleExactly(number).toStdString(), exact);

@@ -70,18 +70,14 @@ TEST(VariantCompare, ValuesSayTheSame)
     };
     const ObjectRef object = std::make_shared<Thing>();
     const Variant nested = Array<Variant>({Variant(qint32(1)), Variant(Array<QString>({QStringLiteral("x")}))});
+    // clang-format off
     const std::pair<Variant, Variant> same[] = {
-        {qint32(5), 5.0},
-        {0.1F, 0.1}, // a single stands for every double that rounds to it
-        {true, qint16(-1)},
-        {Currency{1000}, 0.1},
-        {Date{45322.5}, 45322.5},
-        {0.0, -0.0},
-        {Variant(), Variant()},
-        {object, object},
-        {Array<quint8>({1, 2}), Array<double>({1, 2}, 1)},
+        {qint32(5), 5.0}, {0.1F, 0.1}, // a single stands for every double that rounds to it
+        {true, qint16(-1)}, {Currency{1000}, 0.1}, {Date{45322.5}, 45322.5}, {0.0, -0.0}, {Variant(), Variant()},
+        {object, object}, {Array<quint8>({1, 2}), Array<double>({1, 2}, 1)},
         {nested, Array<Variant>({Variant(1.0), Variant(Array<QString>({QStringLiteral("x")}, 3))})},
     };
+    // clang-format on
     for (const auto& [a, b] : same) EXPECT_TRUE(SameValue(a, b) && SameValue(b, a)) << a.Type() << " and " << b.Type();
     const auto shared = [] {
         Variant value = qint32(1);
@@ -89,18 +85,14 @@ TEST(VariantCompare, ValuesSayTheSame)
         return value;
     };
     EXPECT_TRUE(SameValue(shared(), shared())) << "a block is compared once, however many ways lead to it";
+    // clang-format off
     const std::pair<Variant, Variant> different[] = {
-        {qint32(5), 5.5},
-        {true, qint16(1)},
-        {QStringLiteral("5"), qint32(5)},
-        {Variant(), qint32(0)},
-        {NaN, NaN},
+        {qint32(5), 5.5}, {true, qint16(1)}, {QStringLiteral("5"), qint32(5)}, {Variant(), qint32(0)}, {NaN, NaN},
         {Currency{std::numeric_limits<qint64>::max()}, Currency{std::numeric_limits<qint64>::max() - 1}},
-        {object, ObjectRef(std::make_shared<Thing>())},
-        {Array<quint8>({1, 2}), Array<quint8>({1, 3})},
-        {Array<quint8>({1, 2}), Array<quint8>({1, 2, 3})},
-        {Array<qint32>({5}), qint32(5)},
+        {object, ObjectRef(std::make_shared<Thing>())}, {Array<quint8>({1, 2}), Array<quint8>({1, 3})},
+        {Array<quint8>({1, 2}), Array<quint8>({1, 2, 3})}, {Array<qint32>({5}), qint32(5)},
     };
+    // clang-format on
     for (const auto& [a, b] : different)
         EXPECT_FALSE(SameValue(a, b) || SameValue(b, a)) << a.Type() << " and " << b.Type();
 }

@@ -103,14 +103,6 @@ void PressAlt(Dialog& dialog, Qt::Key letter)
     EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.m_Ok->isDown() && !dialog.m_Cancel->isDown(); }));
 }
 
-void TurnWheel(QWidget* control)
-{
-    const QPointF place = control->rect().center();
-    QWheelEvent event(place, control->mapToGlobal(place), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
-    QSpontaneKeyEvent::setSpontaneous(&event);
-    qApp->notify(control, &event); // sendEvent would mark it as sent by the program
-}
-
 void PressEnter(Dialog& dialog, QPushButton* defaultButton)
 {
     defaultButton->setDefault(true);
@@ -131,8 +123,8 @@ const Action WaysOut[] = {
     {"click on a button", [](Dialog& d) { QTest::mouseClick(d.m_Ok, Qt::LeftButton); }, "check ok"},
     {"button without focus", [](Dialog& d) { QTest::mouseClick(d.m_Small, Qt::LeftButton); }, "check small"},
     {"click on a tab", [](Dialog& d) { ClickTab(d, 1); }, "check page"},
-    {"wheel over the tabs", [](Dialog& d) { TurnWheel(d.m_Tabs->tabBar()); }, "check page"},
-    {"wheel over a list", [](Dialog& d) { TurnWheel(d.m_List); }, "check list"},
+    {"wheel over the tabs", [](Dialog& d) { TurnWheel(*d.m_Tabs->tabBar()); }, "check page"},
+    {"wheel over a list", [](Dialog& d) { TurnWheel(*d.m_List); }, "check list"},
     {"access key of a button", [](Dialog& d) { PressAlt(d, Qt::Key_O); }, "check ok"},
     {"access key of a label", [](Dialog& d) { PressAlt(d, Qt::Key_B); }, "check"},
     {"access key of a tab", [](Dialog& d) { PressAlt(d, Qt::Key_D); }, "check page"},

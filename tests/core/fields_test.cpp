@@ -11,7 +11,6 @@
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 
 namespace {
 
@@ -148,14 +147,6 @@ TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
     QApplication::clipboard()->setText(u"x1"_s);
     QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
     EXPECT_EQ(field.text(), u"12x1"_s);
-}
-
-void TurnWheel(QWidget& control)
-{
-    const QPointF place = control.rect().center();
-    QWheelEvent event(place, control.mapToGlobal(place), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
-    QSpontaneKeyEvent::setSpontaneous(&event); // as if the operator had turned it
-    qApp->notify(&control, &event);
 }
 
 void PickInPopup(ListBox& list, int index)

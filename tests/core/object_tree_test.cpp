@@ -41,19 +41,15 @@ TEST_F(ObjectTree, FindsNodesByTheirExactKeyWhateverNamesHold)
     const TreeNodeRef odd = m_Model->Append(m_Root, u"PLC1\\D100"_s, NodeTag::Controller); // has the key of an item
     m_Model->Append(odd, {u"x"_s, u"\\"_s, u""_s}, NodeTag::Item);
     m_Model->Append(m_Root, u"PLC"_s, NodeTag::Controller); // begins another name
+    // clang-format off
     const std::pair<QString, TreeNodeRef> cases[] = {
-        {u"Engine"_s, m_Root},
-        {u"Engine\\PLC1"_s, m_Plc1},
-        {u"Engine\\PLC"_s, m_Root->Child(3)},
+        {u"Engine"_s, m_Root}, {u"Engine\\PLC1"_s, m_Plc1}, {u"Engine\\PLC"_s, m_Root->Child(3)},
         {u"Engine\\PLC1\\D100"_s, m_Plc1->Child(0)}, // first in tree order
-        {u"Engine\\PLC1\\D100\\x"_s, odd->Child(0)},
-        {u"Engine\\PLC1\\D100\\\\"_s, odd->Child(1)},
-        {u"Engine\\PLC1\\D100\\"_s, odd->Child(2)},
-        {u"engine\\PLC1"_s, TreeNodeRef()},
-        {u"Engine\\PLC2\\D100"_s, TreeNodeRef()},
-        {u"Engine\\"_s, TreeNodeRef()},
-        {u""_s, TreeNodeRef()},
+        {u"Engine\\PLC1\\D100\\x"_s, odd->Child(0)}, {u"Engine\\PLC1\\D100\\\\"_s, odd->Child(1)},
+        {u"Engine\\PLC1\\D100\\"_s, odd->Child(2)}, {u"engine\\PLC1"_s, TreeNodeRef()},
+        {u"Engine\\PLC2\\D100"_s, TreeNodeRef()}, {u"Engine\\"_s, TreeNodeRef()}, {u""_s, TreeNodeRef()},
     };
+    // clang-format on
     for (const auto& [key, node] : cases) {
         EXPECT_EQ(m_Model->FindByKey(key), node) << key.toStdString();
         EXPECT_EQ(node ? node->Key() : key, key);

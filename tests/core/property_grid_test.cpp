@@ -57,7 +57,7 @@ protected:
 
 } // namespace
 
-TEST_F(Grid, EveryKeyCopiesTheCurrentCellExceptCtrlC) // it is meant
+TEST_F(Grid, EveryKeyCopiesTheCurrentCellExceptCtrlC) // on purpose
 {
     const struct
     {
@@ -65,15 +65,15 @@ TEST_F(Grid, EveryKeyCopiesTheCurrentCellExceptCtrlC) // it is meant
         Qt::KeyboardModifiers Shifts;
         const char* Clipboard; ///< "before": nothing was copied
         int Row;               ///< current afterwards
+        // clang-format off
     } keys[] = {
         {Qt::Key_C, Qt::ControlModifier, "before", 1},
-        {Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier, "value 1", 1},
-        {Qt::Key_C, {}, "value 1", 1},
-        {Qt::Key_Control, {}, "value 1", 1},
-        {Qt::Key_F5, {}, "value 1", 1},
+        {Qt::Key_C, Qt::ControlModifier | Qt::ShiftModifier, "value 1", 1}, {Qt::Key_C, {}, "value 1", 1},
+        {Qt::Key_Control, {}, "value 1", 1}, {Qt::Key_F5, {}, "value 1", 1},
         {Qt::Key_V, {}, "value 1", 1}, // the next row that begins with it is not gone to
         {Qt::Key_Down, {}, "value 1", 2},
     };
+    // clang-format on
     for (const auto& [code, shifts, clipboard, row] : keys) {
         QGuiApplication::clipboard()->setText(u"before"_s);
         m_Grid->setCurrentCell(1, 1);

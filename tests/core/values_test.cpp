@@ -54,21 +54,21 @@ TEST_F(Values, AreShownAsTypedTextAndAsDisplayText)
         Variant Value;
         const char* TypedText;
         const char* DisplayText;
+        // clang-format off
     } cases[] = {
-        {Variant(), "0,", "(EMPTY)"},
-        {Variant(Null()), "1,", "(NULL)"},
-        {Variant(qint8{-3}), "16,-3", "-3 (UI1)"}, // meant
-        {Variant(u"a,b"_s), "8,a,b", "a,b (BSTR)"},
-        {object, "9,...", "... (?)"},
+        {Variant(), "0,", "(EMPTY)"}, {Variant(Null()), "1,", "(NULL)"},
+        {Variant(qint8{-3}), "16,-3", "-3 (UI1)"}, // on purpose
+        {Variant(u"a,b"_s), "8,a,b", "a,b (BSTR)"}, {object, "9,...", "... (?)"},
         {Numbers(0), "8194,[1..]", "[1..] (ARRAY | I2)"},
         {Numbers(8), "8194,[1..]7,7,7,7,7,7,7,7", "[1..]7,7,7,7,7,7,7,7 (ARRAY | I2)"},
         {Numbers(9), "8194,...", "... (ARRAY | I2)"},
-        {Variant(SafeArray(QList<qint8>{1})), "8208,1", "1 (ARRAY | UI1)"}, // meant
+        {Variant(SafeArray(QList<qint8>{1})), "8208,1", "1 (ARRAY | UI1)"}, // on purpose
         {TwoVariants(Variant(qint32{2})), "8204,{3,1},{3,2}", "{3,1},{3,2} (ARRAY | VARIANT)"},
         {TwoVariants(Numbers(1)), "8204,...", "... (ARRAY | VARIANT)"},
         {TwoVariants(object), "8204,???", "??? (ARRAY | VARIANT)"}, // the converter has no text for it
         {Variant(SafeArray(QList<ObjectRef>{nullptr})), "8201,???", "??? (ARRAY | ?)"},
     };
+    // clang-format on
     for (const auto& [value, typedText, displayText] : cases) {
         EXPECT_EQ(modMain::ValueToTypedText(value), QString::fromLatin1(typedText));
         EXPECT_EQ(modMain::ValueToDisplayText(value), QString::fromLatin1(displayText));

@@ -5,6 +5,15 @@
 #include "core/PropertyGrid.h"
 
 #include <QRegularExpression>
+#include <QWheelEvent>
+
+void TurnWheel(QWidget& control)
+{
+    const QPointF place = control.rect().center();
+    QWheelEvent event(place, control.mapToGlobal(place), {}, {0, -120}, {}, {}, Qt::NoScrollPhase, false);
+    QSpontaneKeyEvent::setSpontaneous(&event); // an event of the program would be marked as such
+    qApp->notify(&control, &event);
+}
 
 void ConsoleTest::Choose(const QObject& window, const char* name, const QString& entry)
 {

@@ -10,11 +10,12 @@
 
 namespace {
 
-class Controller final : public wire::Controller::Server
+using State = BrokenServer::State;
+
+struct Controller final : wire::Controller::Server
 {
-public:
-    explicit Controller(std::atomic<int>& refused)
-        : m_Refused(refused)
+    explicit Controller(State& state)
+        : m_State(state)
     {
     }
 
@@ -26,72 +27,70 @@ public:
     }
     kj::Promise<void> start(StartContext) override
     {
+        const auto noteRefusal = [this](kj::Exception&&) { ++m_State.Refused; };
         for (int i = 0; i < BrokenServer::Changes; ++i) {
             auto request = KJ_ASSERT_NONNULL(m_Events).onChangeStateRequest();
-            m_Sent.add(
-                request.send().then([](auto&&) {}, [this](kj::Exception&&) { ++m_Refused; }).eagerlyEvaluate(nullptr));
+            m_Sent.add(request.send().then([](auto&&) {}, noteRefusal).eagerlyEvaluate(nullptr));
         }
         return kj::READY_NOW;
     }
+    kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
 
-private:
-    std::atomic<int>& m_Refused;
+    State& m_State;
     kj::Maybe<wire::ControllerEvents::Client> m_Events;
     kj::Vector<kj::Promise<void>> m_Sent;
 };
 
-class Engine final : public wire::Engine::Server
+struct Engine final : wire::Engine::Server
 {
-public:
-    explicit Engine(std::atomic<int>& refused)
-        : m_Controller(kj::heap<Controller>(refused))
+    explicit Engine(State& state)
+        : m_State(state)
+        , m_Controller(kj::heap<Controller>(state))
     {
     }
 
     kj::Promise<void> getController(GetControllerContext context) override
     {
+        if (m_State.Lost) kj::throwFatalException(KJ_EXCEPTION(FAILED, "lost"));
         context.getResults().setResult(m_Controller);
         return kj::READY_NOW;
     }
     kj::Promise<void> start(StartContext) override { return kj::NEVER_DONE; }
     kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
 
-private:
+    State& m_State;
     wire::Controller::Client m_Controller;
 };
 
-class Library final : public wire::Library::Server
+struct Library final : wire::Library::Server
 {
-public:
-    Library(qint32 callsUnderWay, std::atomic<int>& refused)
-        : m_CallsUnderWay(callsUnderWay)
-        , m_Engine(kj::heap<Engine>(refused))
+    explicit Library(State& state)
+        : m_State(state)
     {
     }
 
     kj::Promise<void> createEngine(CreateEngineContext context) override
     {
-        context.getResults().setResult(m_Engine);
+        context.getResults().setResult(kj::heap<Engine>(m_State));
         return kj::READY_NOW;
     }
     kj::Promise<void> ping(PingContext context) override
     {
-        context.getResults().setCallsUnderWay(m_CallsUnderWay);
+        context.getResults().setCallsUnderWay(m_State.CallsUnderWay);
         return kj::READY_NOW;
     }
 
-private:
-    const qint32 m_CallsUnderWay;
-    wire::Engine::Client m_Engine;
+    State& m_State;
 };
 
 } // namespace
 
 BrokenServer::BrokenServer(qint32 callsUnderWay)
+    : m_State{callsUnderWay}
 {
     if (pipe(m_Ending) != 0) qFatal("no pipe");
-    m_Thread = std::thread([=, this] { Serve(callsUnderWay, m_Ending[0]); });
-    while (!m_Listening) usleep(1000);
+    m_Thread = std::thread([this] { Serve(); });
+    while (!m_State.Listening) usleep(1000);
 }
 
 BrokenServer::~BrokenServer()
@@ -100,15 +99,15 @@ BrokenServer::~BrokenServer()
     m_Thread.join();
 }
 
-void BrokenServer::Serve(qint32 callsUnderWay, int ending)
+void BrokenServer::Serve()
 {
     kj::AsyncIoContext io = kj::setupAsyncIo();
-    auto end = io.lowLevelProvider->wrapInputFd(ending, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
+    auto end = io.lowLevelProvider->wrapInputFd(m_Ending[0], kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
     const std::string address = "unix:" + SocketPath().toStdString();
     auto listener = io.provider->getNetwork().parseAddress(address.c_str()).wait(io.waitScope)->listen();
-    capnp::TwoPartyServer server(kj::heap<Library>(callsUnderWay, m_Refused));
+    capnp::TwoPartyServer server(kj::heap<Library>(m_State));
     const auto served = server.listen(*listener);
-    m_Listening = true;
+    m_State.Listening = true;
     char nothing = 0;
     end->tryRead(&nothing, 1, 1).wait(io.waitScope);
 }

@@ -6,7 +6,7 @@
 #include <thread>
 
 /// A server with faults, on a thread of its own. The engine's Start is never answered; a controller's Start sends its subscriber so many
-/// changes of the state without waiting for the answers, before it is answered itself.
+/// changes of the state without waiting for the answers, before it is answered itself; and it may have lost its controller.
 class BrokenServer
 {
 public:
@@ -18,14 +18,23 @@ public:
 
     QString SocketPath() const { return m_Folder.filePath(QStringLiteral("broken.sock")); }
     /// How many changes the subscriber has refused.
-    int Refused() const { return m_Refused; }
+    int Refused() const { return m_State.Refused; }
+    void LoseController(bool lost) { m_State.Lost = lost; }
+
+    /// What its objects share with the test.
+    struct State
+    {
+        qint32 CallsUnderWay;
+        std::atomic<int> Refused = 0;
+        std::atomic<bool> Lost = false;
+        std::atomic<bool> Listening = false;
+    };
 
 private:
-    void Serve(qint32 callsUnderWay, int ending);
+    void Serve();
 
     QTemporaryDir m_Folder;
-    std::atomic<int> m_Refused = 0;
-    std::atomic<bool> m_Listening = false;
+    State m_State;
     int m_Ending[2] = {};
     std::thread m_Thread;
 };

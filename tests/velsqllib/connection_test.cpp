@@ -92,7 +92,7 @@ TEST_F(ConnectionTest, EveryValueComesBackAsItWasSent)
            << Array<qint16>({}) << Array<quint16>({1}) << Array<qint32>({1, -2}) << Array<quint32>({4'000'000'000})
            << Array<float>({1.5f}) << Array<double>({2.5, 1e300}) << Array<Currency>({{1}, {-1}})
            << Array<Date>({{45000.5}}) << Array<QString>({oddText, QString()}) << Array<ObjectRef>({nullptr})
-           << Array<Variant>({qint32{1}, Null{}, Text(oddText), Variant()}, 1) << Nested(MaxValueDepth);
+           << Array<Variant>({qint32{1}, Null{}, Text(oddText), Variant()}, 1) << Nested(MaxArrayDepth);
     const auto echo = [controller = Controller()](const Variant& value) {
         return controller->Execute(u"echo"_s, value);
     };
@@ -101,7 +101,7 @@ TEST_F(ConnectionTest, EveryValueComesBackAsItWasSent)
     const auto item = std::dynamic_pointer_cast<VelSQLItem>(echo(ObjectRef(Item(u"D100"_s))).Get<ObjectRef>());
     ASSERT_TRUE(item);
     EXPECT_EQ(item->get_Name(), u"D100");
-    EXPECT_EQ(ErrorOf([&] { item->put_Value(Nested(MaxValueDepth + 1)); }),
+    EXPECT_EQ(ErrorOf([&] { item->put_Value(Nested(MaxArrayDepth + 1)); }),
               u"Arrays are nested deeper than 16 levels.");
     EXPECT_EQ(item->get_Value(), Variant(qint32{25})) << "nothing was sent";
 }

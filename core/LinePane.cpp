@@ -1,0 +1,122 @@
+#include "core/LinePane.h"
+
+#include <QMimeData>
+#include <QTextBlock>
+
+#include <algorithm>
+
+namespace {
+
+// How a shown line ends stands in its block's user state: one of these two, or the character that ended it.
+constexpr int UsualEnd = -1;  // what a block starts with
+constexpr int ShownBreak = 0; // only shown: in the text nothing stands here
+
+/// The characters that the document itself takes for the end of a line.
+bool EndsBlock(QChar c)
+{
+    return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c == u'\uFDD0' || c == u'\uFDD1';
+}
+
+/// How many of `room` characters a line takes; a surrogate pair is not torn.
+qsizetype ShownPart(QStringView line, qsizetype room)
+{
+    return room > 0 && line[room - 1].isHighSurrogate() ? room - 1 : room;
+}
+
+} // namespace
+
+LinePane::ShownText::ShownText(QStringView text, const QString& usualEnd, qsizetype used)
+    : m_Used(used)
+{
+    Lines.reserve(text.size());
+    while (true) {
+        const auto end = std::find_if(text.begin(), text.end(), EndsBlock) - text.begin();
+        AddLine(text.first(end));
+        if (end == text.size()) return;
+        const bool isUsual = text.sliced(end).startsWith(usualEnd);
+        End(isUsual ? UsualEnd : text[end].unicode());
+        text = text.sliced(end + (isUsual ? usualEnd.size() : 1));
+    }
+}
+
+void LinePane::ShownText::Add(const ShownText& other)
+{
+    Lines += other.Lines;
+    Ends += other.Ends;
+}
+
+void LinePane::ShownText::AddLine(QStringView line)
+{
+    while (line.size() > LongestShownLine - m_Used) {
+        const qsizetype part = ShownPart(line, LongestShownLine - m_Used);
+        Lines += line.first(part);
+        End(ShownBreak);
+        line = line.sliced(part);
+    }
+    Lines += line;
+    m_Used += line.size();
+}
+
+void LinePane::ShownText::End(int how)
+{
+    Lines += u'\n';
+    Ends.append(how);
+    m_Used = 0;
+}
+
+LinePane::LinePane(QString usualEnd, QWidget* parent)
+    : QPlainTextEdit(parent)
+    , m_UsualEnd(std::move(usualEnd))
+{
+    setUndoRedoEnabled(false);
+}
+
+void LinePane::Insert(QTextCursor& cursor, const ShownText& shown, const QTextCharFormat& format)
+{
+    cursor.beginEditBlock();
+    cursor.removeSelectedText();
+    const int start = cursor.position();
+    const int endOfRest = cursor.block().userState();
+    cursor.insertText(shown.Lines, format);
+    QTextBlock block = document()->findBlock(start);
+    for (const int end : shown.Ends) {
+        block.setUserState(end);
+        block = block.next();
+    }
+    block.setUserState(endOfRest);
+    cursor.endEditBlock();
+}
+
+void LinePane::EndAsUsual(int position, int length)
+{
+    for (QTextBlock block = document()->findBlock(position); block.isValid() && block.position() <= position + length;
+         block = block.next())
+        block.setUserState(UsualEnd);
+}
+
+QString LinePane::EndText(int end) const
+{
+    if (end == UsualEnd) return m_UsualEnd;
+    return end == ShownBreak ? QString() : QString(QChar(end));
+}
+
+QString LinePane::TextBetween(int start, int end) const
+{
+    QString text;
+    text.reserve(end - start);
+    for (QTextBlock block = document()->findBlock(start); block.isValid() && block.position() <= end;
+         block = block.next()) {
+        const int endOfBlock = block.position() + block.length() - 1;
+        const int from = std::max(start - block.position(), 0);
+        text += QStringView(block.text()).sliced(from, std::min(end, endOfBlock) - block.position() - from);
+        if (endOfBlock < end) text += EndText(block.userState());
+    }
+    return text;
+}
+
+QMimeData* LinePane::createMimeDataFromSelection() const
+{
+    auto* data = new QMimeData;
+    data->setText(TextBetween(textCursor().selectionStart(), textCursor().selectionEnd()));
+    return data;
+}
