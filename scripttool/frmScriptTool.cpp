@@ -62,7 +62,7 @@ void frmScriptTool::ConnectCommands()
     connect(cmdRun, &QPushButton::clicked, this, &frmScriptTool::cmdRun_Click);
     connect(cmdStop, &QPushButton::clicked, this, &frmScriptTool::cmdStop_Click);
     connect(cmdFind, &QPushButton::clicked, fraFind, &FindBar::Open);
-    connect(cmdClear, &QPushButton::clicked, txtOutput, &OutputPane::Clear);
+    connect(cmdClear, &QPushButton::clicked, txtOutput, &OutputPane::clear);
     connect(txtScript, &CodeEditor::Refused, lblStatus, &QLabel::setText);
     connect(txtOutput, &OutputPane::LineChosen, this, &frmScriptTool::txtOutput_LineChosen);
     connect(&m_Seconds, &QTimer::timeout, this, &frmScriptTool::ShowSeconds);

@@ -27,10 +27,11 @@ struct Controller final : wire::Controller::Server
     }
     kj::Promise<void> start(StartContext) override
     {
-        const auto noteRefusal = [this](kj::Exception&&) { ++m_State.Refused; };
         for (int i = 0; i < BrokenServer::Changes; ++i) {
             auto request = KJ_ASSERT_NONNULL(m_Events).onChangeStateRequest();
-            m_Sent.add(request.send().then([](auto&&) {}, noteRefusal).eagerlyEvaluate(nullptr));
+            m_Sent.add(request.send()
+                           .then([](auto&&) {}, [this](kj::Exception&&) { ++m_State.Refused; })
+                           .eagerlyEvaluate(nullptr));
         }
         return kj::READY_NOW;
     }
@@ -66,12 +67,13 @@ struct Library final : wire::Library::Server
 {
     explicit Library(State& state)
         : m_State(state)
+        , m_Engine(kj::heap<Engine>(state))
     {
     }
 
     kj::Promise<void> createEngine(CreateEngineContext context) override
     {
-        context.getResults().setResult(kj::heap<Engine>(m_State));
+        context.getResults().setResult(m_Engine);
         return kj::READY_NOW;
     }
     kj::Promise<void> ping(PingContext context) override
@@ -81,6 +83,7 @@ struct Library final : wire::Library::Server
     }
 
     State& m_State;
+    wire::Engine::Client m_Engine;
 };
 
 } // namespace
