@@ -79,7 +79,6 @@ TEST_F(Broken, EventsAreHandledOneAfterTheOtherInSlicesThatLeaveOthersTheirTurn)
     const auto add = [&](const std::function<void()>& handle) {
         queue.Add(std::make_shared<EventSink>(EventSink{this}), [&, handle](ControllerEvents&) {
             deepest = std::max(deepest, ++depth);
-            ++turns.last();
             handle();
             --depth;
             ++handled;
@@ -90,7 +89,11 @@ TEST_F(Broken, EventsAreHandledOneAfterTheOtherInSlicesThatLeaveOthersTheirTurn)
         QTest::qWait(20);
     };
     for (int i = 0; i < 3; ++i) add(runEvents);
-    for (int i = 0; i < 12; ++i) add([] { QThread::msleep(4); });
+    const auto takeTime = [&] {
+        ++turns.last();
+        QThread::msleep(4);
+    };
+    for (int i = 0; i < 12; ++i) add(takeTime);
     QTimer turn;
     turn.callOnTimeout([&] { turns << 0; });
     turn.start(0);
