@@ -17,7 +17,8 @@ const QString s_Description = QStringLiteral(
     "Opens the console on the user's running VelSQL server, or on the bundled one, which it then starts.\n"
     "It has no other options than Qt's own, such as -platform and -style, and keeps no settings.");
 
-/// What a shell user asks for is answered, and what cannot be understood refused, before there is a window system to connect to.
+/// What a shell user asks for is answered, and what cannot be understood refused, before there is a window system to
+/// connect to.
 std::optional<int> AnswerWithoutWindow(int argc, char** argv)
 {
     if (argc < 2) return {};

@@ -24,9 +24,9 @@ public:
     virtual void ShowForm();
     /// Makes the window invisible, its frame included; it stays loaded.
     virtual void HideForm();
-    /// Closes the window for good. Safe inside its own event procedures: from now on it is hidden, out of Forms() and without
-    /// frame; FormUnload runs now and the object goes when control is back in the event loop, both no sooner than its last
-    /// Hold ends.
+    /// Closes the window for good. Safe inside its own event procedures: from now on it is hidden, out of Forms() and
+    /// without frame; FormUnload runs now and the object goes when control is back in the event loop, both no sooner
+    /// than its last Hold ends.
     void Unload();
     bool IsUnloading() const { return m_Unloading; }
 
@@ -35,16 +35,17 @@ public:
     /// Unloads them all, hidden ones included.
     static void UnloadAll();
 
-    /// Creates the window for a node, puts it, hidden, into the main window's child area and loads it. Null when it does not want
-    /// to be loaded (Load returned false) or was unloaded meanwhile. Throws what Load throws. Either way nothing half-loaded stays.
+    /// Creates the window for a node, puts it, hidden, into the main window's child area and loads it. Null when it
+    /// does not want to be loaded (Load returned false) or was unloaded meanwhile. Throws what Load throws. Either
+    /// way nothing half-loaded stays.
     template <typename Form>
     static Form* Open(const TreeNodeRef& node)
     {
         return static_cast<Form*>(HostAndLoad(new Loaded<Form>, node));
     }
 
-    /// Keeps a window whole, its server references included, while a procedure of it lets other events run; ask IsUnloading
-    /// afterwards.
+    /// Keeps a window whole, its server references included, while a procedure of it lets other events run; ask
+    /// IsUnloading afterwards.
     class Hold
     {
     public:

@@ -11,16 +11,17 @@ class QKeyEvent;
 class QLineEdit;
 class QMouseEvent;
 
-/// Checks the fields of one window when they lose the focus. A refused field keeps the focus with its whole text selected, and the
-/// action that would have moved the focus does not happen: the click, the tab page, Alt+letter, Enter. No check on window switch,
-/// pop-ups and disabling, nor on the way to an exempt control (a Cancel button) or when the window closes.
+/// Checks the fields of one window when they lose the focus. A refused field keeps the focus with its whole text
+/// selected, and the action that would have moved the focus does not happen: the click, the tab page, Alt+letter,
+/// Enter. No check on window switch, pop-ups and disabling, nor on the way to an exempt control (a Cancel button) or
+/// when the window closes.
 class FieldCheck : public QObject
 {
     Q_OBJECT
 
 public:
-    /// True: accepted (it may have rewritten the text). May show a message box, must not destroy the window. What it throws is
-    /// logged, and the field refused.
+    /// True: accepted (it may have rewritten the text). May show a message box, must not destroy the window. What it
+    /// throws is logged, and the field refused.
     using Check = std::function<bool()>;
 
     explicit FieldCheck(QWidget* window);

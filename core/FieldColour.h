@@ -5,7 +5,8 @@
 
 class QWidget;
 
-/// The ground colour of one input field, taken from the palette around it: it follows when the desktop's colours change.
+/// The ground colour of one input field, taken from the palette around it: it follows when the desktop's colours
+/// change.
 class FieldColour : public QObject
 {
 public:

@@ -7,9 +7,10 @@
 class PropertyGrid;
 class RefreshTurns;
 
-/// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 10 ms (or one call), going on in the
-/// next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a slow server never takes more
-/// than half of the time. All refreshers share the slices: however many windows are open, one slice runs in a turn.
+/// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 10 ms (or one call),
+/// going on in the next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a
+/// slow server never takes more than half of the time. All refreshers share the slices: however many windows are
+/// open, one slice runs in a turn.
 class GridRefresher : public QObject
 {
     Q_OBJECT
@@ -24,8 +25,8 @@ public:
     /// Also ends a refresh that is under way.
     void Stop();
     bool IsRunning() const { return m_Running; }
-    /// Reads all rows at once, before returning. Row readers may stop or destroy the refresher or the grid; a call from a row
-    /// reader does nothing.
+    /// Reads all rows at once, before returning. Row readers may stop or destroy the refresher or the grid; a call
+    /// from a row reader does nothing.
     void RefreshNow();
 
 Q_SIGNALS:

@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// A text pane that shows a long line on several lines, because laying out a line takes time by its length, and hands it out in one
-/// piece, with the line ends that it was given.
+/// A text pane that shows a long line on several lines, because laying out a line takes time by its length, and hands
+/// it out in one piece, with the line ends that it was given.
 class LinePane : public QPlainTextEdit
 {
     Q_OBJECT

@@ -2,8 +2,8 @@
 
 #include <QComboBox>
 
-/// A drop-down list with a click rule: filling it selects nothing and runs no rule; selecting from code runs the rule every time,
-/// also for the entry already selected, and so does every pick by the operator.
+/// A drop-down list with a click rule: filling it selects nothing and runs no rule; selecting from code runs the rule
+/// every time, also for the entry already selected, and so does every pick by the operator.
 class ListBox : public QComboBox
 {
     Q_OBJECT

@@ -16,11 +16,13 @@ public:
     qint64 Capacity() const { return m_Capacity; }
     void SetCapacity(qint64 characters) { m_Capacity = characters; }
 
-    /// Puts `line` straight behind whatever text stands there, without undo history, the caret to the end, nothing selected.
-    /// The line ends inside `line` are kept as given. Throws ValueError when the pane cannot take it; it is then unchanged.
-    /// The document has it within a frame of the screen, together with all others of that frame: laying out costs by the piece.
+    /// Puts `line` straight behind whatever text stands there, without undo history, the caret to the end, nothing
+    /// selected. The line ends inside `line` are kept as given. Throws ValueError when the pane cannot take it; it is
+    /// then unchanged. The document has it within a frame of the screen, together with all others of that frame:
+    /// laying out costs by the piece.
     void Append(const QString& line);
-    /// Puts what was appended into the document at once. The routines below and the operator's actions do it by themselves.
+    /// Puts what was appended into the document at once. The routines below and the operator's actions do it by
+    /// themselves.
     void ShowAppended();
     /// The whole text with its line ends.
     QString Text();

@@ -25,7 +25,8 @@ public:
     /// Replaces whatever the tree held by a single root.
     TreeNodeRef SetRoot(const QString& text, NodeTag tag);
     TreeNodeRef Root() const { return m_Root; }
-    /// `row` from 0 (first) to the number of children (last). Throws ValueError when out of range or the parent left the tree.
+    /// `row` from 0 (first) to the number of children (last). Throws ValueError when out of range or the parent left
+    /// the tree.
     TreeNodeRef Insert(const TreeNodeRef& parent, int row, const QString& text, NodeTag tag);
     TreeNodeRef Append(const TreeNodeRef& parent, const QString& text, NodeTag tag);
     /// Many children at once: one announcement to the view.

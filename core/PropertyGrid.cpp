@@ -117,7 +117,7 @@ void PropertyGrid::keyboardSearch(const QString&) {}
 
 void PropertyGrid::keyPressEvent(QKeyEvent* event)
 {
-    // It is meant: every key copies the current cell, the Ctrl key itself included, and only Ctrl+C copies nothing.
+    // On purpose: every key copies the current cell, the Ctrl key itself included, and only Ctrl+C copies nothing.
     const Qt::KeyboardModifiers shifts =
         event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier);
     if (event->key() == Qt::Key_C && shifts == Qt::ControlModifier) {

@@ -16,8 +16,8 @@ struct PropertyRow
 
 using PropertyRows = QList<PropertyRow>;
 
-/// Two columns, captions and values, that a refresher fills. The grid keeps the texts: painting never calls the server, and setting
-/// a text that a cell already shows costs nothing.
+/// Two columns, captions and values, that a refresher fills. The grid keeps the texts: painting never calls the
+/// server, and setting a text that a cell already shows costs nothing.
 class PropertyGrid : public QTableWidget
 {
     Q_OBJECT
@@ -32,15 +32,15 @@ public:
 
     explicit PropertyGrid(QWidget* parent = nullptr);
 
-    /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events (not the operator's input)
-    /// run between rows; stops when the grid is deleted or laid again meanwhile.
+    /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events (not the
+    /// operator's input) run between rows; stops when the grid is deleted or laid again meanwhile.
     void Lay(PropertyRows rows, Layout layout);
     const PropertyRows& Rows() const { return m_Rows; }
 
     QString CellText(int row, int column) const;
     void SetValueText(int row, const QString& text);
-    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading may destroy the
-    /// grid or lay it again.
+    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading
+    /// may destroy the grid or lay it again.
     void RefreshRow(int row);
 
     /// Does nothing: letters copy the current cell, they do not look for another one.

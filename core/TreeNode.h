@@ -24,8 +24,8 @@ class TreeNode;
 /// A reference to a node; stays safe after the node was removed from the tree.
 using TreeNodeRef = QExplicitlySharedDataPointer<TreeNode>;
 
-/// One object of the server in the object tree. The key is computed from the parents, so a node costs little more than its
-/// text; the structure is changed through ObjectTreeModel only.
+/// One object of the server in the object tree. The key is computed from the parents, so a node costs little more
+/// than its text; the structure is changed through ObjectTreeModel only.
 class TreeNode : public QSharedData
 {
 public:

@@ -20,8 +20,8 @@ void EnableFields(bool enable, std::initializer_list<QWidget*> controls);
 /// Ticked is true; unticked and grayed are false.
 bool CheckToBool(const QCheckBox* box);
 
-/// Rewrites a text that is a number as a signed 32-bit integer (halves to even) and returns true; leaves any other text alone and
-/// returns false. Throws ValueError "Overflow" beyond 32 bits.
+/// Rewrites a text that is a number as a signed 32-bit integer (halves to even) and returns true; leaves any other
+/// text alone and returns false. Throws ValueError "Overflow" beyond 32 bits.
 bool NormalizeIntegerText(QString& text);
 
 void SelectAllText(QLineEdit* box);
@@ -32,14 +32,16 @@ void CopyCellToClipboard(const QAbstractItemView* grid);
 /// Replaces the selection of a single-line box by the text up to its first line end.
 void InsertLine(QLineEdit* box, const QString& text);
 
-/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit or QPlainTextEdit, but no LabelPane.
+/// Whether a widget is a text field that cut, copy and paste can work on: QLineEdit or QPlainTextEdit, but no
+/// LabelPane.
 bool IsEditBox(const QWidget* widget);
 bool HasSelection(const QWidget* editBox);
 /// Whether the operator cannot change the text: read-only or disabled.
 bool IsReadOnly(const QWidget* editBox);
 
-/// Clipboard operations on ActiveEditBox; without one they do nothing. A copy of nothing leaves the clipboard as it was; pasting an
-/// empty clipboard deletes the selection; what the operator cannot change is neither cut nor pasted into.
+/// Clipboard operations on ActiveEditBox; without one they do nothing. A copy of nothing leaves the clipboard as it
+/// was; pasting an empty clipboard deletes the selection; what the operator cannot change is neither cut nor pasted
+/// into.
 void EditCut();
 void EditCopy();
 void EditPaste();

@@ -6,8 +6,9 @@ namespace {
 
 /// How long messages are read before input and timers get their turn.
 constexpr std::chrono::milliseconds ReadingSlice{10};
-/// While more than this waits to be sent, nothing is read: what is read would only make more of it. The RPC system's queue is a chain
-/// that goes link by link when the connection goes: 50,000 links are more than a stack of 8 MB takes.
+/// While more than this waits to be sent, nothing is read: what is read would only make more of it. The RPC system's
+/// queue is a chain that goes link by link when the connection goes: 50,000 links are more than a stack of 8 MB
+/// takes.
 constexpr std::size_t MostBytesWaiting = 8 * 1024 * 1024;
 constexpr std::size_t MostMessagesWaiting = 20'000;
 /// Calls of the server's of this size together may wait for their answers.

@@ -13,14 +13,15 @@
 
 /// One connected socket to a running server, and the watch over whether that server is alive.
 ///
-/// A call may take as long as the server needs, provided that the server answers a ping meanwhile, and that it knows of the call. The
-/// watch runs inside KJ's loop only, so it costs nothing while no call waits.
+/// A call may take as long as the server needs, provided that the server answers a ping meanwhile, and that it knows
+/// of the call. The watch runs inside KJ's loop only, so it costs nothing while no call waits.
 class Attachment
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// When a waiting call is doubted. The sum stays below ten seconds, the operator's patience with a server that hangs.
+    /// When a waiting call is doubted. The sum stays below ten seconds, the operator's patience with a server that
+    /// hangs.
     struct Patience
     {
         std::chrono::milliseconds Interval{30};     ///< before a call counts as long, and between two looks at it
@@ -40,8 +41,8 @@ public:
     void SetLost();
     /// A ping has gone unanswered for too long; becomes false again when the answer arrives.
     bool IsHanging() const { return m_Hanging; }
-    /// Runs what can run without waiting, and reads messages for some 10 ms at most. What the socket does not take yet is sent when it
-    /// does.
+    /// Runs what can run without waiting, and reads messages for some 10 ms at most. What the socket does not take
+    /// yet is sent when it does.
     void Poll();
 
     /// Waits for a call's answer. Throws kj::Exception.

@@ -12,7 +12,8 @@
 
 class ControllerSubscription;
 
-/// The way from the console to the server: owns the socket, makes every call, and finds the server again when it was restarted.
+/// The way from the console to the server: owns the socket, makes every call, and finds the server again when it was
+/// restarted.
 class Connection : public QObject, public std::enable_shared_from_this<Connection>
 {
     Q_OBJECT
@@ -21,7 +22,8 @@ public:
     explicit Connection(const QString& socketPath, const Attachment::Patience& patience = {});
     ~Connection() override;
 
-    /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not be used.
+    /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not
+    /// be used.
     bool Attach();
     /// There was an attachment, and its server has gone.
     bool IsLost() const { return m_Attachment && m_Attachment->IsLost(); }
@@ -32,8 +34,9 @@ public:
     auto CreateEngineRequest() { return m_Attachment->Library().createEngineRequest(); }
     auto PingRequest() { return m_Attachment->Library().pingRequest(); }
 
-    /// Every call on the server: `send` builds and sends the request, `read` takes the answer apart. Fails at once while there is no
-    /// server (looked for at most once a second) or it hangs. Throws ServerError with the server's own description.
+    /// Every call on the server: `send` builds and sends the request, `read` takes the answer apart. Fails at once
+    /// while there is no server (looked for at most once a second) or it hangs. Throws ServerError with the server's
+    /// own description.
     template <std::invocable Send, typename Read>
     auto Call(Send&& send, Read&& read)
     {

@@ -10,7 +10,8 @@ public:
     ControllerSubscription(ConnectionRef connection, QString controllerName, ControllerEvents& events);
     ~ControllerSubscription() noexcept override;
 
-    /// Subscribes to the controller of that name on a new server; one that refuses, or has no such controller, closes it.
+    /// Subscribes to the controller of that name on a new server; one that refuses, or has no such controller, closes
+    /// it.
     void Renew();
     bool IsOpen() const override { return !m_Refused; }
 

@@ -17,15 +17,17 @@ struct EventSink
     int Waiting = 0;
 };
 
-/// Server events wait here, in order, until the event loop has time for them: none is handled inside a call, and a storm of them
-/// leaves input and timers their turn. Each is acknowledged when it has been handled, which holds back a server that is too fast.
+/// Server events wait here, in order, until the event loop has time for them: none is handled inside a call, and a
+/// storm of them leaves input and timers their turn. Each is acknowledged when it has been handled, which holds back
+/// a server that is too fast.
 class EventQueue : public QObject
 {
     Q_OBJECT
 
 public:
     static constexpr int SliceMs = 10;
-    /// Of one sink. The bundled server leaves a quarter of it unanswered; one that sends more has not waited for the answers.
+    /// Of one sink. The bundled server leaves a quarter of it unanswered; one that sends more has not waited for the
+    /// answers.
     static constexpr int MostWaiting = 1024;
 
     using Deliver = std::function<void(ControllerEvents&)>;

@@ -45,7 +45,7 @@ std::optional<quint64> ReadNanMark(QStringView text)
     return ok && mark != 0 && mark <= Nan::MarkMask ? std::optional(mark) : std::nullopt;
 }
 
-/// What is no number but has a text.
+/// What is not a number but has a text.
 template <typename T>
 std::optional<T> ReadSpecial(QStringView text)
 {

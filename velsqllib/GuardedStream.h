@@ -5,8 +5,8 @@
 
 #include <functional>
 
-/// The client's end of the wire, on guard against a server that floods it: messages are read only while there is time and room for
-/// them, and what no server has to send ends the connection.
+/// The client's end of the wire, on guard against a server that floods it: messages are read only while there is time
+/// and room for them, and what no server has to send ends the connection.
 class GuardedStream final : public capnp::MessageStream
 {
 public:

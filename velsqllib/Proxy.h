@@ -13,8 +13,8 @@ struct ObjectWay
     QString ItemName;
 };
 
-/// What all objects of the server have in common as the console sees them: a reference over the wire that is got anew, by the
-/// object's way, whenever the connection is attached to another server.
+/// What all objects of the server have in common as the console sees them: a reference over the wire that is got
+/// anew, by the object's way, whenever the connection is attached to another server.
 template <typename Wire>
 class Proxy
 {

@@ -18,7 +18,8 @@ public:
     /// As CreateEngine, but starts no server: throws ServerError when none runs.
     EngineRef AttachEngine();
     ValueConverterRef CreateValueConverter() override;
-    /// For who waits for events and would not notice that none can come. Throws ServerError when the server does not answer.
+    /// For who waits for events and would not notice that none can come. Throws ServerError when the server does not
+    /// answer.
     void Ping();
 
 private:

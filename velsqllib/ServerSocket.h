@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// The socket at which the user's server listens: velsql/server.sock in the runtime folder (XDG_RUNTIME_DIR, else a private
-/// folder of that user).
+/// The socket at which the user's server listens: velsql/server.sock in the runtime folder (XDG_RUNTIME_DIR, else a
+/// private folder of that user).
 QString ServerSocketPath();
 
 /// Whether the process at the other end of a connected local socket belongs to this user.

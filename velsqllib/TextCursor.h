@@ -4,8 +4,8 @@
 
 #include <optional>
 
-/// Walks once over the text of an array: elements between commas, texts in double quotes, typed texts in braces. What stands
-/// wrong throws ValueError.
+/// Walks once over the text of an array: elements between commas, texts in double quotes, typed texts in braces. What
+/// stands wrong throws ValueError.
 class TextCursor
 {
 public:

@@ -2,7 +2,8 @@
 
 #include "core/automation/ServerObjects.h"
 
-/// The console's converter: works in the console's own process, so that what an operator typed is checked without a server.
+/// The console's converter: works in the console's own process, so that what an operator typed is checked without a
+/// server.
 class TypedTextConverter : public ValueConverter
 {
 public:

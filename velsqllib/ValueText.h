@@ -2,8 +2,8 @@
 
 #include "core/automation/Variant.h"
 
-/// Values as texts and back, spelled as docs/server.md says. A typed text is the decimal type code, "," and the value text,
-/// the bare code for EMPTY and NULL; reading what was written gives the same value to the last bit.
+/// Values as texts and back, spelled as docs/server.md says. A typed text is the decimal type code, "," and the value
+/// text, the bare code for EMPTY and NULL; reading what was written gives the same value to the last bit.
 
 /// Throws ValueError with what was wrong with which text for which type.
 Variant ReadTypedText(QStringView typedText);

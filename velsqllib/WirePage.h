@@ -9,7 +9,7 @@
 class WirePage : public ResultPage
 {
 public:
-    /// Copies the bytes. Throws ServerError when they are no page.
+    /// Copies the bytes. Throws ServerError when they are not a page.
     explicit WirePage(capnp::Data::Reader bytes);
     ~WirePage() noexcept override = default;
 

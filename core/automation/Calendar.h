@@ -4,8 +4,8 @@
 
 #include <QDate>
 
-/// How automation dates count: whole days from 1899-12-30, and the time of day forwards on both sides of it. -1.25 is six o'clock
-/// of 1899-12-29.
+/// How automation dates count: whole days from 1899-12-30, and the time of day forwards on both sides of it. -1.25 is
+/// six o'clock of 1899-12-29.
 namespace Calendar {
 
 inline constexpr qint64 FirstDay = -657'434; ///< 0100-01-01

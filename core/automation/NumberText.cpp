@@ -50,8 +50,8 @@ QStringView SkipBlanks(QStringView text)
     return text;
 }
 
-/// Hands `text`, a number by NumberLength, to one of the C library's readers: these round correctly, give infinity or 0 for
-/// magnitudes out of range, and are told the locale.
+/// Hands `text`, a number by NumberLength, to one of the C library's readers: these round correctly, give infinity or
+/// 0 for magnitudes out of range, and are told the locale.
 template <typename Reader>
 auto Convert(QStringView text, Reader reader)
 {

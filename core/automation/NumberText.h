@@ -4,9 +4,9 @@
 
 #include <optional>
 
-/// The one reading of numbers that people type: blanks around, an optional sign, decimal digits with an optional ".", an
-/// optional exponent ("E" or "e"). Never the locale, no other digits than 0 to 9, no hexadecimal, no "inf".
-/// A magnitude beyond double reads as infinity, one below it as 0.
+/// The one reading of numbers that people type: blanks around, an optional sign, decimal digits with an optional ".",
+/// an optional exponent ("E" or "e"). Never the locale, no other digits than 0 to 9, no hexadecimal, no "inf". A
+/// magnitude beyond double reads as infinity, one below it as 0.
 std::optional<double> ParseNumber(QStringView text);
 
 /// The same text as the nearest single, rounded once: by way of a double it could be the neighbour.
@@ -28,7 +28,7 @@ double ParseLeadingNumber(QStringView text);
 qint32 RoundToInt32(double number);
 
 /// Shortest decimal text that reads back as the same number; exponents like "1E+20" from 1E+15 on and below 0.0001.
-/// "Infinity", "-Infinity" and "NaN" for what is no number.
+/// "Infinity", "-Infinity" and "NaN" for what is not a number.
 QString FormatDouble(double number);
 
 /// At most 7 significant digits, exponents like "1.677722E+07" from 1E+07 on and below 0.0001.

@@ -7,8 +7,9 @@ struct Currency;
 struct Date;
 class Variant;
 
-/// A value as plain text, without its type: EMPTY "", booleans "True"/"False", numbers shortest with ".", amounts with up to
-/// four decimals, dates "yyyy-MM-dd hh:mm:ss". NULL, arrays and objects have no plain text: ValueError "Type mismatch".
+/// A value as plain text, without its type: EMPTY "", booleans "True"/"False", numbers shortest with ".", amounts
+/// with up to four decimals, dates "yyyy-MM-dd hh:mm:ss". NULL, arrays and objects have no plain text: ValueError
+/// "Type mismatch".
 QString ToPlainText(const Variant& value);
 
 QString FormatBool(bool value);

@@ -36,8 +36,8 @@ struct ResultProgress
     QString Failure = {};
 };
 
-/// The rows that a statement returned. The server reads on by itself and keeps them until the last reference is dropped;
-/// every operation throws ServerError when it fails.
+/// The rows that a statement returned. The server reads on by itself and keeps them until the last reference is
+/// dropped; every operation throws ServerError when it fails.
 class ResultSet
 {
 public:
@@ -46,7 +46,8 @@ public:
     ResultSet& operator=(const ResultSet&) = delete;
     virtual ~ResultSet();
 
-    /// Column names in order, as the database gives them: may repeat, may be empty. No columns: the statement returns no rows.
+    /// Column names in order, as the database gives them: may repeat, may be empty. No columns: the statement returns
+    /// no rows.
     virtual QStringList Columns() = 0;
     virtual ResultProgress Progress() = 0;
     /// The page that holds `row`. Throws when the row is not, or not yet, there.

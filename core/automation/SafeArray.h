@@ -29,7 +29,8 @@ public:
     /// One less than the lower bound when the array is empty.
     qint32 UpperBound() const;
 
-    /// The element `offset` places behind the lower bound, as a value of its own. Throws ValueError "Subscript out of range".
+    /// The element `offset` places behind the lower bound, as a value of its own. Throws ValueError "Subscript out of
+    /// range".
     Variant At(qsizetype offset) const;
     /// The whole block. Throws ValueError "Type mismatch" when the elements are of another type.
     template <typename T>

@@ -39,7 +39,8 @@ public:
 
 using EngineRef = std::shared_ptr<VelSQLEngine>;
 
-/// What a subscriber of a controller is told, on the thread that subscribed, between other events and never inside a call.
+/// What a subscriber of a controller is told, on the thread that subscribed, between other events and never inside a
+/// call.
 class ControllerEvents
 {
 public:
@@ -171,7 +172,8 @@ class VelSQLLib
 public:
     virtual ~VelSQLLib();
 
-    /// What is given is run once from inside every call that has lasted some 30 ms; it must neither call the server nor throw.
+    /// What is given is run once from inside every call that has lasted some 30 ms; it must neither call the server
+    /// nor throw.
     virtual void OnLongCall(std::function<void()>) {}
 
     /// Attaches to a running server or starts one. Throws ServerError when there is none to be had.
@@ -179,5 +181,6 @@ public:
     virtual ValueConverterRef CreateValueConverter() = 0;
 };
 
-/// The text of a controller's state code: "Uninitialized", "Active", "Deactive", "Error", "Terminated"; "Unknown" for any other.
+/// The text of a controller's state code: "Uninitialized", "Active", "Deactive", "Error", "Terminated"; "Unknown" for
+/// any other.
 QString StateName(qint32 state);

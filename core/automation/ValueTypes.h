@@ -6,8 +6,9 @@
 #include <optional>
 #include <type_traits>
 
-/// Calls `visitor` with std::type_identity of the type that holds values, or elements of arrays, of this code: the one place that
-/// goes from codes to types. Throws ValueError "Type mismatch" for an array's code and for what is not a code.
+/// Calls `visitor` with std::type_identity of the type that holds values, or elements of arrays, of this code: the
+/// one place that goes from codes to types. Throws ValueError "Type mismatch" for an array's code and for what is not
+/// a code.
 template <typename Visitor>
 auto VisitType(VarType type, Visitor&& visitor)
 {
@@ -39,5 +40,6 @@ inline constexpr bool IsElementType = !std::is_same_v<T, std::monostate> && !std
 /// "I2" for VT_I2; empty for arrays' codes and for what is not a code.
 QStringView BareTypeName(VarType type);
 
-/// The number that a value stands for: booleans -1 and 0, dates their days. None for what is not a number, texts included.
+/// The number that a value stands for: booleans -1 and 0, dates their days. None for what is not a number, texts
+/// included.
 std::optional<double> NumberIn(const Variant& value);

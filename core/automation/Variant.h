@@ -50,7 +50,8 @@ public:
 
     /// EMPTY.
     Variant() = default;
-    /// Exactly the type given: no conversion takes place, so that `Variant(1)` is an I4 and a character pointer is refused.
+    /// Exactly the type given: no conversion takes place, so that `Variant(1)` is an I4 and a character pointer is
+    /// refused.
     template <typename T>
         requires(IsAlternative<T> && !std::is_same_v<T, SafeArrayRef>)
     Variant(T value)

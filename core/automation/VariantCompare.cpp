@@ -14,8 +14,8 @@ bool IsSingleAgainstDouble(const Variant& a, const Variant& b)
     return (a.Type() == VT_R4 && b.Type() == VT_R8) || (a.Type() == VT_R8 && b.Type() == VT_R4);
 }
 
-/// Whether both blocks are the same to the byte, which large arrays of bytes mostly are. Never said of types whose values
-/// may say the same in other bits.
+/// Whether both blocks are the same to the byte, which large arrays of bytes mostly are. Never said of types whose
+/// values may say the same in other bits.
 bool SameBlock(const SafeArray& a, const SafeArray& b)
 {
     return std::visit(

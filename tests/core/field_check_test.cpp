@@ -19,7 +19,8 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// A dialog with two pages, a checked field on the first one, and one control of each kind around it. The check refuses "bad".
+/// A dialog with two pages, a checked field on the first one, and one control of each kind around it. The check
+/// refuses "bad".
 class Dialog : public QDialog
 {
 public:

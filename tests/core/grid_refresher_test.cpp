@@ -24,7 +24,8 @@ Numbers UpTo(int count)
     return rows;
 }
 
-/// Some grids with a refresher each; every read is noted with its grid, its row and the turn of the event loop it ran in.
+/// Some grids with a refresher each; every read is noted with its grid, its row and the turn of the event loop it ran
+/// in.
 class Refresher : public ::testing::Test
 {
 protected:

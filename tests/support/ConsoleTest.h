@@ -19,7 +19,8 @@ using namespace Qt::StringLiterals;
 /// As if the operator had turned the mouse wheel over the control, one step down.
 void TurnWheel(QWidget& control);
 
-/// A console whose controls the test works by name, on a platform of the test's own: message boxes are kept and answered.
+/// A console whose controls the test works by name, on a platform of the test's own: message boxes are kept and
+/// answered.
 class ConsoleTest : public ::testing::Test, protected Platform
 {
 protected:

@@ -8,8 +8,8 @@
 #include <QStringList>
 #include <QWidget>
 
-/// Stands for the main window in tests of a single window: a real log pane, tree model and child area, without menus. Announces
-/// itself to modMain while it lives and resets the application-wide state at both ends.
+/// Stands for the main window in tests of a single window: a real log pane, tree model and child area, without menus.
+/// Announces itself to modMain while it lives and resets the application-wide state at both ends.
 class FakeMainWindow : public MainWindow
 {
 public:

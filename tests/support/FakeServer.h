@@ -68,8 +68,8 @@ public:
     Variant m_EngineExecuteResult;
     /// The definition that the last AddItem brought; its element 0 became the name of the new item.
     Variant m_AddedDefinition;
-    /// Every call in order, as "Object(name).Operation(arguments)", look-ups included; typed arguments as typed text, such
-    /// as "Item(D100).put_Value(3,25)". The converter's work is local and not recorded.
+    /// Every call in order, as "Object(name).Operation(arguments)", look-ups included; typed arguments as typed text,
+    /// such as "Item(D100).put_Value(3,25)". The converter's work is local and not recorded.
     QStringList m_Calls;
     /// From now on the n-th call (1: the next one) fails once with `description`; 0: none fails.
     void FailCall(int n, const QString& description);

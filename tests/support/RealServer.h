@@ -8,8 +8,8 @@
 /// The server's answer to "references" when no client holds anything of it.
 inline const QString NothingHeld = QStringLiteral("controllers 0, items 0, results 0, subscriptions 0, events 0");
 
-/// The bundled server as a process of its own with a private folder for its socket and its database; it ends with this object, whatever
-/// happens to the test.
+/// The bundled server as a process of its own with a private folder for its socket and its database; it ends with
+/// this object, whatever happens to the test.
 class RealServer
 {
 public:
@@ -19,8 +19,8 @@ public:
 
     QString SocketPath() const { return m_Folder.filePath(QStringLiteral("run/velsql/server.sock")); }
     static QString Program();
-    /// What the engine answers to a command from a client of its own thread: asking does nothing for this thread's connections.
-    /// When it cannot be asked, the description of the error.
+    /// What the engine answers to a command from a client of its own thread: asking does nothing for this thread's
+    /// connections. When it cannot be asked, the description of the error.
     QString Answer(const QString& command) const;
 
     /// Returns when the server listens; ends the program when it does not within 20 seconds.

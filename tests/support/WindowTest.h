@@ -21,7 +21,8 @@ protected:
     QStringList TakeCalls() { return std::exchange(m_Server.m_Calls, {}); }
     QStringList TakeStatus() { return std::exchange(m_Main.m_StatusTexts, {}); }
 
-    /// Presses the button of a call that succeeds and then fails: `call` as the server records it, `announced` as "Object:Operation".
+    /// Presses the button of a call that succeeds and then fails: `call` as the server records it, `announced` as
+    /// "Object:Operation".
     void ExpectAnnounced(const char* button, const QString& call, const QString& announced)
     {
         SCOPED_TRACE(call.toStdString());

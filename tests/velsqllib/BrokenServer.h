@@ -5,8 +5,9 @@
 #include <atomic>
 #include <thread>
 
-/// A server with faults, on a thread of its own. The engine's Start is never answered; a controller's Start sends its subscriber so many
-/// changes of the state without waiting for the answers, before it is answered itself; and it may have lost its controller.
+/// A server with faults, on a thread of its own. The engine's Start is never answered; a controller's Start sends its
+/// subscriber so many changes of the state without waiting for the answers, before it is answered itself; and it may
+/// have lost its controller.
 class BrokenServer
 {
 public:
