@@ -10,7 +10,7 @@ namespace {
 kj::Own<kj::AsyncIoStream> Connect(const QString& socketPath)
 {
     const int socket = ConnectToServer(socketPath);
-    if (socket < 0) throw std::runtime_error("nobody listens");
+    if (socket < 0) throw DescribedError(QStringLiteral("nobody listens"));
     return TestLoop().lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                                  kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK);
 }
