@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The number of names when the name is not among them.
+/// Position of the name in the list; the number of names when it is not among them.
 qint16 PositionOf(const QString& name, const QList<QString>& names)
 {
     qint16 position = 0;
@@ -20,8 +20,8 @@ qint16 PositionOf(const QString& name, const QList<QString>& names)
     return position;
 }
 
-/// The row of the controller's item with the name at `position` of the list. Looked for below the controller only:
-/// names may hold backslashes, so that a node below another controller may have the same key.
+/// The row of the controller's item whose name stands at `position` of the list. Only the controller's own nodes are
+/// searched: names may hold backslashes, so a node below another controller may have the same key.
 int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
 {
     if (position >= names.size()) throw ValueError::SubscriptOutOfRange();
@@ -32,7 +32,7 @@ int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizet
                          .arg(controllerNode->Key() + TreeNode::PathSeparator + name));
 }
 
-/// The server may have lost an item meanwhile whose node still stands: two nodes of one name would have one key.
+/// The server may have lost an item whose node is still in the tree. Two nodes of one name would share one key.
 void RefuseSecondNode(const TreeNodeRef& controllerNode, const QString& name)
 {
     for (int row = 0; row < controllerNode->ChildCount(); ++row) {

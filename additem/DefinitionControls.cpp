@@ -9,7 +9,7 @@ namespace {
 
 using Form = Ui_frmAddItem;
 
-/// The control's type says which form the element takes.
+/// The type of a control decides the form of its element.
 using Control = std::variant<QLineEdit * Form::*, QCheckBox * Form::*, ListBox * Form::*>;
 
 const std::pair<Element, Control> Controls[] = {
@@ -31,7 +31,8 @@ const std::pair<Element, Control> Controls[] = {
     {Element::Force, &Form::cmbForce},
     {Element::Deadband, &Form::chkDdbd},
     {Element::DeadbandMin, &Form::txtItem_2},
-    {Element::DeadbandMax, &Form::txtItem_2}, // On purpose the minimum once more: servers expect exactly this.
+    // On purpose the minimum again: servers expect exactly this.
+    {Element::DeadbandMax, &Form::txtItem_2},
     {Element::MinMax, &Form::chkMM},
     {Element::Min, &Form::txtItem_4},
     {Element::Max, &Form::txtItem_5},

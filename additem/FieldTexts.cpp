@@ -34,5 +34,5 @@ std::optional<QString> SingleText(const QString& text)
     if (text.isEmpty()) return u"0"_s;
     const std::optional<float> number = ParseSingle(text);
     if (!number) return std::nullopt;
-    return std::isfinite(*number) ? FormatSingle(*number + 0.0F) : u"0"_s; // the sum makes 0 of -0
+    return std::isfinite(*number) ? FormatSingle(*number + 0.0F) : u"0"_s; // turns -0 into 0
 }

@@ -23,7 +23,7 @@ void FollowCalculation(ListBox* list, QLineEdit* operand)
     list->setToolTip(list->currentText());
 }
 
-/// Puts the checked text back into its field; false when it was refused.
+/// Puts the checked text back into its field; false when the text was refused.
 bool PutBack(QLineEdit* field, const std::optional<QString>& text)
 {
     if (text && *text != field->text()) field->setText(*text);
@@ -69,7 +69,8 @@ void frmAddItem::ConnectCheckBoxes()
             for (QWidget* field : fields) EnableFields(CheckToBool(box), {field});
         };
         connect(box, &QCheckBox::stateChanged, this, follow);
-        follow(); // the fields that the form disables get the colour of disabled ones
+        // Fields that the form disables get the colour of disabled ones.
+        follow();
     };
     enables(chkMask, {txtItem_0});
     enables(chkDdbd, {txtItem_2, txtItem_3});
@@ -118,7 +119,8 @@ void frmAddItem::cmbItemType_Click()
     const bool array = type == 2;
     chkVariable->setChecked(normal);
     chkVariable->setEnabled(normal);
-    EnableFields(!array, {txtVarName}); // On purpose also for an alias, although "VelVariable" is not ticked.
+    // On purpose also for an alias, although "VelVariable" is not ticked.
+    EnableFields(!array, {txtVarName});
     EnableFields(normal, {txtOption, cmbClass});
     EnableFields(!array, {cmbLinkProp});
 }
@@ -160,7 +162,7 @@ void frmAddItem::cmbCalc2_Click()
     FollowCalculation(cmbCalc2, txtItem_7);
 }
 
-/// Only the fields of the page that is shown can take the focus; the page that went has left it to some button.
+/// Only fields of the visible page can take the focus. When a page is hidden, its focus has gone to some button.
 void frmAddItem::sstbAddItem_Click(int previousPage)
 {
     picFrame_0->setEnabled(previousPage != 0);
@@ -210,5 +212,6 @@ void ShowAddItem(const ControllerRef& controller, const TreeNodeRef& node)
     dialog->m_csCtrl = controller;
     dialog->m_TreeNode = node;
     dialog->exec();
-    delete dialog.data(); // null when the main window went meanwhile, and the dialog with it
+    // Null when the main window has gone meanwhile and taken the dialog with it.
+    delete dialog.data();
 }

@@ -6,7 +6,7 @@
 
 #include <QDialog>
 
-/// The modal dialog in which the operator defines a new item of a controller and has the controller create it.
+/// The modal dialog in which the operator defines a new item and has a controller create it.
 class frmAddItem : public QDialog, private Ui::frmAddItem
 {
     Q_OBJECT
@@ -43,5 +43,5 @@ private:
     int m_ShownPage = 0;
 };
 
-/// Opens a new dialog for a controller and returns when it is closed; the window that asks may be gone by then.
+/// Opens a new dialog for a controller and returns when it is closed; the calling window may be gone by then.
 void ShowAddItem(const ControllerRef& controller, const TreeNodeRef& node);

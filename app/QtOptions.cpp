@@ -2,7 +2,7 @@
 
 namespace {
 
-// Known here by name, because Qt reads them only once it has a window system.
+// Listed here because Qt reads them only once it has a window system.
 const QStringList s_WithValue = {
     QStringLiteral("platform"),        QStringLiteral("platformpluginpath"),
     QStringLiteral("platformtheme"),   QStringLiteral("plugin"),
@@ -20,7 +20,7 @@ const QStringList s_Alone = {
     QStringLiteral("dograb"),
 };
 
-/// Qt takes them with one dash and with two.
+/// Qt accepts them with one dash or two.
 QString NameOf(const QString& argument)
 {
     if (!argument.startsWith(u'-')) return {};

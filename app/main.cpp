@@ -17,12 +17,11 @@ const QString s_Description = QStringLiteral(
     "Opens the console on the user's running VelSQL server, or on the bundled one, which it then starts.\n"
     "It has no other options than Qt's own, such as -platform and -style, and keeps no settings.");
 
-/// What a shell user asks for is answered, and what cannot be understood refused, before there is a window system to
-/// connect to.
+/// Answers what a shell user asks for, and refuses what is not understood, before a window system is needed.
 std::optional<int> AnswerWithoutWindow(int argc, char** argv)
 {
     if (argc < 2) return {};
-    std::vector<char*> own(argv, argv + argc + 1); // Qt may take some out
+    std::vector<char*> own(argv, argv + argc + 1); // Qt may remove some
     const QCoreApplication application(argc, own.data());
     CommandLine line(QStringLiteral("velsqltester"), s_Description);
     try {

@@ -18,7 +18,7 @@ void FramePacer::ProcessEvents()
 {
     m_LettingRun = true;
     QCoreApplication::processEvents();
-    m_LettingRun = false; // also for an outer loop, which is back here soon
+    m_LettingRun = false; // also for an outer loop, which soon comes here again
 }
 
 void FramePacer::Post(Request& request)
@@ -27,7 +27,7 @@ void FramePacer::Post(Request& request)
     QCoreApplication::postEvent(request.Object, new QEvent(request.Type));
 }
 
-/// By a timer rather than by the loop, which may be waiting for a message box.
+/// Called by a timer rather than by the loop, which may be waiting for a message box.
 void FramePacer::PostWaiting()
 {
     m_Requests.remove_if([](const Request& request) { return !request.Object; });

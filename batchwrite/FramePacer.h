@@ -10,26 +10,26 @@
 
 #include <list>
 
-/// Lets events run for a loop that changes what is shown many times a frame: while it does, every window is laid out
-/// and painted at most once a frame. What the loop paints itself in between is left alone.
+/// Lets events run for a loop that changes the display many times a frame. Meanwhile every window is laid out and
+/// painted at most once a frame. What the loop itself paints is not affected.
 class FramePacer : public QObject
 {
 public:
-    /// A little more than the frame of a loop that announces its calls (modMain::Announce paints everything that
-    /// waits): a fast loop pays for one painting a frame, not for two.
+    /// A little more than the frame of a loop that announces its calls (modMain::Announce paints everything that is
+    /// pending), so that a fast loop pays for one painting a frame instead of two.
     static constexpr int PaceMs = FrameMs + 4;
 
     FramePacer();
-    /// What still waits is done soon.
+    /// Whatever is still pending is done soon.
     ~FramePacer() override;
 
-    /// Lets pending events run. Anything but this object may be gone afterwards.
+    /// Lets pending events run. Afterwards anything but this object may be gone.
     void ProcessEvents();
 
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    /// A widget to be laid out or a window to be painted; posted once, and pending until it is done.
+    /// A widget to be laid out or a window to be painted: posted once, then pending until it is done.
     struct Request
     {
         QPointer<QObject> Object;

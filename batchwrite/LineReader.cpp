@@ -14,7 +14,7 @@ namespace {
 
 constexpr qint64 ChunkSize = 64 * 1024;
 constexpr qsizetype MostQuoted = 40;
-/// What some editors put before UTF-8 text; it is not part of the first name.
+/// Some editors put this before UTF-8 text; it is not part of the first name.
 const QByteArrayView ByteOrderMark("\xEF\xBB\xBF", 3);
 
 QStringView Beginning(QStringView text)
@@ -23,7 +23,7 @@ QStringView Beginning(QStringView text)
     return text.first(text[MostQuoted - 1].isHighSurrogate() ? MostQuoted - 1 : MostQuoted);
 }
 
-/// UTF-8 without its last character, of which bytes may be missing.
+/// UTF-8 without its last character, which may be incomplete.
 QByteArrayView WithoutTornEnd(QByteArrayView bytes)
 {
     const auto isContinuation = [](char byte) { return (static_cast<uchar>(byte) & 0xC0) == 0x80; };
@@ -32,7 +32,7 @@ QByteArrayView WithoutTornEnd(QByteArrayView bytes)
     return bytes;
 }
 
-/// Null when the bytes are not a text in this encoding.
+/// Null when the bytes are not text in this encoding.
 QString DecodeAs(const char* encoding, QByteArrayView bytes)
 {
     const iconv_t converter = iconv_open("UTF-16LE", encoding);
@@ -96,7 +96,7 @@ std::optional<QString> LineReader::Next()
     return m_Buffer.isEmpty() ? std::nullopt : TakeLine(m_Buffer.size(), m_Buffer.size());
 }
 
-/// Drops the lines taken and reads on; at the end of the file nothing is added.
+/// Drops the lines already taken and reads on; adds nothing at the end of the file.
 void LineReader::Fill()
 {
     m_Buffer.remove(0, m_Position);
@@ -126,7 +126,7 @@ ValueError LineReader::FaultOf(QStringView text, const QString& fault) const
                                        .arg(QString::number(m_Number), OneLine(Beginning(text).toString()), fault));
 }
 
-/// Of a line of which only a part is in the buffer.
+/// For a line of which only a part is in the buffer.
 ValueError LineReader::FaultOfUnread(const QString& fault) const
 {
     const QByteArrayView part = QByteArrayView(m_Buffer).first(std::min(m_Buffer.size(), 4 * MostQuoted));

@@ -12,7 +12,7 @@ using namespace modMain;
 
 namespace {
 
-/// Intended: the filter's one entry is shown as its first part; the last parentheses hold what it finds.
+/// Intended: the filter's only entry is shown as its first part; the last parentheses hold the patterns.
 const QString Filter = QStringLiteral("テキスト(*.txt),*.txt (*.txt)");
 
 std::unique_ptr<QFileDialog> MakeOpenDialog()
@@ -26,7 +26,7 @@ std::unique_ptr<QFileDialog> MakeOpenDialog()
     return cmnDlg;
 }
 
-/// The operator reads which controller was asked for, also when the server is gone.
+/// The operator sees which controller was asked for even when the server is gone.
 ControllerRef FindController(const QString& name)
 {
     try {
@@ -36,7 +36,7 @@ ControllerRef FindController(const QString& name)
     }
 }
 
-/// Name and typed text of a line of the file. Throws what is wrong with the line.
+/// Name and typed text of a line of the file. Throws with what is wrong with the line.
 std::pair<QString, QString> Split(const QString& line, const LineReader& lines)
 {
     const qsizetype comma = line.indexOf(u',');
@@ -58,7 +58,7 @@ frmBatchWrite::frmBatchWrite()
 void frmBatchWrite::SetTargetController(const QString& name)
 {
     m_TargetController = name;
-    // In a title "[*]" stands for unsaved changes, "[*][*]" for itself.
+    // In a title "[*]" stands for unsaved changes, and "[*][*]" for a literal "[*]".
     setWindowTitle(u"Batch Write (" % QString(name).replace(QStringLiteral("[*]"), QStringLiteral("[*][*]")) % u')');
 }
 
@@ -68,7 +68,8 @@ void frmBatchWrite::cmdOpen_Click()
     const QPointer<QFileDialog> cmnDlg = MakeOpenDialog().release();
     const bool chosen = cmnDlg->exec() == QDialog::Accepted;
     if (chosen && self && cmnDlg) txtFilename->setText(QDir::toNativeSeparators(cmnDlg->selectedFiles().value(0)));
-    delete cmnDlg.data(); // null when the main window went meanwhile, and the dialog with it
+    // Null when the main window has gone meanwhile and taken the dialog with it.
+    delete cmnDlg.data();
 }
 
 void frmBatchWrite::cmdStart_Click()
@@ -77,13 +78,13 @@ void frmBatchWrite::cmdStart_Click()
     m_StopRequest = false;
     if (txtFilename->text().isEmpty()) return;
     const QPointer<frmBatchWrite> self(this);
-    const Hold hold(this);
+    const KeepLoaded keepLoaded(this);
     ++m_Runs;
     ReportErrors(&frmBatchWrite::RunBatch, this);
     if (self) --m_Runs;
 }
 
-/// Whatever happens while events run, the file and the server's objects are this procedure's own.
+/// This procedure owns the file and the server's objects, whatever happens while events run.
 void frmBatchWrite::RunBatch()
 {
     LineReader lines(txtFilename->text());

@@ -8,14 +8,14 @@
 
 class FramePacer;
 
-/// Writes a list of typed values, read line by line from a text file, to the items of one controller. There is one for
-/// the application.
+/// Writes a list of typed values, read line by line from a text file, to the items of one controller. The application
+/// has only one such window.
 class frmBatchWrite : public ChildWindow, private Ui::frmBatchWrite
 {
     Q_OBJECT
 
 public:
-    /// A run may be started inside a run, this deep; further starts do nothing.
+    /// A run may be started inside a run, up to this depth; further starts do nothing.
     static constexpr int DeepestRun = 8;
 
     frmBatchWrite();
@@ -35,6 +35,6 @@ private:
     QString m_TargetController;
     bool m_StopRequest = false;
     int m_Runs = 0;
-    /// Shared by the runs that are under way.
+    /// Shared by all runs under way.
     std::weak_ptr<FramePacer> m_Pacer;
 };

@@ -1,4 +1,4 @@
-// What most sources of the programs without windows include, compiled once for all of them.
+// Headers that most sources of the programs without windows include, compiled once for all of them.
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>

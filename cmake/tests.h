@@ -1,4 +1,5 @@
-// What most tests include, compiled once for all of them. Not QTest: it depends on macros that differ for each program.
+// Headers that most tests include, compiled once for all of them. Not QTest: it depends on macros that differ from
+// program to program.
 #include "cmake/widgets.h"
 
 #include <QClipboard>

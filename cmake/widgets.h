@@ -1,4 +1,4 @@
-// What most sources of the windows include, compiled once for all of them.
+// Headers that most sources of the windows include, compiled once for all of them.
 #include <QApplication>
 #include <QDateTime>
 #include <QDialog>

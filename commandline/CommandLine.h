@@ -11,8 +11,7 @@ public:
     using DescribedError::DescribedError;
 };
 
-/// The command line of the three programs: all answer -h and -v alike, and reject what they do not know in the same
-/// words.
+/// The command line of the three programs: all answer -h and -v alike and reject unknown arguments in the same words.
 class CommandLine : public QCommandLineParser
 {
 public:
@@ -25,10 +24,10 @@ public:
         Named
     };
 
-    /// `program` is its name in the shell.
+    /// `program` is the program's name in the shell.
     CommandLine(const QString& program, const QString& description);
 
-    /// The text that -h or -v asks for: the program prints it and ends. Otherwise empty. Throws UsageError.
+    /// The text that -h or -v asks for, which the program prints before it ends; otherwise empty. Throws UsageError.
     QString Read(const QStringList& arguments, Files files = Files::None);
     /// Writes what is wrong to standard error; returns WrongUse.
     int Refuse(const UsageError& error) const;

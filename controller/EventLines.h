@@ -2,7 +2,7 @@
 
 #include <QAbstractListModel>
 
-/// The lines of an event log, as cheap as they can be kept: one text and where each line ends in it. Lines added become
+/// The lines of an event log, stored as cheaply as possible: one text, and where each line ends in it. New lines become
 /// rows only when they are announced, so that a storm of them costs the view one change.
 class EventLines : public QAbstractListModel
 {
@@ -13,12 +13,12 @@ public:
 
     /// Strong guarantee.
     void Append(const QString& line);
-    /// Makes rows of the lines appended since.
+    /// Makes rows of the lines appended since the last announcement.
     void Announce();
-    /// Gives the memory back, too.
+    /// Releases the memory, too.
     void Clear();
 
-    /// Announced or not.
+    /// All lines, announced or not.
     qsizetype Count() const { return m_Ends.size(); }
     qsizetype Characters() const { return m_Text.size(); }
     QString Line(qsizetype index) const;

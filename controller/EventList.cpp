@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Paints a line on one row and no more of it than fits; what is cut off is told by the tool tip.
+/// Paints a line on one row, cut to what fits; the tool tip shows the rest.
 class LineDelegate : public OneLineDelegate
 {
 public:

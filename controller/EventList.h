@@ -5,21 +5,21 @@
 
 class EventLines;
 
-/// A list box that takes lines by the ten thousand: each is one row whatever it holds, the last one is selected, and
-/// the screen follows at most once a frame.
+/// A list box for tens of thousands of lines: each line is one row whatever it holds, the last one is selected, and the
+/// screen is updated at most once a frame.
 class EventList : public QListView
 {
     Q_OBJECT
 
 public:
-    /// The line count is a signed number of 16 bits.
+    /// The line count is a signed 16-bit number.
     static constexpr int MostLines = 32'767;
-    /// All lines together, in characters: huge values must not eat the memory.
+    /// All lines together, in characters, so that huge values do not fill the memory.
     static constexpr qsizetype MostCharacters = 64 * 1024 * 1024;
 
     explicit EventList(QWidget* parent = nullptr);
 
-    /// Adds a line and selects it. Throws ValueError "Overflow" when the list cannot take it; it is then unchanged.
+    /// Adds a line and selects it. Throws ValueError "Overflow" when the list is full; it is then unchanged.
     void AddLine(const QString& line);
     void Clear();
     int ListCount() const;

@@ -18,7 +18,7 @@ namespace {
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 280};
 constexpr qint32 LastNamedState = 4;
 
-/// Neither EMPTY nor NULL is typed.
+/// EMPTY and NULL take no text.
 bool TakesText(const ListBox* types)
 {
     const VarType type = TypeIndexToVarType(static_cast<qint16>(types->ListIndex()));
@@ -87,7 +87,7 @@ void frmController::FormUnload()
 {
     m_csCtrlEvt.reset();
     tmrCtrlProp->Stop();
-    fgCtrl->Lay({}, GridLayout); // its rows refer to the controller
+    fgCtrl->Lay({}, GridLayout); // the rows refer to the controller
     m_csCtrl.reset();
 }
 
@@ -149,21 +149,21 @@ void frmController::cmdExecute_Click()
     });
 }
 
-/// Throws when the result's typed text has no value text; the list shows the result's type all the same.
+/// Throws when the result's typed text has no value text; the list shows the result's type anyway.
 void frmController::ShowExecuteResult(const Variant& result)
 {
     const QString typedText = ValueToTypedText(result);
     cmbExecType->SetListIndex(VarTypeToTypeIndex(result.Type()));
     if (!typedText.contains(u',')) throw ValueError::SubscriptOutOfRange();
     txtExecResult->setText(ValueTextOf(typedText));
-    txtExecResult->setCursorPosition(0); // a long result is read from its beginning
+    txtExecResult->setCursorPosition(0); // a long result is shown from its beginning
 }
 
 /// True when the tag was written; any failure is logged.
 bool frmController::PutTag(int typeIndex)
 {
     return ReportErrors([&] {
-        const Variant value = ToValue(typeIndex, txtValue->text()); // refused text: nothing is announced
+        const Variant value = ToValue(typeIndex, txtValue->text()); // a refused text: nothing is announced
         Announce(u"Controller", u"put_Tag");
         m_csCtrl->put_Tag(value);
         AddLog(QStringLiteral("Succeeded."));
@@ -181,8 +181,8 @@ void frmController::UpdateEventSubscription()
     KeepSubscribed();
 }
 
-/// A ticked box stays in force as long as the window is shown: a failed subscription is tried again with the grid's
-/// refresh.
+/// A ticked box stays in force while the window is shown: a failed subscription is tried again with each refresh of the
+/// grid.
 void frmController::KeepSubscribed()
 {
     if (!tmrCtrlProp->IsRunning() || (!m_ItemEventsWanted && !m_StateEventsWanted)) return;
@@ -212,7 +212,7 @@ void frmController::m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem)
         name = pICSItem->get_Name();
         value = ToPlainText(pICSItem->get_Value());
     } catch (...) {
-        return; // removed meanwhile, or a value without plain text
+        return; // removed meanwhile, or its value has no plain text
     }
     LogEvent(u"OnChangeItem: Name=" % name % u", Value=" % value);
 }
@@ -232,7 +232,7 @@ void frmController::SetOverflow()
     QString text = QStringLiteral("Message buffer overflow.");
     try {
         if (m_csCtrl) text += u" : " % m_csCtrl->get_Name();
-    } catch (...) { // the server is gone, and the name with it
+    } catch (...) { // the server is gone, and so is the name
     }
     SetStatus(text);
 }

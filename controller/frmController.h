@@ -15,7 +15,7 @@ class frmController : public ChildWindow, private Ui::frmController, private Con
 public:
     frmController();
 
-    /// Also starts the grid's refresh and, as the check boxes say, the events.
+    /// Also starts the grid's refresh and the events that are ticked.
     void ShowForm() override;
     /// Also ends the events and the grid's refresh.
     void HideForm() override;
@@ -53,9 +53,9 @@ private:
     void SetOverflow();
 
     ControllerRef m_csCtrl;
-    /// The one subscription; empty while no event is wanted.
+    /// The only subscription; empty while no event is wanted.
     EventSubscriptionRef m_csCtrlEvt;
-    /// Subscribing has failed, and was logged, since it last succeeded or was wanted.
+    /// Subscribing has failed and was logged, since it last succeeded or the events were last wanted.
     bool m_SubscribingFails = false;
     GridRefresher* tmrCtrlProp;
     bool m_ItemEventsWanted = false;

@@ -46,8 +46,9 @@ void frmEngine::cmdExecute_Click()
     ReportErrors([this] {
         Announce(u"Engine", u"Execute");
         const Variant result = Engine->Execute(txtCommand->text());
-        // On purpose before the result is shown: the call has succeeded, even when its result cannot be shown.
+        // On purpose before the result is shown: the call has succeeded even when its result cannot be shown.
         AddLog(QStringLiteral("Succeeded."));
-        lblResult->SetText(ToPlainText(result)); // a result without plain text leaves the last one
+        // A result without plain text leaves the previous one.
+        lblResult->SetText(ToPlainText(result));
     });
 }

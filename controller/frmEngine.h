@@ -3,7 +3,8 @@
 #include "core/ChildWindow.h"
 #include "ui_frmEngine.h"
 
-/// The console of the engine, one for the application: starts, stops and snapshots it and executes its commands.
+/// The console of the engine, the only one in the application: starts, stops and snapshots the engine and executes its
+/// commands.
 class frmEngine : public ChildWindow, private Ui::frmEngine
 {
     Q_OBJECT

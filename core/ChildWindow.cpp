@@ -14,7 +14,7 @@ QList<ChildWindow*>& OpenForms()
     return Forms;
 }
 
-/// Frames stand in steps, so that none covers the title of another, as far as they stay inside the area.
+/// Frames are placed in steps, so that none covers the title of another, as far as they fit into the area.
 QPoint FreePlace(const QMdiArea& area, const QMdiSubWindow& frame)
 {
     const auto frames = area.subWindowList();
@@ -33,14 +33,14 @@ QPoint FreePlace(const QMdiArea& area, const QMdiSubWindow& frame)
     return {};
 }
 
-/// As large as it was drawn, unless the area is seen to be smaller: then as large as the area, if it may be.
+/// As large as designed, unless the area is known to be smaller; then as large as the area, if the window allows that.
 QSize FirstSize(const QMdiArea& area, const QMdiSubWindow& frame, const QSize& designed)
 {
     const QSize size = designed.grownBy(frame.contentsMargins());
     return area.isVisible() ? size.boundedTo(area.viewport()->size()).expandedTo(frame.minimumSizeHint()) : size;
 }
 
-/// A hidden window leaves no active frame behind: the one used before it takes over.
+/// A hidden window must not stay the active frame: the one used before it takes over.
 void ActivatePrevious(QMdiArea* area)
 {
     const auto frames = area->subWindowList(QMdiArea::ActivationHistoryOrder);
@@ -75,7 +75,7 @@ ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node
     form->Host();
     OpenForms().append(form);
     const QPointer<ChildWindow> self(form);
-    const Hold hold(form);
+    const KeepLoaded keepLoaded(form);
     try {
         if (!form->Load()) form->Unload();
     } catch (...) {
@@ -125,7 +125,7 @@ void ChildWindow::Unload()
     m_Unloading = true;
     OpenForms().removeOne(this);
     if (m_Frame) m_Frame->mdiArea()->removeSubWindow(m_Frame);
-    if (m_Holds == 0) Release();
+    if (m_KeptLoaded == 0) Release();
 }
 
 void ChildWindow::Release()
@@ -148,15 +148,15 @@ void ChildWindow::closeEvent(QCloseEvent* event)
     if (event->isAccepted()) Unload();
 }
 
-ChildWindow::Hold::Hold(ChildWindow* form)
+ChildWindow::KeepLoaded::KeepLoaded(ChildWindow* form)
     : m_Form(form)
 {
-    ++form->m_Holds;
+    ++form->m_KeptLoaded;
 }
 
-ChildWindow::Hold::~Hold()
+ChildWindow::KeepLoaded::~KeepLoaded()
 {
-    if (m_Form && --m_Form->m_Holds == 0 && m_Form->m_Unloading) m_Form->Release();
+    if (m_Form && --m_Form->m_KeptLoaded == 0 && m_Form->m_Unloading) m_Form->Release();
 }
 
 ChildWindow* modMain::FindFormByNode(const QString& key)

@@ -7,8 +7,8 @@
 
 class QMdiSubWindow;
 
-/// The base of all windows inside the main window: belongs to a tree node, is loaded once, shown and hidden often, and
-/// unloaded by its frame, by "Close All" or by its own command.
+/// The base of all windows inside the main window. A child window belongs to a tree node, is loaded once, shown and
+/// hidden often, and unloaded by its frame, by "Close All" or by its own command.
 class ChildWindow : public QWidget
 {
     Q_OBJECT
@@ -17,59 +17,60 @@ public:
     ChildWindow();
     ~ChildWindow() override;
 
-    /// The node that the window belongs to; may be none.
+    /// The node that the window belongs to; may be null.
     TreeNodeRef m_TreeNode;
 
     /// Brings the window up: visible, in front, active.
     virtual void ShowForm();
-    /// Makes the window invisible, its frame included; it stays loaded.
+    /// Hides the window and its frame; it stays loaded.
     virtual void HideForm();
-    /// Closes the window for good. Safe inside its own event procedures: from now on it is hidden, out of Forms() and
-    /// without frame; FormUnload runs now and the object goes when control is back in the event loop, both no sooner
-    /// than its last Hold ends.
+    /// Closes the window for good. Safe inside the window's own event procedures: it is hidden, out of Forms() and
+    /// without a frame at once, FormUnload runs now, and the object is deleted from the event loop; the last two wait
+    /// until the window's last KeepLoaded has ended.
     void Unload();
     bool IsUnloading() const { return m_Unloading; }
 
     /// All child windows that are loading or loaded, in opening order.
     static const QList<ChildWindow*>& Forms();
-    /// Unloads them all, hidden ones included.
+    /// Unloads all child windows, including hidden ones.
     static void UnloadAll();
 
-    /// Creates the window for a node, puts it, hidden, into the main window's child area and loads it. Null when it
-    /// does not want to be loaded (Load returned false) or was unloaded meanwhile. Throws what Load throws. Either
-    /// way nothing half-loaded stays.
+    /// Creates the window for a node, puts it, hidden, into the main window's child area and loads it. Null when Load
+    /// returned false or the window was unloaded meanwhile. Throws what Load throws. Nothing half-loaded is left
+    /// behind.
     template <typename Form>
     static Form* Open(const TreeNodeRef& node)
     {
         return static_cast<Form*>(HostAndLoad(new Loaded<Form>, node));
     }
 
-    /// Keeps a window whole, its server references included, while a procedure of it lets other events run; ask
+    /// Keeps a window whole, its server references included, while one of its procedures lets other events run. Ask
     /// IsUnloading afterwards.
-    class Hold
+    class KeepLoaded
     {
     public:
-        explicit Hold(ChildWindow* form);
-        ~Hold();
-        Hold(const Hold&) = delete;
-        Hold& operator=(const Hold&) = delete;
+        explicit KeepLoaded(ChildWindow* form);
+        ~KeepLoaded();
+        KeepLoaded(const KeepLoaded&) = delete;
+        KeepLoaded& operator=(const KeepLoaded&) = delete;
 
     private:
         QPointer<ChildWindow> m_Form;
     };
 
 protected:
-    /// Runs once, when `m_TreeNode` is set. False: the window is to go silently.
+    /// Runs once, after `m_TreeNode` has been set. Returns false when the window is to close silently.
     virtual bool Load() { return true; }
-    /// Runs once before the window goes, also when Load failed; must not throw. Release the server's objects here.
+    /// Runs once before the window is deleted, also when Load has failed; must not throw. Release the server's objects
+    /// here.
     virtual void FormUnload() {}
-    /// Whether the operator may close the window by its frame now.
+    /// Whether the operator may close the window by its frame at present.
     virtual bool MayClose() const { return true; }
 
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    /// Unloads while the window is still whole, whoever deletes it.
+    /// Unloads the window while it is still whole, whoever deletes it.
     template <typename Form>
     class Loaded final : public Form
     {
@@ -84,13 +85,14 @@ private:
 
     bool m_Unloading = false;
     bool m_FormUnloadDone = false;
-    int m_Holds = 0;
+    int m_KeptLoaded = 0;
     QPointer<QMdiSubWindow> m_Frame;
 };
 
 namespace modMain {
 
-/// The open child window whose node has this key: the first in opening order, windows without a node skipped; or none.
+/// The open child window whose node has this key: the first in opening order, or null. Windows without a node are
+/// skipped.
 ChildWindow* FindFormByNode(const QString& key);
 
 } // namespace modMain

@@ -4,12 +4,12 @@
 #include "core/Platform.h"
 #include "core/RefreshTurns.h"
 
-/// What a console works with; the program makes it and hands it to the main window, which it outlives.
+/// What a console works with. The program creates it and hands it to the main window; it must outlive that window.
 struct ConsoleServices
 {
     /// The server's type library.
     VelSQLLib& Library;
     Platform& System;
-    /// All grids of the console share it.
+    /// Shared by all grids of the console.
     RefreshTurns Turns = {};
 };

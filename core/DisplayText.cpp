@@ -6,7 +6,7 @@ namespace {
 
 constexpr qsizetype LineLength = 1000;
 constexpr qsizetype ToolTipLength = 2000;
-/// A run without a blank that is longer than this gets places where it may be wrapped.
+/// Longer runs without a blank get places where they may be wrapped.
 constexpr qsizetype WordLength = 60;
 constexpr QChar Ellipsis = u'\x2026';
 constexpr QChar WrapHere = u'\x200B';
@@ -54,6 +54,6 @@ QString ToolTipHtml(const QString& text)
 {
     if (text.isEmpty()) return {};
     QString shown = Shortened(text, ToolTipLength);
-    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n")); // each would count as a line end
+    shown.replace(QStringLiteral("\r\n"), QStringLiteral("\n")); // would count as two line ends
     return QStringLiteral("<p style=\"white-space:pre-wrap\">%1</p>").arg(Wrappable(shown).toHtmlEscaped());
 }

@@ -2,13 +2,13 @@
 
 #include <QString>
 
-/// Texts of any length and content made fit for a line of a list or for a tool tip. Only what is painted is
-/// shortened; whoever keeps or copies the text uses the text itself.
+/// Makes texts of any length and content fit for a line of a list or a tool tip. Only what is painted is shortened;
+/// code that keeps or copies a text uses the text itself.
 
 /// Whether a character ends a line: CR, LF and the two separators.
 bool IsLineEnd(QChar character);
-/// At most a thousand characters, line ends as blanks: one line of a list or tree.
+/// At most a thousand characters, with blanks for line ends: one line of a list or tree.
 QString OneLine(const QString& text);
-/// The text as a tool tip that shows it literally, wrapped, at most two thousand characters of it. Empty for an empty
-/// text.
+/// The text for a tool tip that shows it literally and wrapped, at most two thousand characters of it. Empty for an
+/// empty text.
 QString ToolTipHtml(const QString& text);

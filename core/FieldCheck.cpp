@@ -16,7 +16,7 @@
 
 namespace {
 
-/// Whether pressing this control does something although it leaves the focus where it is.
+/// Whether pressing this control does something even though the focus stays where it is.
 bool ActsWithoutFocus(const QWidget* control, const QMouseEvent& event)
 {
     if (event.button() != Qt::LeftButton || !control->isEnabled()) return false;
@@ -45,7 +45,7 @@ bool TurnsPages(const QWidget* field, const QKeyEvent& event)
     return false;
 }
 
-/// Nobody else gets the event: neither the control nor, as with an ignored one, its parents.
+/// Nobody else gets the event: neither the control nor its parents, which would get an ignored event.
 bool Consumed(QEvent& event)
 {
     event.accept();
@@ -75,7 +75,7 @@ void FieldCheck::Exempt(QWidget* control)
     m_Exempt.append(control);
 }
 
-/// All events are only watched while there is a field to be checked, or a click to be swallowed.
+/// Watches all events, but only while there is a field to check or a click to swallow.
 void FieldCheck::FollowFocus()
 {
     qApp->removeEventFilter(this);
@@ -89,14 +89,14 @@ bool FieldCheck::IsExempt(const QWidget* control) const
     });
 }
 
-/// Whether going to `control` means leaving `field` for another control of this window that is not exempt.
+/// Whether moving to `control` leaves `field` for another control of this window that is not exempt.
 bool FieldCheck::IsOtherControl(const QWidget* control, const QLineEdit* field) const
 {
     return control && m_Window && m_Window->isAncestorOf(control) && control != field &&
            !field->isAncestorOf(control) && !IsExempt(control);
 }
 
-/// The field to be checked before anything else happens in the window; none when there is no such field.
+/// The field to check before anything else happens in the window; null when there is none.
 QLineEdit* FieldCheck::FieldAtStake() const
 {
     QWidget* focus = QApplication::focusWidget();
@@ -104,7 +104,7 @@ QLineEdit* FieldCheck::FieldAtStake() const
     return m_Checks.contains(field) && field->isEnabled() && field->isVisible() ? field : nullptr;
 }
 
-/// False when the field was refused (what is left of a mouse press is then swallowed as told), or is gone.
+/// False when the field was refused (`whenRefused` then says what becomes of the rest of a mouse press) or has gone.
 bool FieldCheck::MayLeave(QLineEdit* field, Swallow whenRefused)
 {
     const QPointer<FieldCheck> self(this);
@@ -119,11 +119,12 @@ bool FieldCheck::MayLeave(QLineEdit* field, Swallow whenRefused)
     return false;
 }
 
-/// The press that moved the focus is delivered before control is back in the event loop, or not at all.
+/// The press that moved the focus is delivered before the event loop runs again, or not at all.
 void FieldCheck::SwallowPress(Swallow swallow)
 {
     m_Swallow = swallow;
-    FollowFocus(); // after a message box the window may not be active again yet
+    // After a message box the window may not be active again yet.
+    FollowFocus();
     if (swallow == Swallow::NextPress)
         QTimer::singleShot(0, this, [this] {
             if (m_Swallow == Swallow::NextPress) m_Swallow = Swallow::Nothing;
@@ -132,7 +133,8 @@ void FieldCheck::SwallowPress(Swallow swallow)
 
 bool FieldCheck::RunCheck(QLineEdit* field)
 {
-    const QPointer<FieldCheck> self(this); // a check may show a message box, and while that is open everything may go
+    // A check may show a message box, and anything may be deleted while that is open.
+    const QPointer<FieldCheck> self(this);
     const Check check = m_Checks.value(field);
     bool accepted = false;
     m_Checking = true;
@@ -164,7 +166,7 @@ bool FieldCheck::Filter(QObject* watched, QEvent* event)
     }
 }
 
-/// The focus is already on its new place when the old one learns of it.
+/// When the old widget learns of it, the focus is already in its new place.
 bool FieldCheck::FocusLeaves(QWidget* control, const QFocusEvent& event)
 {
     QLineEdit* field = IsExempt(control) ? m_Pending.data() : qobject_cast<QLineEdit*>(control);
@@ -177,7 +179,8 @@ bool FieldCheck::FocusLeaves(QWidget* control, const QFocusEvent& event)
     if (!byMouse && reason != Qt::TabFocusReason && reason != Qt::BacktabFocusReason) return false;
     const bool leavesField = control == field;
     if (MayLeave(field, byMouse ? Swallow::NextPress : Swallow::Nothing)) return false;
-    return leavesField; // it has the focus again and never lost it
+    // It has the focus again, and never really lost it.
+    return leavesField;
 }
 
 bool FieldCheck::MousePressed(QWidget* control, QMouseEvent& event)
@@ -199,7 +202,7 @@ bool FieldCheck::MouseContinues(QEvent& event)
     return Consumed(event);
 }
 
-/// The wheel may take the focus like a click, or turn the pages without taking it.
+/// The wheel may take the focus like a click, or turn pages without taking it.
 bool FieldCheck::WheelTurned(QWidget* control, QEvent& event)
 {
     if (std::exchange(m_Swallow, Swallow::Nothing) == Swallow::NextPress) return Consumed(event);

@@ -13,22 +13,22 @@ class QMouseEvent;
 
 /// Checks the fields of one window when they lose the focus. A refused field keeps the focus with its whole text
 /// selected, and the action that would have moved the focus does not happen: the click, the tab page, Alt+letter,
-/// Enter. No check on window switch, pop-ups and disabling, nor on the way to an exempt control (a Cancel button) or
-/// when the window closes.
+/// Enter. Nothing is checked when another window becomes active, on pop-ups, when a control is disabled, on the way to
+/// an exempt control (a Cancel button) or when the window closes.
 class FieldCheck : public QObject
 {
     Q_OBJECT
 
 public:
-    /// True: accepted (it may have rewritten the text). May show a message box, must not destroy the window. What it
-    /// throws is logged, and the field refused.
+    /// Returns true to accept the field; may rewrite its text. May show a message box, must not destroy the window. An
+    /// exception is logged, and the field is then refused.
     using Check = std::function<bool()>;
 
     explicit FieldCheck(QWidget* window);
     ~FieldCheck() override;
 
     void Add(QLineEdit* field, Check check);
-    /// Going to this control runs no check; going on from it to another one does.
+    /// Moving to this control runs no check; moving on from it to another one does.
     void Exempt(QWidget* control);
 
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -60,7 +60,7 @@ private:
     QPointer<QWidget> m_Window;
     QHash<const QObject*, Check> m_Checks;
     QList<QPointer<QWidget>> m_Exempt;
-    /// The field that was left, unchecked, for an exempt control.
+    /// The field that was left for an exempt control without a check.
     QPointer<QLineEdit> m_Pending;
     Swallow m_Swallow = Swallow::Nothing;
     bool m_Checking = false;

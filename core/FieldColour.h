@@ -5,12 +5,13 @@
 
 class QWidget;
 
-/// The ground colour of one input field, taken from the palette around it: it follows when the desktop's colours
-/// change.
+/// The background colour of one input field, taken from the palette around it, so that it follows the desktop's
+/// colours.
 class FieldColour : public QObject
 {
 public:
-    /// Paints the ground of `field` in the colour that `source` has, window background (Base) or button face (Button).
+    /// Paints the background of `field` in the colour that `source` has, window background (Base) or button face
+    /// (Button).
     static void Set(QWidget* field, QPalette::ColorRole source);
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -48,7 +48,8 @@ void GridRefresher::BeginRefresh()
 bool GridRefresher::RefreshNextRow()
 {
     if (!m_Grid || m_Row < 0) return false;
-    const QPointer<GridRefresher> self(this); // reading a row may destroy the grid, this refresher, or stop it
+    // Reading a row may destroy the grid or this refresher, or stop it.
+    const QPointer<GridRefresher> self(this);
     if (m_Row < m_Grid->Rows().size()) {
         m_Reading = true;
         m_Grid->RefreshRow(m_Row++);

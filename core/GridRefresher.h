@@ -7,10 +7,10 @@
 class PropertyGrid;
 class RefreshTurns;
 
-/// Keeps a property grid fresh: every 500 ms the rows are read in order, in slices of at most 10 ms (or one call),
-/// going on in the next turn of the event loop. The next refresh starts no sooner than the last one lasted, so that a
-/// slow server never takes more than half of the time. All refreshers share the slices: however many windows are
-/// open, one slice runs in a turn.
+/// Keeps a property grid up to date. Every 500 ms the rows are read in order, in slices of at most 10 ms (or one call),
+/// each in a later turn of the event loop. The next refresh starts no sooner than the last one took, so that a slow
+/// server never uses more than half of the time. All refreshers share the slices: one slice runs in a turn, however
+/// many windows are open.
 class GridRefresher : public QObject
 {
     Q_OBJECT
@@ -20,7 +20,7 @@ public:
 
     GridRefresher(PropertyGrid* grid, RefreshTurns& turns, QObject* parent = nullptr);
 
-    /// The first refresh comes one interval from now. Does nothing when it runs already.
+    /// The first refresh comes after one interval. Does nothing when already running.
     void Start();
     /// Also ends a refresh that is under way.
     void Stop();
@@ -45,7 +45,7 @@ private:
     QElapsedTimer m_SinceBegin;
     QElapsedTimer m_SinceEnd;
     qint64 m_LastedMs = 0;
-    /// The row to be read next; -1: no refresh is under way.
+    /// The row to be read next; -1 when no refresh is under way.
     int m_Row = -1;
     bool m_Running = false;
     bool m_Reading = false;

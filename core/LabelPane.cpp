@@ -6,7 +6,7 @@ LabelPane::LabelPane(QWidget* parent)
     setReadOnly(true);
     setTabChangesFocus(true);
     setFrameShape(NoFrame);
-    viewport()->setAutoFillBackground(false); // looks like the label that it is
+    viewport()->setAutoFillBackground(false); // looks like a label
 }
 
 void LabelPane::SetText(const QString& text)

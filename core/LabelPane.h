@@ -2,8 +2,8 @@
 
 #include "core/LogPane.h"
 
-/// A label whose text may be as long as a log's: it is selected and copied by itself, and is not a text box for the edit
-/// commands.
+/// A label whose text may be as long as a log's. Its text can be selected and copied, but it is not a text box for the
+/// edit commands.
 class LabelPane : public LogPane
 {
     Q_OBJECT

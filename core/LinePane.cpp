@@ -7,17 +7,17 @@
 
 namespace {
 
-// How a shown line ends stands in its block's user state: one of these two, or the character that ended it.
-constexpr int UsualEnd = -1;  // what a block starts with
-constexpr int ShownBreak = 0; // only shown: in the text nothing stands here
+// The user state of a block tells how its line ends: one of these two, or the character that ended it.
+constexpr int UsualEnd = -1;  // the state of a new block
+constexpr int ShownBreak = 0; // exists on the screen only, not in the text
 
-/// The characters that the document itself takes for the end of a line.
+/// The characters that the document itself treats as the end of a line.
 bool EndsBlock(QChar c)
 {
     return c == u'\n' || c == u'\r' || c == QChar::ParagraphSeparator || c == u'\uFDD0' || c == u'\uFDD1';
 }
 
-/// How many of `room` characters a line takes; a surrogate pair is not torn.
+/// How many characters, of at most `room`, go on a line; a surrogate pair is not split.
 qsizetype ShownPart(QStringView line, qsizetype room)
 {
     return room > 0 && line[room - 1].isHighSurrogate() ? room - 1 : room;

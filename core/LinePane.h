@@ -2,8 +2,8 @@
 
 #include <QPlainTextEdit>
 
-/// A text pane that shows a long line on several lines, because laying out a line takes time by its length, and hands
-/// it out in one piece, with the line ends that it was given.
+/// A text pane that shows a long line as several, because the time to lay a line out grows with its length. The text is
+/// handed out in one piece, with its original line ends.
 class LinePane : public QPlainTextEdit
 {
     Q_OBJECT
@@ -15,13 +15,13 @@ public:
     QString TextBetween(int start, int end) const;
 
 protected:
-    /// `usualEnd` is how a line ends of which nothing else is known.
+    /// `usualEnd` ends all lines whose own end is not known.
     explicit LinePane(QString usualEnd, QWidget* parent = nullptr);
 
     /// A text cut into the lines that the pane shows, and how each of them but the last ends.
     struct ShownText
     {
-        /// `used`: so many characters stand already on the line that the text goes on.
+        /// `used` is the number of characters that are already on the line at which the text starts.
         ShownText(QStringView text, const QString& usualEnd, qsizetype used = 0);
         ShownText() = default;
         void Add(const ShownText& other);
@@ -37,9 +37,9 @@ protected:
         qsizetype m_Used = 0;
     };
     ShownText Shown(QStringView text, qsizetype used = 0) const { return {text, m_UsualEnd, used}; }
-    /// Takes the place of what the cursor selects.
+    /// Replaces what the cursor selects.
     void Insert(QTextCursor& cursor, const ShownText& shown, const QTextCharFormat& format = {});
-    /// From now on the lines end as usual that stand in this part of the document.
+    /// From now on the lines in this part of the document have the usual end.
     void EndAsUsual(int position, int length);
 
     QMimeData* createMimeDataFromSelection() const override;

@@ -9,9 +9,11 @@
 ListBox::ListBox(QWidget* parent)
     : QComboBox(parent)
 {
-    setFocusPolicy(Qt::StrongFocus);        // the wheel turned over a list neither focuses nor changes it
-    setMaxVisibleItems(22);                 // the whole list of value types
-    FieldColour::Set(this, QPalette::Base); // a field like any other, before a rule touches it too
+    // The wheel over a list neither focuses nor changes it.
+    setFocusPolicy(Qt::StrongFocus);
+    setMaxVisibleItems(22); // all value types
+    // Looks like any other field, even before a rule sets its colour.
+    FieldColour::Set(this, QPalette::Base);
     connect(this, &QComboBox::activated, this, &ListBox::Click);
 }
 
@@ -20,7 +22,7 @@ void ListBox::AddItem(const QString& text, qint32 itemData)
     const QSignalBlocker silently(this);
     const int selected = currentIndex();
     addItem(text, itemData);
-    setCurrentIndex(selected); // the first entry added would be selected
+    setCurrentIndex(selected); // the first entry added would otherwise be selected
 }
 
 void ListBox::AddItems(const QStringList& texts)
@@ -32,7 +34,7 @@ void ListBox::RemoveItem(int index)
 {
     if (index < 0 || index >= count()) throw ValueError::SubscriptOutOfRange();
     const QSignalBlocker silently(this);
-    if (index == currentIndex()) setCurrentIndex(-1); // a neighbour would be selected
+    if (index == currentIndex()) setCurrentIndex(-1); // a neighbour would otherwise be selected
     removeItem(index);
 }
 
@@ -57,5 +59,5 @@ void ListBox::SetListIndex(int index)
 void ListBox::wheelEvent(QWheelEvent* event)
 {
     if (hasFocus()) return QComboBox::wheelEvent(event);
-    event->ignore(); // whoever scrolls a pane means the pane
+    event->ignore(); // someone who scrolls a pane means the pane
 }

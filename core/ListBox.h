@@ -2,8 +2,8 @@
 
 #include <QComboBox>
 
-/// A drop-down list with a click rule: filling it selects nothing and runs no rule; selecting from code runs the rule
-/// every time, also for the entry already selected, and so does every pick by the operator.
+/// A drop-down list with a click rule. Filling it selects nothing and runs no rule. Selecting from code runs the rule
+/// every time, also for the entry already selected, and so does every choice by the operator.
 class ListBox : public QComboBox
 {
     Q_OBJECT
@@ -13,13 +13,13 @@ public:
 
     void AddItem(const QString& text, qint32 itemData = 0);
     void AddItems(const QStringList& texts);
-    /// Runs no rule; without the entry selected nothing is selected. Throws ValueError outside the list.
+    /// Runs no rule; when the selected entry goes, nothing is selected. Throws ValueError outside the list.
     void RemoveItem(int index);
     /// Runs no rule.
     void Clear();
     int ListCount() const { return count(); }
     QString List(int index) const { return itemText(index); }
-    /// 0 for an entry without one.
+    /// 0 for an entry without data.
     qint32 ItemData(int index) const;
 
     /// -1 when nothing is selected.

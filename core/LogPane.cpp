@@ -12,7 +12,7 @@
 
 namespace {
 
-/// What the operator does to the pane is done to all that was appended; painting, above all, does not wait for it.
+/// The operator's actions apply to everything appended so far; painting does not wait for it.
 bool ActsOnText(const QEvent& event)
 {
     return event.isInputEvent() || event.type() == QEvent::InputMethod || event.type() == QEvent::Drop ||
@@ -29,7 +29,7 @@ LogPane::LogPane(QWidget* parent)
     m_Frame.setInterval(FrameMs);
     connect(&m_Frame, &QTimer::timeout, this, &LogPane::ShowAppended);
     connect(document(), &QTextDocument::contentsChange, this, [this](int position, int /*removed*/, int added) {
-        if (!m_Inserting) EndAsUsual(position, added); // what the operator edits reads as it is shown
+        if (!m_Inserting) EndAsUsual(position, added); // text that the operator edits reads as it is shown
     });
 }
 
@@ -52,7 +52,7 @@ void LogPane::ShowAppended()
     m_Frame.stop();
     const ShownText shown = std::exchange(m_Appended, {});
     if (shown.Length() == 0) return;
-    // Scrolling would move the pixels first, only to have most of them painted over.
+    // Scrolling would first move pixels, most of which are then painted over.
     viewport()->setUpdatesEnabled(false);
     const auto paintLater = qScopeGuard([this] { viewport()->setUpdatesEnabled(true); });
     QTextCursor end(document());

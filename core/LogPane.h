@@ -4,7 +4,7 @@
 
 #include <QTimer>
 
-/// The message log: an editable text pane whose text carries CR LF line ends, as it is copied and handed out.
+/// The message log: an editable text pane whose text has CR LF line ends when it is copied or handed out.
 class LogPane : public LinePane
 {
     Q_OBJECT
@@ -12,21 +12,21 @@ class LogPane : public LinePane
 public:
     explicit LogPane(QWidget* parent = nullptr);
 
-    /// How many characters the pane takes (ends of shown lines count two); default: what the widget itself can hold.
+    /// How many characters the pane takes (line ends count as two); by default what the widget itself can hold.
     qint64 Capacity() const { return m_Capacity; }
     void SetCapacity(qint64 characters) { m_Capacity = characters; }
 
-    /// Puts `line` straight behind whatever text stands there, without undo history, the caret to the end, nothing
-    /// selected. The line ends inside `line` are kept as given. Throws ValueError when the pane cannot take it; it is
-    /// then unchanged. The document has it within a frame of the screen, together with all others of that frame:
-    /// laying out costs by the piece.
+    /// Puts `line` directly behind the present text, without undo history; the caret moves to the end and nothing is
+    /// selected. Line ends inside `line` are kept. Throws ValueError when the pane cannot take it; it is then
+    /// unchanged. The document gets it within a frame of the screen, together with all other lines of that frame,
+    /// because each layout is expensive.
     void Append(const QString& line);
-    /// Puts what was appended into the document at once. The routines below and the operator's actions do it by
+    /// Puts what was appended into the document at once. The functions below and the operator's actions do this
     /// themselves.
     void ShowAppended();
     /// The whole text with its line ends.
     QString Text();
-    /// Replaces the selection, or inserts at the caret; what does not fit is refused and changes nothing.
+    /// Replaces the selection, or inserts at the caret; text that does not fit is refused and changes nothing.
     void ReplaceSelection(const QString& text);
     QString SelectedText();
 

@@ -9,7 +9,7 @@ namespace modMain {
 
 namespace {
 
-/// The modal dialog that is open, else the main window: a box behind the one that waits for it could not be answered.
+/// The open modal dialog, else the main window: a box behind the dialog that waits for it could not be answered.
 QWidget* WindowInFront()
 {
     if (QWidget* dialog = QApplication::activeModalWidget()) return dialog;

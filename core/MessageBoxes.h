@@ -7,9 +7,9 @@ namespace modMain {
 
 /// "Are you sure ?" with Yes and No. True for Yes; closing the box is No.
 bool AskSure();
-/// Input that the console itself refuses.
+/// For input that the console itself refuses.
 void ShowExclamation(const QString& text);
-/// A message without icon.
+/// A message without an icon.
 void ShowPlain(const QString& text);
 
 } // namespace modMain

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Without a reference: views ask for indexes, parents and counts very often.
+/// A plain pointer, because views ask for indexes, parents and counts very often.
 TreeNode* NodeOf(const QModelIndex& index)
 {
     return static_cast<TreeNode*>(index.internalPointer());
@@ -46,7 +46,7 @@ TreeNodeRef ObjectTreeModel::SetRoot(const QString& text, NodeTag tag)
 
 void ObjectTreeModel::ReplaceRoot(const TreeNodeRef& root)
 {
-    const TreeNodeRef before = m_Root; // the nodes go when no view knows them any more
+    const TreeNodeRef before = m_Root; // the nodes are released when no view knows them any more
     beginResetModel();
     if (before) before->m_IsRoot = false;
     m_Root = root;
@@ -121,7 +121,7 @@ TreeNodeRef ObjectTreeModel::FindByKey(QStringView key) const
 
 TreeNodeRef ObjectTreeModel::FindBelow(const TreeNodeRef& node, QStringView key)
 {
-    // A name may hold the separator, so several ways down may fit; only those whose texts fit are walked.
+    // A name may hold the separator, so several paths may fit; only those that match so far are followed.
     if (!key.startsWith(node->m_Text)) return {};
     const QStringView rest = key.sliced(node->m_Text.size());
     if (rest.isEmpty()) return node;

@@ -17,27 +17,28 @@ public:
     explicit ObjectTreeModel(QObject* parent = nullptr);
     ~ObjectTreeModel() override;
 
-    /// The image shown for nodes of a kind; to be set before the tree is filled.
+    /// The image for nodes of a kind; to be set before the tree is filled.
     void SetImage(NodeTag tag, const QIcon& image);
     QIcon Image(NodeTag tag) const;
 
     void Clear();
-    /// Replaces whatever the tree held by a single root.
+    /// Replaces the whole tree by a single root.
     TreeNodeRef SetRoot(const QString& text, NodeTag tag);
     TreeNodeRef Root() const { return m_Root; }
-    /// `row` from 0 (first) to the number of children (last). Throws ValueError when out of range or the parent left
-    /// the tree.
+    /// `row` from 0 (first) to the number of children (last). Throws ValueError when it is out of range or the parent
+    /// has left the tree.
     TreeNodeRef Insert(const TreeNodeRef& parent, int row, const QString& text, NodeTag tag);
     TreeNodeRef Append(const TreeNodeRef& parent, const QString& text, NodeTag tag);
-    /// Many children at once: one announcement to the view.
+    /// Adds many children with one announcement to the view.
     void Append(const TreeNodeRef& parent, const QStringList& texts, NodeTag tag);
-    /// The node and all below it leave the tree; references to them stay safe. Does nothing when it already left.
+    /// Takes the node and everything below it out of the tree; references to them stay safe. Does nothing when it has
+    /// already left.
     void Remove(const TreeNodeRef& node);
 
-    /// The node with exactly this key, case-sensitive; none when there is no such node.
+    /// The node with exactly this key, case-sensitive; null when there is none.
     TreeNodeRef FindByKey(QStringView key) const;
     TreeNodeRef NodeAt(const QModelIndex& index) const;
-    /// Invalid for a node that left the tree.
+    /// Invalid for a node that has left the tree.
     QModelIndex IndexOf(const TreeNodeRef& node) const;
 
     QModelIndex index(int row, int column, const QModelIndex& parent = {}) const override;

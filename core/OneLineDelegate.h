@@ -4,7 +4,7 @@
 
 #include <QStyledItemDelegate>
 
-/// Paints a text on one line and no more of it than fits; who reads or copies the cell gets the whole.
+/// Paints a text on one line, cut to what fits; reading or copying the cell still gives the whole text.
 class OneLineDelegate : public QStyledItemDelegate
 {
 public:

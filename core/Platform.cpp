@@ -32,7 +32,7 @@ QDateTime Platform::GetLocalTime()
 
 void Platform::SetPriorityClass(quint32 priorityClass)
 {
-    // Ordinary users may not raise a priority: the console works as well without.
+    // Ordinary users may not raise a priority; the console works without it.
     ::setpriority(PRIO_PROCESS, 0,
                   priorityClass == modAPI::HIGH_PRIORITY_CLASS ? HighPriorityNice : NormalPriorityNice);
 }

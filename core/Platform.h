@@ -4,7 +4,7 @@
 #include <QMessageBox>
 #include <QString>
 
-/// A frame of the screen: what changes more often is not seen.
+/// A frame of the screen: faster changes cannot be seen.
 inline constexpr int FrameMs = 16;
 
 namespace modAPI {
@@ -14,20 +14,20 @@ inline constexpr quint32 HIGH_PRIORITY_CLASS = 128;
 
 } // namespace modAPI
 
-/// The system that the console runs on; tests have their own.
+/// The system that the console runs on; tests have one of their own.
 class Platform
 {
 public:
     virtual ~Platform();
-    /// Milliseconds since some start, wrapping at 32 bits.
+    /// Milliseconds since some fixed start, wrapping at 32 bits.
     virtual quint32 GetTickCount();
     virtual QDateTime GetLocalTime();
-    /// The class as a nice value; a refusal by the system is ignored.
+    /// The class as a nice value; ignored when the system refuses it.
     virtual void SetPriorityClass(quint32 priorityClass);
-    /// To the system's log at debug level.
+    /// Writes to the system's log at debug level.
     virtual void OutputDebugString(const QString& text);
-    /// The folder where the program's own picture file is written: the program's folder, else the user's cache folder.
+    /// The folder for the program's picture file: the program's own folder, else the user's cache folder.
     virtual QString WritableProgramFolder();
-    /// Shows a box that is ready and returns the button that ended it.
+    /// Shows a prepared box and returns the button that closed it.
     virtual QMessageBox::StandardButton ShowBox(QMessageBox& box);
 };

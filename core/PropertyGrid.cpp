@@ -17,7 +17,7 @@
 namespace {
 
 constexpr int RowTwips = 255;
-/// Paints captions like buttons' faces, and of a long text no more than fits.
+/// Paints captions like button faces, and long texts cut to what fits.
 class CellDelegate : public OneLineDelegate
 {
 public:
@@ -33,7 +33,7 @@ protected:
     }
 };
 
-/// Lets window events run, at most once a frame and never one layout inside another's.
+/// Lets window events run, at most once a frame and never nested in another layout.
 void RunWindowEvents()
 {
     static QElapsedTimer sinceLast;
@@ -101,7 +101,7 @@ void PropertyGrid::SetValueText(int row, const QString& text)
 void PropertyGrid::RefreshRow(int row)
 {
     if (row < 0 || row >= m_Rows.size()) return;
-    const PropertyRows rows = m_Rows; // the reader lives on, whatever it does to the grid
+    const PropertyRows rows = m_Rows; // keeps the reader alive, whatever it does to the grid
     const QPointer<PropertyGrid> self(this);
     const int timesLaid = m_TimesLaid;
     QString text;
@@ -117,11 +117,11 @@ void PropertyGrid::keyboardSearch(const QString&) {}
 
 void PropertyGrid::keyPressEvent(QKeyEvent* event)
 {
-    // On purpose: every key copies the current cell, the Ctrl key itself included, and only Ctrl+C copies nothing.
+    // On purpose: every key, even the Ctrl key itself, copies the current cell; only Ctrl+C copies nothing.
     const Qt::KeyboardModifiers shifts =
         event->modifiers() & (Qt::ShiftModifier | Qt::ControlModifier | Qt::AltModifier);
     if (event->key() == Qt::Key_C && shifts == Qt::ControlModifier) {
-        event->ignore(); // the table would copy
+        event->ignore(); // otherwise the table would copy
         return;
     }
     modMain::CopyCellToClipboard(this);
@@ -201,5 +201,5 @@ int PropertyGrid::LongestCaption() const
     int longest = 0;
     for (const PropertyRow& row : m_Rows) longest = std::max(longest, fontMetrics().horizontalAdvance(row.Caption));
     const int besideText = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
-    return longest + 2 * besideText + 2; // a grid line, and what laying text out may round up
+    return longest + 2 * besideText + 2; // a grid line, and what text layout may round up
 }

@@ -16,14 +16,14 @@ struct PropertyRow
 
 using PropertyRows = QList<PropertyRow>;
 
-/// Two columns, captions and values, that a refresher fills. The grid keeps the texts: painting never calls the
-/// server, and setting a text that a cell already shows costs nothing.
+/// Two columns, captions and values, filled by a refresher. The grid keeps the texts: painting never calls the server,
+/// and setting a cell to the text it already shows costs nothing.
 class PropertyGrid : public QTableWidget
 {
     Q_OBJECT
 
 public:
-    /// Widths and heights as designed: 15 twips were one pixel at the font that the windows were drawn for.
+    /// Widths and heights as designed: 15 twips were one pixel at the font for which the windows were drawn.
     struct Layout
     {
         int CaptionTwips;
@@ -33,20 +33,20 @@ public:
     explicit PropertyGrid(QWidget* parent = nullptr);
 
     /// Fills the caption column, sets the current cell to row 0, column 1, and lets other window events (not the
-    /// operator's input) run between rows; stops when the grid is deleted or laid again meanwhile.
+    /// operator's input) run between rows; stops when the grid is deleted or laid out again meanwhile.
     void Lay(PropertyRows rows, Layout layout);
     const PropertyRows& Rows() const { return m_Rows; }
 
     QString CellText(int row, int column) const;
     void SetValueText(int row, const QString& text);
-    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading
-    /// may destroy the grid or lay it again.
+    /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading may
+    /// destroy the grid or lay it out again.
     void RefreshRow(int row);
 
-    /// Does nothing: letters copy the current cell, they do not look for another one.
+    /// Does nothing: letters copy the current cell instead of searching for another one.
     void keyboardSearch(const QString& search) override;
 
-    /// Room for captions and values at whatever font the grid has.
+    /// Room for captions and values in whatever font the grid has.
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 

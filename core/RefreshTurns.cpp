@@ -21,10 +21,11 @@ void RefreshTurns::Enter(QObject* refresher, std::function<bool()> readNextRow)
 
 void RefreshTurns::TakeTurn()
 {
-    if (m_InTurn) return; // a row reader let events run
+    if (m_InTurn) return; // a row reader has let events run
     const QScopedValueRollback inTurn(m_InTurn, true);
     ReadRows();
-    if (!m_UnderWay.isEmpty()) m_Turn.start(0); // only now, so that timers due meanwhile come first
+    // Only now, so that timers that are already due come first.
+    if (!m_UnderWay.isEmpty()) m_Turn.start(0);
 }
 
 void RefreshTurns::ReadRows()
@@ -33,7 +34,7 @@ void RefreshTurns::ReadRows()
     slice.start();
     qint64 elapsed = 0;
     qint64 longestCall = 0;
-    // Another call is only begun when one as long as the longest so far still fits in.
+    // Starts another call only when there is still time for one as long as the longest so far.
     while (!m_UnderWay.isEmpty() && elapsed + longestCall <= SliceMs * 1'000'000LL) {
         const Refresh refresh = m_UnderWay.constFirst();
         if (!refresh.Refresher || !refresh.ReadNextRow()) Leave(refresh.Refresher);
@@ -43,7 +44,7 @@ void RefreshTurns::ReadRows()
     if (m_UnderWay.size() > 1) m_UnderWay.append(m_UnderWay.takeFirst());
 }
 
-/// Those that are gone leave, too.
+/// Entries whose refresher has gone are removed, too.
 void RefreshTurns::Leave(const QObject* refresher)
 {
     m_UnderWay.removeIf([&](const Refresh& refresh) { return !refresh.Refresher || refresh.Refresher == refresher; });

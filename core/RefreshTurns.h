@@ -5,8 +5,7 @@
 
 #include <functional>
 
-/// Lets the refreshes that are under way take turns: in one turn of the event loop one slice, then input and events
-/// come first.
+/// Lets refreshes take turns: one slice in each turn of the event loop, then input and events come first.
 class RefreshTurns : public QObject
 {
     Q_OBJECT
@@ -16,8 +15,8 @@ public:
 
     RefreshTurns();
 
-    /// `readNextRow` is called turn by turn until it says that nothing is left, or `refresher` is gone. Does nothing
-    /// when the refresher's last refresh is still under way.
+    /// Calls `readNextRow` turn by turn until it reports that nothing is left or `refresher` has gone. Does nothing
+    /// when the refresher's previous refresh is still under way.
     void Enter(QObject* refresher, std::function<bool()> readNextRow);
 
 private:

@@ -20,7 +20,7 @@ TreeNode::TreeNode(QString text, NodeTag tag)
 
 TreeNode::~TreeNode()
 {
-    // Not by recursion: a node whose last reference this is hands its children over before it goes.
+    // Not recursive: a node whose last reference goes here hands over its children first.
     std::vector<TreeNodeRef> orphans = std::move(m_Children);
     while (!orphans.empty()) {
         const TreeNodeRef orphan = std::move(orphans.back());

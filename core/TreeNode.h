@@ -12,7 +12,7 @@ enum class NodeTag : quint8
     Engine,
     Controller,
     Item,
-    AddItem, ///< an item that this console added
+    AddItem, ///< an item added by this console
     History
 };
 
@@ -21,11 +21,11 @@ QString TagText(NodeTag tag);
 
 class TreeNode;
 
-/// A reference to a node; stays safe after the node was removed from the tree.
+/// A reference to a node; stays safe after the node has left the tree.
 using TreeNodeRef = QExplicitlySharedDataPointer<TreeNode>;
 
-/// One object of the server in the object tree. The key is computed from the parents, so a node costs little more
-/// than its text; the structure is changed through ObjectTreeModel only.
+/// One object of the server in the object tree. Its key is computed from its parents, so a node costs little more than
+/// its text. Only ObjectTreeModel changes the structure.
 class TreeNode : public QSharedData
 {
 public:
@@ -39,13 +39,13 @@ public:
     NodeTag Tag() const { return m_Tag; }
     /// The texts of the ancestors and of the node itself, joined by backslashes.
     QString Key() const;
-    /// None for the root and for a node that was removed.
+    /// Null for the root and for a node that has left the tree.
     TreeNodeRef Parent() const { return TreeNodeRef(m_Parent); }
     int ChildCount() const { return static_cast<int>(m_Children.size()); }
     TreeNodeRef Child(int row) const { return m_Children.at(static_cast<std::size_t>(row)); }
     /// Position among its siblings; 0 for a root.
     int Row() const { return m_Row; }
-    /// False once the node, or one of its ancestors, was removed.
+    /// False once the node, or one of its ancestors, has been removed.
     bool IsInTree() const;
 
 private:

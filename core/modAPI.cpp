@@ -16,7 +16,7 @@ bool IsDigit(QChar c)
     return c >= u'0' && c <= u'9';
 }
 
-/// Drops typed characters that are not digits; everything else, paste included, goes its way.
+/// Drops typed characters that are not digits; everything else, including paste, passes.
 class DigitsOnly : public QObject
 {
 public:

@@ -15,10 +15,10 @@ QDateTime GetLocalTime();
 void SetPriorityClass(quint32 priorityClass);
 void OutputDebugString(const QString& text);
 QString WritableProgramFolder();
-/// Only digits can be typed into the field; pasted text still reaches the field's own check.
+/// Only digits can be typed into the field; pasted text is left to the field's own check.
 void SetNumberOnly(QLineEdit* field);
 
-/// The window's redraw is frozen while this stands: what changes meanwhile comes to be seen in one piece.
+/// The window is not redrawn while this object exists, so that all changes appear at once.
 class FrozenRedraw
 {
 public:

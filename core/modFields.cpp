@@ -19,7 +19,7 @@ namespace modMain {
 
 namespace {
 
-/// A text box of any kind, as it is selected from and typed into.
+/// A text box of any kind, for selecting and typing.
 struct EditBox
 {
     explicit EditBox(const QWidget* widget)

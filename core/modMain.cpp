@@ -90,8 +90,8 @@ void Announce(QStringView object, QStringView operation)
 {
     AddLog(u"Calling " % object % u':' % operation % u"...");
     SetStatus(operation % u"...");
-    // The operator sees what is being called even when the call blocks; painting more often than the screen shows is
-    // waste.
+    // The operator must see what is being called even when the call blocks; painting more often than once a frame is
+    // wasted.
     if (!g_SincePainted.isValid() || g_SincePainted.elapsed() >= FrameMs) PaintProgress();
 }
 

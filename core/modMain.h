@@ -22,33 +22,33 @@ extern TreeNodeRef HistoryNode;
 extern ScriptHostRef ScriptTool;
 /// Number of the next log line; only ever increases.
 extern qint32 LogLineCount;
-/// Target of cut, copy and paste: a QLineEdit or QPlainTextEdit, or none.
+/// Target of cut, copy and paste: a QLineEdit or QPlainTextEdit, or null.
 extern QPointer<QWidget> ActiveEditBox;
 
-/// The main window announces itself here while it lives.
+/// Set by the main window while it exists.
 void SetMainWindow(MainWindow* mainWindow);
 MainWindow* GetMainWindow();
-/// The main window's platform; the system itself while there is no main window.
+/// The main window's platform; the real system while there is no main window.
 Platform& GetPlatform();
-/// The state before start-up: line 0, no edit box, no server objects. The main window stays.
+/// Restores the state before start-up: line 0, no edit box, no server objects. The main window stays.
 void Reset();
 
 /// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take
-/// the line, pane and counter stay as they were and the status line reads "Log buffer overflow.".
+/// the line, pane and counter stay unchanged and the status line shows "Log buffer overflow.".
 void AddLog(const QString& message);
 /// Panel 1 of the status bar.
 void SetStatus(const QString& text);
 /// Logs the description of the exception being handled, unchanged; only inside a catch block.
 void LogErrorDescription();
 
-/// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line, painted before the call blocks
-/// (unless they were painted within the last 16 ms; then the call paints them when it has lasted some 30 ms).
+/// Logs "Calling <object>:<operation>..." and shows "<operation>..." in the status line. Both are painted before the
+/// call blocks, unless the last painting was less than 16 ms ago; a call that lasts about 30 ms then paints them.
 void Announce(QStringView object, QStringView operation);
-/// Paints what log and status line have got since they were painted last; runs no event loop. For calls that last.
+/// Paints recent changes of log and status line without running the event loop. For long calls.
 void PaintProgress();
 
-/// Runs an operator's command, a member function with its object included; whatever it throws becomes one log line.
-/// True when nothing was thrown.
+/// Runs an operator's command, a member function with its object; any exception becomes one log line. Returns true when
+/// nothing was thrown.
 template <typename Command, typename... Arguments>
     requires std::invocable<Command, Arguments...>
 bool ReportErrors(Command&& command, Arguments&&... arguments)
@@ -62,9 +62,9 @@ bool ReportErrors(Command&& command, Arguments&&... arguments)
     }
 }
 
-/// The plain operator's command, whole: announce, call, "Succeeded."; whatever is thrown becomes one log line. The call
-/// may be an object's operation: CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine). True when nothing was
-/// thrown.
+/// A whole plain command of the operator: announces it, calls, and logs "Succeeded."; any exception becomes one log
+/// line. The call may be an object's operation: CallServer(u"Engine", u"Start", &VelSQLEngine::Start, Engine). Returns
+/// true when nothing was thrown.
 template <typename Call, typename... Arguments>
     requires std::invocable<Call, Arguments...>
 bool CallServer(QStringView object, QStringView operation, Call&& call, Arguments&&... arguments)

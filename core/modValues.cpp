@@ -38,7 +38,7 @@ constexpr std::array<VarType, UnknownTypeIndex> TypesByIndex = {VT_EMPTY,
                                                                 ArrayOf(VT_BSTR),
                                                                 ArrayOf(VT_VARIANT)};
 
-/// The value's own type code; a reference to an object counts as one code, whatever it points to.
+/// The value's own type code; all references to objects have the same code.
 QString CodeText(VarType type)
 {
     return QString::number(type);
@@ -60,7 +60,7 @@ QString ArrayToTypedText(const Variant& value)
     return Converter().ValueToText(value, 0);
 }
 
-/// A signed byte is labelled as an unsigned one, and an object not at all: both on purpose.
+/// A signed byte is labelled as an unsigned one, and an object has no label: both on purpose.
 QStringView TypeLabel(VarType type)
 {
     const QStringView name = BareTypeName(type == VT_I1 ? VT_UI1 : type);

@@ -24,16 +24,16 @@ void FillTypeList(ListBox* list);
 /// Created on first use and kept until the program ends.
 ValueConverter& Converter();
 
-/// The typed text of an operator's entry: the type code of the selected position, and unless it is EMPTY or NULL ","
+/// The typed text of an operator's entry: the type code of the selected position and, unless it is EMPTY or NULL, ","
 /// and the text as typed.
 QString BuildTypedText(int typeIndex, const QString& text);
 /// The value of an operator's entry. Throws ValueError when the text does not fit the type.
 Variant ToValue(int typeIndex, const QString& text);
 
-/// A value as typed text; never fails (",???" stands for what has no text, ",..." for objects and for arrays of nine
-/// or more).
+/// A value as typed text; never fails (",???" for values without a text, ",..." for objects and for arrays of nine or
+/// more elements).
 QString ValueToTypedText(const Variant& value);
-/// The part of a typed text behind its first comma; the whole when there is none.
+/// The part of a typed text after its first comma; the whole text when there is no comma.
 QString ValueTextOf(const QString& typedText);
 /// A value as the grids show it: "25 (I4)", "... (ARRAY | R8)", "(EMPTY)". Failures are logged and give "".
 QString ValueToDisplayText(const Variant& value);

@@ -160,7 +160,7 @@ void frmHistory::cmdOverwrite_Click()
 
 void frmHistory::cmdExecute_Click()
 {
-    const Hold hold(this);
+    const KeepLoaded keepLoaded(this);
     const Running running(*this);
     ReportErrors(&frmHistory::Execute, this);
     // Clicks that came while the statement ran meet a disabled button.

@@ -246,7 +246,7 @@ void frmItem::cmdSnapshot_Click()
 
 void frmItem::cmdRemove_Click()
 {
-    const Hold hold(this);
+    const KeepLoaded keepLoaded(this);
     if (AskSure() && !IsUnloading()) ReportErrors(&frmItem::RemoveItem, this);
 }
 

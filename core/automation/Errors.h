@@ -4,13 +4,13 @@
 
 #include <stdexcept>
 
-/// A failure that an operator can read: everything thrown on purpose in this system carries a description.
+/// A failure that an operator can read: everything that this system throws on purpose carries a description.
 class DescribedError : public std::runtime_error
 {
 public:
     explicit DescribedError(const QString& description);
 
-    /// The text for the log, unchanged: may be empty, may hold several lines.
+    /// The text for the log, unchanged; may be empty or have several lines.
     const QString& Description() const { return m_Description; }
 
 private:
@@ -33,7 +33,7 @@ public:
     static ValueError TypeMismatch();
     static ValueError Overflow();
     static ValueError SubscriptOutOfRange();
-    /// `what` follows behind a colon.
+    /// `what` is added after a colon.
     static ValueError InvalidCall(const QString& what = {});
 };
 

@@ -2,5 +2,5 @@
 
 #include <QString>
 
-/// The path of a program: beside this program, else on the user's path; empty when there is none.
+/// The path of a program, looked for beside this program and then on the user's path; empty when it is not found.
 QString FindProgram(const QString& name);

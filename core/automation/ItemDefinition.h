@@ -7,9 +7,10 @@
 #include <array>
 #include <span>
 
-/// The definition of a new item, an array of 41 values: the add-item dialog sends it, a server makes the item of it.
+/// The definition of a new item is an array of 41 values: the add-item dialog sends it, and a server makes the item
+/// from it.
 
-/// The elements by their places in the array.
+/// The elements, numbered by their places in the array.
 enum class Element : int
 {
     Name,
@@ -55,7 +56,7 @@ enum class Element : int
     ObjectOption
 };
 
-/// The operators of a calculation by their positions in the list.
+/// The operators of a calculation, numbered by their positions in the list.
 enum class Operator : int
 {
     Nop,
@@ -91,7 +92,7 @@ enum class Operator : int
     Right
 };
 
-/// "+" to "POW", "Left$" and "Right$"; not "(NOP)", nor "ABS" to "LEN".
+/// "+" to "POW", "Left$" and "Right$"; neither "(NOP)" nor "ABS" to "LEN".
 constexpr bool NeedsOperand(Operator operation)
 {
     return (operation > Operator::Nop && operation <= Operator::Power) || operation >= Operator::Left;
@@ -102,7 +103,8 @@ inline constexpr std::array<QStringView, 31> OperatorChoices = {
     u"(NOP)", u"+",   u"-",   u"*",   u"/",       u"MOD",     u"AND", u"OR",    u"XOR",   u"<<",  u">>",
     u"=",     u"<>",  u"<=",  u"<",   u">=",      u">",       u"CAT", u"IDIV",  u"IMP",   u"POW", u"ABS",
     u"FIX",   u"INT", u"NEG", u"NOT", u"RAD2DEG", u"DEG2RAD", u"LEN", u"Left$", u"Right$"};
-/// An initial value has one of the first 12 types; a requested type may be VT_VARIANT, which leaves values as they are.
+/// An initial value has one of the first 12 types; a requested type may also be VT_VARIANT, which leaves values
+/// unchanged.
 inline constexpr std::array<QStringView, 13> TypeChoices = {u"VT_BOOL", u"VT_I1",  u"VT_UI1",    u"VT_I2", u"VT_UI2",
                                                             u"VT_I4",   u"VT_UI4", u"VT_R4",     u"VT_R8", u"VT_BSTR",
                                                             u"VT_DATE", u"VT_CY",  u"VT_VARIANT"};
@@ -118,7 +120,7 @@ inline constexpr std::array<QStringView, 3> ForceChoices = {u"n/a", u"Reading", 
 inline constexpr std::array<QStringView, 4> PropertyChoices = {u"0:  Value", u"1:  ID", u"2:  Activation",
                                                                u"3:  LinkActivation"};
 
-/// What stands at a place: its name in messages, its form, and for a VT_I2, a position in a list, what the list offers.
+/// What an element is: its name in messages, its form, and, for a VT_I2 (a position in a list), what the list offers.
 struct ElementKind
 {
     Element Place;
@@ -184,5 +186,5 @@ constexpr const ElementKind& KindOf(Element element)
     return Elements[static_cast<std::size_t>(element)];
 }
 
-/// Characters that no item's name holds.
+/// Characters that no item's name may contain.
 inline constexpr QStringView ForbiddenInNames = u"\\#$:!";

@@ -50,8 +50,8 @@ QStringView SkipBlanks(QStringView text)
     return text;
 }
 
-/// Hands `text`, a number by NumberLength, to one of the C library's readers: these round correctly, give infinity or
-/// 0 for magnitudes out of range, and are told the locale.
+/// Passes `text`, a number by NumberLength, to one of the C library's readers. They round correctly, give infinity or 0
+/// for magnitudes out of range, and get the locale as an argument.
 template <typename Reader>
 auto Convert(QStringView text, Reader reader)
 {
@@ -62,7 +62,7 @@ auto Convert(QStringView text, Reader reader)
     return reader(ascii.constData(), nullptr, CLocale);
 }
 
-/// The number that is the whole of `text`.
+/// The number that makes up the whole of `text`.
 template <typename Reader>
 auto ConvertWhole(QStringView text, Reader reader) -> std::optional<decltype(reader(nullptr, nullptr, locale_t()))>
 {
@@ -75,7 +75,8 @@ auto ConvertWhole(QStringView text, Reader reader) -> std::optional<decltype(rea
 struct Decimal
 {
     QString Sign;
-    QString Digits; ///< without the zeros at the end, the point behind the first
+    /// Without the zeros at the end; the decimal point follows the first digit.
+    QString Digits;
     int Exponent = 0;
 
     explicit Decimal(std::string_view scientific)
@@ -106,7 +107,8 @@ struct Decimal
     }
 };
 
-/// Plain from 0.0001 up to 10 to the power of `plainDigits`. `precision` as for std::to_chars, the shortest without it.
+/// Plain from 0.0001 up to 10 to the power of `plainDigits`. `precision` as for std::to_chars; without it, the shortest
+/// text.
 template <typename T, typename... Precision>
 QString Format(T number, int plainDigits, Precision... precision)
 {

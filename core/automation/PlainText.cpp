@@ -11,7 +11,8 @@ namespace {
 
 constexpr double MillisecondsADay = 86'400'000.0;
 constexpr qint64 MicrosecondsADay = 86'400'000'000;
-constexpr double MostExactDays = 65'536.0; // beyond them a date is too coarse for microseconds
+// Beyond them a date is too coarse for microseconds.
+constexpr double MostExactDays = 65'536.0;
 
 qint64 MicrosecondsOf(Date date)
 {
@@ -79,12 +80,12 @@ QDateTime ToDateTime(Date date)
     if (!Calendar::IsInRange(date)) throw ValueError::Overflow();
     auto milliseconds = static_cast<qint64>(std::nearbyint(Calendar::TimeOfDay(date) * MillisecondsADay));
     auto wholeDay = static_cast<qint64>(date.Days);
-    if (milliseconds == static_cast<qint64>(MillisecondsADay)) { // the last half millisecond rounds into the next day
+    if (milliseconds == static_cast<qint64>(MillisecondsADay)) { // the last half millisecond rounds up to the next day
         milliseconds = 0;
         ++wholeDay;
     }
     if (wholeDay > Calendar::LastDay) throw ValueError::Overflow();
-    // UTC stands for "no zone": an automation date is a wall-clock time and must not jump with daylight saving.
+    // UTC stands for "no zone": an automation date is a wall-clock time and must not jump with daylight saving time.
     return QDateTime(Calendar::DateOf(wholeDay), QTime::fromMSecsSinceStartOfDay(static_cast<int>(milliseconds)),
                      Qt::UTC);
 }

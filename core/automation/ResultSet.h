@@ -4,7 +4,7 @@
 
 #include <QStringList>
 
-/// A run of consecutive rows of a result set, as the server sent it; cells are decoded when they are asked for.
+/// A run of consecutive rows of a result set, as the server sent it; cells are decoded on demand.
 class ResultPage
 {
 public:
@@ -13,7 +13,7 @@ public:
     ResultPage& operator=(const ResultPage&) = delete;
     virtual ~ResultPage();
 
-    /// Row number, in the whole result, of the page's first row.
+    /// Row number of the page's first row within the whole result.
     virtual qint64 FirstRow() const = 0;
     /// At least 1.
     virtual qint32 RowCount() const = 0;
@@ -30,7 +30,7 @@ using ResultPageRef = std::shared_ptr<const ResultPage>;
 struct ResultProgress
 {
     qint64 RowsSoFar = 0;
-    /// No more rows come: all were read, or reading them failed.
+    /// No more rows come: all were read, or reading failed.
     bool Complete = true;
     /// Why reading failed; empty when it did not.
     QString Failure = {};
@@ -46,11 +46,11 @@ public:
     ResultSet& operator=(const ResultSet&) = delete;
     virtual ~ResultSet();
 
-    /// Column names in order, as the database gives them: may repeat, may be empty. No columns: the statement returns
-    /// no rows.
+    /// Column names in order, as the database gives them: they may repeat or be empty. A statement that returns no rows
+    /// has no columns.
     virtual QStringList Columns() = 0;
     virtual ResultProgress Progress() = 0;
-    /// The page that holds `row`. Throws when the row is not, or not yet, there.
+    /// The page that holds `row`. Throws when that row does not exist or has not been read yet.
     virtual ResultPageRef PageOf(qint64 row) = 0;
 };
 

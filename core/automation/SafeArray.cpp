@@ -17,7 +17,7 @@ template <typename T>
 bool SameElements(const QList<T>& a, const QList<T>& b)
 {
     if constexpr (std::is_integral_v<T>) return a == b;
-    // Element by element through Variant: floating-point numbers are the same when their bits are.
+    // Compared through Variant, element by element: floating-point numbers are equal when their bits are.
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const T& x, const T& y) { return Variant(x) == Variant(y); });
 }

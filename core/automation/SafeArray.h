@@ -4,10 +4,10 @@
 
 #include <QList>
 
-/// Arrays may stand in arrays: so many inside each other, the outermost counted. Texts and the wire refuse more.
+/// How deep arrays may be nested, the outermost included. Texts and the wire refuse more.
 inline constexpr int MaxArrayDepth = 16;
 
-/// A one-dimensional automation array: its elements stand in one block of their own type, behind a lower bound.
+/// A one-dimensional automation array: a block of elements of its own type, and a lower bound.
 class SafeArray
 {
 public:
@@ -15,7 +15,7 @@ public:
                                   QList<qint32>, QList<quint32>, QList<float>, QList<double>, QList<Currency>,
                                   QList<Date>, QList<QString>, QList<ObjectRef>, QList<Variant>>;
 
-    /// At most 2^31 - 1 elements, and the upper bound stays within 32 bits; ValueError "Overflow" otherwise.
+    /// At most 2^31 - 1 elements with an upper bound within 32 bits; otherwise throws ValueError "Overflow".
     template <typename T>
     explicit SafeArray(QList<T> elements, qint32 lowerBound = 0)
         : SafeArray(Elements(std::move(elements)), lowerBound)
@@ -29,10 +29,10 @@ public:
     /// One less than the lower bound when the array is empty.
     qint32 UpperBound() const;
 
-    /// The element `offset` places behind the lower bound, as a value of its own. Throws ValueError "Subscript out of
+    /// The element `offset` places after the lower bound, as a value of its own. Throws ValueError "Subscript out of
     /// range".
     Variant At(qsizetype offset) const;
-    /// The whole block. Throws ValueError "Type mismatch" when the elements are of another type.
+    /// The whole block. Throws ValueError "Type mismatch" when the elements have another type.
     template <typename T>
     const QList<T>& Of() const
     {

@@ -39,8 +39,7 @@ public:
 
 using EngineRef = std::shared_ptr<VelSQLEngine>;
 
-/// What a subscriber of a controller is told, on the thread that subscribed, between other events and never inside a
-/// call.
+/// Receives a controller's events on the thread that subscribed, between other events and never inside a call.
 class ControllerEvents
 {
 public:
@@ -60,7 +59,7 @@ public:
     EventSubscription& operator=(const EventSubscription&) = delete;
     virtual ~EventSubscription();
 
-    /// False: no event arrives any more, because a server that was started again has refused it.
+    /// False when no more events arrive, because a restarted server has refused the subscription.
     virtual bool IsOpen() const { return true; }
 };
 
@@ -93,7 +92,7 @@ public:
     /// `index` is an I2.
     virtual Variant get_SettingData(const Variant& index) = 0;
 
-    /// From now on `events` is told; it must outlive the subscription.
+    /// From now on `events` receives the controller's events; it must outlive the subscription.
     virtual EventSubscriptionRef Subscribe(ControllerEvents& events) = 0;
 };
 
@@ -145,7 +144,7 @@ public:
 class ValueConverter : public ServerObject
 {
 public:
-    /// Throws ValueError with what was wrong with which text for which type.
+    /// Throws ValueError that says what is wrong with which text for which type.
     virtual Variant TextToValue(const QString& typedText) = 0;
     /// `flags` is always 0. Throws ValueError for what has no text (objects).
     virtual QString ValueToText(const Variant& value, qint32 flags) = 0;
@@ -172,11 +171,10 @@ class VelSQLLib
 public:
     virtual ~VelSQLLib();
 
-    /// What is given is run once from inside every call that has lasted some 30 ms; it must neither call the server
-    /// nor throw.
+    /// Every call that has lasted about 30 ms runs the given function once; it must neither call the server nor throw.
     virtual void OnLongCall(std::function<void()>) {}
 
-    /// Attaches to a running server or starts one. Throws ServerError when there is none to be had.
+    /// Attaches to a running server or starts one. Throws ServerError when neither is possible.
     virtual EngineRef CreateEngine() = 0;
     virtual ValueConverterRef CreateValueConverter() = 0;
 };

@@ -6,9 +6,8 @@
 #include <optional>
 #include <type_traits>
 
-/// Calls `visitor` with std::type_identity of the type that holds values, or elements of arrays, of this code: the
-/// one place that goes from codes to types. Throws ValueError "Type mismatch" for an array's code and for what is not
-/// a code.
+/// Calls `visitor` with std::type_identity of the type that holds values, or array elements, of this code: the only
+/// place that goes from codes to types. Throws ValueError "Type mismatch" for an array's code and for an unknown code.
 template <typename Visitor>
 auto VisitType(VarType type, Visitor&& visitor)
 {
@@ -33,13 +32,13 @@ auto VisitType(VarType type, Visitor&& visitor)
     }
 }
 
-/// Whether there are arrays of a type.
+/// Whether arrays of this type exist.
 template <typename T>
 inline constexpr bool IsElementType = !std::is_same_v<T, std::monostate> && !std::is_same_v<T, Null>;
 
-/// "I2" for VT_I2; empty for arrays' codes and for what is not a code.
+/// "I2" for VT_I2; empty for the codes of arrays and unknown codes.
 QStringView BareTypeName(VarType type);
 
-/// The number that a value stands for: booleans -1 and 0, dates their days. None for what is not a number, texts
+/// The number that a value stands for: -1 and 0 for booleans, days for dates. Empty optional for other values, texts
 /// included.
 std::optional<double> NumberIn(const Variant& value);

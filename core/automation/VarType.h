@@ -29,7 +29,7 @@ constexpr VarType ArrayOf(VarType element)
     return static_cast<VarType>(VT_ARRAY | element);
 }
 
-/// The element code of an array's code; any other code as it is.
+/// The element code of an array's code; any other code unchanged.
 constexpr VarType ElementOf(VarType type)
 {
     return static_cast<VarType>(type & ~VT_ARRAY);

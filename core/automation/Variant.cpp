@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Codes in the order of Variant::Payload; the array's comes from its elements.
+/// Codes in the order of Variant::Payload; that of an array depends on its elements.
 constexpr std::array<VarType, std::variant_size_v<Variant::Payload> - 1> PayloadTypes = {
     VT_EMPTY, VT_NULL, VT_BOOL, VT_I1, VT_UI1,  VT_I2,   VT_UI2,     VT_I4,
     VT_UI4,   VT_R4,   VT_R8,   VT_CY, VT_DATE, VT_BSTR, VT_DISPATCH};

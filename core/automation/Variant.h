@@ -11,7 +11,7 @@
 class SafeArray;
 class ServerObject;
 
-/// A reference to a server object; may be empty, as an automation object reference may.
+/// A reference to a server object; may be empty, like any automation object reference.
 using ObjectRef = std::shared_ptr<ServerObject>;
 using SafeArrayRef = std::shared_ptr<const SafeArray>;
 
@@ -29,14 +29,14 @@ struct Date
     bool operator==(const Date&) const = default;
 };
 
-/// The automation value NULL: known to be no value, which is not the same as EMPTY.
+/// The automation value NULL: known to have no value, which is not the same as EMPTY.
 struct Null
 {
     bool operator==(const Null&) const = default;
 };
 
-/// Every value that crosses to or from the server: an automation type code and its payload. Values do not change once
-/// made, and copying one is cheap.
+/// Every value that goes to or comes from the server: an automation type code and its payload. Values never change, and
+/// copies are cheap.
 class Variant
 {
 public:
@@ -50,7 +50,7 @@ public:
 
     /// EMPTY.
     Variant() = default;
-    /// Exactly the type given: no conversion takes place, so that `Variant(1)` is an I4 and a character pointer is
+    /// Takes exactly the given type, without conversion, so that `Variant(1)` is an I4 and a character pointer is
     /// refused.
     template <typename T>
         requires(IsAlternative<T> && !std::is_same_v<T, SafeArrayRef>)
@@ -69,13 +69,13 @@ public:
     bool IsObject() const { return std::holds_alternative<ObjectRef>(m_Payload); }
     bool IsArray() const { return std::holds_alternative<SafeArrayRef>(m_Payload); }
 
-    /// The payload when the value is of exactly that type, else null.
+    /// The payload when the value has exactly that type, else null.
     template <typename T>
     const T* GetIf() const
     {
         return std::get_if<T>(&m_Payload);
     }
-    /// The payload. Throws ValueError "Type mismatch" when the value is of another type.
+    /// The payload. Throws ValueError "Type mismatch" when the value has another type.
     template <typename T>
     const T& Get() const
     {
@@ -83,7 +83,7 @@ public:
         if (!payload) ThrowTypeMismatch();
         return *payload;
     }
-    /// The array. Throws ValueError "Type mismatch" when the value is none.
+    /// The array. Throws ValueError "Type mismatch" when the value is not an array.
     const SafeArray& Array() const { return *Get<SafeArrayRef>(); }
     const Payload& Data() const { return m_Payload; }
 

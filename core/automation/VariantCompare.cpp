@@ -14,8 +14,8 @@ bool IsSingleAgainstDouble(const Variant& a, const Variant& b)
     return (a.Type() == VT_R4 && b.Type() == VT_R8) || (a.Type() == VT_R8 && b.Type() == VT_R4);
 }
 
-/// Whether both blocks are the same to the byte, which large arrays of bytes mostly are. Never said of types whose
-/// values may say the same in other bits.
+/// Whether both blocks are equal to the byte, as large arrays of bytes mostly are. Never true for types whose equal
+/// values may have different bits.
 bool SameBlock(const SafeArray& a, const SafeArray& b)
 {
     return std::visit(
@@ -27,7 +27,8 @@ bool SameBlock(const SafeArray& a, const SafeArray& b)
         a.Data());
 }
 
-/// One comparison, however deep. Blocks may be shared and met again by many ways: a pair that was the same stays so.
+/// One comparison of any depth. Blocks may be shared and reached in several ways: a pair found equal is not compared
+/// again.
 class ValueComparison
 {
 public:
@@ -35,7 +36,7 @@ public:
     {
         if (a.IsArray() && b.IsArray()) return SameArrays(a.Array(), b.Array());
         if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
-        const auto numberA = NumberIn(a); // of two amounts it would not hold all digits
+        const auto numberA = NumberIn(a); // doubles would not hold all digits of two amounts
         const auto numberB = NumberIn(b);
         if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
         if (numberA && numberB) return *numberA == *numberB;

@@ -52,16 +52,16 @@ protected:
 
 TEST_F(Pictures, ItemWindowsAndMainWindow)
 {
-    ChildWindow& picture = Show(PLC1 + u"\\Picture"_s);
-    Press(picture, "cmdGet");
-    Take(picture, u"item-picture"_s);
-    picture.close();
     ChildWindow& window = Show(D100);
     Press(window, "cmdGet");
     Type(window, "txtValue", u"42"_s);
     Press(window, "cmdPut");
     Take(window, u"item-window"_s);
     Take(*m_Main, u"main-window"_s);
+    window.close();
+    ChildWindow& picture = Show(PLC1 + u"\\Picture"_s);
+    Press(picture, "cmdGet");
+    Take(picture, u"item-picture"_s);
 }
 
 TEST_F(Pictures, ControllerWindow)
