@@ -25,16 +25,17 @@ protected:
         m_Form = ChildWindow::Open<frmBatchWrite>(TreeNodeRef());
         m_Form->SetTargetController(u"PLC1"_s);
     }
-    /// Writes the file and enters its name.
-    void EnterFile(const QByteArray& content)
-    {
-        QFile file(m_Folder.filePath(u"list.txt"_s));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        Type("txtFilename", file.fileName());
-    }
     /// Presses "Start" and returns when the run is over.
     void Run() { Press("cmdStart"); }
+    /// The same with a file of this content.
+    void Run(const QByteArray& content)
+    {
+        QFile file(m_Folder.filePath(u"list.txt"_s));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush());
+        Type("txtFilename", file.fileName());
+        Run();
+    }
+
     QTemporaryDir m_Folder;
 };
 
@@ -46,55 +47,40 @@ QStringList LineLog(const QString& item, int lines = 1)
     return log;
 }
 
-struct PaintCount : QObject
+struct CountingLabel : QLabel
 {
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        Count += event->type() == QEvent::Paint;
-        return false;
-    }
-    int Count = 0;
+    void paintEvent(QPaintEvent*) override { ++Paints; }
+    int Paints = 0;
 };
 
 } // namespace
 
 TEST_F(BatchWindow, WritesLineByLineUntilALineOrACallFails)
 {
-    const QStringList first = LineLog(u"D100"_s), whole = first + LineLog(u"D200"_s);
-    EnterFile("D100,3,-7\r\nD200,8,a,b, \"c\" \nD100,0");
-    Run();
+    const QStringList first = LineLog(u"D100"_s);
+    Run("D100,3,-7\r\nD200,8,a,b, \"c\" \nD100,0");
     EXPECT_EQ(TakeCalls().join(u' '),
               u"Engine.get_Controller(PLC1) Controller(PLC1).get_Item(D100) Item(D100).put_Value(3,-7) "
               u"Controller(PLC1).get_Item(D200) Item(D200).put_Value(8,a,b, \"c\" ) "
               u"Controller(PLC1).get_Item(D100) Item(D100).put_Value(0,)"_s);
-    EXPECT_EQ(TakeLog(), whole + first);
+    EXPECT_EQ(TakeLog(), first + LineLog(u"D200"_s) + first);
     EXPECT_EQ(TakeStatus().last(2), QStringList({u"put_Value..."_s, u"Ready."_s}));
 
     const QString noComma = u"Invalid procedure call or argument: line 2, \"%1\", has no comma"_s;
     const std::pair<QByteArray, QStringList> rows[] = {
-        {"Item1", {noComma.arg(u"Item1"_s)}},
         {"", {noComma.arg(QString())}},
         {QByteArray("\x7f\x45\0\x01\xff\n\0", 7), {noComma.arg(QString::fromLatin1("\x7f\x45\0\x01\xff", 5))}},
         {"a\rb" + QByteArray(50, 'x'), {noComma.arg(u"a b"_s + QString(37, u'x'))}},
         {",", {u"Calling Item():put_Value..."_s, u"Item not found: "_s}},
-        {"D300,3,1", {u"Calling Item(D300):put_Value..."_s, u"Item not found: D300"_s}},
-        {"D100,3,x", {u"Calling Item(D100):put_Value..."_s, u"VT_I4: \"x\" is not a number"_s}}};
+        {"D100,3,x", {first[0], u"VT_I4: \"x\" is not a number"_s}},
+        {"D100,8,x", {first[0], u"refused"_s, u"<b>here</b>"_s}}};
     for (const auto& [line, log] : rows) {
-        EnterFile("D100,3,1\n" + line + "\nD100,3,2\n");
-        Run();
+        m_Server.FailCall(5, u"refused\r\n<b>here</b>"_s);
+        Run("D100,3,1\n" + line + "\nD100,3,2\n");
         EXPECT_EQ(TakeCalls().size(), 2 + log.size()); // the third ones are of the faulty line
         EXPECT_EQ(TakeLog(), first + log);
     }
-    EnterFile("D100,3,1\nD200,8,x\n");
-    for (int call = 1; call <= 5; ++call) {
-        m_Server.FailCall(call, u"refused\r\n<b>here</b>"_s);
-        Run();
-        EXPECT_EQ(TakeCalls().size(), call);
-        const QString refused = call == 1 ? u"Controller \"PLC1\": refused"_s : u"refused"_s;
-        const int before = call == 1 ? 0 : (call - 2) / 2 * 2 + 1;
-        EXPECT_EQ(TakeLog(), whole.first(before) + QStringList({refused, u"<b>here</b>"_s}));
-        EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
-    }
+    EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
     EXPECT_EQ(m_Main.Status(), u"Ready."_s);
 }
 
@@ -105,15 +91,12 @@ TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
     for (const QString& path : {m_Folder.filePath(u"none.txt"_s), m_Folder.path(), u"/dev/zero"_s, pipe}) {
         Type("txtFilename", path);
         Run();
-        const QStringList log = TakeLog();
-        EXPECT_EQ(log.size(), 1);
-        EXPECT_TRUE(log.value(0).startsWith(u"The file cannot be read: "_s + path)) << log.value(0).toStdString();
+        const QString reason = QFile::exists(path) ? u"Not a file"_s : u"No such file or directory"_s;
+        EXPECT_EQ(TakeLog(), QStringList{u"The file cannot be read: %1: %2"_s.arg(path, reason)});
     }
     Type("txtFilename", {});
-    Run();
-    EXPECT_EQ(TakeCalls() + TakeLog(), QStringList());
-    EnterFile("");
-    Run();
+    Run(); // does nothing
+    Run("");
     EXPECT_EQ(TakeCalls() + TakeLog(), QStringList(u"Engine.get_Controller(PLC1)"_s));
     m_Form->SetTargetController(u"Lab [*] <b>&Test"_s);
     EXPECT_EQ(m_Form->windowTitle(), u"Batch Write (Lab [*][*] <b>&Test)"_s); // shown with one "[*]"
@@ -123,7 +106,7 @@ TEST_F(BatchWindow, FilesThatCannotBeReadAreDescribedBeforeAnyCall)
 
 TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
 {
-    EnterFile("D100,3,1");
+    Run("");
     const QString path = Text("txtFilename");
     QFile::copy(path, path + u".csv"_s);
     Type("txtFilename", u"old"_s);
@@ -145,91 +128,60 @@ TEST_F(BatchWindow, TheFileDialogFindsTextFilesByAFilterThatIsShownWhole)
     }
 }
 
-TEST_F(BatchWindow, RunsNestEightDeepTheInnerFinishesFirstAndStopEndsBoth)
+TEST_F(BatchWindow, WhateverHappensInBetweenTheRunGoesOnOrEndsWithoutATrace)
 {
-    for (const bool stops : {true, false}) {
-        EnterFile("D100,3,1\nD100,3,2\n");
-        WhenEventsRun([&] {
-            EnterFile("D200,8,a\nD200,8,b\n");
-            if (stops) WhenEventsRun([this] { Press("cmdStop"); });
-            Run();
-        });
-        Run();
-        EXPECT_EQ(TakeLog(), stops ? LineLog(u"D100"_s) + LineLog(u"D200"_s)
-                                   : LineLog(u"D100"_s) + LineLog(u"D200"_s, 2) + LineLog(u"D100"_s));
-    }
-    EnterFile("D100,3,1\n");
+    const QStringList line = LineLog(u"D100"_s);
     int presses = 0;
-    std::function<void()> press = [&] {
-        if (++presses < 20) WhenEventsRun(press);
+    const std::function<void()> nest = [&] {
+        if (++presses < 10) WhenEventsRun(nest);
         Run();
     };
-    press();
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 8));
-    while (presses < 20) QCoreApplication::processEvents();
-}
-
-TEST_F(BatchWindow, AHiddenRunGoesOnAndAClosedOneEndsWithoutATrace)
-{
-    EnterFile(QByteArray("D100,3,1\n").repeated(5));
-    WhenEventsRun([this] { Press("cmdClose"); });
-    Run();
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 5));
-    for (const bool atOnce : {false, true}) {
+    const std::pair<std::function<void()>, QStringList> rows[] = {
+        {[this] { Press("cmdClose"); }, LineLog(u"D100"_s, 5)}, // hidden
+        {[this] { Run("D200,8,a\nD200,8,b\n"); }, line + LineLog(u"D200"_s, 2) + LineLog(u"D100"_s, 4)},
+        {[this] { WhenEventsRun([this] { Press("cmdStop"); }), Run("D200,8,a\nD200,8,b\n"); },
+         line + LineLog(u"D200"_s)},
+        {nest, LineLog(u"D100"_s, 8 * 5)}, // eight deep
+        {[this] { WhenEventsRun(&ChildWindow::UnloadAll), Run(); }, line + line},
+        {[this] { WhenEventsRun([this] { delete m_Form.data(); }), Run(); }, line + line},
+        {[this] { // the item being written is removed
+             m_Main.Tree().Remove(m_Controller->Child(0));
+             m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
+             m_Answer = QMessageBox::Yes; // "Are you sure ?"
+             Press(*ChildWindow::Open<frmItem>(m_Controller->Child(0)), "cmdRemove");
+         },
+         line + QStringList(
+                    {u"Calling Controller:RemoveItem..."_s, u"Succeeded."_s, line[0], u"Item not found: D100"_s})}};
+    for (const auto& [act, log] : rows) {
         if (!m_Form) Open();
-        EnterFile(QByteArray("D100,3,1\n").repeated(5));
-        WhenEventsRun([&] {
-            WhenEventsRun([&] { atOnce ? delete m_Form.data() : ChildWindow::UnloadAll(); });
-            Run();
-        });
-        Run();
-        EXPECT_EQ(TakeLog(), LineLog(u"D100"_s, 2));
+        WhenEventsRun(act);
+        Run(QByteArray("D100,3,1\n").repeated(5));
+        EXPECT_EQ(TakeLog(), log);
         EXPECT_EQ(m_Server.m_LiveObjects, 1);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_FALSE(m_Form);
+        EXPECT_EQ(!m_Form, log == line + line);
     }
-}
-
-TEST_F(BatchWindow, TheItemBeingWrittenMayBeRemoved)
-{
-    m_Main.Tree().Remove(m_Controller->Child(0));
-    m_Main.Tree().Insert(m_Controller, 0, u"D100"_s, NodeTag::AddItem);
-    m_Answer = QMessageBox::Yes; // "Are you sure ?"
-    const QPointer<frmItem> item = ChildWindow::Open<frmItem>(m_Controller->Child(0));
-    EnterFile(QByteArray("D100,3,1\n").repeated(5));
-    WhenEventsRun([&] { item->findChild<QPushButton*>(u"cmdRemove"_s)->click(); });
-    Run();
-    EXPECT_EQ(TakeLog(), LineLog(u"D100"_s) + QStringList({u"Calling Controller:RemoveItem..."_s, u"Succeeded."_s,
-                                                           LineLog(u"D100"_s)[0], u"Item not found: D100"_s}));
-    EXPECT_EQ(m_Controller->ChildCount(), 1);
-    EXPECT_EQ(ChildWindow::Forms(), QList<ChildWindow*>{m_Form});
-    EXPECT_EQ(m_Server.m_LiveObjects, 1);
 }
 
 TEST_F(BatchWindow, WhatChangesIsPaintedOnceAFrameAlsoWhileTheRunWaits)
 {
-    PaintCount paints;
-    QLabel label;
-    label.installEventFilter(&paints);
-    EnterFile(QByteArray("D100,3,1\n").repeated(300'000)); // more than ten frames take
+    CountingLabel label;
+    const auto waitForPaints = [&](int paints) {
+        return QTest::qWaitFor([&] { return label.Paints >= paints; }, 10'000);
+    };
     int lines = 0;
     QTimer line;
     line.callOnTimeout([&] {
         label.setText(QString::number(++lines));
-        if (paints.Count >= 10) Press("cmdStop");
+        if (label.Paints >= 10) line.stop(), WhenEventsRun([this] { Press("cmdStop"); });
     });
     WhenEventsRun([&] {
         label.show(); // as a message box that another window opens, in which the run waits
-        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
-        paints.Count = 0;
-        label.setText(u"b"_s);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > 0; }, 10'000));
-        paints.Count = 0;
         line.start(0);
+        EXPECT_TRUE(waitForPaints(3));
     });
-    Run();
-    const int during = paints.Count;
-    EXPECT_GE(during, 10);
-    EXPECT_GT(lines, 2 * during) << "the lines of a frame share a painting";
-    EXPECT_TRUE(QTest::qWaitFor([&] { return paints.Count > during; }, 10'000)) << "the last lines";
+    Run(QByteArray("D100,3,1\n").repeated(300'000)); // more than ten frames take
+    EXPECT_GE(label.Paints, 10);
+    EXPECT_GT(lines, 2 * label.Paints) << "the lines of a frame share a painting";
+    EXPECT_TRUE(waitForPaints(label.Paints + 1)) << "the last lines";
 }
