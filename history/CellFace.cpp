@@ -31,7 +31,7 @@ QString BlobFace(const QList<quint8>& bytes)
            QString::number(bytes.size()) % QStringView(bytes.size() == 1 ? u" byte)" : u" bytes)");
 }
 
-/// Dates outside the calendar are shown as their number of days.
+/// Dates outside the calendar are shown as a number of days.
 QString DateText(Date date)
 {
     try {

@@ -6,8 +6,8 @@
 enum class CellKind : quint8
 {
     Text,
-    Number, ///< stands at the right edge
-    Remark  ///< says something about the cell, such as that it holds nothing
+    Number, ///< right-aligned
+    Remark  ///< tells something about the cell, for example that it is empty
 };
 
 /// What a cell of a result shows: one line, shortened.
@@ -17,9 +17,9 @@ struct CellFace
     CellKind Kind = CellKind::Text;
 };
 
-/// "NULL" as a remark, so that it differs from an empty text and from the text "NULL"; blobs as their first bytes in
-/// hexadecimal and their size; dates as "yyyy-MM-dd hh:mm:ss", with three or six decimals when there are any.
+/// NULL is the remark "NULL", so that it differs from an empty text and from the text "NULL". Blobs show their first
+/// bytes in hexadecimal and their size; dates are "yyyy-MM-dd hh:mm:ss", with three or six decimals if there are any.
 CellFace FaceOf(const Variant& value);
 
-/// The whole text of a cell, as it is copied: nothing for NULL, all bytes of a blob in hexadecimal.
+/// The whole text of a cell for copying: empty for NULL, all bytes of a blob in hexadecimal.
 QString WholeText(const Variant& value);

@@ -14,7 +14,7 @@
 
 namespace {
 
-/// What painting may spend on reading; the rest follows between other events.
+/// How long painting may spend on reading; the rest follows between other events.
 constexpr int PaintMs = 8;
 constexpr int SizeMs = 20;
 constexpr int LeastCharacters = 5;
@@ -60,7 +60,7 @@ void ResultGrid::SetUpHeaders()
     verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     verticalHeader()->setDefaultAlignment(Qt::AlignRight | Qt::AlignVCenter);
     horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    // A header that marks what is selected looks through all rows or columns each time it is painted.
+    // A header that marks what is selected searches all rows or columns each time it is painted.
     for (QHeaderView* header : {verticalHeader(), horizontalHeader()})
         header->setSelectionModel(new QItemSelectionModel(m_Model, header));
     PlaceRows();
@@ -88,7 +88,7 @@ void ResultGrid::Show(ResultReader reader)
     horizontalScrollBar()->setValue(0);
 }
 
-/// By their names first, by what they hold when it is seen.
+/// Sized by their names first, and by their contents once these are seen.
 void ResultGrid::LayOutColumns()
 {
     m_Sized.fill(false, m_Model->columnCount());
@@ -100,7 +100,7 @@ void ResultGrid::SizeSeenColumns()
 {
     if (m_Model->rowCount() == 0) return;
     ResultModel::Area seen = VisibleArea();
-    // Columns that become narrower let others be seen.
+    // When columns become narrower, others come into sight.
     for (QList<int> columns = UnsizedColumns(seen); !columns.isEmpty(); columns = UnsizedColumns(seen)) {
         m_Model->Prepare(seen, SizeMs);
         for (const int column : columns) {
@@ -114,8 +114,8 @@ void ResultGrid::SizeSeenColumns()
 QList<int> ResultGrid::UnsizedColumns(const ResultModel::Area& area) const
 {
     QList<int> columns;
-    const auto last =
-        std::min<qsizetype>(area.LastColumn, m_Sized.size() - 1); // while the view is reset the model is ahead
+    // While the view is being reset, the model is ahead of it.
+    const auto last = std::min<qsizetype>(area.LastColumn, m_Sized.size() - 1);
     for (int column = std::max(area.FirstColumn, 0); column <= last; ++column) {
         if (!m_Sized.at(column)) columns << column;
     }
@@ -156,7 +156,7 @@ void ResultGrid::GoToEnd()
 {
     m_FollowsEnd = !m_Model->IsComplete();
     if (m_Model->rowCount() == 0) return;
-    updateGeometries(); // rows added just now
+    updateGeometries(); // includes rows that were just added
     setCurrentIndex(m_Model->index(m_Model->rowCount() - 1, std::max(currentIndex().column(), 0)));
     scrollToBottom();
 }
@@ -195,7 +195,7 @@ void ResultGrid::wheelEvent(QWheelEvent* event)
     QTableView::wheelEvent(event);
 }
 
-/// Home and End go to the first and the last row, in the same column unless Ctrl is held.
+/// Home and End go to the first and the last row, without Ctrl in the same column.
 QModelIndex ResultGrid::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
     if ((action != MoveHome && action != MoveEnd) || m_Model->rowCount() == 0)
@@ -225,7 +225,7 @@ bool ResultGrid::viewportEvent(QEvent* event)
     return QTableView::viewportEvent(event);
 }
 
-/// What its column cuts off.
+/// The whole text of a cell that its column cuts off.
 bool ResultGrid::ShowToolTip(const QHelpEvent& event)
 {
     const QModelIndex index = indexAt(event.pos());

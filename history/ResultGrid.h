@@ -8,8 +8,8 @@
 
 class SelectionCopy;
 
-/// The grid of a result: reads what it shows, sizes columns to what is seen of them first, copies selections as
-/// tab-separated text, and can follow the end of a result that is still being read.
+/// The grid of a result. It reads what it shows, sizes columns to the contents that are seen first, copies selections
+/// as tab-separated text, and can follow the end of a result that is still being read.
 class ResultGrid : public QTableView
 {
     Q_OBJECT
@@ -18,17 +18,17 @@ public:
     explicit ResultGrid(QWidget* parent = nullptr);
     ~ResultGrid() override;
 
-    /// Shows another result from now on, with a column layout of its own.
+    /// Shows another result from now on, with its own column layout.
     void Show(ResultReader reader);
     /// See ResultModel::Summary; follows ResultModel::Progressed.
     ResultModel& Model() { return *m_Model; }
 
-    /// Puts the selection on the clipboard, soon when it is large.
+    /// Puts the selection on the clipboard; a large one takes a moment.
     void Copy();
-    /// To the last row so far, and to each new last row until the operator moves elsewhere.
+    /// Scrolls to the last row so far, and to each new last row until the operator moves elsewhere.
     void GoToEnd();
 
-    /// Does nothing: looking for a typed text would read the whole result.
+    /// Does nothing: searching for a typed text would read the whole result.
     void keyboardSearch(const QString& search) override;
 
 protected:
@@ -59,7 +59,7 @@ private:
 
     ResultModel* m_Model;
     std::unique_ptr<SelectionCopy> m_Copy;
-    /// Which columns were sized to what they hold: the operator's own widths stay.
+    /// The columns that were sized to their contents; the operator's own widths stay.
     QList<bool> m_Sized;
     bool m_FollowsEnd = false;
 };

@@ -11,7 +11,7 @@
 namespace {
 
 constexpr int LoadMs = 10;
-/// The first rows are there within milliseconds, those of a long reading are counted a few times a second.
+/// The first rows arrive within milliseconds; a long result is counted a few times a second.
 constexpr int FirstAdvanceMs = 1;
 constexpr int LastAdvanceMs = 200;
 constexpr int RestMs = 1000;
@@ -74,7 +74,7 @@ void ResultModel::Advance()
     }
     AddRows();
     if (const QString failure = m_Reader.Progress().Failure; !failure.isEmpty()) NoteFailure(failure);
-    // A server that answers slowly is not kept busy by this.
+    // So that a server that answers slowly is not kept busy by this.
     AdvanceLater(std::max(std::min(2 * m_AdvanceMs, LastAdvanceMs), static_cast<int>(lasted.elapsed())));
     Q_EMIT Progressed();
 }
@@ -111,7 +111,7 @@ void ResultModel::Load(int budgetMs)
     }
 }
 
-/// False when its page cannot be had. A cell that is broken by itself says so in its place.
+/// False when the page is not available. A single damaged cell shows that in its own place.
 bool ResultModel::LoadCell(int row, int column)
 {
     try {
@@ -151,11 +151,11 @@ void ResultModel::ForgetCells()
     });
 }
 
-/// Once for each result: one that cannot be read is asked for again with every repaint.
+/// Once for each result, because a page that cannot be read is requested again with every repaint.
 void ResultModel::NoteFailure(const QString& description)
 {
     if (std::exchange(m_FailureSaid, true)) return;
-    // Painting may have led here: the log is written afterwards.
+    // Painting may have caused this call, so the log is written later.
     QMetaObject::invokeMethod(
         this, [description] { modMain::AddLog(description); }, Qt::QueuedConnection);
 }

@@ -7,8 +7,8 @@
 #include <QHash>
 #include <QTimer>
 
-/// A result as a table: its rows become known while the server reads on, its cells when they are to be shown. Never
-/// asks the server for what is not looked at; cells not yet at hand show an ellipsis.
+/// A result as a table: rows become known while the server reads on, and cells when they are to be shown. Rows that
+/// nobody looks at are never requested; cells that have not arrived show an ellipsis.
 class ResultModel : public QAbstractTableModel
 {
     Q_OBJECT
@@ -16,7 +16,7 @@ class ResultModel : public QAbstractTableModel
 public:
     /// How a cell is drawn, as a CellKind.
     static constexpr int KindRole = Qt::UserRole;
-    /// Cells kept beyond those looked at.
+    /// Cells that are kept in addition to those in view.
     static constexpr qsizetype MostCells = 4000;
 
     struct Area
@@ -29,18 +29,18 @@ public:
 
     /// Shows another result from now on.
     void Bind(ResultReader reader);
-    /// Only while it is looked at does the model ask the server by itself. Off at first.
+    /// The model asks the server by itself only while it is being looked at. Off at first.
     void SetActive(bool active);
 
-    /// Reads the cells of `area` that are not at hand, for `budgetMs` at most (one cell at least). The rest follows by
-    /// itself: dataChanged.
+    /// Reads missing cells of `area` for at most `budgetMs` (at least one cell). The rest follows by itself, with
+    /// dataChanged.
     void Prepare(const Area& area, int budgetMs);
-    /// Reads a cell as it is. Throws ServerError or ValueError.
+    /// Reads a cell's value. Throws ServerError or ValueError.
     Variant Cell(int row, int column) { return m_Reader.Cell(row, column); }
 
-    /// How many rows there are and whether more are to come, in words; nothing for a statement without rows.
+    /// How many rows there are and whether more will come, in words; empty for a statement without rows.
     QString Summary() const;
-    /// No more rows come.
+    /// True when no more rows come.
     bool IsComplete() const { return m_Reader.Progress().Complete; }
 
     int rowCount(const QModelIndex& parent = {}) const override;
@@ -72,7 +72,7 @@ private:
     QTimer m_AdvanceTimer;
     int m_AdvanceMs = 0;
     bool m_Active = false;
-    /// A call failed a moment ago: nothing is asked until the timer ends.
+    /// Runs for a moment after a failed call; nothing is requested until it ends.
     bool m_Resting = false;
     bool m_FailureSaid = false;
 };

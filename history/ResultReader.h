@@ -2,29 +2,29 @@
 
 #include "core/automation/ResultSet.h"
 
-/// A result as it is read: keeps the pages used last and asks the server for the others again.
+/// Reads a result: keeps the pages used last and requests the others again.
 class ResultReader
 {
 public:
-    /// All pages kept, the one used last apart, are no larger than this.
+    /// Size limit of all cached pages, not counting the one used last.
     static constexpr qsizetype MostBytes = 8 * 1024 * 1024;
-    /// What a grid can take: its height is counted in 32 bits.
+    /// The most that a grid can show: its height is a 32-bit number.
     static constexpr qint64 MostRows = 40'000'000;
 
-    /// No result reads like one without columns. Asks for columns, progress and the first page, and throws what that
-    /// throws.
+    /// A null result reads as one without columns. Otherwise asks for columns, progress and the first page, and throws
+    /// what these calls throw.
     explicit ResultReader(ResultSetRef result = nullptr);
 
     const QStringList& Columns() const { return m_Columns; }
     const ResultProgress& Progress() const { return m_Progress; }
-    /// The rows so far, MostRows at most.
+    /// The rows so far, at most MostRows.
     int RowCount() const { return static_cast<int>(std::min(m_Progress.RowsSoFar, MostRows)); }
     /// Asks the server how far it is. Throws ServerError.
     void Advance();
 
-    /// Throws ServerError when the page that holds `row` cannot be had. Valid until the next call.
+    /// Throws ServerError when the page that holds `row` is not available. Valid until the next call.
     const ResultPage& PageOf(qint64 row);
-    /// Throws ServerError, or ValueError for what is not a value.
+    /// Throws ServerError, or ValueError when the cell does not hold a valid value.
     Variant Cell(qint64 row, int column);
     qsizetype KeptBytes() const;
 
@@ -34,6 +34,6 @@ private:
     ResultSetRef m_Result;
     QStringList m_Columns;
     ResultProgress m_Progress;
-    /// The one used last comes first.
+    /// The page used last comes first.
     QList<ResultPageRef> m_Pages;
 };

@@ -38,7 +38,7 @@ QList<int> ColumnsOf(const QItemSelection& selection)
     return columns;
 }
 
-/// A text with tabs or line ends in it stays one cell where it is pasted.
+/// A text that contains tabs or line ends must stay one cell where it is pasted.
 QString Quoted(QString text)
 {
     const bool needsQuotes = text.startsWith(u'"') || std::any_of(text.cbegin(), text.cend(), [](QChar character) {

@@ -6,8 +6,8 @@
 
 class ResultModel;
 
-/// Puts the selected cells on the clipboard as whole, tab-separated texts. A large selection is read in slices between
-/// which other events are handled; the clipboard changes when all of it was read.
+/// Puts the selected cells on the clipboard as complete, tab-separated texts. A large selection is read in slices
+/// between other events; the clipboard changes once everything has been read.
 class SelectionCopy : public QObject
 {
     Q_OBJECT
@@ -17,7 +17,7 @@ public:
     static constexpr qsizetype MostCharacters = 50'000'000;
 
     /// Reads the first slice at once, so that a small selection is on the clipboard when this returns. `model` must
-    /// outlive it, and the result in it must stay.
+    /// outlive this object and keep its result.
     SelectionCopy(ResultModel& model, const QItemSelection& selection);
     bool IsDone() const { return m_Done; }
 
@@ -30,7 +30,7 @@ private:
 
     ResultModel& m_Model;
     const QItemSelection m_Selection;
-    /// Neither repeats nor overlaps, in order.
+    /// In order, without repetition or overlap.
     QList<std::pair<int, int>> m_RowRuns;
     QList<int> m_Columns;
     bool m_IsSingleCell = false;

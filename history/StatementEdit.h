@@ -2,17 +2,17 @@
 
 #include <QPlainTextEdit>
 
-/// The field of the SQL statement: several lines, whose ends are kept. Its actions stand in its context menu too.
+/// The field of the SQL statement: several lines, whose line ends are kept. Its context menu also holds its actions.
 class StatementEdit : public QPlainTextEdit
 {
 public:
     explicit StatementEdit(QWidget* parent = nullptr);
 
-    /// The statement to the last character: lines end with LF, blanks that do not break stay such.
+    /// The statement, unchanged to the last character: lines end with LF, and non-breaking spaces stay.
     QString Text() const;
     /// Replaces the whole statement; can be undone.
     void SetText(const QString& text);
-    /// Puts a text in at the caret; a selection stays.
+    /// Inserts a text at the caret; a selection is not replaced.
     void InsertAtCaret(const QString& text);
 
 protected:

@@ -2,21 +2,21 @@
 
 #include "core/ListBox.h"
 
-/// The list of statements: long ones and those of several lines take one line each. Its actions stand in its context
-/// menu.
+/// The list of statements: long statements and those of several lines take one line each. Its context menu also holds
+/// its actions.
 class StatementList : public ListBox
 {
     Q_OBJECT
 
 public:
-    /// The number of an entry that only separates others.
+    /// The data of an entry that is only a separator.
     static constexpr qint32 Separator = -1;
 
     explicit StatementList(QWidget* parent = nullptr);
 
-    /// Whether a statement is selected: not nothing, not a separator.
+    /// Whether a statement is selected, rather than nothing or a separator.
     bool IsStatementSelected() const;
-    /// Adds a statement unless an entry is equal to it, whatever upper and lower case.
+    /// Adds a statement unless the list already has it, in whatever case.
     void Remember(const QString& statement);
 
 Q_SIGNALS:

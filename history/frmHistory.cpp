@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-// Intended: unlike in the controller window, no margin is taken off the value column.
+// Intended: unlike in the controller window, no margin is subtracted from the value column.
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1600, .MarginTwips = 0};
 
 const QStringList Presets = {
@@ -23,7 +23,7 @@ const QStringList Presets = {
     u"SELECT * FROM velsql_history ORDER BY item_time DESC"_s,
 };
 
-/// The application's history. Throws ServerError when there is none.
+/// The application's history. Throws ServerError when there is no history.
 VelSQLHistory& TheHistory()
 {
     if (!modMain::History) throw ServerError(u"There is no history."_s);
@@ -44,8 +44,8 @@ PropertyRows HistoryRows()
 
 } // namespace
 
-/// While a statement runs, the pointer shows it and no other can be started; afterwards all is as it was, whatever
-/// happened.
+/// While a statement runs, the pointer shows it and no other statement can be started; both end with it, whatever
+/// happens.
 class frmHistory::Running
 {
 public:
@@ -55,7 +55,7 @@ public:
     {
         QGuiApplication::setOverrideCursor(Qt::WaitCursor);
         m_Form.cmdExecute->setEnabled(false);
-        m_Form.cmdExecute->repaint(); // seen before the call blocks
+        m_Form.cmdExecute->repaint(); // must be visible before the call blocks
     }
     ~Running()
     {
@@ -76,7 +76,7 @@ frmHistory::frmHistory()
     : m_Insert(new QAction(u"&Insert"_s, this))
 {
     setupUi(this);
-    splResult->setSizes({2, 3}); // shares
+    splResult->setSizes({2, 3}); // proportions
     splSettings->setSizes({2, 3});
     ConnectStatements();
     ConnectCommands();
@@ -163,7 +163,7 @@ void frmHistory::cmdExecute_Click()
     const KeepLoaded keepLoaded(this);
     const Running running(*this);
     ReportErrors(&frmHistory::Execute, this);
-    // Clicks that came while the statement ran meet a disabled button.
+    // Clicks made while the statement ran reach a disabled button.
     QCoreApplication::processEvents();
 }
 
@@ -171,7 +171,7 @@ void frmHistory::Execute()
 {
     Announce(u"History", u"Execute");
     const QString statement = txtExecute->Text();
-    // The column layout goes with the previous result: a statement that fails leaves both.
+    // The column layout belongs to the previous result: a statement that fails leaves both.
     grdResult->Show(ResultReader(TheHistory().Execute(statement)));
     AddLog(u"Succeeded."_s);
     cmbSQLCommand->Remember(statement);

@@ -4,7 +4,8 @@
 
 #include <array>
 
-/// A property that the item window gets and puts, and its operations. Elements have no Get: they are got by indexes.
+/// A property that the item window gets and puts, and its operations. Elements cannot be got like the others: getting
+/// them takes indexes.
 struct ItemAccess
 {
     QStringView Name;
@@ -21,9 +22,10 @@ inline constexpr std::array<ItemAccess, 4> ItemAccesses = {{
     {u"Elements", nullptr, &VelSQLItem::put_ID},
 }};
 
-/// The elements at the typed indexes: the numbers at the head of up to four parts between commas, rounded; missing ones
-/// are 0. The fourth is read and dropped. Throws ValueError "Subscript out of range" for a fifth part, "Overflow" for a
-/// number beyond 32 bits.
+/// The elements at the typed indexes. These are the numbers at the beginning of up to four comma-separated parts,
+/// rounded; missing ones are 0, and the fourth is read but not used. Throws ValueError "Subscript out of range" for a
+/// fifth part, "Overflow" for a number beyond 32 bits.
 Variant GetElements(VelSQLItem& item, QStringView indexes);
-/// Puts the value after the typed number of milliseconds. Throws ValueError "Type mismatch" for what is not a number.
+/// Puts the value after the typed number of milliseconds. Throws ValueError "Type mismatch" when the text is not a
+/// number.
 void PutDelayed(VelSQLItem& item, const QString& milliseconds, const Variant& value);

@@ -41,7 +41,7 @@ QString JoinNames(const Variant& names)
     return texts.join(u',');
 }
 
-/// A write-only item is never asked for its value.
+/// Never asks a write-only item for its value.
 QString ReadValue(VelSQLItem& item)
 {
     if (item.get_Attribute() == AttributeWriteOnly) return QStringLiteral("n/a");

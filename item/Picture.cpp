@@ -10,9 +10,9 @@
 
 namespace {
 
-/// What a decoder may be asked to unpack: 128 MB at four bytes a point, Qt's own limit.
+/// The most that a decoder may unpack: 128 MB at four bytes a pixel, Qt's own limit.
 constexpr qint64 MaxClaimedPoints = 32 * 1024 * 1024;
-/// What a picture may occupy while it is shown; larger ones are reduced.
+/// The most that a picture may occupy while it is shown; larger ones are reduced.
 constexpr qint64 MaxKeptBytes = 16 * 1024 * 1024;
 constexpr QSize ReducedBox(2048, 2048);
 
@@ -21,7 +21,7 @@ QByteArray View(const QList<quint8>& bytes)
     return QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.constData()), bytes.size());
 }
 
-/// Hands the bytes to a decoder and notices when it wants more than there are: some decoders accept a truncated
+/// Passes the bytes to a decoder and notices when it wants more than there are: some decoders accept a truncated
 /// picture.
 class PictureBytes : public QIODevice
 {
@@ -36,10 +36,10 @@ public:
     void Forget() { m_ReadShort = m_ReadNothing = false; }
     bool EndedTooEarly(const QByteArray& format) const
     {
-        // The first reads row by row, the second in blocks of its own, so that its last block is always short.
+        // The first reads row by row, the second in blocks of a fixed size, so that its last block is always short.
         if (format == "bmp") return m_ReadShort;
         if (format == "jpeg") return m_ReadNothing;
-        return false; // all others notice by themselves
+        return false; // all others notice this themselves
     }
 
 protected:
@@ -75,7 +75,7 @@ QSize Reduced(QSize size)
     return size.scaled(ReducedBox, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
 }
 
-/// Some decoders reduce while they read, which takes less time and memory.
+/// Some decoders can reduce while they read, which saves time and memory.
 void ReduceWhileReading(QImageReader& reader, QSize size)
 {
     const bool isLarge = qint64{size.width()} * size.height() * 4 > MaxKeptBytes;
@@ -84,7 +84,7 @@ void ReduceWhileReading(QImageReader& reader, QSize size)
 
 bool Write(QFile& file, const QList<quint8>& bytes)
 {
-    // Written over what is there and then cut: emptying a large file first takes longer than writing it.
+    // The old contents are overwritten and then cut off: emptying a large file first takes longer than writing it.
     return file.write(View(bytes)) == bytes.size() && file.resize(bytes.size());
 }
 

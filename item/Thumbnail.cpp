@@ -4,13 +4,13 @@
 
 namespace {
 
-/// Averaging over every point of a large picture takes longer than decoding it; this many for each one shown look the
+/// Averaging all pixels of a large picture takes longer than decoding it; this many for each displayed pixel look the
 /// same.
 constexpr int PointsPerPointShown = 4;
 
 QImage ScaledTo(const QImage& picture, QSize size)
 {
-    // Enlarged points stay sharp, so that the details of a small picture can be told apart.
+    // Enlarged pixels stay sharp, so that the details of a small picture can be told apart.
     if (size.width() >= picture.width()) return picture.scaled(size);
     const QSize coarse = size * PointsPerPointShown;
     const bool large = picture.width() > coarse.width() && picture.height() > coarse.height();

@@ -4,7 +4,7 @@
 #include <QImage>
 #include <QPixmap>
 
-/// Shows a picture as large as its box allows, with the picture's proportions.
+/// Shows a picture as large as its box allows and keeps the proportions.
 class Thumbnail : public QFrame
 {
     Q_OBJECT

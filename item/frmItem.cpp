@@ -24,7 +24,8 @@ namespace {
 
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0};
 
-/// A line of text takes some 70 bytes of memory a character and, from here on, more than a second to lay out and paint.
+/// A line of text takes about 70 bytes of memory per character and, from this length on, more than a second to lay out
+/// and paint.
 constexpr qsizetype MaxShownCharacters = 2 * 1024 * 1024;
 
 [[noreturn]] void ThrowTooLong(qsizetype characters)
@@ -99,7 +100,7 @@ void frmItem::FormUnload()
 {
     tmrItemProp->Stop();
     if (m_PerfChk) m_PerfChk->Unload();
-    fgItem->Lay({}, GridLayout); // its rows refer to the item
+    fgItem->Lay({}, GridLayout); // the rows refer to the item
     m_csItem.reset();
     m_csCtrl.reset();
 }
@@ -128,8 +129,8 @@ bool frmItem::InitItemGrid()
     return true;
 }
 
-/// Intended: ticking a box runs its rule, so that loading the window of an active item activates it once more. An item
-/// whose server does not answer counts as not active and not linked; the window can be used all the same.
+/// Intended: ticking a box runs its rule, so loading the window of an active item activates the item once more. An item
+/// whose server does not answer counts as neither active nor linked; the window can be used anyway.
 void frmItem::InitActivation()
 {
     chkLinkActv->setEnabled(false);
@@ -137,7 +138,7 @@ void frmItem::InitActivation()
         chkActv->setChecked(m_csItem->get_Activation());
         chkLinkActv->setChecked(m_csItem->get_LinkActivation());
         chkLinkActv->setEnabled(!IsEmptyList(m_csItem->get_LinkItem()));
-    } catch (const DescribedError&) { // nothing is logged, as for the grid's readings
+    } catch (const DescribedError&) { // nothing is logged, as when the grid is read
     }
 }
 
@@ -152,7 +153,8 @@ void frmItem::cmbProperty_Click()
         DisableField(txtElements);
         return;
     }
-    m_DelayTicked = CheckToBool(chkDelay); // intended: also from Tag to ID, where it was cleared before
+    // Intended: also from Tag to ID, where the box was cleared before.
+    m_DelayTicked = CheckToBool(chkDelay);
     chkDelay->setChecked(false);
     chkDelay->setEnabled(false);
     cmdGet->setEnabled(true);
@@ -167,7 +169,7 @@ void frmItem::cmbType_Click()
     cmdPut->setEnabled(cmbType->ListIndex() != UnknownTypeIndex);
 }
 
-/// A delayed write has no matching read.
+/// A delayed write has no corresponding read.
 void frmItem::chkDelay_Click()
 {
     EnableFields(CheckToBool(chkDelay), {txtDelay});
@@ -212,14 +214,14 @@ void frmItem::ShowValue(const Variant& value)
 void frmItem::ShowThumbnail(const QList<quint8>& bytes)
 {
     WritePictureFile(bytes);
-    // From the bytes, not from the file: pictures of files are cached by name and second.
+    // Loaded from the bytes, not from the file: pictures from files are cached by name and second.
     imgThumbnail->SetPicture(ReadPicture(bytes));
 }
 
 void frmItem::cmdPut_Click()
 {
     ReportErrors([this] {
-        const Variant value = ToValue(cmbType->ListIndex(), txtValue->text()); // refused text: nothing is announced
+        const Variant value = ToValue(cmbType->ListIndex(), txtValue->text()); // a refused text: nothing is announced
         const bool isDelayed = CheckToBool(chkDelay);
         Announce(u"Item", QString(u"put_" % m_Property->Name % QStringView(isDelayed ? u"Ex" : u"")));
         if (isDelayed) PutDelayed(*m_csItem, txtDelay->text(), value);
@@ -240,7 +242,7 @@ void frmItem::chkLinkActv_Click()
 
 void frmItem::cmdSnapshot_Click()
 {
-    // "Controller" is what operators know this line by, although it is the item's snapshot.
+    // Operators know this line as "Controller", although the snapshot is the item's.
     CallServer(u"Controller", u"Snapshot", &VelSQLItem::Snapshot, m_csItem);
 }
 
@@ -250,7 +252,7 @@ void frmItem::cmdRemove_Click()
     if (AskSure() && !IsUnloading()) ReportErrors(&frmItem::RemoveItem, this);
 }
 
-/// While the check is open the window reads nothing, so that only the check's own calls are measured.
+/// The window reads nothing while the check is open, so that only the check's own calls are measured.
 void frmItem::cmdPerfchk_Click()
 {
     const QPointer<frmItem> self(this);
@@ -259,7 +261,8 @@ void frmItem::cmdPerfchk_Click()
     m_PerfChk = dialog;
     dialog->m_csItem = m_csItem;
     dialog->exec();
-    delete dialog.data(); // null when the main window went meanwhile, and the dialog with it
+    // Null when the main window has gone meanwhile and taken the dialog with it.
+    delete dialog.data();
     if (self && !IsUnloading()) tmrItemProp->Start();
 }
 

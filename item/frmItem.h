@@ -10,8 +10,8 @@
 class frmPerfChk;
 class GridRefresher;
 
-/// The console of one item: shows its properties, gets and puts single ones as typed values, and switches, snapshots or
-/// removes it.
+/// The console of one item: shows its properties, gets and puts single properties as typed values, and switches the
+/// item, takes a snapshot of it or removes it.
 class frmItem : public ChildWindow, private Ui::frmItem
 {
     Q_OBJECT
@@ -56,9 +56,9 @@ private:
     ControllerRef m_csCtrl;
     ItemRef m_csItem;
     GridRefresher* tmrItemProp;
-    /// Open while it measures this window's item.
+    /// The dialog that is measuring this window's item, if it is open.
     QPointer<frmPerfChk> m_PerfChk;
     const ItemAccess* m_Property = &ItemAccesses[0];
-    /// Whether chkDelay was ticked when a property other than Value was chosen last.
+    /// Whether chkDelay was ticked when a property other than Value was last chosen.
     bool m_DelayTicked = false;
 };

@@ -45,7 +45,7 @@ bool AccessKeys::KeyComes(QEvent& event)
     const Owner owner = OwnerIn(static_cast<QKeyEvent&>(event));
     m_IsDead = owner == Owner::Disabled;
     if (owner == Owner::Enabled) TakeMenuBarOut();
-    if (m_IsDead) event.accept(); // no shortcut is looked for
+    if (m_IsDead) event.accept(); // prevents the search for a shortcut
     return m_IsDead;
 }
 
@@ -76,7 +76,7 @@ bool AccessKeys::HasAccessKey(const QWidget* control, int key)
 
 void AccessKeys::TakeMenuBarOut()
 {
-    // For this one look-up the menu bar counts as disabled; nothing is told of it, so nothing is painted.
+    // The menu bar counts as disabled for this one look-up. It is not notified, so nothing is repainted.
     m_IsOut = true;
     m_MenuBar->setAttribute(Qt::WA_Disabled, true);
     QTimer::singleShot(0, this, &AccessKeys::PutMenuBarBack);

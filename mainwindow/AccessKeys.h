@@ -6,9 +6,9 @@ class QKeyEvent;
 class QMenuBar;
 class QWidget;
 
-/// Gives Alt+letter to the active child window where the menu bar has the same letter: Qt takes that as ambiguous, and
-/// neither would act. A letter of a control that is disabled does nothing, so that a key pressed once too often never
-/// opens a menu.
+/// Gives Alt+letter to the active child window when the menu bar uses the same letter; Qt would treat the key as
+/// ambiguous and do nothing. The letter of a disabled control is swallowed, so that one key press too many never opens
+/// a menu.
 class AccessKeys : public QObject
 {
     Q_OBJECT
@@ -27,7 +27,7 @@ private:
     };
 
     bool KeyComes(QEvent& event);
-    /// The control of the child window that has the focus which answers to the key; one that is enabled goes first.
+    /// The control of the focused child window that answers to the key; enabled controls come first.
     static Owner OwnerIn(const QKeyEvent& event);
     static bool HasAccessKey(const QWidget* control, int key);
     void TakeMenuBarOut();
@@ -35,6 +35,6 @@ private:
 
     QMenuBar* m_MenuBar;
     bool m_IsOut = false;
-    /// The key press that follows is of a disabled control.
+    /// The next key press belongs to a disabled control.
     bool m_IsDead = false;
 };

@@ -12,7 +12,7 @@ struct EditEntries
     QAction* Copy;
     QAction* Paste;
 
-    /// Enables what is possible with a text box; without one nothing is.
+    /// Enables what is possible with a text box; nothing without one.
     void EnableFor(const QWidget* editBox) const;
 };
 

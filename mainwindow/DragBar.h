@@ -11,15 +11,15 @@ class DragBar : public QWidget
 public:
     explicit DragBar(QWidget* parent = nullptr);
 
-    /// Vertical: a bar that stands between left and right. Horizontal: one that lies between top and bottom.
+    /// Vertical: a bar between left and right. Horizontal: a bar between top and bottom.
     Qt::Orientation Orientation() const { return m_Orientation; }
-    /// Spelled as the form's generated code calls it.
+    /// Spelled the way the form's generated code calls it.
     void setOrientation(Qt::Orientation orientation);
-    /// Pixels across the bar, as the style draws a splitter.
+    /// Thickness of the bar in pixels, as the style draws a splitter.
     int Thickness() const;
 
 Q_SIGNALS:
-    /// The mouse moved while a button that was pressed on the bar is down; `position` is within the bar.
+    /// The mouse moved while a button that was pressed on the bar was down; `position` is relative to the bar.
     void MouseMove(const QPoint& position);
 
 protected:

@@ -25,7 +25,7 @@ QWidget* EditTarget::EditBoxOf(QWidget* widget) const
     return IsOfConsole(widget) && modMain::IsEditBox(widget) ? widget : nullptr;
 }
 
-/// Whether it stands in the main window or in a dialog of it.
+/// Whether it is in the main window or in one of its dialogs.
 bool EditTarget::IsOfConsole(const QWidget* widget) const
 {
     while (widget && widget != m_MainWindow) widget = widget->parentWidget();
@@ -46,7 +46,7 @@ void EditTarget::FocusChanged(QWidget* before, QWidget* now)
 {
     auto* box = before && before == m_Left ? qobject_cast<QLineEdit*>(EditBoxOf(before)) : nullptr;
     if (EditBoxOf(now)) {
-        // Only one text box shows a selection that commands would use.
+        // Only one text box at a time shows a selection that the commands would use.
         auto* kept = qobject_cast<QLineEdit*>(modMain::ActiveEditBox.data());
         if (kept && kept != EditBoxOf(now) && !kept->hasFocus()) kept->deselect();
         return;

@@ -41,7 +41,7 @@ bool LinePaste::eventFilter(QObject* watched, QEvent* event)
 bool LinePaste::KeyPressed(QLineEdit* box, const QKeyEvent& event)
 {
     if (!event.matches(QKeySequence::Paste)) return false;
-    // Ctrl+Shift+Insert is the selection's.
+    // Ctrl+Shift+Insert pastes the mouse selection.
     const bool ofSelection = event.modifiers() == (Qt::ControlModifier | Qt::ShiftModifier);
     Paste(box, ofSelection ? QClipboard::Selection : QClipboard::Clipboard);
     return true;
@@ -55,7 +55,7 @@ bool LinePaste::MouseReleased(QLineEdit* box, const QMouseEvent& event)
     return true;
 }
 
-/// What comes from the box itself is moved there as it is.
+/// Text dragged from the box itself is moved unchanged.
 bool LinePaste::Dropped(QLineEdit* box, QDropEvent& event)
 {
     if (event.source() == box || !event.mimeData()->hasText()) return false;

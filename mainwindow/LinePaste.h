@@ -8,8 +8,8 @@ class QKeyEvent;
 class QLineEdit;
 class QMouseEvent;
 
-/// What is pasted into a single-line box ends at its first line end, whichever way it comes: by key, from the box's own
-/// menu, with the middle button or dragged. Qt would put line ends into the text.
+/// Text pasted into a single-line box ends at its first line end, whichever way it arrives: by key, from the box's own
+/// menu, with the middle button or by dragging. Qt would put the line ends into the text.
 class LinePaste : public QObject
 {
     Q_OBJECT

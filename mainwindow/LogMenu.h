@@ -7,8 +7,7 @@
 class LogPane;
 class QMenu;
 
-/// The log pane's own pop-up in place of the text box's: any press on the pane makes it the target of the edit
-/// commands.
+/// The log pane's own pop-up instead of the text box's. Any press on the pane makes it the target of the edit commands.
 class LogMenu : public QObject
 {
     Q_OBJECT

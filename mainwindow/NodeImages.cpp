@@ -4,7 +4,7 @@
 
 #include <QIcon>
 
-/// A static library brings its resources in only when asked, and not from inside a namespace.
+/// A static library loads its resources only on request, and not from inside a namespace.
 static void InitImages()
 {
     Q_INIT_RESOURCE(mainwindow);
@@ -22,7 +22,7 @@ void LoadNodeImages(ObjectTreeModel& tree)
     for (const NodeTag tag : AllTags) {
         const QString file = QStringLiteral(":/mainwindow/%1.svg").arg(TagText(tag));
         QIcon image(file);
-        image.addFile(file, {}, QIcon::Selected); // its own colours on a selected row, too
+        image.addFile(file, {}, QIcon::Selected); // keeps its own colours on a selected row
         tree.SetImage(tag, image);
     }
 }

@@ -51,7 +51,8 @@ void ObjectCommands::SnapshotItem()
     if (!node) return;
     const ControllerRef controller = Engine->get_Controller(node->Parent()->Text());
     const ItemRef item = controller->get_Item(node->Text());
-    Announce(u"Controller", u"Snapshot"); // although it is the item's, on purpose
+    // On purpose, although it is the item's snapshot.
+    Announce(u"Controller", u"Snapshot");
     item->Snapshot();
     AddLog(QStringLiteral("Succeeded."));
 }
@@ -60,7 +61,8 @@ void ObjectCommands::RemoveItem()
 {
     const TreeNodeRef node = CurrentNode({NodeTag::AddItem});
     if (!node || !modMain::AskSure()) return;
-    if (!node->IsInTree() || !Engine) return; // Either may go while the question is shown.
+    // Either may have gone while the question was open.
+    if (!node->IsInTree() || !Engine) return;
     const ControllerRef controller = Engine->get_Controller(node->Parent()->Text());
     Announce(u"Controller", u"RemoveItem");
     controller->RemoveItem(node->Text());

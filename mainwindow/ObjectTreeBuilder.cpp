@@ -28,7 +28,8 @@ void AddControllers(ObjectTreeModel& tree)
 
 void BuildObjectTree(MainWindow& mainWindow)
 {
-    modMain::SetStatus(QStringLiteral("Drowing TreeView....")); // Spelled so on purpose.
+    // Spelled like this on purpose.
+    modMain::SetStatus(QStringLiteral("Drowing TreeView...."));
     ObjectTreeModel& tree = mainWindow.Tree();
     tree.Clear();
     Engine = mainWindow.Services().Library.CreateEngine();

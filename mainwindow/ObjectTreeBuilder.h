@@ -2,6 +2,6 @@
 
 class MainWindow;
 
-/// Creates the engine and fills the main window's tree with the server's objects; takes the history on the way. Throws
-/// what the server throws; the tree then keeps what was added so far.
+/// Creates the engine and the history and fills the main window's tree with the server's objects. Throws what the
+/// server throws; the tree then keeps what has been added so far.
 void BuildObjectTree(MainWindow& mainWindow);

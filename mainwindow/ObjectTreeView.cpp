@@ -40,7 +40,7 @@ void ObjectTreeView::mousePressEvent(QMouseEvent* event)
 
 void ObjectTreeView::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    // The second press of a double-click is a press like the first: it may be on another node.
+    // The second press of a double-click counts like the first: it may be on another node.
     mousePressEvent(event);
     if (event->button() == Qt::LeftButton) Q_EMIT DblClick();
 }
@@ -66,7 +66,8 @@ void ObjectTreeView::contextMenuEvent(QContextMenuEvent* event)
 {
     event->accept();
     const TreeNodeRef node = SelectedNode();
-    if (event->reason() == QContextMenuEvent::Mouse || !node) return; // The mouse press has shown it.
+    // The mouse press has already shown it.
+    if (event->reason() == QContextMenuEvent::Mouse || !node) return;
     scrollTo(currentIndex());
     Q_EMIT NodeMenuKey(node, viewport()->mapToGlobal(visualRect(currentIndex()).center()));
 }
@@ -87,7 +88,7 @@ void ObjectTreeView::ShowToolTip(const QHelpEvent& event)
 
 QItemSelectionModel::SelectionFlags ObjectTreeView::selectionCommand(const QModelIndex& index, const QEvent*) const
 {
-    // What is current is selected; Ctrl+click does not take it back.
+    // The current node is always selected; Ctrl+click does not deselect it.
     return index.isValid() ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
 }
 
@@ -99,7 +100,7 @@ TreeNodeRef ObjectTreeView::NodeOf(const QModelIndex& index) const
 TreeNodeRef ObjectTreeView::NodeUnder(const QPoint& position) const
 {
     const QModelIndex index = indexAt(position);
-    // The box itself only: what stands left of it belongs to the row, and a press there selects it.
+    // Only the box itself: the space to its left belongs to the row, and a press there selects the row.
     const int left = visualRect(index).left();
     const bool isOnExpander = position.x() < left && position.x() >= left - indentation();
     return isOnExpander && model()->hasChildren(index) ? TreeNodeRef() : NodeOf(index);

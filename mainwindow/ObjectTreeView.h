@@ -4,8 +4,8 @@
 
 #include <QTreeView>
 
-/// The object tree as the operator works on it: tells what the mouse and the keyboard did to nodes; selecting from code
-/// tells nothing.
+/// The object tree as the operator uses it: signals what mouse and keyboard do to nodes; selecting from code signals
+/// nothing.
 class ObjectTreeView : public QTreeView
 {
     Q_OBJECT
@@ -14,15 +14,16 @@ public:
     explicit ObjectTreeView(QWidget* parent = nullptr);
 
     TreeNodeRef SelectedNode() const;
-    /// Selects the node and scrolls to it, its ancestors expanded. None, or a node that left the tree: nothing happens.
+    /// Selects the node, expands its ancestors and scrolls to it. Does nothing for null or a node that has left the
+    /// tree.
     void SelectNode(const TreeNodeRef& node);
 
 Q_SIGNALS:
     /// A button was pressed anywhere on the tree.
     void MouseDown(Qt::MouseButton button);
-    /// After MouseDown, when the press hit a node; `position` is on the screen.
+    /// Follows MouseDown when the press was on a node; `position` is on the screen.
     void NodeClick(const TreeNodeRef& node, const QPoint& position);
-    /// The keyboard moved the selection to a node, or acts on it.
+    /// The keyboard has moved the selection to a node or acts on it.
     void NodeKey(const TreeNodeRef& node);
     /// A double-click anywhere on the tree, or Enter on a node.
     void DblClick();
@@ -39,7 +40,7 @@ protected:
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
 
 private:
-    /// Says the whole name where the pane is too narrow for it.
+    /// Shows the whole name when the pane is too narrow for it.
     void ShowToolTip(const QHelpEvent& event);
     TreeNodeRef NodeOf(const QModelIndex& index) const;
     TreeNodeRef NodeUnder(const QPoint& position) const;

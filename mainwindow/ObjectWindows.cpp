@@ -23,13 +23,13 @@ QString ItemCaption(const TreeNodeRef& node)
     return ControllerCaption(node->Parent()) + QStringLiteral(".Item(%1)").arg(node->Text());
 }
 
-/// A window title in which Qt reads no mark for unsaved changes.
+/// A window title in which Qt finds no placeholder for unsaved changes.
 QString LiteralTitle(QString text)
 {
     return text.replace(QStringLiteral("[*]"), QStringLiteral("[*][*]"));
 }
 
-/// The window's icon is its node's; the frame that holds it shows its own.
+/// The window has its node's icon; the frame around it shows its own.
 void SetNodeIcon(ChildWindow& form, const TreeNodeRef& node)
 {
     const QIcon icon = modMain::GetMainWindow()->Tree().Image(node->Tag());
@@ -37,7 +37,7 @@ void SetNodeIcon(ChildWindow& form, const TreeNodeRef& node)
     if (form.parentWidget()) form.parentWidget()->setWindowIcon(icon);
 }
 
-/// One window per node: the one that is open comes to the front, else a new one opens; one that refuses to load goes.
+/// One window per node: an open one comes to the front, otherwise a new one opens. Deleted if it refuses to load.
 template <typename Form, QString (*Caption)(const TreeNodeRef&)>
 void ShowNodeWindow(const TreeNodeRef& node)
 {
@@ -51,7 +51,7 @@ void ShowNodeWindow(const TreeNodeRef& node)
     form->ShowForm();
 }
 
-/// The one window of its kind: the one that is open, else a new one; null when it refuses to load.
+/// The only window of its kind: the open one, else a new one; null when that refuses to load.
 template <typename Form>
 Form* SingleWindow(const TreeNodeRef& node)
 {
@@ -61,7 +61,7 @@ Form* SingleWindow(const TreeNodeRef& node)
     return ChildWindow::Open<Form>(node);
 }
 
-/// An object that exists once has one window: where it is open it comes to the front, else it opens.
+/// An object that exists once has one window: if it is open it comes to the front, otherwise it opens.
 template <typename Form>
 void ShowSingleWindow(const TreeNodeRef& node)
 {
@@ -76,7 +76,7 @@ void AddItem(const TreeNodeRef& node)
     ShowAddItem(modMain::Engine->get_Controller(Variant(node->Text())), node);
 }
 
-/// One window for the application, without a node: it writes to the controller that it was opened for last.
+/// One window for the whole application, without a node: it writes to the controller for which it was last opened.
 void BatchWrite(const TreeNodeRef& node)
 {
     auto* form = SingleWindow<frmBatchWrite>(TreeNodeRef());

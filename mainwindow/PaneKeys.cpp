@@ -52,7 +52,7 @@ QWidget* PaneKeys::ControlOf(QWidget* pane) const
     return pane == m_Children ? ControlOfActiveChild() : pane;
 }
 
-/// The one that had the focus last, else the first.
+/// The one that last had the focus, else the first.
 QWidget* PaneKeys::ControlOfActiveChild() const
 {
     const QMdiSubWindow* child = m_Children->currentSubWindow();

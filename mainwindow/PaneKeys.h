@@ -6,7 +6,7 @@
 class QMdiArea;
 class QWidget;
 
-/// F6 and Shift+F6 take the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
+/// F6 and Shift+F6 move the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
 /// When the last child window closes, the tree gets the focus.
 class PaneKeys : public QObject
 {
@@ -19,7 +19,7 @@ private:
     void AddKey(const QKeySequence& key, int step);
     void Move(int step);
     void CatchLostFocus();
-    /// The pane's control that takes the focus; null when the pane shows none.
+    /// The control of the pane that takes the focus; null when the pane has none.
     QWidget* ControlOf(QWidget* pane) const;
     QWidget* ControlOfActiveChild() const;
 

@@ -9,9 +9,9 @@
 
 namespace {
 
-/// The highest that the bar above the log goes, so that the label above the tree stays in sight.
+/// The upper limit of the bar above the log, so that the label above the tree stays visible.
 constexpr int MinHBarTop = 262;
-/// One row of the windows' font; twips grow with it.
+/// One row in the windows' font; twips scale with it.
 constexpr int TwipsOfRow = 255;
 
 } // namespace

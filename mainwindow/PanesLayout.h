@@ -24,9 +24,9 @@ public:
     };
     explicit PanesLayout(const Panes& panes);
 
-    /// Lays the frame out again for the size it has.
+    /// Lays out the frame again for its current size.
     void Place();
-    /// A pane comes or goes with its label and its bar; the others take the room.
+    /// Shows or hides a pane with its label and its bar; the others take the room.
     void ShowObjectPane(bool show);
     void ShowLogPane(bool show);
 
@@ -35,7 +35,7 @@ public:
 private:
     void picVBar_MouseMove(const QPoint& position);
     void picHBar_MouseMove(const QPoint& position);
-    /// Returns what is left above the log.
+    /// Returns the room that is left above the log.
     int PlaceLog();
     void PlaceAboveLog(int height);
 

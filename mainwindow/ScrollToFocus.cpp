@@ -6,7 +6,7 @@
 
 namespace {
 
-/// What is too large for the room stays as it is while its beginning is in sight.
+/// A control that is too large for the room stays where it is while its beginning is visible.
 void Scroll(QScrollBar* bar, int begin, int end, int room)
 {
     if (begin < 0 || begin >= room) bar->setValue(bar->value() + std::min(begin, std::max(0, end - room)));
@@ -26,7 +26,7 @@ void ScrollToFocus::FocusChanged(QWidget* /*before*/, const QWidget* now)
 {
     const QWidget* viewport = m_Area->viewport();
     if (!now || !viewport->isAncestorOf(now)) return;
-    // What the mouse was pressed on stays under it.
+    // The control under a pressed mouse button must not move away.
     if (QApplication::mouseButtons() != Qt::NoButton) return;
     const QRect place(now->mapTo(viewport, QPoint()), now->size());
     Scroll(m_Area->horizontalScrollBar(), place.left(), place.right() + 1, viewport->width());

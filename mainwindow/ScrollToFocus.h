@@ -5,8 +5,8 @@
 class QMdiArea;
 class QWidget;
 
-/// Where the main window is small, the keyboard reaches controls of child windows that are out of sight: the child area
-/// is then scrolled.
+/// When the main window is small, the keyboard can move the focus to controls of child windows that are out of sight;
+/// the child area is then scrolled to them.
 class ScrollToFocus : public QObject
 {
     Q_OBJECT

@@ -5,6 +5,6 @@
 class frmMDI;
 struct ConsoleServices;
 
-/// Starts the console on what it works with: loads the main window and shows it. Null when there is no engine: the
-/// operator was told, and the program is to end. The services must outlive the window.
+/// Starts the console with the given services: loads and shows the main window. Null when there is no engine: the
+/// operator has been told, and the program must end. The services must outlive the window.
 std::unique_ptr<frmMDI> StartConsole(ConsoleServices& services);

@@ -7,7 +7,8 @@
 
 class QStatusBar;
 
-/// One panel of the status bar: plain text, shortened to the room it has (the tool tip says it all), behind an image.
+/// One panel of the status bar: an image and a plain text, shortened to the room that it has (the tool tip shows it
+/// all).
 class StatusPanel : public QLabel
 {
     Q_OBJECT

@@ -42,7 +42,7 @@ void IgnoreFailure(Step&& step) noexcept
 {
     try {
         std::forward<Step>(step)();
-    } catch (...) { // Nothing keeps the window open.
+    } catch (...) { // nothing may keep the window open
     }
 }
 
@@ -74,7 +74,8 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
 frmMDI::~frmMDI()
 {
     Form_Unload();
-    modMain::ScriptTool.reset(); // Where dropping the engine's name failed it is still there.
+    // If dropping the engine's name has failed, it is still there.
+    modMain::ScriptTool.reset();
     modMain::SetMainWindow(nullptr);
 }
 
@@ -131,7 +132,7 @@ void frmMDI::ConnectPopups()
     BindCall(mnuPopupEng_3, u"Engine", u"Stop", &VelSQLEngine::Stop);
     BindCall(mnuPopupEng_4, u"Engine", u"Snapshot", &VelSQLEngine::Snapshot);
     Bind(mnuPopupCtrl_0, [this] { m_Commands.ShowCurrent({NodeTag::Controller}); });
-    // These drive the engine, not the controller, on purpose: operators rely on it.
+    // On purpose these drive the engine, not the controller: operators rely on it.
     BindCall(mnuPopupCtrl_2, u"Controller", u"Start", &VelSQLEngine::Start);
     BindCall(mnuPopupCtrl_3, u"Controller", u"Stop", &VelSQLEngine::Stop);
     BindCall(mnuPopupCtrl_4, u"Controller", u"Snapshot", &VelSQLEngine::Snapshot);
@@ -161,8 +162,10 @@ void frmMDI::ConnectToolbar()
     Bind(btnPaste, modMain::EditPaste);
     for (QAction* action : tlbar->actions()) {
         QWidget* button = tlbar->widgetForAction(action);
-        button->setAccessibleName(action->toolTip()); // The one for cutting has no caption, on purpose.
-        button->setFocusPolicy(Qt::NoFocus); // Pressing one leaves the focus, and with it the selection, where it is.
+        // On purpose the button for cutting has no caption.
+        button->setAccessibleName(action->toolTip());
+        // Pressing a button leaves the focus, and with it the selection, where it is.
+        button->setFocusPolicy(Qt::NoFocus);
     }
 }
 
@@ -200,7 +203,7 @@ void frmMDI::Form_Unload()
 
 bool frmMDI::event(QEvent* event)
 {
-    // The panels are not for the tips of menu entries.
+    // The panels do not show the tips of menu entries.
     return event->type() == QEvent::StatusTip || QMainWindow::event(event);
 }
 
@@ -290,7 +293,7 @@ void frmMDI::CascadeWindows()
     modMain::SetStatus(QStringLiteral("Ready."));
 }
 
-/// Dialogs that are open while the console is closed. Closing one may delete another.
+/// The dialogs that are open when the console is closed. Closing one may delete another.
 void frmMDI::CloseDialogs()
 {
     const auto found = findChildren<QDialog*>();

@@ -25,7 +25,7 @@ public:
 
     /// Creates the engine and builds the tree. A failure is shown in one message box and skips the rest of the load.
     void Form_Load();
-    /// Closes all child windows and releases the server's objects, whatever fails on the way; once.
+    /// Closes all child windows and releases the server's objects, whatever fails on the way; runs once.
     void Form_Unload();
 
     QWidget* Widget() override { return this; }
@@ -46,11 +46,11 @@ protected:
 
 private:
     void SetFirstSize();
-    /// Connects an entry or button to its command. Whatever the command throws ends in one log line, not in the event
+    /// Connects an entry or button to its command. An exception from the command ends in one log line, not in the event
     /// loop.
     template <typename Command, typename... Arguments>
     void Bind(QAction* entry, Command command, Arguments... arguments);
-    /// Connects an entry to a call on the engine, which is called `object` in the log.
+    /// Connects an entry to a call on the engine, which the log calls `object`.
     void BindCall(QAction* entry, QStringView object, QStringView operation, void (VelSQLEngine::*call)());
     void ConnectTree();
     void ConnectMenus();
@@ -61,7 +61,7 @@ private:
     void treeObject_MouseDown(Qt::MouseButton button);
     void treeObject_NodeClick(const TreeNodeRef& node, const QPoint& position);
     void treeObject_NodeKey(const TreeNodeRef& node);
-    /// Throws what the window's load throws.
+    /// Throws what loading the window throws.
     void treeObject_DblClick();
     void tmrObjChk_Timer();
     void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);

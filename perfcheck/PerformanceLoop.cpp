@@ -19,7 +19,7 @@ public:
     {
     }
 
-    /// One cycle; false when the run is to end. Nothing belongs in here that is not to be measured.
+    /// One cycle; false when the run is to end. Only what is to be measured belongs here.
     bool Run()
     {
         if (m_Task.Writes && !Step(CheckResult::WriteFailed, [this] { m_Task.Item->put_Value(m_Task.Value); }))
@@ -59,7 +59,7 @@ private:
 
     const CheckTask& m_Task;
     Variant m_Read;
-    /// Whether `m_Read` is what this cycle read: there is nothing to compare after a read that failed.
+    /// Whether `m_Read` was read in this cycle: after a failed read there is nothing to compare.
     bool m_HasRead = false;
     CheckResult m_Result = CheckResult::Success;
 };

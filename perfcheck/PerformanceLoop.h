@@ -2,21 +2,21 @@
 
 #include "core/automation/ServerObjects.h"
 
-/// What is done in each cycle of a performance check.
+/// What each cycle of a performance check does.
 struct CheckTask
 {
     ItemRef Item;
     bool Writes = false;
     bool Reads = true;
-    /// What is written.
+    /// The value to write.
     Variant Value = {};
-    /// Whether what was read must be what was written; only where both are done.
+    /// Whether the value read must equal the value written; only when both are done.
     bool ChecksData = false;
     bool IgnoresErrors = false;
     bool OutputsValue = false;
 };
 
-/// How long the cycles are repeated: for a time, a number of times, or until they are stopped.
+/// How long the cycles are repeated: for a time, for a number of cycles, or until stopped.
 struct CheckPattern
 {
     enum class Kind
@@ -27,9 +27,9 @@ struct CheckPattern
     };
 
     Kind Repeats = Kind::Counted;
-    /// Milliseconds, of Timed.
+    /// In milliseconds, for Timed.
     qint32 Duration = 0;
-    /// Cycles, of Counted.
+    /// Number of cycles, for Counted.
     qint32 Count = 1;
 };
 
@@ -44,6 +44,6 @@ enum class CheckResult
 /// Milliseconds between two readings of the tick counter. Intended: across its wrap the result is one short.
 quint32 ElapsedTicks(quint32 start, quint32 end);
 
-/// Runs the cycles from the tick `start` on, and lets events run once in each. Ends early when `stop` becomes true, at
+/// Runs the cycles from the tick `start` on and lets events run once in each. Ends early when `stop` becomes true, at
 /// the first failure that is not ignored, and at the first difference. Never throws.
 CheckResult RunPerformanceLoop(const CheckTask& task, const CheckPattern& pattern, quint32 start, const bool& stop);

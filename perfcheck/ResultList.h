@@ -10,7 +10,7 @@ class ResultList : public QTreeWidget
 public:
     explicit ResultList(QWidget* parent = nullptr);
 
-    /// Appends a row and scrolls to it; what is not given stays empty.
+    /// Appends a row and scrolls to it; missing columns stay empty.
     void AddRow(const QString& action, const QString& time = {}, const QString& timeRequired = {},
                 const QString& value = {});
 };

@@ -49,7 +49,7 @@ bool UpDown::eventFilter(QObject* watched, QEvent* event)
     return true;
 }
 
-/// A text that is not a number counts as the lowest one.
+/// A text that is not a number counts as the lowest value.
 void UpDown::Step(qint64 step)
 {
     if (!m_Buddy) return;

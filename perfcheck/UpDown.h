@@ -5,7 +5,7 @@
 
 class QLineEdit;
 
-/// A pair of arrows that count the number in a text field of its own up and down.
+/// A pair of arrows that count the number in a text field up and down.
 class UpDown : public QWidget
 {
     Q_OBJECT
@@ -13,7 +13,7 @@ class UpDown : public QWidget
 public:
     explicit UpDown(QWidget* parent = nullptr);
 
-    /// The field whose number is counted, from `minimum` to `maximum`; its Up and Down keys count too.
+    /// The field whose number is counted, from `minimum` to `maximum`; its Up and Down keys count, too.
     void SetBuddy(QLineEdit* field, qint32 minimum, qint32 maximum);
 
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -15,7 +15,8 @@ using namespace modMain;
 namespace {
 
 constexpr int TypeIndexBstr = 10;
-constexpr qint32 MaxHour = 500; // more would not fit into 32 bits of milliseconds
+// More would not fit into 32 bits of milliseconds.
+constexpr qint32 MaxHour = 500;
 constexpr qint32 MaxMinute = 59;
 constexpr qint32 MaxCount = 65535;
 
@@ -37,7 +38,7 @@ QString WrittenText(const Variant& value)
     return value.IsEmpty() || value.IsNull() ? QString() : ValueTextOf(Converter().ValueToText(value, 0));
 }
 
-/// The operations are named after the server's interface.
+/// The operations are named as in the server's interface.
 QString FailureText(CheckResult result)
 {
     switch (result) {
@@ -63,7 +64,7 @@ frmPerfChk::frmPerfChk(QWidget* parent)
 frmPerfChk::~frmPerfChk()
 {
     *m_Stop = true;
-    modAPI::SetPriorityClass(modAPI::NORMAL_PRIORITY_CLASS); // intended: whatever it was before
+    modAPI::SetPriorityClass(modAPI::NORMAL_PRIORITY_CLASS); // intended: whatever the class was before
 }
 
 void frmPerfChk::Form_Load()
@@ -129,7 +130,7 @@ bool frmPerfChk::Validate(QLineEdit* field, qint32 minimum, qint32 maximum, cons
             return true;
         }
     } catch (const ValueError&) {
-        // beyond 32 bits is out of range as well
+        // A number beyond 32 bits is out of range, too.
     }
     ShowExclamation(complaint);
     SelectAllText(field);
@@ -164,7 +165,8 @@ void frmPerfChk::SetRunningState(State state)
     const QList<QWidget*> plain = {fraPattern,   optPattern_0,   optPattern_1,   optPattern_2,
                                    fraReadWrite, optReadWrite_0, optReadWrite_1, optReadWrite_2,
                                    chkIgnore,    chkOutput,      cmdClear,       cmdExit};
-    cmdStop->setEnabled(!idle); // first of all, so that the focus has a place to go
+    // First of all, so that the focus has somewhere to go.
+    cmdStop->setEnabled(!idle);
     for (QWidget* control : plain) control->setEnabled(idle);
     if (idle) {
         optPattern_Click();
@@ -217,7 +219,7 @@ void frmPerfChk::cmdStart_Click()
 void frmPerfChk::Start()
 {
     const QPointer<frmPerfChk> self(this);
-    SetStatus(QStringLiteral("Runnning performance check...")); // spelled so on purpose
+    SetStatus(QStringLiteral("Runnning performance check...")); // spelled like this on purpose
     RunPerformanceCheck(Task(), Pattern());
     if (self) SetStatus(QString());
 }
@@ -240,7 +242,7 @@ void frmPerfChk::ShowResult(CheckResult result, quint32 start, const CheckTask& 
         lvResult->AddRow(QStringLiteral("END"), LocalTime(), QString::number(elapsed), value);
         return;
     }
-    lvResult->AddRow(QStringLiteral("ERROR OCCURED!")); // spelled so on purpose
+    lvResult->AddRow(QStringLiteral("ERROR OCCURED!")); // spelled like this on purpose
     ShowExclamation(FailureText(result));
 }
 

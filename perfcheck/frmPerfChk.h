@@ -21,7 +21,7 @@ public:
     /// The item to test; set by the opener.
     ItemRef m_csItem;
 
-    /// Closes the dialog whatever it does: a run ends after its cycle, silently.
+    /// Closes the dialog whatever it is doing: a run ends after its current cycle, silently.
     void Unload();
 
     /// The operator's ways of closing (frame, Esc, "Exit"); a running check keeps the dialog open.
@@ -57,6 +57,6 @@ private:
 
     State m_State = State::Idle;
     bool m_Unloading = false;
-    /// Outlives the dialog for a loop that is under way.
+    /// Shared with a running loop, which may outlive the dialog.
     std::shared_ptr<bool> m_Stop = std::make_shared<bool>(false);
 };

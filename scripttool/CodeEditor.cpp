@@ -38,7 +38,7 @@ QTextEdit::ExtraSelection LineMark(QTextCursor cursor, const QColor& ground)
 
 } // namespace
 
-/// The column left of the text.
+/// The column to the left of the text.
 class CodeEditor::LineNumbers : public QWidget
 {
 public:
@@ -82,7 +82,8 @@ CodeEditor::CodeEditor(QWidget* parent)
 
 QString CodeEditor::Script() const
 {
-    return document()->toRawText().replace(QChar::ParagraphSeparator, u'\n'); // the plain text would lose hard spaces
+    // The plain text would lose non-breaking spaces.
+    return document()->toRawText().replace(QChar::ParagraphSeparator, u'\n');
 }
 
 void CodeEditor::SetScript(const QString& script)
@@ -182,7 +183,7 @@ void CodeEditor::IndentLines(bool deeper)
 {
     QTextCursor cursor = textCursor();
     QTextBlock block = document()->findBlock(cursor.selectionStart());
-    // A line that is selected only up to its beginning does not count.
+    // A line of which only the beginning is selected does not count.
     const QTextBlock last = document()->findBlock(cursor.selectionEnd() - (SelectsSeveralLines() ? 1 : 0));
     cursor.beginEditBlock();
     for (; block.isValid() && block.position() <= last.position(); block = block.next()) {

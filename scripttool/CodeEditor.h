@@ -12,25 +12,25 @@ class CodeEditor : public QPlainTextEdit
 
 public:
     static constexpr int IndentWidth = 4;
-    /// Longer texts are refused: they take too long to lay out and colour.
+    /// Longer texts are refused: laying them out and colouring them takes too long.
     static constexpr qsizetype MaxCharacters = 1024 * 1024;
     static constexpr qsizetype MaxLineLength = 32 * 1024;
 
     explicit CodeEditor(QWidget* parent = nullptr);
 
-    /// The script with LF between its lines, every character as it was typed.
+    /// The script with LF between its lines, every character as typed.
     QString Script() const;
-    /// Replaces the script, whatever ends its lines. Throws DescribedError when the text is too long.
+    /// Replaces the script, with any kind of line end. Throws DescribedError when the text is too long.
     void SetScript(const QString& script);
 
-    /// `line` counts from 1; lines that do not exist change nothing.
+    /// `line` counts from 1; a line that does not exist changes nothing.
     void GoToLine(int line);
-    /// Marks a line until the mark is cleared; it stays with its line when lines before it change.
+    /// Marks a line until the mark is cleared; the mark moves along when lines before it change.
     void MarkError(int line);
     void ClearError();
 
 Q_SIGNALS:
-    /// Pasted text was not taken; a sentence for the operator.
+    /// Pasted text was refused; the argument is a sentence for the operator.
     void Refused(const QString& why);
 
 protected:

@@ -39,7 +39,7 @@ void FindBar::FindPrevious()
     Find(QTextDocument::FindBackward);
 }
 
-/// A longer text is searched for from where the shorter one was found.
+/// A longer text is searched from where the shorter one was found.
 void FindBar::txtFind_TextEdited()
 {
     QTextCursor cursor = m_Editor->textCursor();

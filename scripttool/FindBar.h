@@ -13,11 +13,11 @@ public:
     explicit FindBar(QWidget* parent = nullptr);
 
     void SetEditor(QPlainTextEdit* editor) { m_Editor = editor; }
-    /// Shows the bar with the editor's selection, if that is within one line, ready to be typed over.
+    /// Shows the bar with the editor's selection, if that lies within one line, ready to be overwritten.
     void Open();
-    /// Hides the bar; the editor gets the focus.
+    /// Hides the bar and gives the focus to the editor.
     void Close();
-    /// Without a text to search for they open the bar.
+    /// Without a text to search for, these open the bar.
     void FindNext();
     void FindPrevious();
 

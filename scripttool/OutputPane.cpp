@@ -14,8 +14,8 @@ namespace {
 
 constexpr int IsError = QTextFormat::UserProperty;
 
-/// What a script prints as text that the document takes unchanged: control characters would be invisible, and some
-/// would end lines.
+/// The printed text in a form that the document takes unchanged: control characters would be invisible, and some would
+/// end lines.
 QString Printable(QString text)
 {
     text.remove(u'\r');
@@ -27,7 +27,7 @@ QString Printable(QString text)
     return text;
 }
 
-/// The last lines of a text, as many as a pane shows; all of it when it has fewer.
+/// The last lines of a text, as many as a pane shows; the whole text when it has fewer.
 QStringView LastLines(QStringView text)
 {
     int lines = 0;
@@ -113,7 +113,7 @@ void OutputPane::changeEvent(QEvent* event)
     if (event->type() == QEvent::PaletteChange) ColourErrors();
 }
 
-/// Text printed earlier follows the desktop's colours, too.
+/// Earlier text follows the desktop's colours, too.
 void OutputPane::ColourErrors()
 {
     QList<std::pair<int, int>> errors;

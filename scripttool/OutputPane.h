@@ -2,7 +2,7 @@
 
 #include "core/LinePane.h"
 
-/// Shows what a script prints, plain or as an error, and keeps the end of it: the last lines, up to a bound.
+/// Shows what a script prints, plain or as an error. Keeps the end of it: a limited number of last lines.
 class OutputPane : public LinePane
 {
     Q_OBJECT
@@ -19,7 +19,7 @@ public:
     static constexpr int MaxCharacters = 2 * 1024 * 1024;
     explicit OutputPane(QWidget* parent = nullptr);
 
-    /// Adds `text` at the end, which stays in sight unless the operator has scrolled away from it.
+    /// Adds `text` at the end, and scrolls to it unless the operator has scrolled away.
     void Append(const QString& text, Kind kind);
 
 Q_SIGNALS:

@@ -9,7 +9,7 @@
 OutputPipe::OutputPipe()
 {
     if (pipe2(m_Ends, O_CLOEXEC) != 0) throw DescribedError(qt_error_string(errno));
-    fcntl(ReadingEnd(), F_SETFL, O_NONBLOCK); // the writer's end waits
+    fcntl(ReadingEnd(), F_SETFL, O_NONBLOCK); // the writing end blocks
 }
 
 OutputPipe::~OutputPipe()
@@ -28,7 +28,8 @@ QByteArray OutputPipe::Read(qsizetype bytes)
 {
     QByteArray text(bytes, Qt::Uninitialized);
     qsizetype length = 0;
-    while (length < bytes) { // a writer of short lines fills the pipe in small pieces
+    // A writer of short lines fills the pipe in small pieces.
+    while (length < bytes) {
         const ssize_t part = read(ReadingEnd(), text.data() + length, static_cast<size_t>(bytes - length));
         if (part < 0 && errno == EINTR) continue;
         if (part == 0 || (part < 0 && errno != EAGAIN)) m_AtEnd = true;

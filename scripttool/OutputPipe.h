@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 
-/// A pipe whose writing end goes to another process: unread bytes stay in it and hold the writer back.
+/// A pipe whose writing end goes to another process: unread bytes stay in it and make the writer wait.
 class OutputPipe
 {
 public:
@@ -15,9 +15,9 @@ public:
     int ReadingEnd() const { return m_Ends[0]; }
     int WritingEnd() const { return m_Ends[1]; }
     void CloseWritingEnd();
-    /// The bytes that are there now, at most `bytes`, possibly none; never waits.
+    /// The bytes that have arrived, at most `bytes`, possibly none; never waits.
     QByteArray Read(qsizetype bytes);
-    /// All writers have closed it, and everything was read.
+    /// True when all writers have closed it and everything has been read.
     bool IsAtEnd() const { return m_AtEnd; }
 
 private:

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Longer lines are data rather than code, and would take long to colour.
+/// Longer lines are data rather than code, and take long to colour.
 constexpr qsizetype LongestColoured = 1024;
 
 const QSet<QString>& Keywords()
@@ -23,7 +23,7 @@ const QSet<QString>& Keywords()
     return Words;
 }
 
-/// Keywords that are values by themselves.
+/// Keywords that are themselves values.
 bool IsValue(const QString& keyword)
 {
     static const QSet<QString> Values = {QStringLiteral("this"), QStringLiteral("super"), QStringLiteral("null"),
@@ -31,7 +31,7 @@ bool IsValue(const QString& keyword)
     return Values.contains(keyword);
 }
 
-/// One token of a line, by the name of its group. What is not matched as a whole (an open text) goes to the end of the
+/// One token of a line, by the name of its group. An unfinished token (such as an open text) goes to the end of the
 /// line.
 const QRegularExpression& Token()
 {
@@ -137,7 +137,7 @@ qsizetype ScriptHighlighter::TakeWord(qsizetype at, const QString& word)
     return at + word.size();
 }
 
-/// Colours up to `end`, or, when it is -1, up to the end of the line; the next line then continues the same word.
+/// Colours up to `end`, or, when that is -1, up to the end of the line; the next line then continues the same token.
 qsizetype ScriptHighlighter::TakeUntil(qsizetype start, qsizetype end, Word word, State goesOn)
 {
     if (end < 0) setCurrentBlockState(goesOn);

@@ -20,14 +20,14 @@ public:
 
     explicit ScriptHighlighter(QTextDocument* document);
 
-    /// Takes the colours that can be read on this palette's ground and paints with them from now on.
+    /// Chooses colours that are legible on this palette's background and uses them from now on.
     void SetColours(const QPalette& palette);
 
 protected:
     void highlightBlock(const QString& text) override;
 
 private:
-    /// What a line continues from the one before.
+    /// What a line continues from the previous one.
     enum State
     {
         InCode = -1,
@@ -43,6 +43,6 @@ private:
     std::array<QTextCharFormat, 4> m_Formats;
     /// The line being coloured.
     QString m_Line;
-    /// Whether a value stands before the current position, so that a slash divides it.
+    /// Whether a value stands before the current position, so that a slash is a division.
     bool m_AfterValue = false;
 };

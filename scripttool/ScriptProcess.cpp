@@ -12,7 +12,7 @@ namespace {
 
 constexpr qsizetype BytesATurn = 64 * 1024;
 constexpr int PatienceMs = 500;
-// What velsqlscript --mark-errors puts around an error in its output; no text of UTF-8 holds these bytes.
+// velsqlscript --mark-errors puts these around an error in its output; UTF-8 text never contains these bytes.
 constexpr char ErrorBegins = '\xFE';
 constexpr char ErrorEnds = '\xFF';
 
@@ -67,7 +67,8 @@ void ScriptProcess::Start(const QString& program, const QStringList& arguments, 
     if (m_Process.state() == QProcess::NotRunning) return;
     m_Group = m_Process.processId();
     setpgid(static_cast<pid_t>(m_Group),
-            static_cast<pid_t>(m_Group)); // parent and child both do it: either may come first
+            // Parent and child both do this, because either may come first.
+            static_cast<pid_t>(m_Group));
     m_Output->Pipe.CloseWritingEnd();
     m_Errors->Pipe.CloseWritingEnd();
     m_Process.write(script);
@@ -82,7 +83,7 @@ void ScriptProcess::OpenSources()
     connect(&m_Errors->Arrival, &QSocketNotifier::activated, this, &ScriptProcess::TakeTurn);
 }
 
-/// QProcess would read without bound, so the process writes to our own pipes.
+/// QProcess would read without limit, so the process writes to our own pipes.
 void ScriptProcess::SetUpChild()
 {
     m_Process.setProcessChannelMode(QProcess::ForwardedChannels);
@@ -117,12 +118,12 @@ void ScriptProcess::TakeTurn()
     m_Output->Arrival.setEnabled(false);
     m_Errors->Arrival.setEnabled(false);
     m_Turn.start();
-    // Errors without marks, such as a crash's, come last.
+    // Errors without marks, for example those of a crash, come last.
     m_MoreWaits = Deliver(*m_Output) || Deliver(*m_Errors);
-    m_Pause.start(static_cast<int>(std::max<qint64>(FrameMs, m_Turn.elapsed()))); // half of the time at most
+    m_Pause.start(static_cast<int>(std::max<qint64>(FrameMs, m_Turn.elapsed()))); // at most half of the time
 }
 
-/// True when more may be waiting.
+/// True when there may be more to read.
 bool ScriptProcess::Deliver(Source& source)
 {
     if (source.Unread.isEmpty()) source.Unread = source.Pipe.Read(BytesATurn);
@@ -144,7 +145,7 @@ void ScriptProcess::TurnIsOver()
 {
     const bool isAllRead = m_Output->Unread.isEmpty() && m_Errors->Unread.isEmpty();
     if (m_How.isEmpty()) return isAllRead ? Listen() : TakeTurn();
-    // The process has ended; what its own children still print is read until they pause or are stopped.
+    // The process has ended; the output of its own children is still read until they pause or are stopped.
     if (m_MoreWaits && !m_Stopped) return TakeTurn();
     if (m_Stopped) Signal(SIGKILL);
     m_Group = 0;

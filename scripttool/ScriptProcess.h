@@ -11,7 +11,7 @@
 #include <memory>
 
 /// One run of a script in a separate process, which ends with this object, whatever it is doing. Output is read at most
-/// once a frame and in bounded pieces; a script that prints faster waits.
+/// once a frame and in limited pieces; a script that prints faster has to wait.
 class ScriptProcess : public QObject
 {
     Q_OBJECT
@@ -26,15 +26,15 @@ public:
     explicit ScriptProcess(QObject* parent);
     ~ScriptProcess() override;
 
-    /// To be called once: runs `program`, which gets `script` by its standard input.
+    /// To be called once: runs `program`, which gets `script` on its standard input.
     void Start(const QString& program, const QStringList& arguments, const QByteArray& script);
-    /// Asks the process and those that it started to end, and ends them half a second later.
+    /// Asks the process and its own children to end, and kills them half a second later.
     void Stop();
 
 Q_SIGNALS:
     void Printed(ScriptProcess::Channel channel, const QString& text);
-    /// Once, when the process has ended (or could not be started) and all it printed was delivered; a sentence for the
-    /// operator.
+    /// Emitted once, when the process has ended (or could not be started) and all of its output has been delivered; the
+    /// argument is a sentence for the operator.
     void Ended(const QString& how);
 
 private:
@@ -44,9 +44,10 @@ private:
         explicit Source(Channel channel);
 
         OutputPipe Pipe;
-        QByteArray Unread; ///< read from the pipe, but not delivered yet
+        QByteArray Unread; ///< read from the pipe, but not yet delivered
         const Channel Own;
-        Channel Kind; ///< of what is read now: marks may enclose errors in the output
+        /// The channel of what is read now: marks may enclose errors in the output.
+        Channel Kind;
         QStringDecoder Decode{QStringDecoder::Utf8};
         QSocketNotifier Arrival;
     };

@@ -19,14 +19,14 @@ public:
     ~ScriptTool() override;
 
     void Show() override;
-    /// Only the engine can be given, under any number of names; throws ServerError for other objects, for names that
-    /// are not identifiers, and for names already taken.
+    /// Accepts only the engine, under any number of names. Throws ServerError for other objects, for names that are not
+    /// identifiers, and for names that are already in use.
     void AddObject(const QString& name, const ObjectRef& object) override;
-    /// Throws ServerError for names that were not given.
+    /// Throws ServerError for unknown names.
     void RemoveObject(const QString& name) override;
-    /// With CR LF between lines.
+    /// With CR LF between the lines.
     QString get_Script() override;
-    /// Throws ServerError when the editor cannot take so long a text.
+    /// Throws ServerError when the text is too long for the editor.
     void put_Script(const QString& script) override;
 
 private:

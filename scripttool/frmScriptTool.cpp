@@ -6,7 +6,7 @@
 #include <QScreen>
 #include <QShortcut>
 
-/// A static library's resources are linked only when asked for, and never from inside a namespace.
+/// A static library's resources are linked only on request, and never from inside a namespace.
 static void InitImages()
 {
     Q_INIT_RESOURCE(scripttool);
@@ -15,12 +15,12 @@ static void InitImages()
 namespace {
 
 const QString ProgramName = QStringLiteral("velsqlscript");
-/// What the script process calls the script in its messages, such as "Script:12: ...".
+/// The script process uses this name for the script in its messages, such as "Script:12: ...".
 const QString Title = QStringLiteral("Script");
 
 constexpr qsizetype LongestErrorLine = 4096;
 
-/// The script's line, from 1, that the first message with a line number names; 0 without one.
+/// The script's line, from 1, in the first message that has a line number; 0 when there is none.
 int LineOfError(const QString& messages)
 {
     static const QRegularExpression Place(u'^' + Title + QStringLiteral(":([0-9]{1,9})[^0-9]"),
@@ -28,7 +28,7 @@ int LineOfError(const QString& messages)
     return Place.match(messages).captured(1).toInt();
 }
 
-/// The script's line that a line of the output names, in a message or in its call stack; 0 without one.
+/// The script's line that an output line names, in a message or its call stack; 0 when there is none.
 int LineNamed(const QString& output)
 {
     static const QRegularExpression Step(QStringLiteral("^ +in line ([0-9]{1,9})\\b"));
@@ -131,7 +131,7 @@ QString frmScriptTool::Program() const
 
 QStringList frmScriptTool::Arguments() const
 {
-    // The console starts a server when it starts itself, and at no other time.
+    // The console starts a server only when the console itself starts.
     QStringList arguments{QStringLiteral("--attach"), QStringLiteral("--mark-errors"), QStringLiteral("--title"),
                           Title};
     for (const QString& name : m_Names) arguments << QStringLiteral("--name") << name;

@@ -7,8 +7,8 @@
 #include <QTimer>
 
 /// The window of the script tool: an editor, and the output of the script. It is a top-level window beside the main
-/// window; "C&lose All" closes only the console's own windows, not this one. Closing its frame hides it: its text
-/// stays, and a running script continues, as a batch does in its hidden window.
+/// window; "C&lose All" closes only the console's own windows, not this one. Closing its frame only hides it: its text
+/// stays, and a running script continues, like a batch in a hidden window.
 class frmScriptTool : public QWidget, private Ui::frmScriptTool
 {
     Q_OBJECT
@@ -18,7 +18,7 @@ public:
 
     /// Brings the window up: visible, in front, active.
     void ShowForm();
-    /// The names by which scripts know the engine, from the next run.
+    /// The names under which scripts know the engine, from the next run on.
     void SetNames(const QStringList& names) { m_Names = names; }
     QString Script() const { return txtScript->Script(); }
     void SetScript(const QString& script) { txtScript->SetScript(script); }
@@ -46,7 +46,7 @@ private:
     ScriptProcess* m_Process = nullptr;
     QElapsedTimer m_Running;
     QTimer m_Seconds;
-    /// The end of what was printed as errors, until one with a line was marked.
+    /// The end of the error output so far, until an error with a line number has been marked.
     QString m_Errors;
     bool m_ErrorMarked = false;
 };

@@ -82,7 +82,7 @@ private:
 
     void KeepBlockComment()
     {
-        KeepEscaped(); // the two characters of its beginning
+        KeepEscaped(); // both characters of its beginning
         while (!AtEnd() && !(Now() == u'*' && NextIs(u'/'))) Keep();
         if (!AtEnd()) KeepEscaped();
     }
@@ -123,8 +123,8 @@ private:
         Keep();
     }
 
-    /// A "/" after a value divides. Guessed from the code before it, without a grammar; a wrong guess lasts one line at
-    /// most.
+    /// A "/" after a value is a division. This is guessed from the code before it, without a grammar; a wrong guess
+    /// affects one line at most.
     bool BeginsRegularExpression() const
     {
         const QStringView code = QStringView(m_Result).first(m_CodeEnd);
@@ -139,7 +139,8 @@ private:
     const QString& m_Script;
     QString m_Result;
     qsizetype m_At = 0;
-    qsizetype m_CodeEnd = 0; ///< the position after the last character of code so far
+    /// The position after the last character of code so far.
+    qsizetype m_CodeEnd = 0;
     bool m_LineIsBlank = true;
     bool m_InTemplate = false;
     int m_Depth = 0;

@@ -2,6 +2,6 @@
 
 #include <QString>
 
-/// A script in which lines whose first non-blank character is "'" are emptied, so that all lines keep their numbers.
-/// Inside template literals, strings continued on the next line and /* */ comments such lines stay.
+/// The script with all lines emptied whose first non-blank character is "'", so that all lines keep their numbers. Such
+/// lines stay inside template literals, strings continued on the next line and /* */ comments.
 QString WithoutCommentLines(const QString& script);

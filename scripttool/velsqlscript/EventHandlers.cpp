@@ -10,7 +10,7 @@ constexpr int CheckIntervalMs = 1000;
 
 } // namespace
 
-/// One controller's two handlers.
+/// The two handlers of one controller.
 class EventHandlers::Subscription final : public ControllerEvents
 {
 public:
@@ -24,7 +24,7 @@ public:
     QJSValue& Of(Kind kind) { return kind == Kind::ChangeState ? m_OnChangeState : m_OnChangeItem; }
     bool IsUsed() const { return m_OnChangeState.isCallable() || m_OnChangeItem.isCallable(); }
 
-    // A handler may remove itself and thereby this object: nothing may follow the delivery.
+    // A handler may remove itself and thereby this object, so nothing may follow the delivery.
     void OnChangeState(qint32 lNewVal) override { m_Handlers.Deliver({m_Name, Kind::ChangeState, lNewVal}); }
     void OnChangeItem(const ItemRef& pICSItem) override
     {

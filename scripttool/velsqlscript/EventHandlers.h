@@ -19,7 +19,7 @@ public:
         ChangeItem
     };
 
-    /// The first two outlive this object. `checkServer` throws when the server does not answer.
+    /// `values` and `prelude` outlive this object. `checkServer` throws when the server does not answer.
     EventHandlers(ScriptValues& values, const PreludeFunctions& prelude, std::function<void()> checkServer);
     ~EventHandlers();
 
@@ -32,13 +32,13 @@ public:
     /// How a wait ended.
     struct Outcome
     {
-        int Handled = 0;                ///< events
-        std::optional<QJSValue> Thrown; ///< by a handler, which ends the wait
+        int Handled = 0;                ///< number of events
+        std::optional<QJSValue> Thrown; ///< by a handler; this ends the wait
     };
-    /// Waits `milliseconds`, or only until an event was handled. Throws ServerError when the server ends while there
-    /// are handlers, which would otherwise wait for ever.
+    /// Waits for `milliseconds`, or only until an event has been handled. Throws ServerError when the server ends while
+    /// there are handlers, because these would then wait for ever.
     Outcome Wait(std::optional<int> milliseconds, bool untilHandled);
-    /// While a handler runs no other is called.
+    /// No handler is called while another one runs.
     bool IsHandling() const { return m_Depth > 0; }
 
 private:
@@ -51,7 +51,7 @@ private:
     };
 
     void Deliver(const Event& event);
-    /// Calls the handler that the script has now, if any.
+    /// Calls the script's current handler, if there is one.
     void Handle(const Event& event);
     QJSValue HandlerOf(const QString& controller, Kind kind);
     void HandleWaiting();
@@ -61,8 +61,9 @@ private:
     ScriptValues& m_Values;
     const PreludeFunctions& m_Prelude;
     std::function<void()> m_CheckServer;
-    std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< by the controller's name
-    std::deque<Event> m_Waiting; ///< arrived after a handler had thrown: kept for the next wait
+    std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< key: the controller's name
+    /// Arrived after a handler had thrown; kept for the next wait.
+    std::deque<Event> m_Waiting;
     QEventLoop* m_Loop = nullptr;
     bool m_UntilHandled = false;
     int m_Depth = 0;

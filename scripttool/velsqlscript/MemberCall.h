@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-/// Members made from the server objects' operations: arguments and results are converted to the operation's types.
+/// Makes members from the operations of server objects: arguments and results are converted to the operation's types.
 
 template <typename Object>
 Object& Self(const Variant& self)

@@ -24,7 +24,7 @@ std::vector<Member> EngineMembers()
     };
 }
 
-/// The server takes this index as an I2.
+/// The server expects this index as an I2.
 Member ControllerSettingData()
 {
     return {QStringLiteral("SettingData"),

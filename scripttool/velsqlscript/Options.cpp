@@ -57,7 +57,7 @@ int Memory(const QCommandLineParser& parser)
     return megabytes;
 }
 
-/// On one line, as messages begin with it.
+/// On one line, because messages begin with it.
 QString Title(const QCommandLineParser& parser, const QString& file)
 {
     QString title = parser.value(QStringLiteral("title"));

@@ -9,9 +9,10 @@ struct ScriptOptions
     QString Title;
     QStringList Names;
     int MemoryMegabytes = 1024;
-    bool AttachOnly = false;  ///< no server is started
-    bool MarksErrors = false; ///< in standard output
-    QString Answer;           ///< to --help and --version: printed, and nothing else is done
+    bool AttachOnly = false;  ///< does not start a server
+    bool MarksErrors = false; ///< on standard output
+    /// The answer to --help or --version; when it is not empty, it is printed and nothing else is done.
+    QString Answer;
 };
 
 /// Throws DescribedError for a command line that cannot be understood.

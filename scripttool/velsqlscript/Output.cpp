@@ -13,7 +13,7 @@ namespace {
 
 bool s_MarksErrors = false;
 
-/// The connection to the server needs SIGPIPE ignored, so it is raised by hand.
+/// The connection to the server needs SIGPIPE to be ignored, so the signal is raised by hand.
 [[noreturn]] void EndQuietly()
 {
     signal(SIGPIPE, SIG_DFL);
@@ -29,7 +29,7 @@ bool s_MarksErrors = false;
     std::_Exit(EXIT_FAILURE);
 }
 
-/// Descriptors shared with other processes may be non-blocking.
+/// Descriptors that are shared with other processes may be non-blocking.
 void WaitUntilWritable(int descriptor)
 {
     pollfd waiting{descriptor, POLLOUT, 0};
@@ -47,7 +47,7 @@ void WriteLine(Stream stream, const QString& line)
 {
     const bool isMarked = s_MarksErrors && stream == Stream::Error;
     const int descriptor = stream == Stream::Output || isMarked ? STDOUT_FILENO : STDERR_FILENO;
-    // No text of UTF-8 holds these bytes.
+    // UTF-8 text never contains these bytes.
     const QByteArray bytes = isMarked ? '\xFE' + line.toUtf8() + "\n\xFF" : line.toUtf8() + '\n';
     for (qsizetype written = 0; written < bytes.size();) {
         const ssize_t count =

@@ -12,6 +12,6 @@ enum class Stream
 /// reader gets all lines in order.
 void MarkErrors();
 
-/// Writes a line as UTF-8 at once, unbuffered. When the reader of a pipe has gone, the process ends silently, as
-/// SIGPIPE ends it.
+/// Writes a line as UTF-8 at once, unbuffered. When the reader of a pipe has gone, the process ends silently, as with
+/// SIGPIPE.
 void WriteLine(Stream stream, const QString& line);

@@ -15,7 +15,7 @@
 
 namespace {
 
-// Prepared in advance: nothing can be allocated when they are needed.
+// Prepared in advance, because nothing can be allocated once they are needed.
 QByteArray s_OutOfMemory;
 QByteArray s_OutOfStack;
 QByteArray s_Crashed;
@@ -23,13 +23,14 @@ std::uintptr_t s_StackEnd = 0; ///< the lowest address that the stack may reach
 std::array<std::byte, 65'536> s_HandlerStack;
 
 #ifdef __SANITIZE_ADDRESS__
-constexpr bool IsSanitized = true; ///< it reserves more than any limit, and reports crashes itself
+/// The sanitizer reserves more than any limit, and reports crashes itself.
+constexpr bool IsSanitized = true;
 #else
 constexpr bool IsSanitized = false;
 #endif
 
 constexpr std::uintptr_t StackMargin = 1'048'576;
-/// The script engine asks for memory in pieces of about this size.
+/// The script engine allocates memory in pieces of about this size.
 constexpr std::size_t Probe = 16'777'216;
 
 [[noreturn]] void EndWith(const QByteArray& message)
@@ -52,7 +53,7 @@ bool IsMemoryUsedUp()
     return false;
 }
 
-/// The script engine crashes when it gets no memory, or when its own recursion finds no stack.
+/// The script engine crashes when it gets no memory, or when its own recursion runs out of stack.
 void HandleCrash(int, siginfo_t* info, void*)
 {
     const auto address = reinterpret_cast<std::uintptr_t>(info->si_addr);

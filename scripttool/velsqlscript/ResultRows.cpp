@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Between two questions about the server's progress.
+/// Pause between two questions about the server's progress.
 constexpr unsigned long ShortestPauseMs = 1;
 constexpr unsigned long LongestPauseMs = 50;
 

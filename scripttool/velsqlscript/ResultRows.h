@@ -16,16 +16,17 @@ public:
 
     /// An array of texts.
     Variant Columns();
-    /// Waits until the server has read them all. An I4, beyond 32 bits an R8.
+    /// Waits until the server has read all rows. The number is an I4, or an R8 beyond 32 bits.
     Variant RowCount();
-    /// Whether there is such a row, once that is known. Throws ServerError when reading the result failed before it.
+    /// Whether the row exists, as soon as that is known. Throws ServerError when reading the result has failed before
+    /// that row.
     bool HasRow(qint64 row);
     /// An array of variants. Throws ValueError "Subscript out of range".
     Variant Row(qint32 row);
     Variant Cell(qint32 row, qint32 column);
 
 private:
-    /// Asks the server for its progress until it has read `enough` rows, or all.
+    /// Asks the server for its progress until it has read `enough` rows, or all of them.
     void WaitForRows(qint64 enough);
     const ResultPage& PageOf(qint32 row);
     qint32 ColumnCount();

@@ -76,7 +76,7 @@ void ScriptBridge::AddObject(const QString& name, const ObjectRef& object)
     m_Engine.globalObject().setProperty(name, m_Values.ToScript(object));
 }
 
-/// What an action throws becomes a script exception, thrown when control is back in the script.
+/// An exception from an action becomes a script exception, thrown when control returns to the script.
 template <typename Action>
 auto ScriptBridge::Guarded(Action action) -> decltype(action())
 {
@@ -209,7 +209,7 @@ int ScriptBridge::Wait(std::optional<int> milliseconds, bool untilHandled)
     return outcome.Handled;
 }
 
-/// Returns results that the script can no longer reach to the server, but not so often that it takes much of the time.
+/// Releases results at the server that the script can no longer reach, but not so often that it costs much time.
 void ScriptBridge::ReleaseResults()
 {
     constexpr qint64 atMostEveryMs = 100;
@@ -220,7 +220,8 @@ void ScriptBridge::ReleaseResults()
     m_ReleaseMs = m_Released.restart();
 }
 
-/// For scripts that run without a pause. One that keeps its results does not cause a collection at each statement.
+/// For scripts that run without a pause. A script that keeps its results does not cause a collection with each
+/// statement.
 void ScriptBridge::ReleaseManyResults()
 {
     if (ResultRows::Count() < m_ManyResults) return;
@@ -233,6 +234,7 @@ void ScriptBridge::Exit(double code)
     Guarded([&] {
         if (!(code >= 0 && code <= 255 && std::trunc(code) == code))
             throw ValueError(QStringLiteral("exit takes a whole number from 0 to 255"));
-        std::_Exit(static_cast<int>(code)); // nothing waits to be written, and the script goes no further
+        // Nothing waits to be written, and the script goes no further.
+        std::_Exit(static_cast<int>(code));
     });
 }

@@ -17,10 +17,10 @@ public:
 
     /// To be called once, before anything else: sets up the scripts' environment in the engine.
     void RunPrelude();
-    /// Scripts know the object under this global name from now on.
+    /// From now on scripts know the object under this global name.
     void AddObject(const QString& name, const ObjectRef& object);
 
-    /// [{name, isProperty, isWritable}...] of a kind such as "Item".
+    /// Returns [{name, isProperty, isWritable}...] for a kind such as "Item".
     Q_INVOKABLE QJSValue Members(const QString& kindName);
     Q_INVOKABLE QStringList TypeNames() const;
     /// `exact` gives a wrapped typed value instead of a plain one.
@@ -38,7 +38,7 @@ public:
 
     Q_INVOKABLE void Print(const QString& line, bool isError);
     Q_INVOKABLE void Sleep(double milliseconds);
-    /// Undefined waits without end. How many events were handled.
+    /// Undefined waits for ever. Returns the number of events that were handled.
     Q_INVOKABLE int WaitForEvents(const QJSValue& milliseconds);
     /// Ends the process.
     Q_INVOKABLE void Exit(double code);
@@ -62,5 +62,5 @@ private:
     EventHandlers m_Handlers;
     int m_ManyResults = FewResults;
     QElapsedTimer m_Released;
-    qint64 m_ReleaseMs = 0; ///< what releasing took last
+    qint64 m_ReleaseMs = 0; ///< duration of the last release
 };

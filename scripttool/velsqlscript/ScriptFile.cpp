@@ -13,7 +13,7 @@ namespace {
 QByteArray ReadBytes(QFile& file, const QString& title)
 {
     QByteArray bytes = file.read(LargestScript + 1);
-    while (bytes.size() <= LargestScript) { // a pipe gives only what it holds
+    while (bytes.size() <= LargestScript) { // a pipe returns only what has arrived
         const QByteArray more = file.read(LargestScript + 1 - bytes.size());
         if (more.isEmpty()) break;
         bytes += more;
@@ -42,7 +42,7 @@ QByteArray ReadFile(const QString& path, const QString& title)
     return ReadBytes(file, title);
 }
 
-/// Counted from 1.
+/// Counts from 1.
 qsizetype FirstBadLine(const QByteArray& bytes)
 {
     qsizetype number = 0;

@@ -4,6 +4,7 @@
 
 inline constexpr qint64 LargestScript = 16'777'216; ///< 16 MiB
 
-/// The text of a script: of a file, or of standard input when `path` is "-". A byte order mark is left out. Throws
-/// DescribedError unless it is a readable file of at most LargestScript bytes of UTF-8; `title` names the script there.
+/// The text of a script, from a file, or from standard input when `path` is "-". A byte order mark is removed. Throws
+/// DescribedError unless it is a readable file of at most LargestScript bytes of UTF-8; the error calls the script
+/// `title`.
 QString ReadScript(const QString& path, const QString& title);

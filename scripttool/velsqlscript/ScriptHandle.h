@@ -16,8 +16,8 @@ enum class ObjectKind
     Unknown
 };
 
-/// The native side of a wrapper: an object of the server, or a value that keeps its exact type. Copied into the script
-/// engine, so that it is released as soon as the wrapper is collected.
+/// The native side of a wrapper: an object of the server, or a value that keeps its exact type. It is copied into the
+/// script engine, so that it is released as soon as the wrapper is collected.
 struct ScriptHandle
 {
     ObjectKind Kind = ObjectKind::Unknown;

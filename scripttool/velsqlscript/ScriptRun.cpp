@@ -30,7 +30,7 @@ QList<Frame> FramesOf(const QStringList& stack)
     return frames;
 }
 
-/// Deliberate errors speak for themselves; the language's own need their kind, such as "ReferenceError".
+/// Deliberate errors speak for themselves; the language's own errors need their kind, such as "ReferenceError".
 QString MessageOf(const QJSValue& thrown)
 {
     // When the function to be called cannot be read, the engine wraps the reason in an error of its own.

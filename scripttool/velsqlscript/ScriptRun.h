@@ -10,8 +10,8 @@ class ScriptRun
 public:
     ScriptRun(const EngineRef& engine, const QStringList& names, std::function<void()> checkServer);
 
-    /// Nothing when it ended well, else what it threw and did not catch: "TITLE:LINE: message", with the functions that
-    /// were being called when there were several.
+    /// Empty when the script ended without an error; otherwise the exception that it threw and did not catch:
+    /// "TITLE:LINE: message", with the functions being called when there were several.
     std::optional<QString> Run(const QString& script, const QString& title);
 
 private:

@@ -11,13 +11,13 @@
 
 namespace {
 
-/// By its decimal text: the single 0.1 becomes the double 0.1, which converts back to the same single.
+/// Converted by its decimal text: the single 0.1 becomes the double 0.1, which converts back to the same single.
 double FromSingle(float single)
 {
     return std::isfinite(single) ? ParseNumber(FormatSingleExactly(single)).value_or(0.0) : static_cast<double>(single);
 }
 
-/// The wall-clock time of an automation date; invalid where no clock shows it.
+/// The wall-clock time of an automation date; invalid for times that no clock shows.
 QDateTime LocalTime(Date date)
 {
     try {
@@ -103,7 +103,7 @@ QJSValue ScriptValues::ArrayToScript(const SafeArray& array)
 
 QList<Variant> ScriptValues::ListFromScript(const QJSValue& array, int depth)
 {
-    if (depth == MaxArrayDepth) throw NestedTooDeep(); // an array that holds itself ends here, too
+    if (depth == MaxArrayDepth) throw NestedTooDeep(); // also ends an array that contains itself
     const quint32 count = array.property(QStringLiteral("length")).toUInt();
     QList<Variant> elements;
     for (quint32 i = 0; i < count; ++i) elements.append(FromScript(array.property(i), depth + 1));

@@ -4,17 +4,18 @@
 
 #include <QJSEngine>
 
-/// What prelude.js hands back to the native side; empty until it has run.
+/// The functions that prelude.js gives to the native side; empty until it has run.
 struct PreludeFunctions
 {
-    QJSValue Wrap;      ///< makes a wrapper of (kind's name, handle)
-    QJSValue Unwrap;    ///< a wrapper's handle, undefined for anything else
-    QJSValue Invoke;    ///< calls (handler, argument); gives undefined, or an object whose "error" the handler threw
+    QJSValue Wrap;   ///< makes a wrapper of (kind's name, handle)
+    QJSValue Unwrap; ///< a wrapper's handle, undefined for anything else
+    /// Calls (handler, argument); returns undefined, or an object whose "error" the handler has thrown.
+    QJSValue Invoke;
     QJSValue MakeError; ///< makes a script error of (type's name, message)
 };
 
-/// Converts values of the server to values of a script and back. A script's plain values get their natural type;
-/// wrappers of typed values and of objects carry theirs.
+/// Converts values of the server to script values and back. Plain script values get their natural type; wrappers of
+/// typed values and of objects bring theirs.
 class ScriptValues
 {
 public:
@@ -23,7 +24,7 @@ public:
 
     QJSValue ToScript(const Variant& value);
     QJSValue Wrap(const ScriptHandle& handle);
-    /// Throws ValueError for values without a type at the server.
+    /// Throws ValueError for values that have no type at the server.
     Variant FromScript(const QJSValue& value) { return FromScript(value, 0); }
     QList<Variant> ListFromScript(const QJSValue& array) { return ListFromScript(array, -1); }
 

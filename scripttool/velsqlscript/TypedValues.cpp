@@ -80,7 +80,7 @@ Variant MakeTyped(VarType type, const Variant& plain)
     if (type == VT_DISPATCH || plain.IsEmpty() || plain.IsNull() || plain.IsObject() || plain.IsArray())
         throw ValueError(TypeName(type) + QStringLiteral(": ") + ValueError::TypeMismatch().Description());
     if (type == VT_BSTR) return ToPlainText(plain);
-    // A double holds every number but an amount exactly.
+    // A double holds every number exactly except an amount.
     if (const auto number = NumberIn(plain); number && !plain.GetIf<Currency>()) return TypedNumber(type, *number);
     return ReadValueText(type, ToPlainText(plain));
 }

@@ -26,7 +26,7 @@ int Fail(ExitCode code, const QString& message)
     return code;
 }
 
-/// Qt's own messages are not the script's: only one that ends the process gets a line.
+/// Qt's own messages do not belong to the script; only a message that ends the process is printed.
 void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& message)
 {
     if (type == QtFatalMsg) WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + message);
@@ -49,7 +49,7 @@ int RunScript(const ScriptOptions& options)
         return Fail(NoServer, QStringLiteral("velsqlscript: ") + error.Description());
     }
     LimitProcess(options.MemoryMegabytes,
-                 options.Title); // not earlier: a server started by the library would inherit it
+                 options.Title); // not earlier, because a server started by the library would inherit it
     ScriptRun run(engine, options.Names, [&] { library.Ping(); });
     const auto failure = run.Run(script, options.Title);
     return failure ? Fail(ScriptFailed, *failure) : Done;

@@ -1,5 +1,5 @@
-// The environment of every script: wrappers of the server's objects, typed values, errors, output and waiting.
-// `native` is ScriptBridge. A wrapper knows all its names; any other is an error, because a silently ignored one costs
+// The environment of every script: wrappers of the server's objects, typed values, errors, output and waiting. `native`
+// is ScriptBridge. A wrapper knows all its names; any other name is an error, because silently ignoring it would cost
 // hours.
 (function (native, global) {
     "use strict";
@@ -13,7 +13,7 @@
     ValueError.prototype.name = "ValueError";
     const errorTypes = { ServerError, ValueError, Error, TypeError };
 
-    // The script is told its own line, not one of this file.
+    // The script is given its own line, not one of this file.
     function makeError(name, message) {
         const error = new errorTypes[name](message);
         const frame = error.stack.split("\n").find(text => text.indexOf("@file:script:") >= 0);
@@ -48,7 +48,7 @@
         }
     }
 
-    // No generator: in strict code this engine loses the generator that a function returns at its end.
+    // Not a generator: in strict code this engine loses the generator that a function returns at its end.
     function rowsOf(handle) {
         let row = 0;
         return {
@@ -117,7 +117,7 @@
         return value[handleKey];
     }
 
-    // Undefined when the handler went well: what it threw may be anything.
+    // Undefined when the handler succeeded, because it may throw any value.
     function invoke(handler, argument) {
         try {
             handler(argument);
@@ -137,7 +137,7 @@
         return `${day} ${time}` + (milliseconds ? "." + String(milliseconds).padStart(3, "0") : "");
     }
 
-    // Dates turn themselves into texts of another time zone, before a replacer sees them.
+    // Dates convert themselves to texts of another time zone before a replacer sees them.
     function jsonOf(value) {
         const own = Object.getOwnPropertyDescriptor(Date.prototype, "toJSON");
         if (!own || !own.configurable) return JSON.stringify(value);
@@ -171,7 +171,7 @@
         return native.Read(handle, name, args, true);
     }
 
-    // Arrays nested too deeply would otherwise use up the process's own stack, which no script could catch.
+    // Otherwise arrays nested too deeply would use up the process's own stack, which no script could catch.
     Object.defineProperty(Array.prototype, "toString", {
         value: function toString() { return this.join(); }, writable: true, configurable: true,
     });
