@@ -19,7 +19,7 @@ kj::Promise<void> PlantScanner::ScanFrom(PlantController& controller, int scanCl
 {
     return m_Timer.atTime(due).then([=, this, &controller] {
         Scan(controller, scanClass);
-        // Scans that were missed are not made up for: the plant shows the present.
+        // Missed scans are not made up for: the plant shows the present.
         const auto period = controller.ScanTime(scanClass) * kj::MILLISECONDS;
         return ScanFrom(controller, scanClass, kj::max(due + period, m_Timer.now()));
     });

@@ -5,7 +5,7 @@
 #include <kj/async.h>
 #include <kj/timer.h>
 
-/// Scans each controller's three classes of items at their times, from its construction on.
+/// Scans each controller's three classes of items at their scan times, starting when it is constructed.
 class PlantScanner : private kj::TaskSet::ErrorHandler
 {
 public:

@@ -32,7 +32,7 @@ bool IsTaken(const QString& socketPath)
     return !isFree;
 }
 
-/// The process that listens, as this one knows it; 0: none.
+/// The process that listens, by its number in this process's namespace; 0 when there is none.
 pid_t ListenerAt(const QString& socketPath)
 {
     const int connection = ConnectToServer(socketPath);
@@ -67,7 +67,7 @@ void ServerPlace::Announce(const QString& socketPath, bool givesWay)
 
 void ServerPlace::Take(const QString& socketPath)
 {
-    QFile::remove(HandOverPath(socketPath)); // of an attempt that came to nothing
+    QFile::remove(HandOverPath(socketPath)); // from an attempt that came to nothing
     const QDeadlineTimer patience(PatienceMs);
     pid_t asked = 0;
     while (IsTaken(socketPath)) {
@@ -76,7 +76,7 @@ void ServerPlace::Take(const QString& socketPath)
         const bool stays = listener > 0 && said == Announcement(listener, false);
         if (stays || patience.hasExpired())
             throw DescribedError(QStringLiteral("A server is already running at %1.").arg(socketPath));
-        // One that has just begun has not said yet what it will do.
+        // A server that has just started may not have written yet what it will do.
         if (listener > 0 && listener != asked && said == Announcement(listener, true)) {
             Log(LogLevel::Info,
                 QStringLiteral("The server %1, which is not a service, is asked to end.").arg(listener));

@@ -77,7 +77,8 @@ void ServerProcess::Run()
 void ServerProcess::Close()
 {
     if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
-    Disconnect(); // first, so that no client waits at a server that only finishes its history
+    // First, so that no client waits for a server that is only finishing its history.
+    Disconnect();
     // The next turns of the loop cancel what clients were waiting for.
     m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
 }
@@ -85,7 +86,7 @@ void ServerProcess::Close()
 void ServerProcess::Disconnect()
 {
     if (!m_Clients) return;
-    m_Clients->OnCountChanged(nullptr); // their going now says nothing
+    m_Clients->OnCountChanged(nullptr); // their departure no longer matters
     m_Clients = nullptr;
     m_Socket.reset();
 }
@@ -158,9 +159,10 @@ void ServerProcess::WatchIdleness()
 
 void ServerProcess::EndIfIdle()
 {
-    if (m_Clients) m_Clients->TakeWaiting(); // clients that have connected are served
+    if (m_Clients) m_Clients->TakeWaiting(); // clients that have already connected are served
     if (!m_Clients || !IsIdle()) return;
-    Disconnect(); // at once, so that a new client starts a server and does not meet one that ends
+    // At once, so that a new client starts a new server instead of meeting one that is ending.
+    Disconnect();
     End(QStringLiteral("The last client has gone."));
 }
 
@@ -185,6 +187,7 @@ void ServerProcess::End(const QString& reason)
 {
     Log(LogLevel::Info, QStringLiteral("The server ends: %1").arg(reason));
     m_Plant.Terminate();
-    constexpr qint32 TimeToTell = 100; // milliseconds, for answers and events that are under way
+    // Milliseconds for answers and events that are under way.
+    constexpr qint32 TimeToTell = 100;
     After(TimeToTell, [this] { m_Ending.fulfiller->fulfill(); });
 }

@@ -13,14 +13,15 @@
 struct ServerOptions
 {
     QString SocketPath;
-    QString PlantPath;        ///< empty: the built-in plant
-    bool HasOwnPlant = false; ///< it was named, and is not the user's default
+    QString PlantPath; ///< empty: the built-in plant
+    /// The plant file was named on the command line and is not the user's default.
+    bool HasOwnPlant = false;
     int ReadyDescriptor = -1;
     std::optional<int> StopWhenIdle; ///< seconds
     bool IsService = false;
 };
 
-/// The server: plant, history and wire put together, and the one event loop that runs them.
+/// The server: combines plant, history and wire, and runs the event loop.
 class ServerProcess : private PlantHost, private kj::TaskSet::ErrorHandler
 {
 public:
@@ -41,7 +42,7 @@ private:
 
     void Start();
     void TellReady() const;
-    /// To a service that starts.
+    /// Gives way to a service that starts.
     bool GivesWay() const;
     void WatchSignals();
     void WatchIdleness();
@@ -56,7 +57,8 @@ private:
     const ServerOptions m_Options;
     const kj::TimePoint m_Began;
     Plant m_Plant;
-    const HistorySettings m_HistorySettings; ///< a plant file with mistakes is found before anybody can connect
+    /// Read before the socket is taken, so that mistakes in a plant file are found before anybody can connect.
+    const HistorySettings m_HistorySettings;
     std::optional<ListeningSocket> m_Socket;
     History m_History;
     CallWatch m_Watch;

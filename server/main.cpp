@@ -87,7 +87,7 @@ void AllowManyDescriptors()
     setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-/// The loop polls all sockets and timers after so many events, however many are left.
+/// The loop polls all sockets and timers after this many events, however many are left.
 constexpr uint EventsBetweenLooks = 64;
 
 int Serve(const ServerOptions& options)
@@ -97,7 +97,7 @@ int Serve(const ServerOptions& options)
     kj::UnixEventPort::captureSignal(ServerPlace::RequestSignal);
     if (options.IsService) ServerPlace::Take(options.SocketPath);
     signal(SIGPIPE, SIG_IGN);
-    signal(SIGXFSZ, SIG_IGN); // a full disk is an error like others
+    signal(SIGXFSZ, SIG_IGN); // a full disk is an error like any other
     AllowManyDescriptors();
     auto io = kj::setupAsyncIo();
     io.waitScope.setBusyPollInterval(EventsBetweenLooks);
@@ -134,7 +134,7 @@ int Run()
     }
 }
 
-/// A thread that hangs in a database's library would fail in a process that is tidied up under it.
+/// A thread that hangs in a database's library would crash if the process were cleaned up around it.
 int Leave(int code)
 {
     if (Worker::AnyLeftBehind()) std::_Exit(code);
@@ -151,7 +151,8 @@ int main(int argc, char** argv)
     try {
         return Leave(Run());
     } catch (const PlantFileError& error) {
-        LogMistakes(error.Description()); // as compilers do, for editors that jump to the line
+        // The format of compilers, for editors that jump to the line.
+        LogMistakes(error.Description());
     } catch (const kj::Exception& exception) {
         Log(LogLevel::Error, DescriptionOf(exception));
     } catch (...) {

@@ -80,7 +80,7 @@ void AddedItems::RemoveItem(PlantController& controller, const QString& name)
     if (wasAdded && m_File && IsKept(controller.Name())) Store([this] { m_File->Write(ItemsToKeep()); });
 }
 
-/// So are those of a controller that the plant no longer has: it may come back.
+/// Items of a controller that the plant no longer has are kept, too: it may come back.
 bool AddedItems::IsKept(const QString& controller) const
 {
     const PlantControllerRef found = m_Plant.Find(controller);
@@ -96,7 +96,7 @@ void AddedItems::LogRefused(const QList<DefinedItem>& refused, const QString& fi
                      file.isEmpty() ? QString() : QStringLiteral(" and stays aside in ") + file, item.Objection));
 }
 
-/// A failure is logged once for its reason, and does not fail the call that added the item.
+/// A failure is logged once for its reason and does not fail the call that added the item.
 void AddedItems::Store(const std::function<void()>& write)
 {
     QString failure;

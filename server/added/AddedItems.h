@@ -5,25 +5,25 @@
 
 #include <optional>
 
-/// The items that operators have added: made by their definitions, and kept for the next server when the plant comes
+/// The items that operators have added: made from their definitions, and kept for the next server when the plant comes
 /// from a file.
 class AddedItems : public ItemMaker
 {
 public:
     explicit AddedItems(Plant& plant);
 
-    /// The plant was read from this file: adds the items that were kept for it, and keeps those of controllers that
-    /// want it.
+    /// The plant was read from this file: adds the items that were kept for it, and keeps new items of controllers that
+    /// ask for it.
     void Keep(const QString& plantPath);
     /// Adds the items of the server that this one has replaced.
     void TakeOver(const QString& path);
-    /// Writes them for the server that replaces this one. A failure is logged.
+    /// Writes the items for the server that replaces this one. A failure is logged.
     void HandOver(const QString& path) const;
 
     void AddItem(PlantController& controller, const Variant& definition) override;
     void RemoveItem(PlantController& controller, const QString& name) override;
 
-    /// The last definition that arrived, accepted or not; EMPTY before the first.
+    /// The last definition that arrived, accepted or not; EMPTY before the first one.
     const Variant& LastDefinition() const { return m_Maker.Last(); }
     /// In the order in which they were added.
     const QList<PlantItemRef>& Items() const { return m_Items; }
@@ -37,7 +37,7 @@ private:
     Plant& m_Plant;
     DefinitionMaker m_Maker;
     QList<PlantItemRef> m_Items;
-    std::optional<AddedItemsFile> m_File; ///< none for the built-in plant
+    std::optional<AddedItemsFile> m_File; ///< empty for the built-in plant
     QList<DefinedItem> m_Aside;           ///< in the file, but not in the plant
     QString m_LastFailure;
 };

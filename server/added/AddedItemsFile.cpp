@@ -24,7 +24,7 @@ QString BlockOf(const DefinedItem& item)
         .arg(head, TomlText(item.Controller), DefinitionToToml(item.Definition));
 }
 
-/// Throws DescribedError for what is not an item of the right form.
+/// Throws DescribedError when the table does not describe an item correctly.
 DefinedItem ItemOf(const QString& toml)
 {
     Mistakes mistakes{QString()};
@@ -55,7 +55,7 @@ void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
              O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (mode & QIODevice::Append ? O_APPEND : O_TRUNC), 0600);
     QFile file(path);
     if (descriptor < 0) {
-        file.open(mode); // for its description of the error
+        file.open(mode); // so that it describes the error
         Refuse(file);
     }
     if (!file.open(descriptor, mode, QFile::AutoCloseHandle)) Refuse(file);
@@ -87,7 +87,7 @@ QList<DefinedItem> AddedItemsFile::Read()
     QFile file(m_Path);
     if (!file.open(QIODevice::ReadOnly)) return items;
     QString block;
-    // Each by itself: one that is damaged costs none of the others.
+    // Each block is read by itself, so that a damaged one does not affect the others.
     for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n')) {
         const bool begins = line == QStringLiteral("[[item]]") || line == QStringLiteral("[[aside]]");
         if (begins) ReadBlock(std::exchange(block, QString()), items);

@@ -2,24 +2,25 @@
 
 #include "server/definition/DefinedItems.h"
 
-/// A file of added items, TOML that people can read and edit: [[item]] for each that is in its plant, [[aside]] for
-/// each that did not fit when the plant was last read, with what was wrong. Private to the user.
+/// A file of added items, in TOML that people can read and edit: [[item]] for each item that is in its plant, [[aside]]
+/// for each that did not fit when the plant was last read, with the reason. Private to the user.
 class AddedItemsFile
 {
 public:
-    /// In the state folder, for the plant file at `plantPath`.
+    /// The file lies in the state folder and belongs to the plant file at `plantPath`.
     static QString PathFor(const QString& plantPath);
 
     explicit AddedItemsFile(QString path, QString title);
 
     const QString& Path() const { return m_Path; }
-    /// Those that can be read; none without a file.
+    /// The items that can be read; empty when there is no file.
     QList<DefinedItem> Read();
-    /// How many could not be read last time; they stay in the file as they are.
+    /// How many items could not be read last time; they stay in the file as they are.
     qsizetype UnreadableCount() const { return m_Unreadable.size(); }
-    /// Puts one more behind those that are there. Throws DescribedError.
+    /// Adds one item at the end. Throws DescribedError.
     void Append(const DefinedItem& item);
-    /// Replaces all but those that could not be read; those with an objection go aside. Throws DescribedError.
+    /// Replaces all items except those that could not be read; items with an objection go to [[aside]]. Throws
+    /// DescribedError.
     void Write(const QList<DefinedItem>& items);
 
 private:

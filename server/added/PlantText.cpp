@@ -27,7 +27,7 @@ QString NameOf(const toml::node& controller)
     return QString::fromStdString(name.value_or(std::string()));
 }
 
-/// The lines, from 1, at which something else than the items of a controller begins.
+/// The lines, counted from 1, at which something other than the items of a controller begins.
 QList<int> Beginnings(const toml::table& root)
 {
     QList<int> lines;
@@ -46,8 +46,8 @@ QList<int> Beginnings(const toml::table& root)
     return lines;
 }
 
-/// In front of which line, from 0, a controller's further items go: behind its own, and not between a comment and what
-/// it is about.
+/// The line, counted from 0, in front of which a controller's further items go: after its own items, and not between a
+/// comment and what it is about.
 qsizetype PlaceFor(int controllerLine, const QList<int>& beginnings, const QStringList& lines)
 {
     const auto next = std::upper_bound(beginnings.begin(), beginnings.end(), controllerLine);
@@ -70,7 +70,7 @@ std::size_t ItemCount(const toml::table& root)
     return count;
 }
 
-/// Whether a text says what it should: a line may have been part of a longer text.
+/// Whether the changed text still has the meaning that it should: a line may have been part of a multi-line text.
 bool HasAll(const QString& text, std::size_t items)
 {
     try {
@@ -81,7 +81,7 @@ bool HasAll(const QString& text, std::size_t items)
     }
 }
 
-/// For plants into which no lines can be put, such as those whose controllers are written in one line each.
+/// For plants into which no lines can be inserted, for example because their controllers are written in one line each.
 QString Rewritten(toml::table root, const QMap<QString, QList<PlantItemRef>>& added)
 {
     for (toml::node& node : *root["controller"].as_array()) {
@@ -107,7 +107,8 @@ QString PlantTextWith(const QByteArray& toml, const QList<PlantItemRef>& added)
     QStringList lines = QString::fromUtf8(toml).split(u'\n');
     if (!controllers || added.isEmpty()) return lines.join(u'\n');
     const QList<int> beginnings = Beginnings(root);
-    for (std::size_t i = controllers->size(); i-- > 0;) { // from below, so that lines keep their numbers
+    // From below, so that the lines above keep their numbers.
+    for (std::size_t i = controllers->size(); i-- > 0;) {
         const toml::node& controller = (*controllers)[i];
         QString text;
         for (const PlantItemRef& item : byController.value(NameOf(controller)))

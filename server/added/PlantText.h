@@ -2,6 +2,6 @@
 
 #include "server/plant/PlantItem.h"
 
-/// A plant's TOML with items that were added to it, as it would have to be written to have them from the start. What
-/// stands in the file otherwise, comments included, stays as it is.
+/// A plant's TOML with added items written into it, as if it had had them from the start. Everything else in the file,
+/// comments included, stays as it is.
 QString PlantTextWith(const QByteArray& toml, const QList<PlantItemRef>& added);

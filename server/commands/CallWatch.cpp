@@ -95,7 +95,7 @@ QString CallWatch::ReportCalls()
 
 kj::Promise<void> CallWatch::Pass(const CalledObject& object, capnp::InterfaceSchema::Method method, Context context)
 {
-    if (object.Kind == QStringLiteral("Library")) return kj::READY_NOW; // a server under test stays alive
+    if (object.Kind == QStringLiteral("Library")) return kj::READY_NOW; // a server under test must stay alive
     if (m_Notes) Note(object, method, context);
     const QString operation = u'.' + OperationName(method);
     auto found = m_Disturbances.constFind(object.Text() + operation);

@@ -31,12 +31,12 @@ public:
     QStringList ListedItems(const PlantController& controller) const override;
 
 private:
-    /// A command with where it was given.
+    /// A command, and where it was given.
     struct Order
     {
         CommandText Text;
-        PlantController* Controller; ///< null: the engine
-        Variant Parameter;           ///< of a controller's Execute
+        PlantController* Controller; ///< null for the engine
+        Variant Parameter;           ///< from a controller's Execute
     };
     using Action = kj::Promise<Variant> (Commands::*)(Order& order);
     struct Command
@@ -68,5 +68,6 @@ private:
     PlantController& ControllerOf(Order& order) const;
 
     CommandSubjects m_Subjects;
-    QHash<QString, QString> m_WrongLists; ///< by controller: "missing", "renamed" or "reordered"
+    /// By controller: "missing", "renamed" or "reordered".
+    QHash<QString, QString> m_WrongLists;
 };

@@ -16,7 +16,8 @@
 namespace {
 
 constexpr qsizetype LongestText =
-    32 * 1024 * 1024; // characters; texts that are joined over and over would fill the memory
+    // In characters: texts that are joined over and over would fill the memory.
+    32 * 1024 * 1024;
 
 bool IsWhole(const Variant& value)
 {
@@ -28,7 +29,7 @@ bool FitsI4(double number)
     return number >= std::numeric_limits<qint32>::min() && number <= std::numeric_limits<qint32>::max();
 }
 
-/// I4 for a result of whole numbers that fits, else R8.
+/// I4 for a whole result that fits, else R8.
 Variant Result(double number, bool whole)
 {
     if (whole && FitsI4(number) && number == std::trunc(number)) return static_cast<qint32>(number);
@@ -37,7 +38,7 @@ Variant Result(double number, bool whole)
 
 qint32 Bits(const Variant& value)
 {
-    if (value.GetIf<quint32>()) return static_cast<qint32>(value.Get<quint32>()); // all 32 bits, whatever they count as
+    if (value.GetIf<quint32>()) return static_cast<qint32>(value.Get<quint32>()); // all 32 bits, signed or not
     return ConvertTo(value, VT_I4).Get<qint32>();
 }
 
@@ -46,7 +47,7 @@ qint32 Bits(const Variant& value)
     throw ValueError(QStringLiteral("Division by zero"));
 }
 
-/// Throws ValueError where mathematics or the numbers of this machine have no result.
+/// Throws ValueError when there is no result, in mathematics or in the numbers of this machine.
 double RaisedTo(double base, double exponent)
 {
     if (base == 0.0 && exponent < 0.0) ThrowDivisionByZero();
@@ -73,7 +74,7 @@ Variant Arithmetic(Operator operation, const Variant& value, const Variant& oper
     return a / b;
 }
 
-/// MOD and IDIV, of numbers rounded to whole ones.
+/// MOD and IDIV work on numbers rounded to whole ones.
 Variant WholeDivision(Operator operation, const Variant& value, const Variant& operand)
 {
     const double a = std::nearbyint(ToNumber(value));
@@ -108,8 +109,8 @@ Variant Shift(Operator operation, const Variant& value, const Variant& operand)
     return static_cast<qint32>(static_cast<quint32>(bits) << places);
 }
 
-/// Texts by their characters when both are texts, else as numbers; a NaN has no order. Throws ValueError for what is
-/// not a number.
+/// Two texts are compared by their characters, other values as numbers; a NaN has no order. Throws ValueError for
+/// values that are not numbers.
 std::partial_ordering Order(const Variant& value, const Variant& operand)
 {
     const QString* a = value.GetIf<QString>();
@@ -118,11 +119,11 @@ std::partial_ordering Order(const Variant& value, const Variant& operand)
     const Currency* amount = value.GetIf<Currency>();
     const Currency* other = operand.GetIf<Currency>();
     if (amount && other) return amount->TenThousandths <=> other->TenThousandths;
-    if (SameValue(value, operand)) return std::partial_ordering::equivalent; // a single and a double, too
+    if (SameValue(value, operand)) return std::partial_ordering::equivalent; // also for a single and a double
     return ToNumber(value) <=> ToNumber(operand);
 }
 
-/// Agrees with the order wherever there is one; what has none, such as an array, may still be the same.
+/// Agrees with the order wherever there is one; values without an order, such as arrays, may still be equal.
 bool IsEqual(const Variant& value, const Variant& operand)
 {
     return NumberOf(value) && NumberOf(operand) ? Order(value, operand) == 0 : SameValue(value, operand);

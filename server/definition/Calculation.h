@@ -5,9 +5,9 @@
 
 class PlantController;
 
-/// Applies an operator. Whole numbers give I4 where the result fits, other numbers R8, comparisons BOOL, logical
-/// operators BOOL for two booleans and else I4. Throws ValueError, also for a division by zero. `operand` is ignored
-/// when none is needed.
+/// Applies an operator. Whole numbers give I4 when the result fits, other numbers R8, comparisons BOOL, logical
+/// operators BOOL for two booleans and I4 otherwise. Throws ValueError, also for a division by zero. `operand` is
+/// ignored when the operator takes none.
 Variant Calculate(Operator operation, const Variant& value, const Variant& operand);
 
 /// One of an item's two calculations.
@@ -15,12 +15,12 @@ class Calculation
 {
 public:
     Calculation() = default;
-    /// `operand` names an item, "[<controller>\]<item>", or is a number itself.
+    /// `operand` names an item, "[<controller>\]<item>", or is itself a number.
     Calculation(Operator operation, QString operand);
 
     /// Throws DescribedError.
     Variant Apply(const Variant& value, const PlantController& controller) const;
-    /// What names the operand; empty when none is needed.
+    /// The name of the item that is the operand; empty when there is none.
     QString OperandName() const { return NeedsOperand(m_Operator) ? m_Operand : QString(); }
 
 private:

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Null when it was there already. Throws DescribedError.
+/// Null when the item was already there. Throws DescribedError.
 PlantItemRef Add(Plant& plant, const DefinedItem& item)
 {
     const PlantControllerRef controller = plant.Controller(item.Controller);
@@ -29,7 +29,8 @@ QList<DefinedItem> AddDefinedItems(Plant& plant, QList<DefinedItem> items,
                                    const std::function<void(const PlantItemRef&)>& onAdded)
 {
     qsizetype left = items.size() + 1;
-    while (items.size() < left) { // as long as one of them made another possible
+    // Goes on as long as one item has made another possible.
+    while (items.size() < left) {
         left = items.size();
         QList<DefinedItem> refused;
         for (DefinedItem& item : items) {

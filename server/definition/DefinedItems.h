@@ -4,7 +4,7 @@
 
 #include <QList>
 
-/// A definition, and the controller that is to have an item made by it.
+/// A definition, and the controller for which an item is to be made from it.
 struct DefinedItem
 {
     QString Controller;
@@ -15,7 +15,7 @@ struct DefinedItem
     QString Name() const;
 };
 
-/// Adds items that may link to each other, in whatever order they come. An item that the plant has already, made by the
-/// same definition, is as good as added. Returns those that the plant refuses, with its objections.
+/// Adds items that may link to each other, in any order. An item that the plant already has, made from the same
+/// definition, counts as added. Returns the items that the plant refuses, with its objections.
 QList<DefinedItem> AddDefinedItems(Plant& plant, QList<DefinedItem> items,
                                    const std::function<void(const PlantItemRef&)>& onAdded = {});

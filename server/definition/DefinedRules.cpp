@@ -108,7 +108,7 @@ Variant DefinedRules::Converted(const Variant& value, const PlantController& con
 
 bool DefinedRules::Passes(const Variant& value, const Variant& before)
 {
-    // Without a number to be measured by, the deadband has nothing to say.
+    // The deadband needs a previous value that is a number.
     const auto held = m_Deadband && !before.IsEmpty() ? NumberOf(before) : std::nullopt;
     if (m_MinMax || held) {
         const double number = ToNumber(value);

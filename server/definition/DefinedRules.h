@@ -4,7 +4,7 @@
 #include "server/definition/Definition.h"
 #include "server/plant/PlantItem.h"
 
-/// What the definition of an item asks to be done with values: conversions, then filters.
+/// What an item's definition asks to be done with values: conversions, then filters.
 class DefinedRules : public ValueRules
 {
 public:
@@ -37,13 +37,14 @@ private:
     VarType m_ReadType;
     VarType m_WriteType;
     std::optional<Limits> m_MinMax;
-    std::optional<Limits> m_Deadband; ///< how far below and above the value held
+    std::optional<Limits> m_Deadband; ///< how far below and above the previous value
     qint32 m_Chattering = 0;
-    Variant m_Candidate; ///< of the chattering filter, with how often it has come in a row
+    /// The chattering filter's candidate, and how often it has arrived in a row.
+    Variant m_Candidate;
     qint32 m_Repeats = 0;
 };
 
-/// 0x1234 as 1234. Throws ValueError when a digit is beyond 9.
+/// 0x1234 becomes 1234. Throws ValueError when a digit is above 9.
 quint32 FromBcd(quint32 bits);
-/// 1234 as 0x1234. Throws ValueError beyond 8 digits.
+/// 1234 becomes 0x1234. Throws ValueError for more than 8 digits.
 quint32 ToBcd(quint32 number);

@@ -5,7 +5,7 @@
 
 #include <QList>
 
-/// An item definition as a client sent it, each element of the form that it must have.
+/// An item definition as a client has sent it, after a check of each element's form.
 class Definition
 {
 public:
@@ -16,12 +16,12 @@ public:
     const QString& Text(Element element) const;
     bool Flag(Element element) const;
     int Choice(Element element) const;
-    /// The type that a choice among the value types means.
+    /// The value type that a choice stands for.
     VarType Type(Element element) const;
-    /// The number that a text says; nothing else than a number may stand there. Throws ServerError.
+    /// The number in a text that holds nothing else. Throws ServerError.
     double Number(Element element) const;
     qint32 Integer(Element element) const;
-    /// As it was sent, whatever its form.
+    /// The element as it was sent, whatever its form.
     const Variant& Sent(Element element) const { return m_Elements.at(static_cast<qsizetype>(element)); }
 
     /// "Element 17 (Deadband minimum): ...".

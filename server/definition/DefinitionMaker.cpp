@@ -42,7 +42,7 @@ QStringList LinksOf(const Definition& definition, const PlantController& control
 
 Variant InitialValueOf(const Definition& definition, Access attribute)
 {
-    // The dialog locks the initial value of read-only items, and sends it all the same.
+    // The dialog disables the initial value of read-only items, but still sends it.
     if (!definition.Flag(Element::Initialize) || attribute == Access::ReadOnly) return {};
     try {
         return ReadValueText(definition.Type(Element::InitialType), definition.Text(Element::InitialValue));
@@ -51,7 +51,7 @@ Variant InitialValueOf(const Definition& definition, Access attribute)
     }
 }
 
-/// What the server only keeps is shown with all the rest: element n stands at n - 1, the last one at the end.
+/// Elements that the server only stores are shown with the others: element n is at n - 1, the last one at the end.
 QList<Variant> SettingDataOf(const Definition& definition)
 {
     QList<Variant> data;
@@ -81,7 +81,7 @@ ItemTraits TraitsOf(const Definition& definition, const PlantController& control
     return traits;
 }
 
-/// The element that names the item by which an endless chain goes on.
+/// The element that names the item with which an endless chain continues.
 Element ElementLeadingTo(const PlantItem& next, const Definition& definition, const PlantController& controller)
 {
     const auto leads = [&](const QString& name) { return controller.Owner().Resolve(controller, name).get() == &next; };
@@ -91,7 +91,7 @@ Element ElementLeadingTo(const PlantItem& next, const Definition& definition, co
     return leads(definition.Text(Element::Operand)) ? Element::Operand : Element::Operand2;
 }
 
-/// Throws ServerError when a new item's links and operands lead in a circle or too far.
+/// Throws ServerError when a new item's links and operands form a circle or lead too far.
 void CheckChain(const PlantItem& item, const Definition& definition)
 {
     LinkCheck check(LinkCheck::Along::Defined);

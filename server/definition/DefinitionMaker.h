@@ -9,7 +9,7 @@ public:
     /// Throws DescribedError.
     void AddItem(PlantController& controller, const Variant& definition);
 
-    /// The last definition that arrived, accepted or not; EMPTY before the first.
+    /// The last definition that arrived, accepted or not; EMPTY before the first one.
     const Variant& Last() const { return m_Last; }
 
 private:

@@ -36,7 +36,7 @@ constexpr std::array<KeyName, 17> KeyNames = {{{u"driver", u"driver"},
                                                {u"pwd", u"password"},
                                                {u"password", u"password"}}};
 
-/// Mistakes are told by their place: behind a value that is not quoted as it should be even a "key" is a part of it.
+/// Mistakes are reported by their position, because after a badly quoted value even a "key" may be part of that value.
 DescribedError MistakeAt(qsizetype part, const QString& what)
 {
     return DescribedError(QStringLiteral("Entry %1 of the connection string %2.").arg(part).arg(what));
@@ -63,7 +63,7 @@ QString TakePlainValue(QStringView& rest)
     return value;
 }
 
-/// A closing mark that stands twice means itself.
+/// A closing mark that is doubled stands for itself.
 QString TakeMarkedValue(QStringView& rest, QChar closing, qsizetype part)
 {
     QString value;
@@ -81,7 +81,7 @@ QString TakeMarkedValue(QStringView& rest, QChar closing, qsizetype part)
     return value;
 }
 
-/// Takes the value at the head of `rest` with the ";" behind it.
+/// Takes the value at the beginning of `rest`, with the ";" after it.
 QString TakeValue(QStringView& rest, qsizetype part)
 {
     rest = rest.trimmed();
@@ -133,7 +133,7 @@ int PortOf(const QString& text)
     return port;
 }
 
-/// SQLite's result codes are numbers: too big, constraint, mismatch. PostgreSQL's are five characters: classes 22 and
+/// SQLite's result codes are numbers: too big, constraint, mismatch. PostgreSQL's have five characters: classes 22 and
 /// 23 are about data.
 bool IsCodeOfValue(const QString& code)
 {
@@ -142,8 +142,8 @@ bool IsCodeOfValue(const QString& code)
     return primary >= 18 && primary <= 20;
 }
 
-/// SQLite gives this file of its the mode that the database has, and keeps it. Made while the database was read-only,
-/// it would refuse every writer ever after.
+/// SQLite gives this file the mode that the database has at that moment, and keeps it. If it were created while the
+/// database was read-only, it would refuse every later writer.
 void MendSharedMemoryFile(const QString& database)
 {
     const QString path = database + QStringLiteral("-shm");
@@ -228,8 +228,8 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         if (address.m_Port > 0) database.setPort(address.m_Port);
         database.setUserName(address.m_User);
         database.setPassword(address.m_Password);
-        // Notices and warnings would go to standard error, past the log; statements are read as the standard quotes
-        // texts.
+        // By default notices and warnings would go to standard error, past the log. Statements are read with the
+        // standard's quoting rules.
         database.setConnectOptions(QStringLiteral(
             "connect_timeout=5;options='-c client_min_messages=error -c standard_conforming_strings=on'"));
     } else {

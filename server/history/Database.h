@@ -9,12 +9,12 @@
 
 struct sqlite3;
 
-/// Where a database is and how to reach it, as a connection string "Key=Value;Key=Value" says.
+/// Which database to use and how to reach it, from a connection string "Key=Value;Key=Value".
 class DatabaseAddress
 {
 public:
-    /// Keys are read whatever their case: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their
-    /// usual other names; values may stand in quotes or braces. Throws DescribedError for any other string.
+    /// Keys are case-insensitive: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their usual
+    /// synonyms; values may be in quotes or braces. Throws DescribedError for any other string.
     explicit DatabaseAddress(const QString& connectionString);
 
     bool IsPostgreSql() const { return m_Driver == QStringLiteral("QPSQL"); }
@@ -41,29 +41,29 @@ class DatabaseError : public DescribedError
 public:
     explicit DatabaseError(const QSqlError& error);
 
-    /// It refused this value for what it is, and would always do so; anything else may go better later.
+    /// It refused this value itself and would always do so; other failures may pass.
     bool IsAboutTheValue() const { return m_IsAboutTheValue; }
 
 private:
     bool m_IsAboutTheValue;
 };
 
-/// An open connection to a database, for the thread that made it.
+/// An open connection to a database, to be used by the thread that made it.
 class DatabaseSession
 {
 public:
-    /// Makes the folder of an SQLite file. Throws DescribedError when the database cannot be opened.
+    /// Creates the folder of an SQLite file. Throws DescribedError when the database cannot be opened.
     explicit DatabaseSession(const DatabaseAddress& address);
     DatabaseSession(const DatabaseSession&) = delete;
     DatabaseSession& operator=(const DatabaseSession&) = delete;
     ~DatabaseSession();
 
     QSqlDatabase Database() const { return QSqlDatabase::database(m_Name, false); }
-    /// The database as its own library knows it; null when it is not SQLite's or the driver does not give it away.
+    /// The handle of SQLite's own library; null for other databases or when the driver does not provide it.
     sqlite3* SqliteHandle() const;
     /// Runs a statement without a result. Throws DatabaseError.
     void Run(const QString& statement) const;
-    /// The first value of the first row; none when there are no rows. Throws DatabaseError.
+    /// The first value of the first row; empty when there are no rows. Throws DatabaseError.
     QVariant Ask(const QString& question) const;
 
 private:

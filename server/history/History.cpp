@@ -32,7 +32,7 @@ History::History(HistorySettings settings, kj::Timer& timer)
     for (int index : {1, 2}) {
         const HistoryDestination& destination = Destination(index);
         const bool isOwn = destination.ConnectionString == OwnConnection();
-        if (isOwn) TakeFromOthers(OwnDatabase()); // an earlier version left it to the umask
+        if (isOwn) TakeFromOthers(OwnDatabase()); // an earlier version left this to the umask
         if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
     }
 }

@@ -12,14 +12,14 @@ struct HistorySettings
     StatementLimits Limits;
 };
 
-/// SQLite in the user's state folder as destination 1, none as destination 2.
+/// SQLite in the user's state folder as destination 1, and no destination 2.
 HistorySettings DefaultHistorySettings();
 
-/// The history: what is recorded where, and SQL on destination 1.
+/// The history: where values are recorded, and SQL on destination 1.
 class History
 {
 public:
-    /// Throws DescribedError for wrong settings; a database that is away is not an error.
+    /// Throws DescribedError for wrong settings; a database that cannot be reached is not an error.
     History(HistorySettings settings, kj::Timer& timer);
     ~History();
 

@@ -29,7 +29,8 @@ void HistoryTable::Write(std::span<const RecordedValue> values, qint32 maxRecord
         if (!database.commit()) throw DatabaseError(database.lastError());
     } catch (...) {
         RolledBack();
-        if (database.isOpen()) database.rollback(); // of a lost connection Qt would complain past the log
+        // Qt would report a lost connection past the log.
+        if (database.isOpen()) database.rollback();
         throw;
     }
 }

@@ -15,7 +15,7 @@ struct RecordedValue
     TimeStamp Time;
 };
 
-/// The history's table on a database of its own connection: controller_name, item_name, item_value, item_time.
+/// The history's table, on a database connection of its own: controller_name, item_name, item_value, item_time.
 class HistoryTable
 {
 public:
@@ -23,10 +23,10 @@ public:
     HistoryTable& operator=(const HistoryTable&) = delete;
     virtual ~HistoryTable() = default;
 
-    /// Whether the database has been taken away although the connection still works.
+    /// Whether the database has been removed although the connection still works.
     virtual bool IsGone() const { return false; }
-    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). Throws
-    /// DatabaseError, and then nothing is changed.
+    /// Adds the values in one transaction and deletes the oldest beyond `maxRecord` (0: no limit). If it throws
+    /// DatabaseError, nothing has changed.
     void Write(std::span<const RecordedValue> values, qint32 maxRecord);
 
 protected:
@@ -34,9 +34,9 @@ protected:
     HistoryTable(const DatabaseAddress& address, const QString& name);
 
     const DatabaseSession& Session() const { return m_Session; }
-    /// Quoted.
+    /// The table's name in quotes.
     const QString& Name() const { return m_Name; }
-    /// Local time with microseconds. A scan's values share their time: it is spelled once.
+    /// Local time with microseconds. The values of a scan share their time, so its text is made only once.
     const QString& Spell(TimeStamp time);
 
 private:
@@ -48,7 +48,7 @@ private:
     const DatabaseSession m_Session;
     const QString m_Name;
     TimeStamp m_Time;
-    QString m_TimeText; ///< of m_Time; empty at first
+    QString m_TimeText; ///< the text of m_Time; empty at first
     qint64 m_Second = 0;
     QString m_SecondText;
 };

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Rows that go to the database in one statement: each statement is a round trip.
+/// The most rows in one statement: each statement is a round trip.
 constexpr std::size_t RowsTogether = 500;
 
 } // namespace
@@ -23,7 +23,7 @@ PostgresTable::PostgresTable(const DatabaseAddress& address, const QString& name
     TeachAverage();
 }
 
-/// Asked first: a user who may not create tables is refused by IF NOT EXISTS, too.
+/// Checked first, because a user who may not create tables is refused even with IF NOT EXISTS.
 bool PostgresTable::Exists() const
 {
     const QString name = QString(Name()).replace(u'\'', QStringLiteral("''"));
@@ -32,7 +32,7 @@ bool PostgresTable::Exists() const
 
 void PostgresTable::TeachAverage() const
 {
-    // A server may forbid it; then an average of texts fails with the database's own words.
+    // A server may forbid this; an average of texts then fails with the database's own words.
     try {
         Session().Run(QStringLiteral("CREATE OR REPLACE FUNCTION velsql_add_number(float8[], text) RETURNS float8[] "
                                      "LANGUAGE sql IMMUTABLE AS $$ "
@@ -82,6 +82,6 @@ QString PostgresTable::Literal(const QVariant& value) const
     if (value.isNull()) return QStringLiteral("NULL");
     QSqlField field(QString(), QMetaType(QMetaType::QString));
     QString text = value.toString();
-    field.setValue(text.replace(QChar(u'\0'), QChar(0xFFFD))); // PostgreSQL keeps no NUL
+    field.setValue(text.replace(QChar(u'\0'), QChar(0xFFFD))); // PostgreSQL cannot store NUL
     return Session().Database().driver()->formatValue(field);
 }

@@ -2,12 +2,11 @@
 
 #include "server/history/HistoryTable.h"
 
-/// The history's table in a PostgreSQL database. item_value is text, and the average of texts is taught to the
-/// database.
+/// The history's table in a PostgreSQL database. item_value is text, so an average of texts is defined in the database.
 class PostgresTable final : public HistoryTable
 {
 public:
-    /// Makes the table when it is missing. Throws DescribedError.
+    /// Creates the table when it is missing. Throws DescribedError.
     PostgresTable(const DatabaseAddress& address, const QString& name);
 
 private:
@@ -20,5 +19,5 @@ private:
     QString RowText(const RecordedValue& value);
     QString Literal(const QVariant& value) const;
 
-    qint64 m_Count = -1; ///< rows in the table; -1: not counted yet
+    qint64 m_Count = -1; ///< rows in the table; -1 while not counted
 };

@@ -37,8 +37,8 @@ void TakeAway(const QString& path, mode_t mode)
 void MakePrivateFile(const QString& path)
 {
     MakeFolder(QFileInfo(path).absolutePath());
-    // Closing a file takes away the locks that SQLite holds on it: never one that is there, nor one that another
-    // thread goes on to open.
+    // Closing a file releases the locks that SQLite holds on it. So this never opens a file that exists already or that
+    // another thread is about to open.
     static std::mutex guard;
     const std::lock_guard lock(guard);
     const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, OfFile);

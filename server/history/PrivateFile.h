@@ -2,10 +2,11 @@
 
 #include <QString>
 
-/// Makes a database's file, and folders that are missing, for this user alone: SQLite gives its companions (-wal,
-/// -shm, -journal) the mode of the file. What is there already stays as its owner wants it. What cannot be made is
-/// left to whoever opens the file.
+/// Creates a database's file, and folders that are missing, for this user only: SQLite gives its companions (-wal,
+/// -shm, -journal) the mode of the file. Existing files stay as their owner wants them. Failures are left to the code
+/// that opens the file.
 void MakePrivateFile(const QString& path);
 
-/// The same for a file whose folder belongs to this program: both, and the file's companions, are taken from others.
+/// The same for a file whose folder belongs to this program: other users lose access to the folder, the file and its
+/// companions.
 void TakeFromOthers(const QString& path);

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 
 constexpr std::size_t LargestBatch = 5000;
 constexpr std::size_t BatchWorthWriting = 1000;
-constexpr auto LongestWait = 200ms; // for a batch to fill
+constexpr auto LongestWait = 200ms; // time for a batch to fill
 constexpr auto RetryPause = 1000ms;
 constexpr auto LongestEnd = 20s; // a full queue takes some seconds to write
 constexpr auto LongestSilence = 5s;
@@ -36,15 +36,17 @@ void SayOf(int destination, LogLevel level, const QString& text)
 
 } // namespace
 
-/// What waits to be written; filled by the event loop, emptied by the writer.
+/// The values that wait to be written; filled by the event loop, emptied by the writer.
 class Recorder::Queue
 {
 public:
     enum class Trouble
     {
         None,
-        Dropping, ///< The first value since the last TakeDropped had to go.
-        Silence   ///< The database keeps the writer waiting; said once until values are written again.
+        /// The first value since the last TakeDropped had to be dropped.
+        Dropping,
+        /// The database keeps the writer waiting; reported once until values are written again.
+        Silence
     };
 
     Trouble Add(RecordedValue value)
@@ -77,7 +79,7 @@ public:
         return {m_Values.begin(), m_Values.begin() + count};
     }
 
-    /// Takes away the first `count` values of the batch; some may have been dropped meanwhile.
+    /// Removes the first `count` values of the batch; some of them may have been dropped meanwhile.
     void Remove(std::size_t count)
     {
         const std::lock_guard lock(m_Guard);
@@ -133,10 +135,11 @@ private:
     std::condition_variable_any m_Emptied;
     std::deque<RecordedValue> m_Values;
     qint64 m_Bytes = 0;
-    quint64 m_Removed = 0; ///< all that ever left the front
+    quint64 m_Removed = 0; ///< all that have ever left the front
     quint64 m_BatchBegan = 0;
     quint64 m_Dropped = 0;
-    std::optional<Clock::time_point> m_BusySince = Clock::now(); ///< None while the writer waits for values or pauses.
+    /// Empty while the writer waits for values or pauses.
+    std::optional<Clock::time_point> m_BusySince = Clock::now();
     bool m_SilenceSaid = false;
 };
 
@@ -154,7 +157,8 @@ public:
 
     void Run(const std::stop_token& stop)
     {
-        Open(); // early, so that the table is there for those who ask
+        // Early, so that queries find the table.
+        Open();
         for (;;) {
             const auto batch = m_Queue->Batch(stop);
             if (batch.empty()) break;
@@ -199,7 +203,7 @@ private:
         }
     }
 
-    /// One value is refused: the others are written without it.
+    /// One value was refused: the others are written without it.
     bool WriteWithout(std::span<const RecordedValue> batch, const QString& reason)
     {
         if (batch.size() == 1) {
@@ -210,7 +214,7 @@ private:
         return Write(batch.first(batch.size() / 2));
     }
 
-    /// Once for each item until the reason is another one; that it quotes another value makes it no other.
+    /// Logged once per item until the reason changes; a reason that only quotes another value is the same one.
     void SayRefused(const QString& item, const QString& reason)
     {
         static const QRegularExpression quoted(QStringLiteral("\"[^\"]*\"|'[^']*'|\\d+"));
@@ -224,7 +228,7 @@ private:
     void StopWriting(const QString& reason)
     {
         m_Table.reset();
-        if (reason == m_WaitReason) return; // said already
+        if (reason == m_WaitReason) return; // already reported
         Say(LogLevel::Error, QStringLiteral("Values wait, at most %1: %2").arg(MostWaiting).arg(reason));
         m_WaitReason = reason;
     }
@@ -244,9 +248,11 @@ private:
     const HistoryDestination m_Destination;
     const DatabaseAddress m_Address;
     const std::shared_ptr<Queue> m_Queue;
-    std::unique_ptr<HistoryTable> m_Table; ///< none while the database is away
-    QString m_WaitReason;                  ///< of values; empty while they are written
-    QHash<QString, QString> m_Refused;     ///< items and why their value was refused last
+    std::unique_ptr<HistoryTable> m_Table; ///< null while the database is away
+    /// Why values are waiting; empty while they are written.
+    QString m_WaitReason;
+    /// Items, and why their value was last refused.
+    QHash<QString, QString> m_Refused;
 };
 
 Recorder::Recorder(int number, const HistoryDestination& destination)

@@ -8,7 +8,7 @@
 /// One place where values are recorded.
 struct HistoryDestination
 {
-    QString ConnectionString; ///< empty: not used
+    QString ConnectionString; ///< empty when not used
     QString TableName = QStringLiteral("velsql_history");
     qint32 MaxRecord = 100'000; ///< 0: no limit
 };
@@ -17,18 +17,19 @@ struct HistoryDestination
 class Recorder
 {
 public:
-    /// Of values that wait for their database the oldest are dropped beyond these bounds.
+    /// Beyond these bounds the oldest of the waiting values are dropped.
     static constexpr std::size_t MostWaiting = 200'000;
     static constexpr qint64 MostBytesWaiting = 64 * 1024 * 1024;
 
     /// `number` names the destination in the log. Throws DescribedError for a wrong connection string.
     Recorder(int number, const HistoryDestination& destination);
-    /// Writes what waits, unless that takes too long; says how many values are lost.
+    /// Writes the waiting values, unless that takes too long, and logs how many are lost.
     ~Recorder();
 
     /// Never waits for the database.
     void Record(RecordedValue value);
-    /// Waits until what was recorded before has been written or `milliseconds` have passed; whether all was written.
+    /// Waits until everything recorded so far has been written or `milliseconds` have passed. Returns whether all was
+    /// written.
     bool Flush(int milliseconds);
     /// See Worker::RequestStop.
     void RequestStop() { m_Worker->RequestStop(); }

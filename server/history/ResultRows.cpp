@@ -25,7 +25,7 @@ constexpr unsigned NumericType = 1700;
 constexpr qint64 MicrosecondsASecond = 1'000'000;
 constexpr qint64 MicrosecondsADay = 86'400 * MicrosecondsASecond;
 
-/// The library that Qt's driver has loaded already. Programs without PostgreSQL do without it.
+/// The library that Qt's driver has already loaded. Programs without PostgreSQL need not link it.
 struct PostgresLibrary
 {
     using TextOf = const char* (*)(const void* result, int row, int column);
@@ -46,7 +46,7 @@ struct PostgresLibrary
     TypeOf Type;
 };
 
-/// Takes a text apart from its head; what is not there leaves `Good` false.
+/// Takes a text apart from its beginning; when something is missing, `Good` becomes false.
 class Digits
 {
 public:
@@ -74,7 +74,7 @@ public:
     }
     void Skip(QChar sign) { Good = Skips(sign) && Good; }
     bool IsAtEnd() const { return m_Rest.isEmpty(); }
-    /// Behind the seconds.
+    /// The decimals after the seconds.
     int TakeMicroseconds()
     {
         int number = 0;
@@ -93,7 +93,7 @@ struct Clock
 {
     QDate Day;
     qint64 Microseconds = 0;
-    std::optional<int> Offset; ///< of its zone, in seconds
+    std::optional<int> Offset; ///< offset of its zone, in seconds
 };
 
 int TakeOffset(Digits& digits, int sign)
@@ -135,7 +135,7 @@ Clock InLocalTime(const Clock& clock)
             {}};
 }
 
-/// None where an automation date does not reach or is too coarse.
+/// Empty when an automation date does not reach that far or is too coarse.
 std::optional<Date> ToDate(const Clock& clock)
 {
     const qint64 day = Calendar::DayOf(clock.Day);
@@ -146,7 +146,7 @@ std::optional<Date> ToDate(const Clock& clock)
     return Calendar::IsInRange(date) && isExact ? std::optional(date) : std::nullopt;
 }
 
-/// Without zeros that say nothing.
+/// Without superfluous zeros.
 QStringView Significant(QStringView digits)
 {
     while (digits.contains(u'.') && (digits.endsWith(u'0') || digits.endsWith(u'.'))) {
@@ -157,20 +157,20 @@ QStringView Significant(QStringView digits)
     return digits;
 }
 
-/// A numeric as R8 where that says the same digits, else as it is.
+/// A numeric as R8 when that has the same digits, otherwise unchanged.
 Variant FromNumericText(const QString& text)
 {
     constexpr double Infinity = std::numeric_limits<double>::infinity();
     if (text == u"NaN") return std::numeric_limits<double>::quiet_NaN();
     if (text == u"Infinity") return Infinity;
     if (text == u"-Infinity") return -Infinity;
-    const double number = text.toDouble(); // 0 where it is beyond the range
+    const double number = text.toDouble(); // 0 when it is out of range
     const QString spelled = QString::number(number, 'f', QLocale::FloatingPointShortest);
     return Significant(spelled) == Significant(text) ? Variant(number) : Variant(text);
 }
 
-/// A date, a time stamp or a time stamp with its zone, the last one in local time, as DATE where that holds it to the
-/// microsecond; else as it is.
+/// A date, a time stamp or a time stamp with a zone (converted to local time) as DATE when that holds it to the
+/// microsecond; otherwise unchanged.
 Variant FromTimeText(const QString& text)
 {
     const auto clock = ReadClock(text);
@@ -178,7 +178,7 @@ Variant FromTimeText(const QString& text)
     return date ? Variant(*date) : Variant(text);
 }
 
-/// PostgreSQL's own library is needed, too; without it, and with any other database, Qt's values are taken.
+/// This needs PostgreSQL's own library; without it, and with any other database, Qt's values are used.
 bool IsPostgreSql(const QSqlQuery& query)
 {
     const QVariant handle = query.result()->handle();

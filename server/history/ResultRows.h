@@ -4,8 +4,8 @@
 
 #include <QSqlQuery>
 
-/// The rows of a query. Where Qt's PostgreSQL driver would lose something (dates beyond the calendar, time zones,
-/// microseconds, digits of a numeric) cells are read from the database's own text.
+/// The rows of a query. When Qt's PostgreSQL driver would lose something (dates beyond the calendar, time zones,
+/// microseconds, digits of a numeric), cells are read from the database's own text.
 class ResultRows
 {
 public:
@@ -13,7 +13,7 @@ public:
     explicit ResultRows(QSqlQuery& query);
 
     bool Next();
-    /// The row that the query stands on.
+    /// The query's current row.
     QList<Variant> Row() const;
 
 private:

@@ -15,14 +15,14 @@ namespace {
 
 constexpr qint64 LargestRow = 256 * 1024 * 1024;
 constexpr qint64 LargestResult = qint64{4} * 1024 * 1024 * 1024;
-constexpr std::chrono::milliseconds LongestWait(200); // of rows for their page
+constexpr std::chrono::milliseconds LongestWait(200); // how long rows may wait for their page
 
 [[noreturn]] void ThrowSystemError(const QString& what)
 {
     throw DescribedError(QStringLiteral("%1: %2").arg(what, QString::fromLocal8Bit(strerror(errno))));
 }
 
-/// Opens `file`, too.
+/// Also opens `file`.
 qint64 PlaceIn(QTemporaryFile& file, qint64 mostBytes)
 {
     if (!file.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(file.errorString()));
@@ -46,7 +46,8 @@ ResultSpool::ResultSpool(QStringList columns, qint64 mostBytes, std::function<vo
     , m_Dropped(std::move(dropped))
     , m_MostBytes(PlaceIn(m_File, mostBytes))
 {
-    unlink(QFile::encodeName(m_File.fileName()).constData()); // gone with the last reference, even after a crash
+    // The file vanishes with the last reference, even after a crash.
+    unlink(QFile::encodeName(m_File.fileName()).constData());
 }
 
 ResultSpool::~ResultSpool()
@@ -86,7 +87,7 @@ bool ResultSpool::Append(QList<Variant> row)
     return isDue;
 }
 
-/// Before `bytes` more come.
+/// To be called before `bytes` are added.
 bool ResultSpool::IsPageDue(qint64 bytes) const
 {
     if (m_WaitingRows == 0) return false;

@@ -14,7 +14,7 @@ bool IsOfWord(QChar c)
     return c.isLetterOrNumber() || c == u'_' || c == u'$' || c.unicode() >= 0x80;
 }
 
-/// Takes a statement's text apart into words, quoted texts and signs; comments are blanks.
+/// Splits a statement into words, quoted texts and signs; comments count as blanks.
 class SqlWords
 {
 public:
@@ -90,7 +90,7 @@ private:
         m_At = m_Text.size();
     }
 
-    /// $tag$ ... $tag$; false for a "$" that begins none.
+    /// $tag$ ... $tag$; false for a "$" that does not begin a quoted text.
     bool SkipDollarQuoted()
     {
         qsizetype end = m_At + 1;
@@ -118,7 +118,7 @@ bool Is(QStringView word, QStringView wanted)
     return word.compare(wanted, Qt::CaseInsensitive) == 0;
 }
 
-/// Sees the words of a statement one after the other.
+/// Receives the words of a statement one after the other.
 class CopyWatch
 {
 public:
@@ -141,7 +141,7 @@ private:
 
 QString CheckedStatement(const QString& statement, bool isPostgreSql)
 {
-    const qsizetype end = statement.indexOf(QChar(u'\0')); // there the databases' libraries stop
+    const qsizetype end = statement.indexOf(QChar(u'\0')); // the databases' libraries stop there
     const QStringView text = QStringView(statement).left(end < 0 ? statement.size() : end);
     SqlWords words(text, isPostgreSql);
     CopyWatch copies;

@@ -35,7 +35,7 @@ void SqliteTable::Insert(std::span<const RecordedValue> values)
     const QByteArray statement = QStringLiteral("INSERT INTO %1 VALUES (?, ?, ?, ?)").arg(Name()).toUtf8();
     if (!m_Insert) Check(sqlite3_prepare_v2(m_Database, statement.constData(), -1, &m_Insert, nullptr));
     for (const RecordedValue& value : values) {
-        const QVariant sqlValue = ToSql(value.Value); // what is bound outlives the step
+        const QVariant sqlValue = ToSql(value.Value); // the bound value must outlive the step
         Bind(1, value.Controller);
         Bind(2, value.Item);
         Bind(3, sqlValue);
@@ -48,7 +48,7 @@ void SqliteTable::Insert(std::span<const RecordedValue> values)
 
 void SqliteTable::Trim(qint32 maxRecord)
 {
-    // Rows are numbered as they come: no need to count them.
+    // Rows are numbered in order, so they need not be counted.
     Session().Run(
         QStringLiteral("DELETE FROM %1 WHERE rowid <= (SELECT max(rowid) FROM %1) - %2").arg(Name()).arg(maxRecord));
 }

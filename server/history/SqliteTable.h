@@ -5,12 +5,12 @@
 struct sqlite3;
 struct sqlite3_stmt;
 
-/// The history's table in an SQLite file. item_value has numeric affinity, so that numbers are kept as numbers. Rows
-/// are inserted by the database's own library: Qt's query costs more than the insert itself.
+/// The history's table in an SQLite file. item_value has numeric affinity, so that numbers stay numbers. Rows are
+/// inserted with the database's own library, because Qt's query costs more than the insert itself.
 class SqliteTable final : public HistoryTable
 {
 public:
-    /// Makes the table when it is missing. Throws DescribedError.
+    /// Creates the table when it is missing. Throws DescribedError.
     SqliteTable(const DatabaseAddress& address, const QString& name);
     ~SqliteTable() override;
 

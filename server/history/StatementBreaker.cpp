@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr int StepsBetweenLooks = 1000; // of SQLite's machine: well below a millisecond
+// Steps of SQLite's virtual machine: well below a millisecond.
+constexpr int StepsBetweenLooks = 1000;
 constexpr std::chrono::milliseconds BetweenMessages(100);
 
 } // namespace
@@ -25,12 +26,13 @@ StatementBreaker::StatementBreaker(DatabaseAddress address)
 {
 }
 
-/// Until the statement has ended or the connection fails, as it does while the database has no place for one more.
+/// Repeats until the statement has ended or the connection fails, which also happens while the database accepts no
+/// further connection.
 void StatementBreaker::TellPostgreSql(const DatabaseAddress& address, const State& state, const std::stop_token& stop)
 {
     try {
         const DatabaseSession session(address);
-        // Again and again: a message that comes just before the statement begins is forgotten.
+        // Repeated, because a message that arrives just before the statement begins is lost.
         while (const int process = state.PostgreSqlProcess) {
             session.Ask(QStringLiteral("SELECT pg_cancel_backend(%1)").arg(process));
             if (stop.stop_requested()) return;
@@ -50,7 +52,7 @@ void StatementBreaker::Arm(const DatabaseSession& session)
     m_State->PostgreSqlProcess = process;
     m_Sqlite = session.SqliteHandle();
     if (!m_Sqlite) return;
-    // SQLite asks by itself: an interrupt that comes just before the statement begins would be forgotten.
+    // SQLite polls this: an interrupt that came just before the statement began would be lost.
     const auto isBroken = [](void* state) { return static_cast<State*>(state)->Broken ? 1 : 0; };
     sqlite3_progress_handler(m_Sqlite, StepsBetweenLooks, isBroken, m_State.get());
 }

@@ -6,21 +6,21 @@
 #include <mutex>
 #include <optional>
 
-/// Lets another thread end a statement that nobody waits for any more.
+/// Lets another thread end a statement whose result is no longer wanted.
 class StatementBreaker
 {
 public:
     explicit StatementBreaker(DatabaseAddress address);
 
-    /// By the thread that runs the statement: from now on, until Disarm, it can be broken. Throws DescribedError, also
-    /// when it has been broken before. Disarm waits for the messenger that Break has sent.
+    /// Called by the thread that runs the statement: it can be broken from now on, until Disarm. Throws DescribedError,
+    /// also when it has already been broken. Disarm waits for the messenger that Break has sent.
     void Arm(const DatabaseSession& session);
     void Disarm();
 
-    /// From any thread; does not wait. The first reason stays.
+    /// May be called from any thread; does not wait. The first reason counts.
     void Break(const QString& reason);
     bool IsBroken() const;
-    /// Empty when it was not broken.
+    /// Empty when it has not been broken.
     QString Reason() const;
 
 private:
@@ -33,7 +33,8 @@ private:
     const std::shared_ptr<State> m_State;
     QString m_Reason;
     sqlite3* m_Sqlite = nullptr;
-    std::optional<Worker> m_Messenger; ///< tells PostgreSQL on a connection of its own
+    /// Tells PostgreSQL to stop, on a connection of its own.
+    std::optional<Worker> m_Messenger;
 };
 
 using StatementBreakerRef = std::shared_ptr<StatementBreaker>;

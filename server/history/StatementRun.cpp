@@ -39,13 +39,13 @@ void StatementRun::Run(const std::stop_token& stop) const
     const QString statement = CheckedStatement(Statement, Address.IsPostgreSql());
     const DatabaseSession session(Address);
     Breaker->Arm(session);
-    // Behind the query, whose end reads on to its own end, and before the session closes.
+    // After the query, whose destructor reads to the end, and before the session closes.
     const auto disarm = kj::defer([&] { Breaker->Disarm(); });
     QSqlQuery query(session.Database());
     query.setForwardOnly(true);
     query.exec(statement);
     while (!query.isSelect() && query.nextResult()) {
-    } // of several, the first with rows
+    } // of several result sets, the first that has rows
     if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
     const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
     auto result = std::make_shared<ResultSpool>(ColumnsOf(query), Limits.ResultBytes, dropped);
@@ -56,20 +56,20 @@ void StatementRun::Run(const std::stop_token& stop) const
     if (!isComplete) ReadResult(query, observed, stop);
 }
 
-/// Whatever ends the reading ends the result too.
+/// Whatever ends the reading also ends the result.
 void StatementRun::ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result,
                               const std::stop_token& stop) const
 {
     QString failure;
     try {
         CopyRows(query, result, stop);
-        // What follows in the statement has its say, too, and is not left to the query's end.
+        // Later parts of the statement may still fail, so they are run here and not by the query's destructor.
         while (!Breaker->IsBroken() && query.nextResult()) {
         }
         if (query.lastError().isValid()) failure = Describe(query.lastError());
     } catch (...) {
         failure = CurrentErrorDescription();
-        Breaker->Break(failure); // or the driver would read the rest
+        Breaker->Break(failure); // otherwise the driver would read the rest
     }
     if (Breaker->IsBroken()) failure = Breaker->Reason();
     if (const ResultSpoolRef spool = result.lock()) spool->Finish(failure);
@@ -84,7 +84,8 @@ void StatementRun::CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& 
         ResultSpoolRef spool = result.lock();
         if (!spool || Breaker->IsBroken()) return;
         const bool rests = spool->Append(std::move(row)) && spool->SinceAsked() > Limits.RestAfter;
-        spool.reset(); // not held while it rests: its end is to be noticed
+        // Not held during the rest, so that the end of the spool is noticed.
+        spool.reset();
         if (rests) RestWhileUnasked(result, stop);
     }
 }

@@ -7,19 +7,20 @@
 
 using ResultSpoolRef = std::shared_ptr<ResultSpool>;
 
-/// What statements may take. All times are of steady clocks.
+/// Limits for statements. All times refer to steady clocks.
 struct StatementLimits
 {
     using Duration = std::chrono::milliseconds;
 
     Duration UntilFirstPage = std::chrono::minutes(10); ///< 0: no limit
     qint64 ResultBytes = 0;                             ///< see ResultSpool
-    /// A result that nobody asks about is not read on after the first of these times, and ends after the second.
+    /// A result that nobody asks about is not read any further after the first of these times, and ends after the
+    /// second.
     Duration RestAfter = std::chrono::seconds(10);
     Duration EndAfter = std::chrono::minutes(5);
 };
 
-/// A statement as the thread sees it that runs it. It owns all that it touches.
+/// A statement as the thread that runs it sees it. It owns everything that it uses.
 struct StatementRun
 {
     using Fulfiller = kj::CrossThreadPromiseFulfiller<ResultSpoolRef>;
@@ -30,7 +31,7 @@ struct StatementRun
     StatementBreakerRef Breaker;
     std::shared_ptr<kj::Own<Fulfiller>> Result;
 
-    /// From the connection to the last row; whatever goes wrong reaches the result.
+    /// From opening the connection to the last row; every failure reaches the result.
     void operator()(const std::stop_token& stop) const;
 
 private:

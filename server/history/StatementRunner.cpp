@@ -24,7 +24,7 @@ QString TimeText(std::chrono::milliseconds time)
 /// A statement as the event loop sees it, until its thread is done with it.
 struct StatementRunner::Statement
 {
-    /// Ends it for whoever waits, even where the database's library does not come back.
+    /// Ends the statement for those who wait, even when the database's library does not return.
     void Break(const QString& reason)
     {
         Breaker->Break(reason);
@@ -47,14 +47,16 @@ struct StatementRunner::Statement
     HistoryUserRef User;
     Clock::time_point Began = Clock::now();
     StatementBreakerRef Breaker;
-    GiveUpRef GiveUp;                  ///< shared with who waits: it may still be waiting when the thread is done
-    std::weak_ptr<ResultSpool> Result; ///< none until its columns are known
+    /// Shared with those who wait: they may still be waiting when the thread is done.
+    GiveUpRef GiveUp;
+    /// Empty until its columns are known.
+    std::weak_ptr<ResultSpool> Result;
     std::optional<Worker> Thread;
 };
 
 namespace {
 
-/// Takes a result over from its thread; breaks a statement whose result nobody waits for any more.
+/// Takes over a result from its thread; breaks a statement whose result is no longer wanted.
 template <typename Statement>
 class Impatience
 {

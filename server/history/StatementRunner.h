@@ -6,7 +6,7 @@
 
 #include <list>
 
-/// Whoever asks the history, for as long as it holds anything of it: each has limits of its own, so that none takes
+/// A user of the history, for as long as it holds anything of it. Each user has its own limits, so that nobody takes
 /// the history away from the others.
 class HistoryUser
 {
@@ -14,7 +14,7 @@ public:
     static constexpr qint32 MostResults = 256;
     static constexpr qint32 MostStatements = 32;
 
-    /// One more result is held, for as long as the return value lives.
+    /// Counts one more result, for as long as the return value lives.
     std::shared_ptr<void> HoldResult() { return m_Results; }
     qint32 HeldResults() const { return static_cast<qint32>(m_Results.use_count() - 1); }
 
@@ -24,25 +24,26 @@ private:
 
 using HistoryUserRef = std::shared_ptr<HistoryUser>;
 
-/// Runs SQL statements, each on a thread and a connection of its own, so that neither waits for another nor the event
-/// loop for any.
+/// Runs SQL statements, each on a thread and a connection of its own, so that no statement waits for another, and the
+/// event loop for none.
 class StatementRunner
 {
 public:
-    /// Of all users together: each is a thread.
+    /// Of all users together: each statement has a thread.
     static constexpr std::size_t MostStatements = 512;
 
     StatementRunner(const StatementLimits& limits, kj::Timer& timer);
     ~StatementRunner();
 
-    /// The result as soon as its columns are known; its rows follow. When the last reference to it goes, reading ends.
-    /// Throws DescribedError when too many are running; the promise fails with the database's description.
+    /// The result, as soon as its columns are known; its rows follow. Reading ends when the last reference to the
+    /// result is dropped. Throws DescribedError when too many statements are running; the promise fails with the
+    /// database's description.
     kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, const QString& statement,
                                     const HistoryUserRef& user);
-    /// What runs, one a text: its number, how long it has been running, how many rows it has given, and the statement
-    /// itself, shortened.
+    /// The running statements, one text each: its number, how long it has been running, how many rows it has returned,
+    /// and the statement itself, shortened.
     QStringList Describe() const;
-    /// Ends a statement. Throws DescribedError when there is none of this number.
+    /// Ends a statement. Throws DescribedError when no statement has this number.
     void Break(qint32 number);
     /// See Worker::RequestStop.
     void RequestStop();

@@ -6,8 +6,8 @@
 #include <optional>
 #include <thread>
 
-/// A thread that its owner can leave behind when it hangs in somebody else's code, such as a database's client library.
-/// Its work must own all that it touches.
+/// A thread that its owner can abandon when it hangs in foreign code, such as a database's client library. Its work
+/// must own everything that it uses.
 class Worker
 {
 public:
@@ -15,14 +15,15 @@ public:
                     std::chrono::seconds patience = std::chrono::seconds(5));
     Worker(Worker&&) = default;
     Worker& operator=(Worker&&) = delete;
-    /// Asks it to stop and waits for it as long as the patience lasts; then it is left behind.
+    /// Asks the thread to stop and waits for it until the patience runs out; then the thread is abandoned.
     ~Worker();
 
     bool IsDone() const;
-    /// The patience counts from now on: several workers asked before the first one goes are waited for together.
+    /// The patience counts from now on, so that several workers that are asked before the first one is destroyed are
+    /// waited for together.
     void RequestStop();
 
-    /// Whether threads were left behind: then the process must end without tidying up under them.
+    /// Whether threads were abandoned: the process must then end without cleaning up what they use.
     static bool AnyLeftBehind();
 
 private:

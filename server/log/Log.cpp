@@ -14,7 +14,7 @@
 namespace {
 
 std::atomic<LogLevel> s_Lowest = LogLevel::Info;
-bool s_HasFile = false; ///< or should have: set, as the file, before there are threads
+bool s_HasFile = false; ///< or should have; set, like the file, before there are threads
 std::unique_ptr<LogFile> s_File;
 std::atomic<bool> s_IsStandardErrorRead = true;
 
@@ -29,13 +29,13 @@ const char* NameOf(LogLevel level)
     return "";
 }
 
-/// A line break in a text must not look like a line of the server.
+/// A line break in a text must not look like a new log line.
 QByteArray OneLine(QString text)
 {
     return text.replace(u'\r', u' ').replace(u'\n', u' ').toUtf8();
 }
 
-/// The variable alone says little: children of a service inherit it, wherever their own standard error goes.
+/// The variable alone is not enough: children of a service inherit it, wherever their own standard error goes.
 bool IsJournalListening()
 {
     struct stat status
@@ -56,7 +56,7 @@ QByteArray FilePrefix(LogLevel level)
     return QDateTime::currentDateTime().toString(u"yyyy-MM-dd hh:mm:ss.zzz").toLatin1() + ' ' + NameOf(level) + ": ";
 }
 
-/// One write, so that lines of several threads do not mix. Failures have nowhere to be reported.
+/// One write, so that lines of several threads do not mix. Failures cannot be reported anywhere.
 void WriteToStandardError(const QByteArray& bytes)
 {
     [[maybe_unused]] const auto written =

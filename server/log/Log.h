@@ -11,17 +11,20 @@ enum class LogLevel
     Debug = 7
 };
 
-/// Lines less important than `level` are left out from now on; at first Debug lines are.
+/// From now on lines less important than `level` are dropped; at first these are the Debug lines.
 void SetLogLevel(LogLevel level);
 
-/// From now on lines go to this file; to standard error as well until LeaveStandardError. A file that cannot be written
-/// is warned of.
+/// From now on lines go to this file, and also to standard error until LeaveStandardError. Logs a warning when the file
+/// cannot be written.
 void LogToFile(const QString& path);
-/// After LogToFile: standard error, which the starting process no longer reads, becomes that file, or nothing.
+/// To be called after LogToFile: standard error, which the starting process no longer reads, becomes that file, or
+/// nothing.
 void LeaveStandardError();
 
-/// The lines of a text that stands for itself on standard error, such as "<file>:<line>: <mistake>".
+/// Writes lines to standard error without time and level, such as "<file>:<line>: <mistake>"; in the log file they are
+/// errors.
 void LogMistakes(const QString& lines);
 
-/// One line to standard error, from any thread; with the journal's level mark in front when the journal listens there.
+/// Writes one line to standard error, from any thread, with the journal's level mark in front when standard error goes
+/// to the journal.
 void Log(LogLevel level, const QString& text);

@@ -72,7 +72,8 @@ void LogFile::Write(const QByteArray& line)
 void LogFile::Rotate()
 {
     const int full = dup(m_File);
-    flock(full, LOCK_EX); // another server may be at it; held for some renames only
+    // Another server may be doing the same; the lock is held for a few renames only.
+    flock(full, LOCK_EX);
     qint64 size = 0;
     if (IsThere(size)) {
         rename((m_Path + ".1").constData(), (m_Path + ".2").constData());

@@ -5,20 +5,20 @@
 
 #include <mutex>
 
-/// A log in a file that only this user may read. At 10 MB it becomes FILE.1, that one FILE.2, and what was FILE.2 goes.
-/// Several servers may write to one file; it is made again after it has been deleted.
+/// A log file that only this user may read. At 10 MB it becomes FILE.1, the old FILE.1 becomes FILE.2, and the old
+/// FILE.2 is deleted. Several servers may write to one file; it is created again when it has been deleted.
 class LogFile
 {
 public:
-    /// Throws DescribedError when it cannot be written.
+    /// Throws DescribedError when the file cannot be written.
     explicit LogFile(const QString& path);
     LogFile(const LogFile&) = delete;
     LogFile& operator=(const LogFile&) = delete;
     ~LogFile();
 
-    /// From any thread. Failures have nowhere to be reported.
+    /// May be called from any thread. Failures cannot be reported anywhere.
     void Write(const QByteArray& line);
-    /// What libraries say to standard error goes to the file from now on.
+    /// From now on, what libraries write to standard error goes to the file.
     void TakeStandardError();
 
 private:
