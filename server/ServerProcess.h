@@ -42,7 +42,7 @@ private:
 
     void Start();
     void TellReady() const;
-    /// Gives way to a service that starts.
+    /// Whether this server gives way to a service that starts.
     bool GivesWay() const;
     void WatchSignals();
     void WatchIdleness();

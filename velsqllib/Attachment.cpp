@@ -6,12 +6,12 @@ namespace {
 
 /// How long messages are read before input and timers get their turn.
 constexpr std::chrono::milliseconds ReadingSlice{10};
-/// While more than this waits to be sent, nothing is read: what is read would only make more of it. The RPC system's
-/// queue is a chain that goes link by link when the connection goes: 50,000 links are more than a stack of 8 MB
-/// takes.
+/// While more than this waits to be sent, nothing is read, because reading would only add to it. The RPC system's queue
+/// is a chain that is released link by link, recursively, when the connection goes: 50,000 links need more than a stack
+/// of 8 MB.
 constexpr std::size_t MostBytesWaiting = 8 * 1024 * 1024;
 constexpr std::size_t MostMessagesWaiting = 20'000;
-/// Calls of the server's of this size together may wait for their answers.
+/// Total size of the server's own calls that may wait for their answers.
 constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
 
 wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& rpc)
@@ -54,7 +54,7 @@ Attachment::~Attachment() = default;
 void Attachment::SetLost()
 {
     m_Lost = true;
-    m_Readable.setEnabled(false); // a closed socket stays readable for ever
+    m_Readable.setEnabled(false); // a closed socket would stay readable for ever
     m_Writable.setEnabled(false);
 }
 
@@ -100,7 +100,7 @@ kj::Promise<void> Attachment::Watch()
 void Attachment::LookAtCall()
 {
     m_Messages.Resume(); // what waited to be sent may have gone
-    // KJ's clock stands still while it does not run, so its timer may fire early: only our own clock counts.
+    // KJ's clock stands still while its loop does not run, so its timer may fire early: only our own clock counts.
     const auto now = Clock::now();
     if (!m_Waiting || now - m_CallSince < m_Patience.Interval) return;
     if (!std::exchange(m_IsLong, true)) m_LongCall();
@@ -109,7 +109,7 @@ void Attachment::LookAtCall()
 
 void Attachment::CheckAlive(Clock::time_point now)
 {
-    // What came before the ping's answer has been handled by now: an answer to the call would have ended it.
+    // Everything that came before the ping's answer has been handled by now: an answer to the call would have ended it.
     if (m_UnknownCall == m_Call) {
         m_Patience.BeforePing = std::min(m_Patience.BeforePing, m_Patience.AfterLoss);
         GiveUp("The server has lost the answer; the call was given up and may have taken effect."_kj);
@@ -134,7 +134,7 @@ void Attachment::Ping()
     m_Ping = m_Library.pingRequest()
                  .send()
                  .then([this](auto&& answer) { NotePingAnswer(answer.getCallsUnderWay()); },
-                       [](kj::Exception&&) {}) // the connection is lost: its own promise tells
+                       [](kj::Exception&&) {}) // the connection is lost, and its own promise reports that
                  .eagerlyEvaluate(nullptr);
 }
 

@@ -28,7 +28,7 @@ wire::History::Client FindHistory(Connection& connection)
 
 namespace {
 
-/// The server finds an object inside a value by its way.
+/// The server finds an object inside a value by its path.
 void WriteWay(const ObjectWay& way, wire::Object::Builder builder)
 {
     builder.setControllerName(WireBytes(way.ControllerName));

@@ -2,7 +2,7 @@
 
 #include "velsqllib/Connection.h"
 
-/// The objects of a server by the way from its engine, asked for without waiting: only inside a call.
+/// Gets a server's objects by their paths from the engine, without waiting: only inside a call.
 wire::Controller::Client FindController(Connection& connection, const QString& controllerName);
 wire::Item::Client FindItem(Connection& connection, const QString& controllerName, const QString& itemName);
 wire::History::Client FindHistory(Connection& connection);
@@ -13,7 +13,7 @@ class ClientObjects : public WireObjects
 public:
     explicit ClientObjects(Connection& connection);
 
-    /// Throws ValueError for an object that is not the server's.
+    /// Throws ValueError for an object that does not come from the server.
     void Write(const ObjectRef& object, wire::Object::Builder builder) override;
     ObjectRef Read(wire::Object::Reader reader) override;
 

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr qint64 AttemptIntervalMs = 1000;
-/// What the RPC system puts in front of a failure's text that the other side sent; exactly once.
+/// The RPC system puts this, exactly once, in front of the text of a failure that the other side has sent.
 constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
 
 /// The failure arose on this side, in the connection, and not in the server's operation.
@@ -59,7 +59,7 @@ bool Connection::Attach()
 
 void Connection::EnsureUsable()
 {
-    if (m_Attachment && m_Attachment->IsHanging()) m_Attachment->Poll(); // perhaps the answer lies waiting
+    if (m_Attachment && m_Attachment->IsHanging()) m_Attachment->Poll(); // the answer may have arrived already
     if (m_Attachment && !m_Attachment->IsLost()) {
         if (m_Attachment->IsHanging()) throw ServerError(QStringLiteral("The server does not answer."));
         return;
@@ -70,7 +70,7 @@ void Connection::EnsureUsable()
 
 void Connection::NoteFailure(const kj::Exception& failure)
 {
-    // KJ reports the end of the connection to the call first: the next call must not try the dead one again.
+    // KJ reports the end of the connection to the call first. The next call must not try the dead connection again.
     if (m_Attachment && IsLocal(failure) && failure.getType() == kj::Exception::Type::DISCONNECTED)
         m_Attachment->SetLost();
 }

@@ -12,8 +12,8 @@
 
 class ControllerSubscription;
 
-/// The way from the console to the server: owns the socket, makes every call, and finds the server again when it was
-/// restarted.
+/// The connection from the console to the server: owns the socket, makes every call, and finds the server again when it
+/// has been restarted.
 class Connection : public QObject, public std::enable_shared_from_this<Connection>
 {
     Q_OBJECT
@@ -22,21 +22,21 @@ public:
     explicit Connection(const QString& socketPath, const Attachment::Patience& patience = {});
     ~Connection() override;
 
-    /// Tries to reach a running server, whenever the last attempt was. Throws ServerError for a server that must not
+    /// Tries to reach a running server, no matter when it was last tried. Throws ServerError for a server that must not
     /// be used.
     bool Attach();
     /// There was an attachment, and its server has gone.
     bool IsLost() const { return m_Attachment && m_Attachment->IsLost(); }
-    /// Counts attachments: what was got from the server under another number is stale.
+    /// Numbers the attachments: references that were got under another number are stale.
     quint64 Generation() const { return m_Generation; }
     /// The engine of the present attachment; only inside a call.
     wire::Engine::Client& Engine() { return m_Attachment->Engine(); }
     auto CreateEngineRequest() { return m_Attachment->Library().createEngineRequest(); }
     auto PingRequest() { return m_Attachment->Library().pingRequest(); }
 
-    /// Every call on the server: `send` builds and sends the request, `read` takes the answer apart. Fails at once
-    /// while there is no server (looked for at most once a second) or it hangs. Throws ServerError with the server's
-    /// own description.
+    /// Makes every call on the server: `send` builds and sends the request, `read` reads the answer. Fails at once
+    /// while there is no server (it is looked for at most once a second) or while the server hangs. Throws ServerError
+    /// with the server's own description.
     template <std::invocable Send, typename Read>
     auto Call(Send&& send, Read&& read)
     {
@@ -52,7 +52,7 @@ public:
     /// See VelSQLLib.
     void OnLongCall(std::function<void()> action) { m_LongCall = std::move(action); }
 
-    /// Sends what dropping references left to be sent, soon: KJ does not run by itself.
+    /// Soon sends what dropping references has left to be sent, because KJ does not run by itself.
     void PollLater();
 
     WireObjects& Objects() { return *m_Objects; }

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// What the server calls: hands each event to the queue, on whose end the window waits.
+/// Receives the server's calls: passes each event to the queue, and answers when the window has handled it.
 class EventReceiver : public wire::ControllerEvents::Server
 {
 public:
@@ -71,7 +71,7 @@ void ControllerSubscription::Renew()
     m_Renewal = answer
                     .then([](auto&&) {},
                           [this](kj::Exception&& failure) {
-                              // A connection that is lost again is renewed again.
+                              // If the connection is lost again, it is renewed again.
                               m_Refused = failure.getType() != kj::Exception::Type::DISCONNECTED;
                           })
                     .eagerlyEvaluate(nullptr);

@@ -2,7 +2,7 @@
 
 #include "velsqllib/Connection.h"
 
-/// A window's subscription to a controller's events, renewed by the connection whenever it attaches to a server anew.
+/// A window's subscription to a controller's events. The connection renews it whenever it attaches to a new server.
 class ControllerSubscription : public EventSubscription
 {
 public:
@@ -10,8 +10,8 @@ public:
     ControllerSubscription(ConnectionRef connection, QString controllerName, ControllerEvents& events);
     ~ControllerSubscription() noexcept override;
 
-    /// Subscribes to the controller of that name on a new server; one that refuses, or has no such controller, closes
-    /// it.
+    /// Subscribes to the controller of that name on a new server. When the server refuses or has no such controller,
+    /// the subscription is closed.
     void Renew();
     bool IsOpen() const override { return !m_Refused; }
 

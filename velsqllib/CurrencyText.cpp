@@ -10,7 +10,7 @@ namespace {
 
 using Limits = std::numeric_limits<qint64>;
 
-/// A number as its digits, without zeros in front: Digits * 10^Scale.
+/// A number as its digits, without leading zeros: Digits * 10^Scale.
 struct Decimal
 {
     bool Negative = false;
@@ -29,7 +29,7 @@ qsizetype ReadExponent(QStringView text)
     return text.startsWith(u'-') ? -FarExponent : FarExponent;
 }
 
-/// `text` is a number by NumberLength.
+/// `text` is a number according to NumberLength.
 Decimal Split(QStringView text)
 {
     Decimal number;
@@ -57,7 +57,7 @@ bool RoundsUp(QStringView dropped, bool odd)
     return !half || odd;
 }
 
-/// The ten thousandths without their sign; nothing when they are more than any amount.
+/// The ten-thousandths without their sign; empty when no amount is that large.
 std::optional<quint64> TenThousandths(const Decimal& number)
 {
     constexpr qsizetype MostDigits = 19;

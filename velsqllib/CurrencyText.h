@@ -2,6 +2,6 @@
 
 #include "core/automation/Variant.h"
 
-/// Reads an amount digit by digit: a double would not hold all of them. Digits behind the fourth decimal are rounded,
-/// halves to the even neighbour. Throws ValueError. core/automation's FormatCurrency is the way back.
+/// Reads an amount digit by digit, because a double would not hold all digits. Digits after the fourth decimal are
+/// rounded, halves to the even neighbour. Throws ValueError. The reverse is FormatCurrency in core/automation.
 Currency ReadCurrency(QStringView text);

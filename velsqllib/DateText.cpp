@@ -40,7 +40,7 @@ Date Join(qint64 day, TimeOfDay time)
                   Calendar::DateOf(Calendar::LastDay).toString(Qt::ISODate));
 }
 
-// Each Take function steps over what it read at the head of `text`, or leaves it alone.
+// Each Take function removes what it recognises at the beginning of `text`, or leaves `text` unchanged.
 
 std::optional<int> TakeNumber(QStringView& text, qsizetype fewestDigits, qsizetype mostDigits)
 {
@@ -76,7 +76,7 @@ std::optional<qint64> TakeDay(QStringView& text)
     return Calendar::DayOf(date);
 }
 
-/// Adds the decimals behind the seconds, if there are any.
+/// Adds the decimals after the seconds, if there are any.
 bool TakeDecimals(QStringView& text, TimeOfDay& time)
 {
     if (!text.startsWith(u'.')) return true;

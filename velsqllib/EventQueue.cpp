@@ -29,7 +29,8 @@ void EventQueue::Clear()
 
 void EventQueue::HandleSlice()
 {
-    if (m_Handling) return; // a handler opened a window of its own: the rest waits until it returns
+    // The handler has opened a window of its own; the rest waits until it returns.
+    if (m_Handling) return;
     const QScopedValueRollback handling(m_Handling, true);
     QElapsedTimer slice;
     slice.start();
@@ -48,7 +49,7 @@ void EventQueue::Handle(Event event)
     try {
         if (event.Sink->Target) event.DeliverTo(*event.Sink->Target);
     } catch (...) {
-        // What a handler throws must not reach the event loop; it has reported what it wanted to report.
+        // An exception from a handler must not reach the event loop; the handler has reported what it wanted to report.
     }
     event.Done->fulfill();
 }

@@ -11,7 +11,7 @@
 
 namespace {
 
-/// The bits of a NaN: its sign, an exponent of ones, and behind it a mark that is not 0.
+/// The bits of a NaN: its sign, an exponent of ones, and after it a payload that is not 0.
 template <typename T>
 struct NanBits
 {
@@ -33,7 +33,7 @@ QString WriteNan(T number)
     return mark == Nan::UsualMark ? text : text + u'(' + QString::number(mark, 16) + u')';
 }
 
-/// The mark that stands behind "NaN": nothing, or hexadecimal digits in parentheses.
+/// The payload after "NaN": nothing, or hexadecimal digits in parentheses.
 template <typename T>
 std::optional<quint64> ReadNanMark(QStringView text)
 {
@@ -45,7 +45,7 @@ std::optional<quint64> ReadNanMark(QStringView text)
     return ok && mark != 0 && mark <= Nan::MarkMask ? std::optional(mark) : std::nullopt;
 }
 
-/// What is not a number but has a text.
+/// Values that are not numbers but have a text.
 template <typename T>
 std::optional<T> ReadSpecial(QStringView text)
 {

@@ -8,6 +8,6 @@ template <typename T>
 T ReadFloat(QStringView text);
 
 /// The shortest text that reads back as the same number. Every NaN keeps its bits: "NaN" is the usual one, "-NaN" the
-/// same with its sign set, and others say theirs, as "NaN(1)".
+/// same with its sign set, and others show their payload, as in "NaN(1)".
 template <typename T>
 QString WriteFloat(T number);

@@ -36,7 +36,7 @@ kj::Promise<void> GuardedStream::WhenMayRead()
     return kj::mv(pair.promise);
 }
 
-/// What costs memory until the server takes it back is counted; what would, and is never sent, is refused.
+/// Counts what costs memory until the server takes it back; refuses messages of this kind that no server sends.
 void GuardedStream::Check(capnp::MessageReader& message)
 {
     using capnp::rpc::Message;

@@ -5,18 +5,19 @@
 
 #include <functional>
 
-/// The client's end of the wire, on guard against a server that floods it: messages are read only while there is time
-/// and room for them, and what no server has to send ends the connection.
+/// The client's end of the wire, guarded against a server that floods it: messages are read only while there is time
+/// and room for them, and messages that no server has reason to send end the connection.
 class GuardedStream final : public capnp::MessageStream
 {
 public:
-    /// Calls of a server (its events) that it has not finished; the bundled one has 256 for each subscription.
+    /// The most calls of a server (its events) that it has not finished; the bundled server has 256 for each
+    /// subscription.
     static constexpr int MostOpenCalls = 1'000'000;
 
-    /// `mayRead` is asked before each message; while it says no, nothing is read until Resume.
+    /// `mayRead` is asked before each message; when it returns false, nothing is read until Resume.
     GuardedStream(kj::AsyncIoStream& stream, std::function<bool()> mayRead);
 
-    /// Asks again.
+    /// Asks `mayRead` again.
     void Resume();
 
     using MessageStream::tryReadMessage;

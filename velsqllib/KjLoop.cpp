@@ -2,7 +2,7 @@
 
 namespace {
 
-/// After so many steps the loop looks at its timers, also while messages come without end.
+/// After this many steps the loop looks at its timers, even if messages keep coming.
 constexpr kj::uint MostStepsBetweenLooks = 1000;
 
 } // namespace

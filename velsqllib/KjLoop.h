@@ -4,7 +4,7 @@
 
 #include <memory>
 
-/// The KJ event loop of a thread: there can be only one, so whoever needs it shares it.
+/// The KJ event loop of a thread: there can be only one, so all its users share it.
 class KjLoop
 {
 public:

@@ -6,15 +6,15 @@
 
 #include <concepts>
 
-/// How an object is reached from the engine: what is empty is not needed for its kind.
+/// How an object is reached from the engine; parts that its kind does not need are empty.
 struct ObjectWay
 {
     QString ControllerName;
     QString ItemName;
 };
 
-/// What all objects of the server have in common as the console sees them: a reference over the wire that is got
-/// anew, by the object's way, whenever the connection is attached to another server.
+/// What all proxies of server objects have in common: a reference over the wire that is got again, by the object's
+/// path, whenever the connection has attached to another server.
 template <typename Wire>
 class Proxy
 {
@@ -51,12 +51,12 @@ protected:
     {
     };
 
-    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result of the response.
+    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response.
     template <typename Request, typename Fill = decltype(NoArguments), typename Read = PlainResult>
     auto Call(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments,
               const Read& read = {})
     {
-        KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // looked for again by the next call
+        KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // the next call looks for it again
         return m_Connection->Call(
             [&] {
                 auto request = (Client().*operation)(nullptr);

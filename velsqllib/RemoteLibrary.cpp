@@ -40,7 +40,7 @@ EngineRef RemoteLibrary::CreateEngine()
         try {
             return AttachedEngine();
         } catch (const ServerError&) {
-            // A server that was just ending took the connection and no call: the next one is asked.
+            // A server that was just ending has accepted the connection but no call: the next server is asked.
             if (attempt == MostAttempts || !m_Connection->IsLost()) throw;
         }
     }

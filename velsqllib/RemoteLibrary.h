@@ -3,23 +3,23 @@
 #include "core/automation/ServerObjects.h"
 #include "velsqllib/Connection.h"
 
-/// The server's type library for a process of its own: reaches a running server, or starts the bundled one.
+/// The server's type library for a separate process: reaches a running server, or starts the bundled one.
 class RemoteLibrary : public VelSQLLib
 {
 public:
-    /// Looks at the user's own socket and starts `velsqlserver` from beside the program, else from the path.
+    /// Uses the user's own socket, and starts the `velsqlserver` beside the program, else the one on the path.
     RemoteLibrary();
-    /// For tests and tools: another socket, another server program (none: nothing is started).
+    /// For tests and tools: another socket, another server program (if empty, nothing is started).
     RemoteLibrary(const QString& socketPath, const QString& serverProgram, const Attachment::Patience& patience = {});
     ~RemoteLibrary() override;
 
     void OnLongCall(std::function<void()> action) override;
     EngineRef CreateEngine() override;
-    /// As CreateEngine, but starts no server: throws ServerError when none runs.
+    /// As CreateEngine, but starts no server: throws ServerError when none is running.
     EngineRef AttachEngine();
     ValueConverterRef CreateValueConverter() override;
-    /// For who waits for events and would not notice that none can come. Throws ServerError when the server does not
-    /// answer.
+    /// For programs that wait for events and would otherwise not notice that none can come. Throws ServerError when the
+    /// server does not answer.
     void Ping();
 
 private:

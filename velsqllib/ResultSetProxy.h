@@ -3,7 +3,7 @@
 #include "core/automation/ResultSet.h"
 #include "velsqllib/Connection.h"
 
-/// A statement's result as the console sees it: lives and dies with the server that holds it.
+/// A statement's result as the console sees it: it belongs to the server that holds it and ends with it.
 class ResultSetProxy : public ResultSet
 {
 public:

@@ -23,7 +23,7 @@ bool ReadBool(QStringView text)
     return *number != 0;
 }
 
-/// Most numbers in large arrays are nothing but a few digits.
+/// Most numbers in large arrays are just a few digits.
 std::optional<int> ReadFewDigits(QStringView text)
 {
     if (text.isEmpty() || text.size() > 9) return std::nullopt;
@@ -35,7 +35,7 @@ std::optional<int> ReadFewDigits(QStringView text)
     return number;
 }
 
-/// Halves round to the even neighbour, as wherever automation makes whole numbers.
+/// Halves are rounded to the even neighbour, as everywhere in automation.
 double ReadWhole(QStringView text)
 {
     if (const auto number = ReadFewDigits(text)) return *number;

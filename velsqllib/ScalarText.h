@@ -2,8 +2,8 @@
 
 #include "core/automation/Variant.h"
 
-/// The text of a single value of type T: a boolean, whole number, floating-point number, amount or date. Blanks
-/// around are no part of it. Throws ValueError with what is wrong.
+/// The value of type T that a text spells: a boolean, whole number, floating-point number, amount or date. Blanks
+/// around it are ignored. Throws ValueError that says what is wrong.
 template <typename T>
 T ReadScalar(QStringView text);
 

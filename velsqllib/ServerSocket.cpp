@@ -39,13 +39,14 @@ int MakeSocket()
     return descriptor;
 }
 
-/// Removes the socket of a server that was killed: the lock says that none is running. Nothing else is ever removed.
+/// Removes the socket of a server that was killed: the lock proves that none is running. Nothing else is ever removed.
 void RemoveLeftover(const char* path)
 {
     struct stat status
     {
     };
-    if (lstat(path, &status) != 0) return; // what is wrong, if anything, is said when it is bound
+    // If something is wrong, binding the socket reports it.
+    if (lstat(path, &status) != 0) return;
     if (!S_ISSOCK(status.st_mode))
         throw DescribedError(QStringLiteral("%1 exists and is no socket.").arg(QFile::decodeName(path)));
     unlink(path);
@@ -102,7 +103,7 @@ ListeningSocket::ListeningSocket(const QString& path)
 
 ListeningSocket::~ListeningSocket()
 {
-    unlink(QFile::encodeName(m_Path).constData()); // ours: the lock is still held
+    unlink(QFile::encodeName(m_Path).constData()); // ours, because the lock is still held
     close(m_Socket);
     close(m_Lock);
 }
@@ -113,7 +114,8 @@ void ListeningSocket::MakeFolder() const
     if (mkdir(folder.constData(), 0700) != 0 && errno != EEXIST)
         throw DescribedError(
             QStringLiteral("The folder %1 cannot be made: %2").arg(QString::fromLocal8Bit(folder), SystemError()));
-    // One that was there keeps its mode, as it may serve other things; but nobody else may put a socket into it.
+    // An existing folder keeps its mode, as it may serve other purposes; but nobody else may be able to put a socket
+    // into it.
     struct stat status
     {
     };

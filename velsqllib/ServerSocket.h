@@ -9,15 +9,16 @@ QString ServerSocketPath();
 /// Whether the process at the other end of a connected local socket belongs to this user.
 bool IsSameUser(int connectedSocket);
 
-/// A connected, non-blocking socket, close-on-exec; -1 when nobody listens there.
-/// Throws DescribedError for a path that cannot be used or a listener of another user.
+/// A connected, non-blocking socket, close-on-exec; -1 when nobody listens there. Throws DescribedError for an unusable
+/// path or a listener of another user.
 int ConnectToServer(const QString& path);
 
 /// The server's end: the socket file, mode 0600 in a folder of mode 0700, held by one server at a time.
 class ListeningSocket
 {
 public:
-    /// Throws DescribedError: another server is running, the folder is not private, the path is too long, and so on.
+    /// Throws DescribedError when another server is running, the folder is not private, the path is too long, and so
+    /// on.
     explicit ListeningSocket(const QString& path = ServerSocketPath());
     ListeningSocket(const ListeningSocket&) = delete;
     ListeningSocket& operator=(const ListeningSocket&) = delete;

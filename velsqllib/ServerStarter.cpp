@@ -14,7 +14,7 @@ namespace {
 
 constexpr qint64 PatienceMs = 15'000;
 constexpr unsigned long PauseMs = 10;
-/// A console that crashed leaves its server for so long.
+/// How long a server stays after its console has crashed.
 constexpr auto IdleSeconds = "10";
 
 bool HasEnded(qint64 processId)
@@ -22,7 +22,7 @@ bool HasEnded(qint64 processId)
     return kill(static_cast<pid_t>(processId), 0) != 0 && errno == ESRCH;
 }
 
-/// What the server has to say to an operator, without time stamps and what it told a log on the way.
+/// The messages for an operator: no time stamps, no info and debug lines.
 QString WithoutLogMarks(QString said)
 {
     static const QRegularExpression Remark(QStringLiteral("^[-\\d]{10} [:.\\d]{12} (info|debug): .*\n?"),
@@ -57,7 +57,8 @@ ServerStarter::ServerStarter(const QString& program, const QString& socketPath)
 
 void ServerStarter::WaitAWhile()
 {
-    const bool ended = HasEnded(m_ProcessId); // asked before reading, so that its last words are complete
+    // Checked before reading, so that the server's last words are complete.
+    const bool ended = HasEnded(m_ProcessId);
     if (ended) Fail(QStringLiteral("could not start"));
     if (m_Started.elapsed() > PatienceMs)
         Fail(QStringLiteral("did not get ready within %1 seconds").arg(PatienceMs / 1000));

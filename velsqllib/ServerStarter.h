@@ -4,14 +4,14 @@
 #include <QString>
 #include <QTemporaryFile>
 
-/// A server process being started; it goes on by itself when this object is gone.
+/// A server process that is being started; it continues when this object is destroyed.
 class ServerStarter
 {
 public:
-    /// Throws ServerError when there is no program or it cannot be started.
+    /// Throws ServerError when the program does not exist or cannot be started.
     ServerStarter(const QString& program, const QString& socketPath);
 
-    /// A short pause. Throws ServerError with what the server said when it has ended, or after 15 seconds.
+    /// Pauses briefly. Throws ServerError with the server's message when the server has ended, or after 15 seconds.
     void WaitAWhile();
 
 private:
@@ -19,7 +19,7 @@ private:
     QString Said();
 
     QString m_Program;
-    QString m_Log; ///< the server's
+    QString m_Log; ///< path of the server's log
     QTemporaryFile m_Errors;
     QElapsedTimer m_Started;
     qint64 m_ProcessId = 0;

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Whether the plain name belongs to the socket. It goes to the first one, until that one's folder is gone.
+/// Whether the socket gets the plain file name. The first socket gets it, and keeps it until its folder is gone.
 bool OwnsPlainName(const QString& log, const QString& socketPath)
 {
     QFile owner(log + QStringLiteral(".socket"));
@@ -26,14 +26,14 @@ bool OwnsPlainName(const QString& log, const QString& socketPath)
 
 QString StateFolder()
 {
-    const QString state = qEnvironmentVariable("XDG_STATE_HOME"); // an empty one counts as none
+    const QString state = qEnvironmentVariable("XDG_STATE_HOME"); // empty counts as not set
     return (state.isEmpty() ? QDir::homePath() + QStringLiteral("/.local/state") : state) + QStringLiteral("/velsql");
 }
 
 void MakePrivateFolder(const QString& path)
 {
     QDir().mkpath(QFileInfo(path).path());
-    mkdir(QFile::encodeName(path).constData(), 0700); // whoever writes into it says what is wrong
+    mkdir(QFile::encodeName(path).constData(), 0700); // failures are reported by the code that writes into it
 }
 
 QString ServerLogPath(const QString& socketPath)

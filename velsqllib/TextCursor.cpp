@@ -116,7 +116,7 @@ QString TextCursor::TakeQuoted()
 std::optional<qint32> TextCursor::TakeLowerBound()
 {
     SkipBlanks();
-    // No further than the longest bound reaches: texts that begin with "[" may be long, and many.
+    // Looks no further than the longest bound, because texts that begin with "[" may be long, and many.
     const QStringView head = Left().first(qMin(Left().size(), LongestLowerBound));
     const qsizetype close = head.startsWith(u'[') ? head.indexOf(u"..]") : -1;
     if (close < 0) return std::nullopt;

@@ -4,11 +4,11 @@
 
 #include <QString>
 
-/// "VT_I4", "VT_ARRAY|VT_I4", for messages; the bare code when it has no name.
+/// "VT_I4" or "VT_ARRAY|VT_I4", for messages; the bare code when it has no name.
 QString TypeName(VarType type);
 
-/// The code at the head of a typed text, blanks around it allowed. Throws ValueError when `text` is not one, or is
-/// that of a type whose values have no text.
+/// The code at the beginning of a typed text, with blanks allowed around it. Throws ValueError when `text` is not a
+/// code, or is the code of a type whose values have no text.
 VarType ReadTypeCode(QStringView text);
 
 /// Throws ValueError when values of the type have no text.

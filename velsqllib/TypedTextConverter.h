@@ -2,7 +2,7 @@
 
 #include "core/automation/ServerObjects.h"
 
-/// The console's converter: works in the console's own process, so that what an operator typed is checked without a
+/// The console's converter: works in the console's own process, so that an operator's input is checked without a
 /// server.
 class TypedTextConverter : public ValueConverter
 {

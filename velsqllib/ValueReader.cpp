@@ -41,8 +41,8 @@ Variant ValueReader::ReadValue(VarType type)
 Variant ValueReader::ReadPayload(VarType type)
 {
     if (ElementOf(type) != type) return ReadArray(ElementOf(type));
-    // Inside braces a text ends with them, so it keeps the rules of an element; elsewhere it is all that is left, as
-    // it stands.
+    // Inside braces a text ends with them, so it follows the rules of an element; elsewhere it is everything that is
+    // left, unchanged.
     if (type == VT_BSTR) return m_Cursor.InBraces() ? m_Cursor.TakeText() : m_Cursor.TakeRest().toString();
     const QStringView text = m_Cursor.InBraces() ? m_Cursor.TakePlain() : m_Cursor.TakeRest();
     if (type == VT_EMPTY) return ReadNothing(text, Variant());

@@ -3,7 +3,7 @@
 #include "core/automation/SafeArray.h"
 #include "velsqllib/TextCursor.h"
 
-/// Reads one value's text in a single pass. Errors say the way to what is wrong: "VT_ARRAY|VT_I4: element 2: ...".
+/// Reads one value's text in a single pass. Errors give the path to the mistake: "VT_ARRAY|VT_I4: element 2: ...".
 class ValueReader
 {
 public:

@@ -9,7 +9,8 @@
 
 namespace {
 
-/// Appends values to one text. Inside an array a text is an element, quoted where it needs it; alone it is itself.
+/// Appends values to one text. Inside an array a text is an element, quoted if necessary; on its own it is written
+/// unchanged.
 class ValueWriter
 {
 public:

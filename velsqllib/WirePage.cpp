@@ -12,8 +12,8 @@ kj::Array<capnp::word> CopyWords(capnp::Data::Reader bytes)
     return words;
 }
 
-/// A page is read many times while the operator scrolls over it, so the limit on reading is lifted; its size is
-/// bounded by the message that brought it.
+/// A page is read many times while the operator scrolls over it, so the read limit is lifted; the page's size is
+/// limited by the message that brought it.
 capnp::ReaderOptions PageOptions()
 {
     capnp::ReaderOptions options = WireReaderOptions();

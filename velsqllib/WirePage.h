@@ -5,7 +5,7 @@
 
 #include <capnp/serialize.h>
 
-/// A page of a result as it came over the wire; a cell is decoded when it is asked for.
+/// A page of a result as it came over the wire; cells are decoded on demand.
 class WirePage : public ResultPage
 {
 public:

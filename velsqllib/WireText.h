@@ -9,11 +9,11 @@
 /// Texts cross the wire as their 16-bit characters, so that NUL and lone surrogates arrive as they were sent.
 QString FromWireText(capnp::Data::Reader text);
 
-/// The bytes to send for a text; valid while `text` lives and is not changed.
+/// The bytes to send for a text; valid while `text` exists and is not changed.
 capnp::Data::Reader WireBytes(const QString& text);
 
 /// `description` as the failure of a call; it reaches the other end unchanged.
 kj::Exception ToException(const QString& description);
 
-/// What a failure says.
+/// The description that a failure carries.
 QString DescriptionOf(const kj::Exception& failure);

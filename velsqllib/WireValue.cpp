@@ -207,7 +207,7 @@ Variant ReadValue(wire::Value::Reader reader, WireObjects& objects)
 {
     try {
         return ReadAt(reader, objects, 1);
-    } catch (const kj::Exception&) { // pointers into nowhere, lists that claim more than there is, endless repetition
+    } catch (const kj::Exception&) { // pointers to nowhere, lists that claim more than there is, endless repetition
         throw ValueError(QStringLiteral("A value arrived that cannot be read."));
     }
 }

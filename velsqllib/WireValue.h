@@ -5,7 +5,7 @@
 
 #include <capnp/message.h>
 
-/// How server objects inside values become wire objects and back; client and server have one each.
+/// How server objects inside values become wire objects and back; client and server each have their own.
 class WireObjects
 {
 public:
@@ -14,7 +14,7 @@ public:
     virtual ObjectRef Read(wire::Object::Reader reader) = 0;
 };
 
-/// Where values hold no objects, as in results: they come out of a database.
+/// For values that hold no objects, as in results, which come from a database.
 class NoObjects : public WireObjects
 {
 public:
@@ -25,8 +25,8 @@ public:
 /// Throws ValueError when arrays are nested too deeply.
 void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects& objects);
 
-/// Throws ValueError for what is not a value of this system.
+/// Throws ValueError for data that is not a value of this system.
 Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);
 
-/// Limits for reading messages on both sides: 512 MiB a message, nesting enough for MaxArrayDepth.
+/// Limits for reading messages on both sides: 512 MiB a message, and nesting deep enough for MaxArrayDepth.
 capnp::ReaderOptions WireReaderOptions();

@@ -1,12 +1,12 @@
 @0xd5b9c1f0a7e34621;
-# The type library: one interface per server object. Method ordinals follow the server's operation table (position 1 is @0, positions
-# that no client calls are kept as "unused"), what the wire itself needs stands behind them.
+# The type library: one interface per server object. Method ordinals follow the server's operation table (position 1 is
+# @0; positions that no client calls are kept as "unused"). Methods that only the wire needs come after these.
 
 using Cxx = import "/capnp/c++.capnp";
 $Cxx.namespace("wire");
 
 using Text16 = Data;
-# 16-bit characters, little-endian, counted: also NUL and lone surrogates.
+# 16-bit characters, little-endian, with an explicit length: NUL and lone surrogates are allowed.
 
 struct Object {
   union {
@@ -18,7 +18,7 @@ struct Object {
   }
   controllerName @5 :Text16;
   itemName @6 :Text16;
-  # The way to the object from the engine, by which a client finds it again on a restarted server.
+  # The path to the object from the engine, by which a client finds it again on a restarted server.
 }
 
 struct Value {
@@ -65,11 +65,12 @@ struct SafeArray {
 }
 
 interface Library {
-  # What a connection starts with.
+  # The first object of a connection.
   createEngine @0 () -> (result :Engine);
   ping @1 () -> (callsUnderWay :Int32 = -1);
-  # Answered at once by a server that is alive, whatever else it is doing: with how many calls of this connection, the ping apart, it
-  # has not answered yet. Messages keep their order, so a call that is neither under way nor answered is lost. -1: it cannot tell.
+  # Answered at once by a server that is alive, whatever else it is doing. The result is the number of calls of this
+  # connection, not counting the ping, that it has not answered yet. Messages keep their order, so a call that is
+  # neither under way nor answered is lost. -1 when the server cannot tell.
 }
 
 interface Engine {
@@ -152,7 +153,7 @@ interface ResultSet {
   columns @0 () -> (names :List(Text16));
   progress @1 () -> (rowsSoFar :Int64, complete :Bool, failure :Text16);
   pageOf @2 (row :Int64) -> (page :Data);
-  # A flat message of ResultPage, as it was spooled: the server hands it out without decoding it.
+  # A flat message of ResultPage, as it was spooled: the server passes it on without decoding it.
 }
 
 struct ResultPage {

@@ -24,7 +24,7 @@ namespace {
     throw ValueError(QStringLiteral("%1 is out of the range of %2").arg(Quoted(value), TypeName(type)));
 }
 
-/// A text that says a number or a truth.
+/// A text that holds a number or a truth value.
 std::optional<double> TextToNumber(const QString& text)
 {
     if (const auto number = ParseNumber(text); number && std::isfinite(*number)) return number;
@@ -102,7 +102,7 @@ Variant ConvertScalar(const Variant& value, VarType type)
     });
 }
 
-/// Builds a block of elements by asking for them one after the other.
+/// Builds a block by asking for its elements one after the other.
 template <typename T, typename ElementAt>
 SafeArray::Elements Block(qsizetype count, ElementAt elementAt)
 {

@@ -27,13 +27,13 @@ QList<quint8> Header()
     Append(bytes, 8 * BytesAPixel, 2);
     Append(bytes, 0, 4); // not compressed
     Append(bytes, PixelBytes, 4);
-    Append(bytes, 2835, 4); // pixels a metre, across and up
+    Append(bytes, 2835, 4); // pixels per metre, horizontally and vertically
     Append(bytes, 2835, 4);
     Append(bytes, 0, 8);
     return bytes;
 }
 
-/// 0xRRGGBB; `y` counts upwards, as the rows of a BMP do.
+/// 0xRRGGBB; `y` counts upwards, like the rows of a BMP.
 quint32 PixelAt(qint32 x, qint32 y)
 {
     const bool inTank = x >= 16 && x < 48 && y >= 6 && y < 42;

@@ -16,7 +16,7 @@ LinkCheck::Finding LinkCheck::Look(const PlantItem& item)
     return m_Finding;
 }
 
-/// Items whose values go into this one's. Other properties than the value lead no further.
+/// Items whose values go into this one's. Properties other than the value lead no further.
 QList<PlantItemRef> LinkCheck::Sources(const PlantItem& item) const
 {
     const ItemTraits& traits = item.Traits();
@@ -32,7 +32,7 @@ QList<PlantItemRef> LinkCheck::Sources(const PlantItem& item) const
     return sources;
 }
 
-/// How many items follow at most; none when there is no end. Never goes deeper than MaxLinkDepth.
+/// The most items that follow; empty when the chain is endless. Never goes deeper than MaxLinkDepth.
 std::optional<int> LinkCheck::Height(const PlantItem& item)
 {
     if (const auto known = m_Heights.constFind(&item); known != m_Heights.constEnd()) return *known;

@@ -5,26 +5,26 @@
 #include <QHash>
 #include <QSet>
 
-/// The most items that one reading or writing goes through along links and operands.
+/// The most items that one reading or writing passes through along links and operands.
 inline constexpr int MaxLinkDepth = 16;
 
-/// What is said of links that never end, or not in time.
+/// The message about links that never end, or not soon enough.
 QString EndlessLinks();
 
-/// Looks along links and operands, from item to item, for circles and for chains of too many items.
+/// Searches links and operands, from item to item, for circles and for chains of too many items.
 class LinkCheck
 {
 public:
     enum class Along
     {
         Followed, ///< links that are followed at present
-        Defined   ///< all that items are described with
+        Defined   ///< all links in the items' descriptions
     };
     enum class Finding
     {
         Sound,
         Endless,
-        FoundBefore ///< leads to a circle or chain that has been found already
+        FoundBefore ///< leads to a circle or chain that was found before
     };
 
     explicit LinkCheck(Along along)
@@ -32,7 +32,7 @@ public:
     {
     }
     Finding Look(const PlantItem& item);
-    /// The items of the chain found last, in order; the first one is where the search began.
+    /// The items of the chain that was found last, in order; the search began at the first one.
     const QList<const PlantItem*>& Chain() const { return m_Chain; }
 
 private:
@@ -43,6 +43,7 @@ private:
     const Along m_Along;
     Finding m_Finding = Finding::Sound;
     QList<const PlantItem*> m_Chain;
-    QHash<const PlantItem*, int> m_Heights; ///< how many items follow at most, of those that have been looked at
+    /// For items already searched: the most items that follow.
+    QHash<const PlantItem*, int> m_Heights;
     QSet<const PlantItem*> m_Endless;
 };

@@ -4,15 +4,15 @@
 
 #include <QSet>
 
-/// One item's step in a reading or writing that follows links and operands from item to item, for as long as the step
-/// lasts. A walk goes neither in a circle nor over too many items; it reads an alias only once, and writes a bounded
+/// One item's step in a reading or writing that follows links and operands from item to item; lasts as long as that
+/// step. A walk goes neither in circles nor over too many items; it reads an alias only once, and writes a limited
 /// number of items.
 class LinkWalk
 {
 public:
     static constexpr int MostWritten = 100'000;
 
-    /// The walk under way, of which a plant has one at a time.
+    /// The walk under way; a plant has one at a time.
     struct State
     {
         QList<const PlantItem*> Items;
@@ -26,13 +26,14 @@ public:
     LinkWalk& operator=(const LinkWalk&) = delete;
     ~LinkWalk();
 
-    /// Whether the walk under way has read the alias: it then holds what reading it again would give.
+    /// Whether the walk under way has already read the alias, which then holds what another reading would give.
     static bool HasRead(const PlantItem& alias);
     void NoteRead(const PlantItem& alias);
-    /// What was read may have another value now. Throws DescribedError when it is one item too many.
+    /// Values that were read may have changed since. Throws DescribedError when too many items have been written.
     void NoteWrite();
 
 private:
     State& m_State;
-    const bool m_GoesOn; ///< items without links and operands end a walk and need not be counted
+    /// Items without links and operands end a walk and need not be counted.
+    const bool m_GoesOn;
 };

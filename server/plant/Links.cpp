@@ -12,7 +12,7 @@ namespace {
 struct Target
 {
     PlantItemRef Item;
-    qsizetype Element; ///< -1: the whole value
+    qsizetype Element; ///< -1 for the whole value
 };
 
 Target Find(const PlantItem& item, const QString& text)

@@ -2,19 +2,19 @@
 
 #include "server/plant/PlantItem.h"
 
-/// A link's text taken apart.
+/// A link's text, split into its parts.
 struct LinkText
 {
     QString Name;
-    qsizetype Element = -1; ///< of the linked array; -1: the whole value
+    qsizetype Element = -1; ///< index in the linked array; -1 for the whole value
 };
 
-/// With `extracts`, "<item>(3)" means element 3 and "<item>" element 0; else parentheses belong to the name.
+/// With `extracts`, "<item>(3)" means element 3 and "<item>" element 0; otherwise parentheses belong to the name.
 LinkText ParseLink(const QString& link, bool extracts);
 
-/// What an item takes from its linked items: of one item its property, of several an array of them, in order.
-/// Throws DescribedError when an item is not there, cannot be read or the array is too large.
+/// What an item takes from its linked items: the property of a single one, or an array of the properties of several, in
+/// order. Throws DescribedError when an item does not exist or cannot be read, or when the array is too large.
 Variant ReadLinks(const PlantItem& item);
 
-/// Hands a written value on: to one linked item as it is, to the items of an array item element by element.
+/// Passes a written value on: to one linked item unchanged, to the items of an array item element by element.
 void WriteLinks(const PlantItem& item, const Variant& value);

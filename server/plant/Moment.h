@@ -10,11 +10,11 @@ using TimeStamp = std::chrono::system_clock::time_point;
 struct Moment
 {
     TimeStamp Wall;
-    /// Since the server began; never jumps, so that signals run on when the clock is set.
+    /// Time since the server began; never jumps, so that signals continue when the clock is set.
     double Seconds = 0.0;
 };
 
-/// Local time of a moment, cut to the second.
+/// Local time of a moment, without fractions of a second.
 Date ToLocalDate(TimeStamp time);
 /// The microseconds that ToLocalDate cuts off: 0 to 999999.
 qint32 MicrosecondsOf(TimeStamp time);

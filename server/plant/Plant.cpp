@@ -38,7 +38,7 @@ PlantControllerRef Plant::Add(ControllerTraits traits)
 PlantItemRef Plant::Resolve(const PlantController& from, const QString& link) const
 {
     if (PlantItemRef item = from.Find(link)) return item;
-    // Names may hold backslashes themselves: each of them may be the one between controller and item.
+    // Names may contain backslashes, so each of them may be the one between controller and item.
     for (qsizetype at = link.indexOf(u'\\'); at >= 0; at = link.indexOf(u'\\', at + 1)) {
         const PlantControllerRef controller = Find(link.left(at));
         if (!controller) continue;

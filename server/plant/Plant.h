@@ -10,7 +10,7 @@ class PlantHost
 {
 public:
     virtual Moment Now() = 0;
-    /// Runs `action` after `delay` milliseconds, between other things.
+    /// Runs `action` after `delay` milliseconds, between other events.
     virtual void After(qint32 delay, std::function<void()> action) = 0;
     /// A change of an item that is to be recorded.
     virtual void Record(const PlantItem& item) = 0;
@@ -21,7 +21,7 @@ protected:
     ~PlantHost() = default;
 };
 
-/// All controllers with their items, without any wire or database.
+/// All controllers with their items, independent of wire and database.
 class Plant : public ServerObject
 {
 public:
@@ -31,30 +31,31 @@ public:
     PlantHost& Host() const { return m_Host; }
     const QList<PlantControllerRef>& Controllers() const { return m_Controllers; }
     PlantControllerRef Find(const QString& name) const;
-    /// Throws ServerError when there is none; upper and lower case differ.
+    /// Throws ServerError when there is none; case-sensitive.
     PlantControllerRef Controller(const QString& name) const;
     /// Throws DescribedError when the name is taken.
     PlantControllerRef Add(ControllerTraits traits);
 
-    /// What "[<controller name>\]<item name>" means to items of the controller `from`: an item of its own first. Null
-    /// when there is none.
+    /// The item that "[<controller name>\]<item name>" means for items of the controller `from`; the controller's own
+    /// items come first. Null when there is none.
     PlantItemRef Resolve(const PlantController& from, const QString& link) const;
 
-    /// Counts on whenever links may lead elsewhere than before: items come or go, or are switched on or off.
+    /// Increases whenever links may lead elsewhere than before: when items come or go, or are switched on or off.
     quint64 LinksState() const { return m_LinksState; }
     void NoteLinksChanged() { ++m_LinksState; }
 
-    /// Brings the controllers to the state that their description asks for.
+    /// Puts the controllers into the states that their descriptions ask for.
     void Begin();
-    /// As an operator does: the server then stays, even without clients.
+    /// Starts the engine as an operator does: the server then stays, even without clients.
     void Start();
     void Stop();
     void Snapshot();
     bool IsStarted() const { return m_Started; }
-    /// All controllers are told that the server goes.
+    /// Tells all controllers that the server is ending.
     void Terminate();
 
-    /// Runs `action` after `delay` milliseconds; false, and nothing, when too many wait already.
+    /// Runs `action` after `delay` milliseconds; returns false, without running it, when too many actions are already
+    /// waiting.
     bool RunLater(qint32 delay, std::function<void()> action);
     static constexpr qint32 MostWaitingActions = 10'000;
 
@@ -75,7 +76,7 @@ class ItemMaker
 public:
     /// Throws DescribedError.
     virtual void AddItem(PlantController& controller, const Variant& definition) = 0;
-    /// Throws ServerError when there is none of that name.
+    /// Throws ServerError when no item has that name.
     virtual void RemoveItem(PlantController& controller, const QString& name) = 0;
 
 protected:

@@ -121,7 +121,7 @@ void PlantController::RaiseStateChanged(qint32 state)
     TellAll([&](ControllerObserver& observer) { observer.StateChanged(state); });
 }
 
-/// An observer that fails keeps neither the others from the event nor the plant from going on.
+/// An observer that fails neither keeps the event from the others nor stops the plant.
 template <typename Action>
 void PlantController::TellAll(Action action)
 {

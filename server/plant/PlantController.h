@@ -18,7 +18,7 @@ enum class ControllerState : qint32
     Terminated = 4
 };
 
-/// Is told of a controller's events while they happen; must not change the plant meanwhile.
+/// Receives a controller's events while they happen; must not change the plant meanwhile.
 class ControllerObserver
 {
 public:
@@ -33,12 +33,15 @@ struct ControllerTraits
 {
     QString Name = {};
     QString Description = {};
-    std::array<qint32, 3> ScanTimes = {100, 1000, 5000}; ///< milliseconds; 0: items of that class are not scanned
+    /// Milliseconds; items of a class with 0 are not scanned.
+    std::array<qint32, 3> ScanTimes = {100, 1000, 5000};
     QList<Variant> SettingData = {};
     Variant Tag = {};
     bool StartsActive = true;
-    bool KeepsAddedItems = true; ///< for the next server, unless the plant is the built-in one
-    bool SortsItems = false;     ///< added items go to their place by name instead of to the end
+    /// For the next server, unless the plant is the built-in one.
+    bool KeepsAddedItems = true;
+    /// Added items go to their place by name instead of to the end.
+    bool SortsItems = false;
 };
 
 /// A named group of items that are scanned together.
@@ -59,7 +62,7 @@ public:
     void PutTag(const Variant& value) { m_Tag = value; }
 
     const QList<PlantItemRef>& Items() const { return m_Items; }
-    /// Null when there is none of that name; upper and lower case differ.
+    /// Null when there is none; case-sensitive.
     PlantItemRef Find(const QString& name) const { return m_ByName.value(name); }
     /// Throws ServerError when there is none.
     PlantItemRef Item(const QString& name) const;
@@ -70,14 +73,14 @@ public:
     void Snapshot();
     /// Reads the items of a scan class when the controller is active.
     void Scan(int scanClass, const Moment& moment);
-    /// Tells the observers when it is another state than before.
+    /// Tells the observers when the state has changed.
     void SetState(qint32 state);
     qint32 ScanTime(qint32 index) const;
     Variant SettingData(qint32 index) const;
 
-    /// Adds an item at the end, as the plant's description does. Throws ServerError when the name is taken.
+    /// Adds an item at the end, in the order of the plant's description. Throws ServerError when the name is taken.
     PlantItemRef Add(ItemTraits traits, SignalRef signal = nullptr, std::unique_ptr<ValueRules> rules = nullptr);
-    /// Adds an item later on: at the end, or before the first one of a greater name.
+    /// Adds an item later: at the end or, if the controller sorts its items, before the first one with a greater name.
     PlantItemRef AddInPlace(ItemTraits traits, std::unique_ptr<ValueRules> rules);
     void Remove(const QString& name);
 

@@ -169,7 +169,7 @@ void PlantItem::Throw(const QString& reason) const
     throw ItemError(QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), where, reason));
 }
 
-/// What goes wrong in `action` is told as this item's failure, unless it is another item's that came along a link.
+/// A failure in `action` is reported as this item's failure, unless it came from another item along a link.
 template <typename Action>
 void PlantItem::Attempt(Action action)
 {
@@ -220,7 +220,7 @@ void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
     if (!m_Rules) return Store(raw.IsEmpty() ? raw : ConvertTo(raw, m_Traits.Type), time, occasion);
     const auto value = m_Rules->Read(raw, m_Value, *m_Controller);
     if (value) Store(*value, time, occasion);
-    else m_State = ItemState::Succeeded; // filtered out: the value before stays
+    else m_State = ItemState::Succeeded; // filtered out: the previous value stays
 }
 
 bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
@@ -233,7 +233,7 @@ bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
 void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasion)
 {
     const bool isChange = m_Active && IsChange(value, occasion);
-    if (!(value == m_Value)) m_Value = value; // an equal block stays the same one, wherever it stands
+    if (!(value == m_Value)) m_Value = value; // an equal block is not replaced, wherever it is shared
     m_Time = time;
     m_State = ItemState::Succeeded;
     if (!isChange) return;

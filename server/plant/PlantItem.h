@@ -43,55 +43,59 @@ enum class ItemKind
     Array = 2
 };
 
-/// An operation on an item failed: the description names the item, also when it reaches others along their links.
+/// An operation on an item failed: the description names the item, even when it reaches others along their links.
 class ItemError : public ServerError
 {
 public:
     using ServerError::ServerError;
 };
 
-/// What values pass on their way into an item, when its definition asks for more than its type.
+/// What values pass through on their way into an item, when its definition asks for more than its type.
 class ValueRules
 {
 public:
     virtual ~ValueRules();
-    /// A value that was read from a signal or a linked item, converted; none when it is filtered out. Throws
+    /// A value that was read from a signal or a linked item, converted; empty when it is filtered out. Throws
     /// DescribedError.
     virtual std::optional<Variant> Read(const Variant& value, const Variant& before,
                                         const PlantController& controller) = 0;
-    /// A value that is to be written, converted. Throws DescribedError.
+    /// A value to be written, converted. Throws DescribedError.
     virtual Variant Written(const Variant& value) = 0;
-    /// The names of the items that each reading asks for their values.
+    /// The names of the items whose values each reading needs.
     virtual QStringList Operands() const = 0;
 };
 
-/// What describes an item; it never changes.
+/// The description of an item; it never changes.
 struct ItemTraits
 {
     QString Name = {};
     QString Description = {};
     ItemKind Kind = ItemKind::Normal;
-    VarType Type = VT_VARIANT; ///< values are converted to it; VT_VARIANT takes every value as it is
-    Variant Initial = {};      ///< EMPTY: none
+    /// Values are converted to this type; VT_VARIANT takes every value unchanged.
+    VarType Type = VT_VARIANT;
+    Variant Initial = {}; ///< EMPTY when there is none
     Access Attribute = Access::ReadWrite;
     Variant Tag = {};
     Variant Id = {};
     QStringList Links = {}; ///< "[<controller>\]<item>" each
     LinkedProperty Property = LinkedProperty::Value;
-    bool ExtractsElement = false; ///< "(n)" behind a link's name means an element of the linked array
+    /// "(n)" after a link's name means an element of the linked array.
+    bool ExtractsElement = false;
     bool Historic = false;
     bool RaisesEvents = true;
     ForcedChange Forced = ForcedChange::Never;
-    bool ComparesArrays = true; ///< else every array that arrives is a change
-    bool TakesEmpty = false;    ///< EMPTY may be written, whatever the type
+    /// Otherwise every array that arrives counts as a change.
+    bool ComparesArrays = true;
+    bool TakesEmpty = false; ///< EMPTY may be written, whatever the type
     bool Active = true;
     bool LinkActive = true;
-    int ScanClass = 0; ///< which of the controller's three scan times
+    int ScanClass = 0; ///< index into the controller's scan times
     QList<Variant> SettingData = {};
-    Variant Definition = {}; ///< that it was made by; EMPTY: by none
+    /// The definition from which it was made; EMPTY when there is none.
+    Variant Definition = {};
 };
 
-/// A data point: it holds its last value and takes new ones from its signal, its linked items and those who write it.
+/// A data point: it holds its last value and takes new ones from its signal, its linked items and clients.
 class PlantItem : public ServerObject, public std::enable_shared_from_this<PlantItem>
 {
 public:
@@ -104,22 +108,22 @@ public:
     qint32 Index() const { return m_Index; }
     ItemState State() const { return m_State; }
     bool IsActive() const { return m_Active; }
-    /// False for an item without links: there is nothing to be active.
+    /// False for an item without links, because it has nothing that could be active.
     bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
-    /// Whether reading and writing it go on to its linked items.
+    /// Whether reading and writing the item continue with its linked items.
     bool FollowsLinks() const { return IsLinkActive() && m_Active; }
     QStringList Operands() const { return m_Rules ? m_Rules->Operands() : QStringList(); }
-    /// Throws DescribedError when its links and operands lead in a circle or over too many items.
+    /// Throws DescribedError when its links and operands form a circle or lead over too many items.
     void CheckLinks() const;
     const Variant& Tag() const { return m_Tag; }
     const Variant& Id() const { return m_Id; }
     TimeStamp Time() const { return m_Time; }
-    /// The value without any rule about reading.
+    /// The value, without any checks for reading.
     const Variant& LastValue() const { return m_Value; }
 
     /// The value; an alias asks its linked item. Throws ItemError for a write-only item.
     Variant Value();
-    /// Converts to the item's type, hands the value on to linked items, raises the change. Throws ItemError.
+    /// Converts the value to the item's type, passes it on to linked items and raises the change. Throws ItemError.
     void PutValue(const Variant& value);
     /// As PutValue, `delay` milliseconds later; a failure then only shows in the state and the server's log.
     void PutValueEx(qint32 delay, const Variant& value);
@@ -129,14 +133,14 @@ public:
     void PutLinkActivation(bool active);
     /// Reads signal or linked items once, whatever the controller's state.
     void Snapshot();
-    /// `count` elements from the `first` on, every `step`-th (0 is as 1); count 0: that element itself, -1: all that
-    /// follow. Throws ItemError.
+    /// `count` elements from `first` on, every `step`-th one (0 counts as 1). With a count of 0, that element itself;
+    /// with -1, all that follow. Throws ItemError.
     Variant Elements(qint32 first, qint32 count, qint32 step);
     Variant SettingData(qint32 index) const;
     /// The names of the linked items; EMPTY without links.
     Variant LinkItem() const;
 
-    /// Takes the next value from signal or link. A failure, of whatever kind, shows in the state.
+    /// Takes the next value from its signal or link. A failure of any kind shows in the state.
     void Scan(const Moment& moment);
 
 private:
@@ -150,7 +154,7 @@ private:
     void CheckExists() const;
     Variant Fitted(const Variant& value) const;
     void Read(const Moment& moment);
-    /// A value from its source, or one that was written, becomes the item's unless its rules drop it.
+    /// A value from the item's source, or a written one, becomes the item's value unless its rules drop it.
     void Take(const Variant& raw, TimeStamp time, ForcedChange occasion);
     bool IsChange(const Variant& value, ForcedChange occasion) const;
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
@@ -168,8 +172,9 @@ private:
     Variant m_Tag;
     Variant m_Id;
     TimeStamp m_Time;
-    mutable quint64 m_LinksChecked = 0; ///< the state of the plant's links for which its own were found sound
-    QString m_Warned;                   ///< of a scan's failure
+    /// The state of the plant's links for which this item's links were last found sound.
+    mutable quint64 m_LinksChecked = 0;
+    QString m_Warned; ///< about a scan's failure
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

@@ -74,8 +74,7 @@ double RandomWalkSignal::NumberAt(double)
 
 namespace {
 
-/// Of one turn, in seconds: nothing says how long the last value lasted, so it is taken to last as long as the one
-/// before it.
+/// Of one turn, in seconds. The duration of the last value is not known, so it is taken to be that of the one before.
 double LengthOf(const std::vector<ReplayedValue>& values)
 {
     const double last = values.back().Seconds;

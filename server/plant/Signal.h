@@ -15,14 +15,14 @@ public:
     Signal& operator=(const Signal&) = delete;
     virtual ~Signal();
 
-    /// The value at a scan, `seconds` after the server began; `type` is the item's, without the array bit for the
+    /// The value at a scan, `seconds` after the server began; `type` is the item's type, without the array bit for the
     /// signal of an element.
     virtual Variant Next(double seconds, VarType type) = 0;
 };
 
 using SignalRef = std::unique_ptr<Signal>;
 
-/// A signal that is a number, fitted to the item's type.
+/// A numeric signal, fitted to the item's type.
 class NumberSignal : public Signal
 {
 public:
@@ -32,7 +32,7 @@ protected:
     virtual double NumberAt(double seconds) = 0;
 };
 
-/// Always the same.
+/// A constant.
 class ConstantSignal : public Signal
 {
 public:
@@ -43,7 +43,7 @@ private:
     Variant m_Value;
 };
 
-/// Goes up by `step` at every scan and starts again at `first` behind `last`; `ahead` steps are taken at once.
+/// Goes up by `step` at every scan and starts again at `first` after `last`. It begins `ahead` steps after `first`.
 class CounterSignal : public NumberSignal
 {
 public:
@@ -59,7 +59,7 @@ private:
     double m_Next;
 };
 
-/// What periodic signals have in common. `phase` is a part of the period, 0 to 1.
+/// What periodic signals have in common. `phase` is a fraction of the period, 0 to 1.
 struct Wave
 {
     double Low = 0.0;
@@ -88,7 +88,7 @@ private:
     Wave m_Wave;
 };
 
-/// Takes a random step up or down at every scan and turns back at its limits; the same seed gives the same walk.
+/// Takes a random step up or down at every scan and turns back at its limits; the same seed gives the same sequence.
 class RandomWalkSignal : public NumberSignal
 {
 public:
@@ -107,25 +107,25 @@ private:
 
 struct ReplayedValue
 {
-    double Seconds; ///< from any fixed point
+    double Seconds; ///< since a fixed point
     Variant Value;
 };
 
-/// Says recorded values again, in their times; the first one begins when the plant does.
+/// Replays recorded values at their recorded intervals; the first one begins with the plant.
 class ReplaySignal : public Signal
 {
 public:
-    /// `values` are not empty, in the order of their times. A signal that does not repeat stays at its last value, one
-    /// that does shows it for as long as the one before.
+    /// `values` are not empty and in the order of their times. A signal that does not repeat stays at its last value;
+    /// one that does shows the last value for as long as the one before.
     ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
     Variant Next(double seconds, VarType type) override;
 
 private:
     std::vector<ReplayedValue> m_Values;
-    double m_Length; ///< of one turn, in seconds; 0: it does not repeat
+    double m_Length; ///< of one turn, in seconds; 0 when it does not repeat
 };
 
-/// Says the local time; for items of type DATE, or texts of it.
+/// The local time, for items of type DATE or texts.
 class ClockSignal : public Signal
 {
 public:

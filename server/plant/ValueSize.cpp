@@ -5,7 +5,8 @@
 
 namespace {
 
-constexpr qint64 VariantBytes = 64; // what one takes of memory and of time; of a million the bound is reached
+// What one takes in memory and time; a million of them reach the bound.
+constexpr qint64 VariantBytes = 64;
 
 qint64 BytesOfText(const QString& text)
 {
@@ -51,7 +52,7 @@ ValueSize::Size ValueSize::Sum(const QList<Variant>& values)
     Size sum{0, 1};
     for (const Variant& value : values) {
         const Size size = Of(value);
-        sum.Bytes = std::min(sum.Bytes + size.Bytes, MostBytes + 1); // so that it cannot overflow
+        sum.Bytes = std::min(sum.Bytes + size.Bytes, MostBytes + 1); // cannot overflow like this
         sum.Depth = std::max(sum.Depth, size.Depth + 1);
     }
     return sum;

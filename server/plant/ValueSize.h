@@ -4,8 +4,8 @@
 
 #include <QHash>
 
-/// How large values are when they are sent or written down. A block that stands in several places counts in each of
-/// them, but is measured once.
+/// How large values are when they are sent or written out. A block that occurs in several places counts in each of
+/// them, but is measured only once.
 class ValueSize
 {
 public:
@@ -17,8 +17,8 @@ public:
 private:
     struct Size
     {
-        qint64 Bytes; ///< at most a little more than MostBytes
-        int Depth;    ///< arrays inside each other
+        qint64 Bytes; ///< stops a little above MostBytes
+        int Depth;    ///< nesting of arrays
     };
 
     Size Of(const Variant& value);

@@ -7,7 +7,8 @@
 #include <capnp/dynamic.h>
 #include <kj/async.h>
 
-/// Which object a call is for: its kind ("Engine", "Controller", "Item", "History", ...) and the names that lead to it.
+/// The object that a call is for: its kind ("Engine", "Controller", "Item", "History", ...) and the names that lead to
+/// it.
 struct CalledObject
 {
     QString Kind;
@@ -21,15 +22,15 @@ struct CalledObject
 /// A method's name as the console's log prints operations: "get_Value", "put_ID", "Start".
 QString OperationName(capnp::InterfaceSchema::Method method);
 
-/// What every call to the server's objects passes before it is carried out; tests watch and disturb calls here.
+/// Every call to the server's objects passes through here before it is carried out; tests watch and disturb calls here.
 class CallGate
 {
 public:
     using Context = capnp::CallContext<capnp::AnyPointer, capnp::AnyPointer>;
 
-    /// False: Pass need not be called. Most of the time nobody watches.
+    /// When false, Pass need not be called. Most of the time nobody watches.
     bool IsWatched() const { return m_Watched; }
-    /// Fulfilled when the call may go on; fails when it is to fail.
+    /// Fulfilled when the call may go on; rejected when the call is to fail.
     virtual kj::Promise<void> Pass(const CalledObject& object, capnp::InterfaceSchema::Method method,
                                    Context context) = 0;
 

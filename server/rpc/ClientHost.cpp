@@ -12,14 +12,14 @@
 
 namespace {
 
-/// The same is not said again for so long.
+/// For this long the same message is not logged again.
 constexpr auto Silence = 60 * kj::SECONDS;
-/// A client may have calls of this size under way; further ones are not read.
+/// The total size of the calls that a client may have under way; further calls are not read.
 constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
 
 } // namespace
 
-/// One connection with everything that serves it.
+/// One connection, with everything that serves it.
 struct ClientHost::Client
 {
     Client(ClientHost& host, kj::Own<kj::AsyncIoStream> socket)
@@ -37,11 +37,11 @@ struct ClientHost::Client
     ~Client() noexcept(false)
     {
         if (!Network.Refusal().isEmpty()) Host.Say(QStringLiteral("A client was dropped: %1.").arg(Network.Refusal()));
-        Host.m_Ledger->TrimSoon(); // its events too
+        Host.m_Ledger->TrimSoon(); // including its events
         Host.Count(-1);
     }
 
-    /// Fulfilled when the client has gone or has to go.
+    /// Fulfilled when the client has gone or must go.
     kj::Promise<void> End()
     {
         auto dismissed = kj::mv(Dismissal.promise).then([this] {
@@ -87,7 +87,7 @@ void ClientHost::Accept()
         }
         if (errno == EINTR || errno == ECONNABORTED) continue;
         if (errno == EAGAIN) return;
-        // Out of descriptors or memory: those who wait are taken when somebody has gone.
+        // Out of descriptors or memory: clients that wait are accepted when another one has gone.
         Log(LogLevel::Error,
             QStringLiteral("A client cannot be taken: %1").arg(QString::fromLocal8Bit(strerror(errno))));
         m_Tasks.add(m_Io.provider->getTimer().afterDelay(500 * kj::MILLISECONDS).then([this] { Accept(); }));

@@ -10,20 +10,20 @@
 
 #include <functional>
 
-/// Accepts this user's clients at a listening socket and serves each until it goes.
+/// Accepts this user's clients at a listening socket and serves each one until it goes.
 class ClientHost : private kj::TaskSet::ErrorHandler
 {
 public:
     static constexpr int MostClients = 1024;
 
-    /// Makes what a connection starts with, for each its own; `callsUnderWay` counts that connection's.
+    /// Makes the first object of each connection; `callsUnderWay` counts that connection's calls.
     using MakeLibrary = std::function<wire::Library::Client(std::function<int()> callsUnderWay)>;
 
     ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary);
     ~ClientHost() noexcept(false) { m_Ledger->Close(); }
 
     int ClientCount() const { return m_Clients; }
-    /// Takes those who have connected and whom the loop has not seen yet.
+    /// Accepts clients that have connected but have not been seen by the loop yet.
     void TakeWaiting() { Accept(); }
     /// Called when the number of clients has changed.
     void OnCountChanged(std::function<void()> action) { m_CountChanged = std::move(action); }
@@ -46,7 +46,8 @@ private:
     const MakeLibrary m_MakeLibrary;
     std::function<void()> m_CountChanged;
     int m_Clients = 0;
-    QString m_SaidLast; ///< why somebody was turned away or dropped
+    /// Why a client was last turned away or dropped.
+    QString m_SaidLast;
     kj::TimePoint m_SaidAt = kj::origin<kj::TimePoint>();
     kj::TaskSet m_Tasks;
 };

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Less than this is not worth the time that giving it back takes.
+/// Giving back less than this is not worth the time.
 constexpr qint64 WorthTrimming = 16 * 1024 * 1024;
 
 } // namespace
@@ -24,7 +24,7 @@ ClientAccount::~ClientAccount()
 
 void ClientAccount::Close()
 {
-    if (std::erase(m_Ledger->m_Accounts, this) > 0) m_Ledger->m_Dismissing = false; // whoever it was, less is kept now
+    if (std::erase(m_Ledger->m_Accounts, this) > 0) m_Ledger->m_Dismissing = false; // less is kept now
 }
 
 void ClientAccount::Add(qint64 bytes)

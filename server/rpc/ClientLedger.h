@@ -12,8 +12,8 @@
 
 class ClientLedger;
 
-/// How much one client makes the server keep: messages that arrive, calls under way, answers it has not read or not
-/// finished with. It outlives its connection for as long as anything is still kept.
+/// How much one client makes the server keep: messages that arrive, calls under way, answers that it has not read or
+/// not finished with. The account outlives its connection for as long as anything is kept.
 class ClientAccount
 {
 public:
@@ -23,7 +23,7 @@ public:
     ClientAccount& operator=(const ClientAccount&) = delete;
 
     qint64 Bytes() const { return m_Bytes; }
-    /// The connection has gone: the client can be dismissed no more.
+    /// The connection has gone, so the client can no longer be dismissed.
     void Close();
 
 private:
@@ -39,7 +39,7 @@ private:
 
 using ClientAccountRef = std::shared_ptr<ClientAccount>;
 
-/// Some bytes on a client's account, until it goes.
+/// Some bytes on a client's account, for as long as this object exists.
 class ClientCharge
 {
 public:
@@ -56,8 +56,8 @@ private:
     qint64 m_Bytes = 0;
 };
 
-/// The accounts of all clients. When all together would keep more than MostOfAll, the one that keeps most is
-/// dismissed; what was given back goes back to the system.
+/// The accounts of all clients. When all together would keep more than MostOfAll, the one that keeps most is dismissed;
+/// freed memory is returned to the system.
 class ClientLedger
 {
 public:
@@ -65,9 +65,9 @@ public:
 
     explicit ClientLedger(kj::Timer& timer);
 
-    /// Memory that is free goes back to the system, soon.
+    /// Returns free memory to the system soon.
     void TrimSoon();
-    /// The event loop ends: nothing more is done than counting.
+    /// The event loop is ending: from now on only counts.
     void Close();
 
 private:
@@ -79,7 +79,7 @@ private:
     kj::Timer& m_Timer;
     std::vector<ClientAccount*> m_Accounts;
     qint64 m_Bytes = 0;
-    qint64 m_Peak = 0; ///< since memory was last given back to the system
+    qint64 m_Peak = 0; ///< since memory was last returned to the system
     bool m_Dismissing = false;
     bool m_TrimDue = false;
     kj::Promise<void> m_Trim = kj::READY_NOW;

@@ -9,12 +9,12 @@
 
 namespace {
 
-/// So much is handed to the socket at once.
+/// The most that is passed to the socket at once.
 constexpr qint64 BytesAtOnce = 256 * 1024;
 constexpr size_t MessagesAtOnce = 64;
-/// What is kept for a message besides its content, roughly.
+/// Approximate cost of keeping a message, besides its content.
 constexpr qint64 BytesOfMessage = 1024;
-/// A client that is dropped is told why, if it reads.
+/// How long a client that is dropped may take to read the reason.
 constexpr auto TimeToTell = 1 * kj::SECONDS;
 
 } // namespace
@@ -34,7 +34,7 @@ public:
 
     capnp::rpc::Message::Reader Content() { return m_Message.getRoot<capnp::rpc::Message>().asReader(); }
     qint64 Bytes() const { return m_Bytes; }
-    /// Nothing is added to the message from here on.
+    /// From here on nothing is added to the message.
     void Close(ClientAccountRef account);
     void AddTo(kj::Vector<kj::ArrayPtr<const kj::byte>>& pieces) const;
 
@@ -50,7 +50,8 @@ private:
 void ClientNetwork::OutgoingMessage::Close(ClientAccountRef account)
 {
     m_Segments = m_Message.getSegmentsForOutput();
-    m_Head = kj::heapArray<quint32_le>((m_Segments.size() + 2) & ~size_t{1}); // their number and sizes, in whole words
+    // Their number and sizes, in whole words.
+    m_Head = kj::heapArray<quint32_le>((m_Segments.size() + 2) & ~size_t{1});
     m_Head.back() = 0;
     m_Head[0] = static_cast<quint32>(m_Segments.size() - 1);
     m_Bytes = static_cast<qint64>(m_Head.asBytes().size());
@@ -58,7 +59,7 @@ void ClientNetwork::OutgoingMessage::Close(ClientAccountRef account)
         m_Head[i + 1] = static_cast<quint32>(m_Segments[i].size());
         m_Bytes += static_cast<qint64>(m_Segments[i].asBytes().size());
     }
-    m_Charge = ClientCharge(std::move(account), 2 * m_Bytes + BytesOfMessage); // segments are filled by half
+    m_Charge = ClientCharge(std::move(account), 2 * m_Bytes + BytesOfMessage); // segments are half full on average
 }
 
 void ClientNetwork::OutgoingMessage::AddTo(kj::Vector<kj::ArrayPtr<const kj::byte>>& pieces) const
@@ -181,7 +182,7 @@ kj::Promise<void> ClientNetwork::WriteAll()
 
 void ClientNetwork::WriteFailed(kj::Exception&& exception)
 {
-    // Nobody looks at failed writes: the reader tells.
+    // Nobody looks at failed writes; the reader notices.
     m_WriteFailure = kj::cp(exception);
     m_Unsent.clear();
     m_BytesUnsent = 0;

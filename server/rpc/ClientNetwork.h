@@ -9,9 +9,8 @@
 
 /// One client's connection as the RPC system sees it: messages in, messages out.
 ///
-/// Everything that waits is on the client's account. While much of it does, no further calls are read, so that a
-/// client that does not read its answers holds up itself and nobody else. Messages that must not reach the RPC system
-/// end the connection.
+/// Everything that waits is on the client's account. While that is much, no further calls are read, so that a client
+/// that does not read its answers holds up only itself. Messages that must not reach the RPC system end the connection.
 class ClientNetwork final : public capnp::TwoPartyVatNetworkBase, private capnp::TwoPartyVatNetworkBase::Connection
 {
 public:
@@ -21,9 +20,9 @@ public:
     ClientNetwork(kj::Own<kj::AsyncIoStream> stream, kj::Timer& timer, ClientAccountRef account);
     ~ClientNetwork() noexcept(false);
 
-    /// Fulfilled when the RPC system has done with the connection.
+    /// Fulfilled when the RPC system has finished with the connection.
     kj::Promise<void> OnDisconnect() { return kj::mv(m_Disconnected.promise); }
-    /// Why the connection was ended on this side; empty when it was not.
+    /// Why this side ended the connection; empty when it did not.
     const QString& Refusal() const { return m_Refusal; }
     /// Calls that have not been answered yet.
     int CallsUnderWay() const { return m_Questions.UnderWay(); }
@@ -49,7 +48,7 @@ private:
     kj::Promise<void> WriteAll();
     void WriteFailed(kj::Exception&& exception);
 
-    /// Dropped by the RPC system when it has done with the connection.
+    /// Dropped by the RPC system when it has finished with the connection.
     class Lease : public kj::Disposer
     {
     public:

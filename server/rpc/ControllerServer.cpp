@@ -53,7 +53,7 @@ kj::Promise<void> ControllerServer::removeItem(RemoveItemContext context)
 kj::Promise<void> ControllerServer::execute(ExecuteContext context)
 {
     const auto params = context.getParams();
-    context.allowCancellation(); // a client that goes takes it along
+    context.allowCancellation(); // ends with its client
     auto result = m_Services.Commands.ExecuteOnController(*m_Controller, FromWireText(params.getCommand()),
                                                           ReadValue(params.getParameter(), m_Services.Objects));
     return result.then([&objects = m_Services.Objects, context](const Variant& value) mutable {

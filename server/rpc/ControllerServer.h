@@ -36,5 +36,5 @@ private:
     const PlantControllerRef m_Controller;
 };
 
-/// The text of a name argument. Throws ServerError for what is not a text.
+/// The text of a name argument. Throws ServerError when it is not a text.
 QString NameArgument(wire::Value::Reader name, WireObjects& objects);

@@ -58,7 +58,7 @@ kj::Promise<void> EngineServer::snapshot(SnapshotContext)
 
 kj::Promise<void> EngineServer::execute(ExecuteContext context)
 {
-    context.allowCancellation(); // a client that goes takes it along
+    context.allowCancellation(); // ends with its client
     auto result = m_Services.Commands.ExecuteOnEngine(FromWireText(context.getParams().getCommand()));
     return result.then([&objects = m_Services.Objects, context](const Variant& value) mutable {
         WriteValue(value, context.getResults().initResult(), objects);

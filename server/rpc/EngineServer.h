@@ -5,7 +5,7 @@
 
 #include <optional>
 
-/// What a connection starts with, and what the history knows it by.
+/// The first object of a connection, and the user that the history knows it by.
 class LibraryServer : public WireServer<wire::Library>
 {
 public:
@@ -44,5 +44,5 @@ protected:
 private:
     Services& m_Services;
     const HistoryUserRef m_User;
-    std::optional<wire::History::Client> m_History; ///< one, as the engine
+    std::optional<wire::History::Client> m_History; ///< one, like the engine
 };

@@ -11,7 +11,7 @@ HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
 
 kj::Promise<void> HistoryServer::execute(ExecuteContext context)
 {
-    context.allowCancellation(); // a client that goes takes it along
+    context.allowCancellation(); // ends with its client
     auto result = m_Services.History.Execute(FromWireText(context.getParams().getStatement()), m_User);
     return result.then([&objects = m_Services.Objects, user = m_User, context](const ResultSpoolRef& spool) mutable {
         context.getResults().setResult(objects.Result(spool, user));

@@ -11,13 +11,13 @@ namespace {
 
 constexpr size_t BufferBytes = 16 * 1024;
 constexpr uint MostSegments = 512;
-/// What the RPC system keeps for a message besides its content, roughly.
+/// Approximate cost for the RPC system of keeping a message, besides its content.
 constexpr qint64 BytesOfMessage = 1024;
-/// At most so much is fetched before others have their turn.
+/// The most that is fetched before others get their turn.
 constexpr size_t MostFetchedAtOnce = 256 * 1024;
 
-/// Reading a value costs its size a few times over, most when arrays lie inside arrays. A message that would cost
-/// more says the same thing again and again.
+/// Reading a value costs a few times its size, most when arrays are nested. A message that would cost more repeats the
+/// same data again and again.
 capnp::ReaderOptions LimitsFor(size_t words)
 {
     capnp::ReaderOptions options = WireReaderOptions();
@@ -83,7 +83,8 @@ kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadHead()
 {
     const uint32_t others = qFromLittleEndian<uint32_t>(m_Buffer.begin() + m_Begin);
     if (others >= MostSegments) RefuseMessage("it sent a message in too many pieces");
-    const size_t words = (others + 1) / 2 + 1; // the number of pieces and their sizes, in whole words
+    // The number of segments and their sizes, in whole words.
+    const size_t words = (others + 1) / 2 + 1;
     return Fetch(words * sizeof(capnp::word)).then([this, others, words](bool) {
         auto sizes = kj::heapArray<uint32_t>(others + 1);
         for (size_t i = 0; i < sizes.size(); ++i)

@@ -6,7 +6,7 @@
 #include <capnp/serialize.h>
 #include <kj/async-io.h>
 
-/// A message of a client as it lies in memory, charged to its account for as long as anybody holds it.
+/// A client's message in memory, charged to its account for as long as anybody holds it.
 class ReceivedMessage final : public capnp::IncomingRpcMessage
 {
 public:
@@ -28,13 +28,13 @@ private:
     kj::Own<capnp::MessageReader> m_Reader;
 };
 
-/// Cuts what a client sends into messages. Memory is taken for what has arrived, not for what a message claims.
+/// Splits what a client sends into messages. Memory is taken for what has arrived, not for what a message claims.
 class MessageIntake
 {
 public:
     MessageIntake(kj::AsyncInputStream& stream, ClientAccountRef account);
 
-    /// The next message; null at the end. Fails for what is none.
+    /// The next message; null at the end. Fails for data that is not a message.
     kj::Promise<kj::Maybe<kj::Own<ReceivedMessage>>> Next();
 
 private:

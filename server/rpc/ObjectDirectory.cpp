@@ -9,7 +9,7 @@
 
 namespace {
 
-/// The one server of `object`, made when there is none; `held` knows it until the last client lets go.
+/// The only wire object of `object`, created when there is none; `held` knows it until the last client lets go.
 template <typename Server, typename Object>
 auto ServerOf(QHash<const Object*, Server*>& held, const std::shared_ptr<Object>& object, Services& services)
 {

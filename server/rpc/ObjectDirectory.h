@@ -8,7 +8,7 @@
 class ControllerServer;
 class ItemServer;
 
-/// How much clients hold of the server.
+/// How many of the server's objects clients hold.
 struct HeldCounts
 {
     qsizetype Controllers;
@@ -18,13 +18,13 @@ struct HeldCounts
     qint64 Events; ///< that wait for subscribers
 };
 
-/// Makes the wire's objects, gives them what they work with, and knows which of them clients hold.
+/// Creates the wire's objects, gives them what they work with, and knows which of them clients hold.
 class ObjectDirectory : public PlantObjects
 {
 public:
     ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions, CallGate& gate);
 
-    /// What a connection starts with, for each its own; `callsUnderWay` counts that connection's.
+    /// Makes the first object of each connection; `callsUnderWay` counts that connection's calls.
     wire::Library::Client Library(std::function<int()> callsUnderWay);
     wire::Controller::Client Controller(const PlantControllerRef& controller) override;
     wire::Item::Client Item(const PlantItemRef& item) override;
@@ -32,7 +32,7 @@ public:
 
     /// Objects inside values.
     void Write(const ObjectRef& object, wire::Object::Builder builder) override;
-    /// Throws ValueError for an object that is not one of this server's.
+    /// Throws ValueError for an object that does not belong to this server.
     ObjectRef Read(wire::Object::Reader reader) override;
 
     HeldCounts Held() const;

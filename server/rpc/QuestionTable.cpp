@@ -6,8 +6,8 @@ using namespace capnp;
 
 namespace {
 
-/// What is kept for a call under way, for one that is answered but not finished, and for each object in it, roughly,
-/// besides the messages themselves.
+/// Approximate cost of a call under way, of a call that is answered but not finished, and of each object in it, besides
+/// the messages themselves.
 constexpr qint64 BytesOfCall = 4096;
 constexpr qint64 BytesOfQuestion = 512;
 constexpr qint64 BytesOfObject = 256;
@@ -48,7 +48,7 @@ void QuestionTable::ReceivedCall(rpc::Call::Reader call)
 void QuestionTable::ReceivedReturn(rpc::Return::Reader answer)
 {
     if (answer.isResults()) Check(answer.getResults().getCapTable());
-    else if (!answer.isException() && !answer.isCanceled()) // an event that its subscription's end took back
+    else if (!answer.isException() && !answer.isCanceled()) // "canceled" is an event whose subscription has ended
         RefuseMessage("it sent a kind of answer that the server does not take");
 }
 
@@ -84,7 +84,7 @@ void QuestionTable::Answer(rpc::Return::Reader answer, qint64 bytes)
         return;
     }
     question.Answered = true;
-    // The RPC system keeps an answer with objects, for calls on them.
+    // The RPC system keeps an answer that contains objects, for calls on them.
     const bool isKept = answer.isResults() && answer.getResults().getCapTable().size() > 0;
     question.Charge.Set(BytesOfQuestion + (isKept ? 2 * bytes : 0));
 }
@@ -118,7 +118,7 @@ void QuestionTable::Check(Caps caps)
                 RefuseMessage("it sent too many steps to an object");
             break;
         default:
-            RefuseMessage("it sent a kind of object that the server does not take"); // promises of its own among them
+            RefuseMessage("it sent a kind of object that the server does not take"); // includes promises of its own
         }
     }
 }

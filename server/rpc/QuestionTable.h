@@ -9,8 +9,8 @@
 /// What a client has asked and not finished with, and what its messages may look like.
 ///
 /// The RPC system trusts the other end further than a server may: a list in the protocol's own structs may claim any
-/// length, promises may be resolved to themselves, calls on the answers of calls on answers nest without bound, and
-/// answers with objects are kept for as long as the client does not finish its question.
+/// length, promises may be resolved to themselves, calls on the answers of calls on answers nest without limit, and
+/// answers that contain objects are kept until the client finishes its question.
 class QuestionTable
 {
 public:
@@ -18,15 +18,15 @@ public:
     static constexpr uint MostSteps = 16;
     /// Objects in one message.
     static constexpr uint MostObjects = 65'536;
-    /// Calls on the answer of a call on the answer ... none of which is there yet.
+    /// Calls on the answer of a call on the answer ..., none of which has arrived yet.
     static constexpr int MostInARow = 64;
     static constexpr std::size_t MostUnfinished = 100'000;
 
     explicit QuestionTable(ClientAccountRef account);
 
-    /// A message of the client. Throws kj::Exception when it must not reach the RPC system.
+    /// To be called for each message from the client. Throws kj::Exception when it must not reach the RPC system.
     void Received(capnp::rpc::Message::Reader message);
-    /// A message to the client.
+    /// To be called for each message to the client.
     void Sent(capnp::rpc::Message::Reader message, qint64 bytes);
 
     /// Calls that have not been answered yet.
@@ -35,7 +35,7 @@ public:
 private:
     struct Question
     {
-        int Row = 1; ///< how many calls wait for each other up to this one
+        int Row = 1; ///< how many calls, up to this one, wait for each other
         bool Answered = false;
         bool Finished = false;
         ClientCharge Charge;

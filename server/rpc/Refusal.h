@@ -3,7 +3,7 @@
 #include <kj/exception.h>
 #include <kj/string.h>
 
-/// Fails with what is wrong with a client's message. `why` continues "A client was dropped: ".
+/// Throws the reason why a client's message is refused. `why` continues "A client was dropped: ".
 [[noreturn]] inline void RefuseMessage(kj::StringPtr why)
 {
     kj::throwFatalException(kj::Exception(kj::Exception::Type::FAILED, __FILE__, __LINE__, kj::str(why)));

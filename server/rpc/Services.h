@@ -11,7 +11,7 @@ class Subscribers;
 class CommandHandler
 {
 public:
-    /// Throws DescribedError, or the promise fails.
+    /// Throws DescribedError, or the promise is rejected.
     virtual kj::Promise<Variant> ExecuteOnEngine(const QString& command) = 0;
     virtual kj::Promise<Variant> ExecuteOnController(PlantController& controller, const QString& command,
                                                      const Variant& parameter) = 0;
@@ -22,20 +22,20 @@ protected:
     ~CommandHandler() = default;
 };
 
-/// Hands out the wire's objects: one for each object of the plant for as long as a client holds it.
+/// Hands out the wire's objects: one for each object of the plant, for as long as a client holds it.
 class PlantObjects : public WireObjects
 {
 public:
     virtual wire::Controller::Client Controller(const PlantControllerRef& controller) = 0;
     virtual wire::Item::Client Item(const PlantItemRef& item) = 0;
-    /// Counted on `user`, too.
+    /// Also counted for `user`.
     virtual wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) = 0;
 
 protected:
     ~PlantObjects() = default;
 };
 
-/// Everything the wire's objects work with; it outlives them all.
+/// Everything that the wire's objects work with; it outlives them all.
 struct Services
 {
     ::Plant& Plant;

@@ -6,8 +6,8 @@
 
 class SubscriptionServer;
 
-/// All subscribers, and the events that wait for them together. When these are too many, the subscriber that has
-/// answered none for the longest time gives up its own: one that reads never misses events because others do not.
+/// All subscribers, and all events that wait for them. When these are too many, the subscriber that has been silent for
+/// the longest time loses its events: one that reads never misses events because others do not.
 class Subscribers
 {
 public:
@@ -21,13 +21,13 @@ public:
     std::size_t Count() const { return m_Subscribers.size(); }
     qint64 Waiting() const { return m_Waiting; }
     void AddWaiting(qint64 change) { m_Waiting += change; }
-    /// Events that are sent and not yet answered.
+    /// Events that have been sent but not answered.
     void AddUnanswered(qint32 change) { m_Unanswered += change; }
-    /// How many of them each subscriber may have now.
+    /// The most of them that each subscriber may have at present.
     qint32 MostUnanswered() const { return m_Unanswered < ManyUnanswered ? 256 : 4; }
     /// Counts answers: a subscriber with a lower number has been silent for longer.
     quint64 NextSign() { return ++m_Signs; }
-    /// Whether there is room for one more event of `subscriber`, after others have given up theirs where that is just.
+    /// Whether there is room for one more event of `subscriber`, after others have given up theirs where that is fair.
     bool HasRoomFor(const SubscriptionServer& subscriber);
 
 private:

@@ -90,7 +90,7 @@ void SubscriptionServer::Answered()
 
 void SubscriptionServer::taskFailed(kj::Exception&& exception)
 {
-    // One event refused says nothing about the next; a subscriber that is gone never answers again.
+    // One refused event says nothing about the next; a subscriber that has gone never answers again.
     if (exception.getType() == kj::Exception::Type::DISCONNECTED) End();
     Answered();
 }

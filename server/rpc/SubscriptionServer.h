@@ -8,8 +8,8 @@
 
 class Subscribers;
 
-/// Sends a controller's events to one subscriber, in order and none twice. Of a subscriber that does not read it keeps
-/// MostWaiting events and drops what comes then.
+/// Sends a controller's events to one subscriber, in order and each only once. For a subscriber that does not read, it
+/// keeps MostWaiting events and drops later ones.
 class SubscriptionServer : public wire::Subscription::Server,
                            private ControllerObserver,
                            private kj::TaskSet::ErrorHandler
@@ -23,9 +23,9 @@ public:
     ~SubscriptionServer();
 
     bool HasWaiting() const { return !m_Waiting.empty(); }
-    /// When it last showed that it reads, as Subscribers count.
+    /// When the subscriber last showed that it reads, in the count of Subscribers.
     quint64 LastSign() const { return m_LastSign; }
-    /// Drops what waits, for others.
+    /// Drops the events that wait, in favour of others.
     void GiveUp();
 
 private:

@@ -5,7 +5,7 @@
 
 #include <capnp/capability.h>
 
-/// The server's end of a wire object: each call passes the gate, and what it throws becomes the client's description.
+/// The server's end of a wire object: each call passes the gate, and its exception becomes the client's description.
 template <typename Interface>
 class WireServer : public Interface::Server
 {
@@ -25,7 +25,7 @@ public:
         const bool isKnown = interfaceId == schema.getProto().getId() && methodId < schema.getMethods().size();
         if (!m_Gate.IsWatched() || !isKnown) [[likely]] // what a newer client may ask for is refused below
             return Dispatch(interfaceId, methodId, context);
-        context.allowCancellation(); // a call that is held up goes with its client
+        context.allowCancellation(); // a call that is held up ends with its client
         auto passed = kj::evalNow([&] { return m_Gate.Pass(Called(), schema.getMethods()[methodId], context); });
         auto done = passed.then([this, interfaceId, methodId, context]() mutable {
             return Dispatch(interfaceId, methodId, context).promise;
@@ -34,7 +34,7 @@ public:
     }
 
 protected:
-    /// Which object it is, as commands name it.
+    /// The object's identity, as commands name it.
     virtual CalledObject Called() const = 0;
 
 private:
