@@ -29,18 +29,23 @@ inline QList<int> Flags()
     return flags;
 }
 
+/// "cmbClass=1" selects, "chkInit=2" ticks (0: unticks, 1: grays), "txtDesc=text" types.
+inline void Enter(const QWidget& dialog, const QString& step)
+{
+    const QString name = step.section(u'=', 0, 0);
+    const QString entered = step.section(u'=', 1);
+    if (auto* box = dialog.findChild<QLineEdit*>(name)) box->setText(entered);
+    if (auto* list = dialog.findChild<ListBox*>(name)) list->SetListIndex(entered.toInt());
+    if (auto* flag = dialog.findChild<QCheckBox*>(name)) flag->setCheckState(Qt::CheckState(entered.toInt()));
+}
+
 /// Enters the sample into an add-item dialog, enabled or not, with one flag ticked, or none (-1).
 inline void EnterSample(const QWidget& dialog, int tickedFlag)
 {
-    dialog.findChild<QLineEdit*>(u"txtItem_3"_s)->setText(u"5"_s); // the maximum that is not sent
-    for (const QString& element : SampleElements) {
-        const QString name = element.section(u'=', 0, 0);
-        const QString entered = element.section(u'=', 1);
-        if (auto* box = dialog.findChild<QLineEdit*>(name)) box->setText(entered);
-        if (auto* list = dialog.findChild<ListBox*>(name)) list->SetListIndex(entered.toInt());
-    }
+    Enter(dialog, u"txtItem_3=5"_s); // the maximum that is not sent
+    for (const QString& element : SampleElements) Enter(dialog, element);
     for (const int flag : Flags()) // after the lists, whose choices tick and untick
-        dialog.findChild<QCheckBox*>(SampleElements[flag])->setChecked(flag == tickedFlag);
+        Enter(dialog, SampleElements[flag] + (flag == tickedFlag ? u"=2"_s : u"=0"_s));
 }
 
 /// Its elements as typed texts.
