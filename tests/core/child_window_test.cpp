@@ -1,10 +1,6 @@
 #include "core/ChildWindow.h"
-#include "core/modMain.h"
-#include "tests/support/ConsoleTest.h"
-#include "tests/support/FakeMainWindow.h"
-#include "tests/support/FakeServer.h"
+#include "tests/support/WindowTest.h"
 
-#include <QCoreApplication>
 #include <QMdiSubWindow>
 
 namespace {
@@ -17,8 +13,8 @@ public:
     ~TestWindow() override { Told << u"deleted"_s; }
 
     QMdiSubWindow* Frame() const { return qobject_cast<QMdiSubWindow*>(parentWidget()); }
-    bool IsInFront() const { return isVisible() && !Frame()->isMinimized() && IsActive(); }
     bool IsActive() const { return modMain::GetMainWindow()->ChildArea().activeSubWindow() == Frame(); }
+    bool IsInFront() const { return isVisible() && !Frame()->isMinimized() && IsActive(); }
 
     inline static QStringList Told;
     inline static std::function<bool(TestWindow&)> OnLoad;
@@ -30,18 +26,18 @@ protected:
     bool MayClose() const override { return m_MayClose; }
 };
 
-class ChildWindows : public ConsoleTest
+class ChildWindows : public WindowTest<TestWindow>
 {
 protected:
     ChildWindows()
     {
         TestWindow::Told.clear();
         TestWindow::OnLoad = nullptr;
-        m_Main->Widget()->show();
+        m_Main.Widget()->show();
     }
 
-    QObject* Window() override { return m_Main->Widget(); }
-    QPointer<TestWindow> Open(int item) { return ChildWindow::Open<TestWindow>(m_Controller->Child(item)); }
+    QPointer<TestWindow> Open(const TreeNodeRef& node) { return ChildWindow::Open<TestWindow>(node); }
+    QPointer<TestWindow> Open(int item) { return Open(m_Controller->Child(item)); }
     QPointer<TestWindow> Show(int item)
     {
         const QPointer<TestWindow> form = Open(item);
@@ -58,20 +54,16 @@ protected:
     {
         EXPECT_TRUE(ChildWindow::Forms().isEmpty());
         BackInTheEventLoop();
-        EXPECT_TRUE(!m_Main || m_Main->ChildArea().subWindowList().isEmpty());
+        EXPECT_TRUE(m_Main.ChildArea().subWindowList().isEmpty());
         EXPECT_EQ(TestWindow::Told.count(u"unloaded"_s), windows);
         EXPECT_EQ(TestWindow::Told.count(u"deleted"_s), windows);
+        TestWindow::Told.clear();
     }
-
-    FakeServer m_Server;
-    ConsoleServices m_Services{m_Server, *this};
-    std::unique_ptr<FakeMainWindow> m_Main = std::make_unique<FakeMainWindow>(m_Services);
-    TreeNodeRef m_Controller = m_Main->BuildTree({u"a"_s, u"b"_s, u"c"_s})->Child(0);
 };
 
 TEST_F(ChildWindows, OpenHiddenAreBroughtUpAndHandActivationOnWhenHidden)
 {
-    const auto none = QPointer<TestWindow>(ChildWindow::Open<TestWindow>(TreeNodeRef()));
+    const auto none = Open(TreeNodeRef());
     const auto a = Open(0);
     EXPECT_EQ(modMain::FindFormByNode(a->m_TreeNode->Key()), a);
     EXPECT_EQ(modMain::FindFormByNode(a->m_TreeNode->Key().toUpper()), nullptr);
@@ -95,37 +87,7 @@ TEST_F(ChildWindows, OpenHiddenAreBroughtUpAndHandActivationOnWhenHidden)
     b->HideForm();
     EXPECT_TRUE(a->IsInFront());
     EXPECT_EQ(ChildWindow::Forms(), (QList<ChildWindow*>{none, a, b})) << "hidden ones stay loaded";
-}
 
-TEST_F(ChildWindows, ThatCannotLoadLeaveNothingBehind)
-{
-    TestWindow::OnLoad = [](TestWindow&) { return false; };
-    EXPECT_EQ(Open(0), nullptr);
-    TestWindow::OnLoad = [](TestWindow&) -> bool { throw ServerError(u"unknown"_s); };
-    EXPECT_THROW(Open(0), ServerError);
-    ExpectAllGone(2);
-}
-
-TEST_F(ChildWindows, StayWholeWhileTheirLoadLetsOtherEventsRun)
-{
-    TestWindow::OnLoad = [this](TestWindow& form) {
-        EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(0)->Key()), &form) << "a second Show finds it";
-        QMetaObject::invokeMethod(qApp, &ChildWindow::UnloadAll, Qt::QueuedConnection);
-        for (int i = 0; i < 3; ++i) BackInTheEventLoop();
-        EXPECT_TRUE(form.IsUnloading());
-        form.ShowForm();
-        EXPECT_FALSE(form.isVisible());
-        TestWindow::Told << u"load went on"_s;
-        return true;
-    };
-    EXPECT_EQ(Open(0), nullptr);
-    EXPECT_EQ(TestWindow::Told, QStringList({u"load went on"_s, u"unloaded"_s}));
-    ExpectAllGone(1);
-}
-
-TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMayAndUnloadInsideTheirOwnProcedures)
-{
-    const auto a = Show(0);
     a->m_MayClose = false;
     a->Frame()->close();
     EXPECT_TRUE(a->IsInFront());
@@ -134,23 +96,40 @@ TEST_F(ChildWindows, CloseByTheirFrameOnlyWhenTheyMayAndUnloadInsideTheirOwnProc
     a->Unload();
     a->ShowForm();
     EXPECT_FALSE(a->isVisible());
-    EXPECT_EQ(TestWindow::Told, QStringList{u"unloaded"_s}) << "the procedure's window is still there";
+    EXPECT_EQ(TestWindow::Told, QStringList{u"unloaded"_s}) << "its own procedure may have closed it";
+}
+
+TEST_F(ChildWindows, ThatCannotLoadOrGoWhileTheyLoadLeaveNothingBehind)
+{
+    TestWindow::OnLoad = [](TestWindow&) { return false; };
+    EXPECT_EQ(Open(0), nullptr);
+    TestWindow::OnLoad = [](TestWindow&) -> bool { throw ServerError(u"unknown"_s); };
+    EXPECT_THROW(Open(0), ServerError);
+    ExpectAllGone(2);
+    TestWindow::OnLoad = [this](TestWindow& form) {
+        EXPECT_EQ(modMain::FindFormByNode(m_Controller->Child(0)->Key()), &form) << "a second Show finds it";
+        QMetaObject::invokeMethod(qApp, &ChildWindow::UnloadAll, Qt::QueuedConnection);
+        for (int i = 0; i < 3; ++i) BackInTheEventLoop();
+        form.ShowForm();
+        EXPECT_TRUE(form.IsUnloading() && !form.isVisible());
+        EXPECT_EQ(TestWindow::Told, QStringList()) << "whole until its load has ended";
+        return true;
+    };
+    EXPECT_EQ(Open(0), nullptr);
     ExpectAllGone(1);
 }
 
 TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
 {
     const std::function<void()> waysToCloseAll[] = {
-        &ChildWindow::UnloadAll,
-        [this] { m_Main->ChildArea().closeAllSubWindows(); },
+        &ChildWindow::UnloadAll, [this] { m_Main.ChildArea().closeAllSubWindows(); },
         [] { qDeleteAll(QList(ChildWindow::Forms())); },
-        [this] { m_Main.reset(); },
+        [this] { qDeleteAll(m_Main.ChildArea().subWindowList()); }, // as when the main window goes
     };
     for (const auto& closeAll : waysToCloseAll) {
-        TestWindow::Told.clear();
         Show(0);
         Show(1)->HideForm();
-        Open(2);
+        Open(m_Controller);
         closeAll();
         ExpectAllGone(3);
     }

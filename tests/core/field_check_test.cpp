@@ -1,21 +1,11 @@
-#include "core/automation/Errors.h"
 #include "core/FieldCheck.h"
 #include "tests/support/WindowTest.h"
 
-#include <QComboBox>
 #include <QDialog>
 #include <QLabel>
-#include <QLineEdit>
-#include <QMessageBox>
-#include <QPushButton>
 #include <QTabWidget>
-#include <QTest>
 #include <QTimer>
 #include <QToolButton>
-
-#include <gtest/gtest.h>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -92,10 +82,20 @@ private:
     }
 };
 
+void Click(QWidget* control)
+{
+    QTest::mouseClick(control, Qt::LeftButton);
+}
+
 void ClickTab(Dialog& dialog, int tab)
 {
     QTabBar* tabs = dialog.m_Tabs->tabBar();
     QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(tab).center());
+}
+
+void Press(Dialog& dialog, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+{
+    QTest::keyClick(dialog.m_Field, key, modifiers);
 }
 
 void PressAlt(Dialog& dialog, Qt::Key letter)
@@ -104,118 +104,101 @@ void PressAlt(Dialog& dialog, Qt::Key letter)
     EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.m_Ok->isDown() && !dialog.m_Cancel->isDown(); }));
 }
 
-void PressEnter(Dialog& dialog, QPushButton* defaultButton)
+enum Kind
 {
-    defaultButton->setDefault(true);
-    QTest::keyClick(dialog.m_Field, Qt::Key_Return);
-}
+    WayOut,     ///< of the field, or away from the exempt control that it was left for
+    KeyOfField, ///< out of the field
+    NoWayOut
+};
 
-struct Action
+const struct
 {
+    Kind Leads;
     const char* Name;
     void (*Run)(Dialog&);
     const char* Done; ///< in order, when nothing is refused
+} Actions[] = {
+    {WayOut, "tab", [](Dialog&) { QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab); }, "check"},
+    {WayOut, "click on a field", [](Dialog& d) { Click(d.m_Buddy); }, "check"},
+    {WayOut, "click on a button", [](Dialog& d) { Click(d.m_Ok); }, "check ok"},
+    {WayOut, "button without focus", [](Dialog& d) { Click(d.m_Small); }, "check small"},
+    {WayOut, "click on a tab", [](Dialog& d) { ClickTab(d, 1); }, "check page"},
+    {WayOut, "wheel over the tabs", [](Dialog& d) { TurnWheel(*d.m_Tabs->tabBar()); }, "check page"},
+    {WayOut, "wheel over a list", [](Dialog& d) { TurnWheel(*d.m_List); }, "check list"},
+    {WayOut, "access key of a button", [](Dialog& d) { PressAlt(d, Qt::Key_O); }, "check ok"},
+    {WayOut, "access key of a label", [](Dialog& d) { PressAlt(d, Qt::Key_B); }, "check"},
+    {WayOut, "access key of a tab", [](Dialog& d) { PressAlt(d, Qt::Key_D); }, "check page"},
+    {KeyOfField, "shift+tab", [](Dialog& d) { Press(d, Qt::Key_Backtab, Qt::ShiftModifier); }, "check"},
+    {KeyOfField, "ctrl+tab", [](Dialog& d) { Press(d, Qt::Key_Tab, Qt::ControlModifier); }, "check page"},
+    {KeyOfField, "enter", [](Dialog& d) { Press(d, Qt::Key_Return); }, "check ok"},
+    {KeyOfField, "keypad enter", [](Dialog& d) { Press(d, Qt::Key_Enter, Qt::KeypadModifier); }, "check ok"},
+    {NoWayOut, "click on cancel", [](Dialog& d) { Click(d.m_Cancel); }, "cancel"},
+    {NoWayOut, "access key of cancel", [](Dialog& d) { PressAlt(d, Qt::Key_C); }, "cancel"},
+    {NoWayOut, "tab to cancel", [](Dialog& d) { d.m_Cancel->setFocus(Qt::TabFocusReason); }, ""},
+    {NoWayOut, "enter for cancel", [](Dialog& d) { d.m_Cancel->setDefault(true), Press(d, Qt::Key_Return); }, "cancel"},
+    {NoWayOut, "escape", [](Dialog& d) { Press(d, Qt::Key_Escape); }, "rejected"},
+    {NoWayOut, "close by the frame", [](Dialog& d) { d.close(); }, "rejected"},
+    {NoWayOut, "disable the field", [](Dialog& d) { d.m_Field->setEnabled(false); }, ""},
+    {NoWayOut, "disable its page", [](Dialog& d) { d.m_Tabs->setEnabled(false); }, ""},
+    {NoWayOut, "own clear button", [](Dialog& d) { Click(d.m_Field->findChild<QToolButton*>()); }, ""},
+    {NoWayOut, "click on a label", [](Dialog& d) { Click(d.m_Label); }, ""},
+    {NoWayOut, "tab already shown", [](Dialog& d) { ClickTab(d, 0); }, ""},
+    {NoWayOut, "focus by code", [](Dialog& d) { d.m_Buddy->setFocus(); }, ""},
+    {NoWayOut, "focus by a pop-up", [](Dialog& d) { d.m_Buddy->setFocus(Qt::PopupFocusReason); }, ""},
+    {NoWayOut, "focus by another window", [](Dialog& d) { d.m_Buddy->setFocus(Qt::ActiveWindowFocusReason); }, ""},
 };
-
-/// These lead out of the field, or away from the exempt control that it was left for.
-const Action WaysOut[] = {
-    {"tab", [](Dialog&) { QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab); }, "check"},
-    {"click on a field", [](Dialog& d) { QTest::mouseClick(d.m_Buddy, Qt::LeftButton); }, "check"},
-    {"click on a button", [](Dialog& d) { QTest::mouseClick(d.m_Ok, Qt::LeftButton); }, "check ok"},
-    {"button without focus", [](Dialog& d) { QTest::mouseClick(d.m_Small, Qt::LeftButton); }, "check small"},
-    {"click on a tab", [](Dialog& d) { ClickTab(d, 1); }, "check page"},
-    {"wheel over the tabs", [](Dialog& d) { TurnWheel(*d.m_Tabs->tabBar()); }, "check page"},
-    {"wheel over a list", [](Dialog& d) { TurnWheel(*d.m_List); }, "check list"},
-    {"access key of a button", [](Dialog& d) { PressAlt(d, Qt::Key_O); }, "check ok"},
-    {"access key of a label", [](Dialog& d) { PressAlt(d, Qt::Key_B); }, "check"},
-    {"access key of a tab", [](Dialog& d) { PressAlt(d, Qt::Key_D); }, "check page"},
-};
-
-const Action KeysOfTheField[] = {
-    {"shift+tab", [](Dialog& d) { QTest::keyClick(d.m_Field, Qt::Key_Backtab, Qt::ShiftModifier); }, "check"},
-    {"ctrl+tab", [](Dialog& d) { QTest::keyClick(d.m_Field, Qt::Key_Tab, Qt::ControlModifier); }, "check page"},
-    {"enter", [](Dialog& d) { PressEnter(d, d.m_Ok); }, "check ok"},
-    {"keypad enter", [](Dialog& d) { QTest::keyClick(d.m_Field, Qt::Key_Enter, Qt::KeypadModifier); }, "check ok"},
-};
-
-const Action OtherActions[] = {
-    {"click on cancel", [](Dialog& d) { QTest::mouseClick(d.m_Cancel, Qt::LeftButton); }, "cancel"},
-    {"access key of cancel", [](Dialog& d) { PressAlt(d, Qt::Key_C); }, "cancel"},
-    {"tab to cancel", [](Dialog& d) { d.m_Cancel->setFocus(Qt::TabFocusReason); }, ""},
-    {"enter for cancel", [](Dialog& d) { PressEnter(d, d.m_Cancel); }, "cancel"},
-    {"escape", [](Dialog& d) { QTest::keyClick(d.m_Field, Qt::Key_Escape); }, "rejected"},
-    {"close by the frame", [](Dialog& d) { d.close(); }, "rejected"},
-    {"disable the field", [](Dialog& d) { d.m_Field->setEnabled(false); }, ""},
-    {"disable its page", [](Dialog& d) { d.m_Tabs->setEnabled(false); }, ""},
-    {"own clear button", [](Dialog& d) { QTest::mouseClick(d.m_Field->findChild<QToolButton*>(), Qt::LeftButton); },
-     ""},
-    {"click on a label", [](Dialog& d) { QTest::mouseClick(d.m_Label, Qt::LeftButton); }, ""},
-    {"tab already shown", [](Dialog& d) { ClickTab(d, 0); }, ""},
-    {"focus by code", [](Dialog& d) { d.m_Buddy->setFocus(); }, ""},
-    {"focus by a pop-up", [](Dialog& d) { d.m_Buddy->setFocus(Qt::PopupFocusReason); }, ""},
-    {"focus by another window", [](Dialog& d) { d.m_Buddy->setFocus(Qt::ActiveWindowFocusReason); }, ""},
-};
-
-/// Twice with a refused text, then with an accepted one.
-void ExpectVeto(const Action& action, bool showBox, bool startAtCancel)
-{
-    SCOPED_TRACE(action.Name);
-    Dialog dialog;
-    dialog.m_ShowBox = showBox;
-    dialog.Begin(u"bad"_s);
-    for (const char* done : {"check", "check check"}) {
-        if (startAtCancel) dialog.m_Cancel->setFocus(Qt::TabFocusReason);
-        action.Run(dialog);
-        EXPECT_TRUE(dialog.IsKept());
-        EXPECT_EQ(dialog.Done(), done);
-    }
-    dialog.Begin(u"good"_s);
-    action.Run(dialog);
-    EXPECT_EQ(dialog.Done(), action.Done);
-}
 
 using FieldChecks = WindowTest<QWidget>;
 
 } // namespace
 
-TEST(FieldCheck, VetoesEveryWayOutOfARefusedField)
+TEST_F(FieldChecks, VetoEveryWayOutOfARefusedFieldAlsoOverAnExemptControl)
 {
-    for (const bool showBox : {false, true}) {
-        for (const Action& action : WaysOut) ExpectVeto(action, showBox, false);
-        for (const Action& action : KeysOfTheField) ExpectVeto(action, showBox, false);
+    for (const auto& [leads, name, run, done] : Actions) {
+        for (const QString& how : {u"at once"_s, u"with a message box"_s, u"from cancel"_s}) {
+            if (leads == NoWayOut || (leads == KeyOfField && how == u"from cancel")) continue;
+            SCOPED_TRACE(name + (' ' + how.toStdString()));
+            Dialog dialog;
+            dialog.m_ShowBox = how == u"with a message box";
+            dialog.Begin(u"bad"_s);
+            for (const char* refused : {"check", "check check"}) {
+                if (how == u"from cancel") dialog.m_Cancel->setFocus(Qt::TabFocusReason);
+                run(dialog);
+                EXPECT_TRUE(dialog.IsKept());
+                EXPECT_EQ(dialog.Done(), refused);
+            }
+            dialog.Begin(u"good"_s);
+            run(dialog);
+            EXPECT_EQ(dialog.Done(), done);
+        }
     }
 }
 
-TEST(FieldCheck, AFieldLeftForAnExemptControlIsCheckedOnTheWayOn)
+TEST_F(FieldChecks, LeaveEverythingElseAlone)
 {
-    for (const Action& action : WaysOut) ExpectVeto(action, false, true);
-}
-
-TEST(FieldCheck, LeavesEverythingElseAlone)
-{
-    for (const Action& action : OtherActions) {
-        SCOPED_TRACE(action.Name);
+    for (const auto& [leads, name, run, done] : Actions) {
+        if (leads != NoWayOut) continue;
         Dialog dialog;
         dialog.Begin(u"bad"_s);
-        action.Run(dialog);
+        run(dialog);
         QTest::qWait(1);
-        EXPECT_EQ(dialog.Done(), action.Done);
+        EXPECT_EQ(dialog.Done(), done) << name;
     }
 }
 
-TEST(FieldCheck, AClickAfterARefusedOneIsNotLost)
+TEST_F(FieldChecks, LoseNoClickAfterARefusedOne)
 {
     Dialog dialog;
     dialog.Begin(u"bad"_s);
-    QTest::mouseClick(dialog.m_Ok, Qt::LeftButton);
+    Click(dialog.m_Ok);
     dialog.m_Field->setText(u"good"_s);
-    QTest::mouseClick(dialog.m_Ok, Qt::LeftButton);
+    Click(dialog.m_Ok);
     EXPECT_EQ(dialog.Done(), "check check ok");
 
     dialog.Begin(u"bad"_s);
     dialog.m_Buddy->setFocus(Qt::MouseFocusReason); // no press follows
     QTest::qWait(1);
-    QTest::mouseClick(dialog.m_Cancel, Qt::LeftButton);
+    Click(dialog.m_Cancel);
     EXPECT_EQ(dialog.Done(), "check cancel");
 }
 
@@ -224,7 +207,7 @@ TEST_F(FieldChecks, ThatFailAreLoggedAndRefuse)
     Dialog dialog;
     dialog.m_FieldCheck.Add(dialog.m_Field, []() -> bool { throw ValueError::Overflow(); });
     dialog.Begin(u"1"_s);
-    QTest::mouseClick(dialog.m_Ok, Qt::LeftButton);
+    Click(dialog.m_Ok);
     EXPECT_TRUE(dialog.IsKept());
     EXPECT_EQ(dialog.Done(), "");
     EXPECT_EQ(TakeLog(), QStringList{u"Overflow"_s});
