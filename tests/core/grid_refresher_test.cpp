@@ -1,15 +1,9 @@
 #include "core/GridRefresher.h"
 #include "core/PropertyGrid.h"
 #include "core/RefreshTurns.h"
+#include "tests/support/ConsoleTest.h"
 
-#include <QTest>
 #include <QThread>
-
-#include <gtest/gtest.h>
-
-#include <memory>
-
-using namespace Qt::StringLiterals;
 
 namespace {
 
@@ -95,25 +89,19 @@ TEST_F(Refresher, TheNextRefreshWaitsAsLongAsTheLastOneLasted)
 
 TEST_F(Refresher, ARowMayStopOrDestroyWhateverReadsIt)
 {
-    const struct
-    {
-        const char* Name;
-        std::function<void()> Act;
-        int RowsRead;
-    } cases[] = {
-        {"stop", [this] { m_Refreshers[0]->Stop(); }, 3},
-        {"destroy the refresher", [this] { m_Refreshers[0].reset(); }, 3},
-        {"destroy the grid", [this] { m_Grids[0].reset(); }, 3},
-        {"lay no rows", [this] { m_Grids[0]->Lay({}, Margins); }, 3},
-        {"refresh at once", [this] { m_Refreshers[0]->RefreshNow(); }, 5},
-        {"let events run", [] { QTest::qWait(30); }, 5},
+    const std::tuple<const char*, int, std::function<void()>> cases[] = {
+        // what the third row does, and how many rows are read then
+        {"stop", 3, [this] { m_Refreshers[0]->Stop(); }},
+        {"destroy the refresher", 3, [this] { m_Refreshers[0].reset(); }},
+        {"destroy the grid", 3, [this] { m_Grids[0].reset(); }},
+        {"lay no rows", 3, [this] { m_Grids[0]->Lay({}, Margins); }},
+        {"refresh at once", 5, [this] { m_Refreshers[0]->RefreshNow(); }},
+        {"let events run", 5, [] { QTest::qWait(30); }},
     };
-    for (const auto& [name, act, rowsRead] : cases) {
+    for (const auto& [name, rowsRead, act] : cases) {
         SCOPED_TRACE(name);
         AddGrid(5, 0);
-        m_Act = [&](int row) {
-            if (row == 2) act();
-        };
+        m_Act = [&](int row) { row == 2 ? act() : void(); };
         rowsRead < 5 ? m_Refreshers[0]->Start() : m_Refreshers[0]->RefreshNow();
         EXPECT_TRUE(QTest::qWaitFor([&] { return m_RowsRead[0].size() >= rowsRead; }));
         QTest::qWait(20);

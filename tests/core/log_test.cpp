@@ -1,5 +1,4 @@
 #include "core/modFields.h"
-#include "core/modMain.h"
 #include "tests/support/WindowTest.h"
 
 #include <QScrollBar>
@@ -114,24 +113,12 @@ TEST_F(LogLines, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)
 
 using ServerCall = WindowTest<QWidget>;
 
-TEST_F(ServerCall, IsAnnouncedCalledAndAnswered)
+TEST_F(ServerCall, IsAnnouncedCalledAndAnsweredByOneLineAlsoWhenItFails)
 {
     QStringList seenByTheCall;
-    EXPECT_TRUE(modMain::CallServer(u"Controller", u"Start",
-                                    [&] { seenByTheCall = Log() << m_Main.Status() << m_Main.m_PaintedStatus; }));
-    EXPECT_EQ(seenByTheCall, QStringList({u"Calling Controller:Start..."_s, u"Start..."_s, u"Start..."_s}));
-    EXPECT_EQ(TakeLog(), QStringList({u"Calling Controller:Start..."_s, u"Succeeded."_s}));
-    EXPECT_EQ(m_Main.m_StatusTexts, QStringList({u"Ready."_s, u"Start..."_s, u"Ready."_s}));
-
-    m_Main.Log().SetCapacity(0);
-    bool called = false;
-    EXPECT_TRUE(modMain::CallServer(u"Engine", u"Stop", [&] { called = true; }));
-    EXPECT_TRUE(called) << "also when the log is full";
-}
-
-TEST_F(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
-{
-    const std::pair<std::function<void()>, QString> failures[] = {
+    const QString announced = u"Calling Item:Snapshot..."_s;
+    const std::pair<std::function<void()>, QString> answers[] = {
+        {[&] { seenByTheCall = Log() << m_Main.Status() << m_Main.m_PaintedStatus; }, u"Succeeded."_s},
         {[] { throw ServerError(u"PLC1 does not answer"_s); }, u"PLC1 does not answer"_s},
         {[] { throw ServerError(QString()); }, QString()},
         {[] { throw ValueError::TypeMismatch(); }, u"Type mismatch"_s},
@@ -139,11 +126,21 @@ TEST_F(ServerCall, AFailureIsOneLogLineInPlaceOfSucceeded)
         {[] { throw std::bad_alloc(); }, u"Out of memory"_s},
         {[] { throw 1; }, u"Unknown error"_s},
     };
-    for (const auto& [call, description] : failures) {
-        EXPECT_FALSE(modMain::CallServer(u"Item", u"put_Value", call));
+    for (const auto& [call, answer] : answers) {
+        EXPECT_EQ(modMain::CallServer(u"Item", u"Snapshot", call), answer == u"Succeeded.");
+        EXPECT_EQ(TakeLog(), QStringList({announced, answer}));
+        EXPECT_EQ(TakeStatus(), QStringList({u"Ready."_s, u"Snapshot..."_s, u"Ready."_s}));
+        if (answer == u"Succeeded.") continue;
         EXPECT_FALSE(modMain::ReportErrors(call)); // a command is not announced
-        EXPECT_EQ(TakeLog(), QStringList({u"Calling Item:put_Value..."_s, description, description}));
+        EXPECT_EQ(TakeLog(), QStringList{answer});
+        TakeStatus();
     }
+    EXPECT_EQ(seenByTheCall, QStringList({announced, u"Snapshot..."_s, u"Snapshot..."_s}));
+
+    m_Main.Log().SetCapacity(0);
+    bool called = false;
+    EXPECT_TRUE(modMain::CallServer(u"Engine", u"Stop", [&] { called = true; }));
+    EXPECT_TRUE(called) << "also when the log is full";
 }
 
 } // namespace

@@ -17,12 +17,12 @@ protected:
     ObjectTree() { m_Model->Append(m_Plc1, {u"D100"_s, u"D200"_s, u"D300"_s}, NodeTag::Item); }
 
     /// The texts below a node, in order, each with its row as the node and as the model knows it.
-    QStringList Below(const TreeNodeRef& node) const
+    QString Below(const TreeNodeRef& node) const
     {
-        QStringList rows;
+        QString rows;
         for (int row = 0; row < node->ChildCount(); ++row) {
             const TreeNodeRef child = node->Child(row);
-            rows << u"%1 %2 %3"_s.arg(child->Text()).arg(child->Row()).arg(m_Model->IndexOf(child).row());
+            rows += u"%1 %2 %3;"_s.arg(child->Text()).arg(child->Row()).arg(m_Model->IndexOf(child).row());
         }
         return rows;
     }
@@ -65,7 +65,7 @@ TEST_F(ObjectTree, KeepsRowsAndPersistentIndexesWhenNodesComeAndGo)
     m_Model->Insert(m_Plc1, 5, u"Last"_s, NodeTag::AddItem);
     m_Model->Remove(m_Plc1->Child(0));
     m_Model->Remove(m_Plc1->Child(2));
-    EXPECT_EQ(Below(m_Plc1), QStringList({u"D100 0 0"_s, u"Between 1 1"_s, u"D300 2 2"_s, u"Last 3 3"_s}));
+    EXPECT_EQ(Below(m_Plc1), u"D100 0 0;Between 1 1;D300 2 2;Last 3 3;");
     EXPECT_FALSE(d200.isValid());
     EXPECT_EQ(m_Model->NodeAt(d300), m_Plc1->Child(2));
     EXPECT_EQ(m_Model->parent(d300), m_Model->IndexOf(m_Plc1));
@@ -76,7 +76,7 @@ TEST_F(ObjectTree, RemovedNodesStaySafe)
     const TreeNodeRef item = m_Plc1->Child(1);
     m_Model->Remove(m_Plc1);
     m_Model->Remove(m_Plc1);
-    EXPECT_EQ(Below(m_Root), QStringList{u"PLC2 0 0"_s});
+    EXPECT_EQ(Below(m_Root), u"PLC2 0 0;");
     EXPECT_FALSE(m_Plc1->IsInTree() || item->IsInTree() || m_Plc1->Parent() || m_Model->IndexOf(item).isValid());
     EXPECT_EQ(item->Key(), u"PLC1\\D200"_s);
     EXPECT_THROW(m_Model->Append(m_Plc1, u"x"_s, NodeTag::Item), ValueError);
