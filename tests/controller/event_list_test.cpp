@@ -12,27 +12,19 @@
 
 using namespace Qt::StringLiterals;
 
-namespace {
-
-bool WaitUntilShown(const EventList& list)
-{
-    return QTest::qWaitFor([&] { return list.model()->rowCount() == list.ListCount(); });
-}
-
-} // namespace
-
-TEST(EventList, ALineIsOneRowWhateverItHoldsAndTheLastIsSelectedInSight)
+TEST(EventList, ALineIsOneRowWhateverItHoldsTheLastIsInSightAndTooMuchIsRefused)
 {
     EventList list;
     const QAbstractItemModelTester tester(list.model(), QAbstractItemModelTester::FailureReportingMode::Fatal);
     list.resize(300, 200);
     list.show();
+    const auto isShown = [&] { return QTest::qWaitFor([&] { return list.model()->rowCount() == list.ListCount(); }); };
     const auto row = [&](int index) { return list.model()->index(index, 0); };
     const QStringList lines = {u"<b>bold</b> & [*]"_s, u"nul\0inside"_s, QString(), QString(1'000'000, u'w'),
                                u"two\r\nlines"_s};
     for (int round = 1; round <= 3; ++round) {
         for (const QString& line : lines) list.AddLine(line);
-        ASSERT_TRUE(WaitUntilShown(list));
+        ASSERT_TRUE(isShown());
         for (int i = 0; i < lines.size(); ++i) {
             EXPECT_EQ(list.List(i), lines[i]);
             EXPECT_EQ(list.visualRect(row(i)).height(), list.fontMetrics().height() + 2);
@@ -44,23 +36,15 @@ TEST(EventList, ALineIsOneRowWhateverItHoldsAndTheLastIsSelectedInSight)
     const auto& painted = dynamic_cast<QStyledItemDelegate&>(*list.itemDelegate());
     EXPECT_FALSE(painted.displayText(lines[4], QLocale()).contains(u'\n'));
     EXPECT_TRUE(row(0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"));
-    EXPECT_LT(row(3).data(Qt::ToolTipRole).toString().size(), 5000);
     QTest::keyClick(&list, Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), lines[4]) << "copied as it is";
-}
 
-TEST(EventList, RefusesWhatIsTooMuchAndStaysAsItWas)
-{
-    EventList list;
-    const QString quarter(EventList::MostCharacters / 4, u'x');
-    for (int i = 0; i < 4; ++i) list.AddLine(quarter);
+    list.Clear();
+    EXPECT_EQ(list.ListCount() + list.model()->rowCount(), 0);
+    for (int i = 0; i < 4; ++i) list.AddLine(QString(EventList::MostCharacters / 4, u'x'));
     EXPECT_THROW(list.AddLine(u"x"_s), ValueError);
     list.AddLine(QString()); // has room
+    EXPECT_TRUE(isShown());
     EXPECT_EQ(list.ListCount(), 5);
-    EXPECT_EQ(list.List(3).size(), quarter.size());
     EXPECT_THROW(list.List(5), ValueError);
-    list.Clear();
-    list.AddLine(u"x"_s);
-    EXPECT_TRUE(WaitUntilShown(list));
-    EXPECT_EQ(list.List(0), u"x"_s);
 }
