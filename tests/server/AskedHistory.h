@@ -3,10 +3,9 @@
 #include "core/automation/PlainText.h"
 #include "server/history/History.h"
 #include "tests/server/TestClient.h"
+#include "velsqllib/WirePage.h"
 
 #include <QDateTime>
-
-#include <capnp/serialize.h>
 
 inline HistorySettings RecordingInto(const QString& connection, qint32 maxRecord = 0)
 {
@@ -40,16 +39,15 @@ public:
         WaitUntil([&] { return result->Progress().Complete; });
         return result;
     }
-    /// Column names and rows, each with commas between, or the database's description.
-    QStringList Ask(const QString& statement)
+    /// Lines with commas between: column names, then the rows; or the database's description.
+    QString Ask(const QString& statement)
     {
-        QStringList lines;
-        const QString outcome = OutcomeOf([&] {
+        return OutcomeOf([&]() -> QString {
             const ResultSpoolRef result = Run(statement);
-            lines << result->Columns().join(u',');
+            QStringList lines(result->Columns().join(u','));
             for (qint64 row = 0; row < result->Progress().RowsSoFar; ++row) lines << Row(*result, row);
+            return lines.join(u'\n');
         });
-        return lines.isEmpty() ? QStringList(outcome) : lines;
     }
     static QString Row(const ResultSpool& result, qint64 row)
     {
@@ -62,13 +60,8 @@ public:
     }
     static Variant Cell(const ResultSpool& result, qint64 row, int column)
     {
-        const auto bytes = result.PageOf(row);
-        capnp::FlatArrayMessageReader message(
-            kj::arrayPtr(reinterpret_cast<const capnp::word*>(bytes.begin()), bytes.size() / sizeof(capnp::word)));
-        const auto page = message.getRoot<wire::ResultPage>();
-        SeenObjects objects;
-        const auto at = (row - page.getFirstRow()) * page.getColumnCount() + column;
-        return ReadValue(page.getCells()[static_cast<uint>(at)], objects);
+        const WirePage page(result.PageOf(row));
+        return page.Cell(static_cast<qint32>(row - page.FirstRow()), column);
     }
 
     QStringList Statements() const { return m_History.Statements(); }

@@ -4,8 +4,7 @@
 #include "core/automation/SafeArray.h"
 #include "tests/support/PrintQt.h"
 #include "velsqllib/ValueText.h"
-
-#include <kj/exception.h>
+#include "velsqllib/WireText.h"
 
 using namespace Qt::StringLiterals;
 
@@ -23,9 +22,7 @@ QString OutcomeOf(Action action)
     } catch (const DescribedError& error) {
         return error.Description();
     } catch (const kj::Exception& exception) {
-        const QString text = QString::fromUtf8(exception.getDescription().cStr());
-        const QString prefix = u"remote exception: "_s;
-        return text.startsWith(prefix) ? text.mid(prefix.size()) : text;
+        return DescriptionOf(exception).remove(u"remote exception: "_s);
     }
 }
 

@@ -45,12 +45,6 @@ public:
     }
 
     bool HasEnded() { return Process().waitForFinished(0) || Process().state() == QProcess::NotRunning; }
-    /// What it keeps in memory now, in MB.
-    double MemoryMB() const
-    {
-        const QString status = ContentOf(u"/proc/%1/status"_s.arg(ProcessId()));
-        return status.section(u"VmRSS:"_s, 1).trimmed().section(u' ', 0, 0).toDouble() / 1024.0;
-    }
     /// What it has written until now.
     QStringList Log() const { return LinesOf(ContentOf(m_Log.fileName())); }
 

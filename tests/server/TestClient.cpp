@@ -37,9 +37,7 @@ void Pause(int milliseconds)
 
 TestClient::TestClient(const QString& socketPath)
     : m_Socket(Connect(socketPath))
-    , m_Out(Pump(*m_Pipe.ends[1], *m_Socket))
-    , m_In(Pump(*m_Socket, *m_Pipe.ends[1]))
-    , m_Rpc(*m_Pipe.ends[0])
+    , m_Rpc(*m_Socket)
     , m_Library(m_Rpc.bootstrap().castAs<wire::Library>())
     , m_Engine(m_Library.createEngineRequest().send().getResult())
 {
@@ -86,10 +84,4 @@ capnp::RemotePromise<wire::History::ExecuteResults> TestClient::Query(const QStr
 bool TestClient::IsAnswered()
 {
     return OutcomeOf([&] { CallsUnderWay(); }) == u"done";
-}
-
-kj::Promise<void> TestClient::Pump(kj::AsyncIoStream& from, kj::AsyncIoStream& to)
-{
-    const auto end = [&to](auto&&...) { to.shutdownWrite(); };
-    return from.pumpTo(to).then(kj::cp(end), kj::cp(end)).eagerlyEvaluate(nullptr);
 }

@@ -42,8 +42,6 @@ class TestClient
 public:
     explicit TestClient(const QString& socketPath);
     ~TestClient() noexcept = default;
-    /// From now on it only writes.
-    void StopReading() { m_In = nullptr; }
 
     wire::Engine::Client& Engine() { return m_Engine; }
     wire::Controller::Client Controller(const QString& name = u"PLC1"_s);
@@ -63,12 +61,7 @@ public:
     void Set(wire::Value::Builder builder, const Variant& value) { WriteValue(value, builder, m_Objects); }
 
 private:
-    kj::Promise<void> Pump(kj::AsyncIoStream& from, kj::AsyncIoStream& to);
-
     kj::Own<kj::AsyncIoStream> m_Socket;
-    kj::TwoWayPipe m_Pipe = kj::newTwoWayPipe(); ///< its far end stands for the server
-    kj::Promise<void> m_Out;
-    kj::Promise<void> m_In;
     capnp::TwoPartyClient m_Rpc;
     wire::Library::Client m_Library;
     wire::Engine::Client m_Engine;
