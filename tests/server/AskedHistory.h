@@ -49,6 +49,11 @@ public:
             return lines.join(u'\n');
         });
     }
+    /// The first value as typed text, or the database's description.
+    QString FirstOf(const QString& statement)
+    {
+        return OutcomeOf([&] { return Cell(*Run(statement), 0, 0); });
+    }
     static QString Row(const ResultSpool& result, qint64 row)
     {
         QStringList cells;

@@ -1,31 +1,17 @@
-#include "tests/server/ServerRun.h"
+#include "tests/server/DocTables.h"
 #include "tests/server/TestClient.h"
 
 TEST(Commands, AnswerOrSayWhatIsWrong)
 {
     ServerRun server;
     TestClient client(server.SocketPath());
-    const std::pair<QString, const char16_t*> cases[] = {
-        {u"echo two  blanks "_s, u"8,two  blanks "},
-        {u"fail \t"_s, u"\t"},
-        {u" state PLC1 7 "_s, u"0"},
-        {u"return 8204,{8195,1,2},{1}"_s, u"8204,{8195,1,2},{1}"},
-        {u"return 3,x"_s, u"VT_I4: \"x\" is not a number"},
-        {u"object PLC1 D100"_s, u"VT_DISPATCH has no text"},
-        {u"state PLC9 7"_s, u"Controller \"PLC9\" does not exist."},
-        {u"state PLC1"_s, u"The command lacks The state."},
-        {u"list \"Lab <b>&Test</b>\\Nürnberg\" wrong"_s,
-         u"Items can be listed missing, renamed, reordered or right, not \"wrong\"."},
-        {u"fire PLC1 item D9 1"_s, u"Controller \"PLC1\" has no item \"D9\"."},
-        {u"fire PLC1 item D100 -1"_s, u"The number of times must be a whole number from 0 on, not \"-1\"."},
-        {u"disturb Item.get_Nothing fail x"_s, u"\"Item.get_Nothing\" is not an operation that can be disturbed."},
-        {u"disturb Engine.Execute fail x"_s, u"\"Engine.Execute\" is not an operation that can be disturbed."},
-        {u"restore Item.get_Value"_s, u"\"Item.get_Value\" is not disturbed."},
-        {u"definition"_s, u"No item definition has arrived yet."},
-        {u"nonsense"_s, u"The command \"nonsense\" does not exist; an empty command lists all."},
-    };
-    for (const auto& [command, outcome] : cases)
-        EXPECT_EQ(OutcomeOf([&, c = command] { return client.Execute(c); }), outcome);
+    const auto examples = TableBelow(u"What commands answer"_s);
+    EXPECT_EQ(examples.size(), 14);
+    for (const QStringList& row : examples) {
+        const QString outcome = OutcomeOf([&] { return client.Execute(Codes(row[0])[0]); });
+        EXPECT_EQ(outcome, Codes(row[1])[0]) << row[0].toStdString();
+    }
+    EXPECT_EQ(OutcomeOf([&] { client.Execute(u"fail \t"_s); }), u"\t");
     EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 16) << "an empty command lists all";
 
     const auto value = [&] { return OutcomeOf([&] { return client.Value(u"D100"_s); }); };

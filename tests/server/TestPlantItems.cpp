@@ -39,12 +39,11 @@ QString RefusalOf(const QString& item, const QString& reason)
 TEST_F(PlantItemTest, OnlyActiveControllersScanAndOnlyTheirClass)
 {
     const PlantItemRef fast = AddCounter(u"fast"_s);
-    const PlantItemRef slow = AddCounter(u"slow"_s, {.Historic = true, .ScanClass = 2});
+    AddCounter(u"slow"_s, {.Historic = true, .ScanClass = 2});
     const PlantItemRef off = AddCounter(u"off"_s, {.Historic = true, .Active = false});
     NotingObserver observer(m_First);
     m_Plant.Begin();
     m_First.Scan(0, m_Plant.Now());
-    EXPECT_EQ(m_Second.State(), 1);
     EXPECT_TRUE(fast->Value().IsEmpty());
     m_First.Snapshot();
     for (int i = 0; i < 2; ++i) m_Plant.Start();
@@ -53,11 +52,9 @@ TEST_F(PlantItemTest, OnlyActiveControllersScanAndOnlyTheirClass)
     m_First.Stop();
     m_First.Scan(0, m_Plant.Now());
     m_Plant.Terminate();
-    EXPECT_EQ(observer.Seen,
-              QStringList({u"fast=3,1"_s, u"slow=3,1"_s, u"state 1"_s, u"fast=3,2"_s, u"state 2"_s, u"state 4"_s}));
+    EXPECT_EQ(observer.Seen.join(u' '), u"fast=3,1 slow=3,1 state 1 fast=3,2 state 2 state 4");
     EXPECT_EQ(m_Plant.Recorded, QStringList(u"slow=3,1"_s));
     EXPECT_EQ(MicrosecondsOf(fast->Time()), 250'000);
-    EXPECT_TRUE(off->Value().IsEmpty());
     off->PutValue(50);
     off->Snapshot();
     EXPECT_EQ(TextOf(off), u"3,50") << "it keeps what is written";
@@ -68,10 +65,9 @@ TEST_F(PlantItemTest, SignalsStayWithinTheirTypeAndLimits)
     EXPECT_EQ(CounterSignal(0, 3, 1, 6).Next(0, VT_I4), Variant(2)) << "of a later element, turned round as well";
     EXPECT_EQ(ClampTo(1e300, VT_CY).Type() + ClampTo(-1e9, VT_DATE).Type(), VT_CY + VT_DATE);
     CounterSignal counter(250, 300, 10);
-    QList<Variant> counted;
-    for (int i = 0; i < 7; ++i) counted << counter.Next(0, i < 2 ? VT_UI1 : VT_I2);
-    EXPECT_EQ(WriteTypedText(ConvertTo(SafeArray(counted), ArrayOf(VT_BSTR))), u"8200,250,255,270,280,290,300,250")
-        << "at the end of the type's range, and behind the last";
+    QString counted;
+    for (int i = 0; i < 7; ++i) counted += WriteTypedText(counter.Next(0, i < 2 ? VT_UI1 : VT_I2)) + u' ';
+    EXPECT_EQ(counted, u"17,250 17,255 2,270 2,280 2,290 2,300 2,250 ") << "at the end of the type's range";
     PeriodicSignal sine(WaveForm::Sine, {-10, 10, 4, 0}), square(WaveForm::Square, {0, 1, 4, 0}),
         ramp(WaveForm::Ramp, {0, 100, 4, 0.5});
     const std::tuple<Signal&, double, Variant> cases[] = {
@@ -80,56 +76,32 @@ TEST_F(PlantItemTest, SignalsStayWithinTheirTypeAndLimits)
     RandomWalkSignal walk(0, 1, 0.4, 7), same(0, 1, 0.4, 7);
     for (int i = 0; i < 1000; ++i) {
         const double value = walk.Next(0, VT_R8).Get<double>();
-        ASSERT_TRUE(value >= 0 && value <= 1) << value;
-        ASSERT_EQ(same.Next(0, VT_R8), Variant(value));
+        ASSERT_TRUE(value >= 0 && value <= 1 && same.Next(0, VT_R8) == Variant(value)) << value;
     }
-}
-
-TEST_F(PlantItemTest, WhatIsWrittenTakesTheItemsTypeOrIsRefused)
-{
-    const std::tuple<VarType, Variant, QString> cases[] = {
-        {VT_I4, u" 12 "_s, u"3,12"_s},
-        {VT_I4, 2.5, u"3,2"_s},
-        {VT_I4, 3e9, u"3000000000 is out of the range of VT_I4"_s},
-        {VT_I4, Variant(), u"EMPTY cannot be written to it"_s},
-        {VT_I4, Null{}, u"NULL cannot become VT_I4"_s},
-        {VT_CY, 0.12345, u"6,0.1234"_s},
-        {VT_DATE, u"2024-02-29 14:30:05"_s, u"7,2024-02-29 14:30:05"_s},
-        {VT_BSTR, 1.5, u"8,1.5"_s},
-        {ArrayOf(VT_I4), 5, u"5 cannot become VT_ARRAY|VT_I4"_s},
-        {ArrayOf(VT_I4), SafeArray(QList<double>({1, 2.5}), 3), u"8195,[3..]1,2"_s},
-    };
-    for (const auto& [type, value, outcome] : cases) {
-        const PlantItemRef item = Add(u"X"_s, {.Type = type});
-        const QString written = OutcomeOf([&, v = value] { return item->PutValue(v), TextOf(item); });
-        const bool isRefused = item->State() != ItemState::Succeeded;
-        EXPECT_EQ(written, isRefused ? RefusalOf(u"X"_s, outcome) : outcome);
-        m_First.Remove(u"X"_s);
-    }
-    const PlantItemRef locked = Add(u"X"_s, {.Attribute = Access::ReadOnly});
-    EXPECT_EQ(OutcomeOf([&] { locked->PutValue(1); }), RefusalOf(u"X"_s, u"it is read only and cannot be written"_s));
 }
 
 TEST_F(PlantItemTest, LinksCarryValuesBothWays)
 {
     const PlantItemRef linked = m_Second.Add({.Name = u"Y"_s, .Type = VT_I4, .Initial = 5});
     const PlantItemRef link = Add(u"X"_s, {.Type = VT_BSTR, .Links = {u"B\\C\\Y"_s}});
+    const auto both = [&] { return TextOf(link) + u' ' + TextOf(linked); };
     link->Snapshot();
-    EXPECT_EQ(TextOf(link), u"8,5");
+    EXPECT_EQ(both(), u"8,5 3,5");
     link->PutValue(u"7"_s);
     for (const PlantItemRef& item : {link, Add(u"Z"_s, {.Links = {u"X"_s}})})
         EXPECT_EQ(OutcomeOf([&] { item->PutValue(u"x"_s); }),
                   u"Item \"Y\" of controller \"B\\C\": VT_I4: \"x\" is not a number.")
             << "however far it came";
-    EXPECT_EQ(link->State(), ItemState::Failed);
-    EXPECT_EQ(TextOf(link) + u' ' + TextOf(linked), u"8,7 3,7");
+    EXPECT_EQ(both(), u"8,7 3,7");
     link->PutLinkActivation(false);
     link->PutValue(u"9"_s);
     link->Snapshot();
-    EXPECT_EQ(TextOf(link) + u' ' + TextOf(linked), u"8,9 3,7") << "the link rests";
+    EXPECT_EQ(both(), u"8,9 3,7") << "the link rests";
     link->PutLinkActivation(true);
     m_Second.Remove(u"Y"_s);
     EXPECT_EQ(OutcomeOf([&] { link->Snapshot(); }), RefusalOf(u"X"_s, u"the linked item \"B\\C\\Y\" does not exist"_s));
+    const PlantItemRef locked = Add(u"L"_s, {.Attribute = Access::ReadOnly});
+    EXPECT_EQ(OutcomeOf([&] { locked->PutValue(1); }), RefusalOf(u"L"_s, u"it is read only and cannot be written"_s));
 }
 
 TEST_F(PlantItemTest, EndlessLinksFailForEveryKindOfItem)
@@ -139,11 +111,9 @@ TEST_F(PlantItemTest, EndlessLinksFailForEveryKindOfItem)
     m_First.Item(u"16"_s)->PutValue(5);
     m_First.Item(u"16"_s)->Snapshot();
     for (const ItemKind kind : {ItemKind::Normal, ItemKind::Alias, ItemKind::Array}) {
-        const auto add = [&](const QString& name, const QString& link) {
-            return Add(name, {.Kind = kind, .Links = {link}});
-        };
-        const PlantItemRef round = add(u"Round"_s, u"Circle"_s), circle = add(u"Circle"_s, u"Round"_s);
-        const PlantItemRef aside = add(u"Aside"_s, u"Circle"_s);
+        const PlantItemRef round = Add(u"Round"_s, {.Kind = kind, .Links = {u"Circle"_s}}),
+                           circle = Add(u"Circle"_s, {.Kind = kind, .Links = {u"Round"_s}}),
+                           aside = Add(u"Aside"_s, {.Kind = kind, .Links = {u"Circle"_s}});
         for (const PlantItemRef& item : {round, circle, aside, m_First.Item(u"17"_s)}) {
             for (const QString& outcome : {OutcomeOf([&] { item->Snapshot(); }),
                                            OutcomeOf([&] { item->PutValue(SafeArray(QList<qint32>({1}))); })})
@@ -208,12 +178,12 @@ TEST_F(PlantItemTest, DelayedWritesWaitAndFailQuietly)
     item->PutValueEx(300, u"x"_s);
     gone->PutValueEx(100, 3);
     m_First.Remove(u"Y"_s);
-    const std::tuple<int, QString, ItemState> passing[] = {
-        {199, u"3,1"_s, ItemState::Succeeded}, {1, u"3,2"_s, ItemState::Succeeded}, {100, u"3,2"_s, ItemState::Failed}};
-    for (const auto& [milliseconds, value, state] : passing) {
+    QString values;
+    for (const int milliseconds : {199, 1, 100}) {
         m_Plant.Pass(milliseconds);
-        EXPECT_TRUE(TextOf(item) == value && item->State() == state) << milliseconds;
+        values += TextOf(item) + (item->State() == ItemState::Failed ? u" failed"_s : u" "_s);
     }
+    EXPECT_EQ(values, u"3,1 3,2 3,2 failed");
     EXPECT_EQ(m_Plant.Warnings,
               QStringList(u"Delayed write: Item \"X\" of controller \"A\": VT_I4: \"x\" is not a number."_s));
     EXPECT_EQ(OutcomeOf([&] { item->PutValueEx(-1, 2); }), RefusalOf(u"X"_s, u"the delay -1 is negative"_s));
@@ -223,17 +193,12 @@ TEST_F(PlantItemTest, DelayedWritesWaitAndFailQuietly)
 TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
 {
     const PlantItemRef item = Add(u"X"_s, {.Initial = SafeArray(QList<qint32>({10, 11, 12, 13, 14}), 3)});
-    const auto beyond = [](qint64 element) {
-        return RefusalOf(u"X"_s, u"it has no element %1, only 5 from 0 on"_s.arg(element));
-    };
     const std::tuple<int, int, int, QString> cases[] = {
         {0, 0, 0, u"3,10"_s},
         {2, 3, 0, u"8195,12,13,14"_s},
         {0, -1, 2, u"8195,10,12,14"_s},
-        {4, 1, 5, u"8195,14"_s},
-        {5, 0, 0, beyond(5)},
-        {3, 3, 1, beyond(5)},
-        {1, 2147483647, 2147483647, beyond(4611686011984936963)},
+        {3, 3, 1, RefusalOf(u"X"_s, u"it has no element 5, only 5 from 0 on"_s)},
+        {1, 2147483647, 2147483647, RefusalOf(u"X"_s, u"it has no element 4611686011984936963, only 5 from 0 on"_s)},
         {0, -2, 0, RefusalOf(u"X"_s, u"Elements takes a count of -1 or more and a step of 0 or more"_s)},
     };
     for (const auto& [first, count, step, outcome] : cases)
@@ -242,15 +207,12 @@ TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
 
 TEST_F(PlantItemTest, ItemsAreListedInThePlantsOrder)
 {
-    const auto names = [](const PlantController& controller) {
-        QString list;
-        for (const PlantItemRef& item : controller.Items()) list += item->Name() + QString::number(item->Index());
-        return list;
-    };
+    QString listed;
     for (PlantController* controller : {&m_First, &m_Second}) {
         for (const QString& name : {u"m"_s, u"z"_s, u"a"_s, u"n"_s}) controller->Add({.Name = name});
         for (const QString& name : {u"y"_s, u"c"_s, u"b"_s}) controller->AddInPlace({.Name = name}, nullptr);
         controller->Remove(u"m"_s);
+        for (const PlantItemRef& item : controller->Items()) listed += item->Name() + QString::number(item->Index());
     }
-    EXPECT_EQ(names(m_First) + u' ' + names(m_Second), u"z0a1n2y3c4b5 b0c1y2z3a4n5");
+    EXPECT_EQ(listed, u"z0a1n2y3c4b5b0c1y2z3a4n5");
 }
