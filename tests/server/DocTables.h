@@ -2,7 +2,7 @@
 
 #include "tests/server/ServerRun.h"
 
-/// The rows of the table below a heading of docs/server.md.
+/// The rows of the table below a heading of docs/server.md; there is one at least.
 inline QList<QStringList> TableBelow(const QString& heading)
 {
     const QString table = ContentOf(QStringLiteral(VELSQL_DOCS "/server.md"))
@@ -12,6 +12,7 @@ inline QList<QStringList> TableBelow(const QString& heading)
     QList<QStringList> rows;
     for (const QString& line : table.section(u"\n\n"_s, 0, 0).trimmed().split(u'\n').mid(1))
         rows << line.mid(2, line.size() - 3).split(u"| "_s);
+    EXPECT_FALSE(rows.isEmpty()) << heading.toStdString();
     return rows;
 }
 

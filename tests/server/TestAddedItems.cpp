@@ -48,8 +48,6 @@ public:
 class AddedItemsTest : public ::testing::Test
 {
 protected:
-    AddedItemsTest() { WriteFile(m_Path, s_Plant); }
-
     /// What `action` answers at a server of the plant file, which is then killed.
     QString At(const std::function<QString(Operator&)>& action)
     {
@@ -58,7 +56,11 @@ protected:
         m_Server.Kill();
         return answer;
     }
-    QString NamesAtNext() { return At(&Operator::Names); }
+    QString NamesWith(const QByteArray& plant)
+    {
+        WriteFile(m_Path, plant);
+        return At(&Operator::Names);
+    }
 
     RealServer m_Server;
     QTemporaryDir m_Folder;
@@ -69,6 +71,7 @@ protected:
 
 TEST_F(AddedItemsTest, OutliveTheirServerUntilTheyAreRemoved)
 {
+    WriteFile(m_Path, s_Plant);
     At([](Operator& client) {
         client.Add(u"B"_s, u"c"_s, u"A\\x"_s);
         client.Add(u"B"_s, u"a"_s, u"c"_s);
@@ -78,35 +81,30 @@ TEST_F(AddedItemsTest, OutliveTheirServerUntilTheyAreRemoved)
         client.Remove(u"A"_s, u"gone"_s);
         return QString();
     });
-    const QString description = At([](Operator& client) {
-        EXPECT_EQ(client.Names(), u"x | a c");
+    const auto describe = [](Operator& client) {
         return FromWireText(Wait(client.Item(u"c"_s, u"B"_s).getDescriptionRequest().send()).getResult());
-    });
-    EXPECT_EQ(description, s_Description);
+    };
+    EXPECT_EQ(At(describe), s_Description);
     const QString file = AddedItemsFile::PathFor(m_Path);
     EXPECT_EQ(QFile::permissions(file) & QFile::Permissions(0x77), QFile::Permissions());
 
-    WriteFile(m_Path, QByteArray(s_Plant).replace("\"x\"", "\"y\""));
-    EXPECT_EQ(NamesAtNext(), u"y | ") << "what does not fit";
-    WriteFile(m_Path, s_Plant);
-    WriteFile(file,
-              ContentOf(file).toUtf8() + "\n[[item]]\ncontroller = \"A\"\ndefin"); // torn when the machine stopped
-    for (int i = 0; i < 2; ++i) EXPECT_EQ(NamesAtNext(), u"x | a c") << "stays aside and returns";
+    EXPECT_EQ(NamesWith(QByteArray(s_Plant).replace("\"x\"", "\"y\"")), u"y | ") << "what does not fit";
+    WriteFile(file, ContentOf(file).toUtf8() + "\n[[item]]\ncontroller = \"A\"\ndefin"); // torn by a machine's stop
+    for (int i = 0; i < 2; ++i) EXPECT_EQ(NamesWith(s_Plant), u"x | a c") << "stays aside and returns";
     EXPECT_TRUE(ContentOf(file).endsWith(u"\ndefin\n"));
 
-    WriteFile(m_Path, QByteArray(s_Plant).replace("= true", "= false"));
-    EXPECT_EQ(At([](Operator& client) {
-                  client.Add(u"A"_s, u"n"_s);
-                  return client.Names();
-              }),
-              u"x n | ");
-    EXPECT_EQ(NamesAtNext(), u"x | ");
+    EXPECT_EQ(NamesWith(QByteArray(s_Plant).replace("= true", "= false")), u"x | ");
+    At([](Operator& client) {
+        client.Add(u"A"_s, u"n"_s);
+        return QString();
+    });
+    EXPECT_EQ(NamesWith(s_Plant), u"x | a c") << "nothing was kept meanwhile";
 }
 
 TEST_F(AddedItemsTest, StandInThePlantsTextAndAreReadFromIt)
 {
     const QByteArray oneLine = "controller = [ { name = \"A\" }, { name = \"B\", item = [ { name = \"x\" } ] } ]\n";
-    for (const QByteArray& plant : {s_Plant, oneLine}) {
+    for (const auto& [plant, names] : {std::pair(s_Plant, u"x first | second"_s), {oneLine, u"first | x second"_s}}) {
         WriteFile(m_Path, plant);
         const QString text = At([](Operator& client) {
             client.Add(u"A"_s, u"first"_s);
@@ -115,8 +113,7 @@ TEST_F(AddedItemsTest, StandInThePlantsTextAndAreReadFromIt)
         });
         EXPECT_TRUE(plant == oneLine || text.contains(u"]\n\n# the other one\n[[controller]]\n")) << text.toStdString();
         QFile::remove(AddedItemsFile::PathFor(m_Path));
-        WriteFile(m_Path, text.toUtf8());
-        EXPECT_EQ(NamesAtNext(), plant == s_Plant ? u"x first | second"_s : u"first | x second"_s);
+        EXPECT_EQ(NamesWith(text.toUtf8()), names);
         EXPECT_EQ(EndOfServer({u"--check"_s, u"--plant"_s, m_Path})[0], u"0");
     }
     WriteFile(m_Path, "[[controller]]\nname = \"A\"\n[[controller.item]]\ndefinition = [1]\n");
@@ -129,21 +126,19 @@ TEST_F(AddedItemsTest, ComeAlongWhenAServiceTakesThePlaceOfAServerThatIsNone)
     m_Server.Start();
     const QStringList asService = {u"--socket"_s, m_Server.SocketPath(), u"--service"_s};
     Operator(m_Server.SocketPath()).Add(u"Archive"_s, u"note"_s);
-    {
-        QProcess service;
-        service.start(RealServer::Program(), asService);
-        EXPECT_TRUE(m_Server.Process().waitForFinished(5'000));
-        EXPECT_EQ(m_Server.Process().exitCode(), 0);
-        const auto names = [&] { return TestClient(m_Server.SocketPath()).ItemNames(u"Archive"_s).join(u' '); };
-        EXPECT_TRUE(WaitUntil([&] { return OutcomeOf(names) == u"note"; }));
-        EXPECT_EQ(EndOfServer(asService)[0], u"1") << "another service";
-        service.terminate();
-        service.waitForFinished();
-    }
+    QProcess service;
+    service.start(RealServer::Program(), asService);
+    EXPECT_TRUE(m_Server.Process().waitForFinished(5'000));
+    EXPECT_EQ(m_Server.Process().exitCode(), 0);
+    const auto names = [&] { return TestClient(m_Server.SocketPath()).ItemNames(u"Archive"_s).join(u' '); };
+    EXPECT_TRUE(WaitUntil([&] { return OutcomeOf(names) == u"note"; }));
+    EXPECT_EQ(EndOfServer(asService)[0], u"1") << "another service";
+    service.terminate();
+    service.waitForFinished();
     m_Server.Start();
-    EXPECT_EQ(TestClient(m_Server.SocketPath()).ItemNames(u"Archive"_s), QStringList()) << "the demo plant forgets";
+    EXPECT_EQ(names(), QString()) << "the demo plant forgets";
     m_Server.Kill();
+    WriteFile(m_Path, s_Plant);
     m_Server.Start({u"--plant"_s, m_Path});
-    EXPECT_EQ(EndOfServer(asService),
-              QStringList({u"1"_s, u"error: A server is already running at %1."_s.arg(m_Server.SocketPath())}));
+    EXPECT_EQ(EndOfServer(asService)[1], u"error: A server is already running at %1."_s.arg(m_Server.SocketPath()));
 }

@@ -61,32 +61,27 @@ protected:
 
 TEST_F(DefinitionTest, EveryTableOfTheDocumentHolds)
 {
-    const auto calculations = TableBelow(u"Calculations"_s), refusals = TableBelow(u"Refused definitions"_s),
-               read = TableBelow(u"Conversions and filters of what is read"_s),
-               written = TableBelow(u"Conversions of what is written"_s),
-               types = TableBelow(u"Conversions to an item's type"_s);
-    EXPECT_EQ(std::tuple(calculations.size(), refusals.size(), read.size(), written.size(), types.size()),
-              std::tuple(44, 12, 11, 7, 8));
+    const auto written = TableBelow(u"Conversions of what is written"_s);
     const PlantItemRef source = Item(u"Source"_s);
     QSet<QString> operators;
-    for (const QStringList& row : calculations) {
+    for (const QStringList& row : TableBelow(u"Calculations"_s)) {
         operators << row[0];
         for (const QString& operand : Codes(row[3])) Put(u"Operand"_s, operand);
         const PlantItemRef item = AddLinked(u"27=2,%1 28=8,Operand"_s.arg(row[0].trimmed()));
         EXPECT_EQ(Through(source, item, Codes(row[2])), Expected(row[4])) << row.join(u"|"_s).toStdString();
     }
     EXPECT_EQ(operators.size(), 31) << "every operator has an example";
-    for (const QStringList& row : read + written) {
+    for (const QStringList& row : TableBelow(u"Conversions and filters of what is read"_s) + written) {
         const PlantItemRef item = AddLinked(Codes(row[1]).join(u' '));
         const bool isWritten = written.contains(row);
         EXPECT_EQ(Through(isWritten ? item : source, isWritten ? source : item, Codes(row[2])), Expected(row[3]))
             << row[0].toStdString();
     }
-    for (const QStringList& row : types) {
+    for (const QStringList& row : TableBelow(u"Conversions to an item's type"_s)) {
         const PlantItemRef item = m_Controller.Add({.Name = row.join(u'|'), .Type = row[0].toShort()});
         EXPECT_EQ(Through(item, item, Codes(row[1])), Expected(row[2])) << item->Name().toStdString();
     }
-    for (const QStringList& row : refusals)
+    for (const QStringList& row : TableBelow(u"Refused definitions"_s))
         EXPECT_EQ(OutcomeOf([&] { Add(Codes(row[0]).join(u' ')); }), Codes(row[1])[0]);
     EXPECT_EQ(OutcomeOf([&] { Add(u"0=8,Source"_s); }), u"Controller \"C\" has an item \"Source\" already.");
     EXPECT_EQ(OutcomeOf([&] { m_Maker.AddItem(m_Controller, SafeArray(QList<Variant>(40))); }),
@@ -103,9 +98,7 @@ TEST_F(DefinitionTest, TheUntouchedDialogInitialValuesAndWhatCountsAsAChange)
     EXPECT_EQ(WriteTypedText(Add(u"0=8,I 9=11,True 10=8,2.5 11=2,8"_s)->Value()), u"5,2.5");
     EXPECT_EQ(WriteTypedText(Add(u"0=8,R 7=2,1 9=11,True 10=8,2.5 11=2,8"_s)->Value()), u"0")
         << "the dialog locks the initial value of read-only items";
-    const auto changes = TableBelow(u"What counts as a change"_s);
-    EXPECT_EQ(changes.size(), 8);
-    for (const QStringList& row : changes) {
+    for (const QStringList& row : TableBelow(u"What counts as a change"_s)) {
         m_Controller.Remove(u"New"_s);
         Add(Codes(row[0]).join(u' '));
         NotingObserver observer(m_Controller);

@@ -39,9 +39,7 @@ TEST_F(PostgresTest, StatementsAreAnsweredAsTheDocumentSays)
     const QString localNoon =
         QDateTime(QDate(2024, 1, 31), QTime(12, 0), Qt::UTC).toLocalTime().toString(u"yyyy-MM-dd hh:mm:ss");
     EXPECT_EQ(history.FirstOf(u"SELECT timestamptz '2024-01-31 12:00:00.000001Z'"_s), u"7,%1.000001"_s.arg(localNoon));
-    const auto answers = TableBelow(u"What PostgreSQL answers"_s);
-    EXPECT_EQ(answers.size(), 16);
-    for (const QStringList& row : answers)
+    for (const QStringList& row : TableBelow(u"What PostgreSQL answers"_s))
         EXPECT_EQ(history.FirstOf(Codes(row[0])[0]), Codes(row[1])[0]) << row[0].toStdString();
 }
 
