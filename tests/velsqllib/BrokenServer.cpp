@@ -6,18 +6,22 @@
 
 #include <capnp/rpc-twoparty.h>
 
-#include <unistd.h>
-
 namespace {
 
-using State = BrokenServer::State;
-
-struct Controller final : wire::Controller::Server
+template <typename Interface>
+struct Faulty : Interface::Server
 {
-    explicit Controller(State& state)
-        : m_State(state)
+    explicit Faulty(BrokenServer& server)
+        : m_Server(server)
     {
     }
+
+    BrokenServer& m_Server;
+};
+
+struct Controller final : Faulty<wire::Controller>
+{
+    using Faulty::Faulty;
 
     kj::Promise<void> subscribe(SubscribeContext context) override
     {
@@ -28,48 +32,37 @@ struct Controller final : wire::Controller::Server
     kj::Promise<void> start(StartContext) override
     {
         for (int i = 0; i < BrokenServer::Changes; ++i) {
-            auto request = KJ_ASSERT_NONNULL(m_Events).onChangeStateRequest();
-            m_Sent.add(request.send()
-                           .then([](auto&&) {}, [this](kj::Exception&&) { ++m_State.Refused; })
-                           .eagerlyEvaluate(nullptr));
+            auto sent = KJ_ASSERT_NONNULL(m_Events).onChangeStateRequest().send();
+            m_Sent.add(
+                sent.then([](auto&&) {}, [this](kj::Exception&&) { ++m_Server.m_Refused; }).eagerlyEvaluate(nullptr));
         }
         return kj::READY_NOW;
     }
     kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
 
-    State& m_State;
     kj::Maybe<wire::ControllerEvents::Client> m_Events;
     kj::Vector<kj::Promise<void>> m_Sent;
 };
 
-struct Engine final : wire::Engine::Server
+struct Engine final : Faulty<wire::Engine>
 {
-    explicit Engine(State& state)
-        : m_State(state)
-        , m_Controller(kj::heap<Controller>(state))
-    {
-    }
+    using Faulty::Faulty;
 
     kj::Promise<void> getController(GetControllerContext context) override
     {
-        if (m_State.Lost) kj::throwFatalException(KJ_EXCEPTION(FAILED, "lost"));
+        if (m_Server.m_Lost) kj::throwFatalException(KJ_EXCEPTION(FAILED, "lost"));
         context.getResults().setResult(m_Controller);
         return kj::READY_NOW;
     }
     kj::Promise<void> start(StartContext) override { return kj::NEVER_DONE; }
     kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
 
-    State& m_State;
-    wire::Controller::Client m_Controller;
+    wire::Controller::Client m_Controller = kj::heap<Controller>(m_Server);
 };
 
-struct Library final : wire::Library::Server
+struct Library final : Faulty<wire::Library>
 {
-    explicit Library(State& state)
-        : m_State(state)
-        , m_Engine(kj::heap<Engine>(state))
-    {
-    }
+    using Faulty::Faulty;
 
     kj::Promise<void> createEngine(CreateEngineContext context) override
     {
@@ -78,39 +71,27 @@ struct Library final : wire::Library::Server
     }
     kj::Promise<void> ping(PingContext context) override
     {
-        context.getResults().setCallsUnderWay(m_State.CallsUnderWay);
+        context.getResults().setCallsUnderWay(m_Server.m_CallsUnderWay);
         return kj::READY_NOW;
     }
 
-    State& m_State;
-    wire::Engine::Client m_Engine;
+    wire::Engine::Client m_Engine = kj::heap<Engine>(m_Server);
 };
 
 } // namespace
 
-BrokenServer::BrokenServer(qint32 callsUnderWay)
-    : m_State{callsUnderWay}
-{
-    if (pipe(m_Ending) != 0) qFatal("no pipe");
-    m_Thread = std::thread([this] { Serve(); });
-    while (!m_State.Listening) usleep(1000);
-}
-
 BrokenServer::~BrokenServer()
 {
-    close(m_Ending[1]);
-    m_Thread.join();
+    eventfd_write(m_Ending, 1);
 }
 
 void BrokenServer::Serve()
 {
     kj::AsyncIoContext io = kj::setupAsyncIo();
-    auto end = io.lowLevelProvider->wrapInputFd(m_Ending[0], kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
-    const std::string address = "unix:" + SocketPath().toStdString();
-    auto listener = io.provider->getNetwork().parseAddress(address.c_str()).wait(io.waitScope)->listen();
-    capnp::TwoPartyServer server(kj::heap<Library>(m_State));
+    auto listener = io.lowLevelProvider->wrapListenSocketFd(m_Socket.Descriptor());
+    capnp::TwoPartyServer server(kj::heap<Library>(*this));
     const auto served = server.listen(*listener);
-    m_State.Listening = true;
-    char nothing = 0;
-    end->tryRead(&nothing, 1, 1).wait(io.waitScope);
+    auto ending = io.lowLevelProvider->wrapInputFd(m_Ending, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP);
+    eventfd_t ended = 0;
+    ending->read(&ended, sizeof ended).wait(io.waitScope);
 }
