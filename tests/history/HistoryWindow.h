@@ -24,7 +24,7 @@ protected:
     }
     ~HistoryWindow() override { delete m_Form; } // before the script that its results look at
 
-    /// Types a statement and presses Execute; the script answers. What it logs.
+    /// Types a statement and presses Execute; the script answers. What it logs; failed or not, all is ready then.
     QStringList Execute(const QString& statement = u"x"_s)
     {
         TakeLog(), TakeCalls();
@@ -32,20 +32,14 @@ protected:
         Statement().SetText(statement);
         Press("cmdExecute");
         m_Server.m_History.Result.reset();
+        EXPECT_TRUE(IsEnabled("cmdExecute") && !QGuiApplication::overrideCursor());
+        EXPECT_EQ(m_Main.Status(), u"Ready.");
         return TakeLog();
     }
     QStringList TakeLog()
     {
         QCoreApplication::processEvents(); // what painting has to say comes afterwards
         return WindowTest::TakeLog();
-    }
-
-    /// The end of every statement, failed or not.
-    void ExpectReady()
-    {
-        EXPECT_TRUE(IsEnabled("cmdExecute"));
-        EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
-        EXPECT_EQ(m_Main.Status(), u"Ready.");
     }
 
     StatementEdit& Statement() { return Control<StatementEdit>("txtExecute"); }
@@ -64,8 +58,8 @@ protected:
                          .toString();
         return texts.join(u';');
     }
-    long LiveResults() const { return m_Script.LiveResults.use_count() - 1; }
-    long LivePages() const { return m_Script.LivePages.use_count() - 1; }
+    /// Results and pages.
+    long Living() const { return m_Script.Life.use_count() - 1; }
 
     ResultScript m_Script;
 };

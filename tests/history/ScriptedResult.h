@@ -18,9 +18,8 @@ struct ResultScript
     /// Before every call, by its name; may throw.
     std::function<void(QStringView call)> BeforeCall = [](QStringView) {};
     QList<qint64> PagesAsked = {}; ///< the rows that pages were asked for
-    int ProgressAsked = 0;
-    /// As many references to it as results or pages live.
-    std::shared_ptr<int> LiveResults = std::make_shared<int>(), LivePages = std::make_shared<int>();
+    /// As many references to it as results and their pages live.
+    std::shared_ptr<int> Life = std::make_shared<int>();
 
     void Fail(QStringView failing, const QString& description)
     {
@@ -44,7 +43,7 @@ struct ScriptedPage : ResultPage
 
     const ResultScript& Script;
     const qint64 First;
-    const std::shared_ptr<int> Life = Script.LivePages;
+    const std::shared_ptr<int> Life = Script.Life;
 };
 
 /// A result made by rule: cells are computed, and every call is counted and can fail.
@@ -55,11 +54,7 @@ struct ScriptedResult : ResultSet
     {
     }
     QStringList Columns() override { return Script.BeforeCall(u"Columns"), Script.Columns; }
-    ResultProgress Progress() override
-    {
-        ++Script.ProgressAsked;
-        return Script.BeforeCall(u"Progress"), Script.Progress;
-    }
+    ResultProgress Progress() override { return Script.BeforeCall(u"Progress"), Script.Progress; }
     ResultPageRef PageOf(qint64 row) override
     {
         Script.PagesAsked << row;
@@ -68,5 +63,5 @@ struct ScriptedResult : ResultSet
     }
 
     ResultScript& Script;
-    const std::shared_ptr<int> Life = Script.LiveResults;
+    const std::shared_ptr<int> Life = Script.Life;
 };

@@ -1,5 +1,7 @@
 #include "tests/history/HistoryWindow.h"
 
+#include <QAbstractItemModelTester>
+
 namespace {
 
 class ResultGridTest : public HistoryWindow
@@ -19,11 +21,6 @@ protected:
     {
         return QTest::qWaitFor([&] { return Model().index(row, 1).data() == u"name %1"_s.arg(row); });
     }
-    void ScrollTo(int row)
-    {
-        Grid().scrollTo(Model().index(row, 0), QAbstractItemView::PositionAtTop);
-        Grid().viewport()->repaint();
-    }
     QString CopyByKey()
     {
         QTest::keyClick(&Grid(), Qt::Key_C, Qt::ControlModifier);
@@ -41,22 +38,15 @@ protected:
 
 } // namespace
 
-TEST_F(ResultGridTest, ReadsOnlyWhatIsLookedAt)
-{
-    ExecuteFor({1'000'000, true, {}});
-    EXPECT_EQ(Row(0), u"0;name 0");
-    ScrollTo(500'050);
-    EXPECT_EQ(Row(500'050), u"500050;name 500050");
-    QTest::keyClick(&Grid(), Qt::Key_Q); // typing looks for nothing
-    EXPECT_EQ(m_Script.PagesAsked, QList<qint64>({0, 500'050}));
-}
-
 TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
 {
-    const auto asksFor = [this](int ms) {
-        m_Script.ProgressAsked = 0;
+    const QAbstractItemModelTester tester(&Model(), QAbstractItemModelTester::FailureReportingMode::Fatal);
+    int asked = 0;
+    m_Script.BeforeCall = [&](QStringView call) { asked += call == u"Progress"; };
+    const auto asksFor = [&](int ms) {
+        asked = 0;
         QTest::qWait(ms);
-        return m_Script.ProgressAsked;
+        return asked;
     };
     ExecuteFor({0, false, {}});
     EXPECT_EQ(RowsText(), u"0 rows so far");
@@ -71,6 +61,8 @@ TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
     m_Script.Progress = {5'001, true, {}};
     EXPECT_TRUE(WaitForRows(u"5001 rows"_s));
     EXPECT_EQ(asksFor(450), 0);
+    ExecuteFor({3, true, {}});
+    EXPECT_EQ(Row(2), u"2;name 2"_s);
 }
 
 TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
@@ -81,15 +73,14 @@ TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
     };
     Grid().setCurrentIndex(Model().index(3, 1));
     QTest::keyClick(&Grid(), Qt::Key_End);
-    EXPECT_TRUE(waitForCurrent(999, 1)) << "the same column";
     m_Script.Progress.RowsSoFar = 40'000;
-    EXPECT_TRUE(WaitForRow(39'999));
-    EXPECT_LT(m_Script.PagesAsked.size(), 5) << "what was jumped over is not read";
-    EXPECT_TRUE(waitForCurrent(39'999, 1));
+    EXPECT_TRUE(waitForCurrent(39'999, 1)) << "in the same column";
     QTest::keyClick(&Grid(), Qt::Key_Home, Qt::ControlModifier);
     m_Script.Progress.RowsSoFar = 60'000;
     EXPECT_TRUE(WaitForRows(u"60000 rows so far"_s));
-    EXPECT_TRUE(waitForCurrent(0, 0));
+    EXPECT_EQ(Grid().currentIndex(), Model().index(0, 0));
+    QTest::keyClick(&Grid(), Qt::Key_Q); // typing looks for nothing
+    EXPECT_LT(m_Script.PagesAsked.size(), 5) << "what was jumped over is not read";
 
     QTest::keyClick(&Grid(), Qt::Key_End);
     Execute(u"y"_s);
@@ -104,7 +95,10 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
     ExecuteFor({100'000, false, {}});
     m_Script.PagesAsked.clear();
     m_Script.Fail(u"PageOf Progress", lost);
-    for (const int row : {50'000, 20'000, 0, 50'000}) ScrollTo(row);
+    for (const int row : {50'000, 20'000, 0, 50'000}) {
+        Grid().scrollTo(Model().index(row, 0), QAbstractItemView::PositionAtTop);
+        Grid().viewport()->repaint();
+    }
     EXPECT_EQ(Row(50'000), u"\u2026;\u2026");
     EXPECT_EQ(Row(5), u"5;name 5") << "rows already there stay";
     EXPECT_EQ(TakeLog(), QStringList{lost});
@@ -122,26 +116,24 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
 
 TEST_F(ResultGridTest, HugeOrBrokenCellsNeitherBlockNorFillMemoryNorHideOthers)
 {
-    const QString huge(5'000'000, u'x');
-    const auto textOf = [&](qint64 row) { return QString(huge).replace(0, 6, QString::number(row).leftJustified(6)); };
     m_Script.RowsPerPage = 1;
     m_Script.BytesPerPage = 10'000'000;
     m_Script.Cell = [&](qint64 row, int column) {
         if (row == 1 && column == 1) throw ServerError(u"bad value"_s);
         QTest::qSleep(20);
-        return Variant(textOf(row));
+        return Variant(QString::number(row) + QString(5'000'000, u'x'));
     };
     Execute();
     Grid().viewport()->repaint();
     const int last = Grid().rowAt(Grid().viewport()->height() - 1);
     EXPECT_LT(m_Script.PagesAsked.size(), last) << "painting waits for a few cells only";
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Row(last).startsWith(QString::number(last) + u' '); }, 20'000));
-    EXPECT_TRUE(Row(1).startsWith(u"1     x") && Row(1).endsWith(u";bad value"));
-    EXPECT_EQ(LivePages(), 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Row(last).startsWith(QString::number(last) + u'x'); }, 20'000));
+    EXPECT_TRUE(Row(1).startsWith(u"1x") && Row(1).endsWith(u";bad value"));
+    EXPECT_EQ(Living(), 2) << "the result and one page";
     const auto asked = m_Script.PagesAsked.size();
     for (int i = 0; i < 20; ++i) Grid().viewport()->repaint();
     EXPECT_EQ(m_Script.PagesAsked.size(), asked) << "what was shown once is painted from memory";
-    EXPECT_TRUE(CopyOf(2, 0, 2, 0) == textOf(2));
+    EXPECT_EQ(CopyOf(2, 0, 2, 0).size(), 5'000'001);
 }
 
 TEST_F(ResultGridTest, TwoThousandColumnsAreSizedAsTheyAreSeen)
