@@ -164,19 +164,17 @@ TEST_F(Editing, TheLogHasItsOwnPopup)
         QTest::mouseClick(LogBox().viewport(), Qt::RightButton, {}, {5, 5});
         EXPECT_EQ(TakePopup(), u"mnuPopupLog"_s);
         QString entries;
-        for (const char* entry : {"mnuPopupLog_0", "mnuPopupLog_1", "mnuPopupLog_2", "mnuPopupLog_4"})
-            if (IsEnabled(entry)) entries += QString::fromLatin1(entry).right(1);
+        for (const QString& entry : {u"0"_s, u"1"_s, u"2"_s, u"4"_s})
+            if (Control<QAction>(u"mnuPopupLog_"_s + entry).isEnabled()) entries += entry;
         EXPECT_EQ(entries, enabled);
-        EXPECT_EQ(modMain::ActiveEditBox, &LogBox());
-        EXPECT_TRUE(LogBox().hasFocus());
+        EXPECT_TRUE(modMain::ActiveEditBox == &LogBox() && LogBox().hasFocus());
         LogBox().selectAll();
     }
-    Trigger("mnuPopupLog_0");
-    EXPECT_EQ(Log() + Clipboard(), u"0 : line\r\n"_s);
-    Trigger("mnuPopupLog_2");
-    EXPECT_EQ(Log(), u"0 : line\r\n"_s);
-    Trigger("mnuPopupLog_4");
-    EXPECT_EQ(Log(), QString());
+    for (const auto& [entry, log] :
+         {std::pair{"mnuPopupLog_0", u""_s}, {"mnuPopupLog_2", u"0 : line\r\n"_s}, {"mnuPopupLog_4", u""_s}}) {
+        Trigger(entry);
+        EXPECT_EQ(Log(), log);
+    }
 }
 
 TEST_F(Editing, TheActiveChildsAccessKeyWinsOverTheMenuBars)
@@ -228,7 +226,7 @@ TEST_F(Editing, ControlsOutOfSightAreScrolledTo)
     }
 }
 
-TEST_F(Console, PanesComeAndGo)
+TEST_F(Console, PanesComeAndGoAndBarsAreDraggedWithinTheirLimits)
 {
     StartActive();
     const std::pair<const char*, QString> steps[] = {
@@ -239,36 +237,25 @@ TEST_F(Console, PanesComeAndGo)
     };
     for (const auto& [entry, expected] : steps) {
         Trigger(entry);
-        QStringList visible;
-        for (const char* name : {"lblObject", "treeObject", "picVBar", "mdiChildren", "picHBar", "lblLog", "txtLog"})
-            if (Control<QWidget>(name).isVisible()) visible << QString::fromLatin1(name);
+        QStringList visible = steps[3].second.split(u' ');
+        visible.removeIf([this](const QString& name) { return !Control<QWidget>(name).isVisible(); });
         EXPECT_EQ(visible.join(u' '), expected);
-        if (visible.size() == 1) {
-            EXPECT_EQ(m_Main->ChildArea().size(), Control<QWidget>("picFrame").size());
-        }
+        EXPECT_EQ(m_Main->ChildArea().size() == Control<QWidget>("picFrame").size(), visible.size() == 1);
     }
-}
-
-TEST_F(Console, BarsAreDraggedWithinTheirLimits)
-{
     const auto drag = [](DragBar& bar, const QPoint& offset) {
         QTest::mousePress(&bar, Qt::LeftButton, {}, {1, 1});
         QMouseEvent move(QEvent::MouseMove, offset, bar.mapToGlobal(offset), Qt::NoButton, Qt::LeftButton, {});
         QApplication::sendEvent(&bar, &move);
         QTest::mouseRelease(&bar, Qt::LeftButton, {}, offset);
         QApplication::sendEvent(&bar, &move); // the drag ended with the button
+        return bar.pos();
     };
-    StartActive();
     auto& bar = Control<DragBar>("picHBar");
     const int top = bar.y();
-    drag(bar, {0, -40});
-    EXPECT_EQ(bar.y(), top - 40);
+    EXPECT_EQ(drag(bar, {0, -40}).y(), top - 40);
     EXPECT_EQ(m_Main->ChildArea().height(), top - 40);
-    drag(bar, {0, -5000});
-    EXPECT_NEAR(bar.y(), 262 * bar.fontMetrics().height() / 255.0, 1); // 262 twips, 255 of which are a row
-    drag(bar, {0, 50000});
-    EXPECT_EQ(bar.geometry().bottom() + 1, Control<QWidget>("picFrame").height());
-    auto& vertical = Control<DragBar>("picVBar");
-    drag(vertical, {-5000, 0});
-    EXPECT_EQ(vertical.x(), 0);
+    EXPECT_NEAR(drag(bar, {0, -5000}).y(), 262 * bar.fontMetrics().height() / 255.0,
+                1); // 262 twips, of which a row has 255
+    EXPECT_EQ(drag(bar, {0, 50000}).y() + bar.height(), Control<QWidget>("picFrame").height());
+    EXPECT_EQ(drag(Control<DragBar>("picVBar"), {-5000, 0}).x(), 0);
 }
