@@ -83,6 +83,15 @@ protected:
         QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {}, place);
         QTest::mouseDClick(Tree().viewport(), Qt::LeftButton, {}, place);
     }
+    /// Holds the button down in between and moves once more without it.
+    static void Drag(QWidget& widget, const QPoint& from, const QPoint& to)
+    {
+        QMouseEvent move(QEvent::MouseMove, to, widget.mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+        QTest::mousePress(&widget, Qt::LeftButton, {}, from);
+        QApplication::sendEvent(&widget, &move);
+        QTest::mouseRelease(&widget, Qt::LeftButton, {}, to);
+        QApplication::sendEvent(&widget, &move);
+    }
     void DoubleClick(const QString& key) { DoubleClick(PlaceOf(Node(key))); }
     /// The pop-up that is open, which is then closed; empty when there is none.
     QString TakePopup()

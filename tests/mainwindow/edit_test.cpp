@@ -90,22 +90,19 @@ TEST_F(Editing, SelectionAndCaretSurviveWhereverTheOperatorGoesToUseThem)
 
     DoubleClick(u"VelSQLEngine"_s);
     QLineEdit tool(u"script"_s); // a window beside the main window is not edited from its menus
+    auto& label = Control<LabelPane>("lblResult");
+    label.SetText(u"a result"_s);
     const std::function<void()> waysToLeave[] = {
         [this] { Tree().setFocus(); },
         [this] { m_Form->m_Edit->setFocus(); },
-        [this] {
-            Control<LabelPane>("lblResult").setFocus();
-            Control<LabelPane>("lblResult").SetText(u"a result"_s);
-            Control<LabelPane>("lblResult").selectAll();
-        },
+        [&] { label.setFocus(), label.selectAll(); },
         [this] {
             Press(Qt::Key_T, Qt::AltModifier); // a menu that no control of the child has
             EXPECT_EQ(TakePopup(), u"mnuTool"_s);
             Press(Qt::Key_Escape);
         },
         [this] {
-            const auto& bar = Control<QToolBar>("tlbar");
-            QTest::mouseClick(bar.widgetForAction(&Control<QAction>("btnCopy")), Qt::LeftButton);
+            QTest::mouseClick(Control<QToolBar>("tlbar").widgetForAction(&Control<QAction>("btnCopy")), Qt::LeftButton);
         },
         [&] {
             tool.show();
@@ -242,14 +239,7 @@ TEST_F(Console, PanesComeAndGoAndBarsAreDraggedWithinTheirLimits)
         EXPECT_EQ(visible.join(u' '), expected);
         EXPECT_EQ(m_Main->ChildArea().size() == Control<QWidget>("picFrame").size(), visible.size() == 1);
     }
-    const auto drag = [](DragBar& bar, const QPoint& offset) {
-        QTest::mousePress(&bar, Qt::LeftButton, {}, {1, 1});
-        QMouseEvent move(QEvent::MouseMove, offset, bar.mapToGlobal(offset), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(&bar, &move);
-        QTest::mouseRelease(&bar, Qt::LeftButton, {}, offset);
-        QApplication::sendEvent(&bar, &move); // the drag ended with the button
-        return bar.pos();
-    };
+    const auto drag = [](DragBar& bar, const QPoint& to) { return Drag(bar, {1, 1}, to), bar.pos(); };
     auto& bar = Control<DragBar>("picHBar");
     const int top = bar.y();
     EXPECT_EQ(drag(bar, {0, -40}).y(), top - 40);

@@ -36,12 +36,11 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
 {
     StartActive();
     const QPoint empty(20, Tree().viewport()->height() - 5);
-    const QRect node = Tree().visualRect(m_Main->Tree().IndexOf(Node(PLC1)));
+    const QPoint expander = PlaceOf(Node(PLC1)) - QPoint(18, 0);
     m_Main->SelectNode(Node(D100));
     m_Main->m_CurrentNode = Node(D100);
     Trigger("mnuView_0"); // the tree's double-click
-    for (const QPoint& place :
-         {empty, QPoint(node.left() - 8, node.center().y())}) { // below the last node, and on the expander
+    for (const QPoint& place : {empty, expander}) {
         Click(Node(D100));
         DoubleClick(place);
         Trigger("mnuView_0");
@@ -49,8 +48,7 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
     }
     QTest::mouseClick(Tree().viewport(), Qt::RightButton, {}, empty);
     EXPECT_EQ(TakePopup() + Windows().join(u' '), QString());
-    QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {},
-                      {node.left() - Tree().indentation() - 3, node.center().y()});
+    QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {}, expander - QPoint(Tree().indentation() - 5, 0));
     EXPECT_EQ(Current(), Node(PLC1)) << "left of the expander it is the row";
 
     Click(Node(D100));
@@ -63,17 +61,12 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
 TEST_F(Console, SelectionFollowsThePressOnly)
 {
     StartActive();
-    QWidget* viewport = Tree().viewport();
     const QPoint first = PlaceOf(Node(D100));
-    const QPoint other = PlaceOf(Node(u"VelSQLEngine\\PLC2"));
     for (int press = 1; press <= 2; ++press) { // the second time it is selected already
-        QTest::mousePress(viewport, Qt::LeftButton, {}, first);
-        QMouseEvent drag(QEvent::MouseMove, other, viewport->mapToGlobal(other), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(viewport, &drag);
-        QTest::mouseRelease(viewport, Qt::LeftButton, {}, other);
+        Drag(*Tree().viewport(), first, PlaceOf(Node(u"VelSQLEngine\\PLC2")));
         EXPECT_EQ(m_Main->SelectedNode(), Node(D100)); // dragged, but clicked there
     }
-    QTest::mouseClick(viewport, Qt::LeftButton, Qt::ControlModifier, first);
+    QTest::mouseClick(Tree().viewport(), Qt::LeftButton, Qt::ControlModifier, first);
     EXPECT_TRUE(Tree().selectionModel()->isSelected(m_Main->Tree().IndexOf(Node(D100))));
 }
 
