@@ -94,6 +94,7 @@ TEST_F(Console, EntriesBringUpTheirWindowForTheCurrentNode)
     ObjectWindows windows;
     windows.Show = {{NodeTag::Engine, note(u"engine"_s)},
                     {NodeTag::Controller, note(u"controller"_s)},
+                    {NodeTag::Item, note(u"item"_s)},
                     {NodeTag::History, note(u"history"_s)}};
     windows.AddItem = note(u"add"_s);
     windows.BatchWrite = note(u"batch"_s);
@@ -101,14 +102,16 @@ TEST_F(Console, EntriesBringUpTheirWindowForTheCurrentNode)
     // The history's entry does not look at the node, and batch write says nothing in the status line.
     const QString history = u"history VelSQLHistory Show..."_s;
     const std::pair<QString, QStringList> cases[] = {
-        {u"VelSQLEngine"_s, {u"engine VelSQLEngine Show..."_s, history}},
-        {PLC1, {u"controller PLC1 Show..."_s, u"add PLC1 Show..."_s, u"batch PLC1 Ready."_s, history}},
-        {D100, {history}},
+        {u"VelSQLEngine"_s, {u"engine VelSQLEngine Show..."_s, history, u"engine VelSQLEngine Show..."_s}},
+        {PLC1,
+         {u"controller PLC1 Show..."_s, u"add PLC1 Show..."_s, u"batch PLC1 Ready."_s, history,
+          u"controller PLC1 Show..."_s}},
+        {D100, {u"item D100 Show..."_s, history, u"item D100 Show..."_s}},
     };
     for (const auto& [key, expected] : cases) {
         m_Main->m_CurrentNode = Node(key);
         for (const char* entry : {"mnuPopupEng_0", "mnuPopupCtrl_0", "mnuPopupCtrl_6", "mnuPopupCtrl_8",
-                                  "mnuPopupItem_0", "mnuPopupHstry_0", "mnuPopupItem_4"})
+                                  "mnuPopupItem_0", "mnuPopupHstry_0", "mnuPopupItem_4", "btnShow"})
             Trigger(entry);
         EXPECT_EQ(std::exchange(shown, {}), expected);
         EXPECT_EQ(Panel(1), u"Ready."_s);

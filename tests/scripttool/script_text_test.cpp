@@ -6,26 +6,26 @@
 
 TEST_F(ScriptWindow, KeysOfTheEditor)
 {
-    using Keys = QList<QPair<Qt::Key, Qt::KeyboardModifiers>>;
-    const std::tuple<QString, int, int, Keys, QString> cases[] = {
-        // the text, its selection, and what keys make of it
-        {u"    if (x)"_s, 10, 10, {{Qt::Key_Return, {}}, {Qt::Key_A, {}}}, u"    if (x)\n    a"_s},
-        {u"    x"_s, 2, 2, {{Qt::Key_Enter, Qt::KeypadModifier}}, u"  \n    x"_s},
-        {u"ab\ncd"_s, 1, 4, {{Qt::Key_Return, Qt::ShiftModifier}}, u"a\nd"_s},
-        {u"abc"_s, 2, 2, {{Qt::Key_Tab, {}}}, u"ab  c"_s},
-        {u"ab\n\nc\nd"_s, 1, 6, {{Qt::Key_Tab, {}}}, u"    ab\n\n    c\nd"_s},
-        {u"      a\n  b\n\tc"_s, 7, 14, {{Qt::Key_Backtab, Qt::ShiftModifier}}, u"  a\nb\nc"_s},
-        {u"a\nb"_s, 1, 3, {{Qt::Key_Tab, {}}, {Qt::Key_Z, Qt::ControlModifier}}, u"a\nb"_s},
-    };
-    for (const auto& [before, anchor, caret, keys, after] : cases) {
+    const auto shift = Qt::ShiftModifier;
+    const std::tuple<QString, int, int, QKeyCombination, QString> cases[] = {
+        // the text, its selection, and what a key makes of it
+        {u"    if (x)"_s, 10, 10, Qt::Key_Return, u"    if (x)\n    "_s},
+        {u"    x"_s, 2, 2, Qt::KeypadModifier | Qt::Key_Enter, u"  \n    x"_s},
+        {u"ab\ncd"_s, 1, 4, shift | Qt::Key_Return, u"a\nd"_s},
+        {u"abc"_s, 2, 2, Qt::Key_Tab, u"ab  c"_s},
+        {u"      a\n  b\n\tc"_s, 7, 14, shift | Qt::Key_Backtab, u"  a\nb\nc"_s},
+        {u"ab\n\nc\nd"_s, 1, 6, Qt::Key_Tab, u"    ab\n\n    c\nd"_s}};
+    for (const auto& [before, anchor, caret, key, after] : cases) {
         m_Tool->put_Script(before);
         QTextCursor cursor(Editor().document());
         cursor.setPosition(anchor);
         cursor.setPosition(caret, QTextCursor::KeepAnchor);
         Editor().setTextCursor(cursor);
-        for (const auto& [key, modifiers] : keys) QTest::keyClick(&Editor(), key, modifiers);
+        QTest::keyClick(&Editor(), key.key(), key.keyboardModifiers());
         EXPECT_EQ(Editor().Script(), after);
     }
+    QTest::keyClick(&Editor(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(Editor().Script(), u"ab\n\nc\nd"_s) << "indenting is undone in one step";
 }
 
 TEST_F(ScriptWindow, TheScriptKeepsEveryCharacterAndRefusesWhatIsTooLong)
