@@ -11,9 +11,8 @@ namespace {
 
 /// A dialog with two pages, a checked field on the first one, and one control of each kind around it. The check
 /// refuses "bad".
-class Dialog : public QDialog
+struct Dialog : QDialog
 {
-public:
     Dialog()
     {
         m_Tabs->addTab(m_Page, u"&General"_s);
@@ -68,7 +67,6 @@ public:
     QStringList m_Done;
     bool m_ShowBox = false;
 
-private:
     bool Check()
     {
         m_Done << u"check"_s;

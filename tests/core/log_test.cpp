@@ -25,8 +25,7 @@ protected:
 TEST_F(LogLines, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts)
 {
     const QString nulAndLoneSurrogates = u"a"_s + QChar(0) + QChar(0xD83D) + u"b"_s + QChar(0xDE00);
-    const QStringList messages = {u"Calling Engine:Start..."_s,
-                                  u""_s,
+    const QStringList messages = {u""_s,
                                   u"two\r\nlines"_s,
                                   u"\n\r\r\n\n\n"_s,
                                   u"a\u2029b\u2028c\uFDD0d\uFDD1e\uFFFCf\u00A0g"_s,

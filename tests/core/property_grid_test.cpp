@@ -134,9 +134,8 @@ TEST_F(Grid, MayBeLaidAgainOrDestroyedByEventsWhileItIsLaidAndByReadingARow)
         m_Grid->Lay({Row(u"Inner"_s), Row(u"Name"_s)}, Margins);
         m_Grid->setCurrentCell(1, 0);
     });
-    EXPECT_EQ(m_Grid->rowCount(), 2);
     EXPECT_EQ(m_Grid->CellText(0, 0), u"Inner"_s);
-    EXPECT_EQ(m_Grid->currentIndex(), m_Grid->model()->index(1, 0));
+    EXPECT_TRUE(m_Grid->rowCount() == 2 && m_Grid->currentIndex() == m_Grid->model()->index(1, 0));
     LayDuring([this] { delete m_Grid; });
     EXPECT_FALSE(m_Grid);
     m_Grid = new PropertyGrid;
