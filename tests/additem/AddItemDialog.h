@@ -44,11 +44,11 @@ protected:
     /// The texts of PLC1's nodes in the tree's order, those of added items with "+" in front.
     QString Nodes() const
     {
-        QStringList texts;
+        QString texts;
         for (int row = 0; row < m_Controller->ChildCount(); ++row) {
             const TreeNodeRef node = m_Controller->Child(row);
-            texts << (node->Tag() == NodeTag::AddItem ? u"+"_s : QString()) + node->Text();
+            texts += (node->Tag() == NodeTag::AddItem ? u" +"_s : u" "_s) + node->Text();
         }
-        return texts.join(u' ');
+        return texts.sliced(1);
     }
 };

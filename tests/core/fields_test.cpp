@@ -1,4 +1,3 @@
-#include "core/modAPI.h"
 #include "core/modFields.h"
 #include "tests/support/WindowTest.h"
 
@@ -13,54 +12,38 @@ QString Clipboard()
     return QApplication::clipboard()->text();
 }
 
-/// Every kind of text box that a window has.
-class Edit : public WindowTest<QWidget>
-{
-protected:
-    /// Each box holds "one two" with "one" selected.
-    Edit()
-    {
-        m_Line.setText(u"one two"_s);
-        m_Line.setSelection(0, 3);
-        for (QPlainTextEdit* box : QList<QPlainTextEdit*>{&m_Plain, &m_Log}) {
-            box->setPlainText(u"one two"_s);
-            box->moveCursor(QTextCursor::EndOfWord, QTextCursor::KeepAnchor);
-        }
-    }
-    /// What is in the box and on the clipboard when a routine has worked on it.
-    QString After(const std::function<void()>& routine, QWidget* box)
-    {
-        modMain::ActiveEditBox = box;
-        routine();
-        return box->property(box == &m_Line ? "text" : "plainText").toString() + u'|' + Clipboard();
-    }
-
-    QLineEdit m_Line;
-    QPlainTextEdit m_Plain;
-    LogPane& m_Log = m_Main.Log();
-    const QList<QWidget*> m_TextBoxes = {&m_Line, &m_Plain, &m_Log};
-};
+using Edit = WindowTest<QWidget>;
 
 TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBoxUnlessItIsReadOnly)
 {
-    for (QWidget* box : m_TextBoxes) {
+    QLineEdit line;
+    QPlainTextEdit plain;
+    for (QWidget* box : QList<QWidget*>{&line, &plain, &m_Main.Log()}) {
         SCOPED_TRACE(box->metaObject()->className());
+        const auto after = [&](const std::function<void()>& routine) { // what is in the box and on the clipboard
+            routine();
+            return box->property(box == &line ? "text" : "plainText").toString() + u'|' + Clipboard();
+        };
+        modMain::ActiveEditBox = box;
+        QTest::keyClicks(box, u"one two"_s);
+        QTest::keyClick(box, Qt::Key_Home);
+        for (int i = 0; i < 3; ++i) QTest::keyClick(box, Qt::Key_Right, Qt::ShiftModifier);
         QApplication::clipboard()->setText(u"before"_s);
         box->setEnabled(false);
-        EXPECT_EQ(After(modMain::EditPaste, box), u"one two|before"_s);
+        EXPECT_EQ(after(modMain::EditPaste), u"one two|before"_s);
         box->setEnabled(true);
         box->setProperty("readOnly", true);
-        EXPECT_EQ(After(modMain::EditPaste, box), u"one two|before"_s);
-        EXPECT_EQ(After(modMain::EditCut, box), u"one two|one"_s);
+        EXPECT_EQ(after(modMain::EditPaste), u"one two|before"_s);
+        EXPECT_EQ(after(modMain::EditCut), u"one two|one"_s);
         box->setProperty("readOnly", false);
-        EXPECT_EQ(After(modMain::EditCut, box), u" two|one"_s);
-        EXPECT_EQ(After(modMain::EditPaste, box), u"one two|one"_s);
+        EXPECT_EQ(after(modMain::EditCut), u" two|one"_s);
+        EXPECT_EQ(after(modMain::EditPaste), u"one two|one"_s);
         QApplication::clipboard()->clear();
-        EXPECT_EQ(After(modMain::EditCopy, box), u"one two|"_s) << "nothing was selected";
+        EXPECT_EQ(after(modMain::EditCopy), u"one two|"_s) << "nothing was selected";
         QMetaObject::invokeMethod(box, "selectAll");
-        EXPECT_EQ(After(modMain::EditCopy, box), u"one two|one two"_s);
+        EXPECT_EQ(after(modMain::EditCopy), u"one two|one two"_s);
         QApplication::clipboard()->clear();
-        EXPECT_EQ(After(modMain::EditPaste, box), u"|"_s) << "an empty clipboard takes the place of the selection";
+        EXPECT_EQ(after(modMain::EditPaste), u"|"_s) << "an empty clipboard takes the place of the selection";
     }
     modMain::ActiveEditBox = std::make_unique<QLineEdit>(u"gone"_s).get();
     for (const auto& routine : {modMain::EditCut, modMain::EditCopy, modMain::EditPaste}) routine();
@@ -70,23 +53,23 @@ TEST_F(Edit, CutsCopiesAndPastesInEveryKindOfTextBoxUnlessItIsReadOnly)
 TEST_F(Edit, TheLogIsCopiedAndPastedWithItsLineEnds)
 {
     const QString lines = u"a\r\nb\nc\rd"_s;
-    m_Log.clear();
-    m_Log.Append(lines);
-    modMain::ActiveEditBox = &m_Log;
-    m_Log.ShowAppended();
-    m_Log.selectAll();
+    LogPane& log = m_Main.Log();
+    log.Append(lines);
+    modMain::ActiveEditBox = &log;
+    log.ShowAppended();
+    log.selectAll();
     modMain::EditCut();
     EXPECT_EQ(Clipboard(), lines);
     modMain::EditPaste();
-    m_Log.paste();
-    EXPECT_EQ(m_Log.Text(), lines + lines);
+    log.paste();
+    EXPECT_EQ(log.Text(), lines + lines);
 
-    m_Log.moveCursor(QTextCursor::Start);
-    m_Log.moveCursor(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
+    log.moveCursor(QTextCursor::Start);
+    log.moveCursor(QTextCursor::NextBlock, QTextCursor::KeepAnchor);
     modMain::EditPaste();
-    m_Log.SetCapacity(0);
+    log.SetCapacity(0);
     modMain::EditPaste();
-    EXPECT_EQ(m_Log.Text(), lines + lines.sliced(3) + lines) << "what does not fit changes nothing";
+    EXPECT_EQ(log.Text(), lines + lines.sliced(3) + lines) << "what does not fit changes nothing";
 }
 
 TEST(Fields, AreLockedAndUnlockedByStateAndColour)
@@ -111,19 +94,6 @@ TEST(Fields, AreLockedAndUnlockedByStateAndColour)
             EXPECT_EQ(line.grab().toImage().pixelColor(line.rect().center()), expected);
             EXPECT_EQ(list.palette().color(QPalette::Button), expected);
         }
-}
-
-TEST(Fields, NumberOnlyTakesTypedDigitsAndAnythingPasted)
-{
-    QLineEdit field;
-    modAPI::SetNumberOnly(&field);
-    QTest::keyClicks(&field, u"1a-2.b3 e"_s);
-    QKeyEvent arabicDigit(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, u"\u0663"_s);
-    QCoreApplication::sendEvent(&field, &arabicDigit);
-    QTest::keyClick(&field, Qt::Key_Backspace);
-    QApplication::clipboard()->setText(u"x1"_s);
-    QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
-    EXPECT_EQ(field.text(), u"12x1"_s);
 }
 
 void PickInPopup(ListBox& list, int index)

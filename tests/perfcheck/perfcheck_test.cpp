@@ -1,6 +1,7 @@
 #include "perfcheck/frmPerfChk.h"
 #include "tests/support/WindowTest.h"
 
+#include <QClipboard>
 #include <QToolButton>
 
 namespace {
@@ -109,12 +110,17 @@ TEST_F(PerfChkDialog, RefusesNumbersOutOfRangeWhenTheFieldIsLeft)
     }
 }
 
-TEST_F(PerfChkDialog, TakesTypedDigitsOnlyAndCountsWithTheArrows)
+TEST_F(PerfChkDialog, TakesTypedDigitsOnlyButAnythingPastedAndCountsWithTheArrows)
 {
     QLineEdit& field = Box("txtPatternCount");
     field.clear();
-    QTest::keyClicks(&field, u"-1a2.e"_s);
-    EXPECT_EQ(field.text(), u"12"_s);
+    QTest::keyClicks(&field, u"-1a2.b3 e"_s);
+    QKeyEvent arabicDigit(QEvent::KeyPress, Qt::Key_unknown, Qt::NoModifier, u"\u0663"_s);
+    QCoreApplication::sendEvent(&field, &arabicDigit);
+    QTest::keyClick(&field, Qt::Key_Backspace);
+    QApplication::clipboard()->setText(u"x1"_s);
+    QTest::keyClick(&field, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(field.text(), u"12x1"_s);
     const auto arrows = Control<QWidget>("udPatternCount").findChildren<QToolButton*>(); // up, down
     QString counted;
     for (const QString& text : {u"12"_s, u"1"_s, u"65535"_s, u"abc"_s, u"99999"_s}) {
