@@ -67,10 +67,7 @@ protected:
 
 TEST_F(Editing, CommandsFollowTheTextBoxThatHasTheFocus)
 {
-    m_Text->deselect();
-    EXPECT_EQ(Enabled(), u"Paste"_s);
     m_Text->selectAll();
-    EXPECT_EQ(Enabled(), u"Cut Copy Paste"_s);
     m_Text->setReadOnly(true);
     EXPECT_EQ(Enabled(), u"Copy "_s);
     m_Form->Unload();
