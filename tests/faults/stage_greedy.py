@@ -59,35 +59,35 @@ def half_sent(pl):
     check_memory(pl, clients, "forty messages of 480 MB, 60 MB of each sent")
 
 
+def sending(pl, blocks, timeout, item=None, reads=False):
+    """The socket of a client that has sent what the server takes of the blocks."""
+    c = Raw(pl.sock, timeout)
+    if item: item_of(c, item)
+    if reads: threading.Thread(target=drain, args=(c.s,), daemon=True).start()
+    try:
+        for block in blocks: c.send(block)
+    except OSError: pass
+    return c.s
+
+
 def unread(pl):
-    clients = []; calls = b"".join(call(q, (3, [0]), ITM, GET_VALUE) for q in range(10, 3010))
-    for i in range(100):
-        c = Raw(pl.sock, 0.2); clients.append(c.s); item_of(c, "Picture")
-        try: c.send(calls)
-        except OSError: pass
+    calls = b"".join(call(q, (3, [0]), ITM, GET_VALUE) for q in range(10, 3010))
+    clients = [sending(pl, [calls], timeout=0.2, item="Picture") for i in range(100)]
     time.sleep(2)
     check_memory(pl, clients, "100 clients that read none of their 3000 pictures")
 
 
 def unfinished(pl):
-    clients = []; blocks = [b"".join(call(q, (1, [0]), ENG, 6) for q in range(10 + b * 4000, 4010 + b * 4000)) for b in range(30)]
-    for i in range(12):
-        c = Raw(pl.sock, 20); clients.append(c.s)
-        threading.Thread(target=drain, args=(c.s,), daemon=True).start()
-        try:
-            for block in blocks: c.send(block)
-        except OSError: pass
+    blocks = [b"".join(call(q, (1, [0]), ENG, 6) for q in range(10 + b * 4000, 4010 + b * 4000)) for b in range(30)]
+    clients = [sending(pl, blocks, timeout=20, reads=True) for i in range(12)]
     time.sleep(2)
     check_memory(pl, clients, "12 clients that never finish their 120,000 calls")
 
 
 def slow_calls(pl):
-    Raw(pl.sock).execute("disturb Item.get_Value slow 600000"); clients = []
+    Raw(pl.sock).execute("disturb Item.get_Value slow 600000")
     calls = b"".join(call(q, (3, [0]), ITM, GET_VALUE) for q in range(10, 90010))
-    for i in range(8):
-        c = Raw(pl.sock, 1); clients.append(c.s); item_of(c, "D100")
-        try: c.send(calls)
-        except OSError: pass
+    clients = [sending(pl, [calls], timeout=1, item="D100") for i in range(8)]
     time.sleep(2)
     check_memory(pl, clients, "8 clients with 90,000 calls under way each")
 
