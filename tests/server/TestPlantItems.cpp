@@ -1,4 +1,5 @@
 #include "core/automation/SafeArray.h"
+#include "tests/server/DocTables.h"
 #include "tests/server/TestPlant.h"
 
 namespace {
@@ -193,16 +194,10 @@ TEST_F(PlantItemTest, DelayedWritesWaitAndFailQuietly)
 TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
 {
     const PlantItemRef item = Add(u"X"_s, {.Initial = SafeArray(QList<qint32>({10, 11, 12, 13, 14}), 3)});
-    const std::tuple<int, int, int, QString> cases[] = {
-        {0, 0, 0, u"3,10"_s},
-        {2, 3, 0, u"8195,12,13,14"_s},
-        {0, -1, 2, u"8195,10,12,14"_s},
-        {3, 3, 1, RefusalOf(u"X"_s, u"it has no element 5, only 5 from 0 on"_s)},
-        {1, 2147483647, 2147483647, RefusalOf(u"X"_s, u"it has no element 4611686011984936963, only 5 from 0 on"_s)},
-        {0, -2, 0, RefusalOf(u"X"_s, u"Elements takes a count of -1 or more and a step of 0 or more"_s)},
-    };
-    for (const auto& [first, count, step, outcome] : cases)
-        EXPECT_EQ(OutcomeOf([&, f = first, c = count, s = step] { return item->Elements(f, c, s); }), outcome);
+    for (const QStringList& row : TableBelow(u"What Elements answers"_s)) {
+        const auto answer = [&] { return item->Elements(row[0].toInt(), row[1].toInt(), row[2].toInt()); };
+        EXPECT_EQ(OutcomeOf(answer).section(u"\": "_s, -1), Expected(row[3])) << row.join(u'|').toStdString();
+    }
 }
 
 TEST_F(PlantItemTest, ItemsAreListedInThePlantsOrder)

@@ -135,13 +135,10 @@ TEST(Disk, ADatabaseThatIsReadOnlyIsWrittenToOnceItMayBe)
     auto put = client.Item(u"N"_s).putValueRequest();
     client.Set(put.initValue(), 2);
     Wait(put.send());
-    QStringList log = {
-        u"error: History destination 1: Values wait, at most 200000: attempt to write a readonly database"_s};
-    EXPECT_TRUE(WaitUntil([&] { return server.Log().mid(1) == log; }));
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(1).endsWith(u": attempt to write a readonly database"); }));
     EXPECT_EQ(client.Value(u"N"_s), Variant(2));
     QFile::setPermissions(database, QFile::ReadOwner | QFile::WriteOwner);
-    log << u"info: History destination 1: Values are written again; 0 were dropped meanwhile."_s;
-    EXPECT_TRUE(WaitUntil([&] { return server.Log().mid(1) == log; })) << server.Log().join(u'\n').toStdString();
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(2).endsWith(u" 0 were dropped meanwhile."); }));
     EXPECT_EQ(server.Terminate(), 0);
     EXPECT_EQ(AskedHistory(settings).Ask(u"SELECT item_value FROM velsql_history"_s), u"item_value\n2");
 }

@@ -4,7 +4,11 @@
 #include "tests/support/RealServer.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
+
+#include <gtest/gtest.h>
 
 using namespace Qt::StringLiterals;
 
@@ -53,4 +57,11 @@ public:
 inline QString RunScript(const QByteArray& script, const QStringList& options = {})
 {
     return ScriptProcess(script, options + QStringList{u"--title"_s, u"t"_s, u"-"_s}).Finish();
+}
+
+inline QString Manual()
+{
+    QFile file(QStringLiteral(VELSQL_DOCS "/scripting.md"));
+    EXPECT_TRUE(file.open(QFile::ReadOnly));
+    return QString::fromUtf8(file.readAll());
 }

@@ -1,38 +1,20 @@
 #include "scripttool/velsqlscript/Members.h"
 #include "tests/velsqlscript/ScriptProcess.h"
 
-#include <QFile>
-#include <QRegularExpression>
-
-#include <gtest/gtest.h>
-
-namespace {
-
-const QString Docs = QStringLiteral(VELSQL_DOCS "/");
-
-QString Manual()
-{
-    QFile file(Docs + u"scripting.md"_s);
-    EXPECT_TRUE(file.open(QFile::ReadOnly));
-    return QString::fromUtf8(file.readAll());
-}
-
-} // namespace
-
 TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
 {
     // The fenced scripts, the example files that are linked, and the output that is shown behind each.
     static const QRegularExpression example(
         u"(?:```js\\n(.*?)```|^\\[[^\\]]*\\]\\((scripts/.*?)\\)[^`]*?)\\n\\n?```text\\n(.*?)```"_s,
         QRegularExpression::DotMatchesEverythingOption | QRegularExpression::MultilineOption);
-    const QString manual = Manual();
     int count = 0;
-    for (auto examples = example.globalMatch(manual); examples.hasNext(); ++count) {
+    for (const auto& match : example.globalMatch(Manual())) {
         RealServer server;
         server.Start();
-        const auto match = examples.next();
+        ++count;
         const QString file = match.captured(2);
-        EXPECT_EQ(file.isEmpty() ? RunScript(match.captured(1).toUtf8()) : ScriptProcess({}, {Docs + file}).Finish(),
+        EXPECT_EQ(file.isEmpty() ? RunScript(match.captured(1).toUtf8())
+                                 : ScriptProcess({}, {QStringLiteral(VELSQL_DOCS "/") + file}).Finish(),
                   match.captured(3))
             << match.captured().toStdString();
     }

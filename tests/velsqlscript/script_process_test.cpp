@@ -1,9 +1,5 @@
 #include "tests/velsqlscript/ScriptProcess.h"
 
-#include <QFile>
-
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
 
 namespace {
@@ -22,20 +18,16 @@ TEST_F(ScriptRuns, EndWithTheirCodeAndSayTheLine)
 {
     const std::pair<QByteArray, QString> cases[] = {
         {"print(1)\nexit(7)\nprint(2)", u"1\n(7)"_s},
-        {"exit(256)", u"!t:1: exit takes a whole number from 0 to 255\n(1)"_s},
         {"print(1)\n' don't\nvar b = ;", u"!t:3: SyntaxError: Expected token `numeric literal'\n(1)"_s},
-        {"\n\nfoo.bar", u"!t:3: ReferenceError: foo is not defined\n(1)"_s},
         {"\xEF\xBB\xBF// \xC3\xB6\r\nthrow new Error('B\xC3\xB6s\\nzwei')", u"!t:2: Bös\nzwei\n(1)"_s},
-        {"\nthrow null", u"!t:2: null\n(1)"_s},
         {"throw {toString() { throw 5 }}", u"!t:1: 5\n(1)"_s},
         {"const f = name =>\nVlx.Controller('PLC1').Item(name);\nf('D100');\nf('D101');",
          u"!t:2: Controller \"PLC1\" has no item \"D101\".\n    in line 2, f\n    in line 4\n(1)"_s},
         {"try { Vlx.Execute('fail a\\r\\n<b>') } catch (e) { print(e.name, JSON.stringify(e.message), e.lineNumber) }",
          u"ServerError \"a\\r\\n<b>\" 1\n"_s},
-        {"print('a'); console.warn('b', 1); console.log([1, 'x', null], {a: 1}, undefined, new Date(2024, 0, 31, 6))",
-         u"a\n[1,\"x\",null] {\"a\":1} undefined 2024-01-31 06:00:00\n!b 1\n"_s},
-        {"print([new Date(2024, 0, 31)], {at: [new Date(NaN)]})",
-         u"[\"2024-01-31 00:00:00\"] {\"at\":[\"Invalid Date\"]}\n"_s},
+        {"print('a'); console.warn('b', 1); console.log([1, 'x', null], {a: 1}, undefined, {at: [new Date(NaN)]}, new "
+         "Date(2024, 0, 31, 6))",
+         u"a\n[1,\"x\",null] {\"a\":1} undefined {\"at\":[\"Invalid Date\"]} 2024-01-31 06:00:00\n!b 1\n"_s},
         {"for (let i = 0; i < 600; ++i) if (Vlx.History.Execute('select ' + i).Cell(0, 0) != i) print(i);\n"
          "sleep(200); print(Number(/results (\\d+)/.exec(Vlx.Execute('references'))[1]) < 3)",
          u"true\n"_s},
@@ -63,15 +55,13 @@ TEST(ScriptFiles, AndOptionsThatCannotBeUsed)
         ASSERT_TRUE(file.open(QFile::WriteOnly) && file.write(bytes) == bytes.size());
     }
     ASSERT_EQ(mkfifo(qPrintable(path(u"pipe"_s)), 0600), 0);
-    const QString oneFile = u"velsqlscript: One FILE is needed, or \"-\"; --help tells more."_s;
     const std::pair<QStringList, QString> cases[] = {
         {{path(u"latin.js"_s)}, path(u"latin.js:3: is not UTF-8"_s)},
         {{path(u"large.js"_s)}, path(u"large.js: is larger than 16 MiB"_s)},
         {{path(u"missing.js"_s)}, path(u"missing.js: there is no such file"_s)},
         {{path(u"pipe"_s)},
          path(u"pipe"_s) + u": is no file (a script may also come through standard input, as \"-\")"_s},
-        {{}, oneFile},
-        {{u"-"_s, u"-"_s}, oneFile},
+        {{}, u"velsqlscript: One FILE is needed, or \"-\"; --help tells more."_s},
         {{u"--name=1x"_s, u"-"_s}, u"velsqlscript: --name takes a name that a script can use, not \"1x\"."_s},
         {{u"--memory=1"_s, u"-"_s}, u"velsqlscript: --memory takes a number of MiB from 64 to 1048576, not \"1\"."_s},
     };
