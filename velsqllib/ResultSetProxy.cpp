@@ -43,7 +43,7 @@ ResultProgress ResultSetProxy::Progress()
     return Call([this] { return m_Client.progressRequest().send(); },
                 [](auto response) {
                     return ResultProgress{response.getRowsSoFar(), response.getComplete(),
-                                          FromWireText(response.getFailure())};
+                                          FromWireText(response.getFailure()), response.getAffected()};
                 });
 }
 

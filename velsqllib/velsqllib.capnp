@@ -151,7 +151,8 @@ interface History {
 
 interface ResultSet {
   columns @0 () -> (names :List(Text16));
-  progress @1 () -> (rowsSoFar :Int64, complete :Bool, failure :Text16);
+  progress @1 () -> (rowsSoFar :Int64, complete :Bool, failure :Text16, affected :Int64 = -1);
+  # affected: how many rows a statement that returns none has changed, -1 when that is not known.
   pageOf @2 (row :Int64) -> (page :Data);
   # A flat message of ResultPage, as it was spooled: the server passes it on without decoding it.
 }

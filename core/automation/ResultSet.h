@@ -34,6 +34,8 @@ struct ResultProgress
     bool Complete = true;
     /// Why reading failed; empty when it did not.
     QString Failure = {};
+    /// How many rows a statement that returns none has changed; -1: not known.
+    qint64 Affected = -1;
 };
 
 /// The rows that a statement returned. The server reads on by itself and keeps them until the last reference is

@@ -58,7 +58,7 @@ ResultSpool::~ResultSpool()
 ResultProgress ResultSpool::Progress() const
 {
     const std::lock_guard lock(m_Guard);
-    return {m_Rows, m_Complete, m_Failure};
+    return {m_Rows, m_Complete, m_Failure, m_Affected};
 }
 
 kj::Array<kj::byte> ResultSpool::PageOf(qint64 row) const
@@ -104,6 +104,13 @@ void ResultSpool::Finish(const QString& failure)
     }
     const std::lock_guard lock(m_Guard);
     m_Failure = reason;
+    m_Complete = true;
+}
+
+void ResultSpool::FinishWithoutRows(qint64 affected)
+{
+    const std::lock_guard lock(m_Guard);
+    m_Affected = affected;
     m_Complete = true;
 }
 

@@ -43,6 +43,8 @@ public:
     bool Append(QList<Variant> row);
     /// No more rows come; `failure` is the reason when reading ended early.
     void Finish(const QString& failure = {});
+    /// The end of a statement without rows; `affected` as in ResultProgress.
+    void FinishWithoutRows(qint64 affected);
 
 private:
     struct Page
@@ -77,4 +79,5 @@ private:
     qint64 m_Rows = 0;
     bool m_Complete = false;
     QString m_Failure;
+    qint64 m_Affected = -1;
 };

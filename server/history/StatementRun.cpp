@@ -44,13 +44,14 @@ void StatementRun::Run(const std::stop_token& stop) const
     QSqlQuery query(session.Database());
     query.setForwardOnly(true);
     query.exec(statement);
-    while (!query.isSelect() && query.nextResult()) {
-    } // of several result sets, the first that has rows
+    int affected = query.numRowsAffected();
+    while (!query.isSelect() && query.nextResult()) // of several result sets, the first that has rows
+        affected = query.numRowsAffected();
     if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
     const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
     auto result = std::make_shared<ResultSpool>(ColumnsOf(query), Limits.ResultBytes, dropped);
     const std::weak_ptr<ResultSpool> observed = result;
-    if (!query.isSelect()) result->Finish();
+    if (!query.isSelect()) result->FinishWithoutRows(affected);
     const bool isComplete = result->Progress().Complete;
     (*Result)->fulfill(std::move(result));
     if (!isComplete) ReadResult(query, observed, stop);

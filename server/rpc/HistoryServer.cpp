@@ -66,6 +66,7 @@ kj::Promise<void> ResultSetServer::progress(ProgressContext context)
     results.setRowsSoFar(progress.RowsSoFar);
     results.setComplete(progress.Complete);
     results.setFailure(WireBytes(progress.Failure));
+    results.setAffected(progress.Affected);
     return kj::READY_NOW;
 }
 
