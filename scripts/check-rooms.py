@@ -12,15 +12,16 @@ import sys
 # From the ground up: a room, the folder in tests/ where it is tested, and the rooms it may include from besides itself.
 ROOMS = {
     "core/automation": ("automation", ()),
+    "resulttext": ("resulttext", ("core/automation",)),
     "core": ("core", ("core/automation",)),
     "commandline": ("system", ("core/automation",)),
     "velsqllib": ("velsqllib", ("core/automation",)),
     "additem": ("additem", ("core", "core/automation")),
     "perfcheck": ("perfcheck", ("core", "core/automation")),
-    "history": ("history", ("core", "core/automation")),
+    "history": ("history", ("resulttext", "core", "core/automation")),
     "batchwrite": ("batchwrite", ("core", "core/automation")),
     "scripttool": ("scripttool", ("core", "core/automation")),
-    "scripttool/velsqlscript": ("velsqlscript", ("commandline", "velsqllib", "core/automation")),
+    "scripttool/velsqlscript": ("velsqlscript", ("commandline", "resulttext", "velsqllib", "core/automation")),
     "controller": ("controller", ("additem", "core", "core/automation")),
     "item": ("item", ("perfcheck", "core", "core/automation")),
     "mainwindow": ("mainwindow", ("controller", "item", "additem", "perfcheck", "history", "batchwrite", "scripttool",

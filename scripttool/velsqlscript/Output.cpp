@@ -36,19 +36,8 @@ void WaitUntilWritable(int descriptor)
     poll(&waiting, 1, -1);
 }
 
-} // namespace
-
-void MarkErrors()
+void WriteBytes(int descriptor, const QByteArray& bytes)
 {
-    s_MarksErrors = true;
-}
-
-void WriteLine(Stream stream, const QString& line)
-{
-    const bool isMarked = s_MarksErrors && stream == Stream::Error;
-    const int descriptor = stream == Stream::Output || isMarked ? STDOUT_FILENO : STDERR_FILENO;
-    // UTF-8 text never contains these bytes.
-    const QByteArray bytes = isMarked ? '\xFE' + line.toUtf8() + "\n\xFF" : line.toUtf8() + '\n';
     for (qsizetype written = 0; written < bytes.size();) {
         const ssize_t count =
             write(descriptor, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
@@ -58,4 +47,24 @@ void WriteLine(Stream stream, const QString& line)
         else if (errno != EINTR && descriptor == STDOUT_FILENO) EndWithoutOutput(errno);
         else if (errno != EINTR) return;
     }
+}
+
+} // namespace
+
+void MarkErrors()
+{
+    s_MarksErrors = true;
+}
+
+void WriteOutput(const QByteArray& bytes)
+{
+    WriteBytes(STDOUT_FILENO, bytes);
+}
+
+void WriteLine(Stream stream, const QString& line)
+{
+    const bool isMarked = s_MarksErrors && stream == Stream::Error;
+    // UTF-8 text never contains these bytes.
+    WriteBytes(stream == Stream::Output || isMarked ? STDOUT_FILENO : STDERR_FILENO,
+               isMarked ? '\xFE' + line.toUtf8() + "\n\xFF" : line.toUtf8() + '\n');
 }

@@ -12,6 +12,9 @@ enum class Stream
 /// reader gets all lines in order.
 void MarkErrors();
 
+/// Writes bytes to standard output at once, unbuffered; ends the process as WriteLine does.
+void WriteOutput(const QByteArray& bytes);
+
 /// Writes a line as UTF-8 at once, unbuffered. When the reader of a pipe has gone, the process ends silently, as with
 /// SIGPIPE.
 void WriteLine(Stream stream, const QString& line);

@@ -21,11 +21,22 @@ ResultRows::ResultRows(ResultSetRef result)
     ++s_Count;
 }
 
-Variant ResultRows::Columns()
+QStringList ResultRows::ColumnNames()
 {
     if (!m_ColumnsRead) m_Columns = m_Result->Columns();
     m_ColumnsRead = true;
-    return SafeArray(QList<QString>(m_Columns));
+    return m_Columns;
+}
+
+Variant ResultRows::Columns()
+{
+    return SafeArray(QList<QString>(ColumnNames()));
+}
+
+qint64 ResultRows::Affected()
+{
+    WaitForRows(std::numeric_limits<qint64>::max());
+    return m_Progress.Affected;
 }
 
 Variant ResultRows::RowCount()
@@ -50,7 +61,7 @@ Variant ResultRows::Row(qint32 row)
 {
     const ResultPage& page = PageOf(row);
     QList<Variant> cells;
-    for (qint32 column = 0; column < ColumnCount(); ++column)
+    for (qint32 column = 0; column < ColumnNames().size(); ++column)
         cells.append(page.Cell(static_cast<qint32>(row - page.FirstRow()), column));
     return SafeArray(std::move(cells));
 }
@@ -72,15 +83,9 @@ void ResultRows::WaitForRows(qint64 enough)
     }
 }
 
-const ResultPage& ResultRows::PageOf(qint32 row)
+const ResultPage& ResultRows::PageOf(qint64 row)
 {
     if (!HasRow(row)) throw ValueError::SubscriptOutOfRange();
     if (!m_Page || !m_Page->Holds(row)) m_Page = m_Result->PageOf(row);
     return *m_Page;
-}
-
-qint32 ResultRows::ColumnCount()
-{
-    Columns();
-    return static_cast<qint32>(m_Columns.size());
 }

@@ -14,8 +14,11 @@ public:
     /// The number of results that the server holds for this process.
     static int Count() { return s_Count; }
 
+    QStringList ColumnNames();
     /// An array of texts.
     Variant Columns();
+    /// How many rows a statement that returns none has changed; -1: not known.
+    qint64 Affected();
     /// Waits until the server has read all rows. The number is an I4, or an R8 beyond 32 bits.
     Variant RowCount();
     /// Whether the row exists, as soon as that is known. Throws ServerError when reading the result has failed before
@@ -24,12 +27,12 @@ public:
     /// An array of variants. Throws ValueError "Subscript out of range".
     Variant Row(qint32 row);
     Variant Cell(qint32 row, qint32 column);
+    /// Waits as HasRow does. Valid until the next call. Throws ValueError "Subscript out of range".
+    const ResultPage& PageOf(qint64 row);
 
 private:
     /// Asks the server for its progress until it has read `enough` rows, or all of them.
     void WaitForRows(qint64 enough);
-    const ResultPage& PageOf(qint32 row);
-    qint32 ColumnCount();
 
     static inline int s_Count = 0;
 

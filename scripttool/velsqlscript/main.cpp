@@ -2,6 +2,8 @@
 #include "scripttool/velsqlscript/Options.h"
 #include "scripttool/velsqlscript/Output.h"
 #include "scripttool/velsqlscript/ProcessLimits.h"
+#include "scripttool/velsqlscript/Query.h"
+#include "scripttool/velsqlscript/QueryOutput.h"
 #include "scripttool/velsqlscript/ScriptFile.h"
 #include "scripttool/velsqlscript/ScriptRun.h"
 #include "velsqllib/RemoteLibrary.h"
@@ -32,6 +34,25 @@ void HandleQtMessage(QtMsgType type, const QMessageLogContext&, const QString& m
     if (type == QtFatalMsg) WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + message);
 }
 
+int FailByName(ExitCode code, const DescribedError& error)
+{
+    return Fail(code, QStringLiteral("velsqlscript: ") + error.Description());
+}
+
+/// Calls `run` with a library and the engine that it reaches; answers its exit code.
+template <typename Run>
+int WithServer(const ScriptOptions& options, Run run)
+{
+    RemoteLibrary library;
+    EngineRef engine;
+    try {
+        engine = options.AttachOnly ? library.AttachEngine() : library.CreateEngine();
+    } catch (const ServerError& error) {
+        return FailByName(NoServer, error);
+    }
+    return run(library, engine);
+}
+
 int RunScript(const ScriptOptions& options)
 {
     if (options.MarksErrors) MarkErrors();
@@ -41,18 +62,27 @@ int RunScript(const ScriptOptions& options)
     } catch (const DescribedError& error) {
         return Fail(Unusable, error.Description());
     }
-    RemoteLibrary library;
-    EngineRef engine;
-    try {
-        engine = options.AttachOnly ? library.AttachEngine() : library.CreateEngine();
-    } catch (const ServerError& error) {
-        return Fail(NoServer, QStringLiteral("velsqlscript: ") + error.Description());
-    }
-    LimitProcess(options.MemoryMegabytes,
-                 options.Title); // not earlier, because a server started by the library would inherit it
-    ScriptRun run(engine, options.Names, [&] { library.Ping(); });
-    const auto failure = run.Run(script, options.Title);
-    return failure ? Fail(ScriptFailed, *failure) : Done;
+    return WithServer(options, [&](RemoteLibrary& library, const EngineRef& engine) {
+        // Not earlier: a server started by the library would inherit it.
+        LimitProcess(options.MemoryMegabytes, options.Title);
+        ScriptRun run(engine, options.Names, [&] { library.Ping(); });
+        const auto failure = run.Run(script, options.Title);
+        return failure ? Fail(ScriptFailed, *failure) : Done;
+    });
+}
+
+/// A file that cannot be written is noticed before the statement is run.
+int RunStatement(const ScriptOptions& options)
+{
+    QueryOutput output(options.Query->File);
+    return WithServer(options, [&](RemoteLibrary&, const EngineRef& engine) {
+        try {
+            RunQuery(*engine, *options.Query, output);
+            return int{Done};
+        } catch (const DescribedError& error) {
+            return FailByName(ScriptFailed, error);
+        }
+    });
 }
 
 } // namespace
@@ -65,10 +95,10 @@ int main(int argc, char** argv)
     QCoreApplication::setApplicationName(QStringLiteral("velsqlscript"));
     try {
         const ScriptOptions options = ReadOptions(QCoreApplication::arguments());
-        if (options.Answer.isEmpty()) return RunScript(options);
+        if (options.Answer.isEmpty()) return options.Query ? RunStatement(options) : RunScript(options);
         WriteLine(Stream::Output, options.Answer);
         return Done;
     } catch (const DescribedError& error) {
-        return Fail(Unusable, QStringLiteral("velsqlscript: ") + error.Description());
+        return FailByName(Unusable, error);
     }
 }
