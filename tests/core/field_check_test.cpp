@@ -102,18 +102,13 @@ void PressAlt(Dialog& dialog, Qt::Key letter)
     EXPECT_TRUE(QTest::qWaitFor([&] { return !dialog.m_Ok->isDown() && !dialog.m_Cancel->isDown(); }));
 }
 
-/// How a check may meet what is done, and to how many of these it applies.
+/// Where something may be done, and in how many of these ways each is tried.
 const QStringList Beginnings = {u"in the field"_s, u"in the field, with a message box"_s, u"from cancel"_s};
-enum Kind
-{
-    NoWayOut = 1,
-    KeyOfField = 2,
-    WayOut = 3
-};
+constexpr int NoWayOut = 1, KeyOfField = 2, WayOut = 3;
 
 const struct
 {
-    Kind Leads;
+    int Leads;
     const char* Name;
     void (*Run)(Dialog&);
     const char* Done; ///< in order, when nothing is refused
