@@ -82,7 +82,7 @@ QWidget& SystemConsole::RunScript(const QString& script)
     return window;
 }
 
-bool SystemConsole::WaitForScript(QWidget& window)
+bool SystemConsole::WaitForScript(const QWidget& window)
 {
     return QTest::qWaitFor([&] { return Control<QPushButton>(window, "cmdRun").isEnabled(); }, 60'000);
 }

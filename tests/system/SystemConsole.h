@@ -57,7 +57,7 @@ protected:
     ChildWindow& OpenBatch(const QByteArray& content, QStringView controller = PLC1);
     /// The script tool's window, opened by its menu entry, in which the script now runs.
     QWidget& RunScript(const QString& script);
-    bool WaitForScript(QWidget& window);
+    bool WaitForScript(const QWidget& window);
     /// The history window, in which the statement was executed.
     ChildWindow& Query(const QString& statement);
     /// Hands the modal dialog that `open` brings up to `use`, and closes it when `use` has not.

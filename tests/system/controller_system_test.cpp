@@ -60,21 +60,16 @@ TEST_F(ControllerSystem, EventsArriveInOrderBetweenCallsAndNoneAfterHide)
     }
     Execute(u"fire state 9 2"_s);
     EXPECT_TRUE(WaitForLines({u"OnChangeState: State="_s, u"OnChangeState: State="_s}));
-}
 
-TEST_F(ControllerSystem, ClosedByItsFrameWhileEventsStreamIn)
-{
     Execute(u"fire item D100 20000"_s);
     ASSERT_TRUE(QTest::qWaitFor([this] { return Lines().size() > 100; }, 20'000));
-    m_Main->findChild<QMdiSubWindow*>()->close();
+    m_Main->findChild<QMdiSubWindow*>()->close(); // while events stream in
     EXPECT_TRUE(QTest::qWaitFor([this] { return !m_Form; }));
     EXPECT_TRUE(WaitUntilNothingIsHeld());
-    EXPECT_EQ(TakeLog(), Called(u"Controller:Execute"_s));
 }
 
 TEST_F(ControllerSystem, ResultsOfEveryKindAreShown)
 {
-    const QStringList log = Called(u"Controller:Execute"_s);
     const std::array<QString, 3> results[] = {
         {u"return 18,65535"_s, u"(Unknown)"_s, u"65535"_s},
         {u"object D100"_s, u"(Unknown)"_s, u"..."_s},
@@ -87,10 +82,8 @@ TEST_F(ControllerSystem, ResultsOfEveryKindAreShown)
         Execute(command);
         EXPECT_EQ(Control<ListBox>(*m_Form, "cmbExecType").currentText(), type);
         EXPECT_EQ(Control<QLineEdit>(*m_Form, "txtExecResult").text(), text);
-        EXPECT_EQ(TakeLog(), log);
+        EXPECT_EQ(TakeLog(), Called(u"Controller:Execute"_s));
     }
-    Execute(u"fail No <b>way</b>\r\n: ü"_s);
-    EXPECT_EQ(TakeLog(), QStringList({log[0], u"No <b>way</b>"_s, u": ü"_s}));
 }
 
 } // namespace

@@ -1,9 +1,6 @@
 #include "controller/EventList.h"
 #include "tests/system/SystemConsole.h"
 
-#include <csignal>
-#include <thread>
-
 namespace {
 
 /// A server that dies or hangs, as every window meets it; how a connection copes is tested at the connection.
@@ -32,12 +29,8 @@ TEST_F(ServerLoss, IsReportedByTheCallThatMeetsItAndTheNextServerServesTheSameWi
     ChildWindow& item = Show(D100);
     Ask(u"state PLC1 2"_s); // nothing is scanned: the only events are those fired here
     Tick(controller, "chkEvent_1");
-    std::thread killer([server = static_cast<pid_t>(m_Server.ProcessId())] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));
-        kill(server, SIGKILL);
-    });
+    QProcess::startDetached(u"sh"_s, {u"-c"_s, u"sleep 0.3; kill -9 %1"_s.arg(m_Server.ProcessId())});
     EXPECT_EQ(Execute(controller, u"sleep 60000"_s), QStringList({u"Calling Controller:Execute..."_s, Lost}));
-    killer.join();
     m_Server.Kill();
     EXPECT_EQ(Get(item), QStringList({GetLog[0], u"The server is not running."_s}));
     EXPECT_TRUE(WaitForCell(item, u"Value"_s, u"(EMPTY)"_s) && WaitForCell(controller, u"Name"_s, QString()));
