@@ -34,15 +34,16 @@ QString ArgumentText(const T& argument)
     return ToPlainText(Variant(argument));
 }
 
-/// What all objects of the fake share: they are counted while they live and say every call before they answer.
-template <typename Interface>
+/// What all objects of the fake share: they are counted while they live and say every call before they answer from
+/// their row in the server's tables. Their names are the controller's and the item's.
+template <typename Interface, typename Row>
 class FakeObject : public Interface
 {
 public:
-    FakeObject(FakeServer& server, const QString& kind, const QString& name = {})
+    FakeObject(FakeServer& server, const QString& kind, const QStringList& names = {})
         : m_Server(server)
-        , m_Title(name.isNull() ? kind : QString(kind % u'(' % name % u')'))
-        , m_Name(name)
+        , m_Title(names.isEmpty() ? kind : QString(kind % u'(' % names.last() % u')'))
+        , m_Names(names)
     {
         ++m_Server.m_LiveObjects;
     }
@@ -50,63 +51,58 @@ public:
 
 protected:
     template <typename... Arguments>
-    FakeServer& Called(const char* operation, const Arguments&... arguments)
+    Row& Called(const char* operation, const Arguments&... arguments)
     {
         const QString name = QString::fromLatin1(operation);
         const QStringList texts{ArgumentText(arguments)...};
         m_Server.Record(m_Title % u'.' % name % u'(' % texts.join(u", ") % u')', name);
-        return m_Server;
+        return Find(static_cast<Row*>(nullptr));
     }
 
     FakeServer& m_Server;
     const QString m_Title;
-    const QString m_Name;
-};
-
-class FakeItem : public FakeObject<VelSQLItem>
-{
-public:
-    FakeItem(FakeServer& server, const QString& controller, const QString& item)
-        : FakeObject(server, u"Item"_s, item)
-        , m_Controller(controller)
-    {
-    }
-
-    Variant get_Value() override { return Row("get_Value").Value; }
-    void put_Value(const Variant& value) override { Row("put_Value", value).Value = value; }
-    void Snapshot() override { Row("Snapshot"); }
-    bool get_Activation() override { return Row("get_Activation").Activation; }
-    void put_Activation(bool active) override { Row("put_Activation", active).Activation = active; }
-    Variant get_DateTime() override { return Row("get_DateTime").DateTime; }
-    qint32 get_Index() override { return static_cast<qint32>(&Row("get_Index") - Items().data()); }
-    bool get_LinkActivation() override { return Row("get_LinkActivation").LinkActivation; }
-    void put_LinkActivation(bool active) override { Row("put_LinkActivation", active).LinkActivation = active; }
-    qint32 get_Microsecond() override { return Row("get_Microsecond").Microsecond; }
-    qint32 get_State() override { return Row("get_State").State; }
-    Variant get_Tag() override { return Row("get_Tag").Tag; }
-    void put_Tag(const Variant& value) override { Row("put_Tag", value).Tag = value; }
-    void put_ValueEx(qint32 delay, const Variant& value) override { Row("put_ValueEx", delay, value).Value = value; }
-    qint32 get_Attribute() override { return Row("get_Attribute").Attribute; }
-    QString get_Description() override { return Row("get_Description").Description; }
-    Variant get_Elements(qint32 index1, qint32 index2, qint32 index3) override
-    {
-        return Row("get_Elements", index1, index2, index3).Elements;
-    }
-    Variant get_ID() override { return Row("get_ID").ID; }
-    void put_ID(const Variant& value) override { Row("put_ID", value).ID = value; }
-    Variant get_LinkItem() override { return Row("get_LinkItem").LinkItem; }
-    QString get_Name() override { return Row("get_Name").Name; }
-    Variant get_SettingData(qint32 index) override { return Row("get_SettingData", index).SettingData; }
+    const QStringList m_Names;
 
 private:
-    QList<FakeServer::Item>& Items() { return m_Server.FindController(m_Controller).Items; }
-    template <typename... Arguments>
-    FakeServer::Item& Row(const char* operation, const Arguments&... arguments)
-    {
-        return Called(operation, arguments...).FindItem(m_Controller, m_Name);
-    }
+    FakeServer& Find(FakeServer*) { return m_Server; }
+    FakeServer::History& Find(FakeServer::History*) { return m_Server.m_History; }
+    FakeServer::Controller& Find(FakeServer::Controller*) { return m_Server.FindController(m_Names[0]); }
+    FakeServer::Item& Find(FakeServer::Item*) { return m_Server.FindItem(m_Names[0], m_Names[1]); }
+};
 
-    const QString m_Controller;
+class FakeItem : public FakeObject<VelSQLItem, FakeServer::Item>
+{
+public:
+    using FakeObject::FakeObject;
+
+    Variant get_Value() override { return Called("get_Value").Value; }
+    void put_Value(const Variant& value) override { Called("put_Value", value).Value = value; }
+    void Snapshot() override { Called("Snapshot"); }
+    bool get_Activation() override { return Called("get_Activation").Activation; }
+    void put_Activation(bool active) override { Called("put_Activation", active).Activation = active; }
+    Variant get_DateTime() override { return Called("get_DateTime").DateTime; }
+    qint32 get_Index() override
+    {
+        return static_cast<qint32>(&Called("get_Index") - m_Server.FindController(m_Names[0]).Items.data());
+    }
+    bool get_LinkActivation() override { return Called("get_LinkActivation").LinkActivation; }
+    void put_LinkActivation(bool active) override { Called("put_LinkActivation", active).LinkActivation = active; }
+    qint32 get_Microsecond() override { return Called("get_Microsecond").Microsecond; }
+    qint32 get_State() override { return Called("get_State").State; }
+    Variant get_Tag() override { return Called("get_Tag").Tag; }
+    void put_Tag(const Variant& value) override { Called("put_Tag", value).Tag = value; }
+    void put_ValueEx(qint32 delay, const Variant& value) override { Called("put_ValueEx", delay, value).Value = value; }
+    qint32 get_Attribute() override { return Called("get_Attribute").Attribute; }
+    QString get_Description() override { return Called("get_Description").Description; }
+    Variant get_Elements(qint32 index1, qint32 index2, qint32 index3) override
+    {
+        return Called("get_Elements", index1, index2, index3).Elements;
+    }
+    Variant get_ID() override { return Called("get_ID").ID; }
+    void put_ID(const Variant& value) override { Called("put_ID", value).ID = value; }
+    Variant get_LinkItem() override { return Called("get_LinkItem").LinkItem; }
+    QString get_Name() override { return Called("get_Name").Name; }
+    Variant get_SettingData(qint32 index) override { return Called("get_SettingData", index).SettingData; }
 };
 
 /// Listed with the server while it lives.
@@ -133,93 +129,79 @@ Variant Names(const auto& rows)
     return Variant(SafeArray(QList<QString>(names)));
 }
 
-class FakeController : public FakeObject<VelSQLController>
+class FakeController : public FakeObject<VelSQLController, FakeServer::Controller>
 {
 public:
     using FakeObject::FakeObject;
 
     ItemRef get_Item(const Variant& name) override
     {
-        Row("get_Item", name.Get<QString>());
-        m_Server.FindItem(m_Name, name.Get<QString>());
-        return m_Server.MakeItem(m_Name, name.Get<QString>());
+        Called("get_Item", name.Get<QString>());
+        m_Server.FindItem(m_Names[0], name.Get<QString>());
+        return m_Server.MakeItem(m_Names[0], name.Get<QString>());
     }
-    void Start() override { Row("Start"); }
-    void Stop() override { Row("Stop"); }
-    void Snapshot() override { Row("Snapshot"); }
+    void Start() override { Called("Start"); }
+    void Stop() override { Called("Stop"); }
+    void Snapshot() override { Called("Snapshot"); }
     void AddItem(const Variant& definition) override
     {
-        auto& items = Row("AddItem", definition).Items;
-        items.append(FakeServer::Item{ToPlainText(definition.Array().At(0))});
+        Called("AddItem", definition).Items << FakeServer::Item{ToPlainText(definition.Array().At(0))};
         m_Server.m_AddedDefinition = definition;
     }
     void RemoveItem(const QString& name) override
     {
-        auto& items = Row("RemoveItem", name).Items;
-        items.removeAt(&m_Server.FindItem(m_Name, name) - items.data());
+        auto& items = Called("RemoveItem", name).Items;
+        items.removeAt(&m_Server.FindItem(m_Names[0], name) - items.data());
     }
     Variant Execute(const QString& command, const Variant& parameter) override
     {
-        return Row("Execute", command, parameter).ExecuteResult;
+        return Called("Execute", command, parameter).ExecuteResult;
     }
     qint32 get_Count() override
     {
-        const FakeServer::Controller& row = Row("get_Count");
+        const FakeServer::Controller& row = Called("get_Count");
         return row.ListedCount.value_or(static_cast<qint32>(row.Items.size()));
     }
-    qint32 get_Index() override { return static_cast<qint32>(&Row("get_Index") - m_Server.m_Controllers.data()); }
+    qint32 get_Index() override { return static_cast<qint32>(&Called("get_Index") - m_Server.m_Controllers.data()); }
     Variant get_ItemNames() override
     {
-        const FakeServer::Controller& row = Row("get_ItemNames");
+        const FakeServer::Controller& row = Called("get_ItemNames");
         return row.ListedNames.value_or(Names(row.Items));
     }
     qint32 get_ScanTimes(qint32 index) override
     {
-        Row("get_ScanTimes", index);
+        Called("get_ScanTimes", index);
         return 100 * (index + 1);
     }
-    qint32 get_State() override { return Row("get_State").State; }
-    Variant get_Tag() override { return Row("get_Tag").Tag; }
-    void put_Tag(const Variant& value) override { Row("put_Tag", value).Tag = value; }
-    QString get_Description() override { return Row("get_Description").Description; }
-    QString get_Name() override { return Row("get_Name").Name; }
-    Variant get_SettingData(const Variant& index) override { return Row("get_SettingData", index).SettingData; }
+    qint32 get_State() override { return Called("get_State").State; }
+    Variant get_Tag() override { return Called("get_Tag").Tag; }
+    void put_Tag(const Variant& value) override { Called("put_Tag", value).Tag = value; }
+    QString get_Description() override { return Called("get_Description").Description; }
+    QString get_Name() override { return Called("get_Name").Name; }
+    Variant get_SettingData(const Variant& index) override { return Called("get_SettingData", index).SettingData; }
     EventSubscriptionRef Subscribe(ControllerEvents& events) override
     {
-        Row("Subscribe");
-        return std::make_unique<FakeSubscription>(m_Server, FakeServer::Subscriber(m_Name, &events));
-    }
-
-private:
-    template <typename... Arguments>
-    FakeServer::Controller& Row(const char* operation, const Arguments&... arguments)
-    {
-        return Called(operation, arguments...).FindController(m_Name);
+        Called("Subscribe");
+        return std::make_unique<FakeSubscription>(m_Server, FakeServer::Subscriber(m_Names[0], &events));
     }
 };
 
-class FakeHistory : public FakeObject<VelSQLHistory>
+class FakeHistory : public FakeObject<VelSQLHistory, FakeServer::History>
 {
 public:
     using FakeObject::FakeObject;
 
-    ResultSetRef Execute(const QString& statement) override { return Called("Execute", statement).m_History.Result; }
-    bool get_Enabled() override { return Called("get_Enabled").m_History.Enabled; }
+    ResultSetRef Execute(const QString& statement) override { return Called("Execute", statement).Result; }
+    bool get_Enabled() override { return Called("get_Enabled").Enabled; }
     QString get_ConnectionString(qint32 index) override
     {
-        return Called("get_ConnectionString", index).m_History.ConnectionString.at(index - 1);
+        return Called("get_ConnectionString", index).ConnectionString.at(index - 1);
     }
-    qint32 get_MaxRecord(qint32 index) override
-    {
-        return Called("get_MaxRecord", index).m_History.MaxRecord.at(index - 1);
-    }
-    QString get_TableName(qint32 index) override
-    {
-        return Called("get_TableName", index).m_History.TableName.at(index - 1);
-    }
+    qint32 get_MaxRecord(qint32 index) override { return Called("get_MaxRecord", index).MaxRecord.at(index - 1); }
+    QString get_TableName(qint32 index) override { return Called("get_TableName", index).TableName.at(index - 1); }
 };
 
-class FakeEngine : public FakeObject<VelSQLEngine>
+class FakeEngine : public FakeObject<VelSQLEngine, FakeServer>
 {
 public:
     using FakeObject::FakeObject;
@@ -227,7 +209,7 @@ public:
     ControllerRef get_Controller(const Variant& name) override
     {
         Called("get_Controller", name.Get<QString>()).FindController(name.Get<QString>());
-        return std::make_shared<FakeController>(m_Server, u"Controller"_s, name.Get<QString>());
+        return std::make_shared<FakeController>(m_Server, u"Controller"_s, QStringList(name.Get<QString>()));
     }
     void Start() override { Called("Start"); }
     void Stop() override { Called("Stop"); }
@@ -251,5 +233,5 @@ EngineRef FakeServer::CreateEngine()
 
 ItemRef FakeServer::MakeItem(const QString& controller, const QString& item)
 {
-    return std::make_shared<FakeItem>(*this, controller, item);
+    return std::make_shared<FakeItem>(*this, u"Item"_s, QStringList{controller, item});
 }
