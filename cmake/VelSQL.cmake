@@ -7,6 +7,10 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 # Console, server and script process lie side by side: the console looks for its server beside itself.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+# The way from the programs to the guide's pages, in the build folder as where they are installed. What programs read does
+# not lie below share/doc: systems without documents leave that out.
+set(VELSQL_GUIDE_FOLDER "${CMAKE_INSTALL_DATAROOTDIR}/velsqltester/guide")
+file(RELATIVE_PATH VELSQL_GUIDE "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_DATAROOTDIR}/velsqltester/guide")
 
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Sql Qml Svg)
 find_package(CapnProto REQUIRED)

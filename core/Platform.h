@@ -3,6 +3,9 @@
 #include <QDateTime>
 #include <QMessageBox>
 #include <QString>
+#include <QUrl>
+
+#include <functional>
 
 /// A frame of the screen: faster changes cannot be seen.
 inline constexpr int FrameMs = 16;
@@ -28,6 +31,10 @@ public:
     virtual void OutputDebugString(const QString& text);
     /// The folder for the program's picture file: the program's own folder, else the user's cache folder.
     virtual QString WritableProgramFolder();
+    /// The folder of the guide's pages, whether it is there or not.
+    virtual QString GuideFolder();
+    /// Opens a page in the desktop's browser and returns at once. Where nothing opens it `orElse` is called, now or soon.
+    virtual void OpenInBrowser(const QUrl& page, const std::function<void()>& orElse);
     /// Shows a prepared box and returns the button that closed it.
     virtual QMessageBox::StandardButton ShowBox(QMessageBox& box);
 };

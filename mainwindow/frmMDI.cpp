@@ -1,12 +1,14 @@
 #include "mainwindow/frmMDI.h"
 
 #include "core/ChildWindow.h"
+#include "core/ConsoleServices.h"
 #include "core/MessageBoxes.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "mainwindow/AccessKeys.h"
 #include "mainwindow/CommandEntries.h"
 #include "mainwindow/EditTarget.h"
+#include "mainwindow/HelpKey.h"
 #include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
 #include "mainwindow/NodeImages.h"
@@ -51,6 +53,7 @@ void IgnoreFailure(Step&& step) noexcept
 frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     : MainWindow(services)
     , m_Commands(*this, std::move(windows))
+    , m_Guide(services.System)
 {
     setupUi(this);
     SetFirstSize();
@@ -61,6 +64,7 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     new LinePaste(this);
     new AccessKeys(mnuBar);
     new PaneKeys(this, treeObject, mdiChildren, txtLog);
+    new HelpKey(this, m_Guide);
     new ScrollToFocus(mdiChildren);
     ConnectTree();
     ConnectMenus();
@@ -189,6 +193,7 @@ void frmMDI::Form_Unload()
     if (std::exchange(m_Unloaded, true)) return;
     IgnoreFailure([&] { modMain::SetStatus(QStringLiteral("Closing VelSQLTester...")); });
     IgnoreFailure([&] { CloseWindows(); });
+    IgnoreFailure([&] { m_Guide.Close(); });
     IgnoreFailure([&] {
         if (!modMain::ScriptTool) return;
         modMain::ScriptTool->RemoveObject(QStringLiteral("Vlx"));

@@ -2,6 +2,7 @@
 
 #include "core/MainWindow.h"
 #include "core/ObjectTreeModel.h"
+#include "guide/Guide.h"
 #include "mainwindow/ObjectCommands.h"
 #include "mainwindow/StatusPanels.h"
 #include "ui_frmMDI.h"
@@ -71,6 +72,7 @@ private:
 
     ObjectTreeModel m_Tree;
     ObjectCommands m_Commands;
+    Guide m_Guide;
     std::optional<StatusPanels> m_Panels;
     PanesLayout* m_Panes;
     EditTarget* m_EditTarget;

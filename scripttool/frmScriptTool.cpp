@@ -44,7 +44,7 @@ frmScriptTool::frmScriptTool(const QString& program)
     InitImages();
     setupUi(this);
     SetFirstSize();
-    fraFind->SetEditor(txtScript);
+    fraFind->SetPane(txtScript);
     ConnectCommands();
     ConnectKeys();
 }

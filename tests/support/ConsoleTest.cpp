@@ -4,6 +4,7 @@
 #include "core/modFields.h"
 #include "core/PropertyGrid.h"
 
+#include <QDir>
 #include <QRegularExpression>
 #include <QWheelEvent>
 
@@ -49,6 +50,12 @@ QStringList ConsoleTest::TakeLog()
     const QStringList messages = Log();
     modMain::ClearTextBox(&modMain::GetMainWindow()->Log());
     return messages;
+}
+
+void ConsoleTest::OpenInBrowser(const QUrl& page, const std::function<void()>& orElse)
+{
+    if (m_HasBrowser) m_Browsed << QDir(GuideFolder()).relativeFilePath(page.toLocalFile());
+    else orElse();
 }
 
 QMessageBox::StandardButton ConsoleTest::ShowBox(QMessageBox& box)

@@ -78,7 +78,11 @@ protected:
     /// How a message box is kept: its icon (0: none, 1: information, 2: exclamation) and its text.
     virtual QString Describe(const QMessageBox& box) const { return QString::number(box.icon()) + u' ' + box.text(); }
     QMessageBox::StandardButton ShowBox(QMessageBox& box) override;
+    void OpenInBrowser(const QUrl& page, const std::function<void()>& orElse) override;
 
+    /// The guide's pages that were opened in a browser, as their way below its folder.
+    QStringList m_Browsed;
+    bool m_HasBrowser = true;
     QStringList m_Boxes;
     QMessageBox::StandardButton m_Answer = QMessageBox::Ok;
     /// What happens while a message box stands.

@@ -1,6 +1,4 @@
-#include "scripttool/FindBar.h"
-
-#include <QPlainTextEdit>
+#include "core/FindBar.h"
 
 FindBar::FindBar(QWidget* parent)
     : QWidget(parent)
@@ -15,7 +13,7 @@ FindBar::FindBar(QWidget* parent)
 
 void FindBar::Open()
 {
-    const QString selected = m_Editor->textCursor().selectedText();
+    const QString selected = m_Cursor().selectedText();
     if (!selected.isEmpty() && !selected.contains(QChar::ParagraphSeparator)) txtFind->setText(selected);
     lblFound->clear();
     show();
@@ -26,7 +24,7 @@ void FindBar::Open()
 void FindBar::Close()
 {
     hide();
-    m_Editor->setFocus();
+    m_Pane->setFocus();
 }
 
 void FindBar::FindNext()
@@ -42,9 +40,9 @@ void FindBar::FindPrevious()
 /// A longer text is searched from where the shorter one was found.
 void FindBar::txtFind_TextEdited()
 {
-    QTextCursor cursor = m_Editor->textCursor();
+    QTextCursor cursor = m_Cursor();
     cursor.setPosition(cursor.selectionStart());
-    m_Editor->setTextCursor(cursor);
+    m_Select(cursor);
     lblFound->clear();
     if (!txtFind->text().isEmpty()) FindNext();
 }
@@ -53,18 +51,18 @@ void FindBar::Find(QTextDocument::FindFlags direction)
 {
     if (txtFind->text().isEmpty()) return Open();
     lblFound->clear();
-    if (Select(direction)) return;
-    const QTextCursor before = m_Editor->textCursor();
+    QTextCursor from = m_Cursor();
+    if (Select(from, direction)) return;
     const bool backward = direction.testFlag(QTextDocument::FindBackward);
-    m_Editor->moveCursor(backward ? QTextCursor::End : QTextCursor::Start);
-    if (Select(direction))
-        return lblFound->setText(backward ? QStringLiteral("Went on from the end.")
-                                          : QStringLiteral("Went on from the start."));
-    m_Editor->setTextCursor(before);
-    lblFound->setText(QStringLiteral("Not found."));
+    from.movePosition(backward ? QTextCursor::End : QTextCursor::Start);
+    if (!Select(from, direction)) return lblFound->setText(QStringLiteral("Not found."));
+    lblFound->setText(backward ? QStringLiteral("Went on from the end.") : QStringLiteral("Went on from the start."));
 }
 
-bool FindBar::Select(QTextDocument::FindFlags direction)
+bool FindBar::Select(const QTextCursor& from, QTextDocument::FindFlags direction)
 {
-    return m_Editor->find(txtFind->text(), direction);
+    const QTextCursor found = from.document()->find(txtFind->text(), from, direction);
+    if (found.isNull()) return false;
+    m_Select(found);
+    return true;
 }
