@@ -18,7 +18,8 @@ void FramePacer::ProcessEvents()
 {
     m_LettingRun = true;
     QCoreApplication::processEvents();
-    m_LettingRun = false; // also for an outer loop, which soon comes here again
+    // Also for an outer loop, which soon comes here again.
+    m_LettingRun = false;
 }
 
 void FramePacer::Post(Request& request)

@@ -156,7 +156,8 @@ void frmController::ShowExecuteResult(const Variant& result)
     cmbExecType->SetListIndex(VarTypeToTypeIndex(result.Type()));
     if (!typedText.contains(u',')) throw ValueError::SubscriptOutOfRange();
     txtExecResult->setText(ValueTextOf(typedText));
-    txtExecResult->setCursorPosition(0); // a long result is shown from its beginning
+    // A long result is shown from its beginning.
+    txtExecResult->setCursorPosition(0);
 }
 
 /// True when the tag was written; any failure is logged.
@@ -212,7 +213,8 @@ void frmController::m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem)
         name = pICSItem->get_Name();
         value = ToPlainText(pICSItem->get_Value());
     } catch (...) {
-        return; // removed meanwhile, or its value has no plain text
+        // Removed meanwhile, or its value has no plain text.
+        return;
     }
     LogEvent(u"OnChangeItem: Name=" % name % u", Value=" % value);
 }

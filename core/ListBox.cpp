@@ -22,7 +22,8 @@ void ListBox::AddItem(const QString& text, qint32 itemData)
     const QSignalBlocker silently(this);
     const int selected = currentIndex();
     addItem(text, itemData);
-    setCurrentIndex(selected); // the first entry added would otherwise be selected
+    // The first entry added would otherwise be selected.
+    setCurrentIndex(selected);
 }
 
 void ListBox::AddItems(const QStringList& texts)
@@ -59,5 +60,6 @@ void ListBox::SetListIndex(int index)
 void ListBox::wheelEvent(QWheelEvent* event)
 {
     if (hasFocus()) return QComboBox::wheelEvent(event);
-    event->ignore(); // someone who scrolls a pane means the pane
+    // Someone who scrolls a pane means the pane.
+    event->ignore();
 }

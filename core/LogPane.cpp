@@ -29,7 +29,8 @@ LogPane::LogPane(QWidget* parent)
     m_Frame.setInterval(FrameMs);
     connect(&m_Frame, &QTimer::timeout, this, &LogPane::ShowAppended);
     connect(document(), &QTextDocument::contentsChange, this, [this](int position, int /*removed*/, int added) {
-        if (!m_Inserting) EndAsUsual(position, added); // text that the operator edits reads as it is shown
+        // Text that the operator edits reads as it is shown.
+        if (!m_Inserting) EndAsUsual(position, added);
     });
 }
 

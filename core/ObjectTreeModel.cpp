@@ -46,7 +46,8 @@ TreeNodeRef ObjectTreeModel::SetRoot(const QString& text, NodeTag tag)
 
 void ObjectTreeModel::ReplaceRoot(const TreeNodeRef& root)
 {
-    const TreeNodeRef before = m_Root; // the nodes are released when no view knows them any more
+    // The nodes are released when no view knows them any more.
+    const TreeNodeRef before = m_Root;
     beginResetModel();
     if (before) before->m_IsRoot = false;
     m_Root = root;
@@ -90,7 +91,8 @@ void ObjectTreeModel::Remove(const TreeNodeRef& node)
 {
     if (!Holds(node)) return;
     if (node == m_Root) return Clear();
-    const TreeNodeRef removed = node; // the caller's reference may be a child's slot in the vector itself
+    // The caller's reference may be a child's slot in the vector itself.
+    const TreeNodeRef removed = node;
     const TreeNodeRef parent = removed->Parent();
     const int row = removed->Row();
     beginRemoveRows(IndexOf(parent), row, row);

@@ -101,7 +101,8 @@ void PropertyGrid::SetValueText(int row, const QString& text)
 void PropertyGrid::RefreshRow(int row)
 {
     if (row < 0 || row >= m_Rows.size()) return;
-    const PropertyRows rows = m_Rows; // keeps the reader alive, whatever it does to the grid
+    // Keeps the reader alive, whatever it does to the grid.
+    const PropertyRows rows = m_Rows;
     const QPointer<PropertyGrid> self(this);
     const int timesLaid = m_TimesLaid;
     QString text;
@@ -201,5 +202,6 @@ int PropertyGrid::LongestCaption() const
     int longest = 0;
     for (const PropertyRow& row : m_Rows) longest = std::max(longest, fontMetrics().horizontalAdvance(row.Caption));
     const int besideText = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 1;
-    return longest + 2 * besideText + 2; // a grid line, and what text layout may round up
+    // A grid line, and what text layout may round up.
+    return longest + 2 * besideText + 2;
 }

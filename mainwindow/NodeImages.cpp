@@ -22,7 +22,8 @@ void LoadNodeImages(ObjectTreeModel& tree)
     for (const NodeTag tag : AllTags) {
         const QString file = QStringLiteral(":/mainwindow/%1.svg").arg(TagText(tag));
         QIcon image(file);
-        image.addFile(file, {}, QIcon::Selected); // keeps its own colours on a selected row
+        // Keeps its own colours on a selected row.
+        image.addFile(file, {}, QIcon::Selected);
         tree.SetImage(tag, image);
     }
 }

@@ -91,7 +91,8 @@ void ScriptProcess::SetUpChild()
         dup2(output, STDOUT_FILENO);
         dup2(errors, STDERR_FILENO);
         setpgid(0, 0);
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // a console that crashes leaves no script behind
+        // A console that crashes leaves no script behind.
+        prctl(PR_SET_PDEATHSIG, SIGKILL);
     });
 }
 

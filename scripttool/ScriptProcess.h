@@ -44,7 +44,8 @@ private:
         explicit Source(Channel channel);
 
         OutputPipe Pipe;
-        QByteArray Unread; ///< read from the pipe, but not yet delivered
+        /// Read from the pipe, but not yet delivered.
+        QByteArray Unread;
         const Channel Own;
         /// The channel of what is read now: marks may enclose errors in the output.
         Channel Kind;

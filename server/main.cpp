@@ -97,7 +97,8 @@ int Serve(const ServerOptions& options)
     kj::UnixEventPort::captureSignal(ServerPlace::RequestSignal);
     if (options.IsService) ServerPlace::Take(options.SocketPath);
     signal(SIGPIPE, SIG_IGN);
-    signal(SIGXFSZ, SIG_IGN); // a full disk is an error like any other
+    // A full disk is an error like any other.
+    signal(SIGXFSZ, SIG_IGN);
     AllowManyDescriptors();
     auto io = kj::setupAsyncIo();
     io.waitScope.setBusyPollInterval(EventsBetweenLooks);

@@ -54,7 +54,8 @@ Attachment::~Attachment() = default;
 void Attachment::SetLost()
 {
     m_Lost = true;
-    m_Readable.setEnabled(false); // a closed socket would stay readable for ever
+    // A closed socket would stay readable for ever.
+    m_Readable.setEnabled(false);
     m_Writable.setEnabled(false);
 }
 
@@ -99,7 +100,8 @@ kj::Promise<void> Attachment::Watch()
 
 void Attachment::LookAtCall()
 {
-    m_Messages.Resume(); // what waited to be sent may have gone
+    // What waited to be sent may have gone.
+    m_Messages.Resume();
     // KJ's clock stands still while its loop does not run, so its timer may fire early: only our own clock counts.
     const auto now = Clock::now();
     if (!m_Waiting || now - m_CallSince < m_Patience.Interval) return;

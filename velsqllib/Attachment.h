@@ -26,9 +26,11 @@ public:
     {
         /// Time before a call counts as long, and between two looks at it.
         std::chrono::milliseconds Interval{30};
-        std::chrono::milliseconds BeforePing{1500}; ///< how long a call may take before a ping
+        /// How long a call may take before a ping.
+        std::chrono::milliseconds BeforePing{1500};
         std::chrono::milliseconds ForPingAnswer{3500};
-        std::chrono::milliseconds AfterLoss{100}; ///< BeforePing for a server that has lost an answer
+        /// BeforePing for a server that has lost an answer.
+        std::chrono::milliseconds AfterLoss{100};
     };
 
     /// Takes over a connected socket. Every call that becomes long runs `longCall` once from inside.
@@ -85,8 +87,10 @@ private:
     bool m_PingSent = false;
     // Calls are numbered from 1; 0 means none.
     quint64 m_Call = 0;
-    quint64 m_PingedCall = 0;  ///< the call that waited when the ping was sent
-    quint64 m_UnknownCall = 0; ///< the call that the server says is not under way
+    /// The call that waited when the ping was sent.
+    quint64 m_PingedCall = 0;
+    /// The call that the server says is not under way.
+    quint64 m_UnknownCall = 0;
     Clock::time_point m_CallSince;
     /// Since the call began or the server last proved alive.
     Clock::time_point m_WaitingSince;
@@ -97,5 +101,6 @@ private:
     kj::Promise<void> m_Ping;
     // Destroyed first: they must not outlive the socket.
     QSocketNotifier m_Readable;
-    QSocketNotifier m_Writable; ///< enabled only while something waits to be sent
+    /// Enabled only while something waits to be sent.
+    QSocketNotifier m_Writable;
 };

@@ -33,7 +33,8 @@ QString StateFolder()
 void MakePrivateFolder(const QString& path)
 {
     QDir().mkpath(QFileInfo(path).path());
-    mkdir(QFile::encodeName(path).constData(), 0700); // failures are reported by the code that writes into it
+    // Failures are reported by the code that writes into it.
+    mkdir(QFile::encodeName(path).constData(), 0700);
 }
 
 QString ServerLogPath(const QString& socketPath)

@@ -216,6 +216,7 @@ capnp::ReaderOptions WireReaderOptions()
 {
     capnp::ReaderOptions options;
     options.traversalLimitInWords = 64 * 1024 * 1024;
-    options.nestingLimit = 3 * MaxArrayDepth + 16; // a variant inside an array is three pointers deep
+    // A variant inside an array is three pointers deep.
+    options.nestingLimit = 3 * MaxArrayDepth + 16;
     return options;
 }

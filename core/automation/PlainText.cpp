@@ -80,7 +80,8 @@ QDateTime ToDateTime(Date date)
     if (!Calendar::IsInRange(date)) throw ValueError::Overflow();
     auto milliseconds = static_cast<qint64>(std::nearbyint(Calendar::TimeOfDay(date) * MillisecondsADay));
     auto wholeDay = static_cast<qint64>(date.Days);
-    if (milliseconds == static_cast<qint64>(MillisecondsADay)) { // the last half millisecond rounds up to the next day
+    // The last half millisecond rounds up to the next day.
+    if (milliseconds == static_cast<qint64>(MillisecondsADay)) {
         milliseconds = 0;
         ++wholeDay;
     }

@@ -36,7 +36,8 @@ public:
     {
         if (a.IsArray() && b.IsArray()) return SameArrays(a.Array(), b.Array());
         if (a.GetIf<Currency>() && b.GetIf<Currency>()) return a == b;
-        const auto numberA = NumberIn(a); // doubles would not hold all digits of two amounts
+        // Doubles would not hold all digits of two amounts.
+        const auto numberA = NumberIn(a);
         const auto numberB = NumberIn(b);
         if (IsSingleAgainstDouble(a, b)) return static_cast<float>(*numberA) == static_cast<float>(*numberB);
         if (numberA && numberB) return *numberA == *numberB;

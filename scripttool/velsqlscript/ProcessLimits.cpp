@@ -19,7 +19,8 @@ namespace {
 QByteArray s_OutOfMemory;
 QByteArray s_OutOfStack;
 QByteArray s_Crashed;
-std::uintptr_t s_StackEnd = 0; ///< the lowest address that the stack may reach
+/// The lowest address that the stack may reach.
+std::uintptr_t s_StackEnd = 0;
 std::array<std::byte, 65'536> s_HandlerStack;
 
 #ifdef __SANITIZE_ADDRESS__

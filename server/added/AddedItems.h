@@ -38,6 +38,7 @@ private:
     DefinitionMaker m_Maker;
     QList<PlantItemRef> m_Items;
     std::optional<AddedItemsFile> m_File; ///< empty for the built-in plant
-    QList<DefinedItem> m_Aside;           ///< in the file, but not in the plant
+    /// In the file, but not in the plant.
+    QList<DefinedItem> m_Aside;
     QString m_LastFailure;
 };

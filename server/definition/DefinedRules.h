@@ -37,7 +37,8 @@ private:
     VarType m_ReadType;
     VarType m_WriteType;
     std::optional<Limits> m_MinMax;
-    std::optional<Limits> m_Deadband; ///< how far below and above the previous value
+    /// How far below and above the previous value.
+    std::optional<Limits> m_Deadband;
     qint32 m_Chattering = 0;
     /// The chattering filter's candidate, and how often it has arrived in a row.
     Variant m_Candidate;

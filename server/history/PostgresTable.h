@@ -19,5 +19,6 @@ private:
     QString RowText(const RecordedValue& value);
     QString Literal(const QVariant& value) const;
 
-    qint64 m_Count = -1; ///< rows in the table; -1 while not counted
+    /// Rows in the table; -1 while not counted.
+    qint64 m_Count = -1;
 };

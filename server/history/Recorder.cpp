@@ -20,7 +20,8 @@ constexpr std::size_t LargestBatch = 5000;
 constexpr std::size_t BatchWorthWriting = 1000;
 constexpr auto LongestWait = 200ms; // time for a batch to fill
 constexpr auto RetryPause = 1000ms;
-constexpr auto LongestEnd = 20s; // a full queue takes some seconds to write
+// A full queue takes some seconds to write.
+constexpr auto LongestEnd = 20s;
 constexpr auto LongestSilence = 5s;
 constexpr qsizetype MostRefused = 10'000;
 

@@ -59,7 +59,8 @@ void StatementBreaker::Arm(const DatabaseSession& session)
 
 void StatementBreaker::Disarm()
 {
-    std::optional<Worker> messenger; // waited for here, never by the event loop
+    // Waited for here, never by the event loop.
+    std::optional<Worker> messenger;
     const std::lock_guard lock(m_Guard);
     if (m_Sqlite) sqlite3_progress_handler(m_Sqlite, 0, nullptr, nullptr);
     m_Sqlite = nullptr;

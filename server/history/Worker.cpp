@@ -22,7 +22,8 @@ Worker::Worker(std::function<void(const std::stop_token&)> work, std::chrono::se
     , m_Patience(patience)
     , m_Thread([work = std::move(work), progress = m_Progress](const std::stop_token& stop) mutable {
         work(stop);
-        work = nullptr; // its objects are released before the owner is told
+        // Its objects are released before the owner is told.
+        work = nullptr;
         const std::lock_guard lock(progress->Guard);
         progress->Done = true;
         progress->Changed.notify_all();

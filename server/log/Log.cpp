@@ -14,7 +14,8 @@
 namespace {
 
 std::atomic<LogLevel> s_Lowest = LogLevel::Info;
-bool s_HasFile = false; ///< or should have; set, like the file, before there are threads
+/// There is a log file, or should be one. Set, like the file, before there are threads.
+bool s_HasFile = false;
 std::unique_ptr<LogFile> s_File;
 std::atomic<bool> s_IsStandardErrorRead = true;
 

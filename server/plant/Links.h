@@ -6,7 +6,8 @@
 struct LinkText
 {
     QString Name;
-    qsizetype Element = -1; ///< index in the linked array; -1 for the whole value
+    /// Index in the linked array; -1 for the whole value.
+    qsizetype Element = -1;
 };
 
 /// With `extracts`, "<item>(3)" means element 3 and "<item>" element 0; otherwise parentheses belong to the name.

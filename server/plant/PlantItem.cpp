@@ -233,7 +233,8 @@ bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
 void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasion)
 {
     const bool isChange = m_Active && IsChange(value, occasion);
-    if (!(value == m_Value)) m_Value = value; // an equal block is not replaced, wherever it is shared
+    // An equal block is not replaced, wherever it is shared.
+    if (!(value == m_Value)) m_Value = value;
     m_Time = time;
     m_State = ItemState::Succeeded;
     if (!isChange) return;
@@ -244,5 +245,6 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
 void PlantItem::Forget()
 {
     m_Controller = nullptr;
-    m_Value = m_Tag = m_Id = Variant(); // an object among them may hold this item
+    // An object among them may hold this item.
+    m_Value = m_Tag = m_Id = Variant();
 }

@@ -122,7 +122,8 @@ public:
 
 private:
     std::vector<ReplayedValue> m_Values;
-    double m_Length; ///< of one turn, in seconds; 0 when it does not repeat
+    /// Of one turn, in seconds; 0 when it does not repeat.
+    double m_Length;
 };
 
 /// The local time, for items of type DATE or texts.

@@ -79,7 +79,8 @@ private:
     kj::Timer& m_Timer;
     std::vector<ClientAccount*> m_Accounts;
     qint64 m_Bytes = 0;
-    qint64 m_Peak = 0; ///< since memory was last returned to the system
+    /// Since memory was last returned to the system.
+    qint64 m_Peak = 0;
     bool m_Dismissing = false;
     bool m_TrimDue = false;
     kj::Promise<void> m_Trim = kj::READY_NOW;

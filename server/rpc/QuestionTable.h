@@ -35,7 +35,8 @@ public:
 private:
     struct Question
     {
-        int Row = 1; ///< how many calls, up to this one, wait for each other
+        /// How many calls, up to this one, wait for each other.
+        int Row = 1;
         bool Answered = false;
         bool Finished = false;
         ClientCharge Charge;

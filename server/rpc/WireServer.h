@@ -25,7 +25,8 @@ public:
         const bool isKnown = interfaceId == schema.getProto().getId() && methodId < schema.getMethods().size();
         if (!m_Gate.IsWatched() || !isKnown) [[likely]] // what a newer client may ask for is refused below
             return Dispatch(interfaceId, methodId, context);
-        context.allowCancellation(); // a call that is held up ends with its client
+        // A call that is held up ends with its client.
+        context.allowCancellation();
         auto passed = kj::evalNow([&] { return m_Gate.Pass(Called(), schema.getMethods()[methodId], context); });
         auto done = passed.then([this, interfaceId, methodId, context]() mutable {
             return Dispatch(interfaceId, methodId, context).promise;
