@@ -19,7 +19,7 @@ QString CommandLine::Read(const QStringList& arguments, Files files)
     if (isSet(QStringLiteral("version"))) return m_Program + QStringLiteral(" " VELSQL_VERSION);
     const QStringList others = positionalArguments();
     if (files == Files::None && !others.isEmpty())
-        throw UsageError(QStringLiteral("\"%1\" is no option; --help lists them.").arg(others.first()));
+        throw UsageError(QStringLiteral("\"%1\" is not an option; --help lists them.").arg(others.first()));
     return {};
 }
 

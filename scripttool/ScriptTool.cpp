@@ -31,7 +31,8 @@ void ScriptTool::AddObject(const QString& name, const ObjectRef& object)
 {
     if (!std::dynamic_pointer_cast<VelSQLEngine>(object))
         throw ServerError(QStringLiteral("Only the engine can be given to scripts."));
-    if (!IsIdentifier(name)) throw ServerError(QStringLiteral("\"%1\" is no name for a script object.").arg(name));
+    if (!IsIdentifier(name))
+        throw ServerError(QStringLiteral("\"%1\" is not a valid name for a script object.").arg(name));
     if (m_Names.contains(name)) throw ServerError(QStringLiteral("The script object \"%1\" exists already.").arg(name));
     m_Names << name;
     m_Form->SetNames(m_Names);

@@ -122,7 +122,7 @@ void ServerProcess::TellReady() const
     if (m_Options.ReadyDescriptor < 0) return;
     const char ready = '\n';
     if (write(m_Options.ReadyDescriptor, &ready, 1) != 1)
-        Log(LogLevel::Warning, QStringLiteral("Whoever started the server does not listen any more."));
+        Log(LogLevel::Warning, QStringLiteral("The process that started the server no longer listens."));
     close(m_Options.ReadyDescriptor);
 }
 

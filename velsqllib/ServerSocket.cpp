@@ -48,7 +48,7 @@ void RemoveLeftover(const char* path)
     // If something is wrong, binding the socket reports it.
     if (lstat(path, &status) != 0) return;
     if (!S_ISSOCK(status.st_mode))
-        throw DescribedError(QStringLiteral("%1 exists and is no socket.").arg(QFile::decodeName(path)));
+        throw DescribedError(QStringLiteral("%1 exists and is not a socket.").arg(QFile::decodeName(path)));
     unlink(path);
 }
 

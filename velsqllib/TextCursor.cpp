@@ -93,7 +93,7 @@ QString TextCursor::TakeText()
     if (!TakeIf(u'"')) return TakePlain().toString();
     QString text = TakeQuoted();
     SkipBlanks();
-    if (!AtDelimiter()) throw ValueError(Quote(Left()) + QStringLiteral(" stands behind a closing quote"));
+    if (!AtDelimiter()) throw ValueError(Quote(Left()) + QStringLiteral(" follows a closing quote"));
     return text;
 }
 

@@ -25,7 +25,7 @@ Variant ValueReader::ReadTyped()
     const VarType type = ReadTypeCode(m_Cursor.TakePlain());
     if (m_Cursor.TakeIf(u',')) return ReadValue(type);
     if (type == VT_EMPTY || type == VT_NULL) return ReadValue(type);
-    throw ValueError(TypeName(type) + QStringLiteral(": a comma and the value text are missing behind the type code"));
+    throw ValueError(TypeName(type) + QStringLiteral(": a comma and the value text are missing after the type code"));
 }
 
 Variant ValueReader::ReadValue(VarType type)

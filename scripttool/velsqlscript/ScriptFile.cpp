@@ -36,7 +36,7 @@ QByteArray ReadFile(const QString& path, const QString& title)
     if (!info.exists()) throw DescribedError(QStringLiteral("%1: there is no such file").arg(title));
     if (!info.isFile())
         throw DescribedError(
-            QStringLiteral("%1: is no file (a script may also come through standard input, as \"-\")").arg(title));
+            QStringLiteral("%1: is not a file (a script may also come through standard input, as \"-\")").arg(title));
     if (!file.open(QFile::ReadOnly))
         throw DescribedError(QStringLiteral("%1: cannot be read: %2").arg(title, file.errorString()));
     return ReadBytes(file, title);

@@ -90,7 +90,7 @@ Variant ScriptValues::FromObject(const QJSValue& object)
 {
     const QJSValue handle = object.isObject() ? m_Prelude.Unwrap.call({object}) : QJSValue();
     if (handle.isUndefined())
-        throw ValueError(Quote(object.toString()) + QStringLiteral(" is no value that the server knows"));
+        throw ValueError(Quote(object.toString()) + QStringLiteral(" is not a value that the server knows"));
     return handle.toVariant().value<ScriptHandle>().Value;
 }
 

@@ -70,7 +70,7 @@ VarType TypeNamed(const QString& name)
     for (const VarType type : NameableTypes) {
         if (NameOfType(type) == name) return type;
     }
-    throw ValueError(QStringLiteral("\"%1\" is no type such as \"I2\"").arg(name));
+    throw ValueError(QStringLiteral("\"%1\" is not a type such as \"I2\"").arg(name));
 }
 
 Variant MakeTyped(VarType type, const Variant& plain)

@@ -76,7 +76,7 @@ QString TakeMarkedValue(QStringView& rest, QChar closing, qsizetype part)
     if (at >= rest.size()) throw MistakeAt(part, QStringLiteral("has no closing ") + closing);
     rest = rest.sliced(at + 1).trimmed();
     if (!rest.isEmpty() && rest.front() != u';')
-        throw MistakeAt(part, QStringLiteral("goes on behind its closing ") + closing);
+        throw MistakeAt(part, QStringLiteral("continues after its closing ") + closing);
     rest = rest.isEmpty() ? rest : rest.sliced(1);
     return value;
 }
@@ -120,7 +120,7 @@ QString DriverOf(const QString& name)
     if (name.startsWith(u"postgres", Qt::CaseInsensitive) || name.compare(u"psql", Qt::CaseInsensitive) == 0)
         return QStringLiteral("QPSQL");
     throw DescribedError(
-        QStringLiteral("The connection string names a driver that is not there: there are SQLite and PostgreSQL."));
+        QStringLiteral("The connection string names an unknown driver: the drivers are SQLite and PostgreSQL."));
 }
 
 int PortOf(const QString& text)
@@ -129,7 +129,7 @@ int PortOf(const QString& text)
     bool isNumber = false;
     const int port = text.toInt(&isNumber);
     if (!isNumber || port < 1 || port > 65535)
-        throw DescribedError(QStringLiteral("The connection string's port is no port number."));
+        throw DescribedError(QStringLiteral("The connection string's port is not a port number."));
     return port;
 }
 

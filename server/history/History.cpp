@@ -32,7 +32,8 @@ History::History(HistorySettings settings, kj::Timer& timer)
     for (int index : {1, 2}) {
         const HistoryDestination& destination = Destination(index);
         const bool isOwn = destination.ConnectionString == OwnConnection();
-        if (isOwn) TakeFromOthers(OwnDatabase()); // an earlier version left this to the umask
+        // An earlier version left this to the umask.
+        if (isOwn) TakeFromOthers(OwnDatabase());
         if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
     }
 }
@@ -74,7 +75,7 @@ QString History::TableName(qint32 index) const
 kj::Promise<ResultSpoolRef> History::Execute(const QString& statement, const HistoryUserRef& user)
 {
     const QString& where = Destination(1).ConnectionString;
-    if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to ask."));
+    if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to query."));
     return m_Runner.Run(DatabaseAddress(where), statement, user);
 }
 

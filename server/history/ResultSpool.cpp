@@ -15,7 +15,8 @@ namespace {
 
 constexpr qint64 LargestRow = 256 * 1024 * 1024;
 constexpr qint64 LargestResult = qint64{4} * 1024 * 1024 * 1024;
-constexpr std::chrono::milliseconds LongestWait(200); // how long rows may wait for their page
+// How long rows may wait for their page.
+constexpr std::chrono::milliseconds LongestWait(200);
 
 [[noreturn]] void ThrowSystemError(const QString& what)
 {
@@ -25,7 +26,7 @@ constexpr std::chrono::milliseconds LongestWait(200); // how long rows may wait 
 /// Also opens `file`.
 qint64 PlaceIn(QTemporaryFile& file, qint64 mostBytes)
 {
-    if (!file.open()) throw DescribedError(QStringLiteral("The result has no place: %1").arg(file.errorString()));
+    if (!file.open()) throw DescribedError(QStringLiteral("The result cannot be stored: %1").arg(file.errorString()));
     if (mostBytes > 0) return mostBytes;
     struct statvfs disk
     {

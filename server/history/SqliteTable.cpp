@@ -12,7 +12,7 @@ SqliteTable::SqliteTable(const DatabaseAddress& address, const QString& name)
     , m_Path(address.Database())
     , m_Database(Session().SqliteHandle())
 {
-    if (!m_Database) throw DescribedError(QStringLiteral("The SQLite driver does not give its database away."));
+    if (!m_Database) throw DescribedError(QStringLiteral("The SQLite driver does not provide its database handle."));
     Session().Run(QStringLiteral("PRAGMA journal_mode = WAL"));
     Session().Run(QStringLiteral("PRAGMA synchronous = NORMAL"));
     Session().Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (controller_name TEXT, item_name TEXT, "

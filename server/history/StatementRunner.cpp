@@ -76,7 +76,8 @@ public:
 
     ResultSpoolRef operator()(ResultSpoolRef&& result)
     {
-        m_Breaker = nullptr; // from here on it ends with the result
+        // From here on it ends with the result.
+        m_Breaker = nullptr;
         if (const auto statement = m_Statement.lock()) statement->Result = result;
         result->NoteAsked();
         return std::move(result);
@@ -153,7 +154,7 @@ void StatementRunner::Break(qint32 number)
         if (statement->Number == number && !statement->Thread->IsDone())
             return statement->Break(QStringLiteral("The statement was ended by a command."));
     }
-    throw DescribedError(QStringLiteral("There is no statement %1 running.").arg(number));
+    throw DescribedError(QStringLiteral("No statement %1 is running.").arg(number));
 }
 
 void StatementRunner::RequestStop()

@@ -89,7 +89,7 @@ void ClientHost::Accept()
         if (errno == EAGAIN) return;
         // Out of descriptors or memory: clients that wait are accepted when another one has gone.
         Log(LogLevel::Error,
-            QStringLiteral("A client cannot be taken: %1").arg(QString::fromLocal8Bit(strerror(errno))));
+            QStringLiteral("A client cannot be accepted: %1").arg(QString::fromLocal8Bit(strerror(errno))));
         m_Tasks.add(m_Io.provider->getTimer().afterDelay(500 * kj::MILLISECONDS).then([this] { Accept(); }));
         return;
     }

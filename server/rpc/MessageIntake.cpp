@@ -74,7 +74,7 @@ kj::Promise<bool> MessageIntake::Fetch(size_t bytes)
         .then([this, bytes](size_t count) {
             m_End += count;
             if (Unread() >= bytes) return true;
-            if (Unread() > 0) RefuseMessage("it went in the middle of a message");
+            if (Unread() > 0) RefuseMessage("it disconnected in the middle of a message");
             return false;
         });
 }
@@ -105,7 +105,7 @@ kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadRest(kj::Own<ReceivedMe
     if (rest.size() == 0) return kj::mv(message);
     auto reading = m_Stream.tryRead(rest.begin(), 1, std::min(rest.size(), MostFetchedAtOnce));
     return reading.then([this, message = kj::mv(message)](size_t count) mutable {
-        if (count == 0) RefuseMessage("it went in the middle of a message");
+        if (count == 0) RefuseMessage("it disconnected in the middle of a message");
         message->HasArrived(count);
         return kj::evalLater([this, message = kj::mv(message)]() mutable { return ReadRest(kj::mv(message)); });
     });

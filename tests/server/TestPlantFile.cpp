@@ -34,7 +34,7 @@ TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
         {R"(enabled = "yes")", u"enabled: true or false must stand here"_s},
         {R"([[history.destination]])", {}},
         {R"(connection = "Driver=Oracle;Database=x")",
-         u"connection: The connection string names a driver that is not there: there are SQLite and PostgreSQL."_s},
+         u"connection: The connection string names an unknown driver: the drivers are SQLite and PostgreSQL."_s},
         {R"([[controller]])", {}},
         {R"(name = "A")", {}},
         {R"(active = 1)", u"active: true or false must stand here"_s},

@@ -13,7 +13,7 @@ TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
     const QTemporaryDir own, open;
     const QString notes = own.filePath(u"notes"_s);
     WriteFile(notes, "precious");
-    EXPECT_EQ(EndOfServer({u"--socket"_s, notes})[1], u"error: %1 exists and is no socket."_s.arg(notes));
+    EXPECT_EQ(EndOfServer({u"--socket"_s, notes})[1], u"error: %1 exists and is not a socket."_s.arg(notes));
     EXPECT_EQ(ContentOf(notes), u"precious");
     QFile::setPermissions(open.path(), QFile::Permissions(0x7777));
     EXPECT_EQ(EndOfServer({u"--socket"_s, open.filePath(u"s"_s)})[1],

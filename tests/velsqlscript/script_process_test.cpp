@@ -60,7 +60,7 @@ TEST(ScriptFiles, AndOptionsThatCannotBeUsed)
         {{path(u"large.js"_s)}, path(u"large.js: is larger than 16 MiB"_s)},
         {{path(u"missing.js"_s)}, path(u"missing.js: there is no such file"_s)},
         {{path(u"pipe"_s)},
-         path(u"pipe"_s) + u": is no file (a script may also come through standard input, as \"-\")"_s},
+         path(u"pipe"_s) + u": is not a file (a script may also come through standard input, as \"-\")"_s},
         {{}, u"velsqlscript: One FILE is needed, or \"-\"; --help tells more."_s},
         {{u"--name=1x"_s, u"-"_s}, u"velsqlscript: --name takes a name that a script can use, not \"1x\"."_s},
         {{u"--memory=1"_s, u"-"_s}, u"velsqlscript: --memory takes a number of MiB from 64 to 1048576, not \"1\"."_s},
