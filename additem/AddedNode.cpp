@@ -5,6 +5,7 @@
 #include "core/ObjectTreeModel.h"
 
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -20,26 +21,30 @@ qint16 PositionOf(const QString& name, const QList<QString>& names)
     return position;
 }
 
-/// The row of the controller's item whose name stands at `position` of the list. Only the controller's own nodes are
-/// searched: names may hold backslashes, so a node below another controller may have the same key.
-int RowOf(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
+/// The row of the controller's item with this name. Only the controller's own nodes are searched: names may hold
+/// backslashes, so a node below another controller may have the same key.
+std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name)
 {
-    if (position >= names.size()) throw ValueError::SubscriptOutOfRange();
-    const QString& name = names[position];
     for (int row = 0; row < controllerNode->ChildCount(); ++row)
         if (controllerNode->Child(row)->Text() == name) return row;
+    return std::nullopt;
+}
+
+/// The row of the neighbour, which stands at `position` of the list.
+int RowOfNeighbour(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
+{
+    if (position >= names.size()) throw ValueError::SubscriptOutOfRange();
+    if (const auto row = RowOf(controllerNode, names[position])) return *row;
     throw ValueError(QStringLiteral("The object tree has no node \"%1\".")
-                         .arg(controllerNode->Key() + TreeNode::PathSeparator + name));
+                         .arg(controllerNode->Key() + TreeNode::PathSeparator + names[position]));
 }
 
 /// The server may have lost an item whose node is still in the tree. Two nodes of one name would share one key.
 void RefuseSecondNode(const TreeNodeRef& controllerNode, const QString& name)
 {
-    for (int row = 0; row < controllerNode->ChildCount(); ++row) {
-        const TreeNodeRef node = controllerNode->Child(row);
-        if (node->Text() == name)
-            throw ValueError(QStringLiteral("The object tree has a node \"%1\" already.").arg(node->Key()));
-    }
+    if (const auto row = RowOf(controllerNode, name))
+        throw ValueError(
+            QStringLiteral("The object tree has a node \"%1\" already.").arg(controllerNode->Child(*row)->Key()));
 }
 
 } // namespace
@@ -56,7 +61,9 @@ TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controller
     RefuseSecondNode(controllerNode, name);
     if (count == 1) return tree.Append(controllerNode, name, NodeTag::AddItem);
     if (position > 0)
-        return tree.Insert(controllerNode, RowOf(controllerNode, names, position - 1) + 1, name, NodeTag::AddItem);
-    RowOf(controllerNode, names, 1); // First of all, in front of the one that was first: that one must be there.
+        return tree.Insert(controllerNode, RowOfNeighbour(controllerNode, names, position - 1) + 1, name,
+                           NodeTag::AddItem);
+    // First of all, in front of the one that was first: that one must be there.
+    RowOfNeighbour(controllerNode, names, 1);
     return tree.Insert(controllerNode, 0, name, NodeTag::AddItem);
 }

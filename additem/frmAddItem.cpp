@@ -19,7 +19,7 @@ namespace {
 
 void FollowCalculation(ListBox* list, QLineEdit* operand)
 {
-    EnableFields(NeedsOperand(static_cast<Operator>(list->ListIndex())), {operand});
+    EnableFields(NeedsOperand(OperatorAt(list->ListIndex())), {operand});
     list->setToolTip(list->currentText());
 }
 

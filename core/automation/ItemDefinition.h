@@ -1,11 +1,6 @@
 #pragma once
 
-#include "core/automation/VarType.h"
-
-#include <QStringView>
-
-#include <array>
-#include <span>
+#include "core/automation/ItemChoices.h"
 
 /// The definition of a new item is an array of 41 values: the add-item dialog sends it, and a server makes the item
 /// from it.
@@ -55,70 +50,6 @@ enum class Element : int
     Operand2,
     ObjectOption
 };
-
-/// The operators of a calculation, numbered by their positions in the list.
-enum class Operator : int
-{
-    Nop,
-    Add,
-    Subtract,
-    Multiply,
-    Divide,
-    Modulo,
-    And,
-    Or,
-    Xor,
-    ShiftLeft,
-    ShiftRight,
-    Equal,
-    NotEqual,
-    LessOrEqual,
-    Less,
-    GreaterOrEqual,
-    Greater,
-    Concatenate,
-    IntegerDivide,
-    Imply,
-    Power,
-    Absolute,
-    Fix,
-    Integer,
-    Negate,
-    Not,
-    RadiansToDegrees,
-    DegreesToRadians,
-    Length,
-    Left,
-    Right
-};
-
-/// "+" to "POW", "Left$" and "Right$"; neither "(NOP)" nor "ABS" to "LEN".
-constexpr bool NeedsOperand(Operator operation)
-{
-    return (operation > Operator::Nop && operation <= Operator::Power) || operation >= Operator::Left;
-}
-
-/// The lists from which the operator chooses, in the order of their codes.
-inline constexpr std::array<QStringView, 31> OperatorChoices = {
-    u"(NOP)", u"+",   u"-",   u"*",   u"/",       u"MOD",     u"AND", u"OR",    u"XOR",   u"<<",  u">>",
-    u"=",     u"<>",  u"<=",  u"<",   u">=",      u">",       u"CAT", u"IDIV",  u"IMP",   u"POW", u"ABS",
-    u"FIX",   u"INT", u"NEG", u"NOT", u"RAD2DEG", u"DEG2RAD", u"LEN", u"Left$", u"Right$"};
-/// An initial value has one of the first 12 types; a requested type may also be VT_VARIANT, which leaves values
-/// unchanged.
-inline constexpr std::array<QStringView, 13> TypeChoices = {u"VT_BOOL", u"VT_I1",  u"VT_UI1",    u"VT_I2", u"VT_UI2",
-                                                            u"VT_I4",   u"VT_UI4", u"VT_R4",     u"VT_R8", u"VT_BSTR",
-                                                            u"VT_DATE", u"VT_CY",  u"VT_VARIANT"};
-inline constexpr std::array<VarType, 13> ChoosableTypes = {VT_BOOL, VT_I1, VT_UI1,  VT_I2,   VT_UI2, VT_I4,     VT_UI4,
-                                                           VT_R4,   VT_R8, VT_BSTR, VT_DATE, VT_CY,  VT_VARIANT};
-inline constexpr std::span<const QStringView> InitialTypeChoices = std::span(TypeChoices).first<12>();
-inline constexpr std::array<QStringView, 3> ItemTypeChoices = {u"Normal", u"Alias", u"Array"};
-inline constexpr std::array<QStringView, 5> ClassChoices = {u"Controller Class", u"Task Class", u"Robot Class",
-                                                            u"Extension Class", u"File Class"};
-inline constexpr std::array<QStringView, 3> AttributeChoices = {u"Read / Write", u"Read Only", u"Write Only"};
-inline constexpr std::array<QStringView, 3> ForceChoices = {u"n/a", u"Reading", u"Writing"};
-/// Two blanks each, on purpose.
-inline constexpr std::array<QStringView, 4> PropertyChoices = {u"0:  Value", u"1:  ID", u"2:  Activation",
-                                                               u"3:  LinkActivation"};
 
 /// What an element is: its name in messages, its form, and, for a VT_I2 (a position in a list), what the list offers.
 struct ElementKind

@@ -103,7 +103,7 @@ Variant Shift(Operator operation, const Variant& value, const Variant& operand)
 {
     const qint32 places = Bits(operand);
     if (places < 0 || places > 31)
-        throw ValueError(QStringLiteral("a shift by %1 is not one by 0 to 31 bits").arg(places));
+        throw ValueError(QStringLiteral("a shift by %1 is not within 0 to 31 bits").arg(places));
     const qint32 bits = Bits(value);
     if (operation == Operator::ShiftRight) return bits >> places;
     return static_cast<qint32>(static_cast<quint32>(bits) << places);

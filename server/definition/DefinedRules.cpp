@@ -10,7 +10,7 @@ namespace {
 Calculation CalculationOf(const Definition& definition, const PlantController& controller, Element choice,
                           Element operand)
 {
-    const auto operation = static_cast<Operator>(definition.Choice(choice));
+    const auto operation = definition.Meaning(choice, OperatorList);
     const QString& text = definition.Text(operand);
     const bool exists = controller.Owner().Resolve(controller, text) || IsNumeric(text);
     if (NeedsOperand(operation) && !exists)
@@ -50,7 +50,8 @@ DefinedRules::DefinedRules(const Definition& definition, const PlantController& 
     : m_Bcd(definition.Flag(Element::Bcd))
     , m_First(CalculationOf(definition, controller, Element::Calculation, Element::Operand))
     , m_Second(CalculationOf(definition, controller, Element::Calculation2, Element::Operand2))
-    , m_Calculates(definition.Choice(Element::Calculation) + definition.Choice(Element::Calculation2) > 0)
+    , m_Calculates(definition.Meaning(Element::Calculation, OperatorList) != Operator::Nop ||
+                   definition.Meaning(Element::Calculation2, OperatorList) != Operator::Nop)
     , m_ReadType(RequestedType(definition, Element::RequestRead, Element::ReadType))
     , m_WriteType(RequestedType(definition, Element::RequestWrite, Element::WriteType))
 {

@@ -20,7 +20,7 @@ void CheckForm(Element element, const Variant& value)
     if (choice < 0) Definition::Refuse(element, QStringLiteral("nothing is selected"));
     const auto count = static_cast<int>(kind.Choices.size());
     if (choice >= count)
-        Definition::Refuse(element, QStringLiteral("there are the choices 0 to %1, not %2").arg(count - 1).arg(choice));
+        Definition::Refuse(element, QStringLiteral("the choices are 0 to %1, not %2").arg(count - 1).arg(choice));
 }
 
 } // namespace
@@ -43,14 +43,9 @@ bool Definition::Flag(Element element) const
     return Sent(element).Get<bool>();
 }
 
-int Definition::Choice(Element element) const
+std::size_t Definition::Position(Element element) const
 {
-    return Sent(element).Get<qint16>();
-}
-
-VarType Definition::Type(Element element) const
-{
-    return ChoosableTypes[static_cast<std::size_t>(Choice(element))];
+    return static_cast<std::size_t>(Sent(element).Get<qint16>());
 }
 
 double Definition::Number(Element element) const

@@ -15,9 +15,13 @@ public:
 
     const QString& Text(Element element) const;
     bool Flag(Element element) const;
-    int Choice(Element element) const;
-    /// The value type that a choice stands for.
-    VarType Type(Element element) const;
+    /// What the choice means; `list` is that of the element.
+    template <typename T, std::size_t Count>
+    T Meaning(Element element, const std::array<Choice<T>, Count>& list) const
+    {
+        return list[Position(element)].Means;
+    }
+    VarType Type(Element element) const { return Meaning(element, TypeList); }
     /// The number in a text that holds nothing else. Throws ServerError.
     double Number(Element element) const;
     qint32 Integer(Element element) const;
@@ -28,5 +32,7 @@ public:
     [[noreturn]] static void Refuse(Element element, const QString& reason);
 
 private:
+    std::size_t Position(Element element) const;
+
     QList<Variant> m_Elements;
 };

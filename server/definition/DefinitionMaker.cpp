@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "server/definition/DefinedRules.h"
+#include "server/definition/ItemMeanings.h"
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
 #include "velsqllib/ValueText.h"
@@ -23,7 +24,7 @@ void CheckName(const QString& name)
 QStringList LinksOf(const Definition& definition, const PlantController& controller)
 {
     const QString& text = definition.Text(Element::LinkItem);
-    const auto kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
+    const auto kind = definition.Meaning(Element::ItemType, ItemKinds);
     QStringList links;
     if (kind == ItemKind::Array) {
         for (const QString& link : text.split(u',', Qt::SkipEmptyParts)) links.append(link.trimmed());
@@ -65,15 +66,15 @@ ItemTraits TraitsOf(const Definition& definition, const PlantController& control
     ItemTraits traits;
     traits.Name = definition.Text(Element::Name);
     traits.Description = definition.Text(Element::Description);
-    traits.Kind = static_cast<ItemKind>(definition.Choice(Element::ItemType));
-    traits.Attribute = static_cast<Access>(definition.Choice(Element::Attribute));
+    traits.Kind = definition.Meaning(Element::ItemType, ItemKinds);
+    traits.Attribute = definition.Meaning(Element::Attribute, Attributes);
     traits.Initial = InitialValueOf(definition, traits.Attribute);
     traits.Links = LinksOf(definition, controller);
-    traits.Property = static_cast<LinkedProperty>(definition.Choice(Element::LinkedProperty));
+    traits.Property = definition.Meaning(Element::LinkedProperty, LinkedProperties);
     traits.ExtractsElement = definition.Flag(Element::ExtractLinking);
     traits.Historic = definition.Flag(Element::UseHistory);
     traits.RaisesEvents = definition.Flag(Element::OnChange);
-    traits.Forced = static_cast<ForcedChange>(definition.Choice(Element::Force));
+    traits.Forced = definition.Meaning(Element::Force, ForcedChanges);
     traits.ComparesArrays = definition.Flag(Element::CompareArrays);
     traits.TakesEmpty = definition.Flag(Element::UseEmpty);
     traits.Active = !definition.Flag(Element::Deactivate);

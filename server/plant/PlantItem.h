@@ -2,45 +2,19 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/ServerObjects.h"
+#include "server/plant/ItemTraits.h"
 #include "server/plant/Moment.h"
 #include "server/plant/Signal.h"
-
-#include <QStringList>
 
 #include <optional>
 
 class PlantController;
 
-enum class Access
-{
-    ReadWrite = 0,
-    ReadOnly = 1,
-    WriteOnly = 2
-};
 enum class ItemState
 {
     Succeeded = 0,
     Failed = 1,
     Undefined = 2
-};
-enum class LinkedProperty
-{
-    Value = 0,
-    Id = 1,
-    Activation = 2,
-    LinkActivation = 3
-};
-enum class ForcedChange
-{
-    Never = 0,
-    Reading = 1,
-    Writing = 2
-};
-enum class ItemKind
-{
-    Normal = 0,
-    Alias = 1,
-    Array = 2
 };
 
 /// An operation on an item failed: the description names the item, even when it reaches others along their links.
@@ -63,36 +37,6 @@ public:
     virtual Variant Written(const Variant& value) = 0;
     /// The names of the items whose values each reading needs.
     virtual QStringList Operands() const = 0;
-};
-
-/// The description of an item; it never changes.
-struct ItemTraits
-{
-    QString Name = {};
-    QString Description = {};
-    ItemKind Kind = ItemKind::Normal;
-    /// Values are converted to this type; VT_VARIANT takes every value unchanged.
-    VarType Type = VT_VARIANT;
-    Variant Initial = {}; ///< EMPTY when there is none
-    Access Attribute = Access::ReadWrite;
-    Variant Tag = {};
-    Variant Id = {};
-    QStringList Links = {}; ///< "[<controller>\]<item>" each
-    LinkedProperty Property = LinkedProperty::Value;
-    /// "(n)" after a link's name means an element of the linked array.
-    bool ExtractsElement = false;
-    bool Historic = false;
-    bool RaisesEvents = true;
-    ForcedChange Forced = ForcedChange::Never;
-    /// Otherwise every array that arrives counts as a change.
-    bool ComparesArrays = true;
-    bool TakesEmpty = false; ///< EMPTY may be written, whatever the type
-    bool Active = true;
-    bool LinkActive = true;
-    int ScanClass = 0; ///< index into the controller's scan times
-    QList<Variant> SettingData = {};
-    /// The definition from which it was made; EMPTY when there is none.
-    Variant Definition = {};
 };
 
 /// A data point: it holds its last value and takes new ones from its signal, its linked items and clients.
