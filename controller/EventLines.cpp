@@ -37,6 +37,20 @@ QString EventLines::Line(qsizetype index) const
     return m_Text.mid(begin, m_Ends.at(index) - begin);
 }
 
+QString EventLines::Text() const
+{
+    QString text;
+    text.reserve(m_Text.size() + m_Ends.size());
+    qsizetype begin = 0;
+    for (const qsizetype end : m_Ends) {
+        text += QStringView(m_Text).sliced(begin, end - begin);
+        text += u'\n';
+        begin = end;
+    }
+    text.chop(1);
+    return text;
+}
+
 int EventLines::rowCount(const QModelIndex& parent) const
 {
     return parent.isValid() ? 0 : m_Rows;

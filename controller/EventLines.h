@@ -22,6 +22,8 @@ public:
     qsizetype Count() const { return m_Ends.size(); }
     qsizetype Characters() const { return m_Text.size(); }
     QString Line(qsizetype index) const;
+    /// All of them, with LF between them.
+    QString Text() const;
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role) const override;

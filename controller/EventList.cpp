@@ -5,6 +5,11 @@
 #include "core/OneLineDelegate.h"
 #include "core/Platform.h"
 
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QGuiApplication>
+#include <QMenu>
+
 namespace {
 
 /// Paints a line on one row, cut to what fits; the tool tip shows the rest.
@@ -57,6 +62,40 @@ QString EventList::List(int index) const
 {
     if (index < 0 || index >= ListCount()) throw ValueError::SubscriptOutOfRange();
     return m_Lines->Line(index);
+}
+
+void EventList::CopyAll() const
+{
+    if (ListCount() > 0) QGuiApplication::clipboard()->setText(m_Lines->Text());
+}
+
+void EventList::selectAll()
+{
+    if (ListCount() == 0) return;
+    m_Lines->Announce();
+    const QItemSelection all(m_Lines->index(0), m_Lines->index(ListCount() - 1));
+    selectionModel()->select(all, QItemSelectionModel::ClearAndSelect);
+}
+
+void EventList::keyPressEvent(QKeyEvent* event)
+{
+    if (event->matches(QKeySequence::Copy)) CopyAll();
+    else QListView::keyPressEvent(event);
+}
+
+void EventList::contextMenuEvent(QContextMenuEvent* event)
+{
+    auto* menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    // The line that is current now: events go on selecting others while the menu stands.
+    const QString line = currentIndex().isValid() ? List(currentIndex().row()) : QString();
+    QAction* copyLine =
+        menu->addAction(QStringLiteral("Copy &Line"), this, [line] { QGuiApplication::clipboard()->setText(line); });
+    copyLine->setEnabled(currentIndex().isValid());
+    QAction* copyAll = menu->addAction(QStringLiteral("Copy &All"), this, &EventList::CopyAll);
+    copyAll->setShortcut(QKeySequence::Copy);
+    copyAll->setEnabled(ListCount() > 0);
+    menu->popup(event->globalPos());
 }
 
 void EventList::ShowLastLine()

@@ -26,6 +26,16 @@ public:
     /// Throws ValueError "Subscript out of range".
     QString List(int index) const;
 
+    /// Puts all lines that are there now on the clipboard, one below the other, whatever is selected: the next event
+    /// may select the last line at any moment.
+    void CopyAll() const;
+    /// Shows them as selected until the next event, or the operator, selects one.
+    void selectAll() override;
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
 private:
     void ShowLastLine();
 

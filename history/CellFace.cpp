@@ -1,28 +1,15 @@
 #include "history/CellFace.h"
 
-#include "core/automation/Errors.h"
-#include "core/automation/NumberText.h"
-#include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
 #include "core/DisplayText.h"
 #include "core/modValues.h"
+#include "resulttext/CellText.h"
 
 #include <QStringBuilder>
 
 namespace {
 
 constexpr qsizetype ShownBytes = 16;
-
-const QList<quint8>* BlobOf(const Variant& value)
-{
-    return value.Type() == ArrayOf(VT_UI1) ? &value.Array().Of<quint8>() : nullptr;
-}
-
-QString Hexadecimal(const QList<quint8>& bytes, qsizetype count)
-{
-    const auto raw = QByteArray::fromRawData(reinterpret_cast<const char*>(bytes.constData()), count);
-    return u"0x" % QString::fromLatin1(raw.toHex().toUpper());
-}
 
 QString BlobFace(const QList<quint8>& bytes)
 {
@@ -31,22 +18,10 @@ QString BlobFace(const QList<quint8>& bytes)
            QString::number(bytes.size()) % QStringView(bytes.size() == 1 ? u" byte)" : u" bytes)");
 }
 
-/// Dates outside the calendar are shown as a number of days.
-QString DateText(Date date)
+/// Of arrays the first elements: shown cells are short.
+QString ShortArrayText(const Variant& value)
 {
-    try {
-        return FormatDate(date, true);
-    } catch (const ValueError&) {
-        return FormatDouble(date.Days);
-    }
-}
-
-QString TextOf(const Variant& value)
-{
-    if (value.IsNull()) return QString();
-    if (const Date* date = value.GetIf<Date>()) return DateText(*date);
-    const bool hasNoPlainText = value.IsArray() || value.IsObject();
-    return hasNoPlainText ? modMain::ValueTextOf(modMain::ValueToTypedText(value)) : ToPlainText(value);
+    return modMain::ValueTextOf(modMain::ValueToTypedText(value));
 }
 
 bool IsNumber(const Variant& value)
@@ -62,11 +37,15 @@ CellFace FaceOf(const Variant& value)
 {
     if (value.IsNull()) return {QStringLiteral("NULL"), CellKind::Remark};
     if (const auto* blob = BlobOf(value)) return {BlobFace(*blob)};
-    return {OneLine(TextOf(value)), IsNumber(value) ? CellKind::Number : CellKind::Text};
+    return {OneLine(CellText(value, ShortArrayText)), IsNumber(value) ? CellKind::Number : CellKind::Text};
+}
+
+QString ArrayTextOf(const Variant& value)
+{
+    return modMain::ValueTextOf(modMain::Converter().ValueToText(value, 0));
 }
 
 QString WholeText(const Variant& value)
 {
-    const auto* blob = BlobOf(value);
-    return blob ? Hexadecimal(*blob, blob->size()) : TextOf(value);
+    return CellText(value, ArrayTextOf);
 }

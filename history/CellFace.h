@@ -21,5 +21,7 @@ struct CellFace
 /// bytes in hexadecimal and their size; dates are "yyyy-MM-dd hh:mm:ss", with three or six decimals if there are any.
 CellFace FaceOf(const Variant& value);
 
-/// The whole text of a cell for copying: empty for NULL, all bytes of a blob in hexadecimal.
+/// The value text of an array, all of it. Throws ValueError for what has none.
+QString ArrayTextOf(const Variant& value);
+/// The whole text of a cell as it is copied; see CellText.
 QString WholeText(const Variant& value);

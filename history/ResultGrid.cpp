@@ -1,7 +1,6 @@
 #include "history/ResultGrid.h"
 
 #include "core/DisplayText.h"
-#include "history/SelectionCopy.h"
 
 #include <QHeaderView>
 #include <QHelpEvent>
@@ -19,6 +18,19 @@ constexpr int PaintMs = 8;
 constexpr int SizeMs = 20;
 constexpr int LeastCharacters = 5;
 constexpr int MostCharacters = 45;
+
+/// The pop-up's entries, whose keys work in the grid.
+struct CopyEntry
+{
+    QString Caption;
+    QKeySequence Key;
+    SelectionCopy::Format Format;
+};
+const CopyEntry CopyEntries[] = {
+    {QStringLiteral("&Copy"), Qt::CTRL | Qt::Key_C, SelectionCopy::Format::Text},
+    {QStringLiteral("Copy with &Headers"), Qt::CTRL | Qt::SHIFT | Qt::Key_C, SelectionCopy::Format::TextWithHeaders},
+    {QStringLiteral("Copy as C&SV"), Qt::CTRL | Qt::ALT | Qt::Key_C, SelectionCopy::Format::Csv},
+};
 
 class CellDelegate : public QStyledItemDelegate
 {
@@ -161,9 +173,21 @@ void ResultGrid::GoToEnd()
     scrollToBottom();
 }
 
-void ResultGrid::Copy()
+void ResultGrid::Copy(SelectionCopy::Format format)
 {
-    m_Copy = std::make_unique<SelectionCopy>(*m_Model, selectionModel()->selection());
+    m_Copy.reset(); // says that it ends before the next one begins
+    m_Copy = std::make_unique<SelectionCopy>(*m_Model, selectionModel()->selection(), format);
+}
+
+/// Escape, where no copy runs, is the window's.
+bool ResultGrid::CopiesOnKey(const QKeyEvent& event)
+{
+    if (event.key() == Qt::Key_Escape && m_Copy && !m_Copy->IsDone()) return m_Copy.reset(), true;
+    for (const CopyEntry& entry : CopyEntries) {
+        if (QKeySequence(event.keyCombination()) == entry.Key) return Copy(entry.Format), true;
+    }
+    if (!event.matches(QKeySequence::Copy)) return false; // its other keys
+    return Copy(SelectionCopy::Format::Text), true;
 }
 
 void ResultGrid::keyboardSearch(const QString&) {}
@@ -176,7 +200,7 @@ void ResultGrid::paintEvent(QPaintEvent* event)
 
 void ResultGrid::keyPressEvent(QKeyEvent* event)
 {
-    if (event->matches(QKeySequence::Copy)) return Copy();
+    if (CopiesOnKey(*event)) return;
     const bool toEnd = event->key() == Qt::Key_End && !(event->modifiers() & Qt::ShiftModifier);
     QTableView::keyPressEvent(event);
     const bool isAtEnd = currentIndex().row() == m_Model->rowCount() - 1;
@@ -210,9 +234,15 @@ void ResultGrid::contextMenuEvent(QContextMenuEvent* event)
 {
     auto* menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction* copy = menu->addAction(QStringLiteral("&Copy"), this, &ResultGrid::Copy);
-    copy->setShortcut(QKeySequence::Copy);
-    copy->setEnabled(selectionModel()->hasSelection());
+    for (const CopyEntry& entry : CopyEntries) {
+        QAction* copy = menu->addAction(entry.Caption, this, [this, &entry] { Copy(entry.Format); });
+        copy->setShortcut(entry.Key);
+        copy->setEnabled(selectionModel()->hasSelection());
+    }
+    menu->addSeparator();
+    QAction* all = menu->addAction(QStringLiteral("Select &All"), this, &ResultGrid::selectAll);
+    all->setShortcut(QKeySequence::SelectAll);
+    all->setEnabled(m_Model->rowCount() > 0);
     QAction* end = menu->addAction(QStringLiteral("Go to &End"), this, &ResultGrid::GoToEnd);
     end->setShortcut(Qt::Key_End);
     end->setEnabled(m_Model->rowCount() > 0);

@@ -1,15 +1,14 @@
 #pragma once
 
 #include "history/ResultModel.h"
+#include "history/SelectionCopy.h"
 
 #include <QTableView>
 
 #include <memory>
 
-class SelectionCopy;
-
 /// The grid of a result. It reads what it shows, sizes columns to the contents that are seen first, copies selections
-/// as tab-separated text, and can follow the end of a result that is still being read.
+/// in several formats, and can follow the end of a result that is still being read.
 class ResultGrid : public QTableView
 {
     Q_OBJECT
@@ -23,8 +22,8 @@ public:
     /// See ResultModel::Summary; follows ResultModel::Progressed.
     ResultModel& Model() { return *m_Model; }
 
-    /// Puts the selection on the clipboard; a large one takes a moment.
-    void Copy();
+    /// Puts the selection on the clipboard. A large one takes a moment, during which Escape or another result ends it.
+    void Copy(SelectionCopy::Format format);
     /// Scrolls to the last row so far, and to each new last row until the operator moves elsewhere.
     void GoToEnd();
 
@@ -55,10 +54,11 @@ private:
     int WidthOf(const QString& text) const;
     int WidthOf(int column, const ResultModel::Area& seen) const;
     void Progressed();
+    bool CopiesOnKey(const QKeyEvent& event);
     bool ShowToolTip(const QHelpEvent& event);
 
     ResultModel* m_Model;
-    std::unique_ptr<SelectionCopy> m_Copy;
+    std::unique_ptr<SelectionCopy> m_Copy; ///< while it runs, and afterwards until the next
     /// The columns that were sized to their contents; the operator's own widths stay.
     QList<bool> m_Sized;
     bool m_FollowsEnd = false;

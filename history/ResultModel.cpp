@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/DisplayText.h"
 #include "core/modMain.h"
+#include "resulttext/RowCount.h"
 
 #include <QElapsedTimer>
 
@@ -162,10 +163,10 @@ void ResultModel::NoteFailure(const QString& description)
 
 QString ResultModel::Summary() const
 {
-    if (m_Reader.Columns().isEmpty()) return QString();
     const ResultProgress& progress = m_Reader.Progress();
-    QString text =
-        progress.RowsSoFar == 1 ? QStringLiteral("1 row") : QStringLiteral("%1 rows").arg(progress.RowsSoFar);
+    if (m_Reader.Columns().isEmpty())
+        return progress.Affected < 0 ? QString() : CountOfRows(progress.Affected) + QStringLiteral(" affected");
+    QString text = CountOfRows(progress.RowsSoFar);
     if (!progress.Complete) text += QStringLiteral(" so far");
     if (!progress.Failure.isEmpty()) text += QStringLiteral(", the rest could not be read");
     if (progress.RowsSoFar > m_RowCount) text += QStringLiteral(", the first %1 are shown").arg(m_RowCount);

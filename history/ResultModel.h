@@ -38,6 +38,8 @@ public:
     /// Reads a cell's value. Throws ServerError or ValueError.
     Variant Cell(int row, int column) { return m_Reader.Cell(row, column); }
 
+    /// As the database gives them.
+    const QStringList& ColumnNames() const { return m_Reader.Columns(); }
     /// How many rows there are and whether more will come, in words; empty for a statement without rows.
     QString Summary() const;
     /// True when no more rows come.

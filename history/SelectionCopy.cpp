@@ -1,72 +1,61 @@
 #include "history/SelectionCopy.h"
 
 #include "core/automation/Errors.h"
+#include "core/automation/SafeArray.h"
 #include "core/modMain.h"
 #include "history/CellFace.h"
 #include "history/ResultModel.h"
 
 #include <QClipboard>
-#include <QElapsedTimer>
 #include <QGuiApplication>
-
-#include <algorithm>
 
 namespace {
 
 constexpr int SliceMs = 10;
+constexpr int BetweenProgressMs = 100;
 
-QList<std::pair<int, int>> RowRunsOf(const QItemSelection& selection)
+RowWriterRef MakeWriter(SelectionCopy::Format format)
 {
-    QList<std::pair<int, int>> runs;
-    for (const QItemSelectionRange& range : selection) runs.append({range.top(), range.bottom()});
-    std::sort(runs.begin(), runs.end());
-    QList<std::pair<int, int>> merged;
-    for (const auto& run : runs) {
-        if (merged.isEmpty() || run.first > merged.constLast().second + 1) merged.append(run);
-        else merged.last().second = std::max(merged.constLast().second, run.second);
-    }
-    return merged;
+    return format == SelectionCopy::Format::Csv ? MakeCsvWriter(ArrayTextOf) : MakeTabWriter(ArrayTextOf);
 }
 
-QList<int> ColumnsOf(const QItemSelection& selection)
+/// What large cells come to at least, known before their text is made.
+qsizetype LeastCharacters(const Variant& cell)
 {
-    QList<int> columns;
-    for (const QItemSelectionRange& range : selection)
-        for (int column = range.left(); column <= range.right(); ++column) columns.append(column);
-    std::sort(columns.begin(), columns.end());
-    columns.erase(std::unique(columns.begin(), columns.end()), columns.end());
-    return columns;
-}
-
-/// A text that contains tabs or line ends must stay one cell where it is pasted.
-QString Quoted(QString text)
-{
-    const bool needsQuotes = text.startsWith(u'"') || std::any_of(text.cbegin(), text.cend(), [](QChar character) {
-                                 return character == u'\t' || character == u'\n' || character == u'\r';
-                             });
-    if (!needsQuotes) return text;
-    return u'"' + text.replace(u'"', QStringLiteral("\"\"")) + u'"';
+    if (const QString* text = cell.GetIf<QString>()) return text->size();
+    return cell.IsArray() ? 2 * cell.Array().Count() : 0;
 }
 
 } // namespace
 
-SelectionCopy::SelectionCopy(ResultModel& model, const QItemSelection& selection)
+SelectionCopy::SelectionCopy(ResultModel& model, const QItemSelection& selection, Format format)
     : m_Model(model)
-    , m_Selection(selection)
-    , m_RowRuns(RowRunsOf(selection))
-    , m_Columns(ColumnsOf(selection))
+    , m_Rows(selection)
+    , m_Format(format)
+    , m_Writer(MakeWriter(format))
+    , m_Cells(m_Rows.Columns().size())
 {
-    if (m_RowRuns.isEmpty()) {
+    if (m_Rows.IsAtEnd()) {
         m_Done = true;
         return;
     }
-    m_IsSingleCell = m_Columns.size() == 1 && m_RowRuns.size() == 1 && m_RowRuns[0].first == m_RowRuns[0].second;
-    m_Row = m_RowRuns[0].first;
     connect(&m_Next, &QTimer::timeout, this, &SelectionCopy::Slice);
+    Begin();
     Slice();
-    if (m_Done) return;
-    modMain::SetStatus(QStringLiteral("Copy..."));
-    m_Next.start(0);
+    if (!m_Done) m_Next.start(0);
+}
+
+SelectionCopy::~SelectionCopy()
+{
+    if (!m_Done && m_SinceShown.isValid()) modMain::SetStatus(QStringLiteral("Ready."));
+}
+
+void SelectionCopy::Begin()
+{
+    if (m_Format == Format::Text) return;
+    QStringList names;
+    for (const int column : m_Rows.Columns()) names.append(m_Model.ColumnNames().at(column));
+    m_Writer->WriteHead(m_Text, names);
 }
 
 void SelectionCopy::Slice()
@@ -74,40 +63,46 @@ void SelectionCopy::Slice()
     QElapsedTimer time;
     time.start();
     const bool isRead = modMain::ReportErrors([&] {
-        while (!m_Done && !time.hasExpired(SliceMs)) ReadRow();
+        while (!m_Rows.IsAtEnd() && !time.hasExpired(SliceMs)) ReadRow();
     });
-    m_Done |= !isRead;
-    if (m_Done) m_Next.stop();
+    if (isRead && !m_Rows.IsAtEnd()) return ShowProgress();
+    m_Done = true;
+    m_Next.stop();
+    if (isRead) Finish();
 }
 
 void SelectionCopy::ReadRow()
 {
-    for (const int column : m_Columns) {
-        if (column != m_Columns.constFirst()) m_Text += u'\t';
-        if (m_Selection.contains(m_Model.index(m_Row, column))) m_Text += CellText(m_Row, column);
-        if (m_Text.size() > MostCharacters)
-            throw DescribedError(QStringLiteral("The selection is too large to be copied."));
+    qsizetype size = m_Text.size();
+    for (qsizetype i = 0; i < m_Cells.size(); ++i) {
+        m_Cells[i] = CellAt(i);
+        size += LeastCharacters(m_Cells[i]);
+        if (size > MostCharacters)
+            throw DescribedError(QStringLiteral("The selection is too large to be copied: it has more than %1 "
+                                                "characters. \"velsqlscript --query\" writes it to a file.")
+                                     .arg(MostCharacters));
     }
-    NextRow();
+    if (IsPlainCell()) m_Text = WholeText(m_Cells[0]);
+    else m_Writer->WriteRow(m_Text, m_Cells);
+    m_Rows.Next();
 }
 
-QString SelectionCopy::CellText(int row, int column) const
+Variant SelectionCopy::CellAt(qsizetype i)
 {
-    const QString text = WholeText(m_Model.Cell(row, column));
-    return m_IsSingleCell ? text : Quoted(text);
+    return m_Rows.IsSelected(i) ? m_Model.Cell(m_Rows.Row(), m_Rows.Columns().at(i)) : Variant(Null{});
 }
 
-void SelectionCopy::NextRow()
+void SelectionCopy::ShowProgress()
 {
-    if (m_Row < m_RowRuns[m_Run].second) ++m_Row;
-    else if (++m_Run < m_RowRuns.size()) m_Row = m_RowRuns[m_Run].first;
-    else return Finish();
-    m_Text += u'\n';
+    if (m_SinceShown.isValid() && !m_SinceShown.hasExpired(BetweenProgressMs)) return;
+    m_SinceShown.start();
+    modMain::SetStatus(QStringLiteral("Copy... %1 of %2 rows (Esc ends it)").arg(m_Rows.Done()).arg(m_Rows.Count()));
 }
 
 void SelectionCopy::Finish()
 {
-    m_Done = true;
+    const bool endsWithLine = m_Format != Format::Csv && !IsPlainCell();
+    if (endsWithLine) m_Text.chop(1); // a paste is to end in the last line, not behind it
     QGuiApplication::clipboard()->setText(m_Text);
-    if (m_Next.isActive()) modMain::SetStatus(QStringLiteral("Ready."));
+    if (m_SinceShown.isValid()) modMain::SetStatus(QStringLiteral("Ready."));
 }

@@ -1,5 +1,6 @@
 #include "scripttool/velsqlscript/Query.h"
 
+#include "resulttext/RowCount.h"
 #include "resulttext/RowWriter.h"
 #include "scripttool/velsqlscript/Output.h"
 #include "scripttool/velsqlscript/QueryOutput.h"

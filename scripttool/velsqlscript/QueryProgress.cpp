@@ -1,5 +1,7 @@
 #include "scripttool/velsqlscript/QueryProgress.h"
 
+#include "resulttext/RowCount.h"
+
 #include <cstdio>
 #include <unistd.h>
 
@@ -41,9 +43,4 @@ void QueryProgress::Show(const QString& text)
     std::fputs(qPrintable(text), stderr);
     std::fflush(stderr);
     m_Width = text.size();
-}
-
-QString CountOfRows(qint64 count)
-{
-    return count == 1 ? QStringLiteral("1 row") : QStringLiteral("%1 rows").arg(count);
 }

@@ -25,6 +25,3 @@ private:
     qsizetype m_Width = 0; ///< of what stands on the line
     QElapsedTimer m_SinceShown;
 };
-
-/// "1 row", "2 rows".
-QString CountOfRows(qint64 count);

@@ -3,8 +3,6 @@
 #include "tests/support/PrintQt.h"
 
 #include <QAbstractItemModelTester>
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QStyledItemDelegate>
 #include <QTest>
 
@@ -36,8 +34,6 @@ TEST(EventList, ALineIsOneRowWhateverItHoldsTheLastIsInSightAndTooMuchIsRefused)
     const auto& painted = dynamic_cast<QStyledItemDelegate&>(*list.itemDelegate());
     EXPECT_FALSE(painted.displayText(lines[4], QLocale()).contains(u'\n'));
     EXPECT_TRUE(row(0).data(Qt::ToolTipRole).toString().contains(u"&lt;b&gt;"));
-    QTest::keyClick(&list, Qt::Key_C, Qt::ControlModifier);
-    EXPECT_EQ(QGuiApplication::clipboard()->text(), lines[4]) << "copied as it is";
 
     list.Clear();
     EXPECT_EQ(list.ListCount() + list.model()->rowCount(), 0);

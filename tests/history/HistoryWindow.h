@@ -47,6 +47,23 @@ protected:
     ResultGrid& Grid() { return Control<ResultGrid>("grdResult"); }
     ResultModel& Model() { return Grid().Model(); }
     QString RowsText() { return Control<QLabel>("lblRows").text(); }
+    /// Ctrl+C, with more keys held down.
+    QString CopyByKey(Qt::KeyboardModifiers more = {})
+    {
+        QTest::keyClick(&Grid(), Qt::Key_C, Qt::ControlModifier | more);
+        return Clipboard();
+    }
+    struct Cells
+    {
+        int Top, Left, Bottom, Right;
+    };
+    void Select(const Cells& cells, bool adds = false)
+    {
+        Grid().selectionModel()->select(
+            {Model().index(cells.Top, cells.Left), Model().index(cells.Bottom, cells.Right)},
+            adds ? QItemSelectionModel::Select : QItemSelectionModel::ClearAndSelect);
+    }
+    QString CopyOf(const Cells& cells, Qt::KeyboardModifiers more = {}) { return Select(cells), CopyByKey(more); }
     static QString Clipboard() { return QGuiApplication::clipboard()->text(); }
     /// The cells of a row, once they were painted, between semicolons; of the header for row -1.
     QString Row(int row)

@@ -21,19 +21,6 @@ protected:
     {
         return QTest::qWaitFor([&] { return Model().index(row, 1).data() == u"name %1"_s.arg(row); });
     }
-    QString CopyByKey()
-    {
-        QTest::keyClick(&Grid(), Qt::Key_C, Qt::ControlModifier);
-        return Clipboard();
-    }
-    /// Adds these cells to what is selected when `adds`; copies.
-    QString CopyOf(int top, int left, int bottom, int right, bool adds = false)
-    {
-        Grid().selectionModel()->select({Model().index(top, left), Model().index(bottom, right)},
-                                        adds ? QItemSelectionModel::Select : QItemSelectionModel::ClearAndSelect);
-        return CopyByKey();
-    }
-    void SelectAllAndCopy() { Grid().selectAll(), CopyByKey(); }
 };
 
 } // namespace
@@ -103,7 +90,7 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
     EXPECT_EQ(Row(5), u"5;name 5") << "rows already there stay";
     EXPECT_EQ(TakeLog(), QStringList{lost});
     EXPECT_LE(m_Script.PagesAsked.size(), 2) << "asked again once a second";
-    SelectAllAndCopy();
+    Grid().selectAll(), CopyByKey();
     EXPECT_EQ(TakeLog(), QStringList{lost}) << "a copy says so, too";
     EXPECT_EQ(Clipboard(), u"before");
 
@@ -133,7 +120,7 @@ TEST_F(ResultGridTest, HugeOrBrokenCellsNeitherBlockNorFillMemoryNorHideOthers)
     const auto asked = m_Script.PagesAsked.size();
     for (int i = 0; i < 20; ++i) Grid().viewport()->repaint();
     EXPECT_EQ(m_Script.PagesAsked.size(), asked) << "what was shown once is painted from memory";
-    EXPECT_EQ(CopyOf(2, 0, 2, 0).size(), 5'000'001);
+    EXPECT_EQ(CopyOf({2, 0, 2, 0}).size(), 5'000'001);
 }
 
 TEST_F(ResultGridTest, TwoThousandColumnsAreSizedAsTheyAreSeen)
@@ -156,42 +143,4 @@ TEST_F(ResultGridTest, TwoThousandColumnsAreSizedAsTheyAreSeen)
     Grid().scrollTo(Model().index(0, 1999));
     EXPECT_EQ(Grid().columnWidth(1998), bound);
     EXPECT_EQ(Grid().columnWidth(2), 60) << "the operator's own width";
-}
-
-TEST_F(ResultGridTest, CopiesSelectionsAsTabSeparatedText)
-{
-    m_Script.Columns = {u"a"_s, u"b"_s, u"c"_s};
-    m_Script.Cell = [](qint64 row, int column) -> Variant {
-        if (column == 1) return row == 1 ? Variant(Null{}) : Variant(u"x\t\"y"_s);
-        return column == 0 ? Variant(static_cast<qint32>(row)) : Variant(u"say \"%1\""_s.arg(row));
-    };
-    Execute();
-    EXPECT_EQ(CopyByKey(), u"before") << "nothing is selected";
-    EXPECT_EQ(CopyOf(1, 1, 1, 1), QString()) << "NULL";
-    EXPECT_EQ(CopyOf(0, 1, 0, 1), u"x\t\"y") << "a single cell as it is";
-    EXPECT_EQ(CopyOf(0, 0, 2, 2), u"0\t\"x\t\"\"y\"\tsay \"0\"\n1\t\tsay \"1\"\n2\t\"x\t\"\"y\"\tsay \"2\"");
-    CopyOf(2, 2, 2, 2);
-    EXPECT_EQ(CopyOf(0, 0, 1, 0, true), u"0\t\n1\t\n\tsay \"2\"");
-}
-
-TEST_F(ResultGridTest, CopiesALargeResultBetweenOtherEventsOrNotAtAll)
-{
-    ExecuteFor({200'000, true, {}});
-    SelectAllAndCopy();
-    EXPECT_EQ(Clipboard() + m_Main.Status(), u"beforeCopy...");
-    ASSERT_TRUE(QTest::qWaitFor([] { return Clipboard() != u"before"; }, 20'000));
-    const QString copied = Clipboard();
-    EXPECT_EQ(copied.count(u'\n'), 199'999);
-    EXPECT_TRUE(copied.endsWith(u"\n199999\tname 199999"));
-    EXPECT_EQ(m_Main.Status(), u"Ready.");
-
-    QGuiApplication::clipboard()->setText(u"before"_s);
-    CopyByKey();
-    Execute(u"another result"_s);
-    EXPECT_FALSE(QTest::qWaitFor([] { return Clipboard() != u"before"; }, 500)) << "a copy ends with its result";
-    m_Script.Cell = [large = QString(1'000'000, u'x')](qint64, int) { return Variant(large); };
-    SelectAllAndCopy();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !Log().isEmpty(); }, 20'000));
-    EXPECT_EQ(TakeLog(), QStringList{u"The selection is too large to be copied."_s});
-    EXPECT_EQ(Clipboard(), u"before");
 }
