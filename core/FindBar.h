@@ -1,46 +1,51 @@
 #pragma once
 
-#include "ui_FindBar.h"
+#include "core/TextSearch.h"
 
-#include <QTextCursor>
-#include <QTextDocument>
+#include <QWidget>
 
-#include <functional>
+#include <memory>
 
-/// Searches a text pane for a text, forwards or backwards, and wraps around at the ends.
-class FindBar : public QWidget, private Ui::FindBar
+namespace Ui {
+class FindBar;
+}
+
+/// Asks for a text, has it searched for forwards or backwards, and says what was found.
+class FindBar : public QWidget
 {
     Q_OBJECT
 
 public:
     explicit FindBar(QWidget* parent = nullptr);
+    ~FindBar() override;
 
-    /// QPlainTextEdit and QTextEdit are alike, but have no base with a cursor.
+    void SetTarget(std::unique_ptr<FindTarget> target) { m_Target = std::move(target); }
+    /// Searches a QPlainTextEdit or a QTextEdit.
     template <typename Pane>
     void SetPane(Pane* pane)
     {
-        m_Pane = pane;
-        m_Cursor = [pane] { return pane->textCursor(); };
-        m_Select = [pane](const QTextCursor& cursor) {
-            pane->setTextCursor(cursor);
-            pane->ensureCursorVisible();
-        };
+        SetTarget(std::make_unique<TextSearch>(pane));
     }
-    /// Shows the bar with the pane's selection, if that lies within one line, ready to be overwritten.
+    /// While `scope` or something in it has the focus, Ctrl+F opens the bar, F3 and Shift+F3 find the next, the
+    /// previous place.
+    void AddKeys(QWidget* scope);
+    /// For a narrow pane that shares a window with others: in rows, and without letters that Alt would press.
+    void MakeNarrow();
+    QString Text() const;
+    void Say(const FindResult& result);
+
+    /// Shows the bar with its text ready to be overwritten.
     void Open();
-    /// Hides the bar and gives the focus to the pane.
+    /// Hides the bar and gives the focus to what is searched.
     void Close();
-    /// Without a text to search for, these open the bar.
+    /// Without a text to search for, these open the bar. A closed one appears when it has more to say than the place.
     void FindNext();
     void FindPrevious();
 
 private:
     void txtFind_TextEdited();
-    void Find(QTextDocument::FindFlags direction);
-    /// From the cursor on; true when the text is there.
-    bool Select(const QTextCursor& from, QTextDocument::FindFlags direction);
+    void Find(bool backward);
 
-    QWidget* m_Pane = nullptr;
-    std::function<QTextCursor()> m_Cursor;
-    std::function<void(const QTextCursor&)> m_Select;
+    std::unique_ptr<Ui::FindBar> m_Ui;
+    std::unique_ptr<FindTarget> m_Target;
 };

@@ -49,9 +49,7 @@ void frmGuide::ConnectKeys()
     key(Qt::ALT | Qt::Key_Left, cmdBack, &QPushButton::click);
     key(Qt::ALT | Qt::Key_Right, cmdForward, &QPushButton::click);
     key(Qt::ALT | Qt::Key_Home, cmdFirst, &QPushButton::click);
-    key(Qt::CTRL | Qt::Key_F, fraFind, &FindBar::Open);
-    key(Qt::Key_F3, fraFind, &FindBar::FindNext);
-    key(Qt::SHIFT | Qt::Key_F3, fraFind, &FindBar::FindPrevious);
+    fraFind->AddKeys(this);
     key(Qt::CTRL | Qt::Key_W, this, &QWidget::close);
     key(Qt::CTRL | Qt::Key_Plus, txtPage, [this] { txtPage->zoomIn(); });
     key(Qt::CTRL | Qt::Key_Minus, txtPage, [this] { txtPage->zoomOut(); });

@@ -76,9 +76,7 @@ void frmScriptTool::ConnectKeys()
     key(Qt::Key_F5, cmdRun, &QPushButton::click);
     key(Qt::SHIFT | Qt::Key_F5, cmdStop, &QPushButton::click);
     key(Qt::CTRL | Qt::Key_Period, cmdStop, &QPushButton::click);
-    key(Qt::CTRL | Qt::Key_F, fraFind, &FindBar::Open);
-    key(Qt::Key_F3, fraFind, &FindBar::FindNext);
-    key(Qt::SHIFT | Qt::Key_F3, fraFind, &FindBar::FindPrevious);
+    fraFind->AddKeys(this);
     key(Qt::Key_Escape, this, [this] {
         if (fraFind->isVisible()) fraFind->Close();
     });
