@@ -10,6 +10,7 @@ struct DefinedItem
     QString Controller;
     Variant Definition;
     QString Objection = {}; ///< why it could not be made
+    qsizetype Number = 0;   ///< by which who gave it knows it again
 
     /// Empty when the definition has none.
     QString Name() const;

@@ -2,83 +2,26 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
-#include "velsqllib/DateText.h"
+#include "server/plantfile/PlainValue.h"
 
 #include <cmath>
 #include <limits>
-#include <QDateTime>
 
 namespace {
-
-int LineOf(const toml::node& node)
-{
-    return static_cast<int>(node.source().begin.line);
-}
 
 QString ToText(const std::string& text)
 {
     return QString::fromStdString(text);
 }
 
-QString Spelled(const toml::date& date)
+bool IsBlank(const toml::node& node)
 {
-    return QStringLiteral("%1-%2-%3")
-        .arg(date.year, 4, 10, QChar(u'0'))
-        .arg(date.month, 2, 10, QChar(u'0'))
-        .arg(date.day, 2, 10, QChar(u'0'));
-}
-
-QString Spelled(const toml::time& time)
-{
-    const QTime second(time.hour, time.minute, time.second);
-    return second.toString(u"hh:mm:ss.") + QString::number(time.nanosecond).rightJustified(9, u'0');
-}
-
-/// In local time, as the server's dates are.
-QString Spelled(const toml::date_time& time)
-{
-    if (!time.offset) return Spelled(time.date) + u' ' + Spelled(time.time);
-    const QDateTime utc(QDate(time.date.year, time.date.month, time.date.day),
-                        QTime(time.time.hour, time.time.minute, time.time.second), Qt::UTC);
-    const QDateTime local = utc.addSecs(-60 * time.offset->minutes).toLocalTime();
-    return local.toString(u"yyyy-MM-dd ") +
-           Spelled(toml::time{static_cast<uint8_t>(local.time().hour()), static_cast<uint8_t>(local.time().minute()),
-                              static_cast<uint8_t>(local.time().second()), time.time.nanosecond});
-}
-
-/// Throws ValueError outside the years that a DATE can say.
-Variant TimeToVariant(const toml::node& node)
-{
-    if (const auto* date = node.as_date()) return ReadDate(Spelled(date->get()));
-    if (const auto* time = node.as_time()) return ReadDate(Spelled(time->get()));
-    return ReadDate(Spelled(node.as_date_time()->get()));
-}
-
-Variant ToVariant(std::int64_t number)
-{
-    const bool fits = number >= std::numeric_limits<qint32>::min() && number <= std::numeric_limits<qint32>::max();
-    return fits ? Variant(static_cast<qint32>(number)) : Variant(static_cast<double>(number));
+    if (const auto* text = node.as_string()) return text->get().empty();
+    const toml::table* table = node.as_table();
+    return table && std::all_of(table->begin(), table->end(), [](const auto& entry) { return IsBlank(entry.second); });
 }
 
 } // namespace
-
-Mistakes::Mistakes(QString file)
-    : m_File(std::move(file))
-{
-}
-
-void Mistakes::Add(int line, const QString& what)
-{
-    if (!m_Texts.contains(line, what)) m_Texts.insert(line, what); // what is read twice is said once
-}
-
-QStringList Mistakes::Texts() const
-{
-    QStringList texts;
-    for (auto mistake = m_Texts.begin(); mistake != m_Texts.end(); ++mistake)
-        texts.append(QStringLiteral("%1:%2: %3").arg(m_File).arg(mistake.key()).arg(mistake.value()));
-    return texts;
-}
 
 FileTable::FileTable(const toml::table& table, Mistakes& mistakes)
     : m_Table(&table)
@@ -86,29 +29,56 @@ FileTable::FileTable(const toml::table& table, Mistakes& mistakes)
 {
 }
 
+FileTable FileTable::Row(const toml::table& texts, Mistakes& mistakes, int line)
+{
+    FileTable row(texts, mistakes);
+    row.m_IsRow = true;
+    row.m_Line = line;
+    return row;
+}
+
+FileTable FileTable::WithNumber(const RangeNumber& number) const
+{
+    FileTable numbered = *this;
+    numbered.m_Number = number;
+    return numbered;
+}
+
+const toml::node* FileTable::Find(const char* key) const
+{
+    const toml::node* node = m_Table->get(key);
+    return node && m_IsRow && IsBlank(*node) ? nullptr : node;
+}
+
+int FileTable::LineOf(const toml::node& node) const
+{
+    return m_Line ? m_Line : static_cast<int>(node.source().begin.line);
+}
+
 bool FileTable::IsListOfTexts(const char* key) const
 {
-    const toml::array* list = m_Table->get(key) ? m_Table->get(key)->as_array() : nullptr;
-    return list && (list->empty() || list->is_homogeneous(toml::node_type::string));
+    const toml::node* node = Find(key);
+    const toml::array* list = node ? node->as_array() : nullptr;
+    return m_IsRow || (list && (list->empty() || list->is_homogeneous(toml::node_type::string)));
 }
 
 bool FileTable::AreNumbers(std::initializer_list<const char*> keys) const
 {
     return std::all_of(keys.begin(), keys.end(), [&](const char* key) {
-        const toml::node* node = m_Table->get(key);
-        return !node || (node->is_number() && std::isfinite(node->value_or(0.0)));
+        const toml::node* node = Find(key);
+        return !node || std::isfinite(As<double>(key, *node).value_or(std::numeric_limits<double>::quiet_NaN()));
     });
 }
 
 int FileTable::Line(const char* key) const
 {
-    const toml::node* node = m_Table->get(key);
+    const toml::node* node = Find(key);
     return LineOf(node ? *node : *m_Table);
 }
 
 void FileTable::Refuse(const char* key, const QString& what) const
 {
-    m_Mistakes->Add(Line(key), QStringLiteral("%1: %2").arg(QString::fromUtf8(key), what));
+    PlaceOf(key).Refuse(key, what);
 }
 
 void FileTable::RefuseMissing(const char* key) const
@@ -116,29 +86,51 @@ void FileTable::RefuseMissing(const char* key) const
     m_Mistakes->Add(LineOf(*m_Table), QStringLiteral("%1 is missing").arg(QString::fromUtf8(key)));
 }
 
+QString FileTable::Filled(const char* key, const std::string& text) const
+{
+    if (!m_Number) return ToText(text);
+    try {
+        return FillIn(ToText(text), *m_Number);
+    } catch (const DescribedError& error) {
+        Refuse(key, error.Description());
+        return ToText(text);
+    }
+}
+
+template <typename T>
+std::optional<T> FileTable::As(const char* key, const toml::node& node) const
+{
+    const auto* text = node.as_string();
+    if constexpr (std::is_same_v<T, QString>) {
+        return text ? std::optional(Filled(key, text->get())) : std::nullopt;
+    } else {
+        if (text && (m_IsRow || m_Number)) return ParseCell<T>(Filled(key, text->get()));
+        return node.is_boolean() == std::is_same_v<T, bool> ? node.value<T>() : std::nullopt;
+    }
+}
+
 template <typename T, typename Convert>
 auto FileTable::Read(const char* key, const char16_t* form,
                      decltype(std::declval<Convert>()(std::declval<T>())) fallback, Convert convert)
 {
-    m_Known.insert(QString::fromUtf8(key));
-    const toml::node* node = m_Table->get(key);
+    m_Known.push_back(key);
+    const toml::node* node = Find(key);
     if (!node) return fallback;
-    const auto value = node->value<T>();
-    if (value && node->is_boolean() == std::is_same_v<T, bool>) return convert(*value);
+    if (const auto value = As<T>(key, *node)) return convert(*value);
     Refuse(key, QStringLiteral("%1 must stand here").arg(QStringView(form)));
     return fallback;
 }
 
 QString FileTable::Text(const char* key, const QString& fallback)
 {
-    return Read<std::string>(key, u"a text", fallback, &ToText);
+    return Read<QString>(key, u"a text", fallback, [](const QString& text) { return text; });
 }
 
 QString FileTable::Name(const char* key)
 {
     QString name = Text(key);
     if (!Has(key)) RefuseMissing(key);
-    else if (name.isEmpty() && m_Table->get(key)->is_string()) Refuse(key, QStringLiteral("it is empty"));
+    else if (name.isEmpty() && Find(key)->is_string()) Refuse(key, QStringLiteral("it is empty"));
     return name;
 }
 
@@ -174,26 +166,60 @@ int FileTable::Choice(const char* key, const QStringList& choices, int fallback)
     return fallback;
 }
 
-Variant FileTable::Value(const char* key)
+Variant FileTable::Value(const char* key, bool typed)
 {
-    m_Known.insert(QString::fromUtf8(key));
-    const toml::node* node = m_Table->get(key);
-    return node ? ToVariant(*node) : Variant();
+    m_Known.push_back(key);
+    const toml::node* node = Find(key);
+    return node ? ToVariant(key, *node, typed) : Variant();
+}
+
+bool FileTable::IsListInRow(const toml::node& node) const
+{
+    return m_IsRow && node.is_string() && node.as_string()->get().starts_with('[');
+}
+
+/// What `read` finds in a row's text that is written as a list in TOML is.
+template <typename T>
+T FileTable::ReadList(const char* key, T (FileTable::*read)(const char*))
+{
+    const std::string line = std::string(key) + " = " + Filled(key, Find(key)->as_string()->get()).toStdString();
+    try {
+        const toml::table table = toml::parse(std::string_view(line));
+        FileTable list(table, *m_Mistakes);
+        list.m_Line = m_Line;
+        if (table.size() == 1) return (list.*read)(key);
+    } catch (const toml::parse_error&) {
+    }
+    Refuse(key, QStringLiteral("a list such as [\"a\", 1] must stand here"));
+    return {};
 }
 
 QList<Variant> FileTable::Values(const char* key)
 {
-    const Variant values = Value(key);
-    if (values.IsArray()) return values.Array().Of<Variant>();
-    if (!values.IsEmpty()) Refuse(key, QStringLiteral("a list must stand here"));
+    m_Known.push_back(key);
+    const toml::node* node = Find(key);
+    if (!node) return {};
+    if (IsListInRow(*node)) return ReadList(key, &FileTable::Values);
+    if (node->is_array()) return ToVariant(key, *node).Array().Of<Variant>();
+    if (m_IsRow) return {ToVariant(key, *node)};
+    Refuse(key, QStringLiteral("a list must stand here"));
     return {};
 }
 
 QStringList FileTable::Texts(const char* key)
 {
+    m_Known.push_back(key);
+    const toml::node* node = Find(key);
+    if (!node) return {};
+    if (IsListInRow(*node)) return ReadList(key, &FileTable::Texts);
+    if (m_IsRow) return {As<QString>(key, *node).value_or(QString())};
+    if (!node->is_array()) {
+        Refuse(key, QStringLiteral("a list must stand here"));
+        return {};
+    }
     QStringList texts;
-    for (const Variant& value : Values(key)) {
-        if (const QString* text = value.GetIf<QString>()) texts.append(*text);
+    for (const toml::node& element : *node->as_array()) {
+        if (const auto text = As<QString>(key, element)) texts.append(*text);
         else Refuse(key, QStringLiteral("a list of texts must stand here"));
     }
     return texts;
@@ -201,9 +227,9 @@ QStringList FileTable::Texts(const char* key)
 
 std::vector<FileTable> FileTable::Tables(const char* key)
 {
-    m_Known.insert(QString::fromUtf8(key));
+    m_Known.push_back(key);
     std::vector<FileTable> tables;
-    const toml::node* node = m_Table->get(key);
+    const toml::node* node = Find(key);
     if (!node) return tables;
     const toml::array* array = node->as_array();
     if (!array || !array->is_homogeneous(toml::node_type::table)) {
@@ -216,10 +242,16 @@ std::vector<FileTable> FileTable::Tables(const char* key)
 
 std::vector<FileTable> FileTable::OptionalTable(const char* key)
 {
-    m_Known.insert(QString::fromUtf8(key));
-    const toml::node* node = m_Table->get(key);
+    m_Known.push_back(key);
+    const toml::node* node = Find(key);
     if (!node) return {};
-    if (const toml::table* table = node->as_table()) return {FileTable(*table, *m_Mistakes)};
+    if (const toml::table* table = node->as_table()) {
+        FileTable part(*table, *m_Mistakes);
+        part.m_Line = m_Line;
+        part.m_IsRow = m_IsRow;
+        part.m_Number = m_Number;
+        return {part};
+    }
     Refuse(key, QStringLiteral("a table must stand here"));
     return {};
 }
@@ -227,17 +259,31 @@ std::vector<FileTable> FileTable::OptionalTable(const char* key)
 void FileTable::RefuseOthers() const
 {
     for (const auto& [key, node] : *m_Table) {
-        const QString name = QString::fromUtf8(key.data(), static_cast<qsizetype>(key.length()));
-        if (!m_Known.contains(name))
-            m_Mistakes->Add(static_cast<int>(key.source().begin.line),
-                            QStringLiteral("%1 is not known here").arg(name));
+        const std::string_view name = key.str();
+        const bool isKnown = std::find(m_Known.begin(), m_Known.end(), name) != m_Known.end();
+        if (isKnown || (m_IsRow && IsBlank(node))) continue;
+        m_Mistakes->Add(m_Line ? m_Line : static_cast<int>(key.source().begin.line),
+                        QStringLiteral("%1 is not known here")
+                            .arg(QString::fromUtf8(name.data(), static_cast<qsizetype>(name.size()))));
     }
 }
 
-Variant FileTable::ToVariant(const toml::node& node)
+Variant FileTable::TextValue(const char* key, const std::string& text, bool typed) const
 {
-    if (const auto* text = node.as_string()) return ToText(text->get());
-    if (const auto* number = node.as_integer()) return ::ToVariant(number->get());
+    const QString filled = Filled(key, text);
+    if (typed) return filled;
+    try {
+        if (const auto number = m_Number ? OnlyNumber(ToText(text), *m_Number) : std::nullopt)
+            return IntegerToVariant(*number);
+    } catch (const DescribedError&) { // noted when it was filled in
+    }
+    return m_IsRow ? NumberInCell(filled).value_or(filled) : filled;
+}
+
+Variant FileTable::ToVariant(const char* key, const toml::node& node, bool typed) const
+{
+    if (const auto* text = node.as_string()) return TextValue(key, text->get(), typed);
+    if (const auto* number = node.as_integer()) return IntegerToVariant(number->get());
     if (const auto* number = node.as_floating_point()) return number->get();
     if (const auto* flag = node.as_boolean()) return flag->get();
     if (node.is_date() || node.is_time() || node.is_date_time()) {
@@ -250,7 +296,7 @@ Variant FileTable::ToVariant(const toml::node& node)
     }
     if (const auto* array = node.as_array()) {
         QList<Variant> values;
-        for (const toml::node& element : *array) values.append(ToVariant(element));
+        for (const toml::node& element : *array) values.append(ToVariant(key, element, typed));
         return SafeArray(std::move(values));
     }
     m_Mistakes->Add(LineOf(node), QStringLiteral("this cannot be a value"));

@@ -1,43 +1,32 @@
 #pragma once
 
 #include "core/automation/Variant.h"
+#include "server/plantfile/Mistakes.h"
+#include "server/plantfile/RangeText.h"
 
-#include <QMap>
-#include <QSet>
 #include <QStringList>
 
 #include <toml++/toml.h>
 #include <vector>
 
-/// What is wrong in a file, each with its line.
-class Mistakes
-{
-public:
-    explicit Mistakes(QString file);
-
-    void Add(int line, const QString& what);
-    bool IsEmpty() const { return m_Texts.isEmpty(); }
-    /// "<file>:<line>: <what>" each, in the order of their lines.
-    QStringList Texts() const;
-
-private:
-    QString m_File;
-    QMultiMap<int, QString> m_Texts;
-};
-
-/// A table of a plant file. Asking for what has the wrong form notes a mistake and returns the fallback, so that one
-/// reading finds all mistakes.
+/// A table of a plant file, or a row of a file of tags. Asking for what has the wrong form notes a mistake and returns
+/// the fallback, so that one reading finds all mistakes.
 class FileTable
 {
 public:
     FileTable(const toml::table& table, Mistakes& mistakes);
+    /// A row: texts, each of which is read as what it is asked for. Empty ones are not there.
+    static FileTable Row(const toml::table& texts, Mistakes& mistakes, int line);
+    /// The same with texts that may hold calculations with this number.
+    FileTable WithNumber(const RangeNumber& number) const;
 
-    bool Has(const char* key) const { return m_Table->contains(key); }
+    bool Has(const char* key) const { return Find(key) != nullptr; }
     bool IsListOfTexts(const char* key) const;
     /// Whether nothing but finite numbers stands at the keys that there are: else asking for them notes a mistake.
     bool AreNumbers(std::initializer_list<const char*> keys) const;
     /// The line of a key, or of the table when it has no such key.
     int Line(const char* key) const;
+    Place PlaceOf(const char* key) const { return {m_Mistakes, Line(key)}; }
     void Refuse(const char* key, const QString& what) const;
     void RefuseMissing(const char* key) const;
 
@@ -51,8 +40,8 @@ public:
     /// The position of a text among those that may stand there.
     int Choice(const char* key, const QStringList& choices, int fallback);
     /// Integers as I4 (R8 beyond it), numbers as R8, times as DATE (local time), lists as arrays of variants; EMPTY
-    /// when it is not there.
-    Variant Value(const char* key);
+    /// when it is not there. Texts that are numbers stay texts when they are `typed`: another conversion follows.
+    Variant Value(const char* key, bool typed = false);
     QList<Variant> Values(const char* key);
     QStringList Texts(const char* key);
     std::vector<FileTable> Tables(const char* key);
@@ -61,14 +50,28 @@ public:
 
     /// Notes the keys that have not been asked for.
     void RefuseOthers() const;
+    /// The keys that have been asked for, whether they are there or not.
+    const std::vector<const char*>& Known() const { return m_Known; }
 
 private:
+    const toml::node* Find(const char* key) const;
+    int LineOf(const toml::node& node) const;
+    QString Filled(const char* key, const std::string& text) const;
+    template <typename T>
+    std::optional<T> As(const char* key, const toml::node& node) const;
     template <typename T, typename Convert>
     auto Read(const char* key, const char16_t* form, decltype(std::declval<Convert>()(std::declval<T>())) fallback,
               Convert convert);
-    Variant ToVariant(const toml::node& node);
+    template <typename T>
+    T ReadList(const char* key, T (FileTable::*read)(const char*));
+    bool IsListInRow(const toml::node& node) const;
+    Variant TextValue(const char* key, const std::string& text, bool typed) const;
+    Variant ToVariant(const char* key, const toml::node& node, bool typed = false) const;
 
     const toml::table* m_Table;
     Mistakes* m_Mistakes;
-    QSet<QString> m_Known;
+    int m_Line = 0; ///< where all of it stands; 0: each part knows its own line
+    bool m_IsRow = false;
+    std::optional<RangeNumber> m_Number;
+    std::vector<const char*> m_Known;
 };

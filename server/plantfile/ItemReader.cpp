@@ -3,8 +3,11 @@
 #include "core/automation/Errors.h"
 #include "core/automation/ItemDefinition.h"
 #include "server/plant/Links.h"
+#include "server/plantfile/DefinitionToml.h"
 #include "server/plantfile/SignalReader.h"
 #include "velsqllib/TypeCode.h"
+
+#include <QHash>
 
 namespace {
 
@@ -13,15 +16,30 @@ QString PlainName(QString name)
     return name.remove(u' ').remove(QStringLiteral("VT_"));
 }
 
+QHash<QString, VarType> TypesByName()
+{
+    QHash<QString, VarType> types;
+    for (const VarType type : ChoosableTypes) {
+        types.insert(PlainName(TypeName(type)), type);
+        types.insert(PlainName(TypeName(ArrayOf(type))), ArrayOf(type));
+    }
+    return types;
+}
+
 /// "I4", "VT_I4", "ARRAY|I4", "VT_ARRAY | VT_I4".
 std::optional<VarType> ParseType(const QString& text)
 {
-    for (const VarType type : ChoosableTypes) {
-        if (PlainName(text) == PlainName(TypeName(type))) return type;
-        if (PlainName(text) == PlainName(TypeName(ArrayOf(type)))) return ArrayOf(type);
-    }
-    return std::nullopt;
+    static const QHash<QString, VarType> types = TypesByName();
+    const auto type = types.constFind(PlainName(text));
+    return type == types.constEnd() ? std::nullopt : std::optional(*type);
 }
+
+const QStringList s_Attributes = {QStringLiteral("read-write"), QStringLiteral("read-only"),
+                                  QStringLiteral("write-only")};
+const QStringList s_Kinds = {QStringLiteral("normal"), QStringLiteral("alias"), QStringLiteral("array")};
+const QStringList s_LinkProperties = {QStringLiteral("value"), QStringLiteral("id"), QStringLiteral("activation"),
+                                      QStringLiteral("link_activation")};
+const QStringList s_ForcedChanges = {QStringLiteral("never"), QStringLiteral("reading"), QStringLiteral("writing")};
 
 /// None when the type is a mistake.
 std::optional<VarType> ReadType(FileTable& table)
@@ -34,7 +52,7 @@ std::optional<VarType> ReadType(FileTable& table)
 
 Variant ReadInitial(FileTable& table, VarType type)
 {
-    const Variant value = table.Value("value");
+    const Variant value = table.Value("value", type != VT_VARIANT);
     if (value.IsEmpty()) return value;
     try {
         return ConvertTo(value, type);
@@ -44,33 +62,25 @@ Variant ReadInitial(FileTable& table, VarType type)
     }
 }
 
-/// `isTyped`: whether the type is right; otherwise VT_VARIANT stands in for it.
+/// All but the name. `isTyped`: whether the type is right; otherwise VT_VARIANT stands in for it.
 ItemTraits ReadTraits(FileTable& table, bool& isTyped)
 {
     ItemTraits traits;
-    traits.Name = table.Name("name");
     traits.Description = table.Text("description");
     const auto type = ReadType(table);
     isTyped = type.has_value();
     traits.Type = type.value_or(VT_VARIANT);
     traits.Initial = ReadInitial(table, traits.Type);
-    traits.Attribute = static_cast<Access>(table.Choice(
-        "attribute", {QStringLiteral("read-write"), QStringLiteral("read-only"), QStringLiteral("write-only")}, 0));
+    traits.Attribute = static_cast<Access>(table.Choice("attribute", s_Attributes, 0));
     traits.Tag = table.Value("tag");
     traits.Id = table.Value("id");
-    traits.Kind = static_cast<ItemKind>(
-        table.Choice("kind", {QStringLiteral("normal"), QStringLiteral("alias"), QStringLiteral("array")}, 0));
+    traits.Kind = static_cast<ItemKind>(table.Choice("kind", s_Kinds, 0));
     traits.Links = table.Texts("links");
-    traits.Property =
-        static_cast<LinkedProperty>(table.Choice("link_property",
-                                                 {QStringLiteral("value"), QStringLiteral("id"),
-                                                  QStringLiteral("activation"), QStringLiteral("link_activation")},
-                                                 0));
+    traits.Property = static_cast<LinkedProperty>(table.Choice("link_property", s_LinkProperties, 0));
     traits.ExtractsElement = table.Flag("extract", false);
     traits.Historic = table.Flag("history", false);
     traits.RaisesEvents = table.Flag("events", true);
-    traits.Forced = static_cast<ForcedChange>(table.Choice(
-        "forced_change", {QStringLiteral("never"), QStringLiteral("reading"), QStringLiteral("writing")}, 0));
+    traits.Forced = static_cast<ForcedChange>(table.Choice("forced_change", s_ForcedChanges, 0));
     traits.ComparesArrays = table.Flag("compare_arrays", true);
     traits.TakesEmpty = table.Flag("empty", traits.Type == VT_VARIANT);
     traits.Active = table.Flag("active", true);
@@ -82,36 +92,93 @@ ItemTraits ReadTraits(FileTable& table, bool& isTyped)
 
 } // namespace
 
-void ReadItem(FileTable table, PlantController& controller, const QString& folder)
+ItemReader::ItemReader(Plant& plant, QString folder, Mistakes& mistakes)
+    : m_Plant(plant)
+    , m_Folder(std::move(folder))
+    , m_Mistakes(mistakes)
 {
-    bool isTyped = false;
-    ItemTraits traits = ReadTraits(table, isTyped);
-    const bool isLinkWrong = table.Has("links") && !table.IsListOfTexts("links"); // said already
-    SignalRef signal;
-    for (FileTable& part : table.OptionalTable("signal")) {
-        if (isTyped) signal = ReadSignal(std::move(part), traits.Type, folder); // else nothing can be said of it
-    }
-    table.RefuseOthers();
-    if (table.Has("signal") && !traits.Links.isEmpty())
-        table.Refuse("signal", QStringLiteral("a linked item takes its values from its link"));
-    if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty() && !isLinkWrong)
-        table.Refuse("kind", QStringLiteral("an alias needs the item that it stands for in links"));
-    if (traits.Name.isEmpty()) return;
-    if (controller.Find(traits.Name))
-        return table.Refuse("name", QStringLiteral("item \"%1\" exists already").arg(traits.Name));
-    controller.Add(std::move(traits), std::move(signal));
 }
 
-void CheckLinks(FileTable& controllerTable, const PlantController& controller, LinkCheck& check)
+void ItemReader::Read(FileTable entry, const ItemOwner& owner)
 {
-    for (FileTable& table : controllerTable.Tables("item")) {
-        const bool extracts = table.Flag("extract", false);
-        for (const QString& link : table.Texts("links")) {
-            const QString name = ParseLink(link, extracts).Name;
-            if (!controller.Owner().Resolve(controller, name))
-                table.Refuse("links", QStringLiteral("the item \"%1\" does not exist").arg(name));
-        }
-        const PlantItemRef item = controller.Find(table.Text("name"));
-        if (item && check.Look(*item) == LinkCheck::Finding::Endless) table.Refuse("links", EndlessLinks());
+    if (entry.Has("definition")) return NoteDefinition(std::move(entry), owner);
+    const QString name = entry.Name("name");
+    try {
+        const NameRange range = ParseName(name);
+        if (!range.First) return ReadOne(std::move(entry), range.Front, owner);
+        for (RangeNumber number{*range.First, range.Digits}; number.Value <= range.Last && !IsFull(); ++number.Value)
+            ReadOne(entry.WithNumber(number), range.NameOf(number), owner);
+    } catch (const DescribedError& error) {
+        entry.Refuse("name", error.Description());
+        ReadOne(std::move(entry), QString(), owner); // for the other mistakes in it
     }
+}
+
+void ItemReader::ReadOne(FileTable entry, const QString& name, const ItemOwner& owner)
+{
+    bool isTyped = false;
+    ItemTraits traits = ReadTraits(entry, isTyped);
+    traits.Name = name;
+    const bool isLinkWrong = entry.Has("links") && !entry.IsListOfTexts("links"); // said already
+    SignalRef signal;
+    for (FileTable& part : entry.OptionalTable("signal")) {
+        if (isTyped) signal = ReadSignal(std::move(part), traits.Type, m_Folder); // else nothing can be said of it
+    }
+    entry.RefuseOthers();
+    if (entry.Has("signal") && !traits.Links.isEmpty())
+        entry.Refuse("signal", QStringLiteral("a linked item takes its values from its link"));
+    if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty() && !isLinkWrong)
+        entry.Refuse("kind", QStringLiteral("an alias needs the item that it stands for in links"));
+    const bool isTaken = owner.Controller.Find(name) != nullptr;
+    if (isTaken) entry.Refuse("name", QStringLiteral("item \"%1\" exists already").arg(name));
+    if (!traits.Links.isEmpty())
+        m_Linked.push_back({owner.Controller, name, traits.Links, traits.ExtractsElement, entry.PlaceOf("links")});
+    if (isTaken || name.isEmpty()) return;
+    if (++m_Count > MostItems)
+        return entry.Refuse("name", QStringLiteral("a plant has at most %1 items").arg(MostItems));
+    owner.Controller.Add(std::move(traits), std::move(signal));
+}
+
+void ItemReader::NoteDefinition(FileTable entry, const ItemOwner& owner)
+{
+    const Variant definition = DefinitionFromToml(entry.Values("definition"));
+    entry.RefuseOthers();
+    if (!m_Plant.Find(owner.Name)) return; // it has no name, which has been noted
+    m_Defined.append({owner.Name, definition, {}, static_cast<qsizetype>(m_DefinedAt.size())});
+    m_DefinedAt.push_back(entry.PlaceOf("definition"));
+}
+
+void ItemReader::Finish()
+{
+    for (const DefinedItem& refused : AddDefinedItems(m_Plant, m_Defined))
+        m_DefinedAt[static_cast<std::size_t>(refused.Number)].Refuse("definition", refused.Objection);
+    LinkCheck check(LinkCheck::Along::Defined);
+    for (const Linked& linked : m_Linked) CheckLinks(linked, check);
+}
+
+/// Notes links that lead nowhere, in a circle or too far. Circles that `check` has found before are not noted again.
+void ItemReader::CheckLinks(const Linked& linked, LinkCheck& check)
+{
+    for (const QString& link : linked.Links) {
+        const QString name = ParseLink(link, linked.Extracts).Name;
+        if (!m_Plant.Resolve(linked.Controller, name))
+            linked.At.Refuse("links", QStringLiteral("the item \"%1\" does not exist").arg(name));
+    }
+    const PlantItemRef item = linked.Controller.Find(linked.Name);
+    if (item && check.Look(*item) == LinkCheck::Finding::Endless) linked.At.Refuse("links", EndlessLinks());
+}
+
+QStringList ItemReader::Keys()
+{
+    Mistakes unsaid{QString()};
+    const toml::table nothing;
+    FileTable entry(nothing, unsaid);
+    bool isTyped = false;
+    entry.Name("name");
+    entry.Values("definition");
+    ReadTraits(entry, isTyped);
+    QStringList keys;
+    for (const char* key : entry.Known()) keys.append(QString::fromUtf8(key));
+    for (const QString& key : SignalKeys()) keys.append(QStringLiteral("signal.%1").arg(key));
+    return keys;
 }

@@ -1,9 +1,8 @@
 #include "server/plantfile/PlantFile.h"
 
 #include "core/automation/SafeArray.h"
-#include "server/definition/DefinedItems.h"
-#include "server/plantfile/DefinitionToml.h"
 #include "server/plantfile/ItemReader.h"
+#include "server/plantfile/TagFile.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -31,7 +30,7 @@ void ReadScanTimes(FileTable& table, ControllerTraits& traits)
 
 /// Text mistakes are noted by the table, names that exist twice here. What stands in a controller without a name of its
 /// own is read all the same, for the mistakes in it.
-PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString& folder, bool keepsAddedItems)
+void ReadController(FileTable& table, Plant& plant, ItemReader& reader, bool keepsAddedItems)
 {
     ControllerTraits traits;
     traits.Name = table.Name("name");
@@ -43,49 +42,20 @@ PlantControllerRef ReadController(FileTable& table, Plant& plant, const QString&
     traits.SortsItems = table.Choice("added_items", {QStringLiteral("end"), QStringLiteral("sorted")}, 0) == 1;
     traits.KeepsAddedItems = table.Flag("keep_added_items", keepsAddedItems);
     auto items = table.Tables("item");
+    const QString tags = table.Has("tags") ? table.Name("tags") : table.Text("tags");
     table.RefuseOthers();
-    const bool isTaken = plant.Find(traits.Name) != nullptr;
-    if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(traits.Name));
-    if (isTaken || traits.Name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
-    PlantControllerRef controller = plant.Add(std::move(traits));
-    for (FileTable& item : items) {
-        if (!item.Has("definition")) ReadItem(std::move(item), *controller, folder);
+    const QString name = traits.Name;
+    const bool isTaken = plant.Find(name) != nullptr;
+    if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(name));
+    if (isTaken || name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
+    const ItemOwner owner = {*plant.Add(std::move(traits)), name};
+    for (FileTable& item : items) reader.Read(std::move(item), owner);
+    if (tags.isEmpty()) return;
+    try {
+        ReadTags(tags, reader, owner);
+    } catch (const DescribedError& error) {
+        table.Refuse("tags", error.Description());
     }
-    return controller;
-}
-
-/// Adds the items that a plant file gives by a definition, once all others are there.
-void ReadDefinedItems(std::vector<FileTable>& controllerTables, Plant& plant)
-{
-    QList<DefinedItem> items;
-    std::vector<FileTable> tables;
-    for (FileTable& controllerTable : controllerTables) {
-        const QString controller = controllerTable.Text("name");
-        for (FileTable& table : controllerTable.Tables("item")) {
-            if (!table.Has("definition")) continue;
-            if (!plant.Find(controller)) continue; // it has no name, which has been noted
-            items.append({controller, DefinitionFromToml(table.Values("definition")), {}});
-            table.RefuseOthers();
-            tables.push_back(std::move(table));
-        }
-    }
-    for (const DefinedItem& refused : AddDefinedItems(plant, items)) {
-        for (qsizetype i = 0; i < items.size(); ++i) {
-            const bool isRefused =
-                items[i].Controller == refused.Controller && items[i].Definition == refused.Definition;
-            if (isRefused) tables[static_cast<std::size_t>(i)].Refuse("definition", refused.Objection);
-        }
-    }
-}
-
-void ReadControllers(std::vector<FileTable> tables, Plant& plant, const QString& folder, bool keepsAddedItems)
-{
-    QList<PlantControllerRef> controllers;
-    for (FileTable& table : tables) controllers.append(ReadController(table, plant, folder, keepsAddedItems));
-    ReadDefinedItems(tables, plant);
-    LinkCheck check(LinkCheck::Along::Defined);
-    for (std::size_t i = 0; i < tables.size(); ++i)
-        CheckLinks(tables[i], *controllers[static_cast<qsizetype>(i)], check);
 }
 
 HistoryDestination ReadDestination(FileTable table, HistoryDestination destination)
@@ -155,7 +125,9 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
         FileTable table(root, mistakes);
         for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
         const bool keepsAddedItems = table.Flag("keep_added_items", true);
-        ReadControllers(table.Tables("controller"), plant, QFileInfo(path).path(), keepsAddedItems);
+        ItemReader reader(plant, QFileInfo(path).path(), mistakes);
+        for (FileTable& part : table.Tables("controller")) ReadController(part, plant, reader, keepsAddedItems);
+        reader.Finish();
         table.RefuseOthers();
     }
     if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));

@@ -53,7 +53,7 @@ bool Fits(FileTable& table, double low, double high, VarType type)
 
 SignalRef ReadConstant(FileTable& table, VarType type)
 {
-    const Variant value = table.Value("value");
+    const Variant value = table.Value("value", type != VT_VARIANT);
     if (!table.Has("value")) {
         table.RefuseMissing("value");
         return nullptr;
@@ -158,17 +158,33 @@ SignalRef ReadArraySignal(FileTable& table, Form form, VarType type)
     return std::make_unique<ArraySignal>(std::move(elements));
 }
 
+SignalRef MakeSignal(FileTable& table, Form form, VarType type, const QString& folder)
+{
+    if (form == Constant) return ReadConstant(table, type);
+    if (form == Replay) return ReadReplay(table, type, folder);
+    return type & VT_ARRAY ? ReadArraySignal(table, form, type) : ReadScalarSignal(table, form, type, {});
+}
+
 } // namespace
 
 SignalRef ReadSignal(FileTable table, VarType type, const QString& folder)
 {
     const auto form = static_cast<Form>(table.Choice("form", s_Forms, Constant));
     if (table.Has("form") && table.Text("form") != s_Forms[form]) return nullptr; // what belongs to it cannot be known
-    SignalRef signal;
-    if (form == Constant) signal = ReadConstant(table, type);
-    else if (form == Replay) signal = ReadReplay(table, type, folder);
-    else if (type & VT_ARRAY) signal = ReadArraySignal(table, form, type);
-    else signal = ReadScalarSignal(table, form, type, {});
+    SignalRef signal = MakeSignal(table, form, type, folder);
     table.RefuseOthers();
     return signal;
+}
+
+QSet<QString> SignalKeys()
+{
+    Mistakes unsaid{QString()};
+    const toml::table nothing;
+    QSet<QString> keys = {QStringLiteral("form")};
+    for (int form = Constant; form <= Clock; ++form) {
+        FileTable table(nothing, unsaid);
+        MakeSignal(table, static_cast<Form>(form), ArrayOf(VT_R8), QString());
+        for (const char* key : table.Known()) keys.insert(QString::fromUtf8(key));
+    }
+    return keys;
 }
