@@ -2,10 +2,10 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
+#include "server/plantfile/DataFile.h"
 #include "velsqllib/DateText.h"
 
 #include <cmath>
-#include <QFile>
 
 namespace {
 
@@ -33,12 +33,10 @@ ReplayedValue ReadRow(QStringView line, VarType type)
 
 std::vector<ReplayedValue> ReadReplayFile(const QString& path, VarType type)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw DescribedError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+    const auto file = OpenDataFile(path);
     std::vector<ReplayedValue> rows;
-    for (int number = 1; !file.atEnd(); ++number) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+    for (int number = 1; !file->atEnd(); ++number) {
+        const QString line = QString::fromUtf8(file->readLine()).trimmed();
         if (line.isEmpty() || line.startsWith(u'#')) continue;
         try {
             rows.push_back(ReadRow(line, type));

@@ -1,23 +1,11 @@
 #include "server/plantfile/TagFile.h"
 
 #include "server/plantfile/CsvReader.h"
+#include "server/plantfile/DataFile.h"
 
 #include <QDir>
-#include <QFile>
 
 namespace {
-
-constexpr qint64 MostBytes = qint64{1024} * 1024 * 1024;
-
-QByteArray ContentOf(const QString& path)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw DescribedError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
-    if (file.isSequential() || file.size() > MostBytes)
-        throw DescribedError(QStringLiteral("%1 is not a file of at most %2 MB").arg(path).arg(MostBytes >> 20));
-    return file.readAll();
-}
 
 /// The rows of a file of tags, one after the other in the same table of texts.
 class TagRows
@@ -108,7 +96,7 @@ private:
 void ReadTags(const QString& file, ItemReader& reader, const ItemOwner& owner)
 {
     const QString path = QDir::cleanPath(QDir(reader.Folder()).filePath(file));
-    TagRows rows(ContentOf(path), reader.MistakesOf(path));
+    TagRows rows(OpenDataFile(path)->readAll(), reader.MistakesOf(path));
     if (!rows.ReadColumns()) return;
     rows.ReadRows([&](FileTable row) {
         reader.Read(std::move(row), owner);

@@ -1,29 +1,5 @@
-#include "core/automation/SafeArray.h"
-#include "server/plantfile/PlantFile.h"
 #include "server/plantfile/ReplayFile.h"
-#include "tests/server/ServerRun.h"
-#include "tests/server/TestPlant.h"
-
-namespace {
-
-/// A plant file with the given text, and what reading it says.
-class PlantFileTest : public ::testing::Test
-{
-protected:
-    /// The mistakes with their lines, the folder cut away.
-    QString MistakesIn(const QByteArray& text)
-    {
-        WriteFile(m_Path, text);
-        return OutcomeOf([&] { m_History = ReadPlantFile(m_Path, m_Plant); }).remove(m_Folder.path() + u'/');
-    }
-
-    QTemporaryDir m_Folder;
-    QString m_Path = m_Folder.filePath(u"plant.toml"_s);
-    TestPlant m_Plant;
-    HistorySettings m_History;
-};
-
-} // namespace
+#include "tests/server/PlantFileTest.h"
 
 TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
 {
@@ -41,12 +17,12 @@ TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
         {R"(scan_times = [100, 1000])", scanTimes},
         {R"(item = [)", {}},
         {R"({ name = "x", type = "I5", links = ["B\\y"] },)",
-         u"links: the item \"B\\y\" does not exist\ntype: \"I5\" is not a type such as I4 or ARRAY|BSTR"_s},
+         u"type: \"I5\" is not a type such as I4 or ARRAY|BSTR\nlinks: the item \"B\\y\" does not exist"_s},
         {R"({ name = "x", attribute = "readonly" },)",
-         u"name: item \"x\" exists already\nattribute: \"readonly\" is none of read-write, read-only, write-only"_s},
-        {R"({ type = "I2", value = 70000 },)", u"value: 70000 is out of the range of VT_I2\nname is missing"_s},
+         u"attribute: \"readonly\" is none of read-write, read-only, write-only\nname: item \"x\" exists already"_s},
+        {R"({ type = "I2", value = 70000 },)", u"name is missing\nvalue: 70000 is out of the range of VT_I2"_s},
         {R"({ name = "b", type = "BOOL", signal = { form = "sine", period = 0, amplitude = 3 } },)",
-         u"amplitude is not known here\nperiod: it must be more than 0"_s},
+         u"period: it must be more than 0\namplitude is not known here"_s},
         {R"({ name = "r", type = "I4", signal = { form = "replay", file = "r.csv" } },)",
          u"file: r.csv cannot be read: No such file or directory"_s},
         {R"({ name = 5, links = ["x"] },)", u"name: a text must stand here"_s},
@@ -56,8 +32,8 @@ TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
         {R"({ name = "q", links = ["p"], scan = true },)", u"scan: a whole number must stand here"_s},
         {R"({ name = "w", kind = "alias", links = "q" },)", u"links: a list must stand here"_s},
         {R"({ name = "c", type = "I6", value = 0000-01-01, signal = { form = "sine", elements = 4 } },)",
-         u"\"0000-01-01\" is not a date such as 2024-01-31 12:00:00\n"
-         "type: \"I6\" is not a type such as I4 or ARRAY|BSTR"_s},
+         u"type: \"I6\" is not a type such as I4 or ARRAY|BSTR\n"
+         "\"0000-01-01\" is not a date such as 2024-01-31 12:00:00"_s},
         {R"({ name = "d", type = "ARRAY|I2", signal = { form = "clock" } },)", u"form: the time never fits VT_I2"_s},
         {R"({ name = "e", signal = { form = "counter", first = 5, last = 1 } },)", u"last: it is below first"_s},
         {R"({ name = "f", type = "UI1", signal = { form = "ramp", low = 300, high = 400 } },)",
@@ -145,5 +121,10 @@ TEST_F(PlantFileTest, TheExampleIsRightAndRuns)
     EXPECT_EQ(room->State(), static_cast<qint32>(ControllerState::Uninitialized)) << "waits for Start";
     room->Snapshot();
     EXPECT_EQ(room->Item(u"Wanted level"_s)->Value(), Variant(65.0));
+    const PlantControllerRef wells = m_Plant.Controller(u"Wells"_s);
+    wells->Snapshot();
+    for (const PlantItemRef& item : wells->Items())
+        EXPECT_EQ(item->State(), ItemState::Succeeded) << item->Name().toStdString();
+    EXPECT_EQ(wells->Items().size(), 12 + 12 + 9) << "numbered items and tags";
     EXPECT_EQ(room->Item(u"Pressure 3"_s)->Value(), works->Item(u"Pressures"_s)->Value().Array().At(3));
 }
