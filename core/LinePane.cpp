@@ -1,6 +1,9 @@
 #include "core/LinePane.h"
 
+#include "core/Colours.h"
+
 #include <QMimeData>
+#include <QScopedValueRollback>
 #include <QTextBlock>
 
 #include <algorithm>
@@ -10,6 +13,8 @@ namespace {
 // The user state of a block tells how its line ends: one of these two, or the character that ended it.
 constexpr int UsualEnd = -1;  // the state of a new block
 constexpr int ShownBreak = 0; // exists on the screen only, not in the text
+
+constexpr int IsError = QTextFormat::UserProperty;
 
 /// The characters that the document itself treats as the end of a line.
 bool EndsBlock(QChar c)
@@ -71,19 +76,71 @@ LinePane::LinePane(QString usualEnd, QWidget* parent)
     setUndoRedoEnabled(false);
 }
 
-void LinePane::Insert(QTextCursor& cursor, const ShownText& shown, const QTextCharFormat& format)
+void LinePane::Insert(QTextCursor& cursor, const QList<Part>& parts)
 {
+    const QScopedValueRollback inserting(m_Inserting, true);
     cursor.beginEditBlock();
     cursor.removeSelectedText();
+    for (const Part& part : parts) InsertPart(cursor, part);
+    cursor.endEditBlock();
+}
+
+void LinePane::InsertPart(QTextCursor& cursor, const Part& part) const
+{
     const int start = cursor.position();
     const int endOfRest = cursor.block().userState();
-    cursor.insertText(shown.Lines, format);
+    InsertLines(cursor, part.Shown.Lines, part.What);
     QTextBlock block = document()->findBlock(start);
-    for (const int end : shown.Ends) {
+    for (const int end : part.Shown.Ends) {
         block.setUserState(end);
         block = block.next();
     }
     block.setUserState(endOfRest);
+}
+
+/// The end of the last line stays plain: what is written behind it would take its colour.
+void LinePane::InsertLines(QTextCursor& cursor, const QString& lines, Kind kind) const
+{
+    const bool endsApart = kind == Kind::Error && lines.endsWith(u'\n');
+    cursor.insertText(endsApart ? lines.chopped(1) : lines, FormatOf(kind));
+    if (endsApart) cursor.insertText(QStringLiteral("\n"), QTextCharFormat());
+}
+
+QTextCharFormat LinePane::FormatOf(Kind kind) const
+{
+    QTextCharFormat format;
+    if (kind == Kind::Output) return format;
+    format.setProperty(IsError, true);
+    format.setForeground(Colours::Error(palette()));
+    return format;
+}
+
+void LinePane::changeEvent(QEvent* event)
+{
+    QPlainTextEdit::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) ColourErrors();
+}
+
+/// Earlier text follows the desktop's colours, too.
+void LinePane::ColourErrors()
+{
+    QList<std::pair<int, int>> errors;
+    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
+        for (auto part = block.begin(); !part.atEnd(); ++part) {
+            const QTextFragment fragment = part.fragment();
+            if (!fragment.charFormat().hasProperty(IsError)) continue;
+            errors.append({fragment.position(), fragment.position() + fragment.length()});
+        }
+    }
+    if (errors.isEmpty()) return;
+    const QScopedValueRollback inserting(m_Inserting, true);
+    QTextCursor cursor(document());
+    cursor.beginEditBlock();
+    for (const auto& [start, end] : errors) {
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        cursor.setCharFormat(FormatOf(Kind::Error));
+    }
     cursor.endEditBlock();
 }
 

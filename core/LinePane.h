@@ -11,6 +11,12 @@ class LinePane : public QPlainTextEdit
 public:
     static constexpr qsizetype LongestShownLine = 4096;
 
+    enum class Kind
+    {
+        Output,
+        Error ///< stands out by its colour
+    };
+
     /// The text between two positions of the document.
     QString TextBetween(int start, int end) const;
 
@@ -37,15 +43,28 @@ protected:
         qsizetype m_Used = 0;
     };
     ShownText Shown(QStringView text, qsizetype used = 0) const { return {text, m_UsualEnd, used}; }
+    struct Part
+    {
+        ShownText Shown;
+        Kind What = Kind::Output;
+    };
     /// Replaces what the cursor selects.
-    void Insert(QTextCursor& cursor, const ShownText& shown, const QTextCharFormat& format = {});
+    void Insert(QTextCursor& cursor, const QList<Part>& parts);
+    /// The pane itself, not the operator, is changing the document.
+    bool IsInserting() const { return m_Inserting; }
     /// From now on the lines in this part of the document have the usual end.
     void EndAsUsual(int position, int length);
 
     QMimeData* createMimeDataFromSelection() const override;
+    void changeEvent(QEvent* event) override;
 
 private:
     QString EndText(int end) const;
+    QTextCharFormat FormatOf(Kind kind) const;
+    void InsertPart(QTextCursor& cursor, const Part& part) const;
+    void InsertLines(QTextCursor& cursor, const QString& lines, Kind kind) const;
+    void ColourErrors();
 
     QString m_UsualEnd;
+    bool m_Inserting = false;
 };

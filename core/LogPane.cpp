@@ -5,7 +5,6 @@
 
 #include <QMimeData>
 #include <QResizeEvent>
-#include <QScopedValueRollback>
 #include <QScopeGuard>
 
 #include <limits>
@@ -30,35 +29,40 @@ LogPane::LogPane(QWidget* parent)
     connect(&m_Frame, &QTimer::timeout, this, &LogPane::ShowAppended);
     connect(document(), &QTextDocument::contentsChange, this, [this](int position, int /*removed*/, int added) {
         // Text that the operator edits reads as it is shown.
-        if (!m_Inserting) EndAsUsual(position, added);
+        if (!IsInserting()) EndAsUsual(position, added);
     });
 }
 
 qint64 LogPane::Length() const
 {
     // The document counts one character for the end of each block, the last one included.
-    return qint64{document()->characterCount()} + document()->blockCount() - 2 + m_Appended.Length();
+    return qint64{document()->characterCount()} + document()->blockCount() - 2 + m_AppendedLength;
 }
 
-void LogPane::Append(const QString& line)
+void LogPane::Append(const QString& line, Kind kind)
 {
     const ShownText shown = Shown(line);
     if (Length() + shown.Length() > m_Capacity) throw ValueError::Overflow();
-    m_Appended.Add(shown);
+    if (m_Appended.isEmpty() || m_Appended.constLast().What != kind) m_Appended.append({{}, kind});
+    m_Appended.last().Shown.Add(shown);
+    m_AppendedLength += shown.Length();
     if (!m_Frame.isActive()) m_Frame.start();
+    if (kind == Kind::Error) Q_EMIT ErrorAppended();
 }
 
 void LogPane::ShowAppended()
 {
     m_Frame.stop();
-    const ShownText shown = std::exchange(m_Appended, {});
-    if (shown.Length() == 0) return;
+    const QList<Part> appended = std::exchange(m_Appended, {});
+    m_AppendedLength = 0;
+    if (appended.isEmpty()) return;
     // Scrolling would first move pixels, most of which are then painted over.
     viewport()->setUpdatesEnabled(false);
     const auto paintLater = qScopeGuard([this] { viewport()->setUpdatesEnabled(true); });
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
-    Replace(end, shown);
+    Insert(end, appended);
+    setTextCursor(end);
 }
 
 void LogPane::ReplaceSelection(const QString& text)
@@ -66,13 +70,8 @@ void LogPane::ReplaceSelection(const QString& text)
     ShowAppended();
     const ShownText shown = Shown(text);
     if (Length() + shown.Length() > m_Capacity) return;
-    Replace(textCursor(), shown);
-}
-
-void LogPane::Replace(QTextCursor cursor, const ShownText& shown)
-{
-    const QScopedValueRollback inserting(m_Inserting, true);
-    Insert(cursor, shown);
+    QTextCursor cursor = textCursor();
+    Insert(cursor, {{shown}});
     setTextCursor(cursor);
 }
 
@@ -91,6 +90,9 @@ QString LogPane::SelectedText()
 bool LogPane::event(QEvent* event)
 {
     if (ActsOnText(*event)) ShowAppended();
+    // What the operator types is no error, also behind one.
+    const bool mayType = event->type() == QEvent::KeyPress || event->type() == QEvent::InputMethod;
+    if (mayType && !textCursor().hasSelection()) setCurrentCharFormat({});
     return LinePane::event(event);
 }
 

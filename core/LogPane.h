@@ -20,7 +20,7 @@ public:
     /// selected. Line ends inside `line` are kept. Throws ValueError when the pane cannot take it; it is then
     /// unchanged. The document gets it within a frame of the screen, together with all other lines of that frame,
     /// because each layout is expensive.
-    void Append(const QString& line);
+    void Append(const QString& line, Kind kind = Kind::Output);
     /// Puts what was appended into the document at once. The functions below and the operator's actions do this
     /// themselves.
     void ShowAppended();
@@ -30,6 +30,10 @@ public:
     void ReplaceSelection(const QString& text);
     QString SelectedText();
 
+Q_SIGNALS:
+    /// A line of the kind Error was appended.
+    void ErrorAppended();
+
 protected:
     bool event(QEvent* event) override;
     bool viewportEvent(QEvent* event) override;
@@ -38,10 +42,8 @@ protected:
 
 private:
     qint64 Length() const;
-    void Replace(QTextCursor cursor, const ShownText& shown);
-
     qint64 m_Capacity;
-    ShownText m_Appended;
+    QList<Part> m_Appended;
+    qint64 m_AppendedLength = 0;
     QTimer m_Frame;
-    bool m_Inserting = false;
 };

@@ -24,12 +24,24 @@ MainWindow* g_MainWindow = nullptr;
 QElapsedTimer g_SincePainted;
 bool g_IsPainted = true;
 
-void AppendLine(const QString& message)
+void AppendLine(const QString& message, LogPane::Kind kind)
 {
     if (LogLineCount == std::numeric_limits<qint32>::max()) throw ValueError::Overflow();
     g_IsPainted = false;
-    g_MainWindow->Log().Append(QString::number(LogLineCount) % u" : " % message % u"\r\n");
+    g_MainWindow->Log().Append(QString::number(LogLineCount) % u" : " % message % u"\r\n", kind);
     ++LogLineCount;
+}
+
+void Add(const QString& message, LogPane::Kind kind)
+{
+    if (!g_MainWindow) return;
+    try {
+        AppendLine(message, kind);
+    } catch (...) {
+        SetStatus(QStringLiteral("Log buffer overflow."));
+        return;
+    }
+    SetStatus(QStringLiteral("Ready."));
 }
 
 } // namespace
@@ -64,14 +76,12 @@ void Reset()
 
 void AddLog(const QString& message)
 {
-    if (!g_MainWindow) return;
-    try {
-        AppendLine(message);
-    } catch (...) {
-        SetStatus(QStringLiteral("Log buffer overflow."));
-        return;
-    }
-    SetStatus(QStringLiteral("Ready."));
+    Add(message, LogPane::Kind::Output);
+}
+
+void LogError(const QString& description)
+{
+    Add(description, LogPane::Kind::Error);
 }
 
 void SetStatus(const QString& text)
@@ -83,7 +93,7 @@ void SetStatus(const QString& text)
 
 void LogErrorDescription()
 {
-    AddLog(CurrentErrorDescription());
+    LogError(CurrentErrorDescription());
 }
 
 void Announce(QStringView object, QStringView operation)

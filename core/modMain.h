@@ -36,6 +36,8 @@ void Reset();
 /// Appends one numbered line to the log and sets the status line to "Ready.". Never fails: when the pane cannot take
 /// the line, pane and counter stay unchanged and the status line shows "Log buffer overflow.".
 void AddLog(const QString& message);
+/// Like AddLog; the line stands out as an error.
+void LogError(const QString& description);
 /// Panel 1 of the status bar.
 void SetStatus(const QString& text);
 /// Logs the description of the exception being handled, unchanged; only inside a catch block.

@@ -158,7 +158,7 @@ void ResultModel::NoteFailure(const QString& description)
     if (std::exchange(m_FailureSaid, true)) return;
     // Painting may have caused this call, so the log is written later.
     QMetaObject::invokeMethod(
-        this, [description] { modMain::AddLog(description); }, Qt::QueuedConnection);
+        this, [description] { modMain::LogError(description); }, Qt::QueuedConnection);
 }
 
 QString ResultModel::Summary() const

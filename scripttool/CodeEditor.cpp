@@ -1,7 +1,7 @@
 #include "scripttool/CodeEditor.h"
 
 #include "core/automation/Errors.h"
-#include "scripttool/Colours.h"
+#include "core/Colours.h"
 #include "scripttool/ScriptHighlighter.h"
 
 #include <QFontDatabase>

@@ -1,7 +1,6 @@
 #include "scripttool/OutputPane.h"
 
 #include "core/DisplayText.h"
-#include "scripttool/Colours.h"
 
 #include <QFontDatabase>
 #include <QKeyEvent>
@@ -11,8 +10,6 @@
 #include <algorithm>
 
 namespace {
-
-constexpr int IsError = QTextFormat::UserProperty;
 
 /// The printed text in a form that the document takes unchanged: control characters would be invisible, and some would
 /// end lines.
@@ -37,15 +34,6 @@ QStringView LastLines(QStringView text)
     return text;
 }
 
-QTextCharFormat FormatOf(OutputPane::Kind kind, const QPalette& palette)
-{
-    QTextCharFormat format;
-    if (kind == OutputPane::Kind::Output) return format;
-    format.setProperty(IsError, true);
-    format.setForeground(Colours::Error(palette));
-    return format;
-}
-
 } // namespace
 
 OutputPane::OutputPane(QWidget* parent)
@@ -68,7 +56,7 @@ void OutputPane::Append(const QString& text, Kind kind)
     const QTextCursor top(firstVisibleBlock());
     QTextCursor end(document());
     end.movePosition(QTextCursor::End);
-    Insert(end, Shown(last, document()->lastBlock().length() - 1), FormatOf(kind, palette()));
+    Insert(end, {{Shown(last, document()->lastBlock().length() - 1), kind}});
     DropEarlier(isCut);
     bar.setValue(atEnd ? bar.maximum() : top.block().firstLineNumber());
 }
@@ -105,29 +93,4 @@ void OutputPane::keyPressEvent(QKeyEvent* event)
 void OutputPane::ChooseLineAtCaret()
 {
     Q_EMIT LineChosen(textCursor().block().text());
-}
-
-void OutputPane::changeEvent(QEvent* event)
-{
-    LinePane::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange) ColourErrors();
-}
-
-/// Earlier text follows the desktop's colours, too.
-void OutputPane::ColourErrors()
-{
-    QList<std::pair<int, int>> errors;
-    for (QTextBlock block = document()->begin(); block.isValid(); block = block.next()) {
-        for (auto part = block.begin(); !part.atEnd(); ++part) {
-            const QTextFragment fragment = part.fragment();
-            if (!fragment.charFormat().hasProperty(IsError)) continue;
-            errors.append({fragment.position(), fragment.position() + fragment.length()});
-        }
-    }
-    QTextCursor cursor(document());
-    for (const auto& [start, end] : errors) {
-        cursor.setPosition(start);
-        cursor.setPosition(end, QTextCursor::KeepAnchor);
-        cursor.setCharFormat(FormatOf(Kind::Error, palette()));
-    }
 }

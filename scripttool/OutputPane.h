@@ -8,12 +8,6 @@ class OutputPane : public LinePane
     Q_OBJECT
 
 public:
-    enum class Kind
-    {
-        Output,
-        Error
-    };
-
     static constexpr int MaxLines = 10'000;
     /// In UTF-16 units: 4 MiB.
     static constexpr int MaxCharacters = 2 * 1024 * 1024;
@@ -29,10 +23,8 @@ Q_SIGNALS:
 protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     void DropEarlier(bool someAlready);
-    void ColourErrors();
     void ChooseLineAtCaret();
 };

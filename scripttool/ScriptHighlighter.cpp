@@ -1,6 +1,6 @@
 #include "scripttool/ScriptHighlighter.h"
 
-#include "scripttool/Colours.h"
+#include "core/Colours.h"
 
 #include <QRegularExpression>
 #include <QSet>

@@ -1,4 +1,4 @@
-#include "scripttool/Colours.h"
+#include "core/Colours.h"
 
 QColor Colours::OnBase(const QPalette& palette, const QColor& ink, double share)
 {

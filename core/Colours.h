@@ -2,7 +2,7 @@
 
 #include <QPalette>
 
-/// Colours of the script window, derived from the palette so that they are legible on light and dark backgrounds.
+/// Colours that no palette has, derived from the palette so that they are legible on light and dark backgrounds.
 namespace Colours {
 
 /// `share` (0 to 1) of `ink` mixed into the background of text fields.
