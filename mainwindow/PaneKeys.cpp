@@ -5,11 +5,11 @@
 #include <QMdiSubWindow>
 #include <QShortcut>
 
-PaneKeys::PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log)
+PaneKeys::PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* errors, QWidget* log)
     : QObject(mainWindow)
     , m_MainWindow(mainWindow)
     , m_Children(children)
-    , m_Panes{tree, children, log}
+    , m_Panes{tree, children, errors, log}
 {
     AddKey(Qt::Key_F6, 1);
     AddKey(Qt::SHIFT | Qt::Key_F6, -1);

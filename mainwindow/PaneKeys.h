@@ -6,14 +6,14 @@
 class QMdiArea;
 class QWidget;
 
-/// F6 and Shift+F6 move the focus from pane to pane: tree, active child window, log. Tab stays inside a child window.
+/// F6 and Shift+F6 move the focus from pane to pane: tree, active child window, mark of errors, log. Tab stays inside a child window.
 /// When the last child window closes, the tree gets the focus.
 class PaneKeys : public QObject
 {
     Q_OBJECT
 
 public:
-    PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* log);
+    PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidget* errors, QWidget* log);
 
 private:
     void AddKey(const QKeySequence& key, int step);

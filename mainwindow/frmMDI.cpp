@@ -8,6 +8,7 @@
 #include "mainwindow/AccessKeys.h"
 #include "mainwindow/CommandEntries.h"
 #include "mainwindow/EditTarget.h"
+#include "mainwindow/ErrorMark.h"
 #include "mainwindow/HelpKey.h"
 #include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
@@ -63,13 +64,15 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     m_EditTarget = new EditTarget(this);
     new LinePaste(this);
     new AccessKeys(mnuBar);
-    new PaneKeys(this, treeObject, mdiChildren, txtLog);
+    m_ErrorMark = new ErrorMark(txtLog, mdiChildren);
+    new PaneKeys(this, treeObject, mdiChildren, m_ErrorMark, txtLog);
     new HelpKey(this, m_Guide);
     new ScrollToFocus(mdiChildren);
     ConnectTree();
     ConnectMenus();
     ConnectPopups();
     ConnectLogPopup();
+    ConnectErrorMark();
     ConnectToolbar();
     connect(&tmrObjChk, &QTimer::timeout, this, &frmMDI::tmrObjChk_Timer);
     modMain::SetMainWindow(this);
@@ -155,6 +158,16 @@ void frmMDI::ConnectLogPopup()
     Bind(mnuPopupLog_1, modMain::EditCopy);
     Bind(mnuPopupLog_2, modMain::EditPaste);
     Bind(mnuPopupLog_4, modMain::ClearTextBox, txtLog);
+}
+
+void frmMDI::ConnectErrorMark()
+{
+    setTabOrder(mdiChildren, m_ErrorMark);
+    connect(m_ErrorMark, &ErrorMark::clicked, this, [this] {
+        const bool hadFocus = m_ErrorMark->hasFocus();
+        mnuView_3->trigger();
+        if (hadFocus) txtLog->setFocus();
+    });
 }
 
 void frmMDI::ConnectToolbar()

@@ -13,6 +13,7 @@
 #include <optional>
 
 class EditTarget;
+class ErrorMark;
 class PanesLayout;
 
 /// The main window: start-up and shut-down, the object tree, and every command of menus, pop-ups and toolbar.
@@ -57,6 +58,7 @@ private:
     void ConnectMenus();
     void ConnectPopups();
     void ConnectLogPopup();
+    void ConnectErrorMark();
     void ConnectToolbar();
 
     void treeObject_MouseDown(Qt::MouseButton button);
@@ -76,6 +78,7 @@ private:
     std::optional<StatusPanels> m_Panels;
     PanesLayout* m_Panes;
     EditTarget* m_EditTarget;
+    ErrorMark* m_ErrorMark;
     QTimer tmrObjChk;
     Qt::MouseButton m_MouseButton = Qt::NoButton;
     bool m_NodeHit = false;
