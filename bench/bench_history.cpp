@@ -1,4 +1,5 @@
-// What the history window costs with a table of a million rows: the first rows, the memory, the way to the end, the events between.
+// What the history window costs with a table of a million rows: the first rows, the memory, the way to the end, the events between,
+// and a copy of 100,000 of them.
 #include "bench/BenchConsole.h"
 #include "bench/Events.h"
 #include "bench/Figures.h"
@@ -6,6 +7,7 @@
 #include "history/frmHistory.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -19,6 +21,9 @@
 namespace {
 
 constexpr int Rows = 1'000'000;
+constexpr int Columns = 4;
+constexpr int CopiedRows = 100'000;
+constexpr double MostCopyMs = 1000.0;
 constexpr double MostGrowthMB = 30.0;
 const QString Statement = QStringLiteral("SELECT * FROM measured");
 
@@ -81,21 +86,30 @@ class Bench
 public:
     explicit Bench(frmHistory& form)
         : m_Execute(form.findChild<QPushButton*>(QStringLiteral("cmdExecute")))
+        , m_Statement(form.findChild<StatementEdit*>())
         , m_Grid(form.findChild<ResultGrid*>())
     {
-        form.findChild<StatementEdit*>()->SetText(Statement);
+        m_Statement->SetText(Statement);
     }
 
     bool MeasureFirstRows();
     bool MeasureEnd();
     bool MeasureScrolling();
+    bool MeasureCopy();
     bool PrintMemory(double before) const;
 
 private:
     void ShowFirstRows();
+    struct CopyCost
+    {
+        double Ms;
+        double GapMs; ///< the longest time that other events waited
+    };
+    CopyCost Copy(SelectionCopy::Format format);
     bool IsShown(int row) const { return m_Grid->Model().index(row, 0).data().toString().startsWith(u"PLC"); }
 
     QPushButton* m_Execute;
+    StatementEdit* m_Statement;
     ResultGrid* m_Grid;
     double m_MostMB = 0.0;
 };
@@ -110,9 +124,10 @@ void Bench::ShowFirstRows()
 bool Bench::MeasureFirstRows()
 {
     std::printf("First rows of %d\n", Rows);
-    QStandardItemModel ready(200, 4);
+    QStandardItemModel ready(200, Columns);
     for (int row = 0; row < 200; ++row)
-        for (int column = 0; column < 4; ++column) ready.setItem(row, column, new QStandardItem(QStringLiteral("PLC")));
+        for (int column = 0; column < Columns; ++column)
+            ready.setItem(row, column, new QStandardItem(QStringLiteral("PLC")));
     const ResultSetRef bare = modMain::History->Execute(Statement);
     RunEventsUntil([&] { return bare->Progress().Complete; });
     const auto showTable = [&] {
@@ -182,6 +197,53 @@ bool Bench::MeasureScrolling()
     return GapWatch::Print(gaps.LongestMs());
 }
 
+/// Reads every cell of a result and makes nothing of it.
+double ReadMs(const ResultSetRef& result)
+{
+    RunEventsUntil([&] { return result->Progress().Complete; });
+    QElapsedTimer time;
+    time.start();
+    for (qint64 row = 0; row < CopiedRows;) {
+        const ResultPageRef page = result->PageOf(row);
+        for (qint32 i = 0; i < page->RowCount(); ++i)
+            for (qint32 column = 0; column < Columns; ++column) page->Cell(i, column);
+        row += page->RowCount();
+    }
+    return static_cast<double>(time.nsecsElapsed()) / 1e6;
+}
+
+/// Of all rows of a new result, of which the grid has read only the first.
+Bench::CopyCost Bench::Copy(SelectionCopy::Format format)
+{
+    ShowFirstRows();
+    RunEventsUntil([this] { return m_Grid->Model().IsComplete(); });
+    m_Grid->selectAll();
+    QGuiApplication::clipboard()->clear();
+    const GapWatch gaps;
+    QElapsedTimer time;
+    time.start();
+    m_Grid->Copy(format);
+    RunEventsUntil([] { return !QGuiApplication::clipboard()->text().isEmpty(); });
+    return {static_cast<double>(time.nsecsElapsed()) / 1e6, gaps.LongestMs()};
+}
+
+bool Bench::MeasureCopy()
+{
+    std::printf("Copying %d rows\n", CopiedRows);
+    const QString statement = Statement + QStringLiteral(" LIMIT %1").arg(CopiedRows);
+    m_Statement->SetText(statement);
+    double bare = ReadMs(modMain::History->Execute(statement));
+    const CopyCost tabs = Copy(SelectionCopy::Format::Text);
+    const CopyCost csv = Copy(SelectionCopy::Format::Csv);
+    bare = std::min(bare, ReadMs(modMain::History->Execute(statement)));
+    std::printf("  %-52s %9.0f ms\n  %-52s %9.0f ms\n  %-52s %9.0f ms\n", "bare reading of all cells", bare,
+                "on the clipboard, with tabs", tabs.Ms, "on the clipboard, as CSV", csv.Ms);
+    const double slower = std::max(tabs.Ms, csv.Ms);
+    return Figures::PrintRatio(QStringLiteral("the slower of both / bare reading"), slower / bare, 5.0) &
+           Figures::PrintRatio(QStringLiteral("the slower of both / 1 second"), slower / MostCopyMs, 1.0) &
+           GapWatch::Print(std::max(tabs.GapMs, csv.GapMs));
+}
+
 bool Bench::PrintMemory(double before) const
 {
     std::printf("Memory: %.1f MB before the first statement, %.1f MB at most\n", before, m_MostMB);
@@ -204,6 +266,7 @@ int main(int argc, char** argv)
     kept &= bench.MeasureScrolling();
     kept &= bench.PrintMemory(before);
     kept &= bench.MeasureFirstRows();
+    kept &= bench.MeasureCopy();
     form->Unload();
     return kept ? 0 : 1;
 }
