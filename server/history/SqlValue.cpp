@@ -46,7 +46,9 @@ Variant FromSql(const QVariant& value)
     case QMetaType::Bool: return value.toBool();
     case QMetaType::Int:
     case QMetaType::UInt:
-    case QMetaType::LongLong: return FromInteger(value.toLongLong());
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong: // an int8 of PostgreSQL that is not negative
+        return FromInteger(value.toLongLong());
     case QMetaType::Float:
     case QMetaType::Double: return value.toDouble();
     case QMetaType::QByteArray: return FromBytes(value.toByteArray());
