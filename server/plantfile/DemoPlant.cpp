@@ -24,7 +24,7 @@ void BuildDemoPlant(Plant& plant)
     ReadPlantFile(s_Path, plant);
     // What a plant file cannot say.
     const PlantControllerRef process = plant.Controller(QStringLiteral("PLC1"));
-    const PlantControllerRef lab = plant.Controller(QStringLiteral("Lab <b>&Test</b>\\Nürnberg"));
+    const PlantControllerRef lab = plant.Controller(QStringLiteral("R&D Nürnberg"));
     process->Item(QStringLiteral("Picture"))->PutValue(SafeArray(DrawDemoPicture()));
     lab->Item(QStringLiteral("Nothing"))->PutValue(Null{});
     lab->Item(QStringLiteral("Reference"))->PutValue(ObjectRef(process->Item(QStringLiteral("D100"))));

@@ -9,7 +9,7 @@ TEST(DemoPlant, HasEveryTypeAndATankWhoseSignalsMove)
     TestClient client(server.SocketPath());
     QSet<VarType> types;
     QStringList failures;
-    for (const QString& name : {u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s}) {
+    for (const QString& name : {u"PLC1"_s, u"R&D Nürnberg"_s, u"Archive"_s}) {
         for (const QString& item : client.ItemNames(name)) {
             const QString outcome = OutcomeOf([&] { types << client.Value(item, name).Type(); });
             if (outcome != u"done") failures << outcome;

@@ -4,7 +4,19 @@ namespace {
 
 TEST_F(SystemConsole, ValuesOfEveryKindAreWrittenAndReadBackAndRefusalsLoggedWordForWord)
 {
-    StartBoth();
+    QTemporaryFile plant; // names that must be shown as they are
+    ASSERT_TRUE(plant.open());
+    plant.write(R"([[controller]]
+name = 'Lab <b>&Test</b>\Nürnberg'
+item = [ { name = "Anything" }, { name = 'Grenzwert <b>&oben</b>\Süd °C' } ]
+[[controller]]
+name = "PLC1"
+item = [ { name = "Serial number", attribute = "read-only" } ]
+)");
+    plant.flush();
+    m_Server.Start({u"--plant"_s, plant.fileName()});
+    StartConsoleWith(QString());
+    ASSERT_TRUE(m_Main);
     const QStringList putLog = Called(u"Item:put_Value"_s);
     const auto put = [this](ChildWindow& window, const QString& type, const QString& text) {
         Choose(window, "cmbType", type);
@@ -12,6 +24,9 @@ TEST_F(SystemConsole, ValuesOfEveryKindAreWrittenAndReadBackAndRefusalsLoggedWor
         Press(window, "cmdPut");
         return TakeLog();
     };
+    const QString hard = u"Lab <b>&Test</b>\\Nürnberg\\Grenzwert <b>&oben</b>\\Süd °C"_s;
+    EXPECT_EQ(Show(u"VelSQLEngine\\"_s + hard).windowTitle(),
+              u"Controller(Lab <b>&Test</b>\\Nürnberg).Item(Grenzwert <b>&oben</b>\\Süd °C)");
     ChildWindow& window = Show(u"VelSQLEngine\\Lab <b>&Test</b>\\Nürnberg\\Anything");
     EXPECT_EQ(window.windowTitle(), u"Controller(Lab <b>&Test</b>\\Nürnberg).Item(Anything)"_s) << "literally";
     const std::pair<QString, QString> values[] = {

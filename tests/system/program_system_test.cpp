@@ -16,7 +16,7 @@ TEST_F(SystemConsole, TheTypicalRequestFromAnEmptyMachine)
     QStringList roots;
     const TreeNodeRef engine = Node(u"VelSQLEngine");
     for (int row = 0; row < engine->ChildCount(); ++row) roots << engine->Child(row)->Text();
-    EXPECT_EQ(roots, QStringList({u"PLC1"_s, u"Lab <b>&Test</b>\\Nürnberg"_s, u"Archive"_s, u"VelSQLHistory"_s}));
+    EXPECT_EQ(roots, QStringList({u"PLC1"_s, u"R&D Nürnberg"_s, u"Archive"_s, u"VelSQLHistory"_s}));
     EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"Object"_s, u"Count"_s}));
 
     ChildWindow& window = Show(D100);
