@@ -50,6 +50,9 @@ TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
     EXPECT_EQ(asksFor(450), 0);
     ExecuteFor({3, true, {}});
     EXPECT_EQ(Row(2), u"2;name 2"_s);
+    m_Script.Columns = {};
+    ExecuteFor({0, true, {}, 2});
+    EXPECT_EQ(RowsText(), u"2 rows affected");
 }
 
 TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
