@@ -61,6 +61,7 @@ void frmGuide::ConnectKeys()
 
 void frmGuide::ShowPage(const QString& page)
 {
+    fraFind->hide(); // it tells of the page before
     txtPage->ShowPage(page);
     txtPage_SourceChanged();
     StandBeside(QApplication::activeModalWidget());

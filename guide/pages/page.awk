@@ -58,6 +58,9 @@ function with_dark_picture(line,    image, dark)
     $0 = "<h" level " id=\"" place(heading) "\">" heading "</h" level ">"
 }
 
+# An example ends where its text ends: here a line end would count as a line.
+/^<\/code><\/pre>/ { lines[count] = lines[count] $0; next }
+
 { lines[++count] = with_dark_picture(with_links($0)) }
 
 END {

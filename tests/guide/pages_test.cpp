@@ -58,5 +58,5 @@ TEST(Pages, ExamplesAreShownCharacterByCharacter)
 {
     const QString page = Content(Platform().GuideFolder() + u"/scripts/history-report.js.html"_s);
     EXPECT_EQ(Captures(page, u"<pre><code>((?:.|\\n)*?)</code></pre>"_s),
-              QStringList(Content(QStringLiteral(VELSQL_DOCS "/scripts/history-report.js")).toHtmlEscaped()));
+              QStringList(Content(QStringLiteral(VELSQL_DOCS "/scripts/history-report.js")).trimmed().toHtmlEscaped()));
 }

@@ -71,12 +71,26 @@ ChildWindow& SystemConsole::OpenBatch(const QByteArray& content, QStringView con
     return window;
 }
 
+QWidget& SystemConsole::TopLevel(const QString& name)
+{
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    return **std::find_if(windows.begin(), windows.end(),
+                          [&](const QWidget* widget) { return widget->objectName() == name; });
+}
+
+QWidget& SystemConsole::OpenGuide()
+{
+    m_HasBrowser = false;
+    m_Main->activateWindow();
+    EXPECT_TRUE(QTest::qWaitFor([] { return QApplication::focusWidget(); }));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_F1);
+    return TopLevel(u"frmGuide"_s);
+}
+
 QWidget& SystemConsole::RunScript(const QString& script)
 {
     Entry("mnuTool_0").trigger();
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    QWidget& window = **std::find_if(windows.begin(), windows.end(),
-                                     [](const QWidget* widget) { return widget->objectName() == u"frmScriptTool"; });
+    QWidget& window = TopLevel(u"frmScriptTool"_s);
     Control<QPlainTextEdit>(window, "txtScript").setPlainText(script);
     Press(window, "cmdRun");
     return window;

@@ -57,6 +57,8 @@ protected:
     ChildWindow& OpenBatch(const QByteArray& content, QStringView controller = PLC1);
     /// The script tool's window, opened by its menu entry, in which the script now runs.
     QWidget& RunScript(const QString& script);
+    /// The guide's window, opened by its key where no browser is.
+    QWidget& OpenGuide();
     bool WaitForScript(const QWidget& window);
     /// The history window, in which the statement was executed.
     ChildWindow& Query(const QString& statement);
@@ -104,6 +106,7 @@ protected:
     std::unique_ptr<frmMDI> m_Main;
 
 private:
+    static QWidget& TopLevel(const QString& name);
     QString Describe(const QMessageBox& box) const override { return box.text(); }
 
     std::optional<QTemporaryFile> m_BatchFile;

@@ -111,6 +111,7 @@ TEST_F(SystemConsole, EveryWindowCanBeReadReachedByTheKeyboardAndSpoken)
                          });
     InDialog<frmPerfChk>([this] { Press(Show(D100), "cmdPerfchk"); },
                          [](frmPerfChk& dialog) { EXPECT_EQ(FaultsOf(dialog), QStringList()); });
+    EXPECT_EQ(FaultsOf(OpenGuide()), QStringList());
 }
 
 } // namespace
