@@ -69,6 +69,8 @@ void SelectionCopy::Slice()
     m_Done = true;
     m_Next.stop();
     if (isRead) Finish();
+    m_Text = QString(); // the clipboard's alone from now on
+    m_Cells.clear();
 }
 
 void SelectionCopy::ReadRow()
