@@ -84,13 +84,20 @@ TEST_F(Help, TheGuidesWindowClosesWithTheConsole)
 {
     m_HasBrowser = false;
     PressF1();
-    const auto isOpen = [] {
-        const QWidgetList windows = QApplication::topLevelWidgets();
-        return std::any_of(windows.begin(), windows.end(), [](const QWidget* window) {
-            return window->objectName() == u"frmGuide" && window->isVisible();
-        });
-    };
-    EXPECT_TRUE(isOpen());
+    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeWindow()->objectName() == u"frmGuide"; }));
+    const QPointer<QWidget> guide = QApplication::activeWindow();
     m_Main->close();
-    EXPECT_FALSE(isOpen());
+    EXPECT_FALSE(guide && guide->isVisible());
+}
+
+TEST_F(Help, AltPGoesFromOneOfItsTwoButtonsToTheOtherAndPressesNone)
+{
+    DoubleClick(D100);
+    QStringList reached;
+    for (int press = 0; press < 3; ++press) {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_P, Qt::AltModifier);
+        reached << QApplication::focusWidget()->objectName();
+    }
+    EXPECT_EQ(reached, QStringList({u"cmdPut"_s, u"cmdPerfchk"_s, u"cmdPut"_s})); // as the guide says
+    EXPECT_EQ(Log(), QString());
 }

@@ -40,40 +40,39 @@ QList<Recipe> Recipes()
 /// SQLite's times keep them, PostgreSQL's do not.
 const QString s_Decimals = u".000000"_s;
 
-/// The small plant of the document: controller, item, value, time.
-const char* const s_Morning =
-    "('PLC1','Level','62.5','2024-01-31 06:00:00.000000'), ('PLC1','Level','78','2024-01-31 06:05:00.000000'),"
-    "('PLC1','Level','84.5','2024-01-31 06:10:00.000000'), ('PLC1','Level','79','2024-01-31 06:15:00.000000'),"
-    "('PLC1','Level','81','2024-01-31 06:45:00.000000'), ('PLC1','Level','80','2024-01-31 06:50:00.000000'),"
-    "('PLC1','Level','75','2024-01-31 07:10:00.000000'),"
-    "('PLC1','Temperature','21.5','2024-01-31 06:00:00.000000'),"
-    "('PLC1','Temperature','22','2024-01-31 06:30:00.000000'),"
-    "('PLC1','Temperature','24.25','2024-01-31 07:00:00.000000'),"
-    "('PLC1','Recipe','Cola','2024-01-31 06:00:00.000000'),"
-    "('PLC1','Recipe','Lemonade','2024-01-31 07:05:00.000000'),"
-    "('Archive','Batch','12','2024-01-31 06:20:00.000000')";
-
-/// The same plant yesterday, today, and within the last hour.
-QString Today()
+/// The records of an item as values and times, such as "62.5 06:00 78 06:05", as rows of the table.
+QStringList Rows(const QString& item, const QDate& day, const QString& records)
 {
-    const auto row = [](const QString& item, double value, const QDateTime& time) {
-        return u"('PLC1','%1','%2','%3')"_s.arg(item).arg(value).arg(time.toString(u"yyyy-MM-dd hh:mm"));
-    };
-    const QDateTime now = QDateTime::currentDateTime(), today = now.date().startOfDay();
-    const auto at = [&](int days, int hour, int minute) {
-        return QDateTime(today.date().addDays(days), QTime(hour, minute));
-    };
-    return QStringList{row(u"Level"_s, 50, at(-2, 7, 0)),
-                       row(u"Level"_s, 62.5, at(-1, 6, 0)),
-                       row(u"Level"_s, 66, at(-1, 6, 30)),
-                       row(u"Level"_s, 66, at(-1, 7, 0)),
-                       row(u"Level"_s, 67.5, at(-1, 8, 0)),
-                       row(u"Level"_s, 71.5, at(0, 6, 15)),
-                       row(u"Level"_s, 70, at(0, 7, 0)),
-                       row(u"Temperature"_s, 21, now.addSecs(-5400)),
-                       row(u"Temperature"_s, 22.5, now.addSecs(-1800)),
-                       row(u"Temperature"_s, 23, now.addSecs(-300))}
-        .join(u',');
+    QStringList rows;
+    const QStringList words = records.split(u' ');
+    for (qsizetype i = 0; i < words.size(); i += 2)
+        rows << u"('%1','%2','%3 %4:00.000000')"_s.arg(QString(item).replace(u"\\"_s, u"','"_s), words[i],
+                                                       day.toString(Qt::ISODate), words[i + 1]);
+    return rows;
+}
+
+/// The small plant of the document.
+QStringList OneMorning()
+{
+    const QDate day(2024, 1, 31);
+    return Rows(u"PLC1\\Level"_s, day, u"62.5 06:00 78 06:05 84.5 06:10 79 06:15 81 06:45 80 06:50 75 07:10"_s) +
+           Rows(u"PLC1\\Temperature"_s, day, u"21.5 06:00 22 06:30 24.25 07:00"_s) +
+           Rows(u"PLC1\\Recipe"_s, day, u"Cola 06:00 Lemonade 07:05"_s) + Rows(u"Archive\\Batch"_s, day, u"12 06:20"_s);
+}
+
+/// The same plant lately.
+QStringList Lately()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    const QDate today = now.date();
+    QStringList rows = Rows(u"PLC1\\Level"_s, today.addDays(-2), u"50 07:00"_s) +
+                       Rows(u"PLC1\\Level"_s, today.addDays(-1), u"62.5 06:00 66 06:30 66 07:00 67.5 08:00"_s) +
+                       Rows(u"PLC1\\Level"_s, today, u"71.5 06:15 70 07:00"_s);
+    for (const auto& [value, minutes] : {std::pair(u"21 "_s, 90), {u"22.5 "_s, 30}, {u"23 "_s, 5}}) {
+        const QDateTime time = now.addSecs(-60 * minutes);
+        rows += Rows(u"PLC1\\Temperature"_s, time.date(), value + time.toString(u"hh:mm"_s));
+    }
+    return rows;
 }
 
 /// What the database answers to all recipes is what the document says.
@@ -85,7 +84,7 @@ void ExpectAnswers(const HistorySettings& settings, QString Recipe::*statement)
     const QString record = u"INSERT INTO velsql_history VALUES "_s;
     for (const bool ofToday : {false, true}) {
         EXPECT_EQ(history.Ask(u"DELETE FROM velsql_history"_s), QString());
-        EXPECT_EQ(history.Ask(record + (ofToday ? Today() : QString::fromLatin1(s_Morning))), QString());
+        EXPECT_EQ(history.Ask(record + (ofToday ? Lately() : OneMorning()).join(u',')), QString());
         for (const Recipe& recipe : Recipes()) {
             if (recipe.IsOfToday() != ofToday) continue;
             EXPECT_EQ(history.Ask(recipe.*statement).remove(s_Decimals), recipe.Answer) << recipe.Name.toStdString();
