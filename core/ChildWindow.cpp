@@ -1,10 +1,11 @@
 #include "core/ChildWindow.h"
 
+#include "core/ChildFrame.h"
 #include "core/modMain.h"
+#include "core/WindowPlace.h"
 
 #include <QCloseEvent>
 #include <QMdiArea>
-#include <QMdiSubWindow>
 
 namespace {
 
@@ -14,30 +15,24 @@ QList<ChildWindow*>& OpenForms()
     return Forms;
 }
 
-/// Frames are placed in steps, so that none covers the title of another, as far as they fit into the area.
-QPoint FreePlace(const QMdiArea& area, const QMdiSubWindow& frame)
+/// As large as the window asks for, unless the area is known to be smaller; then as large as the area, if the window
+/// allows that.
+QSize FirstSize(const QMdiArea& area, const QMdiSubWindow& frame)
 {
-    const auto frames = area.subWindowList();
-    const auto isFree = [&](const QPoint& place) {
-        return std::none_of(frames.begin(), frames.end(),
-                            [&](const QMdiSubWindow* other) { return other != &frame && other->pos() == place; });
-    };
-    const QSize room = area.viewport()->size() - frame.size();
-    const int step = std::max(1, frame.contentsMargins().top()); // the height of a title
-    for (int left = 0; left == 0 || left <= room.width(); left += step) {
-        for (QPoint place(left, 0); place.y() == 0 || (place.x() <= room.width() && place.y() <= room.height());
-             place += QPoint(step, step)) {
-            if (isFree(place)) return place;
-        }
-    }
-    return {};
+    const QSize size = frame.sizeHint();
+    return area.isVisible() ? size.boundedTo(area.viewport()->size()).expandedTo(frame.minimumSizeHint()) : size;
 }
 
-/// As large as designed, unless the area is known to be smaller; then as large as the area, if the window allows that.
-QSize FirstSize(const QMdiArea& area, const QMdiSubWindow& frame, const QSize& designed)
+/// Hidden frames take no room.
+WindowRoom RoomIn(const QMdiArea& area)
 {
-    const QSize size = designed.grownBy(frame.contentsMargins());
-    return area.isVisible() ? size.boundedTo(area.viewport()->size()).expandedTo(frame.minimumSizeHint()) : size;
+    WindowRoom room{area.viewport()->size(), 0, {}};
+    const auto frames = area.subWindowList(QMdiArea::StackingOrder);
+    for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
+        room.TitleHeight = (*frame)->contentsMargins().top();
+        if ((*frame)->isVisible()) room.Taken << static_cast<const ChildFrame*>(*frame)->Place();
+    }
+    return room;
 }
 
 /// A hidden window must not stay the active frame: the one used before it takes over.
@@ -88,21 +83,25 @@ ChildWindow* ChildWindow::HostAndLoad(ChildWindow* form, const TreeNodeRef& node
 void ChildWindow::Host()
 {
     QMdiArea& area = modMain::GetMainWindow()->ChildArea();
-    const QSize designed = size();
-    const bool isDesigned = testAttribute(Qt::WA_Resized);
-    m_Frame = new QMdiSubWindow(area.viewport());
+    m_Frame = new ChildFrame(area.viewport());
     m_Frame->setWidget(this);
     m_Frame->setAttribute(Qt::WA_DeleteOnClose, false);
-    if (isDesigned) m_Frame->resize(FirstSize(area, *m_Frame, designed));
     area.addSubWindow(m_Frame);
-    m_Frame->move(FreePlace(area, *m_Frame));
     m_Frame->hide();
     connect(this, &QObject::destroyed, m_Frame, &QObject::deleteLater); // whoever deletes it
+}
+
+void ChildWindow::Place()
+{
+    const QMdiArea& area = *m_Frame->mdiArea();
+    const QSize size = FirstSize(area, *m_Frame);
+    m_Frame->setGeometry({LeastCoveringPlace(RoomIn(area), size), size});
 }
 
 void ChildWindow::ShowForm()
 {
     if (m_Unloading || !m_Frame) return;
+    if (!std::exchange(m_IsPlaced, true)) Place();
     if (m_Frame->isMinimized()) m_Frame->showNormal();
     show();
     m_Frame->show();

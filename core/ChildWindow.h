@@ -5,7 +5,7 @@
 #include <QPointer>
 #include <QWidget>
 
-class QMdiSubWindow;
+class ChildFrame;
 
 /// The base of all windows inside the main window. A child window belongs to a tree node, is loaded once, shown and
 /// hidden often, and unloaded by its frame, by "Close All" or by its own command.
@@ -20,7 +20,8 @@ public:
     /// The node that the window belongs to; may be null.
     TreeNodeRef m_TreeNode;
 
-    /// Brings the window up: visible, in front, active.
+    /// Brings the window up: visible, in front, active. The first time it gets its size hint, as far as the child area
+    /// allows, and the place where it covers the windows that are open least; later it keeps what the operator gave it.
     virtual void ShowForm();
     /// Hides the window and its frame; it stays loaded.
     virtual void HideForm();
@@ -80,13 +81,15 @@ private:
 
     static ChildWindow* HostAndLoad(ChildWindow* form, const TreeNodeRef& node);
     void Host();
+    void Place();
     void RunFormUnload();
     void Release();
 
     bool m_Unloading = false;
     bool m_FormUnloadDone = false;
     int m_KeptLoaded = 0;
-    QPointer<QMdiSubWindow> m_Frame;
+    bool m_IsPlaced = false;
+    QPointer<ChildFrame> m_Frame;
 };
 
 namespace modMain {

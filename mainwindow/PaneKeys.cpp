@@ -13,6 +13,8 @@ PaneKeys::PaneKeys(QWidget* mainWindow, QWidget* tree, QMdiArea* children, QWidg
 {
     AddKey(Qt::Key_F6, 1);
     AddKey(Qt::SHIFT | Qt::Key_F6, -1);
+    const auto* systemMenu = new QShortcut(Qt::ALT | Qt::Key_Minus, mainWindow);
+    connect(systemMenu, &QShortcut::activated, this, &PaneKeys::ShowSystemMenu);
     connect(qApp, &QApplication::focusChanged, this, &PaneKeys::CatchLostFocus, Qt::QueuedConnection);
 }
 
@@ -35,6 +37,13 @@ void PaneKeys::Move(int step)
         pane = (pane + step + count) % count;
         if (QWidget* control = ControlOf(m_Panes[pane])) return control->setFocus(Qt::ShortcutFocusReason);
     }
+}
+
+/// From it the active window is moved, resized, maximised and minimised by keys.
+void PaneKeys::ShowSystemMenu()
+{
+    QMdiSubWindow* child = m_Children->currentSubWindow();
+    if (child && child->isVisible()) child->showSystemMenu();
 }
 
 void PaneKeys::CatchLostFocus()

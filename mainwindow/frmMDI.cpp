@@ -88,8 +88,10 @@ frmMDI::~frmMDI()
 
 void frmMDI::SetFirstSize()
 {
-    const QSize available = screen()->availableSize();
-    resize(QSize(1100, 750).boundedTo(available * 9 / 10));
+    const QSize letter(fontMetrics().averageCharWidth(), fontMetrics().height());
+    const QSize frame(2 * letter.width(), 3 * letter.height()); // of the window manager
+    const QSize wanted(230 * letter.width(), 62 * letter.height());
+    resize(wanted.boundedTo(screen()->availableSize() - frame));
 }
 
 template <typename Command, typename... Arguments>

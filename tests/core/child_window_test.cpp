@@ -1,7 +1,9 @@
 #include "core/ChildWindow.h"
+#include "core/WindowPlace.h"
 #include "tests/support/WindowTest.h"
 
 #include <QMdiSubWindow>
+#include <QMenu>
 
 namespace {
 
@@ -9,9 +11,9 @@ namespace {
 class TestWindow : public ChildWindow
 {
 public:
-    TestWindow() { resize(300, 200); }
     ~TestWindow() override { Told << u"deleted"_s; }
 
+    QSize sizeHint() const override { return {300, 200}; }
     QMdiSubWindow* Frame() const { return qobject_cast<QMdiSubWindow*>(parentWidget()); }
     bool IsActive() const { return modMain::GetMainWindow()->ChildArea().activeSubWindow() == Frame(); }
     bool IsInFront() const { return isVisible() && !Frame()->isMinimized() && IsActive(); }
@@ -71,7 +73,7 @@ TEST_F(ChildWindows, OpenHiddenAreBroughtUpAndHandActivationOnWhenHidden)
     EXPECT_FALSE(a->isVisible() || a->Frame()->isVisible());
     a->ShowForm();
     EXPECT_TRUE(a->IsInFront());
-    EXPECT_EQ(a->size(), QSize(300, 200)) << "as large as it was drawn";
+    EXPECT_EQ(a->size(), QSize(300, 200)) << "as large as it asks for";
 
     const auto b = Show(1);
     EXPECT_TRUE(b->IsInFront());
@@ -99,6 +101,37 @@ TEST_F(ChildWindows, OpenHiddenAreBroughtUpAndHandActivationOnWhenHidden)
     EXPECT_EQ(TestWindow::Told, QStringList{u"unloaded"_s}) << "its own procedure may have closed it";
 }
 
+TEST(WindowPlace, CoversOthersLeastAndLeavesTheirTitlesInSight)
+{
+    const QRect a(0, 0, 40, 40), b(40, 0, 40, 40), c(0, 40, 40, 40), d(40, 40, 40, 40);
+    const struct
+    {
+        QList<QRect> Taken; // in an area of 100 x 80, with titles of 8
+        QSize Size;
+        QPoint Expected;
+        const char* Why;
+    } cases[] = {
+        {{}, {40, 40}, {0, 0}, "the first"},
+        {{a}, {40, 40}, {40, 0}, "beside"},
+        {{a, b}, {40, 40}, {0, 40}, "the next row"},
+        {{b, c}, {40, 40}, {0, 0}, "the gap that a closed one has left"},
+        {{a, b, c}, {60, 40}, {40, 40}, "as wide as the gap"},
+        {{{0, 0, 40, 80}}, {75, 40}, {25, 8}, "the title stays in sight"},
+        {{a, b, c, d}, {40, 40}, {60, 0}, "covers the least"},
+        {{{0, 0, 100, 80}}, {100, 77}, {0, 0}, "what fills the area begins where it does"},
+        {{{0, 0, 50, 40}}, {200, 300}, {0, 0}, "larger than the area"},
+    };
+    for (const auto& [taken, size, expected, why] : cases)
+        EXPECT_EQ(LeastCoveringPlace({{100, 80}, 8, taken}, size), expected) << why;
+    QList<QRect> full;
+    for (int i = 0; i < 100; ++i) {
+        const QRect window(LeastCoveringPlace({{500, 400}, 20, full}, {100, 100}), QSize(100, 100));
+        EXPECT_TRUE(QRect(0, 0, 500, 400).contains(window));
+        EXPECT_FALSE(full.contains(window)) << "none disappears behind another: " << i;
+        full.prepend(window);
+    }
+}
+
 TEST_F(ChildWindows, ThatCannotLoadOrGoWhileTheyLoadLeaveNothingBehind)
 {
     TestWindow::OnLoad = [](TestWindow&) { return false; };
@@ -117,6 +150,44 @@ TEST_F(ChildWindows, ThatCannotLoadOrGoWhileTheyLoadLeaveNothingBehind)
     };
     EXPECT_EQ(Open(0), nullptr);
     ExpectAllGone(1);
+}
+
+TEST_F(ChildWindows, KeepTheOperatorsPlaceAndAMaximisedOnesPlaceStaysTaken)
+{
+    const auto a = Show(0);
+    a->Frame()->setGeometry(50, 60, 400, 250);
+    a->HideForm();
+    a->ShowForm();
+    EXPECT_EQ(a->Frame()->geometry(), QRect(50, 60, 400, 250));
+    a->Frame()->showMaximized();
+    const auto b = Show(1);
+    EXPECT_TRUE(b->Frame()->isMaximized() && b->IsInFront()) << "as the one before it";
+    b->Frame()->showNormal();
+    EXPECT_EQ(a->Frame()->geometry(), QRect(50, 60, 400, 250));
+    EXPECT_FALSE(b->Frame()->geometry().intersects(a->Frame()->geometry()));
+    EXPECT_EQ(b->size(), QSize(300, 200));
+}
+
+TEST_F(ChildWindows, MoveAndResizeByKeysAndEscapeTakesItBack)
+{
+    const auto a = Show(0);
+    m_Main.Widget()->activateWindow();
+    const QRect before = a->Frame()->geometry();
+    const auto choose = [&](const QString& entry) {
+        for (QAction* action : a->Frame()->systemMenu()->actions())
+            if (action->text() == entry) action->trigger();
+    };
+    for (const QString& entry : {u"&Move"_s, u"&Size"_s}) {
+        for (const Qt::Key end : {Qt::Key_Escape, Qt::Key_Return}) {
+            choose(entry);
+            for (int i = 0; i < 3; ++i) QTest::keyClick(a->Frame(), Qt::Key_Right);
+            EXPECT_NE(a->Frame()->geometry(), before);
+            QTest::keyClick(a->Frame(), end);
+            EXPECT_EQ(a->Frame()->geometry() == before, end == Qt::Key_Escape) << entry.toStdString();
+            EXPECT_EQ(QWidget::mouseGrabber(), nullptr);
+        }
+        a->Frame()->setGeometry(before);
+    }
 }
 
 TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
