@@ -17,6 +17,7 @@
 namespace {
 
 constexpr int RowTwips = 255;
+constexpr int MostRowsWanted = 16;
 /// Paints captions like button faces, and long texts cut to what fits.
 class CellDelegate : public OneLineDelegate
 {
@@ -172,7 +173,8 @@ void PropertyGrid::PlaceColumns()
 
 QSize PropertyGrid::sizeHint() const
 {
-    return SizeFor(16, 30);
+    const int rows = m_Rows.isEmpty() ? MostRowsWanted : std::min(rowCount(), MostRowsWanted);
+    return SizeFor(rows, m_Layout.ValueCharacters);
 }
 
 QSize PropertyGrid::minimumSizeHint() const

@@ -28,6 +28,8 @@ public:
     {
         int CaptionTwips;
         int MarginTwips;
+        /// How many characters of a value the grid would like to show.
+        int ValueCharacters = 30;
     };
 
     explicit PropertyGrid(QWidget* parent = nullptr);

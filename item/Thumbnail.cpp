@@ -34,7 +34,7 @@ void Thumbnail::SetPicture(const QImage& picture)
 QSize Thumbnail::sizeHint() const
 {
     const int row = fontMetrics().height();
-    return {12 * row, 9 * row};
+    return {8 * row, 8 * row};
 }
 
 QSize Thumbnail::minimumSizeHint() const

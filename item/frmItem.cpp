@@ -22,7 +22,7 @@ using namespace modMain;
 
 namespace {
 
-constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0};
+constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0, .ValueCharacters = 25};
 
 /// A line of text takes about 70 bytes of memory per character and, from this length on, more than a second to lay out
 /// and paint.
@@ -79,6 +79,12 @@ void frmItem::HideForm()
 {
     tmrItemProp->Stop();
     ChildWindow::HideForm();
+}
+
+QSize frmItem::sizeHint() const
+{
+    const int beyondGrid = minimumSizeHint().width() - fgItem->minimumSizeHint().width();
+    return {beyondGrid + fgItem->sizeHint().width(), ChildWindow::sizeHint().height()};
 }
 
 bool frmItem::Load()

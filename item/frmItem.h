@@ -24,6 +24,9 @@ public:
     /// Also stops the grid's refresh.
     void HideForm() override;
 
+    /// As wide as its fields need, so that as many windows as possible stand side by side.
+    QSize sizeHint() const override;
+
 protected:
     bool Load() override;
     void FormUnload() override;
