@@ -12,6 +12,13 @@
 
 namespace {
 
+constexpr int FewestLinesSeen = 8;
+
+int LineHeight(const QFontMetrics& font)
+{
+    return font.height() + 2;
+}
+
 /// Paints a line on one row, cut to what fits; the tool tip shows the rest.
 class LineDelegate : public OneLineDelegate
 {
@@ -20,7 +27,7 @@ public:
 
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const override
     {
-        return QSize(1, option.fontMetrics.height() + 2);
+        return QSize(1, LineHeight(option.fontMetrics));
     }
 };
 
@@ -96,6 +103,12 @@ void EventList::contextMenuEvent(QContextMenuEvent* event)
     copyAll->setShortcut(QKeySequence::Copy);
     copyAll->setEnabled(ListCount() > 0);
     menu->popup(event->globalPos());
+}
+
+QSize EventList::minimumSizeHint() const
+{
+    const QSize lines(20 * fontMetrics().averageCharWidth(), FewestLinesSeen * LineHeight(fontMetrics()));
+    return lines.grownBy(QMargins() + frameWidth());
 }
 
 void EventList::ShowLastLine()

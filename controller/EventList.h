@@ -32,6 +32,10 @@ public:
     /// Shows them as selected until the next event, or the operator, selects one.
     void selectAll() override;
 
+    /// Room for eight lines in whatever font the list has.
+    QSize minimumSizeHint() const override;
+    QSize sizeHint() const override { return minimumSizeHint(); }
+
 protected:
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
