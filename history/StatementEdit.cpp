@@ -29,6 +29,12 @@ void StatementEdit::InsertAtCaret(const QString& text)
     caret.insertText(text);
 }
 
+QSize StatementEdit::sizeHint() const
+{
+    const QSize letters(40 * fontMetrics().averageCharWidth(), 4 * fontMetrics().lineSpacing());
+    return letters.grownBy(QMargins() + static_cast<int>(document()->documentMargin()) + frameWidth());
+}
+
 void StatementEdit::contextMenuEvent(QContextMenuEvent* event)
 {
     QMenu* menu = createStandardContextMenu(event->pos());

@@ -15,6 +15,8 @@ public:
     /// Inserts a text at the caret; a selection is not replaced.
     void InsertAtCaret(const QString& text);
 
+    QSize sizeHint() const override;
+
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 };

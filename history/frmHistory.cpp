@@ -14,6 +14,9 @@ namespace {
 // Intended: unlike in the controller window, no margin is subtracted from the value column.
 constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1600, .MarginTwips = 0};
 
+/// More than half of any window: what is missing is taken from both halves alike.
+constexpr int HalfOfAny = 10'000;
+
 const QStringList Presets = {
     u"SELECT * FROM velsql_history"_s,
     u"SELECT * FROM velsql_history WHERE item_value = '0'"_s,
@@ -76,8 +79,7 @@ frmHistory::frmHistory()
     : m_Insert(new QAction(u"&Insert"_s, this))
 {
     setupUi(this);
-    splResult->setSizes({2, 3}); // proportions
-    splSettings->setSizes({2, 3});
+    splSettings->setSizes({HalfOfAny, HalfOfAny});
     ConnectStatements();
     ConnectCommands();
 }
@@ -103,6 +105,11 @@ void frmHistory::ConnectCommands()
         shortcut->setContext(Qt::WidgetWithChildrenShortcut);
         connect(shortcut, &QShortcut::activated, cmdExecute, &QPushButton::click);
     }
+}
+
+QSize frmHistory::sizeHint() const
+{
+    return ChildWindow::sizeHint().expandedTo({150 * fontMetrics().averageCharWidth(), 33 * fontMetrics().height()});
 }
 
 bool frmHistory::Load()

@@ -11,6 +11,8 @@ class frmHistory : public ChildWindow, private Ui::frmHistory
 public:
     frmHistory();
 
+    QSize sizeHint() const override;
+
 protected:
     bool Load() override;
     void FormUnload() override;
