@@ -35,14 +35,15 @@ WindowRoom RoomIn(const QMdiArea& area)
     return room;
 }
 
-/// A hidden window must not stay the active frame: the one used before it takes over.
-void ActivatePrevious(QMdiArea* area)
+/// The frame that was active before this one, or null.
+QMdiSubWindow* FrameBefore(const QMdiSubWindow& frame)
 {
-    const auto frames = area->subWindowList(QMdiArea::ActivationHistoryOrder);
-    for (auto frame = frames.rbegin(); frame != frames.rend(); ++frame) {
-        if ((*frame)->isVisible() && !(*frame)->isMinimized()) return area->setActiveSubWindow(*frame);
-    }
-    area->setActiveSubWindow(nullptr);
+    const auto frames = frame.mdiArea()->subWindowList(QMdiArea::ActivationHistoryOrder);
+    const auto takesOver = [&](const QMdiSubWindow* other) {
+        return other != &frame && other->isVisible() && !other->isMinimized();
+    };
+    const auto before = std::find_if(frames.rbegin(), frames.rend(), takesOver);
+    return before == frames.rend() ? nullptr : *before;
 }
 
 } // namespace
@@ -112,9 +113,13 @@ void ChildWindow::ShowForm()
 void ChildWindow::HideForm()
 {
     if (m_Unloading || !m_Frame) return;
-    const bool wasActive = m_Frame->mdiArea()->activeSubWindow() == m_Frame;
+    QMdiArea* area = m_Frame->mdiArea();
+    const bool wasActive = area->activeSubWindow() == m_Frame;
+    QMdiSubWindow* before = wasActive ? FrameBefore(*m_Frame) : nullptr;
+    // While the frame is still there: it hands on that it is maximised.
+    if (before) area->setActiveSubWindow(before);
     m_Frame->hide();
-    if (wasActive) ActivatePrevious(m_Frame->mdiArea());
+    if (wasActive && !before) area->setActiveSubWindow(nullptr);
 }
 
 void ChildWindow::Unload()

@@ -162,6 +162,9 @@ TEST_F(ChildWindows, KeepTheOperatorsPlaceAndAMaximisedOnesPlaceStaysTaken)
     a->Frame()->showMaximized();
     const auto b = Show(1);
     EXPECT_TRUE(b->Frame()->isMaximized() && b->IsInFront()) << "as the one before it";
+    b->HideForm();
+    EXPECT_TRUE(a->Frame()->isMaximized() && a->IsInFront()) << "handed on";
+    b->ShowForm();
     b->Frame()->showNormal();
     EXPECT_EQ(a->Frame()->geometry(), QRect(50, 60, 400, 250));
     EXPECT_FALSE(b->Frame()->geometry().intersects(a->Frame()->geometry()));
