@@ -30,6 +30,7 @@ bool TakesText(const ListBox* types)
 frmController::frmController()
 {
     setupUi(this);
+    fgCtrl->Follow(modMain::GetMainWindow()->Services().Presence);
     tmrCtrlProp = new GridRefresher(fgCtrl, modMain::GetMainWindow()->Services().Turns, this);
     ConnectFields();
     ConnectCommands();

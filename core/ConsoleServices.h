@@ -3,6 +3,7 @@
 #include "core/automation/ServerObjects.h"
 #include "core/Platform.h"
 #include "core/RefreshTurns.h"
+#include "core/ServerPresence.h"
 
 /// What a console works with. The program creates it and hands it to the main window; it must outlive that window.
 struct ConsoleServices
@@ -12,4 +13,5 @@ struct ConsoleServices
     Platform& System;
     /// Shared by all grids of the console.
     RefreshTurns Turns = {};
+    ServerPresence Presence{Library};
 };

@@ -1,8 +1,11 @@
 #include "core/PropertyGrid.h"
 
+#include "core/automation/Errors.h"
+#include "core/CellLook.h"
 #include "core/modFields.h"
 #include "core/OneLineDelegate.h"
 #include "core/Platform.h"
+#include "core/ServerPresence.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -18,20 +21,33 @@ namespace {
 
 constexpr int RowTwips = 255;
 constexpr int MostRowsWanted = 16;
-/// Paints captions like button faces, and long texts cut to what fits.
+
+/// Paints captions like button faces, long texts cut to what fits, and on values what the operator must know of them.
 class CellDelegate : public OneLineDelegate
 {
 public:
     using OneLineDelegate::OneLineDelegate;
 
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        OneLineDelegate::paint(painter, option, index);
+        if (index.column() == 0) return;
+        if (!Grid().WhyUnread(index.row()).isNull()) CellLook::Hatch(*painter, option);
+        else if (Grid().IsMarked(index.row())) CellLook::Mark(*painter, option);
+    }
+
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
-        if (index.column() != 0) return;
-        option->backgroundBrush = option->palette.brush(QPalette::Button);
-        option->palette.setBrush(QPalette::Text, option->palette.brush(QPalette::ButtonText));
+        if (index.column() == 0) {
+            option->backgroundBrush = option->palette.brush(QPalette::Button);
+            option->palette.setBrush(QPalette::Text, option->palette.brush(QPalette::ButtonText));
+        } else if (!Grid().WhyUnread(index.row()).isNull()) CellLook::Dim(*option);
     }
+
+private:
+    const PropertyGrid& Grid() const { return *static_cast<const PropertyGrid*>(parent()); }
 };
 
 /// Lets window events run, at most once a frame and never nested in another layout.
@@ -59,6 +75,7 @@ PropertyGrid::PropertyGrid(QWidget* parent)
     setTabKeyNavigation(false);
     setWordWrap(false);
     connect(this, &QTableWidget::currentCellChanged, this, &PropertyGrid::ShowCurrentCellInToolTip);
+    connect(&m_Marks, &ChangeMarks::Faded, this, &PropertyGrid::UpdateValue);
 }
 
 void PropertyGrid::Lay(PropertyRows rows, Layout layout)
@@ -66,6 +83,8 @@ void PropertyGrid::Lay(PropertyRows rows, Layout layout)
     const int timesLaid = ++m_TimesLaid;
     const QPointer<PropertyGrid> self(this);
     m_Rows = std::move(rows);
+    m_Readings = QList<Reading>(m_Rows.size());
+    m_Marks.Clear();
     m_Layout = layout;
     setRowCount(0);
     setRowCount(static_cast<int>(m_Rows.size()));
@@ -90,11 +109,40 @@ QString PropertyGrid::CellText(int row, int column) const
     return cell ? cell->text() : QString();
 }
 
+void PropertyGrid::Follow(ServerPresence& presence)
+{
+    m_Presence = &presence;
+    connect(&presence, &ServerPresence::Changed, viewport(), qOverload<>(&QWidget::update));
+}
+
+QString PropertyGrid::WhyUnread(int row) const
+{
+    if (const QString absence = m_Presence ? m_Presence->Absence() : QString(); !absence.isEmpty()) return absence;
+    const auto& failure = m_Readings.at(row).Failure;
+    if (!failure) return {};
+    return failure->isEmpty() ? QStringLiteral("The value could not be read.") : *failure;
+}
+
+bool PropertyGrid::HasFailedRows() const
+{
+    return std::any_of(m_Readings.begin(), m_Readings.end(), [](const Reading& last) { return last.Failure; });
+}
+
 void PropertyGrid::SetValueText(int row, const QString& text)
 {
+    ShowReading(row, text, {});
+}
+
+/// Only from one text that was read to another is a change: not when a cell is filled for the first time, nor when it
+/// could not be read in between.
+void PropertyGrid::ShowReading(int row, const QString& text, const std::optional<QString>& failure)
+{
     if (row < 0 || row >= rowCount()) return;
+    const Reading last = std::exchange(m_Readings[row], {true, failure});
+    if (last.Failure.has_value() != failure.has_value()) UpdateValue(row);
     if (!item(row, 1)) setItem(row, 1, new QTableWidgetItem);
     if (item(row, 1)->text() == text) return;
+    if (last.WasTried && !last.Failure && !failure) m_Marks.Add(row);
     item(row, 1)->setText(text);
     if (row == currentRow()) ShowCurrentCellInToolTip();
 }
@@ -107,12 +155,14 @@ void PropertyGrid::RefreshRow(int row)
     const QPointer<PropertyGrid> self(this);
     const int timesLaid = m_TimesLaid;
     QString text;
+    std::optional<QString> failure;
     try {
         text = rows.at(row).Read();
     } catch (...) {
         text = rows.at(row).OnFailure;
+        failure = CurrentErrorDescription();
     }
-    if (self && timesLaid == m_TimesLaid) SetValueText(row, text);
+    if (self && timesLaid == m_TimesLaid) ShowReading(row, text, failure);
 }
 
 void PropertyGrid::keyboardSearch(const QString&) {}
@@ -133,7 +183,10 @@ void PropertyGrid::keyPressEvent(QKeyEvent* event)
 bool PropertyGrid::event(QEvent* event)
 {
     if (event->type() != QEvent::ToolTip) return QTableWidget::event(event);
-    QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), ToolTipHtml(toolTip()), this);
+    const QPoint place = static_cast<QHelpEvent*>(event)->globalPos();
+    const QModelIndex cell = indexAt(viewport()->mapFromGlobal(place));
+    const QString whyUnread = cell.column() == 1 ? WhyUnread(cell.row()) : QString();
+    QToolTip::showText(place, ToolTipHtml(whyUnread.isNull() ? toolTip() : whyUnread), this);
     return true;
 }
 

@@ -1,8 +1,14 @@
 #pragma once
 
+#include "core/ChangeMarks.h"
+
+#include <QPointer>
 #include <QTableWidget>
 
 #include <functional>
+#include <optional>
+
+class ServerPresence;
 
 /// One row of a property grid.
 struct PropertyRow
@@ -17,7 +23,8 @@ struct PropertyRow
 using PropertyRows = QList<PropertyRow>;
 
 /// Two columns, captions and values, filled by a refresher. The grid keeps the texts: painting never calls the server,
-/// and setting a cell to the text it already shows costs nothing.
+/// and setting a cell to the text it already shows costs nothing. Values that are no data are dimmed, those that have
+/// just changed are marked.
 class PropertyGrid : public QTableWidget
 {
     Q_OBJECT
@@ -39,7 +46,16 @@ public:
     void Lay(PropertyRows rows, Layout layout);
     const PropertyRows& Rows() const { return m_Rows; }
 
+    /// From now on all values are dimmed while the server is gone.
+    void Follow(ServerPresence& presence);
+
     QString CellText(int row, int column) const;
+    /// Why the row's value is no data; null when it was read, or not yet tried, and the server is there.
+    QString WhyUnread(int row) const;
+    /// Some row's last read has failed.
+    bool HasFailedRows() const;
+    /// The row's value has changed a moment ago.
+    bool IsMarked(int row) const { return m_Marks.Has(row); }
     void SetValueText(int row, const QString& text);
     /// Reads one row and shows it; a failed read shows the row's OnFailure text. Never throws, never logs. Reading may
     /// destroy the grid or lay it out again.
@@ -60,6 +76,8 @@ protected:
 
 private:
     void ShowCurrentCellInToolTip();
+    void ShowReading(int row, const QString& text, const std::optional<QString>& failure);
+    void UpdateValue(int row) { update(model()->index(row, 1)); }
     void LayRow(int row);
     void PlaceRows();
     void PlaceColumns();
@@ -68,7 +86,17 @@ private:
     int CaptionWidth() const;
     int LongestCaption() const;
 
+    /// How a row's value was read last.
+    struct Reading
+    {
+        bool WasTried = false;
+        std::optional<QString> Failure = {};
+    };
+
     PropertyRows m_Rows;
+    QList<Reading> m_Readings;
+    ChangeMarks m_Marks;
+    QPointer<ServerPresence> m_Presence;
     Layout m_Layout{1300, 0};
     int m_TimesLaid = 0;
 };

@@ -1,6 +1,7 @@
 #include "history/frmHistory.h"
 
 #include "core/automation/PlainText.h"
+#include "core/ConsoleServices.h"
 #include "core/modMain.h"
 
 #include <QApplication>
@@ -80,8 +81,19 @@ frmHistory::frmHistory()
 {
     setupUi(this);
     splSettings->setSizes({HalfOfAny, HalfOfAny});
+    ConnectPresence();
     ConnectStatements();
     ConnectCommands();
+}
+
+/// Settings that could not be read are read when the server is there again; otherwise they are read once.
+void frmHistory::ConnectPresence()
+{
+    ServerPresence& presence = GetMainWindow()->Services().Presence;
+    grdProperties->Follow(presence);
+    connect(&presence, &ServerPresence::Changed, this, [this, &presence] {
+        if (presence.Absence().isEmpty() && grdProperties->HasFailedRows() && !IsUnloading()) RefreshHistoryGrid();
+    });
 }
 
 void frmHistory::ConnectStatements()

@@ -20,6 +20,7 @@ protected:
 private:
     class Running;
 
+    void ConnectPresence();
     void ConnectStatements();
     void ConnectCommands();
 

@@ -43,6 +43,7 @@ bool IsEmptyList(const Variant& names)
 frmItem::frmItem()
 {
     setupUi(this);
+    fgItem->Follow(modMain::GetMainWindow()->Services().Presence);
     tmrItemProp = new GridRefresher(fgItem, modMain::GetMainWindow()->Services().Turns, this);
     ConnectFields();
     ConnectCommands();

@@ -1,15 +1,35 @@
 #include "mainwindow/ObjectTreeView.h"
 
+#include "core/CellLook.h"
 #include "core/DisplayText.h"
 #include "core/ObjectTreeModel.h"
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QStyledItemDelegate>
 #include <QToolTip>
+
+namespace {
+
+class NodeDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+
+protected:
+    void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::initStyleOption(option, index);
+        if (static_cast<const ObjectTreeView*>(parent())->IsDimmed()) CellLook::Dim(*option);
+    }
+};
+
+} // namespace
 
 ObjectTreeView::ObjectTreeView(QWidget* parent)
     : QTreeView(parent)
 {
+    setItemDelegate(new NodeDelegate(this));
     setHeaderHidden(true);
     setUniformRowHeights(true);
     setEditTriggers(NoEditTriggers);
@@ -27,6 +47,11 @@ void ObjectTreeView::SelectNode(const TreeNodeRef& node)
     if (!index.isValid()) return;
     setCurrentIndex(index);
     scrollTo(index);
+}
+
+void ObjectTreeView::SetDimmed(bool dimmed)
+{
+    if (std::exchange(m_Dimmed, dimmed) != dimmed) viewport()->update();
 }
 
 void ObjectTreeView::mousePressEvent(QMouseEvent* event)

@@ -17,6 +17,9 @@ public:
     /// Selects the node, expands its ancestors and scrolls to it. Does nothing for null or a node that has left the
     /// tree.
     void SelectNode(const TreeNodeRef& node);
+    /// Dims all nodes; the selection stays as it is.
+    void SetDimmed(bool dimmed);
+    bool IsDimmed() const { return m_Dimmed; }
 
 Q_SIGNALS:
     /// A button was pressed anywhere on the tree.
@@ -44,4 +47,6 @@ private:
     void ShowToolTip(const QHelpEvent& event);
     TreeNodeRef NodeOf(const QModelIndex& index) const;
     TreeNodeRef NodeUnder(const QPoint& position) const;
+
+    bool m_Dimmed = false;
 };

@@ -2,6 +2,7 @@
 
 #include "core/ChildWindow.h"
 #include "core/ConsoleServices.h"
+#include "core/ConsoleServices.h"
 #include "core/MessageBoxes.h"
 #include "core/modFields.h"
 #include "core/modMain.h"
@@ -69,6 +70,7 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     new HelpKey(this, m_Guide);
     new ScrollToFocus(mdiChildren);
     ConnectTree();
+    ConnectPresence();
     ConnectMenus();
     ConnectPopups();
     ConnectLogPopup();
@@ -115,6 +117,16 @@ void frmMDI::ConnectTree()
     connect(treeObject, &ObjectTreeView::NodeMenuKey, this, &frmMDI::ShowNodePopup);
     connect(treeObject, &ObjectTreeView::DblClick, this,
             [this] { modMain::ReportErrors(&frmMDI::treeObject_DblClick, this); });
+}
+
+/// While the server is gone, the tree shows what was there.
+void frmMDI::ConnectPresence()
+{
+    connect(&Services().Presence, &ServerPresence::Changed, this, [this] {
+        const QString absence = Services().Presence.Absence();
+        treeObject->SetDimmed(!absence.isEmpty());
+        treeObject->setAccessibleDescription(absence);
+    });
 }
 
 void frmMDI::ConnectMenus()

@@ -55,6 +55,7 @@ private:
     /// Connects an entry to a call on the engine, which the log calls `object`.
     void BindCall(QAction* entry, QStringView object, QStringView operation, void (VelSQLEngine::*call)());
     void ConnectTree();
+    void ConnectPresence();
     void ConnectMenus();
     void ConnectPopups();
     void ConnectLogPopup();

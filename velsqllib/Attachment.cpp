@@ -24,11 +24,10 @@ wire::Library::Client Bootstrap(capnp::RpcSystem<capnp::rpc::twoparty::VatId>& r
 
 } // namespace
 
-Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience,
-                       std::function<void()> longCall)
+Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience, Notes notes)
     : m_Loop(std::move(loop))
     , m_Patience(patience)
-    , m_LongCall(std::move(longCall))
+    , m_Notes(std::move(notes))
     , m_Stream(m_Loop->LowLevel().wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
                                                            kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK))
@@ -57,6 +56,7 @@ void Attachment::SetLost()
     // A closed socket would stay readable for ever.
     m_Readable.setEnabled(false);
     m_Writable.setEnabled(false);
+    m_Notes.StateNews();
 }
 
 void Attachment::Poll()
@@ -105,7 +105,7 @@ void Attachment::LookAtCall()
     // KJ's clock stands still while its loop does not run, so its timer may fire early: only our own clock counts.
     const auto now = Clock::now();
     if (!m_Waiting || now - m_CallSince < m_Patience.Interval) return;
-    if (!std::exchange(m_IsLong, true)) m_LongCall();
+    if (!std::exchange(m_IsLong, true)) m_Notes.LongCall();
     if (!m_Hanging) CheckAlive(now);
 }
 
@@ -118,9 +118,14 @@ void Attachment::CheckAlive(Clock::time_point now)
     } else if (!m_PingSent) {
         if (now - m_WaitingSince >= m_Patience.BeforePing) Ping();
     } else if (now - std::max(m_PingSince, m_WaitingSince) >= m_Patience.ForPingAnswer) {
-        m_Hanging = true;
+        SetHanging(true);
         GiveUp("The server does not answer; the call was given up and may still take effect."_kj);
     }
+}
+
+void Attachment::SetHanging(bool hanging)
+{
+    if (std::exchange(m_Hanging, hanging) != hanging) m_Notes.StateNews();
 }
 
 void Attachment::GiveUp(kj::StringPtr why)
@@ -143,7 +148,7 @@ void Attachment::Ping()
 void Attachment::NotePingAnswer(qint32 callsUnderWay)
 {
     m_PingSent = false;
-    m_Hanging = false;
+    SetHanging(false);
     m_WaitingSince = Clock::now();
     if (callsUnderWay == 0) m_UnknownCall = m_PingedCall;
 }

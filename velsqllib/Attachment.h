@@ -33,8 +33,15 @@ public:
         std::chrono::milliseconds AfterLoss{100};
     };
 
-    /// Takes over a connected socket. Every call that becomes long runs `longCall` once from inside.
-    Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience, std::function<void()> longCall);
+    /// What a connection does about its attachment's fate; both run inside KJ's loop.
+    struct Notes
+    {
+        std::function<void()> LongCall;  ///< once for every call that becomes long
+        std::function<void()> StateNews; ///< it was lost, began to hang, or answers again
+    };
+
+    /// Takes over a connected socket.
+    Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience& patience, Notes notes);
     ~Attachment();
 
     wire::Library::Client& Library() { return m_Library; }
@@ -66,11 +73,12 @@ private:
     void CheckAlive(Clock::time_point now);
     void Ping();
     void NotePingAnswer(qint32 callsUnderWay);
+    void SetHanging(bool hanging);
     void GiveUp(kj::StringPtr why);
 
     std::shared_ptr<KjLoop> m_Loop;
     Patience m_Patience;
-    std::function<void()> m_LongCall;
+    Notes m_Notes;
     bool m_Waiting = false;
     Clock::time_point m_ReadUntil; ///< while no call waits
 

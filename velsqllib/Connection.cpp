@@ -5,11 +5,10 @@
 #include "velsqllib/ControllerSubscription.h"
 #include "velsqllib/ServerSocket.h"
 
-#include <QTimer>
-
 namespace {
 
-constexpr qint64 AttemptIntervalMs = 1000;
+constexpr int AttemptIntervalMs = 1000;
+const QString NotRunning = QStringLiteral("The server is not running.");
 /// The RPC system puts this, exactly once, in front of the text of a failure that the other side has sent.
 constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
 
@@ -33,6 +32,7 @@ Connection::Connection(const QString& socketPath, const Attachment::Patience& pa
     , m_Objects(std::make_unique<ClientObjects>(*this))
 {
     connect(&m_Events, &EventQueue::Handled, this, &Connection::PollLater);
+    connect(&m_Search, &QTimer::timeout, this, &Connection::Search);
 }
 
 Connection::~Connection()
@@ -51,21 +51,55 @@ bool Connection::Attach()
     }
     if (socket < 0) return false;
     m_Attachment.reset();
-    m_Attachment = std::make_unique<Attachment>(m_Loop, socket, m_Patience, [this] { m_LongCall(); });
+    m_Attachment = std::make_unique<Attachment>(
+        m_Loop, socket, m_Patience,
+        Attachment::Notes{.LongCall = [this] { m_LongCall(); }, .StateNews = [this] { NoteState(); }});
     ++m_Generation;
     for (ControllerSubscription* subscription : m_Subscriptions) subscription->Renew();
+    NoteState();
     return true;
+}
+
+QString Connection::Absence() const
+{
+    if (IsLost()) return NotRunning;
+    return m_Attachment && m_Attachment->IsHanging() ? QStringLiteral("The server does not answer.") : QString();
+}
+
+void Connection::Search()
+{
+    try {
+        if (IsLost() && Attach()) PollLater(); // sends what renews subscriptions
+    } catch (const ServerError&) { // the next call tells
+    }
+    m_LastAttempt.invalidate(); // a call may try at once
+}
+
+/// Told later, because this may run inside a call.
+void Connection::NoteState()
+{
+    if (!m_ServerChange || std::exchange(m_NewsPending, true)) return;
+    QMetaObject::invokeMethod(this, &Connection::TellState, Qt::QueuedConnection);
+}
+
+void Connection::TellState()
+{
+    m_NewsPending = false;
+    if (!IsLost()) m_Search.stop();
+    else if (!m_Search.isActive()) m_Search.start(AttemptIntervalMs);
+    const QString absence = Absence();
+    if (std::exchange(m_ToldAbsence, absence) != absence) m_ServerChange();
 }
 
 void Connection::EnsureUsable()
 {
     if (m_Attachment && m_Attachment->IsHanging()) m_Attachment->Poll(); // the answer may have arrived already
     if (m_Attachment && !m_Attachment->IsLost()) {
-        if (m_Attachment->IsHanging()) throw ServerError(QStringLiteral("The server does not answer."));
+        if (m_Attachment->IsHanging()) throw ServerError(Absence());
         return;
     }
     const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptIntervalMs;
-    if (tooSoon || !Attach()) throw ServerError(QStringLiteral("The server is not running."));
+    if (tooSoon || !Attach()) throw ServerError(NotRunning);
 }
 
 void Connection::NoteFailure(const kj::Exception& failure)

@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QTimer>
 
 #include <concepts>
 
@@ -27,6 +28,8 @@ public:
     bool Attach();
     /// There was an attachment, and its server has gone.
     bool IsLost() const { return m_Attachment && m_Attachment->IsLost(); }
+    /// Why calls fail at present, as they say it; empty while there is a server, and before there was one.
+    QString Absence() const;
     /// Numbers the attachments: references that were got under another number are stale.
     quint64 Generation() const { return m_Generation; }
     /// The engine of the present attachment; only inside a call.
@@ -52,6 +55,9 @@ public:
     /// See VelSQLLib.
     void OnLongCall(std::function<void()> action) { m_LongCall = std::move(action); }
 
+    /// See VelSQLLib. With an action, a lost server is also looked for while nobody calls.
+    void OnServerChange(std::function<void()> action) { m_ServerChange = std::move(action); }
+
     /// Soon sends what dropping references has left to be sent, because KJ does not run by itself.
     void PollLater();
 
@@ -63,6 +69,9 @@ public:
 
 private:
     void EnsureUsable();
+    void Search();
+    void NoteState();
+    void TellState();
     void NoteFailure(const kj::Exception& failure);
     [[nodiscard]] static ServerError ToServerError(const kj::Exception& failure);
 
@@ -75,8 +84,12 @@ private:
     QList<ControllerSubscription*> m_Subscriptions;
     QElapsedTimer m_LastAttempt;
     std::function<void()> m_LongCall = [] {};
+    std::function<void()> m_ServerChange;
+    QString m_ToldAbsence;
+    QTimer m_Search;
     quint64 m_Generation = 0;
     bool m_PollPending = false;
+    bool m_NewsPending = false;
 };
 
 using ConnectionRef = std::shared_ptr<Connection>;

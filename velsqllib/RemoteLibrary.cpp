@@ -33,6 +33,16 @@ void RemoteLibrary::OnLongCall(std::function<void()> action)
     m_Connection->OnLongCall(std::move(action));
 }
 
+QString RemoteLibrary::Absence() const
+{
+    return m_Connection->Absence();
+}
+
+void RemoteLibrary::OnServerChange(std::function<void()> action)
+{
+    m_Connection->OnServerChange(std::move(action));
+}
+
 EngineRef RemoteLibrary::CreateEngine()
 {
     for (int attempt = 1;; ++attempt) {

@@ -14,6 +14,8 @@ public:
     ~RemoteLibrary() override;
 
     void OnLongCall(std::function<void()> action) override;
+    QString Absence() const override;
+    void OnServerChange(std::function<void()> action) override;
     EngineRef CreateEngine() override;
     /// As CreateEngine, but starts no server: throws ServerError when none is running.
     EngineRef AttachEngine();

@@ -174,6 +174,12 @@ public:
     /// Every call that has lasted about 30 ms runs the given function once; it must neither call the server nor throw.
     virtual void OnLongCall(std::function<void()>) {}
 
+    /// Why no call can succeed at present; empty while the server is there, as far as is known: a closed connection is
+    /// known at once, a silent server by the first call that fails.
+    virtual QString Absence() const { return {}; }
+    /// The given function runs, between other events and never inside a call, each time that the above has changed.
+    virtual void OnServerChange(std::function<void()>) {}
+
     /// Attaches to a running server or starts one. Throws ServerError when neither is possible.
     virtual EngineRef CreateEngine() = 0;
     virtual ValueConverterRef CreateValueConverter() = 0;

@@ -54,6 +54,15 @@ public:
     FakeServer();
     ~FakeServer() override;
 
+    QString Absence() const override { return m_Absence; }
+    void OnServerChange(std::function<void()> action) override { m_ServerChange = std::move(action); }
+    /// From now on the server is gone for this reason; there again when it is empty.
+    void SetAbsence(const QString& reason)
+    {
+        m_Absence = reason;
+        m_ServerChange();
+    }
+
     EngineRef CreateEngine() override;
     ValueConverterRef CreateValueConverter() override;
 
@@ -93,6 +102,8 @@ public:
 private:
     void Fire(const QString& controller, const std::function<void(ControllerEvents&)>& deliver);
 
+    QString m_Absence;
+    std::function<void()> m_ServerChange = [] {};
     int m_FailIn = 0;
     QString m_FailDescription;
     QMap<QString, QString> m_FailingOperations;

@@ -47,6 +47,22 @@ TEST_F(ServerLoss, IsReportedByTheCallThatMeetsItAndTheNextServerServesTheSameWi
     EXPECT_EQ(events.List(0), u"OnChangeState: State=Error"_s);
 }
 
+TEST_F(ServerLoss, IsSeenInTreeAndSettingsWithoutACallAndGoesBackByItself)
+{
+    StartBoth();
+    const auto& tree = Control<ObjectTreeView>("treeObject");
+    const auto dimmed = [&](bool is) { return QTest::qWaitFor([&, is] { return tree.IsDimmed() == is; }, 20'000); };
+    m_Server.Kill();
+    EXPECT_TRUE(dimmed(true));
+    ChildWindow& history = Show(u"VelSQLEngine\\VelSQLHistory");
+    const auto& settings = Control<PropertyGrid>(history, "grdProperties");
+    EXPECT_EQ(settings.WhyUnread(0), u"The server is not running."_s);
+    m_Server.Start();
+    EXPECT_TRUE(dimmed(false));
+    EXPECT_TRUE(WaitForCell(history, u"TableName(1)"_s, u"velsql_history"_s));
+    EXPECT_FALSE(settings.HasFailedRows());
+}
+
 TEST_F(ServerLoss, AHangingServerEndsTheCallAndIsUsedAgainWhenItGoesOn)
 {
     StartBoth();

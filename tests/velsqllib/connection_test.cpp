@@ -158,6 +158,29 @@ TEST_F(ConnectionTest, ASlowCallInALivingServerIsWaitedForAndAHangingServerIsNot
     EXPECT_TRUE(QTest::qWaitFor([&] { return Read(item) == u"3,25"; }, 10'000));
 }
 
+TEST_F(ConnectionTest, TellsWithoutACallThatAServerHasGoneOrHangsAndThatOneIsThereAgain)
+{
+    QStringList told;
+    m_Library.OnServerChange([&] { told << m_Library.Absence(); });
+    const ItemRef item = Item(u"D100"_s);
+    const auto waitFor = [&](const QStringList& expected) {
+        EXPECT_TRUE(QTest::qWaitFor([&] { return told == expected; }, 20'000)) << told.join(u'|').toStdString();
+        told.clear();
+    };
+    m_Server.Kill();
+    waitFor({u"The server is not running."_s});
+    m_Server.Start();
+    waitFor({QString()});
+    EXPECT_EQ(Read(item), u"3,25");
+    m_Server.Suspend();
+    EXPECT_EQ(told, QStringList()) << "not known before a call has failed";
+    Read(item);
+    waitFor({u"The server does not answer."_s});
+    m_Server.Resume();
+    waitFor({QString()});
+    EXPECT_EQ(Read(item), u"3,25");
+}
+
 TEST_F(ConnectionTest, AServerThatEndsWhileItIsAttachedIsFollowedByTheNext)
 {
     m_Engine.reset();
