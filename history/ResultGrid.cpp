@@ -1,5 +1,6 @@
 #include "history/ResultGrid.h"
 
+#include "core/CellLook.h"
 #include "core/DisplayText.h"
 
 #include <QHeaderView>
@@ -37,15 +38,19 @@ class CellDelegate : public QStyledItemDelegate
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QStyledItemDelegate::paint(painter, option, index);
+        if (!index.data(ResultModel::ReasonRole).toString().isNull()) CellLook::Hatch(*painter, option);
+    }
+
 protected:
     void initStyleOption(QStyleOptionViewItem* option, const QModelIndex& index) const override
     {
         QStyledItemDelegate::initStyleOption(option, index);
         const auto kind = static_cast<CellKind>(index.data(ResultModel::KindRole).toInt());
         if (kind == CellKind::Number) option->displayAlignment = Qt::AlignRight | Qt::AlignVCenter;
-        if (kind != CellKind::Remark) return;
-        option->font.setItalic(true);
-        option->palette.setBrush(QPalette::Text, option->palette.brush(QPalette::PlaceholderText));
+        if (kind == CellKind::Remark) CellLook::Dim(*option);
     }
 };
 
@@ -255,13 +260,14 @@ bool ResultGrid::viewportEvent(QEvent* event)
     return QTableView::viewportEvent(event);
 }
 
-/// The whole text of a cell that its column cuts off.
+/// The whole text of a cell that its column cuts off, or why the cell cannot be read.
 bool ResultGrid::ShowToolTip(const QHelpEvent& event)
 {
     const QModelIndex index = indexAt(event.pos());
     if (!index.isValid()) return false;
-    const QString text = index.data().toString();
-    const bool isCut = WidthOf(text) > columnWidth(index.column());
+    const QString reason = index.data(ResultModel::ReasonRole).toString();
+    const QString text = reason.isEmpty() ? index.data().toString() : reason;
+    const bool isCut = !reason.isEmpty() || WidthOf(text) > columnWidth(index.column());
     QToolTip::showText(event.globalPos(), isCut ? ToolTipHtml(text) : QString(), this);
     return true;
 }

@@ -42,6 +42,7 @@ void ResultModel::Bind(ResultReader reader)
     m_Area = {};
     m_LoadTimer.stop();
     m_Resting = m_FailureSaid = false;
+    m_WhyUnread = QString();
     endResetModel();
     if (const QString failure = m_Reader.Progress().Failure; !failure.isEmpty()) NoteFailure(failure);
     AdvanceLater(FirstAdvanceMs);
@@ -118,11 +119,13 @@ bool ResultModel::LoadCell(int row, int column)
     try {
         m_Reader.PageOf(row);
     } catch (...) {
-        NoteFailure(CurrentErrorDescription());
+        m_WhyUnread = CurrentErrorDescription();
+        NoteFailure(m_WhyUnread);
         m_Resting = true;
         m_LoadTimer.start(RestMs);
         return false;
     }
+    m_WhyUnread = QString();
     CellFace face;
     try {
         face = FaceOf(m_Reader.Cell(row, column));
@@ -137,9 +140,9 @@ void ResultModel::LoadMore()
 {
     m_Resting = false;
     if (!m_Active || m_Area.LastRow < m_Area.FirstRow || m_Area.LastColumn < m_Area.FirstColumn) return;
-    const qsizetype before = m_Cells.size();
+    const auto before = std::pair(m_Cells.size(), m_WhyUnread);
     Load(LoadMs);
-    if (m_Cells.size() == before) return;
+    if (before == std::pair(m_Cells.size(), m_WhyUnread)) return;
     Q_EMIT dataChanged(index(m_Area.FirstRow, m_Area.FirstColumn), index(m_Area.LastRow, m_Area.LastColumn));
 }
 
@@ -185,9 +188,10 @@ int ResultModel::columnCount(const QModelIndex& parent) const
 
 QVariant ResultModel::data(const QModelIndex& index, int role) const
 {
-    if (!index.isValid() || (role != Qt::DisplayRole && role != KindRole)) return QVariant();
+    if (!index.isValid() || (role != Qt::DisplayRole && role != KindRole && role != ReasonRole)) return QVariant();
     const auto cell = m_Cells.constFind(KeyOf(index.row(), index.column()));
     const bool isPending = cell == m_Cells.cend();
+    if (role == ReasonRole) return isPending ? m_WhyUnread : QString();
     if (role == KindRole) return static_cast<int>(isPending ? CellKind::Remark : cell->Kind);
     return isPending ? Pending : cell->Text;
 }

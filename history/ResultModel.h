@@ -16,6 +16,8 @@ class ResultModel : public QAbstractTableModel
 public:
     /// How a cell is drawn, as a CellKind.
     static constexpr int KindRole = Qt::UserRole;
+    /// Why a cell cannot be read at present; null for others, also for those that have not arrived.
+    static constexpr int ReasonRole = Qt::UserRole + 1;
     /// Cells that are kept in addition to those in view.
     static constexpr qsizetype MostCells = 4000;
 
@@ -77,4 +79,6 @@ private:
     /// Runs for a moment after a failed call; nothing is requested until it ends.
     bool m_Resting = false;
     bool m_FailureSaid = false;
+    /// Of the page that was asked for last; null when it came.
+    QString m_WhyUnread;
 };

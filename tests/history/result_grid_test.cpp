@@ -91,6 +91,8 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
     }
     EXPECT_EQ(Row(50'000), u"\u2026;\u2026");
     EXPECT_EQ(Row(5), u"5;name 5") << "rows already there stay";
+    const auto reason = [this](int row) { return Model().index(row, 0).data(ResultModel::ReasonRole).toString(); };
+    EXPECT_EQ(reason(50'000) + reason(5), lost);
     EXPECT_EQ(TakeLog(), QStringList{lost});
     EXPECT_LE(m_Script.PagesAsked.size(), 2) << "asked again once a second";
     Grid().selectAll(), CopyByKey();
@@ -99,6 +101,7 @@ TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
 
     m_Script.Fail({}, {});
     EXPECT_TRUE(WaitForRow(50'000)) << "a server that answers again is asked again";
+    EXPECT_EQ(reason(50'000) + reason(70'000), QString());
     m_Script.Progress = {100'001, true, u"database is locked"_s};
     EXPECT_TRUE(WaitForRows(u"100001 rows, the rest could not be read"_s));
     EXPECT_EQ(Execute(), SuccessLog + QStringList{u"database is locked"_s});
