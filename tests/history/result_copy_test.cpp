@@ -1,9 +1,6 @@
 #include "core/automation/SafeArray.h"
 #include "tests/history/HistoryWindow.h"
 
-#include <QContextMenuEvent>
-#include <QMenu>
-
 namespace {
 
 constexpr Qt::KeyboardModifiers Headers = Qt::ShiftModifier, Csv = Qt::AltModifier;
@@ -44,7 +41,6 @@ TEST_F(ResultCopy, WritesTheSelectionInEachFormat)
         {{0, 0, 1, 2}, {}, u"0\t\"x\t\"\"y\r\n\"\tsay \"0\"\n1\t\t"_s},
         {{0, 0, 1, 2}, Headers, u"a\tb, c\ta\n0\t\"x\t\"\"y\r\n\"\tsay \"0\"\n1\t\t"_s},
         {{0, 0, 1, 2}, Csv, u"a,\"b, c\",a\r\n0,\"x\t\"\"y\r\n\",\"say \"\"0\"\"\"\r\n1,,\"\"\r\n"_s},
-        {{0, 0, 0, 0}, Headers, u"a\n0"_s},
         {{1, 1, 1, 1}, Csv, u"\"b, c\"\r\n\r\n"_s},
     };
     for (const auto& [cells, more, text] : cases) EXPECT_EQ(CopyOf(cells, more), text);
@@ -53,22 +49,6 @@ TEST_F(ResultCopy, WritesTheSelectionInEachFormat)
     Select({3, 0, 3, 0}, true);
     EXPECT_EQ(CopyByKey(), u"0\t\n1\t\n\tsay \"0\"\n3\tsay \"0\"") << "what is not selected stays empty";
     EXPECT_EQ(CopyByKey(Csv), u"a,a\r\n0,\r\n1,\r\n,\"say \"\"0\"\"\"\r\n3,\"say \"\"0\"\"\"\r\n");
-}
-
-TEST_F(ResultCopy, IsOfferedInThePopUpWithItsKeys)
-{
-    Execute();
-    Select({0, 0, 0, 1});
-    QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5), Grid().mapToGlobal(QPoint(5, 5)));
-    QCoreApplication::sendEvent(Grid().viewport(), &event);
-    QStringList copied;
-    for (QAction* action : Grid().findChild<QMenu*>()->actions().first(3)) {
-        action->trigger();
-        copied << action->text() + u' ' + action->shortcut().toString() + u": "_s + Clipboard();
-    }
-    EXPECT_EQ(copied,
-              QStringList({u"&Copy Ctrl+C: 0\tname 0"_s, u"Copy with &Headers Ctrl+Shift+C: id\tname\n0\tname 0"_s,
-                           u"Copy as C&SV Ctrl+Alt+C: id,name\r\n0,name 0\r\n"_s}));
 }
 
 TEST_F(ResultCopy, OfManyRowsRunsBetweenOtherEventsUntilAnythingEndsItOrItIsTooLarge)

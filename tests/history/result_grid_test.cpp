@@ -55,30 +55,6 @@ TEST_F(ResultGridTest, GrowsWithTheReadingWhileItIsShown)
     EXPECT_EQ(RowsText(), u"2 rows affected");
 }
 
-TEST_F(ResultGridTest, EndFollowsTheReadingUntilTheOperatorMoves)
-{
-    ExecuteFor({1'000, false, {}});
-    const auto waitForCurrent = [&](int row, int column) {
-        return QTest::qWaitFor([&] { return Grid().currentIndex() == Model().index(row, column); });
-    };
-    Grid().setCurrentIndex(Model().index(3, 1));
-    QTest::keyClick(&Grid(), Qt::Key_End);
-    m_Script.Progress.RowsSoFar = 40'000;
-    EXPECT_TRUE(waitForCurrent(39'999, 1)) << "in the same column";
-    QTest::keyClick(&Grid(), Qt::Key_Home, Qt::ControlModifier);
-    m_Script.Progress.RowsSoFar = 60'000;
-    EXPECT_TRUE(WaitForRows(u"60000 rows so far"_s));
-    EXPECT_EQ(Grid().currentIndex(), Model().index(0, 0));
-    QTest::keyClick(&Grid(), Qt::Key_Q); // typing looks for nothing
-    EXPECT_LT(m_Script.PagesAsked.size(), 5) << "what was jumped over is not read";
-
-    QTest::keyClick(&Grid(), Qt::Key_End);
-    Execute(u"y"_s);
-    m_Script.Progress = {70'000, true, {}};
-    EXPECT_TRUE(WaitForRows(u"70000 rows"_s));
-    EXPECT_LT(Grid().currentIndex().row(), 1) << "another result begins at its beginning";
-}
-
 TEST_F(ResultGridTest, ALostServerLeavesWhatIsThereAndSaysSoOnce)
 {
     const QString lost = u"The connection to the server was lost."_s;
@@ -127,26 +103,4 @@ TEST_F(ResultGridTest, HugeOrBrokenCellsNeitherBlockNorFillMemoryNorHideOthers)
     for (int i = 0; i < 20; ++i) Grid().viewport()->repaint();
     EXPECT_EQ(m_Script.PagesAsked.size(), asked) << "what was shown once is painted from memory";
     EXPECT_EQ(CopyOf({2, 0, 2, 0}).size(), 5'000'001);
-}
-
-TEST_F(ResultGridTest, TwoThousandColumnsAreSizedAsTheyAreSeen)
-{
-    m_Script.Columns.fill(u"c"_s, 2000);
-    m_Script.Columns[1] = u"a name that is somewhat longer"_s;
-    int cells = 0;
-    m_Script.Cell = [&](qint64, int column) {
-        ++cells;
-        return Variant(column % 3 == 0 ? QString(200, u'w') : u"12"_s);
-    };
-    Execute();
-    Grid().viewport()->repaint();
-    EXPECT_LT(cells, 3000);
-    const int bound = 45 * Grid().fontMetrics().averageCharWidth();
-    EXPECT_EQ(Grid().columnWidth(0), bound);
-    EXPECT_GT(Grid().columnWidth(1), Grid().fontMetrics().horizontalAdvance(m_Script.Columns[1]));
-    EXPECT_LT(Grid().columnWidth(2), bound / 3);
-    Grid().setColumnWidth(2, 60);
-    Grid().scrollTo(Model().index(0, 1999));
-    EXPECT_EQ(Grid().columnWidth(1998), bound);
-    EXPECT_EQ(Grid().columnWidth(2), 60) << "the operator's own width";
 }
