@@ -1,4 +1,3 @@
-#include "tests/support/PostgresRun.h"
 #include "tests/velsqlscript/ScriptProcess.h"
 
 #include <QDateTime>
@@ -32,22 +31,13 @@ const QString s_Values = u"('PLC1','Level','62.5','@06:00:00'), ('PLC1','Level',
                          "('PLC1','Recipe','Lemonade, \"light\"','@06:05:00.250000'),"
                          "('PLC1','Level','84.5','@06:10:00')"_s;
 
-/// A server that records into the database; nothing but what the test records, so that it is known.
-void StartOn(RealServer& server, const QString& connection)
-{
-    QFile plant(QFileInfo(server.SocketPath()).dir().path() + u"/plant.toml"_s);
-    QDir().mkpath(QFileInfo(plant).path());
-    ASSERT_TRUE(plant.open(QFile::WriteOnly));
-    plant.write("[[history.destination]]\nconnection = \"" + connection.toUtf8() +
-                "\"\n[[controller]]\nname = \"PLC1\"\n");
-    plant.close();
-    server.Start({u"--plant"_s, plant.fileName()});
-}
+} // namespace
 
-void ExpectReports(const QString& connection)
+TEST(DailyScripts, WatchReportAndExportAsTheManualShows)
 {
     RealServer server;
-    ASSERT_NO_FATAL_FAILURE(StartOn(server, connection));
+    server.Start();
+    EXPECT_EQ(RunExample(u"limit-watch.js"_s), Shown(u"limit-watch.js"_s) + u"(1)"_s);
     EXPECT_EQ(Record(u"2024-01-31"_s, s_Values +
                                           u",('PLC1','Temperature','21.5','@06:00:00'),"
                                           "('PLC1','Temperature','22','@06:30:00'),"
@@ -60,33 +50,4 @@ void ExpectReports(const QString& connection)
         Record(yesterday, s_Values + u",('PLC1','Recipe','','@07:00:00'), ('Archive','Batch','12','@06:20:00')"_s),
         QString());
     EXPECT_EQ(RunExample(u"nightly-report.js"_s).replace(yesterday, u"2024-01-31"_s), Shown(u"nightly-report.js"_s));
-}
-
-} // namespace
-
-TEST(DailyScripts, ReportAndExportFromSqlite)
-{
-    const QTemporaryDir folder;
-    ExpectReports(u"Driver=SQLite;Database="_s + folder.filePath(u"history.db"_s));
-}
-
-TEST(DailyScripts, ReportAndExportFromPostgres)
-{
-    const PostgresRun database;
-    ASSERT_TRUE(database.IsRunning()) << database.Problem().toStdString();
-    ExpectReports(database.ConnectionString());
-}
-
-TEST(DailyScripts, LimitWatchTellsWhatIsWrongAndFails)
-{
-    RealServer server;
-    server.Start();
-    const QString broken = Shown(u"limit-watch.js"_s) + u"(1)"_s;
-    EXPECT_EQ(RunExample(u"limit-watch.js"_s), broken);
-    EXPECT_EQ(RunScript("Vlx.Controller('PLC1').Item('D100').Value = 10"), QString());
-    ScriptProcess watch({}, {u"--attach"_s, QStringLiteral(VELSQL_DOCS "/scripts/limit-watch.js")});
-    EXPECT_EQ(watch.ReadLine(), u"Items watched: 2"_s);
-    EXPECT_EQ(RunScript("Vlx.Controller('PLC1').Stop()"), QString());
-    const QString fault = watch.Finish(); // of the item that was looked at next
-    EXPECT_EQ(fault.section(u' ', 1), u"is not scanned: its controller is not active\n(1)"_s) << fault.toStdString();
 }

@@ -1,4 +1,3 @@
-#include "scripttool/velsqlscript/Members.h"
 #include "tests/velsqlscript/ScriptProcess.h"
 
 TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
@@ -19,15 +18,4 @@ TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
             << match.captured().toStdString();
     }
     EXPECT_EQ(count, 10);
-}
-
-TEST(ScriptDocs, TellEveryMember)
-{
-    using enum ObjectKind;
-    for (const ObjectKind kind : {Engine, Controller, Item, History, ResultSet}) {
-        const QString row = Manual().section(u"\n| %1 |"_s.arg(KindName(kind)), 1).section(u'\n', 0, 0);
-        for (const Member& member : MembersOf(kind))
-            EXPECT_TRUE(row.contains(u'`' + member.Name + (member.IsProperty ? u'`' : u'(')))
-                << KindName(kind).toStdString() << '.' << member.Name.toStdString();
-    }
 }
