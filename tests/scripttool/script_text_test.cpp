@@ -46,31 +46,6 @@ TEST_F(ScriptWindow, TheScriptKeepsEveryCharacterAndRefusesWhatIsTooLong)
     EXPECT_EQ(m_Tool->get_Script(), u"1\r\n2\r\n3"_s);
 }
 
-TEST_F(ScriptWindow, CommentsTextsNumbersAndKeywordsAreColoured)
-{
-    m_Tool->put_Script(u"//\n\"\"\n1\nlet\n"_s // what the four kinds look like
-                       u"let a = 0x1F + .5e-3 / b.let / 2; // c 'x'\n"
-                       u" ' Vlx \"x\"\n"
-                       u"+'a\\'b' + \"x//y\" + \"open\n"
-                       u"/* if\n"
-                       u"' 1 */ x1 = /[\"/]'\\//g.test(`a ${1}\n"
-                       u"' b\\` ` + 7)"_s);
-    QList<QColor> kinds;
-    QStringList painted;
-    for (QTextBlock block = Editor().document()->begin(); block.isValid(); block = block.next()) {
-        QString line(block.text().size(), u'.');
-        for (const auto& part : block.layout()->formats()) {
-            const QColor ink = part.format.foreground().color();
-            if (block.blockNumber() < 4) kinds << ink;
-            line.replace(part.start, part.length, QString(part.length, u"ctnk"[kinds.indexOf(ink)]));
-        }
-        painted << line;
-    }
-    EXPECT_EQ(painted.mid(4), QStringList({u"kkk.....nnnn...nnnnn...........n..cccccccc"_s, u"cccccccccc"_s,
-                                           u".tttttt...tttttt...ttttt"_s, u"ccccc"_s,
-                                           u"cccccc......tttttttttt......ttttttt"_s, u"ttttttt...n."_s}));
-}
-
 TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)
 {
     m_Tool->put_Script(u"one\ntwo\nthree\nfour"_s);
@@ -96,28 +71,6 @@ TEST_F(ScriptWindow, AnErrorMarksItsLineAndLeadsThere)
     EXPECT_TRUE(Editor().hasFocus());
     Run("exit 0");
     EXPECT_EQ(marked(), u"none"_s);
-}
-
-TEST_F(ScriptWindow, FindGoesRoundAndSaysSo)
-{
-    m_Tool->put_Script(u"Item a\nitem b\nx"_s);
-    QTest::keyClick(&Editor(), Qt::Key_F, Qt::ControlModifier);
-    const std::tuple<Qt::Key, Qt::KeyboardModifiers, QString> rows[] = {
-        {Qt::Key_I, {}, u"0 I "_s}, // the line, what is selected there, and what the bar says
-        {Qt::Key_T, {}, u"0 It "_s},
-        {Qt::Key_F3, {}, u"1 it "_s},
-        {Qt::Key_Return, {}, u"0 It Went on from the start."_s},
-        {Qt::Key_F3, Qt::ShiftModifier, u"1 it Went on from the end."_s},
-        {Qt::Key_Q, {}, u"1  Not found."_s}};
-    for (const auto& [key, modifiers, found] : rows) {
-        QTest::keyClick(&Box("txtFind"), key, modifiers);
-        const QTextCursor at = Editor().textCursor();
-        EXPECT_EQ(u"%1 %2 "_s.arg(QString::number(at.blockNumber()), at.selectedText()) +
-                      Control<QLabel>("lblFound").text(),
-                  found);
-    }
-    QTest::keyClick(&Box("txtFind"), Qt::Key_Escape);
-    EXPECT_TRUE(Editor().hasFocus() && !Box("txtFind").isVisible());
 }
 
 TEST_F(ScriptWindow, TheOutputKeepsItsEndAndCopiesALongLineInOnePiece)
