@@ -6,9 +6,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <sys/stat.h>
 
@@ -46,12 +44,6 @@ QStringList LineLog(const QString& item, int lines = 1)
     for (int line = 0; line < lines; ++line) log << u"Calling Item(%1):put_Value..."_s.arg(item) << u"Succeeded."_s;
     return log;
 }
-
-struct CountingLabel : QLabel
-{
-    void paintEvent(QPaintEvent*) override { ++Paints; }
-    int Paints = 0;
-};
 
 } // namespace
 
@@ -161,27 +153,4 @@ TEST_F(BatchWindow, WhateverHappensInBetweenTheRunGoesOnOrEndsWithoutATrace)
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         EXPECT_EQ(!m_Form, log == line + line);
     }
-}
-
-TEST_F(BatchWindow, WhatChangesIsPaintedOnceAFrameAlsoWhileTheRunWaits)
-{
-    CountingLabel label;
-    const auto waitForPaints = [&](int paints) {
-        return QTest::qWaitFor([&] { return label.Paints >= paints; }, 10'000);
-    };
-    int lines = 0;
-    QTimer line;
-    line.callOnTimeout([&] {
-        label.setText(QString::number(++lines));
-        if (label.Paints >= 10) line.stop(), WhenEventsRun([this] { Press("cmdStop"); });
-    });
-    WhenEventsRun([&] {
-        label.show(); // as a message box that another window opens, in which the run waits
-        line.start(0);
-        EXPECT_TRUE(waitForPaints(3));
-    });
-    Run(QByteArray("D100,3,1\n").repeated(300'000)); // more than ten frames take
-    EXPECT_GE(label.Paints, 10);
-    EXPECT_GT(lines, 2 * label.Paints) << "the lines of a frame share a painting";
-    EXPECT_TRUE(waitForPaints(label.Paints + 1)) << "the last lines";
 }
