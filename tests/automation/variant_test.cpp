@@ -28,14 +28,6 @@ TEST(SafeArray, CountsFromItsLowerBound)
     EXPECT_EQ(Outcome([] { return Array<qint32>({}, std::numeric_limits<qint32>::min()); }), "Overflow");
 }
 
-TEST(Variant, RefusesToBeReadAsAnotherType)
-{
-    EXPECT_EQ(Outcome([] { return Variant(qint32(1)).Get<qint16>(); }), "Type mismatch");
-    EXPECT_EQ(Outcome([] { return Variant(qint32(1)).Array(); }), "Type mismatch");
-    EXPECT_EQ(Outcome([] { return Variant{SafeArrayRef()}; }), "Type mismatch");
-    EXPECT_EQ(Outcome([] { return Array<qint32>({1}).Of<quint32>().first(); }), "Type mismatch");
-}
-
 TEST(Variant, EqualityMeansTypeAndBitsAndSameValueWhatTheySay)
 {
     class Thing : public ServerObject
