@@ -49,6 +49,7 @@ std::pair<QString, QString> Split(const QString& line, const LineReader& lines)
 frmBatchWrite::frmBatchWrite()
 {
     setupUi(this);
+    txtFilename->setMinimumWidth(55 * fontMetrics().averageCharWidth());
     connect(cmdOpen, &QPushButton::clicked, this, &frmBatchWrite::cmdOpen_Click);
     connect(cmdStart, &QPushButton::clicked, this, &frmBatchWrite::cmdStart_Click);
     connect(cmdStop, &QPushButton::clicked, this, &frmBatchWrite::cmdStop_Click);

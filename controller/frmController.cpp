@@ -15,7 +15,7 @@ using namespace modMain;
 
 namespace {
 
-constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 280};
+constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 280, .ValueCharacters = 38};
 constexpr qint32 LastNamedState = 4;
 
 /// EMPTY and NULL take no text.

@@ -5,6 +5,7 @@
 #include "core/WindowPlace.h"
 
 #include <QCloseEvent>
+#include <QLayout>
 #include <QMdiArea>
 
 namespace {
@@ -13,6 +14,18 @@ QList<ChildWindow*>& OpenForms()
 {
     static QList<ChildWindow*> Forms;
     return Forms;
+}
+
+/// What the controls have come to ask for while the window was loaded reaches it only when it is shown, otherwise.
+void SettleLayouts(QWidget& window)
+{
+    QList<QWidget*> widgets = window.findChildren<QWidget*>();
+    widgets.prepend(&window);
+    for (auto widget = widgets.rbegin(); widget != widgets.rend(); ++widget) { // children before their parents
+        if (!(*widget)->layout()) continue;
+        (*widget)->layout()->invalidate();
+        (*widget)->layout()->activate();
+    }
 }
 
 /// As large as the window asks for, unless the area is known to be smaller; then as large as the area, if the window
@@ -95,6 +108,7 @@ void ChildWindow::Host()
 void ChildWindow::Place()
 {
     const QMdiArea& area = *m_Frame->mdiArea();
+    SettleLayouts(*m_Frame);
     const QSize size = FirstSize(area, *m_Frame);
     m_Frame->setGeometry({LeastCoveringPlace(RoomIn(area), size), size});
 }
