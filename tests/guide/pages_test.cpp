@@ -41,11 +41,3 @@ TEST(Pages, EveryLinkLeadsToAPlaceInThem)
     }
     EXPECT_GT(links, 100);
 }
-
-TEST(Pages, ExamplesAreShownCharacterByCharacter)
-{
-    const QString example = u"/scripts/history-report.js"_s;
-    const QStringList whole = Captures(QStringLiteral(VELSQL_DOCS) + example, u"^((?:.|\\n)*)\\n$"_s);
-    EXPECT_EQ(Captures(Platform().GuideFolder() + example + u".html"_s, u"<pre><code>((?:.|\\n)*?)</code></pre>"_s),
-              QStringList(whole.value(0).toHtmlEscaped()));
-}
