@@ -33,18 +33,3 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     EXPECT_TRUE(WaitUntil([&] { return server.HasEnded(); }));
     EXPECT_EQ(server.Process().exitCode(), 0);
 }
-
-TEST(Commands, TellAndEndWhatRunsWhoeverBeganIt)
-{
-    ServerRun server;
-    TestClient busy(server.SocketPath()), other(server.SocketPath());
-    EXPECT_EQ(other.Execute(u"statements"_s), Variant(QString()));
-    auto endless = busy.Query(EndlessQuery);
-    EXPECT_TRUE(WaitUntil([&] { return other.Execute(u"statements"_s) != Variant(QString()); }));
-    const QString text = other.Execute(u"statements"_s).Get<QString>();
-    EXPECT_TRUE(text.startsWith(u"1: ") && text.endsWith(u" s, 0 rows: "_s + EndlessQuery)) << text.toStdString();
-    EXPECT_EQ(OutcomeOf([&] { other.Execute(u"break 2"_s); }), u"No statement 2 is running.");
-    other.Execute(u"break 1"_s);
-    EXPECT_EQ(OutcomeOf([&] { Wait(kj::mv(endless)); }), u"The statement was ended by a command.");
-    EXPECT_TRUE(WaitUntil([&] { return other.Execute(u"statements"_s) == Variant(QString()); }));
-}

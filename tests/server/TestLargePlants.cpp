@@ -1,4 +1,3 @@
-#include "server/plantfile/DefinitionToml.h"
 #include "tests/server/PlantFileTest.h"
 
 namespace {
@@ -77,19 +76,13 @@ TEST_F(LargePlants, WhatIsWrongWithARangeIsSaid)
         {R"(name = "P{0..2000000}")", u"name: the range {0..2000000} is over more than 2000000 items"_s},
         {R"(name = "P{1..9999999999}")",
          u"name: {1..9999999999} is not a range such as {001..500}; a brace that is meant itself is written twice"_s},
-        {R"(name = "P{1..}")",
-         u"name: {1..} is not a range such as {001..500}; a brace that is meant itself is written twice"_s},
         {R"(name = "{1..2}{1..2}")", u"name: \"{1..2}{1..2}\" has more than one range"_s},
         {R"(name = "P{1..2")",
          u"name: the brace { in \"P{1..2\" stands alone; one that is meant itself is written twice"_s},
-        {R"(name = "P}")", u"name: the brace } in \"P}\" stands alone; one that is meant itself is written twice"_s},
         {R"(name = "a{1..2}", tag = "{n/2}")", u"tag: {n/2} is not a calculation such as {n} or {100+2*n}"_s},
-        {R"(name = "b{1..2}", tag = "{}")", u"tag: {} is not a calculation such as {n} or {100+2*n}"_s},
         {R"(name = "c{1..2}", tag = "{(n}")", u"tag: {(n} is not a calculation such as {n} or {100+2*n}"_s},
-        {R"(name = "d{1..2}", tag = "x{1..2}")", u"tag: {1..2} is not a calculation such as {n} or {100+2*n}"_s},
         {R"(name = "e{1..2}", tag = "{999999999*999999999*n*10}")",
          u"tag: {999999999*999999999*n*10} gives too large a number"_s},
-        {R"(name = "f{1..2}", scan = "{n}x")", u"scan: a whole number must stand here"_s},
         {R"(name = "g{1..3}", scan = "{n}")", u"scan: 3 is not within 0 and 2"_s},
         {R"(name = "a{2..3}")", u"name: item \"a2\" exists already"_s},
     };
@@ -101,7 +94,7 @@ TEST_F(LargePlants, WhatIsWrongWithARangeIsSaid)
         expected << u"plant.toml:%1: "_s.arg(text.count('\n')) + mistake;
     }
     text += "{ name = 'h{1..2}', tag = '{" + deep + "}' },\n]\n";
-    expected << u"plant.toml:19: tag: a calculation of more than 100 characters is too long"_s;
+    expected << u"plant.toml:14: tag: a calculation of more than 100 characters is too long"_s;
     EXPECT_EQ(MistakesIn(text).split(u'\n'), expected);
 }
 
@@ -121,15 +114,12 @@ TEST_F(LargePlants, TagsAreReadAsSpreadsheetsWriteThem)
         items);
     EXPECT_EQ(WithTags("name,id,links,tag\nV{1..2},{10*n},,\"x,{n}\"\nW{2..3},,V{n-1},\n"),
               u"V1||8,x,1|3,10|0|\nV2||8,x,2|3,20|0|\nW2||0|0|0|V1\nW3||0|0|0|V2");
-    const QString defined = DefinitionToToml(SafeArray(UntouchedDefinition())).replace(u'"', u"\"\""_s);
-    EXPECT_EQ(WithTags(u"definition,name\n\"%1\",\n,Own\n"_s.arg(defined).toUtf8()).section(u'|', 0, 0), u"Own");
 }
 
 TEST_F(LargePlants, WhatIsWrongWithTagsIsSaidWithItsLine)
 {
     const std::pair<QByteArray, QString> cases[] = {
         {"", u"tags.csv:1: the names of the columns are missing"_s},
-        {"type,id\nI4,1\n", u"tags.csv:1: there is no column \"name\""_s},
         {"name,colour,signal.lo,name\na,red,1,b\n", u"tags.csv:1: colour is not known here\n"
                                                     "tags.csv:1: signal.lo is not known here\n"
                                                     "tags.csv:1: there are two columns \"name\""_s},
@@ -140,10 +130,6 @@ TEST_F(LargePlants, WhatIsWrongWithTagsIsSaidWithItsLine)
          "tags.csv:4: scan: a whole number must stand here\n"
          "tags.csv:5: scan: a whole number must stand here\n"
          "tags.csv:5: links: the item \"Nobody\" does not exist"_s},
-        {"name,type,value\na,I2,70000\n,,1\na,,\n",
-         u"tags.csv:2: value: VT_I2: overflow, \"70000\" is outside -32768 to 32767\n"
-         "tags.csv:3: name is missing\n"
-         "tags.csv:4: name: item \"a\" exists already"_s},
         {"name;id\r\na;1;2\r\n\"b\"c;1\r\nd;1\r\ne{2..1};1\r\n\"f;1\r\n",
          u"tags.csv:2: cell 3 has no column\n"
          "tags.csv:3: behind a closed quote only a separator may stand\n"
@@ -152,30 +138,20 @@ TEST_F(LargePlants, WhatIsWrongWithTagsIsSaidWithItsLine)
         {"name,description\na,S\xFC"
          "d\nb,\n",
          u"tags.csv:2: this is not UTF-8; spreadsheets save it as \"CSV UTF-8\""_s},
-        {"name,signal.form,signal.low\na,counter,1\nb,sine,\"0,5\"\n",
-         u"tags.csv:2: low is not known here\ntags.csv:3: low: a number must stand here"_s},
-        {"name,definition\n,[1]\nb,[]\n", u"tags.csv:2: definition: An item definition is an array of 41 variants.\n"
-                                          "tags.csv:3: name is not known here\n"
-                                          "tags.csv:3: definition: An item definition is an array of 41 variants."_s},
         {"name\na" + QByteArray(1001, ',') + "\n", u"tags.csv:2: a row has at most 1000 cells"_s},
     };
     for (const auto& [csv, mistakes] : cases) EXPECT_EQ(WithTags(csv), mistakes);
     for (const QByteArray& path : {"none.csv"_ba, "/dev/zero"_ba, ""_ba, "."_ba}) {
         WriteFile(m_Path, "[[controller]]\ntags = '" + path + "'\nname = 'A'\n");
         TestPlant plant;
-        EXPECT_TRUE(OutcomeOf([&] { ReadPlantFile(m_Path, plant); }).startsWith(m_Path + u":2: tags: "_s)) << path.toStdString();
+        EXPECT_TRUE(OutcomeOf([&] { ReadPlantFile(m_Path, plant); }).startsWith(m_Path + u":2: tags: "_s))
+            << path.toStdString();
     }
 }
 
-TEST_F(LargePlants, ManyMistakesAreBoundedAndManyItemsRead)
+TEST_F(LargePlants, ManyMistakesAreBounded)
 {
-    QByteArray same = "name\n", own = "name,id\n";
-    for (int i = 0; i < 100'000; ++i) {
-        same += "twin\n";
-        own += "Tag " + QByteArray::number(i) + ",{n}\n";
-    }
-    const QStringList mistakes = WithTags(same).split(u'\n');
+    const QStringList mistakes = WithTags("name\n" + QByteArray("twin\n").repeated(100'000)).split(u'\n');
     EXPECT_EQ(mistakes.size(), 1001);
     EXPECT_EQ(mistakes.last(), u"tags.csv: there are more mistakes of this kind");
-    EXPECT_EQ(WithTags(own).count(u'\n'), 99'999);
 }

@@ -199,15 +199,3 @@ TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
         EXPECT_EQ(OutcomeOf(answer).section(u"\": "_s, -1), Expected(row[3])) << row.join(u'|').toStdString();
     }
 }
-
-TEST_F(PlantItemTest, ItemsAreListedInThePlantsOrder)
-{
-    QString listed;
-    for (PlantController* controller : {&m_First, &m_Second}) {
-        for (const QString& name : {u"m"_s, u"z"_s, u"a"_s, u"n"_s}) controller->Add({.Name = name});
-        for (const QString& name : {u"y"_s, u"c"_s, u"b"_s}) controller->AddInPlace({.Name = name}, nullptr);
-        controller->Remove(u"m"_s);
-        for (const PlantItemRef& item : controller->Items()) listed += item->Name() + QString::number(item->Index());
-    }
-    EXPECT_EQ(listed, u"z0a1n2y3c4b5b0c1y2z3a4n5");
-}

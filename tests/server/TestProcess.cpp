@@ -42,19 +42,6 @@ TEST(Process, RunsAsItsServiceUnitSays)
     EXPECT_GE(AskedHistory(history).Ask(written).section(u'\n', 1).toInt(), last) << "the last value is written";
 }
 
-TEST(Process, MarksItsLinesForTheJournalOnly)
-{
-    QProcess process; // with its own journal, then with somebody else's
-    process.start(u"sh"_s, {u"-c"_s,
-                            u"for JOURNAL_STREAM in $(stat -L -c %d:%i /proc/self/fd/2) 1:2; do\n"
-                            "export JOURNAL_STREAM; \"$0\" --socket /tmp/s; done"_s,
-                            RealServer::Program()});
-    process.waitForFinished();
-    const QStringList lines = LinesOf(QString::fromUtf8(process.readAllStandardError()));
-    const QString refusal = u"The folder /tmp is not one that only this user may write to."_s;
-    EXPECT_EQ(lines, QStringList({u"<3>"_s + refusal, u"error: "_s + refusal}));
-}
-
 TEST(Process, EndsWhenItsLastClientHasGone)
 {
     ServerRun server({u"--stop-when-idle"_s, u"2"_s});
