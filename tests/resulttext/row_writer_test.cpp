@@ -4,6 +4,9 @@
 #include "tests/support/PrintQt.h"
 #include "velsqllib/ValueText.h"
 
+#include <QProcess>
+#include <QTemporaryDir>
+
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -32,6 +35,25 @@ QString WrittenCell(const Variant& cell)
     return text.remove(u'\r').remove(u'\n') + u'|' + json.sliced(8, json.size() - 12);
 }
 
+/// What other programs may stumble over; the last one is empty.
+const QStringList Awkward =
+    u"plain~a,b~say \"x\"~\"~two\nlines~two\r\nlines\r~ blanks ~tab\tbed~'quoted'~Nürnberg \U0001F600~\\.~NULL~=1+1~"_s
+        .split(u'~');
+
+/// The lines that a program prints of the file, each cell as hexadecimal UTF-8.
+QStringList ReadBack(const QByteArray& file, const QString& program, const QStringList& arguments)
+{
+    const QTemporaryDir folder;
+    QFile csv(folder.filePath(u"rows.csv"_s));
+    if (!csv.open(QFile::WriteOnly) || csv.write(file) != file.size()) return {};
+    csv.close();
+    QProcess process;
+    process.setWorkingDirectory(folder.path());
+    process.start(program, arguments);
+    process.waitForFinished();
+    return QString::fromUtf8(process.readAll() + process.readAllStandardError()).trimmed().split(u'\n');
+}
+
 } // namespace
 
 TEST(RowWriters, WriteEveryKindOfValue)
@@ -47,6 +69,7 @@ TEST(RowWriters, WriteEveryKindOfValue)
         {true, u"True|True|true"_s},
         {qint32{-5}, u"-5|-5|-5"_s},
         {2147483648.0, u"2147483648|2147483648|2147483648"_s},
+        {-9007199254740992.0, u"-9007199254740992|-9007199254740992|-9007199254740992"_s},
         {1e20, u"1E+20|1E+20|1E+20"_s},
         {1.1920929e-07F, u"1.1920929E-07|1.1920929E-07|1.1920929E-07"_s},
         {-Infinity, u"-Infinity|-Infinity|\"-Infinity\""_s},
@@ -73,4 +96,32 @@ TEST(RowWriters, KeepColumnsApartThatHaveOneName)
               u"{\"a\": 1, \"a_3\": 1, \"a_2\": 1, \"a_4\": 1, \"\": 1, \"_2\": 1, \"b,\\\"c\\\"\": 1},");
     EXPECT_EQ(Written(MakeCsvWriter(WriteValueText), columns, {}), u"a,a,a_2,a,\"\",\"\",\"b,\"\"c\"\"\"\r\n");
     EXPECT_EQ(Written(MakeJsonWriter(WriteValueText), columns, {}), u"[]\n");
+}
+
+TEST(RowWriters, AreReadBackByOtherPrograms)
+{
+    QList<QList<Variant>> rows;
+    QStringList texts;
+    for (const QString& text : Awkward) {
+        rows << QList<Variant>{Variant(text), Variant(Null{}), Variant(text)};
+        const QString hex = QString::fromLatin1(text.toUtf8().toHex());
+        texts << hex + u"--"_s + hex;
+    }
+    const QStringList columns = {u"first, \"1\""_s, u"b"_s, u"c"_s};
+    const QByteArray csv = Written(MakeCsvWriter(WriteValueText), columns, rows).toUtf8();
+    EXPECT_EQ(ReadBack(csv, u"sqlite3"_s,
+                       {u":memory:"_s, u".import --csv rows.csv t"_s,
+                        u"SELECT lower(hex(\"first, \"\"1\"\"\") || '-' || hex(b) || '-' || hex(c)) FROM t"_s}),
+              texts);
+    EXPECT_EQ(ReadBack(csv, u"python3"_s,
+                       {u"-c"_s, u"import csv\n"
+                                 "for row in list(csv.reader(open('rows.csv', encoding='utf-8', newline=''), "
+                                 "strict=True))[1:]: print('-'.join(cell.encode().hex() for cell in row))"_s}),
+              texts);
+    const QByteArray json = Written(MakeJsonWriter(WriteValueText), columns, rows).toUtf8();
+    EXPECT_EQ(ReadBack(json, u"python3"_s,
+                       {u"-c"_s, u"import json\n"
+                                 "for row in json.load(open('rows.csv', encoding='utf-8')): "
+                                 "print('-'.join((cell or '').encode().hex() for cell in row.values()))"_s}),
+              texts);
 }
