@@ -40,7 +40,8 @@ ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& option
     , m_PlantToml(PlantToml(options.PlantPath))
     , m_AddedItems(m_Plant)
     , m_Commands(SubjectsOfCommands())
-    , m_Objects(m_Plant, m_History, m_Commands, m_AddedItems, m_Watch)
+    , m_Scanner(io.provider->getTimer())
+    , m_Objects(m_Plant, m_History, m_Commands, m_AddedItems, m_Scanner, m_Watch)
     , m_Ending(kj::newPromiseAndFulfiller<void>())
     , m_Tasks(*this)
 {
@@ -54,7 +55,7 @@ void ServerProcess::Start()
     if (!m_Options.PlantPath.isEmpty()) m_AddedItems.Keep(m_Options.PlantPath);
     if (m_Options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     m_Plant.Begin();
-    m_Scanner = kj::heap<PlantScanner>(m_Plant, m_Io.provider->getTimer());
+    m_Scanner.Start(m_Plant);
     m_Clients = kj::heap<ClientHost>(m_Io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
         return m_Objects.Library(std::move(callsUnderWay));
     });

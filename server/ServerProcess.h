@@ -65,10 +65,10 @@ private:
     const QByteArray m_PlantToml;
     AddedItems m_AddedItems;
     Commands m_Commands;
+    PlantScanner m_Scanner;
     ObjectDirectory m_Objects;
     kj::PromiseFulfillerPair<void> m_Ending;
     bool m_HandsOver = false;
-    kj::Own<PlantScanner> m_Scanner;
     kj::Own<ClientHost> m_Clients;
     kj::Promise<void> m_IdleWatch = kj::READY_NOW;
     kj::TaskSet m_Tasks;

@@ -77,11 +77,6 @@ void Plant::Stop()
     for (const PlantControllerRef& controller : m_Controllers) controller->Stop();
 }
 
-void Plant::Snapshot()
-{
-    for (const PlantControllerRef& controller : m_Controllers) controller->Snapshot();
-}
-
 void Plant::Terminate()
 {
     for (const PlantControllerRef& controller : m_Controllers)

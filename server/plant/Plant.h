@@ -49,7 +49,6 @@ public:
     /// Starts the engine as an operator does: the server then stays, even without clients.
     void Start();
     void Stop();
-    void Snapshot();
     bool IsStarted() const { return m_Started; }
     /// Tells all controllers that the server is ending.
     void Terminate();

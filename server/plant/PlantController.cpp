@@ -1,7 +1,10 @@
 #include "server/plant/PlantController.h"
 
 #include "core/automation/Errors.h"
+#include "server/plant/ItemPass.h"
 #include "server/plant/Plant.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -38,24 +41,11 @@ void PlantController::Stop()
     SetState(static_cast<qint32>(ControllerState::Deactive));
 }
 
-void PlantController::Snapshot()
-{
-    const Moment now = m_Plant.Host().Now();
-    for (const PlantItemRef& item : m_Items) item->Scan(now);
-}
-
-void PlantController::Scan(int scanClass, const Moment& moment)
-{
-    if (!IsActive()) return;
-    for (const PlantItemRef& item : m_Items) {
-        if (item->Traits().ScanClass == scanClass) item->Scan(moment);
-    }
-}
-
 void PlantController::SetState(qint32 state)
 {
     if (state == m_State) return;
     m_State = state;
+    for (ItemPass* pass : m_Passes) pass->NoteState();
     RaiseStateChanged(state);
 }
 
@@ -94,9 +84,10 @@ PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
 {
     if (m_ByName.contains(item->Name()))
         throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), item->Name()));
-    m_Items.insert(at, item);
+    Insert(m_Items, at, item);
     m_ByName.insert(item->Name(), item);
     Renumber(at);
+    Insert(OfClassOf(*item), PlaceInClass(*item), item);
     m_Plant.NoteLinksChanged();
     return item;
 }
@@ -104,11 +95,36 @@ PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
 void PlantController::Remove(const QString& name)
 {
     const PlantItemRef item = Item(name);
-    m_Items.removeAt(item->Index());
+    RemoveAt(OfClassOf(*item), PlaceInClass(*item));
+    RemoveAt(m_Items, item->Index());
     m_ByName.remove(name);
     Renumber(item->Index());
     item->Forget();
     m_Plant.NoteLinksChanged();
+}
+
+void PlantController::Insert(QList<PlantItemRef>& items, qsizetype at, const PlantItemRef& item)
+{
+    items.insert(at, item);
+    for (ItemPass* pass : m_Passes) pass->NoteInserted(items, at);
+}
+
+void PlantController::RemoveAt(QList<PlantItemRef>& items, qsizetype at)
+{
+    items.removeAt(at);
+    for (ItemPass* pass : m_Passes) pass->NoteRemoved(items, at);
+}
+
+QList<PlantItemRef>& PlantController::OfClassOf(const PlantItem& item)
+{
+    return m_ByClass[static_cast<std::size_t>(item.Traits().ScanClass)];
+}
+
+qsizetype PlantController::PlaceInClass(const PlantItem& item)
+{
+    const QList<PlantItemRef>& items = OfClassOf(item);
+    const auto indexOf = [](const PlantItemRef& other) { return other->Index(); };
+    return std::ranges::lower_bound(items, item.Index(), {}, indexOf) - items.begin();
 }
 
 void PlantController::RaiseItemChanged(const PlantItemRef& item)

@@ -6,6 +6,7 @@
 
 #include <array>
 
+class ItemPass;
 class Plant;
 class PlantController;
 
@@ -69,10 +70,6 @@ public:
 
     void Start();
     void Stop();
-    /// Reads every active item once, whatever the state.
-    void Snapshot();
-    /// Reads the items of a scan class when the controller is active.
-    void Scan(int scanClass, const Moment& moment);
     /// Tells the observers when the state has changed.
     void SetState(qint32 state);
     qint32 ScanTime(qint32 index) const;
@@ -90,12 +87,17 @@ public:
     void RaiseStateChanged(qint32 state);
 
 private:
+    friend class ItemPass;
     friend class Plant;
 
     PlantItemRef Insert(qsizetype at, PlantItemRef item);
     template <typename Action>
     void TellAll(Action action);
     void Renumber(qsizetype from);
+    void Insert(QList<PlantItemRef>& items, qsizetype at, const PlantItemRef& item);
+    void RemoveAt(QList<PlantItemRef>& items, qsizetype at);
+    QList<PlantItemRef>& OfClassOf(const PlantItem& item);
+    qsizetype PlaceInClass(const PlantItem& item);
 
     Plant& m_Plant;
     const ControllerTraits m_Traits;
@@ -103,8 +105,10 @@ private:
     qint32 m_State = static_cast<qint32>(ControllerState::Uninitialized);
     Variant m_Tag;
     QList<PlantItemRef> m_Items;
+    std::array<QList<PlantItemRef>, 3> m_ByClass; ///< the items of each scan class, in their order
     QHash<QString, PlantItemRef> m_ByName;
     QList<ControllerObserver*> m_Observers;
+    QList<ItemPass*> m_Passes; ///< under way
 };
 
 using PlantControllerRef = std::shared_ptr<PlantController>;

@@ -56,6 +56,8 @@ public:
     bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
     /// Whether reading and writing the item continue with its linked items.
     bool FollowsLinks() const { return IsLinkActive() && m_Active; }
+    /// Whether reading it is quick for sure: it has one value, and needs no others.
+    bool IsPlain() const { return !m_Rules && !FollowsLinks() && !m_Value.IsArray(); }
     QStringList Operands() const { return m_Rules ? m_Rules->Operands() : QStringList(); }
     /// Throws DescribedError when its links and operands form a circle or lead over too many items.
     void CheckLinks() const;

@@ -31,10 +31,10 @@ kj::Promise<void> ControllerServer::stop(StopContext)
     return kj::READY_NOW;
 }
 
-kj::Promise<void> ControllerServer::snapshot(SnapshotContext)
+kj::Promise<void> ControllerServer::snapshot(SnapshotContext context)
 {
-    m_Controller->Snapshot();
-    return kj::READY_NOW;
+    context.allowCancellation(); // ends with its client
+    return m_Services.Snapshots.Snapshot({m_Controller});
 }
 
 kj::Promise<void> ControllerServer::addItem(AddItemContext context)

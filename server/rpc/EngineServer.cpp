@@ -50,10 +50,10 @@ kj::Promise<void> EngineServer::stop(StopContext)
     return kj::READY_NOW;
 }
 
-kj::Promise<void> EngineServer::snapshot(SnapshotContext)
+kj::Promise<void> EngineServer::snapshot(SnapshotContext context)
 {
-    m_Services.Plant.Snapshot();
-    return kj::READY_NOW;
+    context.allowCancellation(); // ends with its client
+    return m_Services.Snapshots.Snapshot(m_Services.Plant.Controllers());
 }
 
 kj::Promise<void> EngineServer::execute(ExecuteContext context)

@@ -23,8 +23,8 @@ auto ServerOf(QHash<const Object*, Server*>& held, const std::shared_ptr<Object>
 } // namespace
 
 ObjectDirectory::ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions,
-                                 CallGate& gate)
-    : m_Services{plant, history, commands, definitions, gate, *this, m_Subscribers}
+                                 SnapshotTaker& snapshots, CallGate& gate)
+    : m_Services{plant, history, commands, definitions, snapshots, gate, *this, m_Subscribers}
 {
 }
 

@@ -22,7 +22,8 @@ struct HeldCounts
 class ObjectDirectory : public PlantObjects
 {
 public:
-    ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions, CallGate& gate);
+    ObjectDirectory(Plant& plant, History& history, CommandHandler& commands, ItemMaker& definitions,
+                    SnapshotTaker& snapshots, CallGate& gate);
 
     /// Makes the first object of each connection; `callsUnderWay` counts that connection's calls.
     wire::Library::Client Library(std::function<int()> callsUnderWay);

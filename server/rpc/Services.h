@@ -22,6 +22,17 @@ protected:
     ~CommandHandler() = default;
 };
 
+/// Reads the items of controllers while the server does other work.
+class SnapshotTaker
+{
+public:
+    /// Every active item once, one controller after the other; fulfilled when all are read. Ends with the promise.
+    virtual kj::Promise<void> Snapshot(QList<PlantControllerRef> controllers) = 0;
+
+protected:
+    ~SnapshotTaker() = default;
+};
+
 /// Hands out the wire's objects: one for each object of the plant, for as long as a client holds it.
 class PlantObjects : public WireObjects
 {
@@ -42,6 +53,7 @@ struct Services
     ::History& History;
     CommandHandler& Commands;
     ItemMaker& Definitions;
+    SnapshotTaker& Snapshots;
     CallGate& Gate;
     PlantObjects& Objects;
     Subscribers& AllSubscribers;

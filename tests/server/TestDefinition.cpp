@@ -122,7 +122,7 @@ TEST_F(DefinitionTest, AliasArrayAndElementLinks)
     EXPECT_EQ(OutcomeOf([&] { Item(u"Array"_s)->Snapshot(); }),
               u"Item \"Array\" of controller \"C\": the linked item \"Operand\" has no element 0.");
     Put(u"Operand"_s, u"8195,7,8"_s);
-    m_Controller.Snapshot();
+    ReadAll(m_Controller);
     EXPECT_EQ(Values(u"Normal Element Array"_s), u"8194,1,2 2,2 8204,{2,2},{3,7}");
     Put(u"Element"_s, u"3,5"_s);
     EXPECT_EQ(Values(u"Source"_s), u"8194,1,5");
@@ -135,7 +135,7 @@ TEST_F(DefinitionTest, AliasArrayAndElementLinks)
     for (const QString& property : {u"Id 37=2,1"_s, u"Active 37=2,2"_s, u"LinkActive 37=2,3"_s})
         Add(u"8=8,Target 0=8,"_s + property);
     target->PutId(4711);
-    m_Controller.Snapshot();
+    ReadAll(m_Controller);
     EXPECT_EQ(Values(u"Id Active LinkActive"_s), u"3,4711 11,True 11,True");
     Put(u"Id"_s, u"8,new"_s);
     Put(u"LinkActive"_s, u"3,0"_s);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/plant/ItemPass.h"
 #include "server/plant/Plant.h"
 #include "tests/server/Outcome.h"
 
@@ -42,6 +43,12 @@ private:
     qint64 m_Passed = 0; ///< milliseconds
     std::multimap<qint64, std::function<void()>> m_Delayed;
 };
+
+/// Scans a class or, without one, takes a snapshot.
+inline void ReadAll(PlantController& controller, std::optional<int> scanClass = std::nullopt)
+{
+    ItemPass(controller, scanClass).Continue(ItemPass::Clock::time_point::max());
+}
 
 /// Notes what a controller tells.
 class NotingObserver : public ControllerObserver

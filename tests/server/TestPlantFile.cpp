@@ -104,15 +104,15 @@ TEST_F(PlantFileTest, TheExampleIsRightAndRuns)
     ReadPlantFile(QStringLiteral(VELSQL_DOCS "/example-plant.toml"), m_Plant);
     m_Plant.Begin();
     const PlantControllerRef works = m_Plant.Controller(u"Waterworks"_s);
-    for (int scanClass = 0; scanClass < 3; ++scanClass) works->Scan(scanClass, m_Plant.Now());
+    for (int scanClass = 0; scanClass < 3; ++scanClass) ReadAll(*works, scanClass);
     for (const PlantItemRef& item : works->Items())
         EXPECT_EQ(item->State(), ItemState::Succeeded) << item->Name().toStdString();
     const PlantControllerRef room = m_Plant.Controller(u"Control room"_s);
     EXPECT_EQ(room->State(), static_cast<qint32>(ControllerState::Uninitialized)) << "waits for Start";
-    room->Snapshot();
+    ReadAll(*room);
     EXPECT_EQ(room->Item(u"Wanted level"_s)->Value(), Variant(65.0));
     const PlantControllerRef wells = m_Plant.Controller(u"Wells"_s);
-    wells->Snapshot();
+    ReadAll(*wells);
     for (const PlantItemRef& item : wells->Items())
         EXPECT_EQ(item->State(), ItemState::Succeeded) << item->Name().toStdString();
     EXPECT_EQ(wells->Items().size(), 12 + 12 + 9) << "numbered items and tags";

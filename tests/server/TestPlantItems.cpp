@@ -44,14 +44,14 @@ TEST_F(PlantItemTest, OnlyActiveControllersScanAndOnlyTheirClass)
     const PlantItemRef off = AddCounter(u"off"_s, {.Historic = true, .Active = false});
     NotingObserver observer(m_First);
     m_Plant.Begin();
-    m_First.Scan(0, m_Plant.Now());
+    ReadAll(m_First, 0);
     EXPECT_TRUE(fast->Value().IsEmpty());
-    m_First.Snapshot();
+    ReadAll(m_First);
     for (int i = 0; i < 2; ++i) m_Plant.Start();
     m_Plant.Pass(1250);
-    m_First.Scan(0, m_Plant.Now());
+    ReadAll(m_First, 0);
     m_First.Stop();
-    m_First.Scan(0, m_Plant.Now());
+    ReadAll(m_First, 0);
     m_Plant.Terminate();
     EXPECT_EQ(observer.Seen.join(u' '), u"fast=3,1 slow=3,1 state 1 fast=3,2 state 2 state 4");
     EXPECT_EQ(m_Plant.Recorded, QStringList(u"slow=3,1"_s));
@@ -133,13 +133,13 @@ TEST_F(PlantItemTest, ArraysOfArraysStayWithinBounds)
     for (int i = 1; i <= 8; ++i)
         Add(QString::number(i), {.Kind = ItemKind::Array, .Links = QStringList(10, QString::number(i - 1))});
     NotingObserver observer(m_First);
-    m_First.Snapshot();
+    ReadAll(m_First);
     const Variant held = m_First.Item(u"5"_s)->Value();
     EXPECT_EQ(OutcomeOf([&] { m_First.Item(u"6"_s)->Snapshot(); }),
               RefusalOf(u"6"_s, u"its value would be larger than 64 MB"_s));
     EXPECT_EQ(m_First.Item(u"7"_s)->Value().Array().Count(), 10) << "of no value";
     const qsizetype events = observer.Seen.size();
-    m_First.Snapshot();
+    ReadAll(m_First);
     EXPECT_EQ(observer.Seen.size(), events) << "nothing has changed";
     EXPECT_EQ(m_First.Item(u"5"_s)->Value().Get<SafeArrayRef>(), held.Get<SafeArrayRef>()) << "it is the same block";
     Variant nested = 1;
@@ -164,7 +164,7 @@ TEST_F(PlantItemTest, OneFailureEndsNeitherTheScanNorItsEvents)
     NotingObserver other(m_First);
     const PlantItemRef broken = Add(u"X"_s, {}, std::make_unique<BrokenSignal>());
     const PlantItemRef whole = AddCounter(u"Y"_s);
-    for (int i = 0; i < 2; ++i) m_First.Snapshot();
+    for (int i = 0; i < 2; ++i) ReadAll(m_First);
     m_First.RemoveObserver(observer);
     EXPECT_EQ(static_cast<int>(broken->State()) * 10 + static_cast<int>(whole->State()), 10);
     EXPECT_EQ(other.Seen, QStringList({u"Y=3,1"_s, u"Y=3,2"_s}));

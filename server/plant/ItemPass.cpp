@@ -1,0 +1,69 @@
+#include "server/plant/ItemPass.h"
+
+#include "server/plant/Plant.h"
+
+namespace {
+
+/// Looking at the clock takes as long as reading a few plain items, so it is done for many of them together. What
+/// reading other items, and telling an observer of a change, may cost is counted in plain items.
+constexpr qsizetype ItemsBetweenLooks = 256;
+constexpr qsizetype WeightOfEvent = 32;
+
+constexpr qsizetype FetchedAhead = 2;
+
+/// Items lie anywhere in memory: the processor fetches one that comes soon while others are read.
+void Fetch(const PlantItem& item)
+{
+    constexpr std::size_t CacheLine = 64;
+    const auto* bytes = reinterpret_cast<const char*>(&item);
+    for (std::size_t at = 0; at < sizeof(PlantItem); at += CacheLine) __builtin_prefetch(bytes + at);
+}
+
+} // namespace
+
+ItemPass::ItemPass(PlantController& controller, std::optional<int> scanClass)
+    : m_Controller(controller)
+    , m_Items(scanClass ? controller.m_ByClass[static_cast<std::size_t>(*scanClass)] : controller.Items())
+    , m_EndsWithStop(scanClass)
+{
+    NoteState();
+    m_Controller.m_Passes.append(this);
+}
+
+ItemPass::~ItemPass()
+{
+    m_Controller.m_Passes.removeOne(this);
+}
+
+bool ItemPass::Continue(Clock::time_point until)
+{
+    const Moment now = m_Controller.Owner().Host().Now();
+    const qsizetype eventWeight = m_Controller.m_Observers.size() * WeightOfEvent;
+    qsizetype sinceLook = ItemsBetweenLooks; // a time that has come is noticed after the first item
+    while (!IsOver()) {
+        if (m_Next + FetchedAhead < m_Items.size()) Fetch(*m_Items[m_Next + FetchedAhead]);
+        PlantItem& item = *m_Items[m_Next++];
+        item.Scan(now);
+        sinceLook += item.IsPlain() ? 1 + eventWeight : ItemsBetweenLooks;
+        if (sinceLook < ItemsBetweenLooks) continue;
+        if (Clock::now() >= until) break;
+        sinceLook = 0;
+    }
+    return IsOver();
+}
+
+void ItemPass::NoteInserted(const QList<PlantItemRef>& items, qsizetype at)
+{
+    if (&items == &m_Items && at < m_Next) ++m_Next;
+}
+
+void ItemPass::NoteRemoved(const QList<PlantItemRef>& items, qsizetype at)
+{
+    if (&items == &m_Items && at < m_Next) --m_Next;
+}
+
+/// Also when the controller is started again before the next portion.
+void ItemPass::NoteState()
+{
+    if (m_EndsWithStop && !m_Controller.IsActive()) m_IsCutShort = true;
+}
