@@ -1,7 +1,10 @@
 #include "core/FieldColour.h"
 
+#include "core/Contrast.h"
+
 #include <QComboBox>
 #include <QEvent>
+#include <QLabel>
 #include <QScopedValueRollback>
 
 namespace {
@@ -42,6 +45,12 @@ bool FieldColour::eventFilter(QObject* /*watched*/, QEvent* event)
 void FieldColour::Apply()
 {
     const QScopedValueRollback applying(m_Applying, true);
+    ApplyToField();
+    ApplyToLabels();
+}
+
+void FieldColour::ApplyToField()
+{
     m_Field->setPalette(QPalette()); // back to the colours around it
     const QPalette::ColorRole ground = GroundOf(m_Field);
     if (ground == m_Source) return;
@@ -50,4 +59,20 @@ void FieldColour::Apply()
     for (const auto group : {QPalette::Active, QPalette::Inactive, QPalette::Disabled})
         own.setBrush(group, ground, around.brush(group, m_Source));
     m_Field->setPalette(own);
+}
+
+/// The label stays as legible as a text has to be.
+void FieldColour::ApplyToLabels()
+{
+    if (!m_Field->parentWidget()) return;
+    const QPalette around = m_Field->parentWidget()->palette();
+    const bool isDim = m_Source == QPalette::Button && !Contrast::TellsFieldsApart(around);
+    QPalette dimmed;
+    for (const auto group : {QPalette::Active, QPalette::Inactive})
+        dimmed.setColor(group, QPalette::WindowText,
+                        Contrast::Toned(around.color(group, QPalette::Window),
+                                        around.color(group, QPalette::WindowText), Contrast::LeastOfTexts));
+    for (QLabel* label : m_Field->parentWidget()->findChildren<QLabel*>(Qt::FindDirectChildrenOnly)) {
+        if (label->buddy() == m_Field) label->setPalette(isDim ? dimmed : QPalette());
+    }
 }

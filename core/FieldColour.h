@@ -6,7 +6,7 @@
 class QWidget;
 
 /// The background colour of one input field, taken from the palette around it, so that it follows the desktop's
-/// colours.
+/// colours. Where it differs too little from that of other fields, the label of a locked field is dimmed as well.
 class FieldColour : public QObject
 {
 public:
@@ -19,6 +19,8 @@ public:
 private:
     explicit FieldColour(QWidget* field);
     void Apply();
+    void ApplyToField();
+    void ApplyToLabels();
 
     QWidget* m_Field;
     QPalette::ColorRole m_Source = QPalette::Base;

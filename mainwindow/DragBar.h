@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-/// The bar between two panes; PanesLayout follows its drag.
+/// The bar between two panes; PanesLayout follows its drag. Where it has the focus, the arrow keys move it.
 class DragBar : public QWidget
 {
     Q_OBJECT
@@ -19,13 +19,15 @@ public:
     int Thickness() const;
 
 Q_SIGNALS:
-    /// The mouse moved while a button that was pressed on the bar was down; `position` is relative to the bar.
+    /// The mouse moved while a button that was pressed on the bar was down, or a key moves the bar; `position` is
+    /// relative to the bar.
     void MouseMove(const QPoint& position);
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:

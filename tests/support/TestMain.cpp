@@ -1,3 +1,5 @@
+#include "core/ConsoleStyle.h"
+
 #include <QApplication>
 #include <QTemporaryDir>
 
@@ -10,6 +12,7 @@ int main(int argc, char** argv)
     const QTemporaryDir settings; // Qt's dialogs remember things: not in the folder of who runs the tests
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(settings.path()));
     QApplication application(argc, argv);
+    QApplication::setStyle(new ConsoleStyle);
     QApplication::setApplicationName(QStringLiteral("VelSQLTester"));
     return RUN_ALL_TESTS();
 }
