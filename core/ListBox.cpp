@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/FieldColour.h"
 
+#include <QLabel>
 #include <QSignalBlocker>
 #include <QWheelEvent>
 
@@ -55,6 +56,23 @@ void ListBox::SetListIndex(int index)
     if (index < -1 || index >= count()) throw ValueError::SubscriptOutOfRange();
     setCurrentIndex(index);
     Q_EMIT Click();
+}
+
+bool ListBox::event(QEvent* event)
+{
+    if (event->type() == QEvent::Polish) LetNameBeSpoken();
+    return QComboBox::event(event);
+}
+
+/// Qt tells screen readers the entry selected as the list's name and drops its own. What they do speak is a label's
+/// text, so a list without one gets a label that is not seen.
+void ListBox::LetNameBeSpoken()
+{
+    if (accessibleName().isEmpty() || !parentWidget()) return;
+    auto* label = new QLabel(accessibleName(), parentWidget());
+    label->setTextFormat(Qt::PlainText);
+    label->setBuddy(this);
+    label->hide();
 }
 
 void ListBox::wheelEvent(QWheelEvent* event)

@@ -32,5 +32,9 @@ Q_SIGNALS:
     void Click();
 
 protected:
+    bool event(QEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+
+private:
+    void LetNameBeSpoken();
 };

@@ -11,6 +11,12 @@ TreeNode* NodeOf(const QModelIndex& index)
     return static_cast<TreeNode*>(index.internalPointer());
 }
 
+/// What the image shows, for those who do not see it.
+QString KindToSpeak(NodeTag tag)
+{
+    return tag == NodeTag::AddItem ? QStringLiteral("Added item") : TagText(tag);
+}
+
 } // namespace
 
 ObjectTreeModel::ObjectTreeModel(QObject* parent)
@@ -179,5 +185,6 @@ QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
     const TreeNode* node = NodeOf(index);
     if (role == Qt::DisplayRole) return OneLine(node->m_Text);
     if (role == Qt::DecorationRole) return Image(node->m_Tag);
+    if (role == Qt::AccessibleDescriptionRole) return KindToSpeak(node->m_Tag);
     return {};
 }

@@ -68,6 +68,7 @@ PropertyGrid::PropertyGrid(QWidget* parent)
 {
     verticalHeader()->hide();
     horizontalHeader()->hide();
+    setHorizontalHeaderLabels({QStringLiteral("Property"), QStringLiteral("Value")}); // screen readers speak them
     horizontalHeader()->setMinimumSectionSize(1);
     setItemDelegate(new CellDelegate(this));
     setEditTriggers(NoEditTriggers);
@@ -100,6 +101,8 @@ void PropertyGrid::Lay(PropertyRows rows, Layout layout)
 void PropertyGrid::LayRow(int row)
 {
     setItem(row, 0, new QTableWidgetItem(m_Rows.at(row).Caption));
+    // Not seen, but what a screen reader calls the row; it would be a number otherwise.
+    setVerticalHeaderItem(row, new QTableWidgetItem(m_Rows.at(row).Caption));
     if (!item(row, 1)) setItem(row, 1, new QTableWidgetItem);
 }
 

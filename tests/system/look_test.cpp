@@ -13,6 +13,7 @@
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
+#include <QTreeView>
 
 namespace {
 
@@ -54,7 +55,29 @@ bool IsNameless(QWidget& control)
 {
     if (!(control.focusPolicy() & Qt::TabFocus) || !control.isEnabled()) return false;
     QAccessibleInterface* spoken = QAccessible::queryAccessibleInterface(&control);
+    // The name of a drop-down list is the entry selected, so what it is for must stand on a label.
+    if (spoken && IsAnyOf<QComboBox>(control)) return spoken->relations(QAccessible::Label).isEmpty();
     return (spoken ? spoken->text(QAccessible::Name) : control.accessibleName()).isEmpty();
+}
+
+/// What a screen reader is told about the rows of a grid.
+QStringList RowNames(QTableWidget& grid)
+{
+    QStringList names;
+    const auto* table = QAccessible::queryAccessibleInterface(&grid)->tableInterface();
+    for (int row = 0; table && row < table->rowCount(); ++row) names << table->rowDescription(row);
+    return names;
+}
+
+TEST_F(SystemConsole, ScreenReadersAreToldRowsByNameAndNodesByKind)
+{
+    StartBoth();
+    EXPECT_EQ(RowNames(Control<PropertyGrid>(Show(PLC1), "fgCtrl")).first(3),
+              QStringList({u"Index"_s, u"Name"_s, u"Description"_s}));
+    auto& tree = Control<QTreeView>(*m_Main, "treeObject");
+    const auto* nodes = QAccessible::queryAccessibleInterface(&tree)->tableInterface();
+    EXPECT_EQ(nodes->cellAt(1, 0)->text(QAccessible::Name), u"PLC1"_s);
+    EXPECT_EQ(nodes->cellAt(1, 0)->text(QAccessible::Description), u"Controller"_s);
 }
 
 /// What a toolbar does stands in menus too, and a child area gives the focus to the windows in it.
