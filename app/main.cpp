@@ -1,6 +1,8 @@
 #include "app/QtOptions.h"
 #include "commandline/CommandLine.h"
 #include "core/ConsoleServices.h"
+#include "core/ConsoleStyle.h"
+#include "mainwindow/DesktopColours.h"
 #include "mainwindow/frmMDI.h"
 #include "mainwindow/Start.h"
 #include "velsqllib/RemoteLibrary.h"
@@ -39,9 +41,11 @@ int main(int argc, char** argv)
 {
     if (const std::optional<int> code = AnswerWithoutWindow(argc, argv)) return *code;
     QApplication application(argc, argv);
+    QApplication::setStyle(new ConsoleStyle);
     QApplication::setApplicationName(QStringLiteral("VelSQLTester"));
     QApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("velsqltester"));
+    DesktopColours::FollowSession(&application);
 
     RemoteLibrary library;
     Platform platform;

@@ -12,7 +12,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(VELSQL_GUIDE_FOLDER "${CMAKE_INSTALL_DATAROOTDIR}/velsqltester/guide")
 file(RELATIVE_PATH VELSQL_GUIDE "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_DATAROOTDIR}/velsqltester/guide")
 
-find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Sql Qml Svg)
+find_package(Qt6 6.4 REQUIRED COMPONENTS Core DBus Gui Widgets Sql Qml Svg)
 find_package(CapnProto REQUIRED)
 find_package(Threads REQUIRED)
 

@@ -3,6 +3,7 @@
 #include "mainwindow/DragBar.h"
 
 #include <QEvent>
+#include <QMdiArea>
 
 #include <algorithm>
 #include <limits>
@@ -31,6 +32,9 @@ bool PanesLayout::eventFilter(QObject*, QEvent* event)
 {
     if (event->type() == QEvent::Resize || event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange)
         Place();
+    // Otherwise it keeps the colour of the palette that it was made with.
+    if (event->type() == QEvent::PaletteChange)
+        m_Panes.Children->setBackground(m_Panes.Frame->palette().brush(QPalette::Dark));
     return false;
 }
 

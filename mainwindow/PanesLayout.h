@@ -3,6 +3,7 @@
 #include <QObject>
 
 class DragBar;
+class QMdiArea;
 class QWidget;
 
 /// Places tree, log and child windows in the main window's frame, with the drag bars between them.
@@ -17,7 +18,7 @@ public:
         QWidget* ObjectLabel;
         QWidget* Tree;
         DragBar* VBar;
-        QWidget* Children;
+        QMdiArea* Children;
         DragBar* HBar;
         QWidget* LogLabel;
         QWidget* Log;

@@ -1,30 +1,15 @@
 #include "additem/frmAddItem.h"
 #include "core/modMain.h"
+#include "mainwindow/DesktopColours.h"
 #include "perfcheck/frmPerfChk.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QDir>
 #include <QMdiSubWindow>
-#include <QPalette>
 #include <QTabWidget>
 #include <QTreeView>
 
 namespace {
-
-/// The palette of a dark desktop for the whole application.
-void UseDarkPalette()
-{
-    QPalette palette(QColor(45, 45, 48));
-    for (const auto& [role, color] : {std::pair(QPalette::Base, QColor(30, 30, 30)),
-                                      {QPalette::AlternateBase, QColor(45, 45, 48)},
-                                      {QPalette::Highlight, QColor(38, 110, 180)},
-                                      {QPalette::HighlightedText, Qt::white},
-                                      {QPalette::ToolTipBase, QColor(30, 30, 30)},
-                                      {QPalette::ToolTipText, Qt::white},
-                                      {QPalette::Link, QColor(90, 160, 230)}})
-        palette.setColor(role, color);
-    QApplication::setPalette(palette);
-}
 
 /// Opens every window as an operator would and writes a picture of each into the folder that VELSQL_PICTURES names;
 /// scripts/take-pictures.sh runs it.
@@ -34,7 +19,8 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(qEnvironmentVariableIsSet("VELSQL_PICTURES")) << "scripts/take-pictures.sh says where to";
-        if (qEnvironmentVariable("VELSQL_PALETTE") == u"dark"_s) UseDarkPalette();
+        if (qEnvironmentVariable("VELSQL_PALETTE") == u"dark"_s)
+            QApplication::setPalette(DesktopColours::DarkPalette());
         StartBoth();
         m_Main->resize(1200, 800);
         Control<QTreeView>(*m_Main, "treeObject").expand(m_Main->Tree().IndexOf(Node(PLC1)));
