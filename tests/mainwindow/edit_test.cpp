@@ -193,6 +193,8 @@ TEST_F(Editing, KeysTakeTheFocusFromPaneToPane)
     EXPECT_EQ(Press(Qt::Key_F6), &Tree());
     EXPECT_EQ(Press(Qt::Key_F6), m_Text);
     EXPECT_EQ(Press(Qt::Key_F6, Qt::ShiftModifier), &Tree());
+    EXPECT_EQ(Press(Qt::Key_Tab), &Control<DragBar>("picVBar"));
+    EXPECT_EQ(Press(Qt::Key_Tab), &Control<DragBar>("picHBar"));
     EXPECT_EQ(Press(Qt::Key_Tab), &LogBox());
     EXPECT_NE(Press(Qt::Key_Tab), &LogBox());
     EXPECT_EQ(Log(), QString()) << "the key enters no text";
@@ -244,5 +246,12 @@ TEST_F(Console, PanesComeAndGoAndBarsAreDraggedWithinTheirLimits)
     EXPECT_NEAR(drag(bar, {0, -5000}).y(), 262 * bar.fontMetrics().height() / 255.0,
                 1); // 262 twips, of which a row has 255
     EXPECT_EQ(drag(bar, {0, 50000}).y() + bar.height(), Control<QWidget>("picFrame").height());
-    EXPECT_EQ(drag(Control<DragBar>("picVBar"), {-5000, 0}).x(), 0);
+    auto& upright = Control<DragBar>("picVBar");
+    EXPECT_EQ(drag(upright, {-5000, 0}).x(), 0);
+    for (const Qt::Key key : {Qt::Key_Right, Qt::Key_Right, Qt::Key_Left, Qt::Key_Up, Qt::Key_Down})
+        QTest::keyClick(&upright, key);
+    EXPECT_EQ(upright.x(), upright.fontMetrics().height()) << "the keyboard moves it by rows";
+    const int bottom = bar.y();
+    QTest::keyClick(&bar, Qt::Key_Up);
+    EXPECT_NEAR(bar.y(), bottom - bar.fontMetrics().height(), 1);
 }
