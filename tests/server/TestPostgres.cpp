@@ -122,3 +122,22 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
                          "min(item_value) AS c, max(item_value::int) >= 600 AS d FROM velsql_history"_s;
     EXPECT_EQ(AskedHistory(m_Settings).Ask(sums), u"a,b,c,d\n1,0,0,True") << "none is missing, none came twice";
 }
+
+TEST_F(PostgresTest, AStatementEndsWithWhoWaitsForIt)
+{
+    AskedHistory history(m_Settings);
+    const auto run = [&](const QString& count) {
+        return history.Ask(u"SELECT count(*) AS n FROM pg_stat_activity "
+                           "WHERE state = 'active' AND query LIKE 'SELECT pg_sleep%'"_s) == u"n\n"_s + count;
+    };
+    {
+        const auto sleeping = history.Start(u"SELECT pg_sleep(60)"_s);
+        EXPECT_TRUE(WaitUntil([&] { return run(u"1"_s); }));
+    }
+    for (int i = 0; i < 20; ++i) { // also when it is just about to begin
+        const auto sleeping = history.Start(u"SELECT pg_sleep(60)"_s);
+        Pause(i);
+    }
+    Pause(100);
+    EXPECT_TRUE(WaitUntil([&] { return run(u"0"_s); }));
+}

@@ -2,6 +2,8 @@
 #include "tests/server/ServerRun.h"
 #include "velsqllib/ServerSocket.h"
 
+#include <linux/capability.h>
+#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -116,4 +118,27 @@ TEST(Disk, ThatIsFullIsSaidAndNothingElseSuffers)
     EXPECT_FALSE(client.Value(u"Counter"_s).IsEmpty());
     EXPECT_EQ(server.Terminate(), 0);
     EXPECT_FALSE(server.Log().filter(u"History destination 1: Values wait, at most 200000: "_s).isEmpty());
+}
+
+TEST(Disk, ADatabaseThatIsReadOnlyIsWrittenToOnceItMayBe)
+{
+    const QTemporaryDir folder;
+    const QString database = folder.filePath(u"history.db"_s), plant = folder.filePath(u"plant.toml"_s);
+    const HistorySettings settings = RecordingInto(u"Database="_s + database);
+    AskedHistory(settings).Flush(0); // makes it
+    WriteFile(plant, "[[history.destination]]\nconnection = \"Database=" + database.toUtf8() +
+                         "\"\n[[controller]]\nname = \"PLC1\"\n[[controller.item]]\nname = \"N\"\nhistory = true\n");
+    QFile::setPermissions(database, QFile::ReadOwner);
+    // Modes mean nothing to root otherwise.
+    ServerRun server({u"--plant"_s, plant}, [] { prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE); });
+    TestClient client(server.SocketPath());
+    auto put = client.Item(u"N"_s).putValueRequest();
+    client.Set(put.initValue(), 2);
+    Wait(put.send());
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(1).endsWith(u": attempt to write a readonly database"); }));
+    EXPECT_EQ(client.Value(u"N"_s), Variant(2));
+    QFile::setPermissions(database, QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(2).endsWith(u" 0 were dropped meanwhile."); }));
+    EXPECT_EQ(server.Terminate(), 0);
+    EXPECT_EQ(AskedHistory(settings).Ask(u"SELECT item_value FROM velsql_history"_s), u"item_value\n2");
 }
