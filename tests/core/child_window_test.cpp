@@ -3,7 +3,6 @@
 #include "tests/support/WindowTest.h"
 
 #include <QMdiSubWindow>
-#include <QMenu>
 
 namespace {
 
@@ -123,13 +122,6 @@ TEST(WindowPlace, CoversOthersLeastAndLeavesTheirTitlesInSight)
     };
     for (const auto& [taken, size, expected, why] : cases)
         EXPECT_EQ(LeastCoveringPlace({{100, 80}, 8, taken}, size), expected) << why;
-    QList<QRect> full;
-    for (int i = 0; i < 100; ++i) {
-        const QRect window(LeastCoveringPlace({{500, 400}, 20, full}, {100, 100}), QSize(100, 100));
-        EXPECT_TRUE(QRect(0, 0, 500, 400).contains(window));
-        EXPECT_FALSE(full.contains(window)) << "none disappears behind another: " << i;
-        full.prepend(window);
-    }
 }
 
 TEST_F(ChildWindows, ThatCannotLoadOrGoWhileTheyLoadLeaveNothingBehind)
@@ -169,28 +161,6 @@ TEST_F(ChildWindows, KeepTheOperatorsPlaceAndAMaximisedOnesPlaceStaysTaken)
     EXPECT_EQ(a->Frame()->geometry(), QRect(50, 60, 400, 250));
     EXPECT_FALSE(b->Frame()->geometry().intersects(a->Frame()->geometry()));
     EXPECT_EQ(b->size(), QSize(300, 200));
-}
-
-TEST_F(ChildWindows, MoveAndResizeByKeysAndEscapeTakesItBack)
-{
-    const auto a = Show(0);
-    m_Main.Widget()->activateWindow();
-    const QRect before = a->Frame()->geometry();
-    const auto choose = [&](const QString& entry) {
-        for (QAction* action : a->Frame()->systemMenu()->actions())
-            if (action->text() == entry) action->trigger();
-    };
-    for (const QString& entry : {u"&Move"_s, u"&Size"_s}) {
-        for (const Qt::Key end : {Qt::Key_Escape, Qt::Key_Return}) {
-            choose(entry);
-            for (int i = 0; i < 3; ++i) QTest::keyClick(a->Frame(), Qt::Key_Right);
-            EXPECT_NE(a->Frame()->geometry(), before);
-            QTest::keyClick(a->Frame(), end);
-            EXPECT_EQ(a->Frame()->geometry() == before, end == Qt::Key_Escape) << entry.toStdString();
-            EXPECT_EQ(QWidget::mouseGrabber(), nullptr);
-        }
-        a->Frame()->setGeometry(before);
-    }
 }
 
 TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)

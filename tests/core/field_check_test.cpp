@@ -2,7 +2,6 @@
 #include "tests/support/WindowTest.h"
 
 #include <QDialog>
-#include <QLabel>
 #include <QTabWidget>
 #include <QTimer>
 #include <QToolButton>
@@ -17,17 +16,12 @@ struct Dialog : QDialog
     {
         m_Tabs->addTab(m_Page, u"&General"_s);
         m_Tabs->addTab(new QLineEdit, u"&Details"_s);
-        m_Field->setClearButtonEnabled(true);
-        m_Label->setBuddy(m_Buddy);
-        m_List->addItems({u"a"_s, u"b"_s});
-        m_List->setFocusPolicy(Qt::WheelFocus);
         m_Small->setText(u"small"_s);
         m_Small->setFocusPolicy(Qt::NoFocus);
         m_Ok->setDefault(true);
         for (QAbstractButton* button : QList<QAbstractButton*>{m_Ok, m_Small, m_Cancel})
             connect(button, &QAbstractButton::clicked, this, [this, button] { m_Done << button->text().remove(u'&'); });
         connect(m_Tabs, &QTabWidget::currentChanged, this, [this] { m_Done << u"page"_s; });
-        connect(m_List, &QComboBox::currentIndexChanged, this, [this] { m_Done << u"list"_s; });
         connect(this, &QDialog::rejected, this, [this] { m_Done << u"rejected"_s; });
         m_FieldCheck.Add(m_Field, [this] { return Check(); });
         m_FieldCheck.Exempt(m_Cancel);
@@ -57,9 +51,7 @@ struct Dialog : QDialog
     QTabWidget* m_Tabs = new QTabWidget(this);
     QWidget* m_Page = new QWidget(m_Tabs);
     QLineEdit* m_Field = new QLineEdit(m_Page);
-    QLabel* m_Label = new QLabel(u"&Buddy"_s, m_Page);
-    QLineEdit* m_Buddy = new QLineEdit(m_Page);
-    QComboBox* m_List = new QComboBox(m_Page);
+    QLineEdit* m_Other = new QLineEdit(m_Page);
     QToolButton* m_Small = new QToolButton(m_Page);
     QPushButton* m_Ok = new QPushButton(u"&ok"_s, this);
     QPushButton* m_Cancel = new QPushButton(u"&cancel"_s, this);
@@ -85,10 +77,10 @@ void Click(QWidget* control)
     QTest::mouseClick(control, Qt::LeftButton);
 }
 
-void ClickTab(Dialog& dialog, int tab)
+void ClickOtherTab(Dialog& dialog)
 {
     QTabBar* tabs = dialog.m_Tabs->tabBar();
-    QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(tab).center());
+    QTest::mouseClick(tabs, Qt::LeftButton, {}, tabs->tabRect(1).center());
 }
 
 void Press(Dialog& dialog, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
@@ -114,31 +106,20 @@ const struct
     const char* Done; ///< in order, when nothing is refused
 } Actions[] = {
     {WayOut, "tab", [](Dialog&) { QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab); }, "check"},
-    {WayOut, "click on a field", [](Dialog& d) { Click(d.m_Buddy); }, "check"},
+    {WayOut, "click on a field", [](Dialog& d) { Click(d.m_Other); }, "check"},
     {WayOut, "click on a button", [](Dialog& d) { Click(d.m_Ok); }, "check ok"},
     {WayOut, "button without focus", [](Dialog& d) { Click(d.m_Small); }, "check small"},
-    {WayOut, "click on a tab", [](Dialog& d) { ClickTab(d, 1); }, "check page"},
+    {WayOut, "click on a tab", [](Dialog& d) { ClickOtherTab(d); }, "check page"},
     {WayOut, "wheel over the tabs", [](Dialog& d) { TurnWheel(*d.m_Tabs->tabBar()); }, "check page"},
-    {WayOut, "wheel over a list", [](Dialog& d) { TurnWheel(*d.m_List); }, "check list"},
     {WayOut, "access key of a button", [](Dialog& d) { PressAlt(d, Qt::Key_O); }, "check ok"},
-    {WayOut, "access key of a label", [](Dialog& d) { PressAlt(d, Qt::Key_B); }, "check"},
     {WayOut, "access key of a tab", [](Dialog& d) { PressAlt(d, Qt::Key_D); }, "check page"},
-    {KeyOfField, "shift+tab", [](Dialog& d) { Press(d, Qt::Key_Backtab, Qt::ShiftModifier); }, "check"},
     {KeyOfField, "ctrl+tab", [](Dialog& d) { Press(d, Qt::Key_Tab, Qt::ControlModifier); }, "check page"},
     {KeyOfField, "enter", [](Dialog& d) { Press(d, Qt::Key_Return); }, "check ok"},
-    {KeyOfField, "keypad enter", [](Dialog& d) { Press(d, Qt::Key_Enter, Qt::KeypadModifier); }, "check ok"},
     {NoWayOut, "click on cancel", [](Dialog& d) { Click(d.m_Cancel); }, "cancel"},
     {NoWayOut, "access key of cancel", [](Dialog& d) { PressAlt(d, Qt::Key_C); }, "cancel"},
-    {NoWayOut, "tab to cancel", [](Dialog& d) { d.m_Cancel->setFocus(Qt::TabFocusReason); }, ""},
     {NoWayOut, "enter for cancel", [](Dialog& d) { d.m_Cancel->setDefault(true), Press(d, Qt::Key_Return); }, "cancel"},
     {NoWayOut, "escape", [](Dialog& d) { Press(d, Qt::Key_Escape); }, "rejected"},
-    {NoWayOut, "close by the frame", [](Dialog& d) { d.close(); }, "rejected"},
-    {NoWayOut, "disable the field", [](Dialog& d) { d.m_Field->setEnabled(false); }, ""},
-    {NoWayOut, "own clear button", [](Dialog& d) { Click(d.m_Field->findChild<QToolButton*>()); }, ""},
-    {NoWayOut, "click on a label", [](Dialog& d) { Click(d.m_Label); }, ""},
-    {NoWayOut, "tab already shown", [](Dialog& d) { ClickTab(d, 0); }, ""},
-    {NoWayOut, "focus by a pop-up", [](Dialog& d) { d.m_Buddy->setFocus(Qt::PopupFocusReason); }, ""},
-    {NoWayOut, "focus by another window", [](Dialog& d) { d.m_Buddy->setFocus(Qt::ActiveWindowFocusReason); }, ""},
+    {NoWayOut, "focus by a pop-up", [](Dialog& d) { d.m_Other->setFocus(Qt::PopupFocusReason); }, ""},
 };
 
 using FieldChecks = WindowTest<QWidget>;
@@ -176,12 +157,6 @@ TEST_F(FieldChecks, LoseNoClickAfterARefusedOne)
     dialog.m_Field->setText(u"good"_s);
     Click(dialog.m_Ok);
     EXPECT_EQ(dialog.Done(), "check check ok");
-
-    dialog.Begin(u"bad"_s);
-    dialog.m_Buddy->setFocus(Qt::MouseFocusReason); // no press follows
-    QTest::qWait(1);
-    Click(dialog.m_Cancel);
-    EXPECT_EQ(dialog.Done(), "check cancel");
 }
 
 TEST_F(FieldChecks, ThatFailAreLoggedAndRefuse)

@@ -64,18 +64,6 @@ TEST_F(Refresher, AllGridsTogetherTakeOneSliceATurn)
     EXPECT_LE(m_MostReadsInTurn, 2) << "a third call of 4 ms would not fit";
 }
 
-TEST_F(Refresher, TheNextRefreshWaitsAsLongAsTheLastOneLasted)
-{
-    AddGrid(1, 800);
-    QElapsedTimer sinceEnd;
-    qint64 rest = 0;
-    m_Act = [&](int) { rest = sinceEnd.isValid() ? sinceEnd.elapsed() : 0; };
-    QObject::connect(m_Refreshers[0].get(), &GridRefresher::Refreshed, &m_Turn, [&] { sinceEnd.start(); });
-    m_Refreshers[0]->Start();
-    EXPECT_TRUE(WaitForRefreshes(2));
-    EXPECT_GE(rest, 750); // a tick may come 5 % early
-}
-
 TEST_F(Refresher, ARowMayStopOrDestroyWhateverReadsIt)
 {
     const std::pair<QString, std::function<void()>> cases[] = {

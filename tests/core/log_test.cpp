@@ -1,7 +1,6 @@
 #include "core/modFields.h"
 #include "tests/support/WindowTest.h"
 
-#include <QScrollBar>
 #include <QTextBlock>
 
 namespace {
@@ -19,6 +18,21 @@ protected:
     static void Add(const QStringList& messages)
     {
         for (const QString& message : messages) modMain::AddLog(message);
+    }
+    static void Fail(const QString& description)
+    {
+        modMain::ReportErrors([&] { throw ServerError(description); });
+    }
+    /// All that is shown in a colour of its own, each piece in brackets, and nothing else.
+    QString Coloured()
+    {
+        QString text;
+        for (QTextBlock block = Pane().document()->begin(); block.isValid(); block = block.next()) {
+            for (auto part = block.begin(); !part.atEnd(); ++part)
+                if (part.fragment().charFormat().foreground().style() != Qt::NoBrush)
+                    text += u'[' + part.fragment().text() + u']';
+        }
+        return text;
     }
 };
 
@@ -46,33 +60,6 @@ TEST_F(LogLines, HoldsNumberedLinesWithTheMessagesAsGivenAndShowsLongOnesInParts
     }
 }
 
-TEST_F(LogLines, ShowsTheNewestLineAndSelectsNothing)
-{
-    const auto newestIsSeen = [&log = m_Main.Log()] { // shown with the frame
-        return QTest::qWaitFor(
-            [&] { return log.textCursor().atEnd() && log.viewport()->rect().contains(log.cursorRect()); });
-    };
-    const QStringList screenful(200, u"line"_s);
-    m_Main.Widget()->show();
-    Pane().hide();
-    Add(screenful);
-    Pane().show();
-    EXPECT_TRUE(newestIsSeen());
-    m_Main.Widget()->resize(400, 300);
-    EXPECT_TRUE(newestIsSeen());
-
-    Pane().moveCursor(QTextCursor::Start);
-    Pane().selectAll();
-    Add({u"newest"_s});
-    EXPECT_TRUE(newestIsSeen());
-    EXPECT_FALSE(Pane().textCursor().hasSelection());
-
-    Pane().verticalScrollBar()->setValue(3);
-    m_Main.Widget()->resize(700, 600);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(Pane().verticalScrollBar()->value(), 3) << "where the operator scrolled to";
-}
-
 TEST_F(LogLines, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
 {
     Add({u"a\nb"_s});
@@ -88,6 +75,21 @@ TEST_F(LogLines, GoesOnBehindWhatTheOperatorTypedAndReadsAsItIsShown)
     QTest::keyClick(&m_Main.Log(), Qt::Key_Delete);
     Add({u"d"_s});
     EXPECT_EQ(Text(), u" : a\r\nb\r\nnote1 : c\r\n\r\n2 : d\r\n"_s);
+}
+
+TEST_F(LogLines, ErrorsStandOutByColourAndReadAsPlainText)
+{
+    modMain::AddLog(u"Calling"_s);
+    Fail(u"first\r\nsecond"_s);
+    Fail(u"third"_s);
+    modMain::AddLog(u"Succeeded."_s);
+    EXPECT_EQ(Coloured(), u"[1 : first][second][2 : third]"_s);
+    EXPECT_EQ(Pane().Text(), u"0 : Calling\r\n1 : first\r\nsecond\r\n2 : third\r\n3 : Succeeded.\r\n"_s);
+
+    Pane().selectAll();
+    const QString text = Pane().SelectedText();
+    Pane().ReplaceSelection(text);
+    EXPECT_EQ(Coloured() + Pane().Text(), text) << "what is cut and pasted is text";
 }
 
 TEST_F(LogLines, OverflowLeavesPaneAndCounterAsTheyWereUntilCleared)

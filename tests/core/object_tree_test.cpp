@@ -86,14 +86,3 @@ TEST_F(ObjectTree, RemovedNodesStaySafe)
     EXPECT_FALSE(m_Root->IsInTree());
     EXPECT_EQ(m_Plc2->Key(), u"Engine\\PLC2"_s);
 }
-
-TEST_F(ObjectTree, ShowsTextsLiterallyAndNotEndlessly)
-{
-    const auto shown = [this](const QString& text) {
-        const QModelIndex index = m_Model->IndexOf(m_Model->Append(m_Plc1, text, NodeTag::Item));
-        EXPECT_FALSE(index.flags() & Qt::ItemIsEditable);
-        return index.data().toString();
-    };
-    EXPECT_EQ(shown(u"<b>bold</b> & \\ \xE9"_s), u"<b>bold</b> & \\ \xE9"_s);
-    EXPECT_EQ(shown(QString(1'000'000, u'x')), QString(1000, u'x') + u'\x2026');
-}

@@ -65,21 +65,6 @@ TEST_F(UnreadCells, AreDimmedWithoutARefreshWhileTheServerIsGone)
     EXPECT_EQ(Picture(), read);
 }
 
-TEST_F(UnreadCells, DifferFromDataInTheSelectionTooAndWithoutAnyText)
-{
-    for (const bool selected : {true, false}) {
-        m_Text = QString();
-        m_Fails.reset();
-        selected ? m_Grid.setCurrentCell(0, 1) : m_Grid.setCurrentCell(0, 0);
-        Refresh();
-        const QImage read = Picture();
-        m_Grid.SetValueText(0, QString());
-        m_Server.SetAbsence(u"Gone"_s);
-        EXPECT_NE(Picture(), read);
-        m_Server.SetAbsence(QString());
-    }
-}
-
 TEST_F(UnreadCells, AChangeIsMarkedForAMomentWithoutARefreshToEndIt)
 {
     Refresh();
