@@ -3,12 +3,12 @@
 #include "core/automation/Errors.h"
 #include "velsqllib/ClientObjects.h"
 #include "velsqllib/ControllerSubscription.h"
+#include "velsqllib/RemoteLink.h"
 #include "velsqllib/ServerSocket.h"
 
 namespace {
 
 constexpr int AttemptIntervalMs = 1000;
-const QString NotRunning = QStringLiteral("The server is not running.");
 /// The RPC system puts this, exactly once, in front of the text of a failure that the other side has sent.
 constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
 
@@ -62,7 +62,7 @@ bool Connection::Attach()
 
 QString Connection::Absence() const
 {
-    if (IsLost()) return NotRunning;
+    if (IsLost()) return WhyUnreachable();
     return m_Attachment && m_Attachment->IsHanging() ? QStringLiteral("The server does not answer.") : QString();
 }
 
@@ -99,7 +99,7 @@ void Connection::EnsureUsable()
         return;
     }
     const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptIntervalMs;
-    if (tooSoon || !Attach()) throw ServerError(NotRunning);
+    if (tooSoon || !Attach()) throw ServerError(WhyUnreachable());
 }
 
 void Connection::NoteFailure(const kj::Exception& failure)
@@ -109,13 +109,23 @@ void Connection::NoteFailure(const kj::Exception& failure)
         m_Attachment->SetLost();
 }
 
-ServerError Connection::ToServerError(const kj::Exception& failure)
+QString Connection::WhyUnreachable() const
+{
+    if (!m_IsRemote) return QStringLiteral("The server is not running.");
+    const RemoteLink link = RemoteLink::Read(m_SocketPath);
+    const QString why = link.IsUp || link.Trouble.isEmpty() ? QStringLiteral("the link is being made") : link.Trouble;
+    return QStringLiteral("The server on %1 cannot be reached: %2").arg(link.Place, why);
+}
+
+ServerError Connection::ToServerError(const kj::Exception& failure) const
 {
     const kj::StringPtr description = failure.getDescription();
     if (!IsLocal(failure)) return ServerError(ToText(description.slice(RemotePrefix.size())));
     if (failure.getType() == kj::Exception::Type::DISCONNECTED)
         return ServerError(
-            QStringLiteral("The connection to the server was lost; the call may still have taken effect."));
+            QStringLiteral("The connection to the server%1 was lost; the call may still have taken "
+                           "effect.")
+                .arg(m_IsRemote ? QStringLiteral(" on ") + RemoteLink::Read(m_SocketPath).Place : QString()));
     return ServerError(ToText(description));
 }
 

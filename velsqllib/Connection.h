@@ -23,6 +23,11 @@ public:
     explicit Connection(const QString& socketPath, const Attachment::Patience& patience = {});
     ~Connection() override;
 
+    /// The socket is that of a server on another machine: errors say which, and what is wrong with the link.
+    void SetRemote() { m_IsRemote = true; }
+    /// Why Attach has found no server.
+    QString WhyUnreachable() const;
+
     /// Tries to reach a running server, no matter when it was last tried. Throws ServerError for a server that must not
     /// be used.
     bool Attach();
@@ -73,9 +78,10 @@ private:
     void NoteState();
     void TellState();
     void NoteFailure(const kj::Exception& failure);
-    [[nodiscard]] static ServerError ToServerError(const kj::Exception& failure);
+    [[nodiscard]] ServerError ToServerError(const kj::Exception& failure) const;
 
     QString m_SocketPath;
+    bool m_IsRemote = false;
     Attachment::Patience m_Patience;
     std::shared_ptr<KjLoop> m_Loop;
     std::unique_ptr<WireObjects> m_Objects;

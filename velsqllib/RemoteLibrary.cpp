@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/FindProgram.h"
 #include "velsqllib/EngineProxy.h"
+#include "velsqllib/RemoteLink.h"
 #include "velsqllib/ServerSocket.h"
 #include "velsqllib/ServerStarter.h"
 #include "velsqllib/TypedTextConverter.h"
@@ -14,8 +15,10 @@ constexpr int MostAttempts = 3;
 } // namespace
 
 RemoteLibrary::RemoteLibrary()
-    : RemoteLibrary(ServerSocketPath(), FindProgram(QStringLiteral("velsqlserver")))
+    : RemoteLibrary(RemoteLink::Socket().value_or(ServerSocketPath()), FindProgram(QStringLiteral("velsqlserver")))
 {
+    m_IsRemote = RemoteLink::Socket().has_value();
+    if (m_IsRemote) m_Connection->SetRemote();
 }
 
 RemoteLibrary::RemoteLibrary(const QString& socketPath, const QString& serverProgram,
@@ -59,13 +62,16 @@ EngineRef RemoteLibrary::CreateEngine()
 void RemoteLibrary::AttachOrStart()
 {
     if (m_Connection->Attach()) return;
+    // Another plant than the one that was asked for would be worse than none.
+    if (m_IsRemote) throw ServerError(m_Connection->WhyUnreachable());
     ServerStarter starter(m_ServerProgram, m_SocketPath);
     while (!m_Connection->Attach()) starter.WaitAWhile();
 }
 
 EngineRef RemoteLibrary::AttachEngine()
 {
-    if (!m_Connection->Attach()) throw ServerError(QStringLiteral("No VelSQL server is running."));
+    if (!m_Connection->Attach())
+        throw ServerError(m_IsRemote ? m_Connection->WhyUnreachable() : QStringLiteral("No VelSQL server is running."));
     return AttachedEngine();
 }
 

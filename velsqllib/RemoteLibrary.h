@@ -7,7 +7,8 @@
 class RemoteLibrary : public VelSQLLib
 {
 public:
-    /// Uses the user's own socket, and starts the `velsqlserver` beside the program, else the one on the path.
+    /// Uses the user's own socket, and starts the `velsqlserver` beside the program, else the one on the path. Below
+    /// velsqlremote it uses the socket of the remote server, and never starts one.
     RemoteLibrary();
     /// For tests and tools: another socket, another server program (if empty, nothing is started).
     RemoteLibrary(const QString& socketPath, const QString& serverProgram, const Attachment::Patience& patience = {});
@@ -30,5 +31,6 @@ private:
 
     QString m_SocketPath;
     QString m_ServerProgram;
+    bool m_IsRemote = false;
     ConnectionRef m_Connection;
 };
