@@ -11,7 +11,7 @@ public:
     using DescribedError::DescribedError;
 };
 
-/// The command line of the three programs: all answer -h and -v alike and reject unknown arguments in the same words.
+/// The command line of the programs: all answer -h and -v alike and reject unknown arguments in the same words.
 class CommandLine : public QCommandLineParser
 {
 public:

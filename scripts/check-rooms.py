@@ -21,6 +21,7 @@ ROOMS = {
     "history": ("history", ("resulttext", "core", "core/automation")),
     "batchwrite": ("batchwrite", ("core", "core/automation")),
     "scripttool": ("scripttool", ("core", "core/automation")),
+    "remote": ("remote", ("commandline", "velsqllib", "core/automation")),
     "scripttool/velsqlscript": ("velsqlscript", ("commandline", "resulttext", "velsqllib", "core/automation")),
     "guide": ("guide", ("core", "core/automation")),
     "controller": ("controller", ("additem", "core", "core/automation")),
@@ -38,7 +39,7 @@ ROOMS = {
     "server/rpc": ("server", ("server/history", "server/log", "server/plant", "velsqllib", "core/automation")),
     "server/commands": ("server", ("server/rpc", "server/history", "server/plant", "velsqllib", "core/automation")),
     "server": ("server", ("server/commands", "server/rpc", "server/added", "server/plantfile", "server/definition",
-                          "server/history", "server/log", "server/plant", "commandline", "velsqllib",
+                          "server/history", "server/log", "server/plant", "remote", "commandline", "velsqllib",
                           "core/automation")),
     "app": ("system", ("mainwindow", "commandline", "velsqllib", "core", "core/automation")),
 }

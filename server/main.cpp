@@ -1,4 +1,5 @@
 #include "commandline/CommandLine.h"
+#include "remote/Bridge.h"
 #include "server/log/Log.h"
 #include "server/plantfile/PlantFile.h"
 #include "server/ServerPlace.h"
@@ -6,12 +7,13 @@
 #include "velsqllib/WireText.h"
 
 #include <QCoreApplication>
-#include <QFile>
+#include <QFileInfo>
 
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace {
 
@@ -36,6 +38,9 @@ void DefineOptions(QCommandLineParser& parser)
          QStringLiteral("level")},
         {QStringLiteral("log-file"), QStringLiteral("Log to <file>, and to standard error only until it listens."),
          QStringLiteral("file")},
+        {QStringLiteral("connect"),
+         QStringLiteral("Pass standard input and output on to the server that runs, else to one that is started; "
+                        "for velsqlremote on another machine.")},
         {QStringLiteral("service"), QStringLiteral("Run as a service: never end by itself.")},
         {QStringLiteral("stop-when-idle"),
          QStringLiteral("End <seconds> after the last client has gone, unless an operator has started the engine."),
@@ -107,6 +112,16 @@ int Serve(const ServerOptions& options)
     return 0;
 }
 
+/// A shell that ssh starts may lack the variable of a user's sessions; the server of these is meant.
+int Connect(const QCommandLineParser& parser)
+{
+    const QString usual = QStringLiteral("/run/user/%1").arg(geteuid());
+    const QFileInfo folder(usual);
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR") && folder.isDir() && folder.ownerId() == geteuid())
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(usual));
+    return RunBridge(ReadOptions(parser).SocketPath);
+}
+
 int Check(const QString& path)
 {
     if (path.isEmpty()) throw DescribedError(QStringLiteral("There is no plant file to check."));
@@ -119,6 +134,7 @@ int Run(const QCommandLineParser& parser)
     if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
     if (parser.isSet(QStringLiteral("log-file"))) LogToFile(parser.value(QStringLiteral("log-file")));
     if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
+    if (parser.isSet(QStringLiteral("connect"))) return Connect(parser);
     return Serve(ReadOptions(parser));
 }
 

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+/// "Another machine": an sshd of our own on a loopback port, with keys, configuration and user folders of its own, and
+/// an ssh on the path that knows it as the host "plant". Its user's plant has the controller "Kiln" with the item "Heat". Neither the system's service nor the user's ~/.ssh is touched.
+class PrivateSshd
+{
+public:
+    PrivateSshd();
+    ~PrivateSshd() { Stop(); }
+
+    void Start();
+    /// Ends it with all sessions, as a reboot does.
+    void Stop();
+
+    QString Path(const QString& name) const { return m_Folder.filePath(name); }
+    /// The socket of the server there.
+    QString SocketThere() const { return Path(QStringLiteral("there/run/velsql/server.sock")); }
+    QString RuntimeHere() const { return Path(QStringLiteral("here/run")); }
+    void Write(const QString& name, const QByteArray& text) const;
+    QByteArray Read(const QString& name) const;
+    /// Puts a program in front of those on the path of the machine.
+    void InstallThere(const QString& name, const QByteArray& script) const;
+    /// The processes of this test whose command lines hold the text.
+    static QList<pid_t> Processes(const QByteArray& text);
+
+private:
+    void MakeKeys() const;
+    void Configure() const;
+    void MakeScript(const QString& name, const QByteArray& script) const;
+
+    QTemporaryDir m_Folder;
+    quint16 m_Port;
+    QProcess m_Process;
+};

@@ -1,0 +1,104 @@
+#include "tests/remote/PrivateSshd.h"
+#include "tests/support/PrintQt.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+QString Program(const QString& name)
+{
+    return QCoreApplication::applicationDirPath() + u'/' + name;
+}
+
+struct Outcome
+{
+    int Code;
+    QString Output;
+    QString Errors;
+};
+
+Outcome RunRemote(const QStringList& arguments, const QByteArray& input = {})
+{
+    QProcess process;
+    process.start(Program(u"velsqlremote"_s), arguments);
+    process.write(input);
+    process.closeWriteChannel();
+    process.waitForFinished();
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+Outcome RunScript(const QByteArray& script, const QString& host = u"plant"_s)
+{
+    return RunRemote({host, Program(u"velsqlscript"_s), u"-"_s}, script);
+}
+
+const QByteArray s_Names = "print(Vlx.ControllerNames)";
+const QString s_NamesThere = u"[\"Kiln\"]\n"_s;
+
+} // namespace
+
+TEST(RemoteProgram, RunsAProgramOnTheServerThereAndLeavesNothing)
+{
+    const PrivateSshd machine;
+    const Outcome outcome = RunScript(s_Names);
+    EXPECT_EQ(outcome.Errors, QString());
+    EXPECT_EQ(outcome.Output, s_NamesThere) << "the user's server there, started as locally";
+    EXPECT_EQ(RunScript("throw 1").Code, 1) << "the program's own exit code";
+    EXPECT_EQ(QDir(machine.RuntimeHere()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+    EXPECT_TRUE(QFile::exists(machine.SocketThere()));
+    EXPECT_EQ(PrivateSshd::Processes(machine.Path(u"ssh"_s).toUtf8() + " -T").size(), 0);
+}
+
+TEST(RemoteProgram, SkipsWhatStartUpFilesWriteBeforeTheBridge)
+{
+    const PrivateSshd machine;
+    machine.InstallThere(u"velsqlserver"_s, "echo Welcome; printf 'you \\036VELSQL have mail'; exec " +
+                                                Program(u"velsqlserver"_s).toUtf8() + " \"$@\"");
+    EXPECT_EQ(RunScript(s_Names).Output, s_NamesThere);
+}
+
+TEST(RemoteProgram, SaysWhyNoServerIsReachedAndStartsNone)
+{
+    const PrivateSshd machine;
+    const auto refusal = [&](const QString& host, int code, const QString& part) {
+        const Outcome outcome = RunScript(s_Names, host);
+        EXPECT_EQ(outcome.Code, code) << host.toStdString();
+        EXPECT_EQ(outcome.Output, QString());
+        EXPECT_TRUE(outcome.Errors.startsWith(u"velsqlremote: "_s) && outcome.Errors.contains(part))
+            << outcome.Errors.toStdString();
+    };
+    refusal(u"nowhere.invalid"_s, 3, u"The server on nowhere.invalid cannot be reached: ssh: Could not resolve"_s);
+    refusal(u"stranger"_s, 3, u"Permission denied"_s);
+    refusal(u"changed"_s, 3, u"Host key verification failed."_s);
+    refusal(u"-oProxyCommand=touch"_s, 2, u"-oProxyCommand"_s);
+    const struct
+    {
+        QByteArray Script;
+        QString Part;
+    } servers[] = {
+        {"exit 127", u"no program \"velsqlserver\" was found on the path of its shell"_s},
+        {"echo Unknown option >&2; exit 2", u"it may be too old\nUnknown option"_s},
+        {"echo hello; exit 0", u"hello"_s},
+        {"yes", u"more than 1 MB, and no bridge follows: \"y y"_s},
+        {"printf '\\036VELSQL-BRIDGE 2 7.1.0 me\\n'; exec cat", u"version 7.1.0 there, and " VELSQL_VERSION " here"_s},
+        {"printf '\\036VELSQL-BRIDGE 1 1.0.0 me\\nBoo'; exec cat", u"What arrives is not from the bridge"_s},
+        {"printf '\\036VELSQL-BRIDGE '; head -c 2000 /dev/zero; exec cat", u"Its greeting is not clear."_s},
+        {"exec " + Program(u"velsqlserver"_s).toUtf8() + " --connect --socket /tmp/s", u"/tmp is not one that only"_s},
+    };
+    for (const auto& [script, part] : servers) {
+        machine.InstallThere(u"velsqlserver"_s, script);
+        refusal(u"plant"_s, 3, part);
+    }
+    EXPECT_EQ(RunRemote({u"--"_s, u"-plant"_s}).Errors, u"velsqlremote: \"-plant\" is no host.\n"_s);
+    QFile::remove(machine.Path(u"here/bin/ssh"_s));
+    qputenv("PATH", "/nonexistent");
+    refusal(u"plant"_s, 3, u"no program \"ssh\" was found"_s);
+    EXPECT_EQ(QDir(machine.RuntimeHere()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
+}

@@ -1,0 +1,147 @@
+#include "remote/FramePipe.h"
+#include "remote/Streams.h"
+#include "tests/support/PrintQt.h"
+
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int PatienceMs = 2000;
+
+/// Two ends of a link in this process, as launcher and bridge hold them.
+struct BothEnds : QObject
+{
+    BothEnds()
+    {
+        Near.Begin([this](const Frame& frame) { NearStreams.Handle(frame); });
+        Far.Begin([this](const Frame& frame) { FarStreams.Handle(frame); });
+    }
+
+    /// Opens a stream; the sockets at its two outer ends.
+    std::pair<Descriptor, Descriptor> Open(quint32 number)
+    {
+        std::pair<Descriptor, Descriptor> outer;
+        NearStreams.Add(number, Inner(outer.first));
+        FarStreams.Add(number, Inner(outer.second));
+        return outer;
+    }
+
+    static int Inner(Descriptor& outer)
+    {
+        int ends[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+        outer.Reset(ends[0]);
+        return ends[1];
+    }
+    static std::array<Descriptor, 2> Pipe()
+    {
+        int ends[2];
+        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
+        return {Descriptor(ends[0]), Descriptor(ends[1])};
+    }
+
+    std::array<Descriptor, 2> There = Pipe(), Back = Pipe();
+    const int ToFar = There[1].Number();
+    FramePipe Near{std::move(Back[0]), std::move(There[1]), PatienceMs};
+    FramePipe Far{std::move(There[0]), std::move(Back[1]), PatienceMs};
+    Streams NearStreams{Near}, FarStreams{Far};
+};
+
+/// How many bytes the socket takes until nothing moves any more.
+qsizetype FillUp(const Descriptor& socket)
+{
+    const QByteArray block(64 * 1024, 'x');
+    qsizetype sum = 0;
+    for (int quiet = 0; quiet < 10;) {
+        const auto count = send(socket.Number(), block.constData(), static_cast<std::size_t>(block.size()), 0);
+        quiet = count > 0 ? 0 : quiet + 1;
+        sum += std::max<qsizetype>(0, count);
+        QTest::qWait(5);
+    }
+    return sum;
+}
+
+QByteArray Taken(const Descriptor& socket)
+{
+    QByteArray bytes(64 * 1024, Qt::Uninitialized);
+    bytes.truncate(
+        std::max<qsizetype>(0, recv(socket.Number(), bytes.data(), static_cast<std::size_t>(bytes.size()), 0)));
+    return bytes;
+}
+
+} // namespace
+
+TEST(Streams, OneThatStandsStillDelaysNoOtherAndIsLimited)
+{
+    BothEnds ends;
+    auto [stuck, unread] = ends.Open(1);
+    auto [from, to] = ends.Open(2);
+    const qsizetype sent = FillUp(stuck);
+    EXPECT_GE(sent, Streams::Window);
+    EXPECT_LT(sent, 3 * Streams::Window) << "no more than the credit and what sockets hold";
+
+    QByteArray arrived;
+    const QByteArray text(3 * Streams::Window, 'a');
+    for (qsizetype begun = 0; arrived.size() < text.size();) {
+        const auto count =
+            send(from.Number(), text.constData() + begun, static_cast<std::size_t>(text.size() - begun), 0);
+        begun += std::max<qsizetype>(0, count);
+        ASSERT_TRUE(QTest::qWaitFor(
+            [&] {
+                arrived += Taken(to);
+                return arrived.size() >= begun;
+            },
+            20'000));
+    }
+    EXPECT_TRUE(arrived == text) << "beyond its window: credit is given back";
+
+    qsizetype late = 0;
+    stuck.Reset();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            late += Taken(unread).size();
+            return late == sent;
+        },
+        20'000))
+        << "what was sent before the end arrives: " << late << " of " << sent;
+}
+
+TEST(Streams, WrongFramesEndThePipe)
+{
+    for (const QByteArray& wrong :
+         {Frame{FrameType::Data, 1, QByteArray(10, 'x')}.Encode().repeated(200'000),
+          Frame{FrameType::Credit, 1, Frame::Number(1)}.Encode(), Frame{FrameType::Credit, 1, "?"}.Encode(),
+          QByteArray("motd\n"), QByteArray("\4\0\0\0\1\377\0\0\0", 9)}) {
+        BothEnds ends;
+        auto [here, there] = ends.Open(1);
+        FillUp(ends.Open(2).first); // beside one that is in order
+        QString why;
+        QObject::connect(&ends.Far, &FramePipe::Lost, &ends, [&](const QString& said) { why = said; });
+        for (qsizetype begun = 0; begun < wrong.size() && why.isEmpty(); QTest::qWait(1)) {
+            const auto count =
+                write(ends.ToFar, wrong.constData() + begun, static_cast<std::size_t>(wrong.size() - begun));
+            begun += std::max<qsizetype>(0, count);
+        }
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !why.isEmpty(); }, 20'000)) << wrong.first(5).toHex().toStdString();
+    }
+}
+
+TEST(Streams, SilenceEndsThePipeAndQuietDoesNot)
+{
+    BothEnds quiet;
+    auto there = BothEnds::Pipe(), back = BothEnds::Pipe();
+    FramePipe silent(std::move(there[0]), std::move(back[1]), PatienceMs);
+    bool quietLost = false;
+    QString why;
+    QObject::connect(&quiet.Near, &FramePipe::Lost, &quiet, [&] { quietLost = true; });
+    QObject::connect(&silent, &FramePipe::Lost, &quiet, [&](const QString& said) { why = said; });
+    silent.Begin([](const Frame&) {});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !why.isEmpty(); }, 20'000));
+    EXPECT_EQ(why, QStringLiteral("nothing was heard for 2 seconds"));
+    EXPECT_FALSE(quietLost);
+}
