@@ -8,12 +8,13 @@
 
 namespace {
 
-/// Counts events; each is answered.
+/// Counts events; each is answered, or fails in one way.
 class Receiver : public wire::ControllerEvents::Server
 {
 public:
-    explicit Receiver(int& seen)
+    explicit Receiver(int& seen, std::optional<kj::Exception::Type> failure = {})
         : m_Seen(seen)
+        , m_Failure(failure)
     {
     }
 
@@ -21,10 +22,12 @@ private:
     kj::Promise<void> onChangeState(OnChangeStateContext) override
     {
         ++m_Seen;
+        if (m_Failure) return kj::Exception(*m_Failure, __FILE__, __LINE__, kj::str("no"));
         return kj::READY_NOW;
     }
 
     int& m_Seen;
+    const std::optional<kj::Exception::Type> m_Failure;
 };
 
 class SubscribersTest : public ::testing::Test
@@ -61,6 +64,33 @@ auto CapsOf(Message call, uint count)
 
 } // namespace
 
+TEST_F(SubscribersTest, WhatTheyOweIsCountedUntilTheyAnswerRefuseOrEnd)
+{
+    const qint32 many = m_All.MostUnanswered();
+    {
+        const auto refusing = Subscribe(kj::heap<Receiver>(m_Seen, kj::Exception::Type::FAILED));
+        Fire(60'000);
+        EXPECT_TRUE(WaitUntil([&] { return m_Seen == 60'000; })) << m_Seen << ": a refusal says nothing about the next";
+        Pause(1);
+        EXPECT_EQ(m_All.MostUnanswered(), many) << "each refusal is an answer";
+    }
+    const auto gone = Subscribe(kj::heap<Receiver>(m_Seen = 0, kj::Exception::Type::DISCONNECTED));
+    Fire(many + 1000);
+    EXPECT_EQ(m_All.Waiting(), 1000);
+    Pause(1);
+    Fire(1000);
+    EXPECT_EQ(std::pair(m_All.Waiting(), m_Seen), std::pair(qint64{0}, many)) << "it never answers again";
+    {
+        std::vector<kj::Own<SubscriptionServer>> deaf;
+        while (deaf.size() < 200) deaf.push_back(SubscribeDeaf());
+        Fire(300);
+        EXPECT_GT(m_All.Waiting(), 0);
+        EXPECT_LT(m_All.MostUnanswered(), many) << "too many are unanswered";
+    }
+    EXPECT_EQ(std::pair(m_All.Waiting(), m_All.MostUnanswered()), std::pair(qint64{0}, many));
+    EXPECT_EQ(m_All.Count(), 1u);
+}
+
 TEST_F(SubscribersTest, ThatDoNotReadKeepABoundedNumberOfEventsAndTakeNoneFromOneThatDoes)
 {
     std::vector<kj::Own<SubscriptionServer>> deaf;
@@ -84,8 +114,6 @@ TEST_F(SubscribersTest, ThatDoNotReadKeepABoundedNumberOfEventsAndTakeNoneFromOn
                                 u": as all subscribers together have 1000000 waiting, its "_s,
                                 u" reads again; %1 events were dropped."_s.arg(3 * most / 2 - kept)})
         EXPECT_TRUE(log.contains(text)) << log.toStdString();
-    deaf.clear();
-    EXPECT_EQ(m_All.Waiting(), 0) << "what they owe ends with them";
 }
 
 TEST(QuestionTable, RefusesWhatTheRpcSystemWouldTrust)
