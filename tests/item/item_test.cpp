@@ -64,28 +64,6 @@ TEST_F(ItemTest, AsksInOrderAndActivatesAnActiveItemOnceMoreWhenLoadedAndNeverWh
     EXPECT_EQ(TakeCalls() + TakeLog().join(u' '), u" put_LinkActivation(False)"_s);
 }
 
-TEST_F(ItemTest, AFailingLookUpEndsLoadingAndAFailingReadDoesNot)
-{
-    constexpr int LookUps = 2;                                   // of the controller and of the item
-    const int Activation = LookUps + int(GridCalls.count(u' ')); // asked, put, the link's asked, the linked item asked
-    Item().LinkItem = Variant(SafeArray(QList{u"D200"_s}));
-    for (int n : {1, 2, 3, Activation, Activation + 1, Activation + 2, Activation + 3, Activation + 4}) {
-        SCOPED_TRACE(n);
-        m_Server.FailCall(n, u"Call failed"_s);
-        if (n <= LookUps) EXPECT_THROW(Load(), ServerError);
-        else Load();
-        EXPECT_EQ(TakeLog(), n == Activation + 2 ? QStringList({u"Call failed"_s}) : QStringList());
-        if (m_Form) {
-            EXPECT_EQ(Check("chkActv").isChecked(), n != Activation + 1);
-            EXPECT_EQ(IsEnabled("chkLinkActv"), n <= Activation || n == Activation + 2);
-            m_Form->Unload();
-        }
-        EXPECT_EQ(ChildWindow::Forms().size(), 0);
-        EXPECT_EQ(m_Server.m_LiveObjects, 1) << "the engine";
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    }
-}
-
 TEST_F(ItemTest, ShowsEveryPropertyAndNeverReadsTheValueOfAWriteOnlyItem)
 {
     Item() = {.Name = u"D100"_s,
