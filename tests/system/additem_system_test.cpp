@@ -27,28 +27,24 @@ TEST_F(AddItemSystem, AnAddedItemStandsLastIsShownAndRemovedAgainWithoutATrace)
 {
     const QString key = PLC1 + u"\\New"_s;
     const QStringList before = Names();
-    const std::function<void()> ways[] = {[this] { Entry("btnRemove").trigger(); },
-                                          [&] { Press(Show(key), "cmdRemove"); }};
-    for (const auto& remove : ways) {
-        InAddItem([this](frmAddItem& dialog) {
-            Type(dialog, "txtItemName", u"New"_s);
-            Press(dialog, "cmdOK");
-            EXPECT_FALSE(dialog.isVisible());
-        });
-        EXPECT_EQ(TakeLog(), Called(u"Controller:AddItem"_s));
-        EXPECT_EQ(Names(), before + QStringList{u"New"_s});
-        EXPECT_EQ(m_Main->m_CurrentNode, Node(key));
-        EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"New"_s, u"0"_s}));
-        EXPECT_EQ(Cell(Show(key), u"Name"_s), u"New");
+    InAddItem([this](frmAddItem& dialog) {
+        Type(dialog, "txtItemName", u"New"_s);
+        Press(dialog, "cmdOK");
+        EXPECT_FALSE(dialog.isVisible());
+    });
+    EXPECT_EQ(TakeLog(), Called(u"Controller:AddItem"_s));
+    EXPECT_EQ(Names(), before + QStringList{u"New"_s});
+    EXPECT_EQ(m_Main->m_CurrentNode, Node(key));
+    EXPECT_EQ(Panels(), QStringList({u"Ready."_s, u"New"_s, u"0"_s}));
+    EXPECT_EQ(Cell(Show(key), u"Name"_s), u"New");
 
-        m_Main->RefreshTlbar();
-        remove();
-        EXPECT_EQ(std::exchange(m_Boxes, {}), QStringList{u"Are you sure ?"_s});
-        EXPECT_EQ(TakeLog(), Called(u"Controller:RemoveItem"_s));
-        EXPECT_EQ(Names(), before);
-        EXPECT_TRUE(ChildWindow::Forms().isEmpty());
-        EXPECT_TRUE(WaitUntilNothingIsHeld()) << m_Server.Answer(u"references"_s).toStdString();
-    }
+    m_Main->RefreshTlbar();
+    Entry("btnRemove").trigger();
+    EXPECT_EQ(std::exchange(m_Boxes, {}), QStringList{u"Are you sure ?"_s});
+    EXPECT_EQ(TakeLog(), Called(u"Controller:RemoveItem"_s));
+    EXPECT_EQ(Names(), before);
+    EXPECT_TRUE(ChildWindow::Forms().isEmpty());
+    EXPECT_TRUE(WaitUntilNothingIsHeld()) << m_Server.Answer(u"references"_s).toStdString();
 }
 
 TEST_F(AddItemSystem, TheServerGetsEveryElementInItsType)

@@ -1,8 +1,6 @@
 #include "core/LogPane.h"
 #include "tests/system/SystemConsole.h"
 
-#include <QTextBlock>
-
 namespace {
 
 class BatchSystem : public SystemConsole
@@ -48,26 +46,6 @@ TEST_F(BatchSystem, OtherWindowsLiveOnAndStopIsHeard)
     const QStringList log = TakeLog();
     EXPECT_LT(log.size(), 400'000) << "stopped before its end";
     EXPECT_EQ(log.last(2), LineLog(u"D100"_s));
-}
-
-TEST_F(BatchSystem, ALineIsSeenInTheLogWhileItsCallBlocks)
-{
-    struct Seen : QObject
-    {
-        bool eventFilter(QObject* viewport, QEvent* event) override
-        {
-            const auto* log = static_cast<LogPane*>(viewport->parent());
-            if (event->type() == QEvent::Paint) NewestLines << log->document()->lastBlock().previous().text();
-            return false;
-        }
-        QStringList NewestLines;
-    } seen;
-    Ask(u"disturb Item(PLC1\\Recipe).put_Value slow 100"_s);
-    m_Main->Log().viewport()->installEventFilter(&seen);
-    // Most calls come after a line that was just painted.
-    Press(OpenBatch((QByteArray("D100,3,120\n").repeated(4) + "Recipe,8,x\n").repeated(5)), "cmdStart");
-    for (int line = 8; line < 50; line += 10)
-        EXPECT_TRUE(seen.NewestLines.contains(u"%1 : Calling Item(Recipe):put_Value..."_s.arg(line))) << line;
 }
 
 } // namespace

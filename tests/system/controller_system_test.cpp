@@ -68,22 +68,4 @@ TEST_F(ControllerSystem, EventsArriveInOrderBetweenCallsAndNoneAfterHide)
     EXPECT_TRUE(WaitUntilNothingIsHeld());
 }
 
-TEST_F(ControllerSystem, ResultsOfEveryKindAreShown)
-{
-    const std::array<QString, 3> results[] = {
-        {u"return 18,65535"_s, u"(Unknown)"_s, u"65535"_s},
-        {u"object D100"_s, u"(Unknown)"_s, u"..."_s},
-        {u"return 8204,{8195,1,2},{0}"_s, u"ARRAY | VARIANT"_s, u"..."_s},
-        {u"return 1"_s, u"NULL"_s, QString()},
-        {u"return 8,a,b\nc"_s, u"BSTR"_s, u"a,b\nc"_s},
-        {u"return 8195,[1..]10,20"_s, u"ARRAY | I4"_s, u"[1..]10,20"_s},
-    };
-    for (const auto& [command, type, text] : results) {
-        Execute(command);
-        EXPECT_EQ(Control<ListBox>(*m_Form, "cmbExecType").currentText(), type);
-        EXPECT_EQ(Control<QLineEdit>(*m_Form, "txtExecResult").text(), text);
-        EXPECT_EQ(TakeLog(), Called(u"Controller:Execute"_s));
-    }
-}
-
 } // namespace

@@ -1,5 +1,4 @@
 #include "history/frmHistory.h"
-#include "tests/support/PostgresRun.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QLabel>
@@ -73,38 +72,6 @@ TEST_F(HistorySystem, ALongResultIsReadToItsEndAndASecondOneTakesItsPlace)
     Execute(Numbers(50'000'000) + u"SELECT i FROM n"_s);
     EXPECT_EQ(Execute(u"SELECT 'second'"_s), ExecuteLog) << "while the first is half read";
     EXPECT_EQ(Row(0), QStringList{u"second"_s});
-}
-
-TEST_F(HistorySystem, ThePresetsRunOnPostgreSql)
-{
-    const PostgresRun database;
-    ASSERT_TRUE(database.IsRunning()) << database.Problem().toStdString();
-    QTemporaryFile plant;
-    ASSERT_TRUE(plant.open());
-    plant.write("[[history.destination]]\nconnection = \"" + database.ConnectionString().toUtf8() +
-                "\"\n[[controller]]\nname = \"PLC1\"\n[[controller.item]]\nname = \"X\"\ntype = \"R8\"\n"
-                "history = true\n");
-    plant.flush();
-    m_Server.Start({u"--plant"_s, plant.fileName()});
-    StartConsoleWith(QString());
-    for (const double value : {0.0, 2.5, 5.0}) Item(u"X"_s)->put_Value(value);
-    const auto allAreRecorded = [&] {
-        return Execute(u"SELECT count(*) FROM velsql_history"_s) == ExecuteLog && Row(0) == QStringList{u"3"_s};
-    };
-    EXPECT_TRUE(QTest::qWaitFor(allAreRecorded, 20'000));
-    EXPECT_EQ(Cell(*m_Form, u"ConnectionString(1)"_s), database.ConnectionString());
-
-    // The number of rows and the beginning of the first one.
-    const QStringList results = {u"3 PLC1 X 0"_s, u"1 PLC1 X 0"_s, u"1 3"_s,
-                                 u"1 2.5"_s,      u"3 PLC1 X 0"_s, u"3 PLC1 X 5"_s};
-    for (int i = 0; i < results.size(); ++i) {
-        Control<ListBox>(*m_Form, "cmbSQLCommand").SetListIndex(i);
-        Press(*m_Form, "cmdOverwrite");
-        Press(*m_Form, "cmdExecute");
-        EXPECT_EQ(TakeLog(), ExecuteLog) << i;
-        const QString begun = Row(0).mid(0, 3).join(u' ');
-        EXPECT_EQ(u"%1 %2"_s.arg(Model().rowCount()).arg(begun), results[i]);
-    }
 }
 
 } // namespace

@@ -100,9 +100,6 @@ TEST(Programs, AnswerAndRefuseAlikeWithoutADisplay)
     }
     EXPECT_EQ(run(u"velsqlserver"_s, {u"--stop-when-idle"_s, u"soon"_s}),
               u"velsqlserver: --stop-when-idle takes a number, not \"soon\".\n2"_s);
-    const QStringList qtOptions = {u"-platform"_s, u"none"_s, u"--style=fusion"_s, u"-reverse"_s};
-    EXPECT_EQ(run(u"velsqltester"_s, qtOptions + QStringList{u"plant.toml"_s}),
-              u"velsqltester: \"plant.toml\" is not an option; --help lists them.\n2"_s);
 }
 
 /// How a process of another user fares at the socket; run as root only.
