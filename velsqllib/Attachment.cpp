@@ -87,6 +87,12 @@ void Attachment::BeginWaiting()
     m_Messages.Resume();
 }
 
+void Attachment::EndWaiting()
+{
+    m_Waiting = false;
+    m_LastCall = Clock::now() - m_CallSince;
+}
+
 /// The first look at a call comes when it has just become long.
 kj::Promise<void> Attachment::Watch()
 {

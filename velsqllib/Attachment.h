@@ -51,6 +51,8 @@ public:
     void SetLost();
     /// A ping has gone unanswered for too long; becomes false again when its answer arrives.
     bool IsHanging() const { return m_Hanging; }
+    /// Neither lost nor hanging, and the last call took 100 ms at most.
+    bool IsPrompt() const { return !m_Lost && !m_Hanging && m_LastCall <= std::chrono::milliseconds(100); }
     /// Runs what can run without waiting, and reads messages for about 10 ms at most. What the socket does not accept
     /// now is sent when it does.
     void Poll();
@@ -60,12 +62,13 @@ public:
     capnp::Response<Results> Await(capnp::RemotePromise<Results> call)
     {
         BeginWaiting();
-        KJ_DEFER(m_Waiting = false);
+        KJ_DEFER(EndWaiting());
         return m_Calls.wrap(kj::Promise<capnp::Response<Results>>(kj::mv(call))).wait(m_Loop->WaitScope());
     }
 
 private:
     void BeginWaiting();
+    void EndWaiting();
     bool IsCongested();
     bool MayRead();
     kj::Promise<void> Watch();
@@ -100,6 +103,7 @@ private:
     /// The call that the server says is not under way.
     quint64 m_UnknownCall = 0;
     Clock::time_point m_CallSince;
+    Clock::duration m_LastCall{}; ///< how long it took
     /// Since the call began or the server last proved alive.
     Clock::time_point m_WaitingSince;
     Clock::time_point m_PingSince;

@@ -57,7 +57,8 @@ public:
         }
     }
 
-    /// See VelSQLLib.
+    /// See VelSQLLib, these two.
+    bool IsPrompt() const { return m_Attachment && m_Attachment->IsPrompt(); }
     void OnLongCall(std::function<void()> action) { m_LongCall = std::move(action); }
 
     /// See VelSQLLib. With an action, a lost server is also looked for while nobody calls.

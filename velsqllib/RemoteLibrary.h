@@ -17,6 +17,7 @@ public:
     void OnLongCall(std::function<void()> action) override;
     QString Absence() const override;
     void OnServerChange(std::function<void()> action) override;
+    bool IsPrompt() const override { return m_Connection->IsPrompt(); }
     EngineRef CreateEngine() override;
     /// As CreateEngine, but starts no server: throws ServerError when none is running.
     EngineRef AttachEngine();

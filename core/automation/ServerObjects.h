@@ -173,6 +173,9 @@ public:
 
     /// Every call that has lasted about 30 ms runs the given function once; it must neither call the server nor throw.
     virtual void OnLongCall(std::function<void()>) {}
+    /// The server is there, as far as is known without asking it, and its last call took 100 ms at most: the time for a
+    /// call that nobody has asked for.
+    virtual bool IsPrompt() const { return true; }
 
     /// Why no call can succeed at present; empty while the server is there, as far as is known: a closed connection is
     /// known at once, a silent server by the first call that fails.

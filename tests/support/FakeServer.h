@@ -65,6 +65,7 @@ public:
 
     EngineRef CreateEngine() override;
     ValueConverterRef CreateValueConverter() override;
+    bool IsPrompt() const override { return m_IsPrompt; }
 
     /// Throw ServerError for names that the server does not have.
     Controller& FindController(const QString& controller);
@@ -74,6 +75,7 @@ public:
     /// What the server says of its controllers when it is not simply `m_Controllers`.
     std::optional<Variant> m_ListedControllers;
     History m_History;
+    bool m_IsPrompt = true;
     Variant m_EngineExecuteResult;
     /// The definition that the last AddItem brought; its element 0 became the name of the new item.
     Variant m_AddedDefinition;

@@ -132,6 +132,7 @@ TEST_F(ConnectionTest, AServerThatGoesIsReportedAndTheNextOneIsUsedByTheSameObje
     m_Server.Kill();
     EXPECT_EQ(Read(item), u"The connection to the server was lost; the call may still have taken effect.");
     EXPECT_EQ(Read(item), u"The server is not running.");
+    EXPECT_FALSE(m_Library.IsPrompt());
 
     m_Server.Start();
     EXPECT_TRUE(QTest::qWaitFor([&] { return Read(item) == u"3,25"; }, 10'000));
@@ -150,8 +151,10 @@ TEST_F(ConnectionTest, AServerThatGoesIsReportedAndTheNextOneIsUsedByTheSameObje
 TEST_F(ConnectionTest, ASlowCallInALivingServerIsWaitedForAndAHangingServerIsNot)
 {
     EXPECT_EQ(Execute(u"sleep 1500"_s), u"done");
+    EXPECT_FALSE(m_Library.IsPrompt());
 
     const ItemRef item = Item(u"D100"_s);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return Read(item) == u"3,25" && m_Library.IsPrompt(); }));
     m_Server.Suspend();
     EXPECT_EQ(Read(item), u"The server does not answer; the call was given up and may still take effect.");
     EXPECT_EQ(Read(item), u"The server does not answer.") << "a refresh of many rows must not wait at each";
@@ -187,6 +190,7 @@ TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
     m_Engine.reset();
     m_Server.Kill();
     RemoteLibrary alone(m_Server.SocketPath(), QString());
+    EXPECT_FALSE(alone.IsPrompt());
     EXPECT_EQ(OutcomeOf([&] { alone.CreateEngine(); }),
               u"No VelSQL server is running, and the program \"velsqlserver\" "
               u"was found neither beside this program nor on the path.");
