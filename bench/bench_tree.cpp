@@ -1,5 +1,8 @@
 #include "bench/Figures.h"
+#include "core/FindBar.h"
 #include "core/ObjectTreeModel.h"
+#include "mainwindow/ObjectTreeView.h"
+#include "mainwindow/TreeFind.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -164,6 +167,44 @@ bool CompareLookup()
     return Figures::PrintRatio(u"find / compare all"_s, costs[0].MedianUs / costs[1].MedianUs, 0.1) && found == 1000;
 }
 
+/// Keystrokes in the tree's find bar over a million names under one controller, which the first one opens, against a
+/// bare pass over the same names.
+bool CompareFinding()
+{
+    QStringList names;
+    for (int i = 0; i < 1'000'000; ++i) names << u"Line%1.Pump%2"_s.arg(i / 1000).arg(i % 1000);
+    ObjectTreeModel model;
+    ObjectTreeView view;
+    view.setModel(&model);
+    const TreeNodeRef root = model.SetRoot(u"VelSQLEngine"_s, NodeTag::Engine);
+    model.Append(model.Append(root, u"PLC1"_s, NodeTag::Controller), names, NodeTag::Item);
+    view.SelectNode(root);
+    view.show();
+    FindBar bar;
+    TreeFind find(&view, model, &bar);
+    const auto type = [&find](const QString& text) {
+        return [&find, text] {
+            find.Typed(text);
+            QApplication::processEvents();
+        };
+    };
+    qsizetype found = 0;
+    const QStringMatcher matcher(u"pump77"_s, Qt::CaseInsensitive);
+    const auto barePass = [&] {
+        for (const QString& name : std::as_const(names)) found += matcher.indexIn(name) >= 0 ? 1 : 0;
+    };
+    QList<Figures::Cost> costs = Figures::MeasureInTurn(1, 1, {type(u"p"_s)});
+    costs << Figures::MeasureInTurn(Rounds, 1, {barePass, type(u"pump77"_s), type(u"p"_s), type(u"pu"_s)});
+    const QStringList what = {u"\"p\" in a million names, opens the controller"_s, u"bare pass over the names"_s,
+                              u"\"pump77\" in place of another text"_s, u"\"p\" again"_s, u"\"pu\" after it"_s};
+    for (qsizetype i = 0; i < costs.size(); ++i) Figures::PrintCost(what[i], costs[i]);
+    const double bareUs = costs.takeAt(1).MedianUs;
+    const auto slower = [](const Figures::Cost& a, const Figures::Cost& b) { return a.MedianUs < b.MedianUs; };
+    const double slowestUs = std::max_element(costs.begin(), costs.end(), slower)->MedianUs;
+    const bool asFast = Figures::PrintRatio(u"keystroke / bare pass"_s, costs[1].MedianUs / bareUs, 2.0);
+    return Figures::PrintRatio(u"slowest keystroke / 100 ms"_s, slowestUs / 1e5, 1.0) && asFast && found > 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -191,6 +232,7 @@ int main(int argc, char** argv)
         Figures::PrintRatio(u"memory a node / 200 bytes"_s, Median(own, &Figure::BytesPerNode) / 200, 1.0),
         Figures::PrintRatio(u"destroy / QTreeWidget"_s, ratio(&Figure::DestroyMs), 1.0),
         CompareLookup(),
+        CompareFinding(),
     };
     return std::all_of(std::begin(kept), std::end(kept), [](bool one) { return one; }) ? 0 : 1;
 }

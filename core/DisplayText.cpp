@@ -4,7 +4,6 @@
 
 namespace {
 
-constexpr qsizetype LineLength = 1000;
 constexpr qsizetype ToolTipLength = 2000;
 /// Longer runs without a blank get places where they may be wrapped.
 constexpr qsizetype WordLength = 60;
@@ -41,10 +40,10 @@ bool IsLineEnd(QChar character)
            character == QChar::ParagraphSeparator;
 }
 
-QString OneLine(const QString& text)
+QString OneLine(const QString& text, qsizetype length)
 {
-    if (text.size() <= LineLength && std::none_of(text.begin(), text.end(), IsLineEnd)) return text;
-    QString line = Shortened(text, LineLength);
+    if (text.size() <= length && std::none_of(text.begin(), text.end(), IsLineEnd)) return text;
+    QString line = Shortened(text, length);
     line.replace(QStringLiteral("\r\n"), QStringLiteral(" "));
     std::replace_if(line.begin(), line.end(), IsLineEnd, QChar(u' '));
     return line;

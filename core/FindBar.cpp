@@ -53,6 +53,7 @@ void FindBar::AddKeys(QWidget* scope)
 void FindBar::MakeNarrow()
 {
     m_Ui->layFind->setDirection(QBoxLayout::TopToBottom);
+    m_Ui->layFind->setContentsMargins(4, 0, 4, 4);
     m_Ui->lblFound->setWordWrap(true);
     m_Ui->lblFind->setText(m_Ui->lblFind->text().remove(u'&'));
     for (QPushButton* button : {m_Ui->cmdFindNext, m_Ui->cmdFindPrevious, m_Ui->cmdFindClose})

@@ -43,6 +43,8 @@ public:
     TreeNodeRef Parent() const { return TreeNodeRef(m_Parent); }
     int ChildCount() const { return static_cast<int>(m_Children.size()); }
     TreeNodeRef Child(int row) const { return m_Children.at(static_cast<std::size_t>(row)); }
+    /// For passes over very many nodes.
+    const std::vector<TreeNodeRef>& Children() const { return m_Children; }
     /// Position among its siblings; 0 for a root.
     int Row() const { return m_Row; }
     /// False once the node, or one of its ancestors, has been removed.

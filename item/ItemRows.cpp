@@ -41,13 +41,6 @@ QString JoinNames(const Variant& names)
     return texts.join(u',');
 }
 
-/// Never asks a write-only item for its value.
-QString ReadValue(VelSQLItem& item)
-{
-    if (item.get_Attribute() == AttributeWriteOnly) return QStringLiteral("n/a");
-    return ValueToDisplayText(item.get_Value());
-}
-
 PropertyRows SettingDataRows(const ItemRef& item)
 {
     PropertyRows rows;
@@ -58,6 +51,12 @@ PropertyRows SettingDataRows(const ItemRef& item)
 }
 
 } // namespace
+
+QString ReadableValue(VelSQLItem& item)
+{
+    if (item.get_Attribute() == AttributeWriteOnly) return QStringLiteral("n/a");
+    return ValueToDisplayText(item.get_Value());
+}
 
 PropertyRows ItemRows(const ItemRef& item)
 {
@@ -71,7 +70,7 @@ PropertyRows ItemRows(const ItemRef& item)
         {u"Activation"_s, [item] { return FormatBool(item->get_Activation()); }},
         {u"LinkActivation"_s, [item] { return FormatBool(item->get_LinkActivation()); }},
         {u"State"_s, [item] { return FormatState(item->get_State()); }},
-        {u"Value"_s, [item] { return ReadValue(*item); }, none},
+        {u"Value"_s, [item] { return ReadableValue(*item); }, none},
         {u"DateTime"_s, [item] { return ToPlainText(item->get_DateTime()); }},
         {u"Microsecond"_s, [item] { return QString::number(item->get_Microsecond()); }},
         {u"Tag"_s, [item] { return ValueToDisplayText(item->get_Tag()); }, none},

@@ -6,10 +6,13 @@
 
 #include <QContextMenuEvent>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QStyledItemDelegate>
 #include <QToolTip>
 
 namespace {
+
+constexpr int RestMs = 700;
 
 class NodeDelegate : public QStyledItemDelegate
 {
@@ -33,7 +36,10 @@ ObjectTreeView::ObjectTreeView(QWidget* parent)
     setHeaderHidden(true);
     setUniformRowHeights(true);
     setEditTriggers(NoEditTriggers);
-    setExpandsOnDoubleClick(false); // A double-click opens the node's window.
+    setExpandsOnDoubleClick(false);     // A double-click opens the node's window.
+    viewport()->setMouseTracking(true); // To know when the mouse rests.
+    m_HasRested.setSingleShot(true);
+    connect(&m_HasRested, &QTimer::timeout, this, &ObjectTreeView::SayOfNode);
 }
 
 TreeNodeRef ObjectTreeView::SelectedNode() const
@@ -52,6 +58,39 @@ void ObjectTreeView::SelectNode(const TreeNodeRef& node)
 void ObjectTreeView::SetDimmed(bool dimmed)
 {
     if (std::exchange(m_Dimmed, dimmed) != dimmed) viewport()->update();
+}
+
+void ObjectTreeView::GoTo(const TreeNodeRef& node)
+{
+    SelectNode(node);
+    Q_EMIT NodeKey(node);
+}
+
+void ObjectTreeView::MarkNode(const TreeNodeRef& node)
+{
+    m_Marked = static_cast<ObjectTreeModel*>(model())->IndexOf(node);
+    if (m_Marked.isValid()) scrollTo(m_Marked);
+    viewport()->update();
+}
+
+void ObjectTreeView::currentChanged(const QModelIndex& current, const QModelIndex& previous)
+{
+    if (m_Marked.isValid()) MarkNode({});
+    QTreeView::currentChanged(current, previous);
+}
+
+void ObjectTreeView::drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    if (index != m_Marked) return QTreeView::drawRow(painter, option, index);
+    QColor colour = option.palette.color(QPalette::Highlight);
+    const QRect box(QPoint(visualRect(index).left(), option.rect.top()), option.rect.bottomRight());
+    painter->save();
+    painter->setPen(colour);
+    colour.setAlphaF(0.3F);
+    painter->setBrush(colour);
+    painter->drawRect(box.adjusted(0, 0, -1, -1));
+    painter->restore();
+    QTreeView::drawRow(painter, option, index);
 }
 
 void ObjectTreeView::mousePressEvent(QMouseEvent* event)
@@ -99,16 +138,41 @@ void ObjectTreeView::contextMenuEvent(QContextMenuEvent* event)
 
 bool ObjectTreeView::viewportEvent(QEvent* event)
 {
-    if (event->type() != QEvent::ToolTip) return QTreeView::viewportEvent(event);
-    ShowToolTip(static_cast<QHelpEvent&>(*event));
-    return true;
+    switch (event->type()) {
+    case QEvent::ToolTip: ToolTipAsked(static_cast<QHelpEvent*>(event)->pos()); return true;
+    case QEvent::MouseMove: m_SinceMoved.start(); [[fallthrough]];
+    case QEvent::Leave:
+    case QEvent::MouseButtonPress:
+    case QEvent::Wheel: m_HasRested.stop(); break;
+    default: break;
+    }
+    return QTreeView::viewportEvent(event);
 }
 
-void ObjectTreeView::ShowToolTip(const QHelpEvent& event)
+/// Comes after a rest, but at once while another tip is up.
+void ObjectTreeView::ToolTipAsked(const QPoint& place)
 {
-    const QModelIndex index = indexAt(event.pos());
-    const bool isShortened = index.isValid() && sizeHintForIndex(index).width() > visualRect(index).width();
-    QToolTip::showText(event.globalPos(), isShortened ? ToolTipHtml(NodeOf(index)->Text()) : QString(), this);
+    m_ToolTipPlace = place;
+    const qint64 rested = m_SinceMoved.isValid() ? m_SinceMoved.elapsed() : 0;
+    if (rested >= RestMs) return SayOfNode();
+    ShowToolTip({});
+    m_HasRested.start(static_cast<int>(RestMs - rested));
+}
+
+void ObjectTreeView::SayOfNode()
+{
+    const TreeNodeRef node = NodeOf(indexAt(m_ToolTipPlace));
+    ShowToolTip(node ? m_SayOfNode(*node) : QString());
+}
+
+void ObjectTreeView::ShowToolTip(const QString& saidOfNode)
+{
+    const QModelIndex index = indexAt(m_ToolTipPlace);
+    const QRect box = visualRect(index);
+    QStringList lines = {saidOfNode};
+    if (index.isValid() && sizeHintForIndex(index).width() > box.width()) lines.prepend(NodeOf(index)->Text());
+    lines.removeAll(QString());
+    QToolTip::showText(viewport()->mapToGlobal(m_ToolTipPlace), ToolTipHtml(lines.join(u'\n')), viewport(), box);
 }
 
 QItemSelectionModel::SelectionFlags ObjectTreeView::selectionCommand(const QModelIndex& index, const QEvent*) const

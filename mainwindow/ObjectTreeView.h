@@ -2,7 +2,11 @@
 
 #include "core/TreeNode.h"
 
+#include <QElapsedTimer>
+#include <QTimer>
 #include <QTreeView>
+
+#include <functional>
 
 /// The object tree as the operator uses it: signals what mouse and keyboard do to nodes; selecting from code signals
 /// nothing.
@@ -20,6 +24,14 @@ public:
     /// Dims all nodes; the selection stays as it is.
     void SetDimmed(bool dimmed);
     bool IsDimmed() const { return m_Dimmed; }
+    /// The same as an operator's key does it.
+    void GoTo(const TreeNodeRef& node);
+    /// Shows the node without selecting it, until the selection moves; null marks none. Expands its ancestors and
+    /// scrolls to it.
+    void MarkNode(const TreeNodeRef& node);
+    TreeNodeRef MarkedNode() const { return NodeOf(m_Marked); }
+    /// What a tool tip says of a node besides its name; asked for when the mouse has rested on it for 0.7 s.
+    void SetSayOfNode(std::function<QString(const TreeNode&)> say) { m_SayOfNode = std::move(say); }
 
 Q_SIGNALS:
     /// A button was pressed anywhere on the tree.
@@ -40,13 +52,22 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool viewportEvent(QEvent* event) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    void drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
 
 private:
-    /// Shows the whole name when the pane is too narrow for it.
-    void ShowToolTip(const QHelpEvent& event);
+    /// Shows the whole name when the pane is too narrow for it, and once the mouse has rested what there is to say.
+    void ToolTipAsked(const QPoint& place);
+    void ShowToolTip(const QString& saidOfNode);
+    void SayOfNode();
     TreeNodeRef NodeOf(const QModelIndex& index) const;
     TreeNodeRef NodeUnder(const QPoint& position) const;
 
     bool m_Dimmed = false;
+    QPersistentModelIndex m_Marked;
+    std::function<QString(const TreeNode&)> m_SayOfNode = [](const TreeNode&) { return QString(); };
+    QElapsedTimer m_SinceMoved;
+    QTimer m_HasRested;
+    QPoint m_ToolTipPlace;
 };

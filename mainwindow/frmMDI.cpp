@@ -11,6 +11,7 @@
 #include "mainwindow/EditTarget.h"
 #include "mainwindow/ErrorMark.h"
 #include "mainwindow/HelpKey.h"
+#include "mainwindow/ItemTip.h"
 #include "mainwindow/LinePaste.h"
 #include "mainwindow/LogMenu.h"
 #include "mainwindow/NodeImages.h"
@@ -19,12 +20,14 @@
 #include "mainwindow/PanesLayout.h"
 #include "mainwindow/ScrollToFocus.h"
 #include "mainwindow/StatusPanels.h"
+#include "mainwindow/TreeFind.h"
 
 #include <QCloseEvent>
 #include <QDialog>
 #include <QFileInfo>
 #include <QPointer>
 #include <QScreen>
+#include <QShortcut>
 #include <QVersionNumber>
 
 namespace {
@@ -61,16 +64,17 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     SetFirstSize();
     m_Panels.emplace(stbrMain);
     LoadNodeImages(m_Tree);
-    m_Panes = new PanesLayout({picFrame, lblObject, treeObject, picVBar, mdiChildren, picHBar, lblLog, txtLog});
+    m_Panes = new PanesLayout({picFrame, lblObject, fraTree, picVBar, mdiChildren, picHBar, lblLog, txtLog});
     m_EditTarget = new EditTarget(this);
     new LinePaste(this);
     new AccessKeys(mnuBar);
     m_ErrorMark = new ErrorMark(txtLog, mdiChildren);
-    new PaneKeys(this, treeObject, mdiChildren, m_ErrorMark, txtLog);
+    new PaneKeys(this, fraTree, mdiChildren, m_ErrorMark, txtLog);
     new HelpKey(this, m_Guide);
     new ScrollToFocus(mdiChildren);
     ConnectTree();
     ConnectPresence();
+    ConnectFindBar();
     ConnectMenus();
     ConnectPopups();
     ConnectLogPopup();
@@ -111,6 +115,7 @@ void frmMDI::ConnectTree()
 {
     treeObject->setModel(&m_Tree);
     treeObject->setFocus();
+    treeObject->SetSayOfNode([this](const TreeNode& node) { return ReadItemTip(node, Services().Library); });
     connect(treeObject, &ObjectTreeView::MouseDown, this, &frmMDI::treeObject_MouseDown);
     connect(treeObject, &ObjectTreeView::NodeClick, this, &frmMDI::treeObject_NodeClick);
     connect(treeObject, &ObjectTreeView::NodeKey, this, &frmMDI::treeObject_NodeKey);
@@ -126,6 +131,18 @@ void frmMDI::ConnectPresence()
         const QString absence = Services().Presence.Absence();
         treeObject->SetDimmed(!absence.isEmpty());
         treeObject->setAccessibleDescription(absence);
+    });
+}
+
+void frmMDI::ConnectFindBar()
+{
+    fraTree->setFocusProxy(treeObject);
+    fraFind->MakeNarrow();
+    fraFind->SetTarget(std::make_unique<TreeFind>(treeObject, m_Tree, fraFind));
+    fraFind->AddKeys(fraTree);
+    auto* escape = new QShortcut(Qt::Key_Escape, fraTree, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QShortcut::activated, fraFind, [this] {
+        if (fraFind->isVisible()) fraFind->Close();
     });
 }
 

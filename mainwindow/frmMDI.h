@@ -56,6 +56,7 @@ private:
     void BindCall(QAction* entry, QStringView object, QStringView operation, void (VelSQLEngine::*call)());
     void ConnectTree();
     void ConnectPresence();
+    void ConnectFindBar();
     void ConnectMenus();
     void ConnectPopups();
     void ConnectLogPopup();
