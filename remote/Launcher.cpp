@@ -43,7 +43,7 @@ void Launcher::Offer()
         if (m_Link.State().IsUp) m_Socket.Listen(true);
         m_Link.State().Write(m_Socket.Path());
         if (!m_Link.State().IsUp) m_Socket.Listen(false);
-        if (m_Program.state() == QProcess::NotRunning) StartProgram();
+        if (!std::exchange(m_IsStarted, true)) StartProgram();
     } catch (const DescribedError& error) {
         Fail(NoServer, error.Description());
     }

@@ -34,4 +34,5 @@ private:
     Link m_Link;
     PrivateSocket m_Socket;
     QProcess m_Program;
+    bool m_IsStarted = false;
 };

@@ -122,6 +122,7 @@ void Link::Use(const Greeting& greeting)
 
 void Link::Handle(const Frame& frame)
 {
+    if (!m_Pipe) return; // from one that is given up
     if (frame.Type != FrameType::Server) return m_Streams->Handle(frame);
     if (frame.Payload.isEmpty()) throw DescribedError(QStringLiteral("A message is empty."));
     TakeNews(static_cast<ServerNews>(frame.Payload[0]), QString::fromUtf8(frame.Payload.mid(1)));

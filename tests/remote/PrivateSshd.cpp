@@ -114,7 +114,7 @@ void PrivateSshd::Stop()
     m_Process.kill();
     m_Process.waitForFinished();
     for (const QByteArray& child : children)
-        if (child.toInt() > 0) kill(child.toInt(), SIGKILL);
+        if (child.toInt() > 0) kill(child.toInt(), SIGKILL); // the sessions outlive it otherwise
 }
 
 void PrivateSshd::Write(const QString& name, const QByteArray& text) const
@@ -139,13 +139,14 @@ void PrivateSshd::InstallThere(const QString& name, const QByteArray& script) co
     MakeScript(QStringLiteral("there/bin/") + name, script);
 }
 
-QList<pid_t> PrivateSshd::Processes(const QByteArray& text)
+QList<pid_t> PrivateSshd::Processes(const QByteArray& text) const
 {
     QList<pid_t> found;
     for (const QString& name : QDir(QStringLiteral("/proc")).entryList(QDir::Dirs)) {
         const QString path = QStringLiteral("/proc/%1/").arg(name);
-        const bool isOurs = name.toInt() > 0 && name.toInt() != getpid() && QFileInfo(path).ownerId() == geteuid();
-        if (isOurs && ContentOf(path + QStringLiteral("cmdline")).replace('\0', ' ').contains(text))
+        const QByteArray line = ContentOf(path + QStringLiteral("cmdline")).replace('\0', ' ');
+        const QByteArray all = line + ContentOf(path + QStringLiteral("environ"));
+        if (name.toInt() > 0 && line.startsWith(text + ' ') && all.contains(QFile::encodeName(m_Folder.path())))
             found.append(name.toInt());
     }
     return found;

@@ -23,8 +23,8 @@ public:
     QByteArray Read(const QString& name) const;
     /// Puts a program in front of those on the path of the machine.
     void InstallThere(const QString& name, const QByteArray& script) const;
-    /// The processes of this test whose command lines hold the text.
-    static QList<pid_t> Processes(const QByteArray& text);
+    /// The processes at either side whose command lines begin with these words.
+    QList<pid_t> Processes(const QByteArray& text) const;
 
 private:
     void MakeKeys() const;
