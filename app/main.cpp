@@ -4,8 +4,10 @@
 #include "core/ConsoleStyle.h"
 #include "mainwindow/DesktopColours.h"
 #include "mainwindow/frmMDI.h"
+#include "mainwindow/LinkBand.h"
 #include "mainwindow/Start.h"
 #include "velsqllib/RemoteLibrary.h"
+#include "velsqllib/RemoteLink.h"
 
 #include <QApplication>
 
@@ -35,6 +37,17 @@ std::optional<int> AnswerWithoutWindow(int argc, char** argv)
     }
 }
 
+/// Below velsqlremote nobody takes the server of another machine for that of his own.
+void ShowLink(frmMDI& mainWindow)
+{
+    const std::optional<QString> socket = RemoteLink::Socket();
+    if (!socket) return;
+    new LinkBand(mainWindow, [socket] {
+        const RemoteLink link = RemoteLink::Read(*socket);
+        return LinkBand::State{link.Place, link.Trouble, link.IsUp};
+    });
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -51,5 +64,7 @@ int main(int argc, char** argv)
     Platform platform;
     ConsoleServices services{library, platform};
     const auto mainWindow = StartConsole(services);
-    return mainWindow ? QApplication::exec() : EXIT_FAILURE;
+    if (!mainWindow) return EXIT_FAILURE;
+    ShowLink(*mainWindow);
+    return QApplication::exec();
 }
