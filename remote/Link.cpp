@@ -180,6 +180,7 @@ QString Link::WhyEnded(int exitCode) const
     if (exitCode == wrongUse) parts << QStringLiteral("its velsqlserver cannot be connected to; it may be too old");
     if (!m_Ssh->LastWords().isEmpty()) parts << m_Ssh->LastWords();
     if (!m_Greeting.Before().isEmpty()) parts << m_Greeting.Before();
-    if (parts.isEmpty()) parts << QStringLiteral("the link has ended with code %1").arg(exitCode);
+    if (parts.isEmpty() && exitCode < 0) parts << QStringLiteral("ssh was killed");
+    if (parts.isEmpty()) parts << QStringLiteral("ssh has ended with code %1").arg(exitCode);
     return parts.join(u'\n');
 }

@@ -63,7 +63,8 @@ bool Connection::Attach()
 QString Connection::Absence() const
 {
     if (IsLost()) return WhyUnreachable();
-    return m_Attachment && m_Attachment->IsHanging() ? QStringLiteral("The server does not answer.") : QString();
+    return m_Attachment && m_Attachment->IsHanging() ? WithPlace(QStringLiteral("The server does not answer."))
+                                                     : QString();
 }
 
 void Connection::Search()
@@ -117,16 +118,22 @@ QString Connection::WhyUnreachable() const
     return QStringLiteral("The server on %1 cannot be reached: %2").arg(link.Place, why);
 }
 
+QString Connection::WithPlace(QString text) const
+{
+    static const QString server = QStringLiteral("he server");
+    const qsizetype at = text.indexOf(server);
+    if (!m_IsRemote || at < 0) return text;
+    return text.insert(at + server.size(), QStringLiteral(" on ") + RemoteLink::Read(m_SocketPath).Place);
+}
+
 ServerError Connection::ToServerError(const kj::Exception& failure) const
 {
     const kj::StringPtr description = failure.getDescription();
     if (!IsLocal(failure)) return ServerError(ToText(description.slice(RemotePrefix.size())));
     if (failure.getType() == kj::Exception::Type::DISCONNECTED)
         return ServerError(
-            QStringLiteral("The connection to the server%1 was lost; the call may still have taken "
-                           "effect.")
-                .arg(m_IsRemote ? QStringLiteral(" on ") + RemoteLink::Read(m_SocketPath).Place : QString()));
-    return ServerError(ToText(description));
+            WithPlace(QStringLiteral("The connection to the server was lost; the call may still have taken effect.")));
+    return ServerError(WithPlace(ToText(description)));
 }
 
 void Connection::PollLater()

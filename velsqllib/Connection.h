@@ -79,6 +79,8 @@ private:
     void NoteState();
     void TellState();
     void NoteFailure(const kj::Exception& failure);
+    /// A text of this side about the server, with the machine where it runs if that is another one.
+    QString WithPlace(QString text) const;
     [[nodiscard]] ServerError ToServerError(const kj::Exception& failure) const;
 
     QString m_SocketPath;

@@ -24,15 +24,6 @@ quint16 FreePort()
     return ntohs(address.sin_port);
 }
 
-bool Answers(quint16 port)
-{
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    const sockaddr_in address{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
-    const bool answers = connect(probe, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
-    close(probe);
-    return answers;
-}
-
 QByteArray ContentOf(const QString& path)
 {
     QFile file(path);
@@ -102,7 +93,7 @@ void PrivateSshd::Start()
     m_Process.start(QStringLiteral("/usr/sbin/sshd"),
                     {QStringLiteral("-De"), QStringLiteral("-f"), Path(QStringLiteral("sshd"))});
     const QDeadlineTimer patience(20'000);
-    while (!Answers(m_Port)) {
+    while (!Read(QStringLiteral("sshd.log")).contains("Server listening")) {
         if (patience.hasExpired()) qFatal("sshd did not start: %s", Read(QStringLiteral("sshd.log")).constData());
         QThread::msleep(10);
     }

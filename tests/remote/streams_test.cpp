@@ -46,7 +46,6 @@ struct BothEnds : QObject
     }
 
     std::array<Descriptor, 2> There = Pipe(), Back = Pipe();
-    const int ToFar = There[1].Number();
     FramePipe Near{std::move(Back[0]), std::move(There[1]), PatienceMs};
     FramePipe Far{std::move(There[0]), std::move(Back[1]), PatienceMs};
     Streams NearStreams{Near}, FarStreams{Far};
@@ -109,39 +108,4 @@ TEST(Streams, OneThatStandsStillDelaysNoOtherAndIsLimited)
         },
         20'000))
         << "what was sent before the end arrives: " << late << " of " << sent;
-}
-
-TEST(Streams, WrongFramesEndThePipe)
-{
-    for (const QByteArray& wrong :
-         {Frame{FrameType::Data, 1, QByteArray(10, 'x')}.Encode().repeated(200'000),
-          Frame{FrameType::Credit, 1, Frame::Number(1)}.Encode(), Frame{FrameType::Credit, 1, "?"}.Encode(),
-          QByteArray("motd\n"), QByteArray("\4\0\0\0\1\377\0\0\0", 9)}) {
-        BothEnds ends;
-        auto [here, there] = ends.Open(1);
-        FillUp(ends.Open(2).first); // beside one that is in order
-        QString why;
-        QObject::connect(&ends.Far, &FramePipe::Lost, &ends, [&](const QString& said) { why = said; });
-        for (qsizetype begun = 0; begun < wrong.size() && why.isEmpty(); QTest::qWait(1)) {
-            const auto count =
-                write(ends.ToFar, wrong.constData() + begun, static_cast<std::size_t>(wrong.size() - begun));
-            begun += std::max<qsizetype>(0, count);
-        }
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !why.isEmpty(); }, 20'000)) << wrong.first(5).toHex().toStdString();
-    }
-}
-
-TEST(Streams, SilenceEndsThePipeAndQuietDoesNot)
-{
-    BothEnds quiet;
-    auto there = BothEnds::Pipe(), back = BothEnds::Pipe();
-    FramePipe silent(std::move(there[0]), std::move(back[1]), PatienceMs);
-    bool quietLost = false;
-    QString why;
-    QObject::connect(&quiet.Near, &FramePipe::Lost, &quiet, [&] { quietLost = true; });
-    QObject::connect(&silent, &FramePipe::Lost, &quiet, [&](const QString& said) { why = said; });
-    silent.Begin([](const Frame&) {});
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !why.isEmpty(); }, 20'000));
-    EXPECT_EQ(why, QStringLiteral("nothing was heard for 2 seconds"));
-    EXPECT_FALSE(quietLost);
 }
