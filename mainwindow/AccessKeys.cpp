@@ -10,6 +10,9 @@
 #include <QTabBar>
 #include <QTimer>
 
+#include <algorithm>
+#include <iterator>
+
 namespace {
 
 bool IsKeyOf(const QString& caption, int key)
@@ -42,24 +45,32 @@ bool AccessKeys::eventFilter(QObject*, QEvent* event)
 
 bool AccessKeys::KeyComes(QEvent& event)
 {
-    const Owner owner = OwnerIn(static_cast<QKeyEvent&>(event));
-    m_IsDead = owner == Owner::Disabled;
-    if (owner == Owner::Enabled) TakeMenuBarOut();
+    const QList<QWidget*> owners = OwnersOf(static_cast<QKeyEvent&>(event));
+    QList<QWidget*> enabled;
+    std::ranges::copy_if(owners, std::back_inserter(enabled), &QWidget::isEnabled);
+    m_IsDead = !owners.isEmpty() && enabled.size() != 1;
+    if (enabled.size() == 1) TakeMenuBarOut();
+    if (enabled.size() > 1) FocusNext(enabled);
     if (m_IsDead) event.accept(); // prevents the search for a shortcut
     return m_IsDead;
 }
 
-AccessKeys::Owner AccessKeys::OwnerIn(const QKeyEvent& event)
+QList<QWidget*> AccessKeys::OwnersOf(const QKeyEvent& event)
 {
     const QWidget* child = event.modifiers() == Qt::AltModifier ? ActiveChild() : nullptr;
-    if (!child) return Owner::None;
-    Owner owner = Owner::None;
-    for (const QWidget* control : child->findChildren<QWidget*>()) {
-        if (!control->isVisible() || !HasAccessKey(control, event.key())) continue;
-        if (control->isEnabled()) return Owner::Enabled;
-        owner = Owner::Disabled;
-    }
-    return owner;
+    QList<QWidget*> owners;
+    if (!child) return owners;
+    std::ranges::copy_if(child->findChildren<QWidget*>(), std::back_inserter(owners), [&event](const QWidget* control) {
+        return control->isVisible() && HasAccessKey(control, event.key());
+    });
+    return owners;
+}
+
+/// From anywhere else the first one is next. Qt would go on from the key's last press, whichever window that was in.
+void AccessKeys::FocusNext(const QList<QWidget*>& controls)
+{
+    const qsizetype current = controls.indexOf(QApplication::focusWidget());
+    controls[(current + 1) % controls.size()]->setFocus(Qt::ShortcutFocusReason);
 }
 
 bool AccessKeys::HasAccessKey(const QWidget* control, int key)
