@@ -52,6 +52,16 @@ PrivateSshd::PrivateSshd()
     Start();
 }
 
+PrivateSshd::~PrivateSshd()
+{
+    Stop();
+    const QByteArray server =
+        QFile::encodeName(QCoreApplication::applicationDirPath() + QStringLiteral("/velsqlserver"));
+    for (const pid_t process : Processes(server)) kill(process, SIGKILL);
+    const QDeadlineTimer patience(20'000); // it writes into the folder until its end
+    while (!Processes(server).isEmpty() && !patience.hasExpired()) QThread::msleep(10);
+}
+
 void PrivateSshd::MakeKeys() const
 {
     for (const char* key : {"host", "user", "stranger"})

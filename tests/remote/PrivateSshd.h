@@ -9,7 +9,8 @@ class PrivateSshd
 {
 public:
     PrivateSshd();
-    ~PrivateSshd() { Stop(); }
+    /// Ends its server, too.
+    ~PrivateSshd();
 
     void Start();
     /// Ends it with all sessions, as a reboot does.
