@@ -10,6 +10,7 @@
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
+#include "core/WindowPlace.h"
 
 #include <QPointer>
 
@@ -49,6 +50,8 @@ frmAddItem::frmAddItem(QWidget* parent)
     connect(cmdOK, &QPushButton::clicked, this, &frmAddItem::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmAddItem::reject);
     Form_Load();
+    for (QLineEdit* operand : {txtItem_1, txtItem_7}) operand->setMinimumWidth(18 * fontMetrics().averageCharWidth());
+    SetFirstSize(*this, sizeHint());
 }
 
 void frmAddItem::ConnectLists()

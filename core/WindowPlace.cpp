@@ -1,5 +1,8 @@
 #include "core/WindowPlace.h"
 
+#include <QScreen>
+#include <QWidget>
+
 #include <algorithm>
 #include <limits>
 
@@ -91,4 +94,12 @@ QPoint LeastCoveringPlace(const WindowRoom& room, const QSize& size)
         }
     }
     return best;
+}
+
+void SetFirstSize(QWidget& window, const QSize& wanted)
+{
+    const QFontMetrics letter = window.fontMetrics();
+    const QSize frame(2 * letter.averageCharWidth(), 3 * letter.height()); // of the window manager
+    const QWidget* placed = window.parentWidget() ? window.parentWidget() : &window;
+    window.resize(wanted.boundedTo(placed->screen()->availableSize() - frame));
 }

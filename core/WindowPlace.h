@@ -3,6 +3,8 @@
 #include <QList>
 #include <QRect>
 
+class QWidget;
+
 /// What a new window's place depends on.
 struct WindowRoom
 {
@@ -18,3 +20,7 @@ struct WindowRoom
 /// that titles stay in sight and no window disappears behind it; the topmost, then the leftmost of equal places.
 /// A window larger than the area begins where the area does. The same windows always give the same place.
 QPoint LeastCoveringPlace(const WindowRoom& room, const QSize& size);
+
+/// Makes a window of its own as large as wanted, unless its screen, or its parent's, leaves less inside a window
+/// manager's frame.
+void SetFirstSize(QWidget& window, const QSize& wanted);

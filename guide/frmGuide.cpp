@@ -1,7 +1,8 @@
 #include "guide/frmGuide.h"
 
+#include "core/WindowPlace.h"
+
 #include <QApplication>
-#include <QScreen>
 #include <QShortcut>
 #include <QStyle>
 #include <QWindow>
@@ -18,14 +19,9 @@ frmGuide::frmGuide(const QString& folder)
     setWindowIcon(style()->standardIcon(QStyle::SP_DialogHelpButton));
     txtPage->SetFolder(folder);
     fraFind->SetPane(txtPage);
-    SetFirstSize();
+    SetFirstSize(*this, {140 * fontMetrics().averageCharWidth(), 50 * fontMetrics().height()});
     ConnectCommands();
     ConnectKeys();
-}
-
-void frmGuide::SetFirstSize()
-{
-    resize(QSize(860, 720).boundedTo(screen()->availableSize() * 9 / 10));
 }
 
 void frmGuide::ConnectCommands()

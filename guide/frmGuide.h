@@ -15,7 +15,6 @@ public:
     void ShowPage(const QString& page);
 
 private:
-    void SetFirstSize();
     void ConnectCommands();
     void ConnectKeys();
     void StandBeside(QWidget* dialog);

@@ -4,6 +4,7 @@
 #include "core/ConsoleServices.h"
 #include "core/MessageBoxes.h"
 #include "core/modMain.h"
+#include "core/WindowPlace.h"
 #include "mainwindow/AccessKeys.h"
 #include "mainwindow/CommandEntries.h"
 #include "mainwindow/EditTarget.h"
@@ -22,7 +23,6 @@
 #include <QCloseEvent>
 #include <QDialog>
 #include <QPointer>
-#include <QScreen>
 #include <QShortcut>
 
 namespace {
@@ -46,7 +46,7 @@ frmMDI::frmMDI(ConsoleServices& services, ObjectWindows windows)
     , m_Guide(services.System)
 {
     setupUi(this);
-    SetFirstSize();
+    SetFirstSize(*this, {230 * fontMetrics().averageCharWidth(), 62 * fontMetrics().height()});
     m_Panels.emplace(stbrMain);
     LoadNodeImages(m_Tree);
     m_Panes = new PanesLayout({picFrame, lblObject, fraTree, picVBar, mdiChildren, picHBar, lblLog, txtLog});
@@ -75,14 +75,6 @@ frmMDI::~frmMDI()
     // If dropping the engine's name has failed, it is still there.
     modMain::ScriptTool.reset();
     modMain::SetMainWindow(nullptr);
-}
-
-void frmMDI::SetFirstSize()
-{
-    const QSize letter(fontMetrics().averageCharWidth(), fontMetrics().height());
-    const QSize frame(2 * letter.width(), 3 * letter.height()); // of the window manager
-    const QSize wanted(230 * letter.width(), 62 * letter.height());
-    resize(wanted.boundedTo(screen()->availableSize() - frame));
 }
 
 void frmMDI::ConnectTree()

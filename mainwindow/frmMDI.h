@@ -47,7 +47,6 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void SetFirstSize();
     /// Connects an entry or button to its command. An exception from the command ends in one log line, not in the event
     /// loop.
     template <typename Command, typename... Arguments>

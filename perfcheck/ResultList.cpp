@@ -14,7 +14,8 @@ ResultList::ResultList(QWidget* parent)
     setUniformRowHeights(true);
     setItemDelegate(new OneLineDelegate(this));
     const int character = fontMetrics().averageCharWidth();
-    header()->resizeSection(0, std::max(20 * character, fontMetrics().horizontalAdvance(tr("ERROR OCCURED! ")) + 12));
+    header()->resizeSection(
+        0, std::max(20 * character, fontMetrics().horizontalAdvance(tr("ERROR OCCURED!")) + 3 * character));
     header()->resizeSection(1, fontMetrics().horizontalAdvance(QStringLiteral("00/00 00:00:00.000")) + 3 * character);
     header()->resizeSection(2, fontMetrics().horizontalAdvance(tr("Time Required (ms)")) + 4 * character);
 }
@@ -24,4 +25,11 @@ void ResultList::AddRow(const QString& action, const QString& time, const QStrin
     auto* row = new QTreeWidgetItem(this, {action, time, timeRequired, value});
     row->setToolTip(3, ToolTipHtml(value));
     scrollToItem(row);
+}
+
+QSize ResultList::sizeHint() const
+{
+    const int columns = header()->sectionPosition(3) + 30 * fontMetrics().averageCharWidth();
+    const int rows = header()->sizeHint().height() + 20 * fontMetrics().height();
+    return QSize(columns, rows).grownBy(QMargins() + frameWidth());
 }

@@ -13,4 +13,7 @@ public:
     /// Appends a row and scrolls to it; missing columns stay empty.
     void AddRow(const QString& action, const QString& time = {}, const QString& timeRequired = {},
                 const QString& value = {});
+
+    /// Room for 20 rows and for usual values.
+    QSize sizeHint() const override;
 };

@@ -7,6 +7,7 @@
 #include "core/modFields.h"
 #include "core/modMain.h"
 #include "core/modValues.h"
+#include "core/WindowPlace.h"
 
 #include <QPointer>
 
@@ -59,6 +60,7 @@ frmPerfChk::frmPerfChk(QWidget* parent)
     ConnectFieldChecks();
     ConnectCommands();
     SetRunningState(State::Idle);
+    SetFirstSize(*this, sizeHint());
 }
 
 frmPerfChk::~frmPerfChk()

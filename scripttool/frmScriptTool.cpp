@@ -1,9 +1,9 @@
 #include "scripttool/frmScriptTool.h"
 
 #include "core/automation/FindProgram.h"
+#include "core/WindowPlace.h"
 
 #include <QRegularExpression>
-#include <QScreen>
 #include <QShortcut>
 
 /// A static library's resources are linked only on request, and never from inside a namespace.
@@ -43,16 +43,17 @@ frmScriptTool::frmScriptTool(const QString& program)
 {
     InitImages();
     setupUi(this);
-    SetFirstSize();
+    LayPanes();
     fraFind->SetPane(txtScript);
     ConnectCommands();
     ConnectKeys();
 }
 
-void frmScriptTool::SetFirstSize()
+void frmScriptTool::LayPanes()
 {
-    const QSize available = screen()->availableSize();
-    resize(QSize(720, 600).boundedTo(available * 9 / 10));
+    const QFontMetrics letter = txtScript->fontMetrics();
+    SetFirstSize(*this, {100 * letter.averageCharWidth(), 42 * letter.height()});
+    cmdClear->setMinimumWidth(17 * fontMetrics().averageCharWidth()); // the caption would touch the edges
     splPanes->setStretchFactor(0, 2);
     splPanes->setStretchFactor(1, 1);
 }

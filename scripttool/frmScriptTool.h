@@ -24,7 +24,7 @@ public:
     void SetScript(const QString& script) { txtScript->SetScript(script); }
 
 private:
-    void SetFirstSize();
+    void LayPanes();
     void ConnectCommands();
     void ConnectKeys();
 
