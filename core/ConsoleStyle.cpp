@@ -41,6 +41,15 @@ void OutlineField(const QStyleOption& option, QPainter& painter, const QRectF& r
     DrawOutline(painter, rect, Ink(around, isOpen ? Contrast::LeastOfTexts : Contrast::LeastOfFills), radius);
 }
 
+/// Fusion draws the white title of the active window on a shadow in the palette's text colour, which a dark palette has
+/// white as well: every letter would be there twice.
+QStyleOptionTitleBar WithDarkShadow(const QStyleOptionTitleBar& bar)
+{
+    QStyleOptionTitleBar shaded = bar;
+    shaded.palette.setColor(QPalette::Text, Qt::black);
+    return shaded;
+}
+
 /// A grip in the middle of a bar between panes.
 void DrawGrip(const QStyleOption& option, QPainter& painter, const QWidget* widget)
 {
@@ -69,6 +78,11 @@ void ConsoleStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* o
 void ConsoleStyle::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
                                       const QWidget* widget) const
 {
+    const auto* bar = qstyleoption_cast<const QStyleOptionTitleBar*>(option);
+    if (control == CC_TitleBar && bar && bar->titleBarState & State_Active) {
+        const QStyleOptionTitleBar shaded = WithDarkShadow(*bar);
+        return QProxyStyle::drawComplexControl(control, &shaded, painter, widget);
+    }
     QProxyStyle::drawComplexControl(control, option, painter, widget);
     const auto* list = qstyleoption_cast<const QStyleOptionComboBox*>(option);
     if (control == CC_ComboBox && list && !list->editable)

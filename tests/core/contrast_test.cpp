@@ -6,6 +6,8 @@
 #include <QFormLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
+#include <QStyleOption>
 
 #include <gtest/gtest.h>
 
@@ -84,6 +86,24 @@ TEST(ConsoleStyle, HandlesFramesAndTitlesGrowWithTheFont)
     for (const auto metric : {QStyle::PM_SplitterWidth, QStyle::PM_MdiSubWindowFrameWidth, QStyle::PM_TitleBarHeight})
         EXPECT_GE(ConsoleStyle().pixelMetric(metric, nullptr, &large),
                   2 * ConsoleStyle().pixelMetric(metric, nullptr, &small));
+}
+
+TEST(ConsoleStyle, ADarkPaletteDoesNotDrawTheActiveTitleTwice)
+{
+    const auto title = [](const QColor& text) {
+        QImage image(300, 30, QImage::Format_RGB32);
+        image.fill(Qt::gray);
+        QStyleOptionTitleBar bar;
+        bar.rect = image.rect();
+        bar.text = u"Controller(PLC1)"_s;
+        bar.titleBarState = QStyle::State_Active;
+        bar.titleBarFlags = Qt::Window | Qt::WindowTitleHint;
+        bar.palette.setColor(QPalette::Text, text);
+        QPainter painter(&image);
+        ConsoleStyle().drawComplexControl(QStyle::CC_TitleBar, &bar, &painter, nullptr);
+        return image;
+    };
+    EXPECT_EQ(title(Qt::white), title(Qt::black)) << "the text's colour is that of the shadow";
 }
 
 } // namespace
