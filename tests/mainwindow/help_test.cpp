@@ -1,10 +1,4 @@
-#include "additem/frmAddItem.h"
-#include "core/PropertyGrid.h"
-#include "perfcheck/frmPerfChk.h"
 #include "tests/mainwindow/Console.h"
-
-#include <QClipboard>
-#include <QTimer>
 
 namespace {
 
@@ -19,20 +13,6 @@ protected:
         QWidget* focus = QApplication::focusWidget();
         QTest::keyClick(focus ? focus : QApplication::activeWindow(), Qt::Key_F1);
         return std::exchange(m_Browsed, {});
-    }
-    /// The same in the modal dialog that the action opens and that is then closed.
-    template <typename Dialog, typename Action>
-    QStringList PressF1InDialog(Action open)
-    {
-        QStringList pages;
-        QTimer::singleShot(0, m_Main.get(), [&] {
-            auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-            ASSERT_TRUE(dialog && QTest::qWaitFor([&] { return dialog->isAncestorOf(QApplication::focusWidget()); }));
-            pages = PressF1();
-            dialog->reject();
-        });
-        open();
-        return pages;
     }
 };
 
@@ -58,36 +38,6 @@ TEST_F(Help, F1OpensThePageOfTheWindow)
     Trigger("mnuTool_0");
     ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeWindow()->objectName() == u"frmScriptTool"; }));
     EXPECT_EQ(PressF1(), QStringList(u"scripting.html"_s));
-}
-
-TEST_F(Help, F1OpensThePageOfAModalDialog)
-{
-    Click(Node(PLC1));
-    EXPECT_EQ(PressF1InDialog<frmAddItem>([&] { Control<QAction>("mnuPopupCtrl_6").trigger(); }),
-              QStringList(u"guide/add-item.html"_s));
-    DoubleClick(D100);
-    EXPECT_EQ(PressF1InDialog<frmPerfChk>([&] { Press(*ChildWindow::Forms().last(), "cmdPerfchk"); }),
-              QStringList(u"guide/measure.html"_s));
-}
-
-TEST_F(Help, AGridCopiesItsCellAtF1AsAtAnyKey)
-{
-    DoubleClick(D100);
-    auto& grid = Control<PropertyGrid>(*ChildWindow::Forms().last(), "fgItem");
-    grid.setCurrentCell(0, 0);
-    grid.setFocus();
-    EXPECT_EQ(PressF1(), QStringList(u"guide/write.html"_s));
-    EXPECT_EQ(QApplication::clipboard()->text(), grid.CellText(0, 0));
-}
-
-TEST_F(Help, TheGuidesWindowClosesWithTheConsole)
-{
-    m_HasBrowser = false;
-    PressF1();
-    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activeWindow()->objectName() == u"frmGuide"; }));
-    const QPointer<QWidget> guide = QApplication::activeWindow();
-    m_Main->close();
-    EXPECT_FALSE(guide && guide->isVisible());
 }
 
 TEST_F(Help, AltPGoesFromOneOfItsTwoButtonsToTheOtherAndPressesNone)

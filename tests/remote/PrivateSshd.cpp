@@ -3,26 +3,13 @@
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
+#include <QProcess>
 #include <QThread>
 
 #include <csignal>
-#include <netinet/in.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 namespace {
-
-quint16 FreePort()
-{
-    const int probe = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{AF_INET, 0, {htonl(INADDR_LOOPBACK)}, {}};
-    socklen_t size = sizeof address;
-    bind(probe, reinterpret_cast<sockaddr*>(&address), size);
-    getsockname(probe, reinterpret_cast<sockaddr*>(&address), &size);
-    close(probe);
-    return ntohs(address.sin_port);
-}
 
 QByteArray ContentOf(const QString& path)
 {
@@ -33,7 +20,6 @@ QByteArray ContentOf(const QString& path)
 } // namespace
 
 PrivateSshd::PrivateSshd()
-    : m_Port(FreePort())
 {
     for (const char* side : {"here", "there"})
         for (const char* folder : {"run", "state", "config/velsql", "bin"})
@@ -49,12 +35,10 @@ PrivateSshd::PrivateSshd()
     MakeScript(QStringLiteral("here/bin/ssh"),
                "exec /usr/bin/ssh -F " + QFile::encodeName(Path(QStringLiteral("ssh"))) + " \"$@\"");
     qputenv("PATH", QFile::encodeName(Path(QStringLiteral("here/bin"))) + ":/usr/bin:/bin");
-    Start();
 }
 
 PrivateSshd::~PrivateSshd()
 {
-    Stop();
     const QByteArray server =
         QFile::encodeName(QCoreApplication::applicationDirPath() + QStringLiteral("/velsqlserver"));
     for (const pid_t process : Processes(server)) kill(process, SIGKILL);
@@ -64,58 +48,30 @@ PrivateSshd::~PrivateSshd()
 
 void PrivateSshd::MakeKeys() const
 {
-    for (const char* key : {"host", "user", "stranger"})
+    for (const char* key : {"host", "user"})
         QProcess::execute(QStringLiteral("ssh-keygen"),
                           {QStringLiteral("-qt"), QStringLiteral("ed25519"), QStringLiteral("-N"), QString(),
                            QStringLiteral("-f"), Path(QLatin1String(key))});
     QFile::copy(Path(QStringLiteral("user.pub")), Path(QStringLiteral("authorized")));
     Write(QStringLiteral("known"),
-          "[127.0.0.1]:" + QByteArray::number(m_Port) + ' ' + Read(QStringLiteral("host.pub")));
-    Write(QStringLiteral("known-other"),
-          "[127.0.0.1]:" + QByteArray::number(m_Port) + ' ' + Read(QStringLiteral("stranger.pub")));
+          "plant " + Read(QStringLiteral("host.pub")) + "changed " + Read(QStringLiteral("user.pub")));
 }
 
 void PrivateSshd::Configure() const
 {
-    const QString there = Path(QStringLiteral("there"));
-    Write(QStringLiteral("sshd"), QStringLiteral("Port %1\nListenAddress 127.0.0.1\nHostKey %2/host\n"
-                                                 "AuthorizedKeysFile %2/authorized\nStrictModes no\nUsePAM no\n"
-                                                 "PidFile none\nPermitRootLogin yes\nPasswordAuthentication no\n"
-                                                 "KbdInteractiveAuthentication no\nSetEnv PATH=%3/bin:%4:/usr/bin:/bin "
-                                                 "XDG_RUNTIME_DIR=%3/run XDG_STATE_HOME=%3/state "
-                                                 "XDG_CONFIG_HOME=%3/config\n")
-                                      .arg(m_Port)
-                                      .arg(m_Folder.path(), there, QCoreApplication::applicationDirPath())
-                                      .toUtf8());
-    const QString hosts = QStringLiteral("Host plant stranger changed\n  HostName 127.0.0.1\nHost plant changed\n"
-                                         "  IdentityFile %2/user\nHost stranger\n  IdentityFile %2/stranger\n"
-                                         "Host changed\n  UserKnownHostsFile %2/known-other\n"
-                                         "Host *\n  Port %1\n  UserKnownHostsFile %2/known\n  IdentitiesOnly yes\n"
-                                         "  GlobalKnownHostsFile none\n  IdentityAgent none\n");
-    Write(QStringLiteral("ssh"), hosts.arg(m_Port).arg(m_Folder.path()).toUtf8());
-}
-
-void PrivateSshd::Start()
-{
     if (geteuid() == 0) QDir().mkpath(QStringLiteral("/run/sshd")); // where root's sshd locks its helpers up
-    m_Process.setStandardErrorFile(Path(QStringLiteral("sshd.log")));
-    m_Process.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    m_Process.start(QStringLiteral("/usr/sbin/sshd"),
-                    {QStringLiteral("-De"), QStringLiteral("-f"), Path(QStringLiteral("sshd"))});
-    const QDeadlineTimer patience(20'000);
-    while (!Read(QStringLiteral("sshd.log")).contains("Server listening")) {
-        if (patience.hasExpired()) qFatal("sshd did not start: %s", Read(QStringLiteral("sshd.log")).constData());
-        QThread::msleep(10);
-    }
-}
-
-void PrivateSshd::Stop()
-{
-    const auto children = ContentOf(QStringLiteral("/proc/%1/task/%1/children").arg(m_Process.processId())).split(' ');
-    m_Process.kill();
-    m_Process.waitForFinished();
-    for (const QByteArray& child : children)
-        if (child.toInt() > 0) kill(child.toInt(), SIGKILL); // the sessions outlive it otherwise
+    Write(QStringLiteral("sshd"),
+          QStringLiteral("HostKey %1/host\nAuthorizedKeysFile %1/authorized\n"
+                         "StrictModes no\nUsePAM no\nPermitRootLogin yes\n"
+                         "SetEnv PATH=%2/bin:%3:/usr/bin:/bin XDG_RUNTIME_DIR=%2/run "
+                         "XDG_STATE_HOME=%2/state XDG_CONFIG_HOME=%2/config\n")
+              .arg(m_Folder.path(), Path(QStringLiteral("there")), QCoreApplication::applicationDirPath())
+              .toUtf8());
+    Write(QStringLiteral("ssh"), QStringLiteral("Host plant changed\n  ProxyCommand /usr/sbin/sshd -i -f %1/sshd\n"
+                                                "  IdentityFile %1/user\n  IdentitiesOnly yes\n  IdentityAgent none\n"
+                                                "  UserKnownHostsFile %1/known\n  GlobalKnownHostsFile none\n")
+                                     .arg(m_Folder.path())
+                                     .toUtf8());
 }
 
 void PrivateSshd::Write(const QString& name, const QByteArray& text) const

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <QProcess>
 #include <QTemporaryDir>
 
-/// "Another machine": an sshd of our own on a loopback port, with keys, configuration and user folders of its own, and
-/// an ssh on the path that knows it as the host "plant". Its user's plant has the controller "Kiln" with the item "Heat". Neither the system's service nor the user's ~/.ssh is touched.
+/// "Another machine": an sshd of our own for each connection, with keys, configuration and user folders of its own, and
+/// an ssh on the path that knows it as the host "plant", and with another key as "changed". Its user's plant has the
+/// controller "Kiln" with the item "Heat". Neither the system's service nor the user's ~/.ssh is touched.
 class PrivateSshd
 {
 public:
@@ -12,13 +12,7 @@ public:
     /// Ends its server, too.
     ~PrivateSshd();
 
-    void Start();
-    /// Ends it with all sessions, as a reboot does.
-    void Stop();
-
     QString Path(const QString& name) const { return m_Folder.filePath(name); }
-    /// The socket of the server there.
-    QString SocketThere() const { return Path(QStringLiteral("there/run/velsql/server.sock")); }
     QString RuntimeHere() const { return Path(QStringLiteral("here/run")); }
     void Write(const QString& name, const QByteArray& text) const;
     QByteArray Read(const QString& name) const;
@@ -33,6 +27,4 @@ private:
     void MakeScript(const QString& name, const QByteArray& script) const;
 
     QTemporaryDir m_Folder;
-    quint16 m_Port;
-    QProcess m_Process;
 };
