@@ -7,12 +7,12 @@
 #include "guide/Guide.h"
 #include "history/frmHistory.h"
 #include "item/frmItem.h"
-#include "mainwindow/frmMDI.h"
 #include "perfcheck/frmPerfChk.h"
 #include "scripttool/frmScriptTool.h"
 
 #include <QApplication>
 #include <QKeyEvent>
+#include <QMainWindow>
 
 namespace {
 
@@ -31,7 +31,7 @@ const WindowPage s_Pages[] = {
     {frmItem::staticMetaObject, QStringLiteral("guide/write.html")},
     {frmPerfChk::staticMetaObject, QStringLiteral("guide/measure.html")},
     {frmScriptTool::staticMetaObject, QStringLiteral("scripting.html")},
-    {frmMDI::staticMetaObject, QStringLiteral("user-guide.html")}, // tree and log too
+    {QMainWindow::staticMetaObject, QStringLiteral("user-guide.html")}, // the console itself: tree and log, too
 };
 
 /// The page of the innermost window around the widget; empty where none has one.
