@@ -35,8 +35,9 @@ ErrorMark::ErrorMark(LogPane* log, QMdiArea* children)
 bool ErrorMark::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_Log && event->type() == QEvent::ShowToParent) SetCount(0);
+    // The area is not asked for anything before that: its viewport sends events while it is being deleted, too.
     const bool isPlaced = event->type() == QEvent::Resize || event->type() == QEvent::Move;
-    if (watched == m_Children->viewport() && isPlaced) Place();
+    if (watched != m_Log && isPlaced) Place();
     return false;
 }
 
