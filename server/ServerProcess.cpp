@@ -105,7 +105,8 @@ void ServerProcess::After(qint32 delay, std::function<void()> action)
 
 void ServerProcess::Record(const PlantItem& item)
 {
-    m_History.Record({item.Controller()->Name(), item.Name(), item.LastValue(), item.Time()});
+    m_History.Record(
+        {item.Controller()->Name(), item.Name(), item.LastValue(), item.Time(), static_cast<qint32>(item.State())});
 }
 
 void ServerProcess::Warn(const QString& text)

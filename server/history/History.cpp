@@ -1,7 +1,7 @@
 #include "server/history/History.h"
 
 #include "core/automation/Errors.h"
-#include "server/history/PrivateFile.h"
+#include "server/database/PrivateFile.h"
 #include "velsqllib/StateFolder.h"
 
 namespace {

@@ -1,14 +1,15 @@
 #include "server/history/Recorder.h"
 
-#include "server/history/PostgresTable.h"
+#include "server/database/SqlValue.h"
 #include "server/history/SqliteTable.h"
-#include "server/history/SqlValue.h"
 #include "server/log/Log.h"
+#include "server/postgreshistory/PostgresTable.h"
 
 #include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <QHash>
+#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <vector>
 
@@ -151,7 +152,7 @@ public:
     Writer(int number, HistoryDestination destination, std::shared_ptr<Queue> queue)
         : m_Number(number)
         , m_Destination(std::move(destination))
-        , m_Address(m_Destination.ConnectionString)
+        , m_IsPostgreSql(DatabaseAddress(m_Destination.ConnectionString).IsPostgreSql())
         , m_Queue(std::move(queue))
     {
     }
@@ -175,8 +176,8 @@ private:
         if (m_Table && m_Table->IsGone()) m_Table.reset();
         if (m_Table) return true;
         try {
-            if (m_Address.IsPostgreSql()) m_Table = std::make_unique<PostgresTable>(m_Address, m_Destination.TableName);
-            else m_Table = std::make_unique<SqliteTable>(m_Address, m_Destination.TableName);
+            if (m_IsPostgreSql) m_Table = std::make_unique<PostgresTable>(m_Destination);
+            else m_Table = std::make_unique<SqliteTable>(m_Destination);
             return true;
         } catch (const DescribedError& error) {
             StopWriting(error.Description());
@@ -188,7 +189,8 @@ private:
     {
         if (!Open()) return false;
         try {
-            m_Table->Write(batch, m_Destination.MaxRecord);
+            m_Table->Write(batch, {m_Spool, m_Written + batch.size()});
+            m_Written += batch.size();
             m_Queue->Remove(batch.size());
             GoOnWriting();
             return true;
@@ -247,8 +249,10 @@ private:
 
     const int m_Number;
     const HistoryDestination m_Destination;
-    const DatabaseAddress m_Address;
+    const bool m_IsPostgreSql;
     const std::shared_ptr<Queue> m_Queue;
+    const quint64 m_Spool = QRandomGenerator64::securelySeeded().generate() >> 1;
+    quint64 m_Written = 0;
     std::unique_ptr<HistoryTable> m_Table; ///< null while the database is away
     /// Why values are waiting; empty while they are written.
     QString m_WaitReason;

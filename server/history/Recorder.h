@@ -1,17 +1,9 @@
 #pragma once
 
-#include "server/history/HistoryTable.h"
+#include "server/database/HistoryTable.h"
 #include "server/history/Worker.h"
 
 #include <optional>
-
-/// One place where values are recorded.
-struct HistoryDestination
-{
-    QString ConnectionString; ///< empty when not used
-    QString TableName = QStringLiteral("velsql_history");
-    qint32 MaxRecord = 100'000; ///< 0: no limit
-};
 
 /// Writes values to one destination, in batches and on a thread of its own. While the database is away, values wait.
 class Recorder

@@ -1,7 +1,7 @@
 #include "server/history/ResultRows.h"
 
 #include "core/automation/Calendar.h"
-#include "server/history/SqlValue.h"
+#include "server/database/SqlValue.h"
 
 #include <QDateTime>
 #include <QLibrary>

@@ -1,7 +1,7 @@
 #include "server/history/ResultSpool.h"
 
 #include "core/automation/Errors.h"
-#include "server/history/SqlValue.h"
+#include "server/database/SqlValue.h"
 #include "velsqllib/WireValue.h"
 
 #include <capnp/serialize.h>

@@ -1,23 +1,25 @@
 #include "server/history/SqliteTable.h"
 
-#include "server/history/SqlValue.h"
+#include "server/database/SqlValue.h"
 
 #include <kj/common.h>
 #include <QFile>
 
 #include <sqlite3.h>
 
-SqliteTable::SqliteTable(const DatabaseAddress& address, const QString& name)
-    : HistoryTable(address, name)
-    , m_Path(address.Database())
+SqliteTable::SqliteTable(const HistoryDestination& destination)
+    : HistoryTable(destination)
+    , m_Path(DatabaseAddress(destination.ConnectionString).Database())
     , m_Database(Session().SqliteHandle())
 {
     if (!m_Database) throw DescribedError(QStringLiteral("The SQLite driver does not provide its database handle."));
     Session().Run(QStringLiteral("PRAGMA journal_mode = WAL"));
-    Session().Run(QStringLiteral("PRAGMA synchronous = NORMAL"));
+    Session().Run(QStringLiteral("PRAGMA synchronous = ") +
+                  (destination.Surviving == Durability::Power ? QStringLiteral("FULL") : QStringLiteral("NORMAL")));
     Session().Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (controller_name TEXT, item_name TEXT, "
                                  "item_value NUMERIC, item_time TEXT)")
                       .arg(Name()));
+    if (!MakePositions()) Session().Run(QStringLiteral("SELECT sequence FROM velsql_positions")); // says why
 }
 
 SqliteTable::~SqliteTable()
@@ -46,11 +48,13 @@ void SqliteTable::Insert(std::span<const RecordedValue> values)
     }
 }
 
-void SqliteTable::Trim(qint32 maxRecord)
+void SqliteTable::Trim()
 {
+    if (Destination().MaxRecord <= 0) return;
     // Rows are numbered in order, so they need not be counted.
-    Session().Run(
-        QStringLiteral("DELETE FROM %1 WHERE rowid <= (SELECT max(rowid) FROM %1) - %2").arg(Name()).arg(maxRecord));
+    Session().Run(QStringLiteral("DELETE FROM %1 WHERE rowid <= (SELECT max(rowid) FROM %1) - %2")
+                      .arg(Name())
+                      .arg(Destination().MaxRecord));
 }
 
 void SqliteTable::Check(int result) const

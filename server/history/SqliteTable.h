@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/history/HistoryTable.h"
+#include "server/database/HistoryTable.h"
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -11,14 +11,14 @@ class SqliteTable final : public HistoryTable
 {
 public:
     /// Creates the table when it is missing. Throws DescribedError.
-    SqliteTable(const DatabaseAddress& address, const QString& name);
+    explicit SqliteTable(const HistoryDestination& destination);
     ~SqliteTable() override;
 
     bool IsGone() const override;
 
 private:
     void Insert(std::span<const RecordedValue> values) override;
-    void Trim(qint32 maxRecord) override;
+    void Trim() override;
 
     void Check(int result) const;
     void Bind(int column, const QString& text);

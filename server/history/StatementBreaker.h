@@ -1,6 +1,6 @@
 #pragma once
 
-#include "server/history/Database.h"
+#include "server/database/Database.h"
 #include "server/history/Worker.h"
 
 #include <mutex>

@@ -1,6 +1,6 @@
-#include "server/history/Database.h"
+#include "server/database/Database.h"
 
-#include "server/history/PrivateFile.h"
+#include "server/database/PrivateFile.h"
 
 #include <QFile>
 #include <QFileInfo>

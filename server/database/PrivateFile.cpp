@@ -1,4 +1,4 @@
-#include "server/history/PrivateFile.h"
+#include "server/database/PrivateFile.h"
 
 #include <QFile>
 #include <QFileInfo>

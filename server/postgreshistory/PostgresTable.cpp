@@ -1,6 +1,6 @@
-#include "server/history/PostgresTable.h"
+#include "server/postgreshistory/PostgresTable.h"
 
-#include "server/history/SqlValue.h"
+#include "server/database/SqlValue.h"
 #include "server/log/Log.h"
 
 #include <QSqlDriver>
@@ -13,14 +13,17 @@ constexpr std::size_t RowsTogether = 500;
 
 } // namespace
 
-PostgresTable::PostgresTable(const DatabaseAddress& address, const QString& name)
-    : HistoryTable(address, name)
+PostgresTable::PostgresTable(const HistoryDestination& destination)
+    : HistoryTable(destination)
 {
     if (!Exists())
         Session().Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (controller_name text, item_name text, "
                                      "item_value text, item_time timestamp)")
                           .arg(Name()));
     TeachAverage();
+    if (!MakePositions())
+        Log(LogLevel::Debug, QStringLiteral("The table velsql_positions is not available: values that are being "
+                                            "written when a connection is lost may be written twice."));
 }
 
 /// Checked first, because a user who may not create tables is refused even with IF NOT EXISTS.
@@ -60,8 +63,10 @@ void PostgresTable::Insert(std::span<const RecordedValue> values)
     if (m_Count >= 0) m_Count += static_cast<qint64>(values.size());
 }
 
-void PostgresTable::Trim(qint32 maxRecord)
+void PostgresTable::Trim()
 {
+    const qint32 maxRecord = Destination().MaxRecord;
+    if (maxRecord <= 0) return;
     if (m_Count < 0) m_Count = Session().Ask(QStringLiteral("SELECT count(*) FROM %1").arg(Name())).toLongLong();
     if (m_Count <= maxRecord) return;
     Session().Run(

@@ -1,4 +1,4 @@
-#include "server/history/HistoryTable.h"
+#include "server/database/HistoryTable.h"
 
 #include <QDateTime>
 
@@ -13,19 +13,22 @@ QString QuotedName(const QString& name)
 
 } // namespace
 
-HistoryTable::HistoryTable(const DatabaseAddress& address, const QString& name)
-    : m_Session(address)
-    , m_Name(QuotedName(name))
+HistoryTable::HistoryTable(const HistoryDestination& destination)
+    : m_Destination(destination)
+    , m_Session(DatabaseAddress(destination.ConnectionString))
+    , m_Name(QuotedName(destination.TableName))
+    , m_Positions(m_Session, m_Name)
 {
 }
 
-void HistoryTable::Write(std::span<const RecordedValue> values, qint32 maxRecord)
+void HistoryTable::Write(std::span<const RecordedValue> values, SpoolPosition position)
 {
     QSqlDatabase database = m_Session.Database();
     if (!database.transaction()) throw DatabaseError(database.lastError());
     try {
         Insert(values);
-        if (maxRecord > 0) Trim(maxRecord);
+        Trim();
+        m_Positions.Note(position);
         if (!database.commit()) throw DatabaseError(database.lastError());
     } catch (...) {
         RolledBack();

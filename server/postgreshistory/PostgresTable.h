@@ -1,17 +1,17 @@
 #pragma once
 
-#include "server/history/HistoryTable.h"
+#include "server/database/HistoryTable.h"
 
 /// The history's table in a PostgreSQL database. item_value is text, so an average of texts is defined in the database.
 class PostgresTable final : public HistoryTable
 {
 public:
     /// Creates the table when it is missing. Throws DescribedError.
-    PostgresTable(const DatabaseAddress& address, const QString& name);
+    explicit PostgresTable(const HistoryDestination& destination);
 
 private:
     void Insert(std::span<const RecordedValue> values) override;
-    void Trim(qint32 maxRecord) override;
+    void Trim() override;
     void RolledBack() override { m_Count = -1; }
 
     bool Exists() const;

@@ -1,4 +1,4 @@
-#include "server/history/SqlValue.h"
+#include "server/database/SqlValue.h"
 
 #include "core/automation/Errors.h"
 #include "core/automation/PlainText.h"

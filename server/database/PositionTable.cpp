@@ -1,0 +1,47 @@
+#include "server/database/PositionTable.h"
+
+PositionTable::PositionTable(const DatabaseSession& session, const QString& historyName)
+    : m_Session(session)
+    , m_Name(historyName.left(historyName.lastIndexOf(QStringLiteral(".\"")) + 1) + QStringLiteral("velsql_positions"))
+{
+}
+
+bool PositionTable::Make()
+{
+    const QString question = QStringLiteral("SELECT max(sequence) FROM ") + m_Name;
+    try {
+        m_Session.Ask(question); // a user who may not create tables is refused even with IF NOT EXISTS
+        m_IsKept = true;
+    } catch (const DatabaseError&) {
+        try {
+            m_Session.Run(QStringLiteral("CREATE TABLE IF NOT EXISTS %1 (spool_id bigint PRIMARY KEY, sequence bigint)")
+                              .arg(m_Name));
+            m_IsKept = true;
+        } catch (const DatabaseError&) {
+            m_IsKept = false;
+        }
+    }
+    return m_IsKept;
+}
+
+quint64 PositionTable::Written(quint64 spool) const
+{
+    if (!m_IsKept) return 0;
+    return m_Session.Ask(QStringLiteral("SELECT sequence FROM %1 WHERE spool_id = %2").arg(m_Name).arg(spool))
+        .toULongLong();
+}
+
+void PositionTable::Note(SpoolPosition position) const
+{
+    if (!m_IsKept) return;
+    m_Session.Run(QStringLiteral("INSERT INTO %1 VALUES (%2, %3) ON CONFLICT (spool_id) DO UPDATE "
+                                 "SET sequence = excluded.sequence")
+                      .arg(m_Name)
+                      .arg(position.Spool)
+                      .arg(position.Sequence));
+}
+
+void PositionTable::Forget(quint64 spool) const
+{
+    if (m_IsKept) m_Session.Run(QStringLiteral("DELETE FROM %1 WHERE spool_id = %2").arg(m_Name).arg(spool));
+}
