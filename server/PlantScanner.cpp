@@ -30,23 +30,35 @@ public:
         while (!IsOver()) {
             if (!m_Pass) m_Pass.emplace(*m_Controllers.first(), m_ScanClass);
             if (m_Pass->Continue(until)) {
+                m_Asked.push_back(m_Pass->Asked());
                 m_Pass.reset();
                 m_Controllers.removeFirst();
             }
             if (ItemPass::Clock::now() >= until) break;
         }
         const bool isOver = IsOver();
-        if (isOver) m_Done->fulfill();
+        if (isOver) End();
         return isOver;
     }
 
 private:
+    /// A snapshot ends when everything has been answered; a scan does not wait, and what is still being read then is
+    /// left out by the next one.
+    void End()
+    {
+        const PendingRef asked = m_ScanClass ? nullptr : Pending::All(m_Asked);
+        if (!asked) return m_Done->fulfill();
+        auto done = std::make_shared<kj::Own<kj::PromiseFulfiller<void>>>(kj::mv(m_Done));
+        asked->Then([done](const QString&) { (*done)->fulfill(); });
+    }
+
     bool IsOver() { return m_Controllers.isEmpty() || !m_Done->isWaiting(); }
 
     QList<PlantControllerRef> m_Controllers; ///< the ones to be read still
     const std::optional<int> m_ScanClass;
     kj::Own<kj::PromiseFulfiller<void>> m_Done;
     std::optional<ItemPass> m_Pass;
+    std::vector<PendingRef> m_Asked;
 };
 
 PlantScanner::PlantScanner(kj::Timer& timer)
@@ -63,6 +75,13 @@ void PlantScanner::Start(const Plant& plant)
         for (int scanClass = 0; scanClass < 3; ++scanClass) {
             if (controller->ScanTime(scanClass) > 0) m_Tasks.add(ScanFrom(controller, scanClass, m_Timer.now()));
         }
+    }
+}
+
+void PlantScanner::ScanSoon(const PlantControllerRef& controller)
+{
+    for (int scanClass = 0; scanClass < 3; ++scanClass) {
+        if (controller->ScanTime(scanClass) > 0) m_Tasks.add(Read({controller}, scanClass));
     }
 }
 

@@ -18,6 +18,8 @@ public:
 
     /// Scans from now on.
     void Start(const Plant& plant);
+    /// All classes of a controller at once, whatever their times.
+    void ScanSoon(const PlantControllerRef& controller);
     kj::Promise<void> Snapshot(QList<PlantControllerRef> controllers) override;
 
 private:

@@ -54,6 +54,7 @@ void ServerProcess::Start()
     ServerPlace::Announce(m_Options.SocketPath, GivesWay());
     if (!m_Options.PlantPath.isEmpty()) m_AddedItems.Keep(m_Options.PlantPath);
     if (m_Options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(m_Options.SocketPath));
+    m_Plant.StartSources(m_Inbox);
     m_Plant.Begin();
     m_Scanner.Start(m_Plant);
     m_Clients = kj::heap<ClientHost>(m_Io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
@@ -107,6 +108,11 @@ void ServerProcess::Record(const PlantItem& item)
 {
     m_History.Record(
         {item.Controller()->Name(), item.Name(), item.LastValue(), item.Time(), static_cast<qint32>(item.State())});
+}
+
+void ServerProcess::ScanSoon(PlantController& controller)
+{
+    m_Scanner.ScanSoon(controller.shared_from_this());
 }
 
 void ServerProcess::Warn(const QString& text)

@@ -2,6 +2,7 @@
 
 #include "server/added/AddedItems.h"
 #include "server/commands/Commands.h"
+#include "server/LoopInbox.h"
 #include "server/PlantScanner.h"
 #include "server/rpc/ClientHost.h"
 #include "server/rpc/ObjectDirectory.h"
@@ -37,6 +38,7 @@ private:
     Moment Now() override;
     void After(qint32 delay, std::function<void()> action) override;
     void Record(const PlantItem& item) override;
+    void ScanSoon(PlantController& controller) override;
     void Warn(const QString& text) override;
     void taskFailed(kj::Exception&& exception) override;
 
@@ -56,6 +58,7 @@ private:
     kj::AsyncIoContext& m_Io;
     const ServerOptions m_Options;
     const kj::TimePoint m_Began;
+    LoopInbox m_Inbox;
     Plant m_Plant;
     /// Read before the socket is taken, so that mistakes in a plant file are found before anybody can connect.
     const HistorySettings m_HistorySettings;

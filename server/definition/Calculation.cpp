@@ -5,6 +5,7 @@
 #include "core/automation/PlainText.h"
 #include "core/automation/SafeArray.h"
 #include "core/automation/VariantCompare.h"
+#include "server/plant/Convert.h"
 #include "server/plant/Plant.h"
 #include "velsqllib/TypeCode.h"
 

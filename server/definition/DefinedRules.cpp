@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "core/automation/VariantCompare.h"
+#include "server/plant/Convert.h"
 #include "server/plant/Plant.h"
 
 namespace {

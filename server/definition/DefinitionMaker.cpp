@@ -110,7 +110,7 @@ void DefinitionMaker::AddItem(PlantController& controller, const Variant& defini
     CheckName(checked.Text(Element::Name));
     ItemTraits traits = TraitsOf(checked, controller);
     traits.Definition = definition;
-    const PlantItemRef item = controller.AddInPlace(std::move(traits), DefinedRules::Make(checked, controller));
+    const PlantItemRef item = controller.AddInPlace(std::move(traits), nullptr, DefinedRules::Make(checked, controller));
     try {
         CheckChain(*item, checked);
     } catch (const ServerError&) {

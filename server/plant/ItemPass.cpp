@@ -25,6 +25,7 @@ ItemPass::ItemPass(PlantController& controller, std::optional<int> scanClass)
     : m_Controller(controller)
     , m_Items(scanClass ? controller.m_ByClass[static_cast<std::size_t>(*scanClass)] : controller.Items())
     , m_EndsWithStop(scanClass)
+    , m_Round(scanClass.has_value())
 {
     NoteState();
     m_Controller.m_Passes.append(this);
@@ -43,13 +44,19 @@ bool ItemPass::Continue(Clock::time_point until)
     while (!IsOver()) {
         if (m_Next + FetchedAhead < m_Items.size()) Fetch(*m_Items[m_Next + FetchedAhead]);
         PlantItem& item = *m_Items[m_Next++];
-        item.Scan(now);
+        item.Scan(now, m_Round);
         sinceLook += item.IsPlain() ? 1 + eventWeight : ItemsBetweenLooks;
         if (sinceLook < ItemsBetweenLooks) continue;
         if (Clock::now() >= until) break;
         sinceLook = 0;
     }
+    if (IsOver()) Ask();
     return IsOver();
+}
+
+void ItemPass::Ask()
+{
+    if (!m_IsCutShort) m_Asked = BeginRound(m_Round);
 }
 
 void ItemPass::NoteInserted(const QList<PlantItemRef>& items, qsizetype at)
@@ -65,5 +72,5 @@ void ItemPass::NoteRemoved(const QList<PlantItemRef>& items, qsizetype at)
 /// Also when the controller is started again before the next portion.
 void ItemPass::NoteState()
 {
-    if (m_EndsWithStop && !m_Controller.IsActive()) m_IsCutShort = true;
+    if (m_EndsWithStop && !m_Controller.IsScanned()) m_IsCutShort = true;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "server/plant/Pending.h"
 #include "server/plant/PlantController.h"
+#include "server/sources/SourceRound.h"
 
 #include <chrono>
 #include <optional>
@@ -19,8 +21,11 @@ public:
     ItemPass& operator=(const ItemPass&) = delete;
     ~ItemPass();
 
-    /// Reads at least one item, and more until the time has come. Returns whether it is over.
+    /// Reads at least one item, and more until the time has come. Returns whether it is over; then sources have been
+    /// asked for what they read together.
     bool Continue(Clock::time_point until);
+    /// What sources have yet to answer once it is over.
+    const PendingRef& Asked() const { return m_Asked; }
 
 private:
     friend class PlantController;
@@ -28,6 +33,8 @@ private:
     void NoteInserted(const QList<PlantItemRef>& items, qsizetype at);
     void NoteRemoved(const QList<PlantItemRef>& items, qsizetype at);
     void NoteState();
+    void NoteForgotten(const SourceVariable& variable) { m_Round.Remove(variable); }
+    void Ask();
     bool IsOver() const { return m_IsCutShort || m_Next >= m_Items.size(); }
 
     PlantController& m_Controller;
@@ -35,4 +42,6 @@ private:
     const bool m_EndsWithStop;
     qsizetype m_Next = 0;
     bool m_IsCutShort = false;
+    SourceRound m_Round;
+    PendingRef m_Asked;
 };

@@ -2,6 +2,7 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/SafeArray.h"
+#include "server/plant/Convert.h"
 #include "server/plant/Plant.h"
 #include "server/plant/ValueSize.h"
 
@@ -43,25 +44,24 @@ Variant ReadProperty(const Target& target, LinkedProperty property)
     return target.Element < 0 ? value : ArrayOf(target, value).At(target.Element);
 }
 
-void WriteElement(const Target& target, const Variant& value)
+PendingRef WriteElement(const Target& target, const Variant& value)
 {
     const Variant whole = target.Item->LastValue();
     const SafeArray& array = ArrayOf(target, whole);
     QList<Variant> elements;
     for (qsizetype i = 0; i < array.Count(); ++i) elements.append(i == target.Element ? value : array.At(i));
-    target.Item->PutValue(ConvertTo(SafeArray(std::move(elements), array.LowerBound()), whole.Type()));
+    return target.Item->PutValue(ConvertTo(SafeArray(std::move(elements), array.LowerBound()), whole.Type()));
 }
 
-void WriteProperty(const Target& target, LinkedProperty property, const Variant& value)
+PendingRef WriteProperty(const Target& target, LinkedProperty property, const Variant& value)
 {
     switch (property) {
-    case LinkedProperty::Id: return target.Item->PutId(value);
-    case LinkedProperty::Activation: return target.Item->PutActivation(ToNumber(value) != 0.0);
-    case LinkedProperty::LinkActivation: return target.Item->PutLinkActivation(ToNumber(value) != 0.0);
+    case LinkedProperty::Id: target.Item->PutId(value); return nullptr;
+    case LinkedProperty::Activation: target.Item->PutActivation(ToNumber(value) != 0.0); return nullptr;
+    case LinkedProperty::LinkActivation: target.Item->PutLinkActivation(ToNumber(value) != 0.0); return nullptr;
     case LinkedProperty::Value: break;
     }
-    if (target.Element < 0) target.Item->PutValue(value);
-    else WriteElement(target, value);
+    return target.Element < 0 ? target.Item->PutValue(value) : WriteElement(target, value);
 }
 
 } // namespace
@@ -85,15 +85,16 @@ Variant ReadLinks(const PlantItem& item)
     return SafeArray(std::move(values));
 }
 
-void WriteLinks(const PlantItem& item, const Variant& value)
+PendingRef WriteLinks(const PlantItem& item, const Variant& value)
 {
     const ItemTraits& traits = item.Traits();
-    if (traits.Kind != ItemKind::Array) {
-        for (const QString& link : traits.Links) WriteProperty(Find(item, link), traits.Property, value);
-        return;
-    }
-    if (!value.IsArray() || value.Array().Count() != traits.Links.size())
+    const bool isArray = traits.Kind == ItemKind::Array;
+    if (isArray && (!value.IsArray() || value.Array().Count() != traits.Links.size()))
         throw DescribedError(QStringLiteral("it takes an array of %1 values").arg(traits.Links.size()));
-    for (qsizetype i = 0; i < traits.Links.size(); ++i)
-        WriteProperty(Find(item, traits.Links[i]), traits.Property, value.Array().At(i));
+    std::vector<PendingRef> pending;
+    for (qsizetype i = 0; i < traits.Links.size(); ++i) {
+        const Variant part = isArray ? value.Array().At(i) : value;
+        pending.push_back(WriteProperty(Find(item, traits.Links[i]), traits.Property, part));
+    }
+    return Pending::All(pending);
 }

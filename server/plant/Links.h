@@ -17,5 +17,6 @@ LinkText ParseLink(const QString& link, bool extracts);
 /// order. Throws DescribedError when an item does not exist or cannot be read, or when the array is too large.
 Variant ReadLinks(const PlantItem& item);
 
-/// Passes a written value on: to one linked item unchanged, to the items of an array item element by element.
-void WriteLinks(const PlantItem& item, const Variant& value);
+/// Passes a written value on: to one linked item unchanged, to the items of an array item element by element. What
+/// devices have yet to confirm is answered.
+PendingRef WriteLinks(const PlantItem& item, const Variant& value);

@@ -12,6 +12,24 @@ Plant::~Plant()
     for (const PlantControllerRef& controller : m_Controllers) controller->PutTag(Variant());
 }
 
+void Plant::AddSource(SourceRef source)
+{
+    if (FindSource(source->Name()))
+        throw DescribedError(QStringLiteral("device \"%1\" exists already").arg(source->Name()));
+    m_Sources.append(std::move(source));
+}
+
+SourceRef Plant::FindSource(const QString& name) const
+{
+    const auto found = std::ranges::find(m_Sources, name, [](const SourceRef& source) { return source->Name(); });
+    return found == m_Sources.end() ? nullptr : *found;
+}
+
+void Plant::StartSources(Loop& loop)
+{
+    for (const SourceRef& source : m_Sources) source->Start(loop);
+}
+
 PlantControllerRef Plant::Find(const QString& name) const
 {
     const auto found = std::find_if(m_Controllers.begin(), m_Controllers.end(),

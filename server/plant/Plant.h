@@ -14,6 +14,8 @@ public:
     virtual void After(qint32 delay, std::function<void()> action) = 0;
     /// A change of an item that is to be recorded.
     virtual void Record(const PlantItem& item) = 0;
+    /// The items of a controller whose device is back are to be scanned without waiting for their times.
+    virtual void ScanSoon(PlantController& controller) = 0;
     /// Something went wrong in an action whose answer nobody waits for.
     virtual void Warn(const QString& text) = 0;
 
@@ -29,6 +31,14 @@ public:
     ~Plant() override;
 
     PlantHost& Host() const { return m_Host; }
+    /// Throws DescribedError when the name is taken.
+    void AddSource(SourceRef source);
+    /// Devices and whatever else the plant file names; null when there is none of that name.
+    SourceRef FindSource(const QString& name) const;
+    const QList<SourceRef>& Sources() const { return m_Sources; }
+    /// From now on they may connect. The loop outlives the plant.
+    void StartSources(Loop& loop);
+
     const QList<PlantControllerRef>& Controllers() const { return m_Controllers; }
     PlantControllerRef Find(const QString& name) const;
     /// Throws ServerError when there is none; case-sensitive.
@@ -62,6 +72,7 @@ public:
 
 private:
     PlantHost& m_Host;
+    QList<SourceRef> m_Sources;
     QList<PlantControllerRef> m_Controllers;
     bool m_Started = false;
     qint32 m_WaitingActions = 0;

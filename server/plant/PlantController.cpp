@@ -21,6 +21,7 @@ PlantController::PlantController(Plant& plant, ControllerTraits traits)
 
 PlantController::~PlantController()
 {
+    UseDevice(false);
     for (const PlantItemRef& item : m_Items) item->Forget();
 }
 
@@ -41,10 +42,33 @@ void PlantController::Stop()
     SetState(static_cast<qint32>(ControllerState::Deactive));
 }
 
+void PlantController::UseDevice(bool uses)
+{
+    if (!Device() || std::exchange(m_UsesDevice, uses) == uses) return;
+    uses ? Device()->AddUser(*this) : Device()->RemoveUser(*this);
+}
+
+/// A controller that has been stopped, or set to another state, stays as it is.
+void PlantController::NoteReachable(bool isReachable)
+{
+    if (isReachable ? !m_HasLostDevice : !IsActive()) return;
+    ChangeState(static_cast<qint32>(isReachable ? ControllerState::Active : ControllerState::Error), !isReachable);
+    if (isReachable) m_Plant.Host().ScanSoon(*this);
+}
+
 void PlantController::SetState(qint32 state)
 {
-    if (state == m_State) return;
-    m_State = state;
+    const bool isStarted = state == static_cast<qint32>(ControllerState::Active);
+    if (isStarted && m_HasLostDevice) return; // it becomes active as soon as it can
+    UseDevice(isStarted);
+    ChangeState(state, false);
+    if (isStarted && Device() && !Device()->IsReachable()) NoteReachable(false);
+}
+
+void PlantController::ChangeState(qint32 state, bool hasLostDevice)
+{
+    m_HasLostDevice = hasLostDevice;
+    if (std::exchange(m_State, state) == state) return;
     for (ItemPass* pass : m_Passes) pass->NoteState();
     RaiseStateChanged(state);
 }
@@ -67,17 +91,18 @@ Variant PlantController::SettingData(qint32 index) const
     return m_Traits.SettingData.value(index);
 }
 
-PlantItemRef PlantController::Add(ItemTraits traits, SignalRef signal, std::unique_ptr<ValueRules> rules)
+PlantItemRef PlantController::Add(ItemTraits traits, SourceVariableRef variable, std::unique_ptr<ValueRules> rules)
 {
     return Insert(m_Items.size(),
-                  std::make_shared<PlantItem>(*this, std::move(traits), std::move(signal), std::move(rules)));
+                  std::make_shared<PlantItem>(*this, std::move(traits), std::move(variable), std::move(rules)));
 }
 
-PlantItemRef PlantController::AddInPlace(ItemTraits traits, std::unique_ptr<ValueRules> rules)
+PlantItemRef PlantController::AddInPlace(ItemTraits traits, SourceVariableRef variable,
+                                         std::unique_ptr<ValueRules> rules)
 {
     const auto greater = [&](const PlantItemRef& item) { return m_Traits.SortsItems && item->Name() > traits.Name; };
     const qsizetype at = std::find_if(m_Items.begin(), m_Items.end(), greater) - m_Items.begin();
-    return Insert(at, std::make_shared<PlantItem>(*this, std::move(traits), nullptr, std::move(rules)));
+    return Insert(at, std::make_shared<PlantItem>(*this, std::move(traits), std::move(variable), std::move(rules)));
 }
 
 PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
@@ -99,6 +124,9 @@ void PlantController::Remove(const QString& name)
     RemoveAt(m_Items, item->Index());
     m_ByName.remove(name);
     Renumber(item->Index());
+    if (item->m_Variable) {
+        for (ItemPass* pass : m_Passes) pass->NoteForgotten(*item->m_Variable);
+    }
     item->Forget();
     m_Plant.NoteLinksChanged();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/plant/PlantItem.h"
+#include "server/sources/Source.h"
 
 #include <QHash>
 
@@ -38,6 +39,7 @@ struct ControllerTraits
     std::array<qint32, 3> ScanTimes = {100, 1000, 5000};
     QList<Variant> SettingData = {};
     Variant Tag = {};
+    SourceRef Device = {}; ///< whose variables its items are; none: they have no variables
     bool StartsActive = true;
     /// For the next server, unless the plant is the built-in one.
     bool KeepsAddedItems = true;
@@ -46,7 +48,7 @@ struct ControllerTraits
 };
 
 /// A named group of items that are scanned together.
-class PlantController : public ServerObject, public std::enable_shared_from_this<PlantController>
+class PlantController : public ServerObject, public std::enable_shared_from_this<PlantController>, private SourceUser
 {
 public:
     PlantController(Plant& plant, ControllerTraits traits);
@@ -59,6 +61,10 @@ public:
     /// Usually a ControllerState; a test may set any number.
     qint32 State() const { return m_State; }
     bool IsActive() const { return m_State == static_cast<qint32>(ControllerState::Active); }
+    /// Active, or it would be if its device could be reached.
+    bool IsScanned() const { return IsActive() || m_HasLostDevice; }
+    /// Null for a controller without a device.
+    Source* Device() const { return m_Traits.Device.get(); }
     const Variant& Tag() const { return m_Tag; }
     void PutTag(const Variant& value) { m_Tag = value; }
 
@@ -76,9 +82,10 @@ public:
     Variant SettingData(qint32 index) const;
 
     /// Adds an item at the end, in the order of the plant's description. Throws ServerError when the name is taken.
-    PlantItemRef Add(ItemTraits traits, SignalRef signal = nullptr, std::unique_ptr<ValueRules> rules = nullptr);
+    PlantItemRef Add(ItemTraits traits, SourceVariableRef variable = nullptr,
+                     std::unique_ptr<ValueRules> rules = nullptr);
     /// Adds an item later: at the end or, if the controller sorts its items, before the first one with a greater name.
-    PlantItemRef AddInPlace(ItemTraits traits, std::unique_ptr<ValueRules> rules);
+    PlantItemRef AddInPlace(ItemTraits traits, SourceVariableRef variable, std::unique_ptr<ValueRules> rules);
     void Remove(const QString& name);
 
     void AddObserver(ControllerObserver& observer) { m_Observers.append(&observer); }
@@ -90,6 +97,9 @@ private:
     friend class ItemPass;
     friend class Plant;
 
+    void NoteReachable(bool isReachable) override;
+    void UseDevice(bool uses);
+    void ChangeState(qint32 state, bool hasLostDevice);
     PlantItemRef Insert(qsizetype at, PlantItemRef item);
     template <typename Action>
     void TellAll(Action action);
@@ -102,6 +112,8 @@ private:
     Plant& m_Plant;
     const ControllerTraits m_Traits;
     qint32 m_Index = 0;
+    bool m_UsesDevice = false;
+    bool m_HasLostDevice = false;
     qint32 m_State = static_cast<qint32>(ControllerState::Uninitialized);
     Variant m_Tag;
     QList<PlantItemRef> m_Items;

@@ -2,10 +2,12 @@
 
 #include "core/automation/SafeArray.h"
 #include "core/automation/VariantCompare.h"
+#include "server/plant/Convert.h"
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
 #include "server/plant/LinkWalk.h"
 #include "server/plant/Plant.h"
+#include "server/sources/SourceRound.h"
 
 namespace {
 
@@ -15,11 +17,11 @@ constexpr qint32 SettingDataCount = 36;
 
 ValueRules::~ValueRules() = default;
 
-PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SignalRef signal,
+PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SourceVariableRef variable,
                      std::unique_ptr<ValueRules> rules)
     : m_Controller(&controller)
     , m_Traits(std::move(traits))
-    , m_Signal(std::move(signal))
+    , m_Variable(std::move(variable))
     , m_Rules(std::move(rules))
     , m_Active(m_Traits.Active)
     , m_LinkActive(m_Traits.LinkActive)
@@ -29,6 +31,7 @@ PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SignalRef s
     , m_Time(controller.Owner().Host().Now().Wall)
 {
     if (!m_Traits.Initial.IsEmpty()) m_State = ItemState::Succeeded;
+    if (m_Variable) m_Variable->SetHolder(*this);
 }
 
 Variant PlantItem::Value()
@@ -39,18 +42,57 @@ Variant PlantItem::Value()
     return m_Value;
 }
 
-void PlantItem::PutValue(const Variant& value)
+PendingRef PlantItem::PutValue(const Variant& value)
 {
     CheckExists();
     if (m_Traits.Attribute == Access::ReadOnly) Throw(QStringLiteral("it is read only and cannot be written"));
+    PendingRef pending;
     Attempt([&] {
         const Variant fitted = Fitted(value);
-        if (FollowsLinks()) m_State = ItemState::Failed; // until the linked items have taken it
         LinkWalk walk(*this);
-        if (FollowsLinks()) WriteLinks(*this, fitted);
+        pending = PassOn(fitted);
         walk.NoteWrite();
-        Take(fitted, m_Controller->Owner().Host().Now().Wall, ForcedChange::Writing);
+        if (!pending) Take(fitted, m_Controller->Owner().Host().Now().Wall, ForcedChange::Writing);
     });
+    return pending;
+}
+
+/// The value goes to the linked items or to the variable; the item itself takes it when they have.
+PendingRef PlantItem::PassOn(const Variant& value)
+{
+    if (!FollowsLinks()) return m_Active && m_Variable && m_Variable->Owner() ? WriteVariable(value) : nullptr;
+    const ItemState before = std::exchange(m_State, ItemState::Failed); // until the linked items have taken it
+    PendingRef pending = WriteLinks(*this, value);
+    if (!pending) return nullptr;
+    m_State = before;
+    pending->Then([item = weak_from_this(), value](const QString& failure) {
+        if (const PlantItemRef self = item.lock()) self->EndWrite(value, failure);
+    });
+    return pending;
+}
+
+PendingRef PlantItem::WriteVariable(const Variant& value)
+{
+    auto pending = std::make_shared<Pending>(1);
+    m_Variable->Owner()->Write(*m_Variable, value, [item = weak_from_this(), value, pending](const QString& failure) {
+        const PlantItemRef self = item.lock();
+        if (self) self->EndWrite(value, failure);
+        pending->End(failure.isEmpty() || !self ? failure : self->Described(failure));
+    });
+    return pending;
+}
+
+/// A device has confirmed a written value, or has not.
+void PlantItem::EndWrite(const Variant& value, const QString& failure)
+{
+    if (!m_Controller) return;
+    if (!failure.isEmpty()) return Fail(failure);
+    try {
+        const LinkWalk walk(*this);
+        Take(value, m_Controller->Owner().Host().Now().Wall, ForcedChange::Writing);
+    } catch (...) {
+        Fail(CurrentErrorDescription());
+    }
 }
 
 void PlantItem::PutValueEx(qint32 delay, const Variant& value)
@@ -67,12 +109,21 @@ void PlantItem::PutValueEx(qint32 delay, const Variant& value)
 void PlantItem::PutDelayed(const Variant& value)
 {
     if (!m_Controller) return;
+    const auto warn = [item = weak_from_this()](const QString& failure) {
+        const PlantItemRef self = item.lock();
+        if (self && !failure.isEmpty()) self->Warn(QStringLiteral("Delayed write: ") + failure);
+    };
     try {
-        PutValue(value);
+        if (const PendingRef pending = PutValue(value)) pending->Then(warn);
     } catch (...) {
-        m_State = ItemState::Failed;
-        m_Controller->Owner().Host().Warn(QStringLiteral("Delayed write: ") + CurrentErrorDescription());
+        Fail(CurrentErrorDescription());
+        warn(CurrentErrorDescription());
     }
+}
+
+void PlantItem::Warn(const QString& text) const
+{
+    if (m_Controller) m_Controller->Owner().Host().Warn(text);
 }
 
 void PlantItem::PutTag(const Variant& value)
@@ -111,10 +162,10 @@ void PlantItem::CheckLinks() const
     m_LinksChecked = links;
 }
 
-void PlantItem::Snapshot()
+PendingRef PlantItem::Snapshot()
 {
     CheckExists();
-    if (m_Active) ReadNow();
+    return m_Active ? ReadNow() : nullptr;
 }
 
 Variant PlantItem::Elements(qint32 first, qint32 count, qint32 step)
@@ -147,26 +198,63 @@ Variant PlantItem::LinkItem() const
     return m_Traits.Links.isEmpty() ? Variant() : TextArray(m_Traits.Links);
 }
 
-void PlantItem::Scan(const Moment& moment)
+void PlantItem::Scan(const Moment& moment, SourceRound& round)
 {
     if (!m_Active || m_Traits.Attribute == Access::WriteOnly) return;
     try {
-        Read(moment);
-    } catch (const DescribedError&) {
-        m_State = ItemState::Failed; // calls report the reason
+        Read(moment, round);
+    } catch (const DescribedError& error) {
+        Fail(error.Description()); // calls report the reason
     } catch (...) {
-        m_State = ItemState::Failed;
         const QString reason = CurrentErrorDescription();
-        if (std::exchange(m_Warned, reason) == reason) return;
-        m_Controller->Owner().Host().Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
-                                              .arg(Name(), m_Controller->Name(), reason));
+        if (m_Failure != reason)
+            Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
+                     .arg(Name(), m_Controller->Name(), reason));
+        Fail(reason);
     }
+}
+
+void PlantItem::TakeRead(const Variant& value, TimeStamp time)
+{
+    if (!m_Controller || !m_Active) return;
+    try {
+        const LinkWalk walk(*this);
+        Take(value, time, ForcedChange::Reading);
+    } catch (...) {
+        NoteFailure(CurrentErrorDescription(), time);
+    }
+}
+
+void PlantItem::TakeArrived(const Variant& value, TimeStamp time)
+{
+    if (m_Controller && m_Controller->IsScanned() && m_Traits.Attribute != Access::WriteOnly) TakeRead(value, time);
+}
+
+/// The value stays as it was. That it no longer goes on is recorded, once.
+void PlantItem::NoteFailure(const QString& why, TimeStamp time)
+{
+    if (!m_Controller || !m_Active) return;
+    m_Time = time;
+    const bool isBreak = m_State == ItemState::Succeeded;
+    Fail(why);
+    if (isBreak && m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
+}
+
+void PlantItem::Fail(const QString& why)
+{
+    m_State = ItemState::Failed;
+    if (m_Failure != why) m_Failure = why;
+}
+
+QString PlantItem::Described(const QString& reason) const
+{
+    const QString where = m_Controller ? QStringLiteral(" of controller \"%1\"").arg(m_Controller->Name()) : QString();
+    return QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), where, reason);
 }
 
 void PlantItem::Throw(const QString& reason) const
 {
-    const QString where = m_Controller ? QStringLiteral(" of controller \"%1\"").arg(m_Controller->Name()) : QString();
-    throw ItemError(QStringLiteral("Item \"%1\"%2: %3.").arg(Name(), where, reason));
+    throw ItemError(Described(reason));
 }
 
 /// A failure in `action` is reported as this item's failure, unless it came from another item along a link.
@@ -182,14 +270,16 @@ void PlantItem::Attempt(Action action)
     }
 }
 
-void PlantItem::ReadNow()
+PendingRef PlantItem::ReadNow()
 {
+    SourceRound round(false);
     try {
-        Attempt([&] { Read(m_Controller->Owner().Host().Now()); });
-    } catch (const ItemError&) {
-        m_State = ItemState::Failed;
+        Attempt([&] { Read(m_Controller->Owner().Host().Now(), round); });
+    } catch (const ItemError& error) {
+        Fail(error.Description());
         throw;
     }
+    return BeginRound(round);
 }
 
 void PlantItem::CheckExists() const
@@ -206,12 +296,14 @@ Variant PlantItem::Fitted(const Variant& value) const
     return ConvertTo(m_Rules ? m_Rules->Written(value) : value, m_Traits.Type);
 }
 
-void PlantItem::Read(const Moment& moment)
+void PlantItem::Read(const Moment& moment, SourceRound& round)
 {
-    if (!FollowsLinks() && !m_Signal) return; // it holds what was written
+    if (!FollowsLinks() && !m_Variable) return; // it holds what was written
+    if (!FollowsLinks() && m_Variable->Owner()) return round.Add(*m_Variable);
     LinkWalk walk(*this);
-    const Variant raw = FollowsLinks() ? ReadLinks(*this) : m_Signal->Next(moment.Seconds, m_Traits.Type);
-    Take(raw, moment.Wall, ForcedChange::Reading);
+    const auto raw = FollowsLinks() ? ReadLinks(*this) : m_Variable->AtOnce(moment.Seconds, m_Traits.Type);
+    if (!raw) return; // nothing has come yet
+    Take(*raw, moment.Wall, ForcedChange::Reading);
     walk.NoteRead(*this);
 }
 
@@ -245,6 +337,7 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
 void PlantItem::Forget()
 {
     m_Controller = nullptr;
+    m_Variable = nullptr;
     // An object among them may hold this item.
     m_Value = m_Tag = m_Id = Variant();
 }

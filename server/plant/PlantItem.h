@@ -4,7 +4,8 @@
 #include "core/automation/ServerObjects.h"
 #include "server/plant/ItemTraits.h"
 #include "server/plant/Moment.h"
-#include "server/plant/Signal.h"
+#include "server/plant/Pending.h"
+#include "server/sources/SourceVariable.h"
 
 #include <optional>
 
@@ -39,11 +40,12 @@ public:
     virtual QStringList Operands() const = 0;
 };
 
-/// A data point: it holds its last value and takes new ones from its signal, its linked items and clients.
-class PlantItem : public ServerObject, public std::enable_shared_from_this<PlantItem>
+/// A data point: it holds its last value and takes new ones from its variable, its linked items and clients.
+class PlantItem : public ServerObject, public std::enable_shared_from_this<PlantItem>, private VariableHolder
 {
 public:
-    PlantItem(PlantController& controller, ItemTraits traits, SignalRef signal, std::unique_ptr<ValueRules> rules);
+    PlantItem(PlantController& controller, ItemTraits traits, SourceVariableRef variable,
+              std::unique_ptr<ValueRules> rules);
 
     const ItemTraits& Traits() const { return m_Traits; }
     const QString& Name() const { return m_Traits.Name; }
@@ -51,6 +53,8 @@ public:
     PlantController* Controller() const { return m_Controller; }
     qint32 Index() const { return m_Index; }
     ItemState State() const { return m_State; }
+    /// Why its state is Failed, as far as that was said; empty in other states.
+    QString Failure() const { return m_State == ItemState::Failed ? m_Failure : QString(); }
     bool IsActive() const { return m_Active; }
     /// False for an item without links, because it has nothing that could be active.
     bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
@@ -69,16 +73,18 @@ public:
 
     /// The value; an alias asks its linked item. Throws ItemError for a write-only item.
     Variant Value();
-    /// Converts the value to the item's type, passes it on to linked items and raises the change. Throws ItemError.
-    void PutValue(const Variant& value);
+    /// Converts the value to the item's type, passes it on to its variable or its linked items and raises the change.
+    /// What a device has yet to confirm is answered. Throws ItemError, or the answer fails with its description.
+    PendingRef PutValue(const Variant& value);
     /// As PutValue, `delay` milliseconds later; a failure then only shows in the state and the server's log.
     void PutValueEx(qint32 delay, const Variant& value);
     void PutTag(const Variant& value);
     void PutId(const Variant& value);
     void PutActivation(bool active);
     void PutLinkActivation(bool active);
-    /// Reads signal or linked items once, whatever the controller's state.
-    void Snapshot();
+    /// Reads its variable or its linked items once, whatever the controller's state. What a device has yet to tell is
+    /// answered; failures then show in the state. Throws ItemError.
+    PendingRef Snapshot();
     /// `count` elements from `first` on, every `step`-th one (0 counts as 1). With a count of 0, that element itself;
     /// with -1, all that follow. Throws ItemError.
     Variant Elements(qint32 first, qint32 count, qint32 step);
@@ -86,29 +92,40 @@ public:
     /// The names of the linked items; EMPTY without links.
     Variant LinkItem() const;
 
-    /// Takes the next value from its signal or link. A failure of any kind shows in the state.
-    void Scan(const Moment& moment);
+    /// Takes the next value from its variable or link, or joins the round. A failure of any kind shows in the state.
+    void Scan(const Moment& moment, SourceRound& round);
 
 private:
     friend class PlantController;
 
+    void TakeRead(const Variant& value, TimeStamp time) override;
+    void TakeArrived(const Variant& value, TimeStamp time) override;
+    void NoteFailure(const QString& why, TimeStamp time) override;
+
+    /// "Item "D100" of controller "PLC1": <reason>."
+    QString Described(const QString& reason) const;
     [[noreturn]] void Throw(const QString& reason) const;
     template <typename Action>
     void Attempt(Action action);
-    void ReadNow();
+    PendingRef ReadNow();
     void PutDelayed(const Variant& value);
+    PendingRef PassOn(const Variant& value);
+    PendingRef WriteVariable(const Variant& value);
+    void EndWrite(const Variant& value, const QString& failure);
     void CheckExists() const;
     Variant Fitted(const Variant& value) const;
-    void Read(const Moment& moment);
+    void Read(const Moment& moment, SourceRound& round);
     /// A value from the item's source, or a written one, becomes the item's value unless its rules drop it.
     void Take(const Variant& raw, TimeStamp time, ForcedChange occasion);
     bool IsChange(const Variant& value, ForcedChange occasion) const;
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
+    void Fail(const QString& why);
+    void Warn(const QString& text) const;
     void Forget();
 
     PlantController* m_Controller;
     const ItemTraits m_Traits;
-    SignalRef m_Signal;
+    SourceVariableRef m_Variable;
     std::unique_ptr<ValueRules> m_Rules;
     qint32 m_Index = 0;
     ItemState m_State = ItemState::Undefined;
@@ -120,7 +137,7 @@ private:
     TimeStamp m_Time;
     /// The state of the plant's links for which this item's links were last found sound.
     mutable quint64 m_LinksChecked = 0;
-    QString m_Warned; ///< about a scan's failure
+    QString m_Failure; ///< the last one
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

@@ -2,8 +2,10 @@
 
 #include "core/automation/Errors.h"
 #include "core/automation/ItemDefinition.h"
+#include "server/plant/Convert.h"
 #include "server/plant/Links.h"
 #include "server/plantfile/DefinitionToml.h"
+#include "server/plantfile/DeviceReader.h"
 #include "server/plantfile/SignalReader.h"
 #include "velsqllib/TypeCode.h"
 
@@ -120,13 +122,18 @@ void ItemReader::ReadOne(FileTable entry, const QString& name, const ItemOwner& 
     ItemTraits traits = ReadTraits(entry, isTyped);
     traits.Name = name;
     const bool isLinkWrong = entry.Has("links") && !entry.IsListOfTexts("links"); // said already
-    SignalRef signal;
+    SourceVariableRef variable =
+        ReadVariable(entry, owner.Controller, traits.Type, isTyped && owner.IsDeviceKnown && !name.isEmpty());
     for (FileTable& part : entry.OptionalTable("signal")) {
-        if (isTyped) signal = ReadSignal(std::move(part), traits.Type, m_Folder); // else nothing can be said of it
+        if (isTyped) variable = ReadSignal(std::move(part), traits.Type, m_Folder); // else nothing can be said of it
     }
     entry.RefuseOthers();
-    if (entry.Has("signal") && !traits.Links.isEmpty())
-        entry.Refuse("signal", QStringLiteral("a linked item takes its values from its link"));
+    if (entry.Has("signal") && entry.Has("variable"))
+        entry.Refuse("signal", QStringLiteral("an item with a variable takes its values from there"));
+    for (const char* key : {"signal", "variable"}) {
+        if (entry.Has(key) && !traits.Links.isEmpty())
+            entry.Refuse(key, QStringLiteral("a linked item takes its values from its link"));
+    }
     if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty() && !isLinkWrong)
         entry.Refuse("kind", QStringLiteral("an alias needs the item that it stands for in links"));
     const bool isTaken = owner.Controller.Find(name) != nullptr;
@@ -136,7 +143,7 @@ void ItemReader::ReadOne(FileTable entry, const QString& name, const ItemOwner& 
     if (isTaken || name.isEmpty()) return;
     if (++m_Count > MostItems)
         return entry.Refuse("name", QStringLiteral("a plant has at most %1 items").arg(MostItems));
-    owner.Controller.Add(std::move(traits), std::move(signal));
+    owner.Controller.Add(std::move(traits), std::move(variable));
 }
 
 void ItemReader::NoteDefinition(FileTable entry, const ItemOwner& owner)
@@ -176,6 +183,7 @@ QStringList ItemReader::Keys()
     bool isTyped = false;
     entry.Name("name");
     entry.Values("definition");
+    for (const char* key : {"variable", "option"}) entry.Text(key);
     ReadTraits(entry, isTyped);
     QStringList keys;
     for (const char* key : entry.Known()) keys.append(QString::fromUtf8(key));

@@ -10,6 +10,7 @@ struct ItemOwner
 {
     PlantController& Controller;
     QString Name;
+    bool IsDeviceKnown = true; ///< false: the device that it names is a mistake, which has been noted
 };
 
 /// Reads the items of a plant, entry by entry, whether they stand in the plant file or in a file of tags.

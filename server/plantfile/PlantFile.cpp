@@ -1,6 +1,7 @@
 #include "server/plantfile/PlantFile.h"
 
 #include "core/automation/SafeArray.h"
+#include "server/plantfile/DeviceReader.h"
 #include "server/plantfile/ItemReader.h"
 #include "server/plantfile/TagFile.h"
 
@@ -41,14 +42,18 @@ void ReadController(FileTable& table, Plant& plant, ItemReader& reader, bool kee
     traits.StartsActive = table.Flag("active", true);
     traits.SortsItems = table.Choice("added_items", {QStringLiteral("end"), QStringLiteral("sorted")}, 0) == 1;
     traits.KeepsAddedItems = table.Flag("keep_added_items", keepsAddedItems);
+    const QString device = table.Text("device");
     auto items = table.Tables("item");
     const QString tags = table.Has("tags") ? table.Name("tags") : table.Text("tags");
     table.RefuseOthers();
+    traits.Device = plant.FindSource(device);
+    const bool isDeviceKnown = traits.Device || device.isEmpty();
+    if (!isDeviceKnown) table.Refuse("device", QStringLiteral("there is no device \"%1\"").arg(device));
     const QString name = traits.Name;
     const bool isTaken = plant.Find(name) != nullptr;
     if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(name));
     if (isTaken || name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
-    const ItemOwner owner = {*plant.Add(std::move(traits)), name};
+    const ItemOwner owner = {*plant.Add(std::move(traits)), name, isDeviceKnown};
     for (FileTable& item : items) reader.Read(std::move(item), owner);
     if (tags.isEmpty()) return;
     try {
@@ -111,6 +116,7 @@ public:
     Moment Now() override { return {}; }
     void After(qint32, std::function<void()>) override {}
     void Record(const PlantItem&) override {}
+    void ScanSoon(PlantController&) override {}
     void Warn(const QString&) override {}
 };
 
@@ -125,6 +131,7 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
         FileTable table(root, mistakes);
         for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
         const bool keepsAddedItems = table.Flag("keep_added_items", true);
+        for (FileTable& part : table.Tables("device")) ReadDevice(std::move(part), plant, QFileInfo(path).path());
         ItemReader reader(plant, QFileInfo(path).path(), mistakes);
         for (FileTable& part : table.Tables("controller")) ReadController(part, plant, reader, keepsAddedItems);
         reader.Finish();

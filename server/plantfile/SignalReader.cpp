@@ -1,7 +1,7 @@
 #include "server/plantfile/SignalReader.h"
 
 #include "core/automation/Errors.h"
-#include "server/plantfile/ReplayFile.h"
+#include "server/sources/replay/ReplayFile.h"
 #include "velsqllib/TypeCode.h"
 
 #include <cmath>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "server/plant/Signal.h"
 #include "server/plantfile/FileTable.h"
+#include "server/sources/simulated/Signal.h"
 
 #include <QSet>
 

@@ -1,7 +1,7 @@
 #include "server/plantfile/TagFile.h"
 
 #include "server/plantfile/CsvReader.h"
-#include "server/plantfile/DataFile.h"
+#include "server/sources/replay/DataFile.h"
 
 #include <QDir>
 

@@ -1,6 +1,7 @@
 #include "server/rpc/ControllerServer.h"
 
 #include "core/automation/NumberText.h"
+#include "server/plant/Convert.h"
 #include "server/rpc/SubscriptionServer.h"
 #include "velsqllib/TypeCode.h"
 #include "velsqllib/WireText.h"

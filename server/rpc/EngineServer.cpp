@@ -1,5 +1,6 @@
 #include "server/rpc/EngineServer.h"
 
+#include "server/plant/Convert.h"
 #include "server/rpc/ControllerServer.h"
 #include "server/rpc/HistoryServer.h"
 #include "velsqllib/WireText.h"

@@ -2,6 +2,23 @@
 
 #include "velsqllib/WireText.h"
 
+namespace {
+
+/// What a device has yet to answer; its failure is the call's.
+kj::Promise<void> EndOf(const PendingRef& pending)
+{
+    if (!pending) return kj::READY_NOW;
+    auto end = kj::newPromiseAndFulfiller<void>();
+    auto fulfiller = std::make_shared<kj::Own<kj::PromiseFulfiller<void>>>(kj::mv(end.fulfiller));
+    pending->Then([fulfiller](const QString& failure) {
+        if (failure.isEmpty()) (*fulfiller)->fulfill();
+        else (*fulfiller)->reject(ToException(failure));
+    });
+    return kj::mv(end.promise);
+}
+
+} // namespace
+
 ItemServer::ItemServer(Services& services, PlantItemRef item)
     : WireServer(services.Gate)
     , m_Services(services)
@@ -17,14 +34,12 @@ kj::Promise<void> ItemServer::getValue(GetValueContext context)
 
 kj::Promise<void> ItemServer::putValue(PutValueContext context)
 {
-    Existing().PutValue(Received(context.getParams().getValue()));
-    return kj::READY_NOW;
+    return EndOf(Existing().PutValue(Received(context.getParams().getValue())));
 }
 
 kj::Promise<void> ItemServer::snapshot(SnapshotContext)
 {
-    Existing().Snapshot();
-    return kj::READY_NOW;
+    return EndOf(Existing().Snapshot());
 }
 
 kj::Promise<void> ItemServer::getActivation(GetActivationContext context)

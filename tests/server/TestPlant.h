@@ -2,6 +2,7 @@
 
 #include "server/plant/ItemPass.h"
 #include "server/plant/Plant.h"
+#include "server/sources/simulated/Signal.h"
 #include "tests/server/Outcome.h"
 
 #include <map>
@@ -38,6 +39,7 @@ private:
         m_Delayed.emplace(m_Passed + delay, std::move(action));
     }
     void Record(const PlantItem& item) override { Recorded << Note(item); }
+    void ScanSoon(PlantController&) override {}
     void Warn(const QString& text) override { Warnings << text; }
 
     qint64 m_Passed = 0; ///< milliseconds

@@ -1,4 +1,4 @@
-#include "server/plantfile/ReplayFile.h"
+#include "server/sources/replay/ReplayFile.h"
 #include "tests/server/PlantFileTest.h"
 
 TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
@@ -69,6 +69,49 @@ TEST_F(PlantFileTest, RecordedValuesAreReplayedInTheirTimes)
     }
     WriteFile(path, "1,1\n2,x\n");
     EXPECT_TRUE(OutcomeOf([&] { ReadReplayFile(path, VT_I4); }).endsWith(u"r.csv:2: VT_I4: \"x\" is not a number"));
+}
+
+TEST_F(PlantFileTest, DevicesAreReadBeforeTheItemsThatAreBoundToTheirVariables)
+{
+    WriteFile(m_Folder.filePath(u"r.csv"_s), "1,7\n");
+    const QByteArray devices = R"([[controller]]
+name = "C"
+device = "Recorder"
+item = [ { name = "I", type = "I4", variable = "value", option = "once" } ]
+[[device]]
+name = "Recorder"
+protocol = "replay"
+file = "r.csv"
+)";
+    ASSERT_EQ(MistakesIn(devices), u"done");
+    PlantController& controller = *m_Plant.Controller(u"C"_s);
+    controller.Start();
+    ReadAll(controller, 0);
+    EXPECT_EQ(controller.Item(u"I"_s)->Value(), Variant(7));
+    EXPECT_EQ(MistakesIn(R"([[device]]
+name = "Recorder"
+protocol = "morse"
+[[device]]
+name = "R2"
+protocol = "replay"
+speed = 1
+[[controller]]
+name = "D"
+device = "R3"
+item = [ { name = "I", variable = "value" } ]
+[[controller]]
+name = "E"
+item = [ { name = "I", variable = "v" }, { name = "J", option = "o" },
+         { name = "K", variable = "v", signal = { form = "clock" } } ]
+)"),
+              u"plant.toml:2: name: device \"Recorder\" exists already\n"
+              "plant.toml:3: protocol: \"morse\" is none of replay\n"
+              "plant.toml:4: file is missing\nplant.toml:7: speed is not known here\n"
+              "plant.toml:10: device: there is no device \"R3\"\n"
+              "plant.toml:14: variable: the controller has no device\n"
+              "plant.toml:14: option: it belongs to a variable\n"
+              "plant.toml:15: variable: the controller has no device\n"
+              "plant.toml:15: signal: an item with a variable takes its values from there"_s);
 }
 
 TEST_F(PlantFileTest, TimesAreLocalAndHistoryDestinationsAreRead)

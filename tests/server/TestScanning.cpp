@@ -48,7 +48,7 @@ TEST(ItemPassTest, ReadsEachItemOnceThoughOthersComeAndGoAndEndsWithStop)
     NotingObserver observer(controller);
     ItemPass scan(controller, 0), snapshot(controller);
     EXPECT_FALSE(scan.Continue(OneItem));
-    controller.AddInPlace({.Name = u"a"_s}, nullptr);
+    controller.AddInPlace({.Name = u"a"_s}, nullptr, nullptr);
     EXPECT_FALSE(scan.Continue(OneItem));
     for (const QString& name : {u"b"_s, u"f"_s}) controller.Remove(name);
     controller.Item(u"g"_s)->PutActivation(false);

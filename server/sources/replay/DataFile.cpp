@@ -1,4 +1,4 @@
-#include "server/plantfile/DataFile.h"
+#include "server/sources/replay/DataFile.h"
 
 #include "core/automation/Errors.h"
 

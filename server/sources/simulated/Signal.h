@@ -1,19 +1,16 @@
 #pragma once
 
 #include "server/plant/Convert.h"
+#include "server/sources/SourceVariable.h"
 
-#include <memory>
 #include <random>
 #include <vector>
 
-/// Where a scanned item's values come from.
-class Signal
+/// A simulated variable, whose values follow a rule.
+class Signal : public SourceVariable
 {
 public:
-    Signal() = default;
-    Signal(const Signal&) = delete;
-    Signal& operator=(const Signal&) = delete;
-    virtual ~Signal();
+    std::optional<Variant> AtOnce(double seconds, VarType type) override { return Next(seconds, type); }
 
     /// The value at a scan, `seconds` after the server began; `type` is the item's type, without the array bit for the
     /// signal of an element.
@@ -103,27 +100,6 @@ private:
     std::mt19937 m_Random;
     std::uniform_real_distribution<double> m_Step;
     double m_Now;
-};
-
-struct ReplayedValue
-{
-    double Seconds; ///< since a fixed point
-    Variant Value;
-};
-
-/// Replays recorded values at their recorded intervals; the first one begins with the plant.
-class ReplaySignal : public Signal
-{
-public:
-    /// `values` are not empty and in the order of their times. A signal that does not repeat stays at its last value;
-    /// one that does shows the last value for as long as the one before.
-    ReplaySignal(std::vector<ReplayedValue> values, bool repeats);
-    Variant Next(double seconds, VarType type) override;
-
-private:
-    std::vector<ReplayedValue> m_Values;
-    /// Of one turn, in seconds; 0 when it does not repeat.
-    double m_Length;
 };
 
 /// The local time, for items of type DATE or texts.

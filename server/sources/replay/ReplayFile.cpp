@@ -1,8 +1,8 @@
-#include "server/plantfile/ReplayFile.h"
+#include "server/sources/replay/ReplayFile.h"
 
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
-#include "server/plantfile/DataFile.h"
+#include "server/sources/replay/DataFile.h"
 #include "velsqllib/DateText.h"
 
 #include <cmath>

@@ -1,0 +1,89 @@
+#pragma once
+
+#include "core/automation/Errors.h"
+#include "core/automation/Variant.h"
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+class Source;
+
+/// How a plant file or an operator names a variable.
+struct VariableText
+{
+    QString Name;
+    QString Option;
+    VarType Type;      ///< of the item that is bound to it; VT_VARIANT takes what the source finds natural
+    QString Unit = {}; ///< which unit of the source, when it is not the usual one
+};
+
+/// A variable that cannot be bound, and which part of its text is to blame.
+class VariableError : public DescribedError
+{
+public:
+    enum class Part
+    {
+        Name,
+        Option,
+        Unit
+    };
+    VariableError(Part part, const QString& description)
+        : DescribedError(description)
+        , m_Part(part)
+    {
+    }
+    Part Which() const { return m_Part; }
+
+private:
+    Part m_Part;
+};
+
+/// Who holds a variable, as a rule an item. It is told on the server's loop.
+class VariableHolder
+{
+public:
+    using Time = std::chrono::system_clock::time_point;
+
+    /// The answer to a reading.
+    virtual void TakeRead(const Variant& value, Time time) = 0;
+    /// A value that has come by itself.
+    virtual void TakeArrived(const Variant& value, Time time) = 0;
+    /// It could not be read, or a value that came is none. `why` continues "Item ...: ".
+    virtual void NoteFailure(const QString& why, Time time) = 0;
+
+protected:
+    ~VariableHolder() = default;
+};
+
+/// One variable of a source, bound for one item until it is destroyed.
+class SourceVariable
+{
+public:
+    SourceVariable() = default;
+    SourceVariable(const SourceVariable&) = delete;
+    SourceVariable& operator=(const SourceVariable&) = delete;
+    virtual ~SourceVariable();
+
+    /// The value at a scan, `seconds` after the server began, when nothing must be waited for. `type` is the item's, or
+    /// that of its elements for the signal of an element.
+    virtual std::optional<Variant> AtOnce(double seconds, VarType type);
+    /// The source that reads and writes it; null when there is only AtOnce.
+    virtual Source* Owner() const { return nullptr; }
+
+    /// A variable has one holder for all its life; before, it tells nobody.
+    void SetHolder(VariableHolder& holder) { m_Holder = &holder; }
+    /// For its source: to tell the holder.
+    void Answer(const Variant& value, VariableHolder::Time time);
+    void Arrive(const Variant& value, VariableHolder::Time time);
+    void Fail(const QString& why, VariableHolder::Time time);
+
+private:
+    friend class SourceRound;
+
+    VariableHolder* m_Holder = nullptr;
+    /// Scans leave it out while the answer to the last one is still on its way.
+    bool m_IsAsked = false;
+};
+
+using SourceVariableRef = std::unique_ptr<SourceVariable>;

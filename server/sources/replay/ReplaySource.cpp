@@ -1,0 +1,49 @@
+#include "server/sources/replay/ReplaySource.h"
+
+#include "server/sources/replay/ReplayFile.h"
+
+#include <QDir>
+
+ReplaySource::ReplaySource(QString name, QString path)
+    : Source(std::move(name))
+    , m_Path(std::move(path))
+{
+}
+
+SourceRef ReplaySource::Make(const QString& name, SourceSettings& settings)
+{
+    const QString file = settings.Name("file");
+    if (file.isEmpty()) return nullptr;
+    return std::make_shared<ReplaySource>(name, QDir(settings.Folder()).absoluteFilePath(file));
+}
+
+SourceVariableRef ReplaySource::Bind(const VariableText& text)
+{
+    using enum VariableError::Part;
+    if (text.Name != QStringLiteral("value"))
+        throw VariableError(Name, QStringLiteral("a recording has the variable \"value\", not \"%1\"").arg(text.Name));
+    const bool isOnce = text.Option == QStringLiteral("once");
+    if (!isOnce && !text.Option.isEmpty())
+        throw VariableError(Option, QStringLiteral("a recording has the option \"once\", not \"%1\"").arg(text.Option));
+    if (!text.Unit.isEmpty()) throw VariableError(Unit, QStringLiteral("a recording has no units"));
+    try {
+        return std::make_unique<ReplaySignal>(ReadReplayFile(m_Path, text.Type), !isOnce);
+    } catch (const DescribedError& error) {
+        throw VariableError(Name, error.Description());
+    }
+}
+
+void ReplaySource::Read(std::vector<SourceVariable*>, std::function<void()> done)
+{
+    done();
+}
+
+void ReplaySource::Write(SourceVariable&, const Variant&, Written)
+{
+    throw DescribedError(QStringLiteral("a recording cannot be written"));
+}
+
+QString ReplaySource::Describe() const
+{
+    return QStringLiteral("%1: replay of %2").arg(Name(), m_Path);
+}
