@@ -78,7 +78,7 @@ double RecordAll(const QString& path)
     HistoryDestination destination;
     destination.ConnectionString = QStringLiteral("Driver=SQLite;Database=") + path;
     destination.MaxRecord = 0; // the floor deletes nothing either
-    Recorder recorder(1, destination);
+    Recorder recorder(1, destination, {.Folder = path + QStringLiteral(".spool")});
     TimeStamp time = std::chrono::system_clock::now();
     const auto start = Clock::now();
     for (int i = 0; i < Values; ++i)

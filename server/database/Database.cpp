@@ -172,6 +172,12 @@ DatabaseAddress::DatabaseAddress(const QString& connectionString)
     if (m_Database.isEmpty()) throw DescribedError(QStringLiteral("The connection string names no database."));
 }
 
+QString DatabaseAddress::Place() const
+{
+    if (!IsPostgreSql()) return QStringLiteral("SQLite ") + QFileInfo(m_Database).absoluteFilePath();
+    return QStringLiteral("PostgreSQL %1:%2/%3").arg(m_Server).arg(m_Port > 0 ? m_Port : 5432).arg(m_Database);
+}
+
 DatabaseError::DatabaseError(const QSqlError& error)
     : DescribedError(Describe(error))
     , m_IsAboutTheValue(IsCodeOfValue(error.nativeErrorCode()))

@@ -20,6 +20,8 @@ public:
     bool IsPostgreSql() const { return m_Driver == QStringLiteral("QPSQL"); }
     /// File path or name of the database.
     const QString& Database() const { return m_Database; }
+    /// Which database it is, whoever reaches it by which words.
+    QString Place() const;
     /// The connection string with the password hidden.
     const QString& Shown() const { return m_Shown; }
 

@@ -2,6 +2,7 @@
 
 #include "core/automation/Errors.h"
 #include "server/database/PrivateFile.h"
+#include "server/log/Log.h"
 #include "velsqllib/StateFolder.h"
 
 namespace {
@@ -22,6 +23,7 @@ HistorySettings DefaultHistorySettings()
 {
     HistorySettings settings;
     settings.Destinations[0].ConnectionString = OwnConnection();
+    settings.Spool.Folder = StateFolder() + QStringLiteral("/spool");
     return settings;
 }
 
@@ -34,8 +36,10 @@ History::History(HistorySettings settings, kj::Timer& timer)
         const bool isOwn = destination.ConnectionString == OwnConnection();
         // An earlier version left this to the umask.
         if (isOwn) TakeFromOthers(OwnDatabase());
-        if (m_Settings.Enabled && !destination.ConnectionString.isEmpty()) m_Recorders.emplace_back(index, destination);
+        if (m_Settings.Enabled && !destination.ConnectionString.isEmpty())
+            m_Recorders.emplace_back(index, destination, m_Settings.Spool);
     }
+    SayWhatWaitsForOthers();
 }
 
 History::~History()
@@ -77,6 +81,14 @@ kj::Promise<ResultSpoolRef> History::Execute(const QString& statement, const His
     const QString& where = Destination(1).ConnectionString;
     if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to query."));
     return m_Runner.Run(DatabaseAddress(where), statement, user);
+}
+
+void History::SayWhatWaitsForOthers() const
+{
+    QStringList used;
+    for (const HistoryDestination& destination : m_Settings.Destinations)
+        if (!destination.ConnectionString.isEmpty()) used.append(NameOf(destination));
+    for (const QString& line : SpoolFolder::LeftForOthers(m_Settings.Spool.Folder, used)) Log(LogLevel::Warning, line);
 }
 
 const HistoryDestination& History::Destination(qint32 index) const

@@ -9,6 +9,7 @@ struct HistorySettings
 {
     bool Enabled = true;
     std::array<HistoryDestination, 2> Destinations;
+    SpoolSettings Spool; ///< for each destination
     StatementLimits Limits;
 };
 
@@ -43,6 +44,7 @@ public:
 
 private:
     const HistoryDestination& Destination(qint32 index) const;
+    void SayWhatWaitsForOthers() const;
 
     HistorySettings m_Settings;
     std::list<Recorder> m_Recorders;

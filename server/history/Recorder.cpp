@@ -1,172 +1,127 @@
 #include "server/history/Recorder.h"
 
-#include "server/database/SqlValue.h"
 #include "server/history/SqliteTable.h"
 #include "server/log/Log.h"
 #include "server/postgreshistory/PostgresTable.h"
 
-#include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <QHash>
-#include <QRandomGenerator>
 #include <QRegularExpression>
-#include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t LargestBatch = 5000;
-constexpr std::size_t BatchWorthWriting = 1000;
-constexpr auto LongestWait = 200ms; // time for a batch to fill
-constexpr auto RetryPause = 1000ms;
-// A full queue takes some seconds to write.
-constexpr auto LongestEnd = 20s;
+// What is not written by then stays on disk for the next server.
+constexpr auto LongestEnd = 5s;
+constexpr auto TimeToWriteAtEnd = 3s;
 constexpr auto LongestSilence = 5s;
+constexpr auto BetweenReports = 60s;
 constexpr qsizetype MostRefused = 10'000;
 
-qint64 BytesOf(const RecordedValue& value)
+QString NameOf(int destination)
 {
-    return 64 + SizeOf(value.Value);
-}
-
-void SayOf(int destination, LogLevel level, const QString& text)
-{
-    Log(level, QStringLiteral("History destination %1: %2").arg(destination).arg(text));
+    return QStringLiteral("History destination %1: ").arg(destination);
 }
 
 } // namespace
 
-/// The values that wait to be written; filled by the event loop, emptied by the writer.
-class Recorder::Queue
+/// Tells the log whether values are written, wait or are dropped, each once; from the threads of writer and keeper.
+class Recorder::Reporter
 {
 public:
-    enum class Trouble
+    Reporter(int number, std::shared_ptr<WaitingValues> waiting)
+        : m_Number(number)
+        , m_Waiting(std::move(waiting))
     {
-        None,
-        /// The first value since the last TakeDropped had to be dropped.
-        Dropping,
-        /// The database keeps the writer waiting; reported once until values are written again.
-        Silence
-    };
+    }
 
-    Trouble Add(RecordedValue value)
+    void SayWaiting(const QString& reason)
     {
         const std::lock_guard lock(m_Guard);
-        const bool nothingDropped = m_Dropped == 0;
-        m_Bytes += BytesOf(value);
-        m_Values.push_back(std::move(value));
-        while (m_Values.size() > MostWaiting || m_Bytes > MostBytesWaiting) {
-            m_Bytes -= BytesOf(m_Values.front());
-            m_Values.pop_front();
-            ++m_Dropped;
-            ++m_Removed;
-        }
-        if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting) m_Filled.notify_one();
-        if (nothingDropped && m_Dropped > 0) return Trouble::Dropping;
-        return IsNewlySilent() ? Trouble::Silence : Trouble::None;
+        if (std::exchange(m_WaitReason, reason) != reason)
+            Say(LogLevel::Error, QStringLiteral("Values wait: ") + reason);
     }
 
-    /// The oldest values, which stay in the queue until they are Removed; empty when told to stop and nothing waits.
-    std::vector<RecordedValue> Batch(const std::stop_token& stop)
-    {
-        std::unique_lock lock(m_Guard);
-        m_BusySince.reset();
-        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
-        m_Filled.wait_for(lock, stop, LongestWait, [this] { return m_Values.size() >= BatchWorthWriting; });
-        m_BusySince = Clock::now();
-        const auto count = static_cast<std::ptrdiff_t>(std::min(m_Values.size(), LargestBatch));
-        m_BatchBegan = m_Removed;
-        return {m_Values.begin(), m_Values.begin() + count};
-    }
-
-    /// Removes the first `count` values of the batch; some of them may have been dropped meanwhile.
-    void Remove(std::size_t count)
+    void SayWritten()
     {
         const std::lock_guard lock(m_Guard);
-        while (m_Removed < m_BatchBegan + count && !m_Values.empty()) {
-            m_Bytes -= BytesOf(m_Values.front());
-            m_Values.pop_front();
-            ++m_Removed;
-        }
-        if (m_Values.empty()) m_Emptied.notify_all();
+        TakeDropped();
+        if (m_WaitReason.isEmpty() && m_Dropped == 0) return;
+        SayDropped();
+        Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(m_Dropped));
+        m_WaitReason.clear();
+        m_Dropped = 0;
     }
 
-    void Pause(const std::stop_token& stop)
+    void Look()
     {
-        std::unique_lock lock(m_Guard);
-        m_BusySince.reset();
-        m_Filled.wait_for(lock, stop, RetryPause, [] { return false; });
+        if (m_Waiting->BusyFor() > LongestSilence)
+            SayWaiting(QStringLiteral("the database has not answered for %1 seconds.").arg(LongestSilence.count()));
+        const std::lock_guard lock(m_Guard);
+        TakeDropped();
+        if (Clock::now() - m_Reported > BetweenReports) SayDropped();
     }
 
-    bool WaitUntilEmpty(std::chrono::milliseconds longest)
-    {
-        std::unique_lock lock(m_Guard);
-        return m_Emptied.wait_for(lock, longest, [this] { return m_Values.empty(); });
-    }
-
-    std::size_t Count() const
-    {
-        const std::lock_guard lock(m_Guard);
-        return m_Values.size();
-    }
-    quint64 TakeDropped()
-    {
-        const std::lock_guard lock(m_Guard);
-        return std::exchange(m_Dropped, 0);
-    }
-    bool TakeSilence()
-    {
-        const std::lock_guard lock(m_Guard);
-        return std::exchange(m_SilenceSaid, false);
-    }
+    void Say(LogLevel level, const QString& text) const { Log(level, NameOf(m_Number) + text); }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    bool IsNewlySilent()
+    void TakeDropped()
     {
-        if (m_SilenceSaid || !m_BusySince || Clock::now() - *m_BusySince < LongestSilence) return false;
-        m_SilenceSaid = true;
-        return true;
+        const DroppedValues dropped = m_Waiting->TakeDropped();
+        m_Dropped += dropped.Count;
+        m_Unreported.Add(dropped.Count, dropped.Begin, dropped.End);
     }
 
+    void SayDropped()
+    {
+        if (m_Unreported.Count == 0) return;
+        Say(LogLevel::Warning,
+            QStringLiteral("Too many values wait: the oldest are dropped, %1.").arg(m_Unreported.Text()));
+        m_Unreported = {};
+        m_Reported = Clock::now();
+    }
+
+    const int m_Number;
+    const std::shared_ptr<WaitingValues> m_Waiting;
     mutable std::mutex m_Guard;
-    std::condition_variable_any m_Filled;
-    std::condition_variable_any m_Emptied;
-    std::deque<RecordedValue> m_Values;
-    qint64 m_Bytes = 0;
-    quint64 m_Removed = 0; ///< all that have ever left the front
-    quint64 m_BatchBegan = 0;
-    quint64 m_Dropped = 0;
-    /// Empty while the writer waits for values or pauses.
-    std::optional<Clock::time_point> m_BusySince = Clock::now();
-    bool m_SilenceSaid = false;
+    /// Why values are waiting; empty while they are written.
+    QString m_WaitReason;
+    quint64 m_Dropped = 0; ///< since values were last written
+    DroppedValues m_Unreported;
+    Clock::time_point m_Reported = Clock::now() - BetweenReports;
 };
 
 /// The writing thread's side.
 class Recorder::Writer
 {
 public:
-    Writer(int number, HistoryDestination destination, std::shared_ptr<Queue> queue)
-        : m_Number(number)
-        , m_Destination(std::move(destination))
+    Writer(HistoryDestination destination, std::shared_ptr<WaitingValues> waiting, std::shared_ptr<Reporter> reporter)
+        : m_Destination(std::move(destination))
         , m_IsPostgreSql(DatabaseAddress(m_Destination.ConnectionString).IsPostgreSql())
-        , m_Queue(std::move(queue))
+        , m_Waiting(std::move(waiting))
+        , m_Reporter(std::move(reporter))
     {
     }
 
     void Run(const std::stop_token& stop)
     {
+        m_Waiting->OnDisk().TakeOver();
         // Early, so that queries find the table.
         Open();
-        for (;;) {
-            const auto batch = m_Queue->Batch(stop);
-            if (batch.empty()) break;
-            if (Write(batch)) continue;
-            if (stop.stop_requested()) break;
-            m_Queue->Pause(stop);
+        std::optional<Clock::time_point> end;
+        while (!end || Clock::now() < *end) {
+            if (!end && stop.stop_requested()) end = Clock::now() + TimeToWriteAtEnd;
+            SpoolBatch batch = m_Waiting->Next(stop);
+            if (batch.Values.empty()) {
+                if (stop.stop_requested()) return ForgetOwn();
+                continue;
+            }
+            while (!Write(batch)) {
+                if (stop.stop_requested()) return;
+                m_Waiting->Pause(stop);
+            }
         }
     }
 
@@ -178,6 +133,8 @@ private:
         try {
             if (m_IsPostgreSql) m_Table = std::make_unique<PostgresTable>(m_Destination);
             else m_Table = std::make_unique<SqliteTable>(m_Destination);
+            // Where a connection was lost, only the database knows whether it has committed.
+            for (const quint64 spool : m_Waiting->OnDisk().Ids()) NoteWritten({spool, m_Table->Written(spool)});
             return true;
         } catch (const DescribedError& error) {
             StopWriting(error.Description());
@@ -185,36 +142,59 @@ private:
         }
     }
 
-    bool Write(std::span<const RecordedValue> batch)
+    bool Write(SpoolBatch& batch)
     {
-        if (!Open()) return false;
         try {
-            m_Table->Write(batch, {m_Spool, m_Written + batch.size()});
-            m_Written += batch.size();
-            m_Queue->Remove(batch.size());
-            GoOnWriting();
+            if (!Open()) return false;
+            batch.SkipTo(m_Written.value(batch.Spool));
+            while (!batch.Values.empty()) WriteSome(batch, batch.Values.size());
+            ForgetEmptied();
+            m_Reporter->SayWritten();
             return true;
-        } catch (const DatabaseError& error) {
-            if (!error.IsAboutTheValue()) {
-                StopWriting(error.Description());
-                return false;
-            }
-            return WriteWithout(batch, error.Description());
         } catch (const DescribedError& error) {
             StopWriting(error.Description());
             return false;
         }
     }
 
-    /// One value was refused: the others are written without it.
-    bool WriteWithout(std::span<const RecordedValue> batch, const QString& reason)
+    /// Writes the first `count` values or, when one of these is refused, fewer; they leave the batch.
+    void WriteSome(SpoolBatch& batch, std::size_t count)
     {
-        if (batch.size() == 1) {
-            SayRefused(batch[0].Controller + u'\\' + batch[0].Item, reason);
-            m_Queue->Remove(1);
-            return true;
+        const SpoolPosition position = batch.After(count);
+        try {
+            m_Table->Write(std::span(batch.Values).first(count), position);
+        } catch (const DatabaseError& error) {
+            if (!error.IsAboutTheValue()) throw;
+            if (count > 1) return WriteSome(batch, count / 2);
+            SayRefused(batch.Values[0].Controller + u'\\' + batch.Values[0].Item, error.Description());
         }
-        return Write(batch.first(batch.size() / 2));
+        NoteWritten(position);
+        batch.SkipTo(position.Sequence);
+    }
+
+    void NoteWritten(SpoolPosition position)
+    {
+        quint64& written = m_Written[position.Spool];
+        written = std::max(written, position.Sequence);
+        m_Waiting->Written({position.Spool, written});
+    }
+
+    void ForgetEmptied()
+    {
+        for (const quint64 spool : m_Waiting->OnDisk().TakeEmptied()) {
+            m_Table->Forget(spool);
+            m_Written.remove(spool);
+        }
+    }
+
+    /// Everything has been written, so nobody will ask.
+    void ForgetOwn()
+    {
+        try {
+            if (m_Table) m_Table->Forget(m_Waiting->OnDisk().Id());
+        } catch (const DescribedError& error) {
+            m_Reporter->Say(LogLevel::Debug, error.Description());
+        }
     }
 
     /// Logged once per item until the reason changes; a reason that only quotes another value is the same one.
@@ -225,70 +205,44 @@ private:
         if (m_Refused.value(item) == bare) return;
         if (m_Refused.size() >= MostRefused) m_Refused.clear(); // items come and go
         m_Refused.insert(item, bare);
-        Say(LogLevel::Warning, QStringLiteral("A value of %1 cannot be recorded: %2").arg(item, reason));
+        m_Reporter->Say(LogLevel::Warning, QStringLiteral("A value of %1 cannot be recorded: %2").arg(item, reason));
     }
 
     void StopWriting(const QString& reason)
     {
         m_Table.reset();
-        if (reason == m_WaitReason) return; // already reported
-        Say(LogLevel::Error, QStringLiteral("Values wait, at most %1: %2").arg(MostWaiting).arg(reason));
-        m_WaitReason = reason;
+        m_Reporter->SayWaiting(reason);
     }
 
-    void GoOnWriting()
-    {
-        const quint64 dropped = m_Queue->TakeDropped();
-        const bool wasSilent = m_Queue->TakeSilence();
-        if (m_WaitReason.isEmpty() && dropped == 0 && !wasSilent) return;
-        Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(dropped));
-        m_WaitReason.clear();
-    }
-
-    void Say(LogLevel level, const QString& text) const { SayOf(m_Number, level, text); }
-
-    const int m_Number;
     const HistoryDestination m_Destination;
     const bool m_IsPostgreSql;
-    const std::shared_ptr<Queue> m_Queue;
-    const quint64 m_Spool = QRandomGenerator64::securelySeeded().generate() >> 1;
-    quint64 m_Written = 0;
+    const std::shared_ptr<WaitingValues> m_Waiting;
+    const std::shared_ptr<Reporter> m_Reporter;
     std::unique_ptr<HistoryTable> m_Table; ///< null while the database is away
-    /// Why values are waiting; empty while they are written.
-    QString m_WaitReason;
+    QHash<quint64, quint64> m_Written;     ///< by spool: up to this sequence
     /// Items, and why their value was last refused.
     QHash<QString, QString> m_Refused;
 };
 
-Recorder::Recorder(int number, const HistoryDestination& destination)
+Recorder::Recorder(int number, const HistoryDestination& destination, const SpoolSettings& spool)
     : m_Number(number)
-    , m_Queue(std::make_shared<Queue>())
+    , m_Waiting(std::make_shared<WaitingValues>(NameOf(number), spool, destination))
 {
-    auto writer = std::make_shared<Writer>(number, destination, m_Queue);
-    m_Worker.emplace([writer](const std::stop_token& stop) { writer->Run(stop); }, LongestEnd);
+    const auto reporter = std::make_shared<Reporter>(number, m_Waiting);
+    const auto writer = std::make_shared<Writer>(destination, m_Waiting, reporter);
+    m_Keeper.emplace([waiting = m_Waiting, reporter](const std::stop_token& stop) {
+        waiting->Keep(stop, [&] { reporter->Look(); });
+    });
+    m_Writer.emplace([writer](const std::stop_token& stop) { writer->Run(stop); }, LongestEnd);
 }
 
 Recorder::~Recorder()
 {
-    m_Worker.reset();
-    const std::size_t lost = m_Queue->Count();
-    if (lost > 0)
-        SayOf(m_Number, LogLevel::Error, QStringLiteral("%1 values could not be written any more.").arg(lost));
-}
-
-void Recorder::Record(RecordedValue value)
-{
-    const Queue::Trouble trouble = m_Queue->Add(std::move(value));
-    if (trouble == Queue::Trouble::Dropping)
-        SayOf(m_Number, LogLevel::Warning, QStringLiteral("Too many values wait: the oldest are dropped."));
-    else if (trouble == Queue::Trouble::Silence)
-        SayOf(m_Number, LogLevel::Error,
-              QStringLiteral("Values wait, at most %1: the database has not answered for %2 seconds.")
-                  .arg(MostWaiting)
-                  .arg(LongestSilence.count()));
-}
-
-bool Recorder::Flush(int milliseconds)
-{
-    return m_Queue->WaitUntilEmpty(std::chrono::milliseconds(milliseconds));
+    m_Writer.reset();
+    m_Keeper.reset(); // the last one: it keeps what could not be written
+    const quint64 lost = m_Waiting->CountInMemory();
+    const quint64 left = m_Waiting->OnDisk().Count();
+    const QString name = NameOf(m_Number);
+    if (lost > 0) Log(LogLevel::Error, name + QStringLiteral("%1 values are lost.").arg(lost));
+    if (left > 0) Log(LogLevel::Warning, name + QStringLiteral("%1 values wait on disk for the next start.").arg(left));
 }

@@ -1,36 +1,34 @@
 #pragma once
 
-#include "server/database/HistoryTable.h"
 #include "server/history/Worker.h"
+#include "server/spool/WaitingValues.h"
 
 #include <optional>
 
-/// Writes values to one destination, in batches and on a thread of its own. While the database is away, values wait.
+/// Writes values to one destination, in batches and on a thread of its own. While the database is away, values wait on
+/// disk, kept there by a second thread.
 class Recorder
 {
 public:
-    /// Beyond these bounds the oldest of the waiting values are dropped.
-    static constexpr std::size_t MostWaiting = 200'000;
-    static constexpr qint64 MostBytesWaiting = 64 * 1024 * 1024;
-
     /// `number` names the destination in the log. Throws DescribedError for a wrong connection string.
-    Recorder(int number, const HistoryDestination& destination);
-    /// Writes the waiting values, unless that takes too long, and logs how many are lost.
+    Recorder(int number, const HistoryDestination& destination, const SpoolSettings& spool);
+    /// Writes the waiting values, unless that takes too long: then they stay on disk for the next server.
     ~Recorder();
 
     /// Never waits for the database.
-    void Record(RecordedValue value);
+    void Record(RecordedValue value) { m_Waiting->Add(std::move(value)); }
     /// Waits until everything recorded so far has been written or `milliseconds` have passed. Returns whether all was
     /// written.
-    bool Flush(int milliseconds);
+    bool Flush(int milliseconds) { return m_Waiting->WaitUntilWritten(std::chrono::milliseconds(milliseconds)); }
     /// See Worker::RequestStop.
-    void RequestStop() { m_Worker->RequestStop(); }
+    void RequestStop() { m_Writer->RequestStop(); }
 
 private:
-    class Queue;
     class Writer;
+    class Reporter;
 
     const int m_Number;
-    std::shared_ptr<Queue> m_Queue;
-    std::optional<Worker> m_Worker;
+    std::shared_ptr<WaitingValues> m_Waiting;
+    std::optional<Worker> m_Keeper;
+    std::optional<Worker> m_Writer;
 };

@@ -84,12 +84,16 @@ HistorySettings ReadHistory(FileTable table)
     constexpr qint32 MostSeconds = 30 * 24 * 60 * 60;
     settings.Limits.UntilFirstPage = std::chrono::seconds(table.Integer("statement_timeout", 0, MostSeconds, 600));
     settings.Limits.ResultBytes = table.Integer("result_megabytes", 0, 1'000'000, 0) * qint64{1024 * 1024};
+    settings.Spool.MostBytes = table.Integer("spool_megabytes", 1, 100'000'000, 10 * 1024) * qint64{1024 * 1024};
+    const auto surviving =
+        static_cast<Durability>(table.Choice("durability", {QStringLiteral("process"), QStringLiteral("power")}, 0));
     auto destinations = table.Tables("destination");
     table.RefuseOthers();
     if (destinations.size() > settings.Destinations.size())
         table.Refuse("destination", QStringLiteral("there are at most two destinations"));
     for (std::size_t i = 0; i < std::min(destinations.size(), settings.Destinations.size()); ++i)
         settings.Destinations[i] = ReadDestination(std::move(destinations[i]), settings.Destinations[i]);
+    for (HistoryDestination& destination : settings.Destinations) destination.Surviving = surviving;
     return settings;
 }
 

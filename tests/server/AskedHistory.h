@@ -6,10 +6,13 @@
 #include "velsqllib/WirePage.h"
 
 #include <QDateTime>
+#include <QTemporaryDir>
 
 inline HistorySettings RecordingInto(const QString& connection, qint32 maxRecord = 0)
 {
+    static const QTemporaryDir spool;
     HistorySettings settings;
+    settings.Spool.Folder = spool.path();
     settings.Destinations[0] = {.ConnectionString = connection, .MaxRecord = maxRecord};
     return settings;
 }

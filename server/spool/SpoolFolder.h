@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QString>
+
+#include <memory>
+#include <vector>
+
+/// A folder of values that wait for one destination, made by one run of a server. As long as it is held no other server
+/// touches it.
+class SpoolFolder
+{
+public:
+    SpoolFolder(const SpoolFolder&) = delete;
+    SpoolFolder& operator=(const SpoolFolder&) = delete;
+    ~SpoolFolder();
+
+    quint64 Spool() const { return m_Spool; }
+    const QString& Path() const { return m_Path; }
+    /// Full paths of the files that hold values, the oldest first.
+    QStringList Files() const;
+    /// When nothing waits in it any more.
+    void Remove();
+
+    /// A new one in `root`, for this user only. `destination` says in words where its values go. Throws DescribedError.
+    static std::unique_ptr<SpoolFolder> Make(const QString& root, quint64 spool, const QString& destination);
+    /// Those that servers which have ended left for this destination, the oldest first.
+    static std::vector<std::unique_ptr<SpoolFolder>> LeftFor(const QString& root, const QString& destination);
+    /// Those that they left for others, as lines for the log.
+    static QStringList LeftForOthers(const QString& root, const QStringList& destinations);
+
+private:
+    SpoolFolder(QString path, quint64 spool, int lock);
+    /// Null when another server holds it.
+    static std::unique_ptr<SpoolFolder> Open(const QString& path);
+
+    const QString m_Path;
+    const quint64 m_Spool;
+    const int m_Lock;
+};
+
+using SpoolFolderRef = std::unique_ptr<SpoolFolder>;

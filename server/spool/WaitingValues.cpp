@@ -1,0 +1,193 @@
+#include "server/spool/WaitingValues.h"
+
+#include "core/automation/Errors.h"
+#include "server/database/SqlValue.h"
+#include "server/log/Log.h"
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr std::size_t BatchWorthWriting = 1000;
+constexpr auto UntilBatchIsTaken = 60ms; // time for it to fill
+constexpr auto RetryPause = 1000ms;
+/// What is on disk as well is kept in memory up to this size, so that a writer that is a little behind need not read.
+constexpr qint64 BytesWorthKeeping = 16 * 1024 * 1024;
+
+qint64 BytesOf(const RecordedValue& value)
+{
+    return qint64{sizeof(RecordedValue)} + SizeOf(value.Value);
+}
+
+} // namespace
+
+WaitingValues::WaitingValues(QString name, const SpoolSettings& settings, const HistoryDestination& destination)
+    : m_Name(std::move(name))
+    , m_Spool(settings, destination)
+{
+}
+
+void WaitingValues::Add(RecordedValue value)
+{
+    const std::lock_guard lock(m_Guard);
+    const bool hadRoom = m_Bytes <= BytesWorthKeeping;
+    m_Bytes += BytesOf(value);
+    m_Values.push_back(std::move(value));
+    MakeRoom();
+    const bool isFull = hadRoom && m_Bytes > BytesWorthKeeping;
+    if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting || isFull) m_Filled.notify_all();
+}
+
+SpoolBatch WaitingValues::Next(const std::stop_token& stop)
+{
+    std::unique_lock lock(m_Guard);
+    m_BusySince.reset();
+    if (!m_Spool.HasEarlier() && !IsOnDisk()) {
+        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
+        m_Filled.wait_for(lock, stop, UntilBatchIsTaken, [this] { return m_Values.size() >= BatchWorthWriting; });
+    }
+    m_BusySince = Clock::now();
+    if (m_Spool.HasEarlier() || IsOnDisk()) {
+        lock.unlock();
+        SpoolBatch batch = m_Spool.Read(LargestBatch);
+        lock.lock();
+        const bool isNext = batch.Spool != m_Spool.Id() || batch.First < m_First;
+        if (!batch.Values.empty() && isNext) return batch;
+    }
+    return BatchFromMemory();
+}
+
+void WaitingValues::Written(SpoolPosition position)
+{
+    m_Spool.Written(position);
+    const std::lock_guard lock(m_Guard);
+    if (position.Spool == m_Spool.Id()) {
+        m_Written = std::max(m_Written, position.Sequence);
+        while (!m_Values.empty() && m_First <= m_Written) DropFront();
+    }
+    if (m_Values.empty()) m_Emptied.notify_all();
+}
+
+void WaitingValues::Pause(const std::stop_token& stop)
+{
+    std::unique_lock lock(m_Guard);
+    m_BusySince.reset();
+    m_Filled.wait_for(lock, stop, RetryPause, [] { return false; });
+}
+
+void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()>& onLook)
+{
+    quint64 old = 1; // behind the values that were there at the last look
+    std::unique_lock lock(m_Guard);
+    while (!stop.stop_requested()) {
+        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
+        const quint64 end = End();
+        m_Filled.wait_for(lock, stop, m_Problem.isEmpty() ? UntilSpooled : RetryPause, [] { return false; });
+        lock.unlock();
+        while (KeepSome(old)) {
+        }
+        onLook();
+        lock.lock();
+        old = end;
+    }
+    lock.unlock();
+    while (KeepSome(std::numeric_limits<quint64>::max())) {
+    }
+}
+
+bool WaitingValues::WaitUntilWritten(std::chrono::milliseconds longest)
+{
+    const auto until = Clock::now() + longest;
+    std::unique_lock lock(m_Guard);
+    const auto isDone = [this] { return m_Values.empty() && !IsOnDisk() && !m_Spool.HasEarlier(); };
+    while (!isDone() && Clock::now() < until) m_Emptied.wait_for(lock, 10ms);
+    return isDone();
+}
+
+quint64 WaitingValues::CountInMemory() const
+{
+    const std::lock_guard lock(m_Guard);
+    return End() - 1 - std::max(m_Kept, m_First - 1);
+}
+
+DroppedValues WaitingValues::TakeDropped()
+{
+    DroppedValues dropped = m_Spool.TakeDropped();
+    const std::lock_guard lock(m_Guard);
+    dropped.Add(m_Dropped.Count, m_Dropped.Begin, m_Dropped.End);
+    m_Dropped = {};
+    return dropped;
+}
+
+std::chrono::milliseconds WaitingValues::BusyFor() const
+{
+    const std::lock_guard lock(m_Guard);
+    if (!m_BusySince) return 0ms;
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *m_BusySince);
+}
+
+void WaitingValues::DropFront()
+{
+    m_Bytes -= BytesOf(m_Values.front());
+    m_Values.pop_front();
+    ++m_First;
+}
+
+/// What is on disk goes first; what is only here must not take all memory.
+void WaitingValues::MakeRoom()
+{
+    while (m_Bytes > BytesWorthKeeping && !m_Values.empty()) {
+        if (m_First > m_Kept) {
+            if (m_Bytes <= MostBytes) return;
+            const qint64 time = MicrosecondsSince1970(m_Values.front().Time);
+            if (m_First > m_Taken) m_Dropped.Add(1, time, time);
+        }
+        DropFront();
+    }
+}
+
+SpoolBatch WaitingValues::BatchFromMemory()
+{
+    const auto count = static_cast<std::ptrdiff_t>(std::min(m_Values.size(), LargestBatch));
+    m_Taken = std::max(m_Taken, m_First + static_cast<quint64>(count) - 1);
+    return {m_Spool.Id(), m_First, {m_Values.begin(), m_Values.begin() + count}};
+}
+
+/// Puts a frame of the values before `end` on disk. Returns whether there may be more.
+bool WaitingValues::KeepSome(quint64 end)
+{
+    std::unique_lock lock(m_Guard);
+    const quint64 first = std::max(m_Kept + 1, m_First);
+    end = std::min({end, End(), first + LargestBatch});
+    if (first >= end) return false;
+    const auto begin = m_Values.begin() + static_cast<std::ptrdiff_t>(first - m_First);
+    const std::vector<RecordedValue> values(begin, begin + static_cast<std::ptrdiff_t>(end - first));
+    lock.unlock();
+    QString problem;
+    try {
+        m_Spool.Append(first, values);
+    } catch (const DescribedError& error) {
+        problem = error.Description();
+    }
+    SayProblem(problem);
+    if (!problem.isEmpty()) return false;
+    lock.lock();
+    m_Kept = end - 1;
+    MakeRoom();
+    const SpoolPosition written = {m_Spool.Id(), m_Written};
+    lock.unlock();
+    m_Spool.Written(written); // it may have been written in the meantime
+    return true;
+}
+
+void WaitingValues::SayProblem(const QString& problem)
+{
+    {
+        const std::lock_guard lock(m_Guard);
+        if (std::exchange(m_Problem, problem) == problem) return;
+    }
+    if (problem.isEmpty())
+        return Log(LogLevel::Info, m_Name + QStringLiteral("Values that wait are kept on disk again."));
+    Log(LogLevel::Error,
+        m_Name + QStringLiteral("Values that wait cannot be kept on disk, only in memory: ") + problem);
+}

@@ -1,0 +1,150 @@
+#include "tests/server/AskedHistory.h"
+
+#include <gtest/gtest.h>
+#include <QDirIterator>
+#include <QRegularExpression>
+
+namespace {
+
+/// A history whose database is away until LetIn.
+class SpoolTest : public ::testing::Test
+{
+protected:
+    SpoolTest()
+    {
+        m_Settings.Spool.Folder = m_Folder.filePath(u"spool"_s);
+        QDir().mkpath(m_Path); // a folder where the file should be
+    }
+
+    /// The numbers of a run that cannot write them, and what it says of them.
+    QString RecordWithoutDatabase(int from, int to)
+    {
+        testing::internal::CaptureStderr();
+        {
+            AskedHistory history(m_Settings);
+            for (int i = from; i < to; ++i) {
+                history.Record(u"A"_s, i);
+                if (i % 5000 == 4999) Pause(40);
+            }
+        }
+        return QString::fromStdString(testing::internal::GetCapturedStderr());
+    }
+    /// What has been written once the database is back, and what the server says of it.
+    QString Written()
+    {
+        QDir().rmdir(m_Path);
+        testing::internal::CaptureStderr();
+        AskedHistory history(m_Settings);
+        EXPECT_TRUE(history.Flush());
+        m_Log = QString::fromStdString(testing::internal::GetCapturedStderr());
+        return history.FirstOf(
+            u"SELECT count(*) || ' ' || count(DISTINCT item_value) || ' ' || min(item_value) || ' ' || "
+            "max(item_value) || ' ' || (SELECT count(*) FROM (SELECT item_value < "
+            "lag(item_value) OVER (ORDER BY rowid) AS x FROM velsql_history) WHERE x) "
+            "FROM velsql_history"_s);
+    }
+    QStringList Files(const QString& pattern) const
+    {
+        QStringList paths;
+        QDirIterator files(m_Settings.Spool.Folder, {pattern}, QDir::Files, QDirIterator::Subdirectories);
+        while (files.hasNext()) paths << files.next();
+        paths.sort();
+        return paths;
+    }
+
+    QTemporaryDir m_Folder;
+    QString m_Path = m_Folder.filePath(u"history.db"_s);
+    HistorySettings m_Settings = RecordingInto(u"Driver=SQLite;Database="_s + m_Path);
+    QString m_Log;
+};
+
+} // namespace
+
+TEST_F(SpoolTest, WhatOneServerCouldNotWriteTheNextOnesDoOnceAndInOrder)
+{
+    EXPECT_TRUE(RecordWithoutDatabase(0, 20'000).contains(u"20000 values wait on disk for the next start."));
+    RecordWithoutDatabase(20'000, 20'003);
+    EXPECT_EQ(QFile::permissions(Files(u"*.values"_s)[0]).toInt() & 0x077, 0);
+    m_Settings.Destinations[0].TableName = u"other"_s;
+    EXPECT_TRUE(RecordWithoutDatabase(0, 0).contains(u"Values wait in "_s)) << "for another table";
+    m_Settings.Destinations[0].TableName = u"velsql_history"_s;
+    EXPECT_EQ(Written(), u"8,20003 20003 0 20002 0");
+    EXPECT_EQ(Written(), u"8,20003 20003 0 20002 0") << "not again";
+    EXPECT_EQ(QDir(m_Settings.Spool.Folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+}
+
+TEST_F(SpoolTest, WhatWasCommittedBeforeTheEndIsNotWrittenAgain)
+{
+    RecordWithoutDatabase(0, 10'000);
+    const QString spool = Files(u"*.values"_s)[0].section(u'/', -2, -2);
+    QDir().rmdir(m_Path);
+    {
+        m_Settings.Spool.Folder += u"2"_s; // a server that was killed when 7,000 of them had been committed
+        AskedHistory history(m_Settings);
+        for (int i = 0; i < 7000; ++i) history.Record(u"A"_s, i);
+        ASSERT_TRUE(history.Flush());
+        history.Ask(
+            u"INSERT INTO velsql_positions VALUES (%1, 7000)"_s.arg(spool.section(u'-', -1).toULongLong(nullptr, 16)));
+        m_Settings.Spool.Folder.chop(1);
+    }
+    EXPECT_EQ(Written(), u"8,10000 10000 0 9999 0");
+    EXPECT_EQ(AskedHistory(m_Settings).FirstOf(u"SELECT count(*) FROM velsql_positions"_s), u"3,0") << "of no use now";
+}
+
+TEST_F(SpoolTest, DamageCostsTheDamagedPartOnlyAndIsSetAside)
+{
+    RecordWithoutDatabase(0, 20'000);
+    RecordWithoutDatabase(20'000, 20'010);
+    QFile file(Files(u"*.values"_s)[0]);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const QByteArray bytes = file.readAll();
+    const qsizetype second = bytes.indexOf("VSL1", 4);
+    for (const qsizetype at : {second + 1, second + 2}) { // its mark: what follows has to be found anew
+        file.seek(at);
+        file.write("x");
+    }
+    file.seek(bytes.lastIndexOf("VSL1") + 60); // among its values
+    file.write("broken");
+    file.seek(file.size());
+    file.write(bytes.first(30)); // and what a killed server leaves at the end
+    file.close();
+    const QStringList written = Written().mid(2).split(u' ');
+    EXPECT_LT(written[0].toInt(), 20'010 - 1000);
+    EXPECT_GT(written[0].toInt(), 1000);
+    EXPECT_EQ(written.mid(1), QStringList({written[0], u"0"_s, u"20009"_s, u"0"_s}));
+    EXPECT_EQ(m_Log.count(u"damaged and left out."), 1) << m_Log.toStdString();
+    EXPECT_EQ(m_Log.count(u"their file is set aside as"), 1);
+    EXPECT_EQ(Files(u"*"_s).size(), 1) << "what was set aside";
+}
+
+TEST_F(SpoolTest, TheOldestGoWhenItIsFullAndTheLogSaysWhich)
+{
+    m_Settings.Spool.MostBytes = 1024 * 1024;
+    const QString log = RecordWithoutDatabase(0, 200'000);
+    const QStringList written = Written().mid(2).split(u' ');
+    const int count = written[0].toInt();
+    EXPECT_GT(count, 20'000);
+    EXPECT_EQ(written.mid(1), QStringList({written[0], QString::number(200'000 - count), u"199999"_s, u"0"_s}));
+    static const QRegularExpression dropped(u"oldest are dropped, (\\d+) values from 2024-01-31 00:00:00 to "_s);
+    EXPECT_TRUE(log.contains(dropped)) << log.toStdString();
+}
+
+TEST_F(SpoolTest, WithoutADiskValuesWaitInMemory)
+{
+    QFile inTheWay(m_Settings.Spool.Folder);
+    ASSERT_TRUE(inTheWay.open(QIODevice::WriteOnly));
+    testing::internal::CaptureStderr();
+    AskedHistory history(m_Settings);
+    constexpr int count = 1'000'000; // more than memory is given to
+    for (int i = 0; i < count; ++i) history.Record(u"A"_s, i);
+    Pause(300);
+    QDir().rmdir(m_Path);
+    EXPECT_TRUE(history.Flush());
+    const QString log = QString::fromStdString(testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(
+        log.contains(u"error: History destination 1: Values that wait cannot be kept on disk, only in memory: "_s));
+    const int written = history.FirstOf(u"SELECT count(*) FROM velsql_history"_s).mid(2).toInt();
+    EXPECT_GT(written, 200'000);
+    EXPECT_TRUE(log.contains(u" are written again; %1 were dropped meanwhile."_s.arg(count - written)))
+        << log.toStdString();
+}
