@@ -13,6 +13,7 @@ ListBox::ListBox(QWidget* parent)
     // The wheel over a list neither focuses nor changes it.
     setFocusPolicy(Qt::StrongFocus);
     setMaxVisibleItems(22); // all value types
+    setSizeAdjustPolicy(AdjustToContents);
     // Looks like any other field, even before a rule sets its colour.
     FieldColour::Set(this, QPalette::Base);
     connect(this, &QComboBox::activated, this, &ListBox::Click);
@@ -56,6 +57,12 @@ void ListBox::SetListIndex(int index)
     if (index < -1 || index >= count()) throw ValueError::SubscriptOutOfRange();
     setCurrentIndex(index);
     Q_EMIT Click();
+}
+
+/// Qt keeps the first one, even when entries follow: the list would cut them.
+QSize ListBox::minimumSizeHint() const
+{
+    return sizeHint();
 }
 
 bool ListBox::event(QEvent* event)

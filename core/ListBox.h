@@ -27,6 +27,9 @@ public:
     /// Selects an entry (-1: none) and runs the rule. Throws ValueError outside the list.
     void SetListIndex(int index);
 
+    /// Room for the longest entry, whichever is selected.
+    QSize minimumSizeHint() const override;
+
 Q_SIGNALS:
     /// The click rule.
     void Click();

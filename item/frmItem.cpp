@@ -22,7 +22,7 @@ using namespace modMain;
 
 namespace {
 
-constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0, .ValueCharacters = 25};
+constexpr PropertyGrid::Layout GridLayout = {.CaptionTwips = 1300, .MarginTwips = 0, .ValueCharacters = 23};
 
 /// A line of text takes about 70 bytes of memory per character and, from this length on, more than a second to lay out
 /// and paint.

@@ -10,6 +10,7 @@
 #include <QLabel>
 #include <QMdiArea>
 #include <QMdiSubWindow>
+#include <QStyleOptionComboBox>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolBar>
@@ -28,8 +29,22 @@ int TextWidth(const QWidget& control, const QString& text)
     return control.fontMetrics().size(Qt::TextShowMnemonic, text).width();
 }
 
+/// Any entry, whichever is selected.
+bool IsEntryCut(const QComboBox& list)
+{
+    QStyleOptionComboBox option;
+    option.initFrom(&list);
+    const auto room =
+        list.style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField, &list).width() - 2;
+    for (int i = 0; i < list.count(); ++i)
+        if (list.fontMetrics().horizontalAdvance(list.itemText(i)) > room) return true;
+    return false;
+}
+
 bool IsTextCut(const QWidget& control)
 {
+    if (const auto* list = qobject_cast<const QComboBox*>(&control)) // one of long texts has tool tips
+        return list->sizeAdjustPolicy() != QComboBox::AdjustToMinimumContentsLengthWithIcon && IsEntryCut(*list);
     if (const auto* label = qobject_cast<const QLabel*>(&control))
         return !label->wordWrap() && !label->text().isEmpty() && label->minimumSizeHint().width() > label->width();
     if (const auto* button = qobject_cast<const QPushButton*>(&control)) // its margins may go
@@ -111,6 +126,22 @@ QStringList FaultsOf(QWidget& window)
         if (IsNameless(*control)) faults << name + u" has no name to be spoken"_s;
     }
     return faults;
+}
+
+TEST_F(SystemConsole, TwoItemWindowsStandUncoveredAndSixOnALargeScreen)
+{
+    StartBoth();
+    for (const QSize& size : {QSize(1280, 800), QSize(1920, 1080)}) {
+        m_Main->resize(size);
+        QRegion free = m_Main->ChildArea().viewport()->rect();
+        for (const QString& name : QStringList{u"D100"_s, u"Pump"_s, u"Level"_s, u"Valve"_s, u"Price"_s, u"Clock"_s}) {
+            if (name == u"Level"_s && size.width() < 1920) break;
+            const QRect place = Show(PLC1 + u'\\' + name).parentWidget()->geometry();
+            EXPECT_EQ(free.intersected(place), QRegion(place)) << name.toStdString();
+            free -= place;
+        }
+        Entry("mnuWindow_1").trigger();
+    }
 }
 
 TEST_F(SystemConsole, EveryWindowCanBeReadReachedByTheKeyboardAndSpoken)
