@@ -54,6 +54,20 @@ mode_t PermissionsOf(const QString& path)
     return 0666 & ~mask;
 }
 
+/// Asking for its path gives it a name.
+QByteArray AbsolutePath(const QTemporaryFile& file)
+{
+    return QFile::encodeName(QFileInfo(file.fileName()).absoluteFilePath());
+}
+
+/// Where the file system can do so, a temporary file has none until it is asked for, and vanishes with the process,
+/// however that ends.
+bool HasNoName(const QTemporaryFile& file)
+{
+    struct stat now = {};
+    return fstat(file.handle(), &now) == 0 && now.st_nlink == 0;
+}
+
 DescribedError CannotBeWritten(const QString& path, const QString& why)
 {
     return DescribedError(QStringLiteral("%1: cannot be written: %2").arg(path, why));
@@ -89,7 +103,7 @@ void QueryOutput::OpenBeside()
     m_File = &m_Beside;
     CatchSignals();
     if (!m_Beside.open()) Fail(m_Beside);
-    NoteUnfinished(QFile::encodeName(QFileInfo(m_Beside).absoluteFilePath()));
+    if (!HasNoName(m_Beside)) NoteUnfinished(AbsolutePath(m_Beside));
     if (fchmod(m_Beside.handle(), PermissionsOf(m_Target)) != 0)
         throw CannotBeWritten(m_Path, QString::fromLocal8Bit(std::strerror(errno)));
 }
@@ -112,7 +126,8 @@ void QueryOutput::Commit()
     if (m_File != &m_Beside) return;
     if (fdatasync(m_Beside.handle()) != 0) throw CannotBeWritten(m_Path, QString::fromLocal8Bit(std::strerror(errno)));
     m_Beside.setAutoRemove(false);
-    const QByteArray from = QFile::encodeName(m_Beside.fileName());
+    const QByteArray from = AbsolutePath(m_Beside);
+    NoteUnfinished(from);
     if (std::rename(from.constData(), QFile::encodeName(m_Target).constData()) != 0)
         throw CannotBeWritten(m_Path, QString::fromLocal8Bit(std::strerror(errno)));
     NoteUnfinished({});

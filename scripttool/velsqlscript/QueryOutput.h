@@ -3,8 +3,9 @@
 #include <QFile>
 #include <QTemporaryFile>
 
-/// Where the rows of a query go: standard output, or a file that is written beside the one named and takes its place
-/// when it is complete. What is no plain file (a pipe, a device) is written to as it is.
+/// Where the rows of a query go: standard output, or a file that is written beside the one named, if possible without a
+/// name of its own, and takes its place when it is complete. What is no plain file (a pipe, a device) is written to as
+/// it is.
 class QueryOutput
 {
 public:
