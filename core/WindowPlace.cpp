@@ -1,7 +1,9 @@
 #include "core/WindowPlace.h"
 
+#include <QBoxLayout>
+#include <QDialog>
 #include <QScreen>
-#include <QWidget>
+#include <QScrollArea>
 
 #include <algorithm>
 #include <limits>
@@ -96,10 +98,32 @@ QPoint LeastCoveringPlace(const WindowRoom& room, const QSize& size)
     return best;
 }
 
+namespace {
+
+/// Its controls keep their sizes and are scrolled.
+void PutIntoScrollArea(QDialog& dialog)
+{
+    auto* contents = new QWidget;
+    contents->setLayout(dialog.layout()); // takes over the controls as well
+    auto* area = new QScrollArea(&dialog);
+    area->setFrameShape(QFrame::NoFrame);
+    area->setFocusPolicy(Qt::NoFocus); // the Tab key scrolls to the next control
+    area->setWidgetResizable(true);
+    area->setWidget(contents);
+    auto* around = new QVBoxLayout(&dialog);
+    around->setContentsMargins({});
+    around->addWidget(area);
+}
+
+} // namespace
+
 void SetFirstSize(QWidget& window, const QSize& wanted)
 {
     const QFontMetrics letter = window.fontMetrics();
     const QSize frame(2 * letter.averageCharWidth(), 3 * letter.height()); // of the window manager
     const QWidget* placed = window.parentWidget() ? window.parentWidget() : &window;
-    window.resize(wanted.boundedTo(placed->screen()->availableSize() - frame));
+    const QSize room = placed->screen()->availableSize() - frame;
+    auto* dialog = qobject_cast<QDialog*>(&window);
+    if (dialog && dialog->minimumSizeHint().boundedTo(room) != dialog->minimumSizeHint()) PutIntoScrollArea(*dialog);
+    window.resize(wanted.boundedTo(room));
 }

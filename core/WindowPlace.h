@@ -22,5 +22,5 @@ struct WindowRoom
 QPoint LeastCoveringPlace(const WindowRoom& room, const QSize& size);
 
 /// Makes a window of its own as large as wanted, unless its screen, or its parent's, leaves less inside a window
-/// manager's frame.
+/// manager's frame. The controls of a dialog that cannot be that small are scrolled.
 void SetFirstSize(QWidget& window, const QSize& wanted);

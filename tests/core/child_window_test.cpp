@@ -2,7 +2,10 @@
 #include "core/WindowPlace.h"
 #include "tests/support/WindowTest.h"
 
+#include <QBoxLayout>
+#include <QDialog>
 #include <QMdiSubWindow>
+#include <QScreen>
 
 namespace {
 
@@ -177,6 +180,19 @@ TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
         closeAll();
         ExpectAllGone(3);
     }
+}
+
+TEST(FirstSize, AControlThatTheScreenHasNoRoomForIsScrolledInItsDialog)
+{
+    QDialog dialog;
+    auto* large = new QWidget;
+    large->setMinimumSize(5000, 5000);
+    (new QVBoxLayout(&dialog))->addWidget(large);
+    SetFirstSize(dialog, dialog.sizeHint());
+    dialog.show();
+    EXPECT_EQ(dialog.size().boundedTo(dialog.screen()->availableSize()), dialog.size());
+    EXPECT_EQ(large->size().expandedTo({5000, 5000}), large->size());
+    EXPECT_EQ(large->window(), &dialog);
 }
 
 } // namespace
