@@ -49,8 +49,8 @@ void ErrorMark::CountError()
 void ErrorMark::SetCount(int count)
 {
     if (std::exchange(m_Count, count) == count) return;
-    const QString text =
-        count == 1 ? QStringLiteral("1 error in the log") : QStringLiteral("%1 errors in the log").arg(count);
+    const QString text = (count == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(count)) +
+                         QStringLiteral(" in the log since it was hidden");
     setToolTip(text);
     setAccessibleName(text);
     if (count > 0) Place();

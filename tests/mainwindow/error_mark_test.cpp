@@ -26,9 +26,9 @@ TEST_F(ErrorMarkTest, TellsOfErrorsInAHiddenLogUntilThatIsShownOrCleared)
     EXPECT_EQ(Told(), QString());
     const QRect children = Control<QMdiArea>("mdiChildren").geometry();
     Fail();
-    EXPECT_EQ(Told(), u"1 error in the log"_s);
+    EXPECT_EQ(Told(), u"1 error in the log since it was hidden"_s);
     Fail();
-    EXPECT_EQ(Told(), u"2 errors in the log"_s);
+    EXPECT_EQ(Told(), u"2 errors in the log since it was hidden"_s);
     EXPECT_EQ(Mark().accessibleName(), Told());
     EXPECT_EQ(Control<QMdiArea>("mdiChildren").geometry(), children) << "nothing moves";
     Trigger("mnuEdit_2");
