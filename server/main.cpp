@@ -4,6 +4,7 @@
 #include "server/plantfile/PlantFile.h"
 #include "server/ServerPlace.h"
 #include "server/ServerProcess.h"
+#include "server/worker/Worker.h"
 #include "velsqllib/WireText.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "server/history/Worker.h"
 #include "server/spool/WaitingValues.h"
+#include "server/worker/Worker.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "server/database/Database.h"
-#include "server/history/Worker.h"
+#include "server/worker/Worker.h"
 
 #include <mutex>
 #include <optional>

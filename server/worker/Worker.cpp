@@ -1,4 +1,4 @@
-#include "server/history/Worker.h"
+#include "server/worker/Worker.h"
 
 #include <atomic>
 #include <condition_variable>
