@@ -225,9 +225,21 @@ void PlantItem::TakeRead(const Variant& value, TimeStamp time)
     }
 }
 
-void PlantItem::TakeArrived(const Variant& value, TimeStamp time)
+bool PlantItem::TakesArrivals() const
 {
-    if (m_Controller && m_Controller->IsScanned() && m_Traits.Attribute != Access::WriteOnly) TakeRead(value, time);
+    return m_Controller && m_Controller->IsScanned() && m_Active && m_Traits.Attribute != Access::WriteOnly;
+}
+
+bool PlantItem::TakeArrived(const Variant& value, TimeStamp time)
+{
+    const bool takes = TakesArrivals();
+    if (takes) TakeRead(value, time);
+    return takes;
+}
+
+void PlantItem::NoteLost(const QString& why, TimeStamp time)
+{
+    if (TakesArrivals()) NoteFailure(why, time);
 }
 
 /// The value stays as it was. That it no longer goes on is recorded, once.
@@ -237,7 +249,9 @@ void PlantItem::NoteFailure(const QString& why, TimeStamp time)
     m_Time = time;
     const bool isBreak = m_State == ItemState::Succeeded;
     Fail(why);
-    if (isBreak && m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
+    if (!isBreak) return;
+    m_IsBroken = true;
+    if (m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
 }
 
 void PlantItem::Fail(const QString& why)
@@ -311,8 +325,9 @@ void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
 {
     if (!m_Rules) return Store(raw.IsEmpty() ? raw : ConvertTo(raw, m_Traits.Type), time, occasion);
     const auto value = m_Rules->Read(raw, m_Value, *m_Controller);
-    if (value) Store(*value, time, occasion);
-    else m_State = ItemState::Succeeded; // filtered out: the previous value stays
+    if (value) return Store(*value, time, occasion);
+    m_State = ItemState::Succeeded;                            // filtered out: the previous value stays
+    if (m_IsBroken) Store(m_Value, time, ForcedChange::Never); // and goes on
 }
 
 bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
@@ -329,8 +344,9 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
     if (!(value == m_Value)) m_Value = value;
     m_Time = time;
     m_State = ItemState::Succeeded;
-    if (!isChange) return;
-    if (m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
+    const bool goesOn = m_Active && std::exchange(m_IsBroken, false); // with the same value, too
+    if (!isChange && !goesOn) return;
+    if (isChange && m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
     if (m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
 }
 

@@ -99,7 +99,8 @@ private:
     friend class PlantController;
 
     void TakeRead(const Variant& value, TimeStamp time) override;
-    void TakeArrived(const Variant& value, TimeStamp time) override;
+    bool TakeArrived(const Variant& value, TimeStamp time) override;
+    void NoteLost(const QString& why, TimeStamp time) override;
     void NoteFailure(const QString& why, TimeStamp time) override;
 
     /// "Item "D100" of controller "PLC1": <reason>."
@@ -112,6 +113,7 @@ private:
     PendingRef PassOn(const Variant& value);
     PendingRef WriteVariable(const Variant& value);
     void EndWrite(const Variant& value, const QString& failure);
+    bool TakesArrivals() const;
     void CheckExists() const;
     Variant Fitted(const Variant& value) const;
     void Read(const Moment& moment, SourceRound& round);
@@ -131,6 +133,7 @@ private:
     ItemState m_State = ItemState::Undefined;
     bool m_Active;
     bool m_LinkActive;
+    bool m_IsBroken = false; ///< it has been told that its values do not go on
     Variant m_Value;
     Variant m_Tag;
     Variant m_Id;

@@ -13,9 +13,14 @@ void SourceVariable::Answer(const Variant& value, VariableHolder::Time time)
     if (m_Holder) m_Holder->TakeRead(value, time);
 }
 
-void SourceVariable::Arrive(const Variant& value, VariableHolder::Time time)
+bool SourceVariable::Arrive(const Variant& value, VariableHolder::Time time)
 {
-    if (m_Holder) m_Holder->TakeArrived(value, time);
+    return m_Holder && m_Holder->TakeArrived(value, time);
+}
+
+void SourceVariable::Lose(const QString& why, VariableHolder::Time time)
+{
+    if (m_Holder) m_Holder->NoteLost(why, time);
 }
 
 void SourceVariable::Fail(const QString& why, VariableHolder::Time time)

@@ -17,7 +17,7 @@ void SourceRound::Remove(const SourceVariable& variable)
 
 void SourceRound::Add(SourceVariable& variable)
 {
-    if (m_IsScan && variable.m_IsAsked) return;
+    if (m_IsScan && (variable.m_IsAsked || !variable.IsDue())) return;
     Source* const owner = variable.Owner();
     // As a rule all variables of a round belong to the same source.
     auto group = std::ranges::find(m_Groups, owner, &Group::Owner);

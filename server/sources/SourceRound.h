@@ -6,7 +6,7 @@
 class SourceRound
 {
 public:
-    /// Of a scan, which leaves out what is still being read; otherwise everything is read now.
+    /// Of a scan, which leaves out what is still being read or not due; otherwise everything is read now.
     explicit SourceRound(bool isScan)
         : m_IsScan(isScan)
     {

@@ -47,8 +47,10 @@ public:
 
     /// The answer to a reading.
     virtual void TakeRead(const Variant& value, Time time) = 0;
-    /// A value that has come by itself.
-    virtual void TakeArrived(const Variant& value, Time time) = 0;
+    /// A value that has come by itself. Returns whether it was taken: not while the holder is switched off.
+    virtual bool TakeArrived(const Variant& value, Time time) = 0;
+    /// Until further notice no value comes by itself. A holder that is switched off does not mind.
+    virtual void NoteLost(const QString& why, Time time) = 0;
     /// It could not be read, or a value that came is none. `why` continues "Item ...: ".
     virtual void NoteFailure(const QString& why, Time time) = 0;
 
@@ -68,6 +70,8 @@ public:
     /// The value at a scan, `seconds` after the server began, when nothing must be waited for. `type` is the item's, or
     /// that of its elements for the signal of an element.
     virtual std::optional<Variant> AtOnce(double seconds, VarType type);
+    /// Whether scans have to ask for it. They need not while values come by themselves.
+    virtual bool IsDue() const { return true; }
     /// The source that reads and writes it; null when there is only AtOnce.
     virtual Source* Owner() const { return nullptr; }
 
@@ -75,7 +79,8 @@ public:
     void SetHolder(VariableHolder& holder) { m_Holder = &holder; }
     /// For its source: to tell the holder.
     void Answer(const Variant& value, VariableHolder::Time time);
-    void Arrive(const Variant& value, VariableHolder::Time time);
+    bool Arrive(const Variant& value, VariableHolder::Time time);
+    void Lose(const QString& why, VariableHolder::Time time);
     void Fail(const QString& why, VariableHolder::Time time);
 
 private:
