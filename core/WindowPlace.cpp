@@ -103,6 +103,7 @@ namespace {
 /// Its controls keep their sizes and are scrolled.
 void PutIntoScrollArea(QDialog& dialog)
 {
+    QWidget* focus = dialog.focusWidget();
     auto* contents = new QWidget;
     contents->setLayout(dialog.layout()); // takes over the controls as well
     auto* area = new QScrollArea(&dialog);
@@ -113,6 +114,7 @@ void PutIntoScrollArea(QDialog& dialog)
     auto* around = new QVBoxLayout(&dialog);
     around->setContentsMargins({});
     around->addWidget(area);
+    if (focus) focus->setFocus();
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <QBoxLayout>
 #include <QDialog>
+#include <QLineEdit>
 #include <QMdiSubWindow>
 #include <QScreen>
 
@@ -185,14 +186,15 @@ TEST_F(ChildWindows, AllCloseHiddenOnesIncluded)
 TEST(FirstSize, AControlThatTheScreenHasNoRoomForIsScrolledInItsDialog)
 {
     QDialog dialog;
-    auto* large = new QWidget;
+    auto* large = new QLineEdit;
     large->setMinimumSize(5000, 5000);
     (new QVBoxLayout(&dialog))->addWidget(large);
+    large->setFocus();
     SetFirstSize(dialog, dialog.sizeHint());
     dialog.show();
     EXPECT_EQ(dialog.size().boundedTo(dialog.screen()->availableSize()), dialog.size());
     EXPECT_EQ(large->size().expandedTo({5000, 5000}), large->size());
-    EXPECT_EQ(large->window(), &dialog);
+    EXPECT_EQ(dialog.focusWidget(), large);
 }
 
 } // namespace
