@@ -6,6 +6,7 @@ LabelPane::LabelPane(QWidget* parent)
     setReadOnly(true);
     setTabChangesFocus(true);
     setFrameShape(NoFrame);
+    document()->setDocumentMargin(0);         // its text begins where a label's does
     viewport()->setAutoFillBackground(false); // looks like a label
 }
 
