@@ -14,6 +14,7 @@ public:
     /// The tree has the controller "PLC1" with these items. `beforeStart` finds the server's folders and no server yet.
     explicit BenchConsole(const QStringList& itemNames = {}, const std::function<void()>& beforeStart = {});
 
+    qint64 ServerProcessId() const { return m_Server.ProcessId(); }
     QWidget* Widget() { return m_MainWindow.Widget(); }
     LogPane& Log() { return m_MainWindow.Log(); }
     static TreeNodeRef ControllerNode();

@@ -1,19 +1,23 @@
 #include "bench/Figures.h"
 
+#include <QByteArrayList>
+#include <QFile>
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <malloc.h>
 #include <sched.h>
 #include <sys/resource.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
 
-double CpuNowUs()
+double CpuNowUs(int who = RUSAGE_SELF)
 {
     rusage usage{};
-    getrusage(RUSAGE_SELF, &usage);
+    getrusage(who, &usage);
     const auto us = [](const timeval& time) {
         return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_usec);
     };
@@ -66,6 +70,22 @@ double HeapMb()
 {
     const auto heap = mallinfo2();
     return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
+}
+
+double CpuMsOf(qint64 process)
+{
+    QFile file(QStringLiteral("/proc/%1/stat").arg(process));
+    if (!file.open(QIODevice::ReadOnly)) qFatal("no /proc");
+    const QByteArray text = file.readAll();
+    // The name, which may hold anything, ends with the last bracket; utime and stime are the 12th and 13th after it.
+    const QByteArrayList fields = text.mid(text.lastIndexOf(')') + 2).split(' ');
+    return (fields.value(11).toDouble() + fields.value(12).toDouble()) * 1e3 /
+           static_cast<double>(sysconf(_SC_CLK_TCK));
+}
+
+double CpuMsOfEndedChildren()
+{
+    return CpuNowUs(RUSAGE_CHILDREN) / 1e3;
 }
 
 void PinToOneCore(qint64 otherProcess, bool pin)

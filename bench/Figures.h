@@ -27,6 +27,11 @@ bool PrintRatio(const QString& name, double ratio, double limit);
 /// Megabytes that this process holds of the heap; what it has given back counts no more, whenever the system takes it.
 double HeapMb();
 
+/// Milliseconds of processor time that a process has taken so far, in steps of 10.
+double CpuMsOf(qint64 process);
+/// The same of all children of this process that have ended.
+double CpuMsOfEndedChildren();
+
 /// This process and every child started from now on runs on one processor only, or on all again.
 void PinToOneCore(qint64 otherProcess, bool pin);
 
