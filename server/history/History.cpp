@@ -76,11 +76,11 @@ QString History::TableName(qint32 index) const
     return Destination(index).TableName;
 }
 
-kj::Promise<ResultSpoolRef> History::Execute(const QString& statement, const HistoryUserRef& user)
+kj::Promise<ResultSpoolRef> History::Ask(Inquiry asked, const HistoryUserRef& user)
 {
     const QString& where = Destination(1).ConnectionString;
     if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to query."));
-    return m_Runner.Run(DatabaseAddress(where), statement, user);
+    return m_Runner.Run(DatabaseAddress(where), std::move(asked), user);
 }
 
 void History::SayWhatWaitsForOthers() const

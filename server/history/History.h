@@ -36,7 +36,7 @@ public:
     QString TableName(qint32 index) const;
 
     /// See StatementRunner::Run.
-    kj::Promise<ResultSpoolRef> Execute(const QString& statement, const HistoryUserRef& user);
+    kj::Promise<ResultSpoolRef> Ask(Inquiry asked, const HistoryUserRef& user);
     /// See StatementRunner::Describe.
     QStringList Statements() const { return m_Runner.Describe(); }
     /// See StatementRunner::Break.

@@ -36,25 +36,56 @@ void StatementRun::operator()(const std::stop_token& stop) const
 
 void StatementRun::Run(const std::stop_token& stop) const
 {
-    const QString statement = CheckedStatement(Statement, Address.IsPostgreSql());
     const DatabaseSession session(Address);
     Breaker->Arm(session);
-    // After the query, whose destructor reads to the end, and before the session closes.
+    // After the queries, whose destructors read to the end, and before the session closes.
     const auto disarm = kj::defer([&] { Breaker->Disarm(); });
+    if (Asked.Fill) FillResult(session, stop);
+    else RunStatement(session, stop);
+}
+
+void StatementRun::RunStatement(const DatabaseSession& session, const std::stop_token& stop) const
+{
     QSqlQuery query(session.Database());
     query.setForwardOnly(true);
-    query.exec(statement);
+    query.exec(CheckedStatement(Asked.Text, Address.IsPostgreSql()));
     int affected = query.numRowsAffected();
     while (!query.isSelect() && query.nextResult()) // of several result sets, the first that has rows
         affected = query.numRowsAffected();
     if (query.lastError().isValid()) throw DescribedError(Describe(query.lastError()));
-    const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
-    auto result = std::make_shared<ResultSpool>(ColumnsOf(query), Limits.ResultBytes, dropped);
+    auto result = NewResult(ColumnsOf(query));
     const std::weak_ptr<ResultSpool> observed = result;
     if (!query.isSelect()) result->FinishWithoutRows(affected);
     const bool isComplete = result->Progress().Complete;
     (*Result)->fulfill(std::move(result));
     if (!isComplete) ReadResult(query, observed, stop);
+}
+
+/// The result is given away with its first row, so that what fails before is a failure of the call.
+void StatementRun::FillResult(const DatabaseSession& session, const std::stop_token& stop) const
+{
+    ResultSpoolRef kept = NewResult(Asked.Columns);
+    const std::weak_ptr<ResultSpool> result = kept;
+    QString failure;
+    try {
+        Asked.Fill(session, [&](QList<Variant> row) {
+            if (kept) (*Result)->fulfill(std::exchange(kept, nullptr));
+            return Take(std::move(row), result, stop);
+        });
+    } catch (const DescribedError& error) {
+        if (kept) throw;
+        failure = error.Description();
+    }
+    if (Breaker->IsBroken()) failure = Breaker->Reason();
+    if (kept && !failure.isEmpty()) throw DescribedError(failure);
+    if (const ResultSpoolRef spool = result.lock()) spool->Finish(failure);
+    if (kept) (*Result)->fulfill(std::move(kept));
+}
+
+ResultSpoolRef StatementRun::NewResult(const QStringList& columns) const
+{
+    const auto dropped = [breaker = Breaker] { breaker->Break(QStringLiteral("The result was given up.")); };
+    return std::make_shared<ResultSpool>(columns, Limits.ResultBytes, dropped);
 }
 
 /// Whatever ends the reading also ends the result.
@@ -80,15 +111,19 @@ void StatementRun::CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& 
                             const std::stop_token& stop) const
 {
     ResultRows rows(query);
-    while (rows.Next()) {
-        QList<Variant> row = rows.Row();
-        ResultSpoolRef spool = result.lock();
-        if (!spool || Breaker->IsBroken()) return;
-        const bool rests = spool->Append(std::move(row)) && spool->SinceAsked() > Limits.RestAfter;
-        // Not held during the rest, so that the end of the spool is noticed.
-        spool.reset();
-        if (rests) RestWhileUnasked(result, stop);
+    while (rows.Next() && Take(rows.Row(), result, stop)) {
     }
+}
+
+bool StatementRun::Take(QList<Variant> row, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const
+{
+    ResultSpoolRef spool = result.lock();
+    if (!spool || Breaker->IsBroken()) return false;
+    const bool rests = spool->Append(std::move(row)) && spool->SinceAsked() > Limits.RestAfter;
+    // Not held during the rest, so that the end of the spool is noticed.
+    spool.reset();
+    if (rests) RestWhileUnasked(result, stop);
+    return true;
 }
 
 void StatementRun::RestWhileUnasked(const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const

@@ -20,13 +20,25 @@ struct StatementLimits
     Duration EndAfter = std::chrono::minutes(5);
 };
 
-/// A statement as the thread that runs it sees it. It owns everything that it uses.
+/// What is asked of the database: a statement or, with `Fill`, a result that is made of several.
+struct Inquiry
+{
+    /// Takes a row of the result. False when nobody wants more of them.
+    using Taker = std::function<bool(QList<Variant> row)>;
+
+    QString Text; ///< the statement, or what the list of statements shows
+    QStringList Columns = {};
+    /// Hands out all rows, in `Columns`. Throws DescribedError.
+    std::function<void(const DatabaseSession& session, const Taker& take)> Fill = {};
+};
+
+/// An inquiry as the thread that runs it sees it. It owns everything that it uses.
 struct StatementRun
 {
     using Fulfiller = kj::CrossThreadPromiseFulfiller<ResultSpoolRef>;
 
     DatabaseAddress Address;
-    QString Statement;
+    Inquiry Asked;
     StatementLimits Limits;
     StatementBreakerRef Breaker;
     std::shared_ptr<kj::Own<Fulfiller>> Result;
@@ -36,7 +48,11 @@ struct StatementRun
 
 private:
     void Run(const std::stop_token& stop) const;
+    void RunStatement(const DatabaseSession& session, const std::stop_token& stop) const;
+    void FillResult(const DatabaseSession& session, const std::stop_token& stop) const;
+    ResultSpoolRef NewResult(const QStringList& columns) const;
     void ReadResult(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const;
     void CopyRows(QSqlQuery& query, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const;
+    bool Take(QList<Variant> row, const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const;
     void RestWhileUnasked(const std::weak_ptr<ResultSpool>& result, const std::stop_token& stop) const;
 };

@@ -102,7 +102,7 @@ StatementRunner::~StatementRunner()
     RequestStop();
 }
 
-kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, const QString& statement,
+kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, Inquiry asked,
                                                  const HistoryUserRef& user)
 {
     ForgetDone();
@@ -111,10 +111,10 @@ kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address,
     auto giveUp = kj::newPromiseAndFulfiller<ResultSpoolRef>();
     const auto fulfiller = std::make_shared<kj::Own<StatementRun::Fulfiller>>(kj::mv(result.fulfiller));
     const auto breaker = std::make_shared<StatementBreaker>(address);
-    const auto running = std::make_shared<Statement>(++m_LastNumber, statement, user);
+    const auto running = std::make_shared<Statement>(++m_LastNumber, asked.Text, user);
     running->Breaker = breaker;
     running->GiveUp = std::make_shared<GiveUpRef::element_type>(kj::mv(giveUp.fulfiller));
-    running->Thread.emplace(StatementRun{address, statement, m_Limits, breaker, fulfiller});
+    running->Thread.emplace(StatementRun{address, std::move(asked), m_Limits, breaker, fulfiller});
     m_Statements.push_back(running);
     if (!std::exchange(m_IsWatching, true)) m_Watching = Watch().eagerlyEvaluate(nullptr);
     return result.promise.exclusiveJoin(kj::mv(giveUp.promise)).then(Impatience<Statement>(running));

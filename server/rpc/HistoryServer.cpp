@@ -12,7 +12,7 @@ HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
 kj::Promise<void> HistoryServer::execute(ExecuteContext context)
 {
     context.allowCancellation(); // ends with its client
-    auto result = m_Services.History.Execute(FromWireText(context.getParams().getStatement()), m_User);
+    auto result = m_Services.History.Ask({FromWireText(context.getParams().getStatement())}, m_User);
     return result.then([&objects = m_Services.Objects, user = m_User, context](const ResultSpoolRef& spool) mutable {
         context.getResults().setResult(objects.Result(spool, user));
     });

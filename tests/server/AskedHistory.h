@@ -34,7 +34,7 @@ public:
     }
     bool Flush(int milliseconds = 20'000) { return m_History.Flush(milliseconds); }
 
-    kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Execute(statement, m_User); }
+    kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Ask({statement}, m_User); }
     /// Once all its rows have been read.
     ResultSpoolRef Run(const QString& statement)
     {
