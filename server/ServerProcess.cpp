@@ -104,10 +104,9 @@ void ServerProcess::After(qint32 delay, std::function<void()> action)
     m_Tasks.add(m_Io.provider->getTimer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
 }
 
-void ServerProcess::Record(const PlantItem& item)
+void ServerProcess::Record(const PlantItem& item, const ItemReading& reading)
 {
-    m_History.Record(
-        {item.Controller()->Name(), item.Name(), item.LastValue(), item.Time(), static_cast<qint32>(item.State())});
+    m_History.Record({item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State});
 }
 
 void ServerProcess::ScanSoon(PlantController& controller)

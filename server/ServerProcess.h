@@ -37,7 +37,7 @@ public:
 private:
     Moment Now() override;
     void After(qint32 delay, std::function<void()> action) override;
-    void Record(const PlantItem& item) override;
+    void Record(const PlantItem& item, const ItemReading& reading) override;
     void ScanSoon(PlantController& controller) override;
     void Warn(const QString& text) override;
     void taskFailed(kj::Exception&& exception) override;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/automation/Variant.h"
+#include "server/plant/ExceptionFilter.h"
 
 #include <QStringList>
 
@@ -47,6 +47,7 @@ struct ItemTraits
     /// "(n)" after a link's name means an element of the linked array.
     bool ExtractsElement = false;
     bool Historic = false;
+    std::optional<RecordRule> Recorded = {}; ///< when not every change is recorded
     bool RaisesEvents = true;
     ForcedChange Forced = ForcedChange::Never;
     /// Otherwise every array that arrives counts as a change.

@@ -12,8 +12,8 @@ public:
     virtual Moment Now() = 0;
     /// Runs `action` after `delay` milliseconds, between other events.
     virtual void After(qint32 delay, std::function<void()> action) = 0;
-    /// A change of an item that is to be recorded.
-    virtual void Record(const PlantItem& item) = 0;
+    /// A reading of an item that is to be recorded.
+    virtual void Record(const PlantItem& item, const ItemReading& reading) = 0;
     /// The items of a controller whose device is back are to be scanned without waiting for their times.
     virtual void ScanSoon(PlantController& controller) = 0;
     /// Something went wrong in an action whose answer nobody waits for.

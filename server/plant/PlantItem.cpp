@@ -23,6 +23,7 @@ PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SourceVaria
     , m_Traits(std::move(traits))
     , m_Variable(std::move(variable))
     , m_Rules(std::move(rules))
+    , m_Exceptions(m_Traits.Recorded ? std::make_unique<ExceptionFilter>(*m_Traits.Recorded) : nullptr)
     , m_Active(m_Traits.Active)
     , m_LinkActive(m_Traits.LinkActive)
     , m_Value(m_Traits.Initial)
@@ -251,7 +252,7 @@ void PlantItem::NoteFailure(const QString& why, TimeStamp time)
     Fail(why);
     if (!isBreak) return;
     m_IsBroken = true;
-    if (m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
+    if (m_Traits.Historic) Record(true);
 }
 
 void PlantItem::Fail(const QString& why)
@@ -345,9 +346,19 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
     m_Time = time;
     m_State = ItemState::Succeeded;
     const bool goesOn = m_Active && std::exchange(m_IsBroken, false); // with the same value, too
-    if (!isChange && !goesOn) return;
     if (isChange && m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
-    if (m_Traits.Historic) m_Controller->Owner().Host().Record(*this);
+    if (m_Active && m_Traits.Historic) Record(isChange || goesOn);
+}
+
+void PlantItem::Record(bool isNews)
+{
+    PlantHost& host = m_Controller->Owner().Host();
+    const ItemReading reading{m_Value, m_Time, static_cast<qint32>(m_State)};
+    if (m_Exceptions) {
+        for (const ItemReading& due : m_Exceptions->Take(reading)) host.Record(*this, due);
+    } else if (isNews) {
+        host.Record(*this, reading);
+    }
 }
 
 void PlantItem::Forget()

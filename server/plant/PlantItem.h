@@ -123,12 +123,14 @@ private:
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
     void Fail(const QString& why);
     void Warn(const QString& text) const;
+    void Record(bool isNews);
     void Forget();
 
     PlantController* m_Controller;
     const ItemTraits m_Traits;
     SourceVariableRef m_Variable;
     std::unique_ptr<ValueRules> m_Rules;
+    std::unique_ptr<ExceptionFilter> m_Exceptions; ///< null when every change is recorded
     qint32 m_Index = 0;
     ItemState m_State = ItemState::Undefined;
     bool m_Active;

@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/ItemDefinition.h"
 #include "server/plant/Convert.h"
+#include "server/plant/DurationText.h"
 #include "server/plant/Links.h"
 #include "server/plantfile/DefinitionToml.h"
 #include "server/plantfile/DeviceReader.h"
@@ -62,6 +63,35 @@ Variant ReadInitial(FileTable& table, VarType type)
         table.Refuse("value", error.Description());
         return {};
     }
+}
+
+double ReadChange(FileTable& table)
+{
+    const double change = table.Number("change", 0);
+    if (change < 0) table.Refuse("change", QStringLiteral("it must not be negative"));
+    return change;
+}
+
+std::chrono::microseconds ReadLongestSilence(FileTable& table)
+{
+    const QString text = table.Text("at_least");
+    try {
+        if (!text.isEmpty()) return ReadDuration(text);
+    } catch (const ValueError& error) {
+        table.Refuse("at_least", error.Description());
+    }
+    return {};
+}
+
+std::optional<RecordRule> ReadRecordRule(FileTable& table, bool isHistoric)
+{
+    for (FileTable& part : table.OptionalTable("record")) {
+        const RecordRule rule{ReadChange(part), ReadLongestSilence(part)};
+        part.RefuseOthers();
+        if (!isHistoric) table.Refuse("record", QStringLiteral("nothing is recorded without history = true"));
+        return rule;
+    }
+    return std::nullopt;
 }
 
 /// All but the name. `isTyped`: whether the type is right; otherwise VT_VARIANT stands in for it.
@@ -127,6 +157,7 @@ void ItemReader::ReadOne(FileTable entry, const QString& name, const ItemOwner& 
     for (FileTable& part : entry.OptionalTable("signal")) {
         if (isTyped) variable = ReadSignal(std::move(part), traits.Type, m_Folder); // else nothing can be said of it
     }
+    traits.Recorded = ReadRecordRule(entry, traits.Historic);
     entry.RefuseOthers();
     if (entry.Has("signal") && entry.Has("variable"))
         entry.Refuse("signal", QStringLiteral("an item with a variable takes its values from there"));
@@ -188,5 +219,5 @@ QStringList ItemReader::Keys()
     QStringList keys;
     for (const char* key : entry.Known()) keys.append(QString::fromUtf8(key));
     for (const QString& key : SignalKeys()) keys.append(QStringLiteral("signal.%1").arg(key));
-    return keys;
+    return keys + QStringList{QStringLiteral("record.change"), QStringLiteral("record.at_least")};
 }

@@ -119,7 +119,7 @@ class IdleHost : public PlantHost
 public:
     Moment Now() override { return {}; }
     void After(qint32, std::function<void()>) override {}
-    void Record(const PlantItem&) override {}
+    void Record(const PlantItem&, const ItemReading&) override {}
     void ScanSoon(PlantController&) override {}
     void Warn(const QString&) override {}
 };

@@ -31,14 +31,17 @@ public:
         while (!m_Delayed.empty() && m_Delayed.begin()->first <= m_Passed)
             m_Delayed.extract(m_Delayed.begin()).mapped()();
     }
-    static QString Note(const PlantItem& item) { return item.Name() + u'=' + WriteTypedText(item.LastValue()); }
+    static QString Note(const PlantItem& item, const Variant& value)
+    {
+        return item.Name() + u'=' + WriteTypedText(value);
+    }
 
 private:
     void After(qint32 delay, std::function<void()> action) override
     {
         m_Delayed.emplace(m_Passed + delay, std::move(action));
     }
-    void Record(const PlantItem& item) override { Recorded << Note(item); }
+    void Record(const PlantItem& item, const ItemReading& reading) override { Recorded << Note(item, reading.Value); }
     void ScanSoon(PlantController&) override {}
     void Warn(const QString& text) override { Warnings << text; }
 
@@ -67,7 +70,7 @@ public:
 
 private:
     void StateChanged(qint32 state) override { Seen << u"state %1"_s.arg(state); }
-    void ItemChanged(const PlantItemRef& item) override { Seen << TestPlant::Note(*item); }
+    void ItemChanged(const PlantItemRef& item) override { Seen << TestPlant::Note(*item, item->LastValue()); }
 
     PlantController& m_Controller;
 };

@@ -34,6 +34,10 @@ TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
         {R"({ name = "e", signal = { form = "counter", first = 5, last = 1 } },)", u"last: it is below first"_s},
         {R"({ name = "g", type = "ARRAY|R8", signal = { form = "random", low = "x", high = -1 } },)",
          u"low: a number must stand here"_s},
+        {R"({ name = "h", history = true, record = { change = -1, at_least = "10", silence = 5 } },)",
+         u"change: it must not be negative\nat_least: \"10\" is not a length of time such as 10 min\n"
+         "silence is not known here"_s},
+        {R"({ name = "i", record = { change = 1 } },)", u"record: nothing is recorded without history = true"_s},
         {R"({ name = "j", signal = { form = "constant" } } ])", u"value is missing"_s},
         {R"([[controller]])", {}},
         {R"(name = "A")", u"name: controller \"A\" exists already"_s},

@@ -199,3 +199,35 @@ TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
         EXPECT_EQ(OutcomeOf(answer).section(u"\": "_s, -1), Expected(row[3])) << row.join(u'|').toStdString();
     }
 }
+
+TEST_F(PlantItemTest, ByItsRuleAnItemRecordsOnlyWhatSaysSomething)
+{
+    using namespace std::chrono_literals;
+    const PlantItemRef item = Add(u"X"_s, {.Historic = true, .Recorded = RecordRule{0.5, 10s}});
+    const Variant nothing = std::numeric_limits<double>::quiet_NaN();
+    struct Step
+    {
+        int Milliseconds;
+        Variant Written;
+        QString Recorded;
+    };
+    for (const Step& step : {Step{0, 10.0, u"X=5,10"_s},
+                             {1000, 10.2, {}},
+                             {1000, 10.4, {}},
+                             {1000, 10.5, u"X=5,10.4 X=5,10.5"_s}, // and the one before
+                             {1000, 10.1, {}},
+                             {9000, 10.1, u"X=5,10.1"_s}, // nothing for 10 seconds
+                             {9999, 10.1, {}},
+                             {1, 10.1, u"X=5,10.1"_s},
+                             {1, true, u"X=11,True"_s},
+                             {1, false, u"X=11,False"_s},
+                             {1, u"a"_s, u"X=8,a"_s},
+                             {1, u"a"_s, {}},
+                             {1, nothing, u"X=8,a X=5,NaN"_s},
+                             {-60'000, 3, u"X=3,3"_s},
+                             {-60'000, 3, u"X=3,3"_s}}) { // the clock was set back
+        m_Plant.Pass(step.Milliseconds);
+        item->PutValue(step.Written);
+        EXPECT_EQ(std::exchange(m_Plant.Recorded, {}).join(u' '), step.Recorded);
+    }
+}
