@@ -147,6 +147,10 @@ interface History {
   getEnabled @2 () -> (result :Bool);
   getMaxRecord @3 (index :Int32) -> (result :Int32);
   getTableName @4 (index :Int32) -> (result :Text16);
+
+  readRaw @5 (items :Value, from :Value, to :Value, bounds :Bool, atMost :Int32, continuing :Text16)
+      -> (result :ResultSet);
+  readProcessed @6 (items :Value, from :Value, to :Value, interval :Value, aggregates :Value) -> (result :ResultSet);
 }
 
 interface ResultSet {

@@ -138,6 +138,17 @@ public:
     virtual bool get_Enabled() = 0;
     virtual qint32 get_MaxRecord(qint32 index) = 0;
     virtual QString get_TableName(qint32 index) = 0;
+
+    /// What was recorded from `from` until before `to`, in the order of time: columns item, time, utc, value, state,
+    /// quality. `items` is a text "<controller>\<item>" or an array of them; times are microseconds since 1970 UTC, local
+    /// dates or texts, EMPTY for the beginning and the end. `bounds`: with the values next to the span. `atMost` is for
+    /// each item, 0: all; `continuing` is what an earlier answer ended with, or empty.
+    virtual ResultSetRef ReadRaw(const Variant& items, const Variant& from, const Variant& to, bool bounds,
+                                 qint32 atMost, const QString& continuing) = 0;
+    /// One row for each item and interval. `interval` is in microseconds or a text such as "10 min", 0: the whole span;
+    /// `aggregates` names one or an array of Minimum, Maximum, Average, TimeAverage, Count, First, Last; or "All".
+    virtual ResultSetRef ReadProcessed(const Variant& items, const Variant& from, const Variant& to,
+                                       const Variant& interval, const Variant& aggregates) = 0;
 };
 
 /// Turns typed text (the decimal type code, ",", the value text) into values and back.

@@ -88,9 +88,13 @@ std::vector<Member> HistoryMembers()
 {
     using T = VelSQLHistory;
     return {
-        Function(u"Execute", &T::Execute),         Function(u"ConnectionString", &T::get_ConnectionString),
-        Property(u"Enabled", &T::get_Enabled),     Function(u"MaxRecord", &T::get_MaxRecord),
+        Function(u"Execute", &T::Execute),
+        Function(u"ConnectionString", &T::get_ConnectionString),
+        Property(u"Enabled", &T::get_Enabled),
+        Function(u"MaxRecord", &T::get_MaxRecord),
         Function(u"TableName", &T::get_TableName),
+        Function(u"ReadRaw", &T::ReadRaw, 1),
+        Function(u"ReadProcessed", &T::ReadProcessed, 3),
     };
 }
 

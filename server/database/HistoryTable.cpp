@@ -2,16 +2,12 @@
 
 #include <QDateTime>
 
-namespace {
-
 QString QuotedName(const QString& name)
 {
     QStringList parts = name.split(u'.');
     for (QString& part : parts) part = u'"' + part.replace(u'"', QStringLiteral("\"\"")) + u'"';
     return parts.join(u'.');
 }
-
-} // namespace
 
 HistoryTable::HistoryTable(const HistoryDestination& destination)
     : m_Destination(destination)

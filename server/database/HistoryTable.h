@@ -5,6 +5,9 @@
 
 #include <span>
 
+/// A table's name in quotes, each part of "<schema>.<table>" by itself.
+QString QuotedName(const QString& name);
+
 /// The history's table, on a database connection of its own: controller_name, item_name, item_value, item_time.
 class HistoryTable
 {

@@ -9,13 +9,43 @@ HistoryServer::HistoryServer(Services& services, HistoryUserRef user)
 {
 }
 
-kj::Promise<void> HistoryServer::execute(ExecuteContext context)
+template <typename Context>
+kj::Promise<void> HistoryServer::Answer(Context context, Inquiry asked)
 {
     context.allowCancellation(); // ends with its client
-    auto result = m_Services.History.Ask({FromWireText(context.getParams().getStatement())}, m_User);
+    auto result = m_Services.History.Ask(std::move(asked), m_User);
     return result.then([&objects = m_Services.Objects, user = m_User, context](const ResultSpoolRef& spool) mutable {
         context.getResults().setResult(objects.Result(spool, user));
     });
+}
+
+template <typename Parameters>
+ReadRequest HistoryServer::RequestOf(const Parameters& parameters) const
+{
+    WireObjects& objects = m_Services.Objects;
+    return {m_Services.Plant, ReadValue(parameters.getItems(), objects), ReadValue(parameters.getFrom(), objects),
+            ReadValue(parameters.getTo(), objects)};
+}
+
+kj::Promise<void> HistoryServer::execute(ExecuteContext context)
+{
+    return Answer(context, {FromWireText(context.getParams().getStatement())});
+}
+
+kj::Promise<void> HistoryServer::readRaw(ReadRawContext context)
+{
+    const auto parameters = context.getParams();
+    const RawRequest request(RequestOf(parameters), parameters.getBounds(), parameters.getAtMost(),
+                             FromWireText(parameters.getContinuing()));
+    return Answer(context, RawInquiry(request, m_Services.History.TableName(1)));
+}
+
+kj::Promise<void> HistoryServer::readProcessed(ReadProcessedContext context)
+{
+    const auto parameters = context.getParams();
+    const ProcessedRequest request(RequestOf(parameters), ReadValue(parameters.getInterval(), m_Services.Objects),
+                                   ReadValue(parameters.getAggregates(), m_Services.Objects));
+    return Answer(context, ProcessedInquiry(request, m_Services.History.TableName(1)));
 }
 
 kj::Promise<void> HistoryServer::getConnectionString(GetConnectionStringContext context)

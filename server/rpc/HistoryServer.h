@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/reading/ReadRequest.h"
 #include "server/rpc/Services.h"
 #include "server/rpc/WireServer.h"
 
@@ -14,11 +15,18 @@ public:
     kj::Promise<void> getEnabled(GetEnabledContext context) override;
     kj::Promise<void> getMaxRecord(GetMaxRecordContext context) override;
     kj::Promise<void> getTableName(GetTableNameContext context) override;
+    kj::Promise<void> readRaw(ReadRawContext context) override;
+    kj::Promise<void> readProcessed(ReadProcessedContext context) override;
 
 protected:
     CalledObject Called() const override { return {QStringLiteral("History"), {}, {}}; }
 
 private:
+    template <typename Context>
+    kj::Promise<void> Answer(Context context, Inquiry asked);
+    template <typename Parameters>
+    ReadRequest RequestOf(const Parameters& parameters) const;
+
     Services& m_Services;
     const HistoryUserRef m_User;
 };

@@ -29,24 +29,26 @@ public:
     /// A value of controller PLC1, 1.5 ms after the one before; the first of them 1.5 ms after midnight.
     void Record(const QString& item, const Variant& value)
     {
-        m_Time += std::chrono::microseconds(1500);
-        m_History.Record({u"PLC1"_s, item, value, m_Time});
+        Record({u"PLC1"_s, item, value, m_Time += std::chrono::microseconds(1500)});
     }
+    void Record(const RecordedValue& value) { m_History.Record(value); }
     bool Flush(int milliseconds = 20'000) { return m_History.Flush(milliseconds); }
 
     kj::Promise<ResultSpoolRef> Start(const QString& statement) { return m_History.Ask({statement}, m_User); }
+    ResultSpoolRef Run(const QString& statement) { return Run(Inquiry{statement}); }
     /// Once all its rows have been read.
-    ResultSpoolRef Run(const QString& statement)
+    ResultSpoolRef Run(const Inquiry& asked)
     {
-        ResultSpoolRef result = Wait(Start(statement));
+        ResultSpoolRef result = Wait(m_History.Ask(asked, m_User));
         WaitUntil([&] { return result->Progress().Complete; });
         return result;
     }
     /// Lines with commas between: column names, then the rows; or the database's description.
-    QString Ask(const QString& statement)
+    QString Ask(const QString& statement) { return Ask(Inquiry{statement}); }
+    QString Ask(const Inquiry& asked)
     {
         return OutcomeOf([&]() -> QString {
-            const ResultSpoolRef result = Run(statement);
+            const ResultSpoolRef result = Run(asked);
             QStringList lines(result->Columns().join(u','));
             for (qint64 row = 0; row < result->Progress().RowsSoFar; ++row) lines << Row(*result, row);
             return lines.join(u'\n');

@@ -199,6 +199,16 @@ public:
     }
     qint32 get_MaxRecord(qint32 index) override { return Called("get_MaxRecord", index).MaxRecord.at(index - 1); }
     QString get_TableName(qint32 index) override { return Called("get_TableName", index).TableName.at(index - 1); }
+    ResultSetRef ReadRaw(const Variant& items, const Variant& from, const Variant& to, bool, qint32,
+                         const QString&) override
+    {
+        return Called("ReadRaw", items, from, to).Result;
+    }
+    ResultSetRef ReadProcessed(const Variant& items, const Variant& from, const Variant& to, const Variant& interval,
+                               const Variant&) override
+    {
+        return Called("ReadProcessed", items, from, to, interval).Result;
+    }
 };
 
 class FakeEngine : public FakeObject<VelSQLEngine, FakeServer>

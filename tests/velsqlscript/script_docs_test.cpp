@@ -17,5 +17,5 @@ TEST(ScriptDocs, ExamplesPrintWhatTheManualShows)
                   match.captured(3))
             << match.captured().toStdString();
     }
-    EXPECT_EQ(count, 10);
+    EXPECT_EQ(count, 11);
 }

@@ -1,0 +1,124 @@
+#include "server/reading/SqlReader.h"
+
+#include "server/database/HistoryTable.h"
+
+#include <QTimeZone>
+
+#include <cmath>
+
+namespace {
+
+const QString s_Values = QStringLiteral("velsql_values");
+
+/// The times of a table without them: of local time that comes twice nobody knows which one it was.
+const QString s_FlatSqlite =
+    QStringLiteral("(SELECT controller_name, item_name, item_value, 0 AS item_state, "
+                   "CASE WHEN typeof(item_value) IN ('integer', 'real') THEN item_value END AS value_number, "
+                   "strftime('%s', substr(item_time, 1, 19), 'utc') * 1000000 + "
+                   "CAST(substr(item_time || '000000', 21, 6) AS INTEGER) AS item_utc FROM %1)");
+const QString s_FlatPostgreSql = QStringLiteral(
+    "(SELECT controller_name, item_name, item_value, 0 AS item_state, "
+    "CASE WHEN item_value ~ '^\\s*[-+]?(\\d+\\.?\\d*|\\.\\d+)([eE][-+]?\\d+)?\\s*$' THEN item_value::float8 END "
+    "AS value_number, "
+    "(extract(epoch FROM item_time AT TIME ZONE '%2') * 1000000)::bigint AS item_utc FROM %1) AS flat");
+
+const QString s_InRange =
+    QStringLiteral("WHERE controller_name = ? AND item_name = ? AND start_utc >= ? AND start_utc < ?");
+const QString s_Blocks =
+    QStringLiteral("SELECT start_utc, value_count, number_count, smallest, largest, mean_value * number_count, "
+                   "first_value, last_value, worst_state FROM %1 %2 ORDER BY start_utc");
+const QString s_SummedBlocks = QStringLiteral(
+    "SELECT min(start_utc), sum(value_count)::bigint, sum(number_count)::bigint, min(smallest), max(largest), "
+    "sum(mean_value * number_count), (array_agg(first_value ORDER BY start_utc) FILTER (WHERE number_count > 0))[1], "
+    "(array_agg(last_value ORDER BY start_utc DESC) FILTER (WHERE number_count > 0))[1], "
+    "CASE WHEN bool_or(worst_state = 1) THEN 1 ELSE max(worst_state) END FROM %1 %2 "
+    "GROUP BY (start_utc - (%3)) / %4 ORDER BY 1");
+
+const QString& RelationOf(Level level)
+{
+    static const QString names[] = {s_Values, QStringLiteral("velsql_minutes"), QStringLiteral("velsql_hours"),
+                                    QStringLiteral("velsql_days")};
+    return names[static_cast<int>(level)];
+}
+
+Variant CellOf(const SqlCursor& row, int column)
+{
+    return row.IsNull(column) ? Variant(Null{}) : Variant(row.Text(column));
+}
+
+Variant NumberOf(const SqlCursor& row, int column)
+{
+    return row.IsNull(column) ? Variant(Null{}) : Variant(row.Number(column));
+}
+
+} // namespace
+
+SqlReader::SqlReader(const DatabaseSession& session, const QString& table)
+    : m_Session(session)
+    , m_IsSqlite(session.SqliteHandle() != nullptr)
+    , m_Values(CanRead(s_Values) ? s_Values : FlatValues(QuotedName(table)))
+    , m_HasBlocks(CanRead(RelationOf(Level::Minutes)))
+{
+}
+
+bool SqlReader::CanRead(const QString& relation) const
+{
+    if (!m_IsSqlite) return !m_Session.Ask(QStringLiteral("SELECT to_regclass('%1')").arg(relation)).isNull();
+    try {
+        SqlCursor::Open(m_Session, QStringLiteral("SELECT 1 FROM %1").arg(relation), {});
+        return true;
+    } catch (const DatabaseError&) {
+        return false;
+    }
+}
+
+QString SqlReader::FlatValues(const QString& table) const
+{
+    if (m_IsSqlite) return s_FlatSqlite.arg(table);
+    const QByteArray zone = QTimeZone::systemTimeZoneId();
+    return s_FlatPostgreSql.arg(table, zone.isEmpty() ? QStringLiteral("UTC") : QString::fromLatin1(zone));
+}
+
+void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool newestFirst, qint64 atMost,
+                           const Taker<Reading>& take)
+{
+    const QString question =
+        QStringLiteral("SELECT item_utc, item_state, value_number, CASE WHEN value_number IS NULL THEN item_value END "
+                       "FROM %1 WHERE controller_name = ? AND item_name = ? AND item_utc >= ? AND item_utc < ? "
+                       "ORDER BY item_utc%2%3")
+            .arg(m_Values, newestFirst ? QStringLiteral(" DESC") : QString(),
+                 atMost > 0 ? QStringLiteral(" LIMIT %1").arg(atMost) : QString());
+    const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
+    while (row->Next()) {
+        Reading reading{row->Integer(0), NumberOf(*row, 2), static_cast<qint32>(row->Integer(1))};
+        if (reading.Value.IsNull()) reading.Value = CellOf(*row, 3);
+        if (!take(reading)) return;
+    }
+}
+
+/// Said by the first of its minutes; so many of them are as good as many values.
+bool SqlReader::HasMany(const ItemPath& item, const TimeRange& range)
+{
+    constexpr qint64 ManyValues = 10'000; // some milliseconds
+    constexpr qint64 ManyMinutes = 2000;
+    const QString question = QStringLiteral("SELECT count(*), sum(value_count) FROM (SELECT value_count FROM %1 %2 "
+                                            "ORDER BY start_utc LIMIT %3) AS first_minutes")
+                                 .arg(RelationOf(Level::Minutes), s_InRange)
+                                 .arg(ManyMinutes);
+    const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
+    return row->Next() && (row->Integer(0) == ManyMinutes || row->Integer(1) > ManyValues);
+}
+
+std::vector<Block> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)
+{
+    // Rows cost more to fetch from PostgreSQL than to add up there; with SQLite it is the other way round.
+    const QString question = m_IsSqlite
+                                 ? s_Blocks.arg(RelationOf(level), s_InRange)
+                                 : s_SummedBlocks.arg(RelationOf(level), s_InRange).arg(grid.Origin).arg(grid.Length);
+    const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
+    std::vector<Block> blocks;
+    while (row->Next())
+        blocks.push_back({row->Integer(0), row->Integer(1), row->Integer(2), row->Number(3), row->Number(4),
+                          row->Number(5), row->Number(6), row->Number(7), static_cast<qint32>(row->Integer(8))});
+    return blocks;
+}
