@@ -13,6 +13,7 @@ import sys
 ROOMS = {
     "core/automation": ("automation", ()),
     "resulttext": ("resulttext", ("core/automation",)),
+    "trend/core": ("trend", ()),
     "core": ("core", ("core/automation",)),
     "commandline": ("system", ("core/automation",)),
     "velsqllib": ("velsqllib", ("core/automation",)),
