@@ -43,7 +43,8 @@ TEST(Series, FindsExtremesAndPlacesAsALoopOverAllValuesDoes)
     Micros time = 0;
     for (int round = 0; round < 400; ++round) {
         for (int i = 0; i < 30; ++i)
-            series.Append({time += static_cast<Micros>(below(3)), below(50) == 0 ? NaN : below(1'000'000) * 1.0});
+            series.Append(
+                {time += static_cast<Micros>(below(3)), below(50) == 0 ? NaN : static_cast<double>(below(1000))});
         series.Append({time - static_cast<Micros>(below(40)), 5e6}); // a late one
         if (round % 50 == 0) {
             const std::vector<Sample> samples = {{time - 90, 1}, {time - 90, NaN}, {time - 60, -7}};
