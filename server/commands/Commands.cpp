@@ -1,6 +1,7 @@
 #include "server/commands/Commands.h"
 
 #include "core/automation/Errors.h"
+#include "core/automation/PlainText.h"
 #include "velsqllib/ValueText.h"
 
 namespace {
@@ -19,7 +20,7 @@ kj::Promise<Variant> RaiseInTurns(qint32 times, std::function<void()> raise)
 } // namespace
 
 // In the order of docs/server.md; an empty command lists them.
-const std::array<Commands::Command, 17> Commands::s_Commands = {{
+const std::array<Commands::Command, 19> Commands::s_Commands = {{
     {u"echo", u"TEXT", &Commands::Echo},
     {u"fail", u"TEXT", &Commands::Fail},
     {u"sleep", u"MILLISECONDS", &Commands::Sleep},
@@ -36,6 +37,8 @@ const std::array<Commands::Command, 17> Commands::s_Commands = {{
     {u"calls", u"", &Commands::ReportCalls},
     {u"statements", u"", &Commands::ReportStatements},
     {u"break", u"NUMBER", &Commands::BreakStatement},
+    {u"devices", u"", &Commands::ReportDevices},
+    {u"item", u"[CONTROLLER] ITEM", &Commands::ReportItem},
     {u"terminate", u"", &Commands::Terminate},
 }};
 
@@ -202,6 +205,26 @@ kj::Promise<Variant> Commands::BreakStatement(Order& order)
 {
     m_Subjects.Records.BreakStatement(order.Text.Number(u"The statement", 1));
     return Variant();
+}
+
+kj::Promise<Variant> Commands::ReportDevices(Order&)
+{
+    QStringList lines;
+    for (const SourceRef& source : m_Subjects.Plant.Sources()) lines.append(source->Describe());
+    return Variant(lines.join(QStringLiteral("\r\n")));
+}
+
+/// Whether it succeeded and when, and else why not.
+kj::Promise<Variant> Commands::ReportItem(Order& order)
+{
+    const PlantController& controller = ControllerOf(order);
+    const PlantItemRef item = controller.Item(order.Text.Word(u"an item"));
+    const QString states[] = {QStringLiteral("Succeeded"), QStringLiteral("Failed"), QStringLiteral("Undefined")};
+    QString text =
+        QStringLiteral("%1: %2 at %3")
+            .arg(item->Name(), states[static_cast<int>(item->State())], ToPlainText(ToLocalDate(item->Time())));
+    if (!item->Failure().isEmpty()) text += QStringLiteral(": ") + item->Failure();
+    return Variant(text);
 }
 
 kj::Promise<Variant> Commands::Terminate(Order&)

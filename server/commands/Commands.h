@@ -45,7 +45,7 @@ private:
         const char16_t* Usage;
         Action Run;
     };
-    static const std::array<Command, 17> s_Commands;
+    static const std::array<Command, 19> s_Commands;
 
     kj::Promise<Variant> Execute(Order order);
     kj::Promise<Variant> Echo(Order& order);
@@ -64,6 +64,8 @@ private:
     kj::Promise<Variant> ReportCalls(Order& order);
     kj::Promise<Variant> ReportStatements(Order& order);
     kj::Promise<Variant> BreakStatement(Order& order);
+    kj::Promise<Variant> ReportDevices(Order& order);
+    kj::Promise<Variant> ReportItem(Order& order);
     kj::Promise<Variant> Terminate(Order& order);
     PlantController& ControllerOf(Order& order) const;
 

@@ -10,7 +10,7 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
         EXPECT_EQ(outcome, Codes(row[1])[0]) << row[0].toStdString();
     }
     EXPECT_EQ(OutcomeOf([&] { client.Execute(u"fail \t"_s); }), u"\t");
-    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 16) << "an empty command lists all";
+    EXPECT_EQ(client.Execute({}).Get<QString>().count(u'\n'), 18) << "an empty command lists all";
 
     const auto value = [&] { return OutcomeOf([&] { return client.Value(u"D100"_s); }); };
     client.Execute(u"disturb Item.get_Value fail every\r\nitem ✓"_s);

@@ -1,3 +1,4 @@
+#include "server/protocols/Protocols.h"
 #include "server/sources/replay/ReplayFile.h"
 #include "tests/server/PlantFileTest.h"
 
@@ -92,6 +93,8 @@ file = "r.csv"
     controller.Start();
     ReadAll(controller, 0);
     EXPECT_EQ(controller.Item(u"I"_s)->Value(), Variant(7));
+    QStringList names;
+    for (const Protocol& protocol : Protocols()) names << protocol.Name;
     EXPECT_EQ(MistakesIn(R"([[device]]
 name = "Recorder"
 protocol = "morse"
@@ -109,13 +112,13 @@ item = [ { name = "I", variable = "v" }, { name = "J", option = "o" },
          { name = "K", variable = "v", signal = { form = "clock" } } ]
 )"),
               u"plant.toml:2: name: device \"Recorder\" exists already\n"
-              "plant.toml:3: protocol: \"morse\" is none of replay\n"
+              "plant.toml:3: protocol: \"morse\" is none of %1\n"
               "plant.toml:4: file is missing\nplant.toml:7: speed is not known here\n"
               "plant.toml:10: device: there is no device \"R3\"\n"
               "plant.toml:14: variable: the controller has no device\n"
               "plant.toml:14: option: it belongs to a variable\n"
               "plant.toml:15: variable: the controller has no device\n"
-              "plant.toml:15: signal: an item with a variable takes its values from there"_s);
+              "plant.toml:15: signal: an item with a variable takes its values from there"_s.arg(names.join(u", "_s)));
 }
 
 TEST_F(PlantFileTest, TimesAreLocalAndHistoryDestinationsAreRead)

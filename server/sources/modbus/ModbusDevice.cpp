@@ -1,0 +1,191 @@
+#include "server/sources/modbus/ModbusDevice.h"
+
+#include "server/plant/Convert.h"
+
+namespace {
+
+constexpr std::size_t MostGroups = 16;
+
+} // namespace
+
+/// Carries what the line's threads tell to the loop, as long as the device is there.
+class ModbusDevice::Outlet : public UnitListener, public std::enable_shared_from_this<Outlet>
+{
+public:
+    explicit Outlet(ModbusDevice& device)
+        : m_Device(&device)
+    {
+    }
+
+    void Open(Loop& loop)
+    {
+        const std::lock_guard lock(m_Guard);
+        m_Loop = &loop;
+    }
+    void Close()
+    {
+        const std::lock_guard lock(m_Guard);
+        m_Loop = nullptr;
+        m_Device = nullptr;
+    }
+
+    void NoteRead(ReadResults results) override
+    {
+        Tell([results = std::move(results)](ModbusDevice& device) { device.Take(results); });
+    }
+    void NoteWritten(quint64 number, const QString& failure) override
+    {
+        Tell([number, failure](ModbusDevice& device) { device.EndWrite(number, failure); });
+    }
+    void NoteReachable(bool isReachable, const QString&) override
+    {
+        Tell([isReachable](ModbusDevice& device) { device.SetReachable(isReachable); });
+    }
+
+private:
+    /// The device is known to the loop only, where it also goes.
+    template <typename Action>
+    void Tell(Action action)
+    {
+        const std::lock_guard lock(m_Guard);
+        if (!m_Loop) return;
+        m_Loop->Post([self = shared_from_this(), action = std::move(action)] {
+            if (self->m_Device) action(*self->m_Device);
+        });
+    }
+
+    std::mutex m_Guard;
+    Loop* m_Loop = nullptr;
+    ModbusDevice* m_Device;
+};
+
+ModbusDevice::ModbusDevice(QString protocol, UnitSettings settings, std::shared_ptr<Line> line)
+    : Source(settings.Name)
+    , m_Protocol(std::move(protocol))
+    , m_Line(std::move(line))
+    , m_Outlet(std::make_shared<Outlet>(*this))
+    , m_Unit(std::make_shared<Unit>(std::move(settings), m_Outlet))
+{
+    m_Line->Add(m_Unit);
+}
+
+ModbusDevice::~ModbusDevice()
+{
+    m_Outlet->Close();
+    m_Line->Remove(m_Unit);
+}
+
+void ModbusDevice::Start(Loop& loop)
+{
+    m_Outlet->Open(loop);
+    m_Line->Start();
+}
+
+void ModbusDevice::NoteUsers()
+{
+    m_Line->With([&] { m_Unit->SetWanted(HasUsers()); });
+}
+
+SourceVariableRef ModbusDevice::Bind(const VariableText& text)
+{
+    const UnitSettings& unit = m_Unit->Settings();
+    if (!text.Unit.isEmpty() && text.Unit != QString::number(unit.Number))
+        throw VariableError(VariableError::Part::Unit,
+                            QStringLiteral("device \"%1\" is unit %2").arg(Name()).arg(unit.Number));
+    const Form form = ParseForm(text, unit.FirstAddress, unit.Bytes);
+    m_Variables.push_back(nullptr);
+    auto variable = std::make_unique<ModbusVariable>(*this, static_cast<quint32>(m_Variables.size() - 1), form);
+    m_Variables.back() = variable.get();
+    return variable;
+}
+
+/// The group of the same variables that was read before: its plan is made.
+ReadGroupRef ModbusDevice::GroupOf(const std::vector<SourceVariable*>& variables)
+{
+    auto group = std::make_shared<ReadGroup>();
+    group->Numbers.reserve(variables.size());
+    for (const SourceVariable* variable : variables)
+        group->Numbers.push_back(static_cast<const ModbusVariable*>(variable)->Number());
+    const auto known =
+        std::ranges::find_if(m_Groups, [&](const auto& other) { return other->Numbers == group->Numbers; });
+    if (known != m_Groups.end()) {
+        std::rotate(m_Groups.begin(), known, known + 1); // the one that has not been read for the longest time is last
+        return m_Groups.front();
+    }
+    group->Forms.reserve(variables.size());
+    for (const quint32 number : group->Numbers) group->Forms.push_back(m_Variables[number]->Where());
+    m_Groups.insert(m_Groups.begin(), group);
+    if (m_Groups.size() > MostGroups) m_Groups.pop_back();
+    return group;
+}
+
+void ModbusDevice::Read(std::vector<SourceVariable*> variables, std::function<void()> done)
+{
+    const ReadGroupRef group = GroupOf(variables);
+    const quint64 number = ++m_LastNumber;
+    m_Reading.insert(number, std::move(done));
+    m_Line->With([&] { m_Unit->Add(number, group, Unit::Clock::now()); });
+}
+
+void ModbusDevice::Take(const ReadResults& results)
+{
+    for (const auto& [number, value] : results.Values) {
+        if (ModbusVariable* variable = m_Variables[number]) variable->Answer(value, results.When);
+    }
+    for (const auto& [number, why] : results.Failures) {
+        if (ModbusVariable* variable = m_Variables[number]) variable->Fail(why, results.When);
+    }
+    if (!results.IsOver) return;
+    if (const auto done = m_Reading.take(results.Job)) done();
+}
+
+void ModbusDevice::Write(SourceVariable& variable, const Variant& value, Written written)
+{
+    const Form& form = static_cast<const ModbusVariable&>(variable).Where();
+    if (!m_Unit->Settings().TakesWrites)
+        throw DescribedError(QStringLiteral("the plant file does not allow writing to device \"%1\"").arg(Name()));
+    if (form.Place == Area::Input || form.Place == Area::Discrete)
+        throw DescribedError(QStringLiteral("inputs cannot be written"));
+    const quint64 number = ++m_LastNumber;
+    WriteJob job{number, form, Encode(form, value)};
+    m_Writing.insert(number, std::move(written));
+    m_Line->With([&] { m_Unit->Add(std::move(job), Unit::Clock::now()); });
+}
+
+void ModbusDevice::EndWrite(quint64 number, const QString& failure)
+{
+    if (const auto written = m_Writing.take(number)) written(failure);
+}
+
+void ModbusDevice::Forget(const ModbusVariable& variable)
+{
+    m_Variables[variable.Number()] = nullptr;
+}
+
+QString ModbusDevice::Describe() const
+{
+    return m_Line->With([&] {
+        const UnitCounts& counts = m_Unit->Counts();
+        const QString state = IsReachable() ? QStringLiteral("reachable") : m_Unit->Trouble();
+        return QStringLiteral("%1: %2 %3 unit %4: %5; requests %6, silences %7, other failures %8, refused spans %9")
+            .arg(Name(), m_Protocol, m_Line->Settings().Place())
+            .arg(m_Unit->Settings().Number)
+            .arg(state)
+            .arg(counts.Requests)
+            .arg(counts.Silences)
+            .arg(counts.Others)
+            .arg(counts.Refused);
+    });
+}
+
+ModbusVariable::ModbusVariable(ModbusDevice& device, quint32 number, const Form& form)
+    : m_Device(device)
+    , m_Number(number)
+    , m_Form(form)
+{
+}
+
+ModbusVariable::~ModbusVariable()
+{
+    m_Device.Forget(*this);
+}
