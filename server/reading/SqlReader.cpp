@@ -4,11 +4,9 @@
 
 #include <QTimeZone>
 
-#include <cmath>
+#include <array>
 
 namespace {
-
-const QString s_Values = QStringLiteral("velsql_values");
 
 /// The times of a table without them: of local time that comes twice nobody knows which one it was.
 const QString s_FlatSqlite =
@@ -34,13 +32,6 @@ const QString s_SummedBlocks = QStringLiteral(
     "CASE WHEN bool_or(worst_state = 1) THEN 1 ELSE max(worst_state) END FROM %1 %2 "
     "GROUP BY (start_utc - (%3)) / %4 ORDER BY 1");
 
-const QString& RelationOf(Level level)
-{
-    static const QString names[] = {s_Values, QStringLiteral("velsql_minutes"), QStringLiteral("velsql_hours"),
-                                    QStringLiteral("velsql_days")};
-    return names[static_cast<int>(level)];
-}
-
 Variant CellOf(const SqlCursor& row, int column)
 {
     return row.IsNull(column) ? Variant(Null{}) : Variant(row.Text(column));
@@ -56,24 +47,41 @@ Variant NumberOf(const SqlCursor& row, int column)
 SqlReader::SqlReader(const DatabaseSession& session, const QString& table)
     : m_Session(session)
     , m_IsSqlite(session.SqliteHandle() != nullptr)
-    , m_Values(CanRead(s_Values) ? s_Values : FlatValues(QuotedName(table)))
-    , m_HasBlocks(CanRead(RelationOf(Level::Minutes)))
+    , m_Table(table)
+    , m_Values(HasColumn(Level::Values, QStringLiteral("item_utc")) ? RelationOf(Level::Values) : FlatValues())
+    , m_HasBlocks(HasColumn(Level::Minutes, QStringLiteral("number_count")))
 {
 }
 
-bool SqlReader::CanRead(const QString& relation) const
+/// In PostgreSQL what belongs to another table than velsql_history begins with that one's name.
+QString SqlReader::RelationOf(Level level) const
 {
-    if (!m_IsSqlite) return !m_Session.Ask(QStringLiteral("SELECT to_regclass('%1')").arg(relation)).isNull();
-    try {
-        SqlCursor::Open(m_Session, QStringLiteral("SELECT 1 FROM %1").arg(relation), {});
+    static const std::array<QStringView, 4> parts = {u"_values", u"_minutes", u"_hours", u"_days"};
+    const bool isUsual = m_IsSqlite || m_Table.section(u'.', -1) == u"velsql_history";
+    const QString schema = m_Table.contains(u'.') && !m_IsSqlite ? m_Table.section(u'.', 0, -2) + u'.' : QString();
+    const QString stem = isUsual ? QStringLiteral("velsql") : m_Table.section(u'.', -1);
+    return QuotedName(schema + stem + parts[static_cast<std::size_t>(level)].toString());
+}
+
+bool SqlReader::HasColumn(Level level, const QString& column) const
+{
+    const QString relation = RelationOf(level);
+    if (!m_IsSqlite) {
+        const QString question =
+            QStringLiteral("SELECT 1 FROM pg_attribute WHERE attrelid = to_regclass(?) AND attname = ?");
+        return SqlCursor::Open(m_Session, question, {relation, column})->Next();
+    }
+    try { // the tables that a connection has besides those of its file are in no list
+        SqlCursor::Open(m_Session, QStringLiteral("SELECT %1 FROM %2").arg(column, relation), {});
         return true;
     } catch (const DatabaseError&) {
         return false;
     }
 }
 
-QString SqlReader::FlatValues(const QString& table) const
+QString SqlReader::FlatValues() const
 {
+    const QString table = QuotedName(m_Table);
     if (m_IsSqlite) return s_FlatSqlite.arg(table);
     const QByteArray zone = QTimeZone::systemTimeZoneId();
     return s_FlatPostgreSql.arg(table, zone.isEmpty() ? QStringLiteral("UTC") : QString::fromLatin1(zone));

@@ -18,11 +18,13 @@ public:
     std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid) override;
 
 private:
-    bool CanRead(const QString& relation) const;
-    QString FlatValues(const QString& table) const;
+    QString RelationOf(Level level) const;
+    bool HasColumn(Level level, const QString& column) const;
+    QString FlatValues() const;
 
     const DatabaseSession& m_Session;
     const bool m_IsSqlite;
+    const QString m_Table;
     const QString m_Values;
     const bool m_HasBlocks;
 };
