@@ -1,5 +1,5 @@
 #include "tests/support/PrintQt.h"
-#include "trend/core/TimeScale.h"
+#include "trend/core/Marks.h"
 #include "trend/core/ValueScale.h"
 
 #include <gtest/gtest.h>
@@ -95,6 +95,16 @@ TEST(ValueTicks, AreRoundAndToldApart)
         EXPECT_NEAR(scale.PixelOf(scale.ValueAt(25)), 25, 0.01);
     }
     EXPECT_EQ((ValueScale{0, 1, 100}.PixelOf(1e300)), -100) << "not too far for a painter";
+}
+
+TEST(Marks, HaveRoomForThemselves)
+{
+    Marks marks;
+    for (const auto& [time, text] : {std::pair(50, u"b"_s), {10, u"a"_s}, {90, u"c"_s}, {95, u"d"_s}, {200, u"e"_s}})
+        marks.Append({time, text});
+    marks.Replace({94, 100}, {{96, u"f"_s}, {97, u"g"_s}});
+    EXPECT_EQ(marks.Shown({{60, 160}, 100}, 20), std::vector<Marks::Place>({{0, u"b"_s}, {30, u"c"_s, 2}}))
+        << "what holds, and what has no room";
 }
 
 TEST(Span, MovesAndZoomsWithinTheYearsThatCanBeShown)

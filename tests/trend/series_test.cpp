@@ -1,4 +1,6 @@
 #include "trend/core/Bars.h"
+#include "trend/core/IntervalSamples.h"
+#include "trend/core/Runs.h"
 #include "trend/core/Statistics.h"
 
 #include <gtest/gtest.h>
@@ -125,6 +127,28 @@ TEST(Bars, ShowEachValueAndHoldTogether)
                                                          "\n...###......"
                                                          "\n.###.###...."
                                                          "\n.#..........");
+}
+
+TEST(Series, IsMadeOfWhatAHistorySaysOfIntervals)
+{
+    const std::vector<IntervalFigures> intervals = {
+        {0, 5, 1, 6, 2}, {40, NaN, NaN, NaN, NaN}, {80, 3, 3, 3, 3}, {120, NaN, NaN, NaN, NaN, true}};
+    Series series;
+    series.Replace({0, 160}, SamplesOf(intervals, 160));
+    const std::vector<Micros> times(series.Times().begin(), series.Times().end());
+    EXPECT_EQ(times, std::vector<Micros>({0, 10, 20, 30, 80, 120}));
+    const std::vector<double> values(series.Values().begin(), series.Values().end() - 1);
+    EXPECT_EQ(values, std::vector<double>({5, 6, 1, 2, 3}));
+    EXPECT_TRUE(series.IsGap(5));
+}
+
+TEST(Runs, AreAsManyAsCanBeToldApart)
+{
+    const Series series = Of({{0, 1}, {10, 1}, {20, 0}, {21, 1}, {22, 0}, {30, NaN}, {40, 1}, {50, 0}});
+    const Micros s = MicrosASecond;
+    EXPECT_EQ(RunsOf(series, {5 * s, 60 * s}, 4 * s),
+              std::vector<HeldRun>(
+                  {{5 * s, 20 * s, 1}, {20 * s, 24 * s, 0, true}, {24 * s, 30 * s, 0}, {40 * s, 50 * s, 1}}));
 }
 
 TEST(Statistics, AreThoseOfMathematics)
