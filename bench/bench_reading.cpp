@@ -1,6 +1,7 @@
 // ReadProcessed and ReadRaw as clients get them, up to the last row of the result: items with a value each 10 seconds
 // for 11.6 days (100,000 values). 20 items as a rule; --items 1000 makes 100,000,000 rows of them.
 #include "bench/Figures.h"
+#include "core/automation/SafeArray.h"
 #include "server/history/History.h"
 #include "server/plant/Plant.h"
 #include "server/reading/ReadRequest.h"
