@@ -1,20 +1,17 @@
 // What the console's library costs on top of the bare wire: synchronous get_Value and put_Value.
 #include "bench/Figures.h"
+#include "bench/RawPingPong.h"
 #include "core/automation/ServerObjects.h"
 #include "tests/support/RealServer.h"
-#include "velsqllib/KjLoop.h"
 #include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/ServerSocket.h"
+#include "velsqllib/transport/KjLoop.h"
 #include "velsqllib/WireText.h"
 
 #include <QCoreApplication>
 
 #include <capnp/rpc-twoparty.h>
-#include <csignal>
 #include <cstdio>
-#include <sys/socket.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -23,52 +20,12 @@ constexpr int CallsPerRound = 4000;
 const QString ControllerName = QStringLiteral("PLC1");
 const QString ItemName = QStringLiteral("D100");
 
-/// 64 bytes there and back over a local socket: what two processes cannot do without.
-class RawPingPong
-{
-public:
-    RawPingPong()
-    {
-        if (socketpair(AF_UNIX, SOCK_STREAM, 0, m_Ends) != 0) qFatal("no sockets");
-        m_Child = fork();
-        if (m_Child == 0) Echo();
-        close(m_Ends[1]);
-    }
-    ~RawPingPong()
-    {
-        close(m_Ends[0]);
-        waitpid(m_Child, nullptr, 0);
-    }
-    qint64 ProcessId() const { return m_Child; }
-    void operator()()
-    {
-        char bytes[64] = {};
-        if (write(m_Ends[0], bytes, sizeof bytes) != sizeof bytes || read(m_Ends[0], bytes, sizeof bytes) <= 0)
-            qFatal("raw");
-    }
-
-private:
-    [[noreturn]] void Echo()
-    {
-        close(m_Ends[0]);
-        char bytes[64];
-        while (read(m_Ends[1], bytes, sizeof bytes) > 0) {
-            if (write(m_Ends[1], bytes, sizeof bytes) < 0) break;
-        }
-        _exit(0);
-    }
-
-    int m_Ends[2];
-    pid_t m_Child;
-};
-
 /// The same item reached through the schema alone.
 class BareItem
 {
 public:
     explicit BareItem(const QString& socketPath)
-        : m_Stream(
-              m_Loop->LowLevel().wrapSocketFd(ConnectToServer(socketPath), kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP))
+        : m_Stream(m_Loop->Wrap(kj::AutoCloseFd(ConnectToServer(socketPath))))
         , m_Rpc(*m_Stream)
         , m_Item(Find())
     {

@@ -28,19 +28,19 @@ QByteArray PlantToml(const QString& path)
 
 } // namespace
 
-ServerProcess::ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options)
-    : m_Io(io)
+ServerProcess::ServerProcess(KjLoop& loop, const ServerOptions& options)
+    : m_Loop(loop)
     , m_Options(options)
-    , m_Began(io.provider->getTimer().now())
+    , m_Began(loop.Timer().now())
     , m_Plant(*this)
     , m_HistorySettings(FillPlant(m_Plant, options.PlantPath))
     , m_Socket(std::in_place, options.SocketPath)
-    , m_History(m_HistorySettings, io.provider->getTimer())
-    , m_Watch(io.provider->getTimer())
+    , m_History(m_HistorySettings, loop.Timer())
+    , m_Watch(loop.Timer())
     , m_PlantToml(PlantToml(options.PlantPath))
     , m_AddedItems(m_Plant)
     , m_Commands(SubjectsOfCommands())
-    , m_Scanner(io.provider->getTimer())
+    , m_Scanner(loop.Timer())
     , m_Objects(m_Plant, m_History, m_Commands, m_AddedItems, m_Scanner, m_Watch)
     , m_Ending(kj::newPromiseAndFulfiller<void>())
     , m_Tasks(*this)
@@ -57,7 +57,7 @@ void ServerProcess::Start()
     m_Plant.StartSources(m_Inbox);
     m_Plant.Begin();
     m_Scanner.Start(m_Plant);
-    m_Clients = kj::heap<ClientHost>(m_Io, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
+    m_Clients = kj::heap<ClientHost>(m_Loop, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
         return m_Objects.Library(std::move(callsUnderWay));
     });
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
@@ -72,7 +72,7 @@ void ServerProcess::Run()
     Log(LogLevel::Info,
         QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket->Path()));
     LeaveStandardError();
-    m_Ending.promise.wait(m_Io.waitScope);
+    m_Ending.promise.wait(m_Loop.WaitScope());
     Close();
 }
 
@@ -82,7 +82,7 @@ void ServerProcess::Close()
     // First, so that no client waits for a server that is only finishing its history.
     Disconnect();
     // The next turns of the loop cancel what clients were waiting for.
-    m_Io.provider->getTimer().afterDelay(10 * kj::MILLISECONDS).wait(m_Io.waitScope);
+    m_Loop.Timer().afterDelay(10 * kj::MILLISECONDS).wait(m_Loop.WaitScope());
 }
 
 void ServerProcess::Disconnect()
@@ -101,7 +101,7 @@ Moment ServerProcess::Now()
 
 void ServerProcess::After(qint32 delay, std::function<void()> action)
 {
-    m_Tasks.add(m_Io.provider->getTimer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
+    m_Tasks.add(m_Loop.Timer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
 }
 
 void ServerProcess::Record(const PlantItem& item, const ItemReading& reading)
@@ -140,14 +140,14 @@ bool ServerProcess::GivesWay() const
 
 void ServerProcess::WatchSignals()
 {
-    m_Tasks.add(m_Io.unixEventPort.onSignal(ServerPlace::RequestSignal).then([this](siginfo_t) {
+    m_Tasks.add(m_Loop.Port().onSignal(ServerPlace::RequestSignal).then([this](siginfo_t) {
         if (!GivesWay()) return;
         m_HandsOver = true;
         End(QStringLiteral("A service takes its place."));
     }));
     for (const int number : {SIGTERM, SIGINT})
-        m_Tasks.add(m_Io.unixEventPort.onSignal(number).then(
-            [this](siginfo_t) { End(QStringLiteral("It was told to end.")); }));
+        m_Tasks.add(
+            m_Loop.Port().onSignal(number).then([this](siginfo_t) { End(QStringLiteral("It was told to end.")); }));
 }
 
 void ServerProcess::WatchIdleness()
@@ -158,7 +158,7 @@ void ServerProcess::WatchIdleness()
         return;
     }
     const auto delay = *m_Options.StopWhenIdle * kj::SECONDS;
-    m_IdleWatch = m_Io.provider->getTimer()
+    m_IdleWatch = m_Loop.Timer()
                       .afterDelay(delay)
                       .then([this] { m_Tasks.add(kj::evalLater([this] { EndIfIdle(); })); })
                       .eagerlyEvaluate(nullptr);
@@ -184,7 +184,7 @@ CommandSubjects ServerProcess::SubjectsOfCommands()
             m_History,
             [this] { return m_Objects.Held(); },
             m_Watch,
-            m_Io.provider->getTimer(),
+            m_Loop.Timer(),
             [this] { return m_AddedItems.LastDefinition(); },
             [this] { return PlantTextWith(m_PlantToml, m_AddedItems.Items()); },
             [this] { End(QStringLiteral("A command ended it.")); }};

@@ -28,7 +28,7 @@ class ServerProcess : private PlantHost, private kj::TaskSet::ErrorHandler
 public:
     /// Reads the plant and takes the socket; nothing runs yet. Throws DescribedError when the server cannot start,
     /// PlantFileError for mistakes in the plant file.
-    ServerProcess(kj::AsyncIoContext& io, const ServerOptions& options);
+    ServerProcess(KjLoop& loop, const ServerOptions& options);
     ~ServerProcess();
 
     /// Serves until a signal, idleness or a command ends it.
@@ -55,7 +55,7 @@ private:
     void Close();
     void Disconnect();
 
-    kj::AsyncIoContext& m_Io;
+    KjLoop& m_Loop;
     const ServerOptions m_Options;
     const kj::TimePoint m_Began;
     LoopInbox m_Inbox;

@@ -106,9 +106,9 @@ int Serve(const ServerOptions& options)
     // A full disk is an error like any other.
     signal(SIGXFSZ, SIG_IGN);
     AllowManyDescriptors();
-    auto io = kj::setupAsyncIo();
-    io.waitScope.setBusyPollInterval(EventsBetweenLooks);
-    ServerProcess server(io, options);
+    const auto loop = KjLoop::OfThisThread();
+    loop->WaitScope().setBusyPollInterval(EventsBetweenLooks);
+    ServerProcess server(*loop, options);
     server.Run();
     return 0;
 }

@@ -28,10 +28,8 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     : m_Loop(std::move(loop))
     , m_Patience(patience)
     , m_Notes(std::move(notes))
-    , m_Stream(m_Loop->LowLevel().wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                                           kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC |
-                                                           kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK))
-    , m_Messages(*m_Stream, [this] { return MayRead(); })
+    , m_Stream(m_Loop->Wrap(kj::AutoCloseFd(socket)))
+    , m_Messages(*m_Loop, *m_Stream, [this] { return MayRead(); })
     , m_Network(m_Messages, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
     , m_Rpc(capnp::makeRpcClient(m_Network))
     , m_Library(Bootstrap(m_Rpc))
@@ -46,6 +44,8 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     m_Writable.setEnabled(false);
     for (QSocketNotifier* notifier : {&m_Readable, &m_Writable})
         QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] { Poll(); });
+    m_PollSoon.setSingleShot(true);
+    QObject::connect(&m_PollSoon, &QTimer::timeout, &m_PollSoon, [this] { Poll(); });
 }
 
 Attachment::~Attachment() = default;
@@ -65,7 +65,13 @@ void Attachment::Poll()
     m_Messages.Resume();
     m_Loop->Poll();
     m_Readable.setEnabled(!m_Lost && !IsCongested());
-    m_Writable.setEnabled(!m_Lost && m_Network.getCurrentQueueSize() > 0);
+    m_Writable.setEnabled(!m_Lost && (m_Messages.IsBlocked() || m_Network.getCurrentQueueSize() > 0));
+    if (!m_Lost && m_Messages.IsPaused() && !IsCongested()) PollLater();
+}
+
+void Attachment::PollLater()
+{
+    if (!m_PollSoon.isActive()) m_PollSoon.start(0);
 }
 
 bool Attachment::IsCongested()
@@ -91,6 +97,7 @@ void Attachment::EndWaiting()
 {
     m_Waiting = false;
     m_LastCall = Clock::now() - m_CallSince;
+    PollLater(); // events that came with the answer
 }
 
 /// The first look at a call comes when it has just become long.

@@ -1,10 +1,11 @@
 #pragma once
 
 #include "velsqllib/GuardedStream.h"
-#include "velsqllib/KjLoop.h"
+#include "velsqllib/transport/KjLoop.h"
 #include "velsqllib/velsqllib.capnp.h"
 
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <capnp/rpc-twoparty.h>
 
@@ -56,6 +57,8 @@ public:
     /// Runs what can run without waiting, and reads messages for about 10 ms at most. What the socket does not accept
     /// now is sent when it does.
     void Poll();
+    /// Soon polls once, because KJ does not run by itself.
+    void PollLater();
 
     /// Waits for the answer of a call. Throws kj::Exception.
     template <typename Results>
@@ -115,4 +118,6 @@ private:
     QSocketNotifier m_Readable;
     /// Enabled only while something waits to be sent.
     QSocketNotifier m_Writable;
+    /// What has been read may wait in memory, where no notifier sees it.
+    QTimer m_PollSoon;
 };

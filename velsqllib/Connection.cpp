@@ -71,7 +71,7 @@ void Connection::Search()
 {
     try {
         if (IsLost() && Attach()) PollLater(); // sends what renews subscriptions
-    } catch (const ServerError&) { // the next call tells
+    } catch (const ServerError&) {             // the next call tells
     }
     m_LastAttempt.invalidate(); // a call may try at once
 }
@@ -138,10 +138,5 @@ ServerError Connection::ToServerError(const kj::Exception& failure) const
 
 void Connection::PollLater()
 {
-    if (m_PollPending) return;
-    m_PollPending = true;
-    QTimer::singleShot(0, this, [this] {
-        m_PollPending = false;
-        if (m_Attachment) m_Attachment->Poll();
-    });
+    if (m_Attachment) m_Attachment->PollLater();
 }

@@ -97,7 +97,6 @@ private:
     QString m_ToldAbsence;
     QTimer m_Search;
     quint64 m_Generation = 0;
-    bool m_PollPending = false;
     bool m_NewsPending = false;
 };
 

@@ -2,8 +2,9 @@
 
 #include <capnp/rpc.capnp.h>
 
-GuardedStream::GuardedStream(kj::AsyncIoStream& stream, std::function<bool()> mayRead)
+GuardedStream::GuardedStream(KjLoop& loop, kj::AsyncIoStream& stream, std::function<bool()> mayRead)
     : m_Stream(stream)
+    , m_Batch(loop, stream)
     , m_MayRead(std::move(mayRead))
 {
 }
@@ -49,14 +50,16 @@ void GuardedStream::Check(capnp::MessageReader& message)
     KJ_REQUIRE(m_OpenCalls <= MostOpenCalls, "The server does not finish its calls.");
 }
 
-kj::Promise<void> GuardedStream::writeMessage(kj::ArrayPtr<const int> fds,
+kj::Promise<void> GuardedStream::writeMessage(kj::ArrayPtr<const int>,
                                               kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>> segments)
 {
-    return m_Stream.writeMessage(fds, segments);
+    return m_Batch.Add(segments);
 }
 
 kj::Promise<void>
 GuardedStream::writeMessages(kj::ArrayPtr<kj::ArrayPtr<const kj::ArrayPtr<const capnp::word>>> messages)
 {
-    return m_Stream.writeMessages(messages);
+    if (messages.size() == 0) return kj::READY_NOW;
+    auto rest = messages.slice(1, messages.size());
+    return m_Batch.Add(messages.front()).then([this, rest] { return writeMessages(rest); });
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <capnp/serialize-async.h>
-#include <kj/async-io.h>
+#include "velsqllib/transport/MessageBatch.h"
 
 #include <functional>
 
@@ -15,10 +14,14 @@ public:
     static constexpr int MostOpenCalls = 1'000'000;
 
     /// `mayRead` is asked before each message; when it returns false, nothing is read until Resume.
-    GuardedStream(kj::AsyncIoStream& stream, std::function<bool()> mayRead);
+    GuardedStream(KjLoop& loop, kj::AsyncIoStream& stream, std::function<bool()> mayRead);
 
     /// Asks `mayRead` again.
     void Resume();
+    /// Nothing is read at present, because `mayRead` has returned false: there may be messages that no socket announces.
+    bool IsPaused() const { return m_Resumed != nullptr; }
+    /// What the operating system does not accept is waiting to be sent.
+    bool IsBlocked() const { return m_Batch.IsWaiting(); }
 
     using MessageStream::tryReadMessage;
     kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> tryReadMessage(kj::ArrayPtr<kj::AutoCloseFd> fdSpace,
@@ -38,6 +41,7 @@ private:
     void Check(capnp::MessageReader& message);
 
     capnp::AsyncIoMessageStream m_Stream;
+    MessageBatch m_Batch;
     std::function<bool()> m_MayRead;
     kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_Resumed;
     int m_OpenCalls = 0;

@@ -22,10 +22,10 @@ constexpr std::size_t MostCallWords = 8 * 1024 * 1024;
 /// One connection, with everything that serves it.
 struct ClientHost::Client
 {
-    Client(ClientHost& host, kj::Own<kj::AsyncIoStream> socket)
+    Client(ClientHost& host, kj::AutoCloseFd socket)
         : Host(host)
         , Dismissal(kj::newPromiseAndFulfiller<void>())
-        , Network(kj::mv(socket), host.m_Io.provider->getTimer(),
+        , Network(host.m_Loop, kj::mv(socket),
                   std::make_shared<ClientAccount>(host.m_Ledger, [this] { Dismissal.fulfiller->fulfill(); }))
         , Rpc(capnp::makeRpcServer(Network, host.m_MakeLibrary([this] { return Network.CallsUnderWay(); })))
     {
@@ -58,11 +58,11 @@ struct ClientHost::Client
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
 };
 
-ClientHost::ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary)
-    : m_Io(io)
+ClientHost::ClientHost(KjLoop& loop, int listener, MakeLibrary makeLibrary)
+    : m_Loop(loop)
     , m_Listener(listener)
-    , m_Incoming(io.unixEventPort, listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)
-    , m_Ledger(std::make_shared<ClientLedger>(io.provider->getTimer()))
+    , m_Incoming(loop.Port(), listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)
+    , m_Ledger(std::make_shared<ClientLedger>(loop.Timer()))
     , m_MakeLibrary(std::move(makeLibrary))
     , m_Tasks(*this)
 {
@@ -90,7 +90,7 @@ void ClientHost::Accept()
         // Out of descriptors or memory: clients that wait are accepted when another one has gone.
         Log(LogLevel::Error,
             QStringLiteral("A client cannot be accepted: %1").arg(QString::fromLocal8Bit(strerror(errno))));
-        m_Tasks.add(m_Io.provider->getTimer().afterDelay(500 * kj::MILLISECONDS).then([this] { Accept(); }));
+        m_Tasks.add(m_Loop.Timer().afterDelay(500 * kj::MILLISECONDS).then([this] { Accept(); }));
         return;
     }
 }
@@ -103,10 +103,7 @@ void ClientHost::Serve(int socket)
         close(socket);
         return;
     }
-    auto stream = m_Io.lowLevelProvider->wrapSocketFd(socket, kj::LowLevelAsyncIoProvider::TAKE_OWNERSHIP |
-                                                                  kj::LowLevelAsyncIoProvider::ALREADY_NONBLOCK |
-                                                                  kj::LowLevelAsyncIoProvider::ALREADY_CLOEXEC);
-    auto client = kj::heap<Client>(*this, kj::mv(stream));
+    auto client = kj::heap<Client>(*this, kj::AutoCloseFd(socket));
     auto end = client->End();
     m_Tasks.add(end.attach(kj::mv(client)));
 }
@@ -120,7 +117,7 @@ QString ClientHost::ObjectionTo(int socket) const
 
 void ClientHost::Say(const QString& text)
 {
-    const kj::TimePoint now = m_Io.provider->getTimer().now();
+    const kj::TimePoint now = m_Loop.Timer().now();
     if (text == m_SaidLast && now - m_SaidAt < Silence) return; // not for each of thousands
     Log(LogLevel::Warning, text);
     m_SaidLast = text;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/rpc/ClientLedger.h"
+#include "velsqllib/transport/KjLoop.h"
 #include "velsqllib/velsqllib.capnp.h"
 
 #include <kj/async-io.h>
@@ -19,7 +20,7 @@ public:
     /// Makes the first object of each connection; `callsUnderWay` counts that connection's calls.
     using MakeLibrary = std::function<wire::Library::Client(std::function<int()> callsUnderWay)>;
 
-    ClientHost(kj::AsyncIoContext& io, int listener, MakeLibrary makeLibrary);
+    ClientHost(KjLoop& loop, int listener, MakeLibrary makeLibrary);
     ~ClientHost() noexcept(false) { m_Ledger->Close(); }
 
     int ClientCount() const { return m_Clients; }
@@ -39,7 +40,7 @@ private:
     void Say(const QString& text);
     void taskFailed(kj::Exception&& exception) override;
 
-    kj::AsyncIoContext& m_Io;
+    KjLoop& m_Loop;
     const int m_Listener;
     kj::UnixEventPort::FdObserver m_Incoming;
     std::shared_ptr<ClientLedger> m_Ledger;

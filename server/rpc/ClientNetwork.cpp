@@ -12,6 +12,8 @@ namespace {
 /// The most that is passed to the socket at once.
 constexpr qint64 BytesAtOnce = 256 * 1024;
 constexpr size_t MessagesAtOnce = 64;
+/// So much is sent at once, so that the client has something to do meanwhile.
+constexpr qint64 EnoughToSend = 4 * 1024;
 /// Approximate cost of keeping a message, besides its content.
 constexpr qint64 BytesOfMessage = 1024;
 /// How long a client that is dropped may take to read the reason.
@@ -68,9 +70,9 @@ void ClientNetwork::OutgoingMessage::AddTo(kj::Vector<kj::ArrayPtr<const kj::byt
     for (const auto segment : m_Segments) pieces.add(segment.asBytes());
 }
 
-ClientNetwork::ClientNetwork(kj::Own<kj::AsyncIoStream> stream, kj::Timer& timer, ClientAccountRef account)
-    : m_Stream(kj::mv(stream))
-    , m_Timer(timer)
+ClientNetwork::ClientNetwork(KjLoop& loop, kj::AutoCloseFd socket, ClientAccountRef account)
+    : m_Loop(loop)
+    , m_Stream(loop.Wrap(kj::mv(socket)))
     , m_Account(std::move(account))
     , m_Questions(m_Account)
     , m_Intake(*m_Stream, m_Account)
@@ -80,6 +82,7 @@ ClientNetwork::ClientNetwork(kj::Own<kj::AsyncIoStream> stream, kj::Timer& timer
 
 ClientNetwork::~ClientNetwork() noexcept(false)
 {
+    m_Loop.Forget(*this);
     m_Account->Close();
 }
 
@@ -150,8 +153,14 @@ void ClientNetwork::Send(kj::Own<OutgoingMessage> message)
     if (m_WriteFailure != nullptr) return;
     m_BytesUnsent += message->Bytes();
     m_Unsent.push_back(kj::mv(message));
-    if (std::exchange(m_IsWriting, true)) return;
-    m_Writing = kj::evalLater([this] { return WriteAll(); }).eagerlyEvaluate([this](kj::Exception&& exception) {
+    if (!std::exchange(m_IsWriting, true)) m_Loop.SendSoon(*this);
+    if (m_BytesUnsent >= EnoughToSend) SendNow();
+}
+
+void ClientNetwork::SendNow()
+{
+    if (m_Unsent.empty() || std::exchange(m_HasBegun, true)) return;
+    m_Writing = kj::evalNow([this] { return WriteAll(); }).eagerlyEvaluate([this](kj::Exception&& exception) {
         WriteFailed(kj::mv(exception));
     });
 }
@@ -159,7 +168,7 @@ void ClientNetwork::Send(kj::Own<OutgoingMessage> message)
 kj::Promise<void> ClientNetwork::WriteAll()
 {
     if (m_Unsent.empty()) {
-        m_IsWriting = false;
+        m_IsWriting = m_HasBegun = false;
         KJ_IF_MAYBE (waiting, m_AllSent) (*waiting)->fulfill();
         return kj::READY_NOW;
     }
@@ -198,5 +207,5 @@ kj::Promise<void> ClientNetwork::shutdown()
         m_AllSent = kj::mv(all.fulfiller);
         sent = kj::mv(all.promise);
     }
-    return sent.exclusiveJoin(m_Timer.afterDelay(TimeToTell)).then([this] { m_Stream->shutdownWrite(); });
+    return sent.exclusiveJoin(m_Loop.Timer().afterDelay(TimeToTell)).then([this] { m_Stream->shutdownWrite(); });
 }

@@ -2,6 +2,7 @@
 
 #include "server/rpc/MessageIntake.h"
 #include "server/rpc/QuestionTable.h"
+#include "velsqllib/transport/KjLoop.h"
 
 #include <capnp/rpc-twoparty.h>
 
@@ -11,13 +12,15 @@
 ///
 /// Everything that waits is on the client's account. While that is much, no further calls are read, so that a client
 /// that does not read its answers holds up only itself. Messages that must not reach the RPC system end the connection.
-class ClientNetwork final : public capnp::TwoPartyVatNetworkBase, private capnp::TwoPartyVatNetworkBase::Connection
+class ClientNetwork final : public capnp::TwoPartyVatNetworkBase,
+                            private capnp::TwoPartyVatNetworkBase::Connection,
+                            private Sender
 {
 public:
     /// While more than this waits to be sent to a client, its calls are not read.
     static constexpr qint64 MostBytesUnsent = 8 * 1024 * 1024;
 
-    ClientNetwork(kj::Own<kj::AsyncIoStream> stream, kj::Timer& timer, ClientAccountRef account);
+    ClientNetwork(KjLoop& loop, kj::AutoCloseFd socket, ClientAccountRef account);
     ~ClientNetwork() noexcept(false);
 
     /// Fulfilled when the RPC system has finished with the connection.
@@ -45,6 +48,7 @@ private:
     void ReadOn();
     kj::Promise<Received> Receive();
     void Send(kj::Own<OutgoingMessage> message);
+    void SendNow() override;
     kj::Promise<void> WriteAll();
     void WriteFailed(kj::Exception&& exception);
 
@@ -62,8 +66,8 @@ private:
         ClientNetwork& m_Network;
     };
 
+    KjLoop& m_Loop;
     kj::Own<kj::AsyncIoStream> m_Stream;
-    kj::Timer& m_Timer;
     ClientAccountRef m_Account;
     capnp::MallocMessageBuilder m_PeerId{4};
     kj::PromiseFulfillerPair<void> m_Disconnected = kj::newPromiseAndFulfiller<void>();
@@ -79,7 +83,10 @@ private:
 
     std::deque<kj::Own<OutgoingMessage>> m_Unsent;
     qint64 m_BytesUnsent = 0;
+    /// Something is to be sent, and the loop knows it.
     bool m_IsWriting = false;
+    /// The stream has got some of it.
+    bool m_HasBegun = false;
     kj::Maybe<kj::Exception> m_WriteFailure;
     kj::Maybe<kj::Own<kj::PromiseFulfiller<void>>> m_AllSent;
     kj::Promise<void> m_Writing = kj::READY_NOW;

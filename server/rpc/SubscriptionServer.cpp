@@ -30,7 +30,7 @@ void SubscriptionServer::Queue(Event event)
         return Drop(QStringLiteral("%1 are waiting, further ones are dropped").arg(m_Waiting.size()), 1);
     m_Waiting.push_back(std::move(event));
     m_All.AddWaiting(1);
-    SendWaiting();
+    if (m_Waiting.size() == 1) SendWaiting();
 }
 
 void SubscriptionServer::GiveUp()
@@ -80,7 +80,7 @@ void SubscriptionServer::Answered()
     --m_Unanswered;
     m_All.AddUnanswered(-1);
     m_LastSign = m_All.NextSign();
-    SendWaiting();
+    if (m_Unanswered <= m_All.MostUnanswered() / 2) SendWaiting(); // many at once, instead of one for each answer
     if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
     Log(LogLevel::Warning, QStringLiteral("The subscriber of controller \"%1\" reads again; %2 events were dropped.")
                                .arg(m_Controller->Name())

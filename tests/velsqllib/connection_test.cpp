@@ -97,15 +97,15 @@ TEST(Connection, DroppedObjectsAreReleasedWithoutAnotherCallAlsoWhenTheSocketDoe
     QTemporaryFile plant;
     ASSERT_TRUE(plant.open());
     plant.write("[[controller]]\nname = \"C\"\n");
-    for (int i = 0; i < 1000; ++i) plant.write("[[controller.item]]\nname = \"" + QByteArray::number(i) + "\"\n");
+    for (int i = 0; i < 10'000; ++i) plant.write("[[controller.item]]\nname = \"" + QByteArray::number(i) + "\"\n");
     plant.close();
     server.Start({u"--plant"_s, plant.fileName()});
     RemoteLibrary library(server.SocketPath(), QString());
     const EngineRef engine = library.AttachEngine();
     std::vector<ItemRef> items;
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 10'000; ++i)
         items.push_back(engine->get_Controller(Variant(u"C"_s))->get_Item(Variant(QString::number(i))));
-    EXPECT_TRUE(server.Answer(u"references"_s).contains(u"items 1000"));
+    EXPECT_TRUE(server.Answer(u"references"_s).contains(u"items 10000"));
     server.Suspend();
     items.clear();
     QTest::qWait(50);
