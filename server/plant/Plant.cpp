@@ -28,6 +28,15 @@ SourceRef Plant::FindSource(const QString& name) const
 void Plant::StartSources(Loop& loop)
 {
     for (const SourceRef& source : m_Sources) source->Start(loop);
+    for (const ItemFollowerRef& follower : m_Followers) follower->Start();
+}
+
+void Plant::Follow(ItemFollowerRef follower)
+{
+    for (const PlantControllerRef& controller : m_Controllers) {
+        for (const PlantItemRef& item : controller->Items()) item->OfferTo(*follower);
+    }
+    m_Followers.append(std::move(follower));
 }
 
 PlantControllerRef Plant::Find(const QString& name) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/plant/ItemFollower.h"
 #include "server/plant/LinkWalk.h"
 #include "server/plant/PlantController.h"
 
@@ -36,7 +37,10 @@ public:
     /// Devices and whatever else the plant file names; null when there is none of that name.
     SourceRef FindSource(const QString& name) const;
     const QList<SourceRef>& Sources() const { return m_Sources; }
-    /// From now on they may connect. The loop outlives the plant.
+    /// From now on it hears of the items that it wants to follow, those that are there already and those to come.
+    void Follow(ItemFollowerRef follower);
+    const QList<ItemFollowerRef>& Followers() const { return m_Followers; }
+    /// From now on sources may connect, and followers begin. The loop outlives the plant.
     void StartSources(Loop& loop);
 
     const QList<PlantControllerRef>& Controllers() const { return m_Controllers; }
@@ -73,6 +77,7 @@ public:
 private:
     PlantHost& m_Host;
     QList<SourceRef> m_Sources;
+    QList<ItemFollowerRef> m_Followers;
     QList<PlantControllerRef> m_Controllers;
     bool m_Started = false;
     qint32 m_WaitingActions = 0;

@@ -113,6 +113,7 @@ PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
     m_ByName.insert(item->Name(), item);
     Renumber(at);
     Insert(OfClassOf(*item), PlaceInClass(*item), item);
+    for (const ItemFollowerRef& follower : m_Plant.Followers()) item->OfferTo(*follower);
     m_Plant.NoteLinksChanged();
     return item;
 }

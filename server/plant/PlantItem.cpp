@@ -3,6 +3,7 @@
 #include "core/automation/SafeArray.h"
 #include "core/automation/VariantCompare.h"
 #include "server/plant/Convert.h"
+#include "server/plant/ItemFollower.h"
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
 #include "server/plant/LinkWalk.h"
@@ -238,9 +239,11 @@ bool PlantItem::TakeArrived(const Variant& value, TimeStamp time)
     return takes;
 }
 
-void PlantItem::NoteLost(const QString& why, TimeStamp time)
+bool PlantItem::NoteLost(const QString& why, TimeStamp time)
 {
-    if (TakesArrivals()) NoteFailure(why, time);
+    const bool takes = TakesArrivals();
+    if (takes) NoteFailure(why, time);
+    return takes;
 }
 
 /// The value stays as it was. That it no longer goes on is recorded, once.
@@ -252,7 +255,19 @@ void PlantItem::NoteFailure(const QString& why, TimeStamp time)
     Fail(why);
     if (!isBreak) return;
     m_IsBroken = true;
-    if (m_Traits.Historic) Record(true);
+    Tell(true);
+}
+
+void PlantItem::Tell(bool isNews)
+{
+    if (m_Traits.Historic) Record(isNews);
+    if (!isNews) return;
+    for (ItemFollower* follower : m_Followers) follower->NoteChange(*this);
+}
+
+void PlantItem::OfferTo(ItemFollower& follower)
+{
+    if (follower.Follows(*this)) m_Followers.push_front(&follower);
 }
 
 void PlantItem::Fail(const QString& why)
@@ -347,7 +362,7 @@ void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasio
     m_State = ItemState::Succeeded;
     const bool goesOn = m_Active && std::exchange(m_IsBroken, false); // with the same value, too
     if (isChange && m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
-    if (m_Active && m_Traits.Historic) Record(isChange || goesOn);
+    if (m_Active) Tell(isChange || goesOn);
 }
 
 void PlantItem::Record(bool isNews)

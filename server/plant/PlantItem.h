@@ -7,8 +7,10 @@
 #include "server/plant/Pending.h"
 #include "server/sources/SourceVariable.h"
 
+#include <forward_list>
 #include <optional>
 
+class ItemFollower;
 class PlantController;
 
 enum class ItemState
@@ -47,6 +49,8 @@ public:
     PlantItem(PlantController& controller, ItemTraits traits, SourceVariableRef variable,
               std::unique_ptr<ValueRules> rules);
 
+    /// The follower decides whether it hears of this item from now on.
+    void OfferTo(ItemFollower& follower);
     const ItemTraits& Traits() const { return m_Traits; }
     const QString& Name() const { return m_Traits.Name; }
     /// Null once the item has been removed; then every operation throws.
@@ -55,6 +59,8 @@ public:
     ItemState State() const { return m_State; }
     /// Why its state is Failed, as far as that was said; empty in other states.
     QString Failure() const { return m_State == ItemState::Failed ? m_Failure : QString(); }
+    /// Null when it takes its values from nowhere or from links.
+    const SourceVariable* Variable() const { return m_Variable.get(); }
     bool IsActive() const { return m_Active; }
     /// False for an item without links, because it has nothing that could be active.
     bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
@@ -100,7 +106,7 @@ private:
 
     void TakeRead(const Variant& value, TimeStamp time) override;
     bool TakeArrived(const Variant& value, TimeStamp time) override;
-    void NoteLost(const QString& why, TimeStamp time) override;
+    bool NoteLost(const QString& why, TimeStamp time) override;
     void NoteFailure(const QString& why, TimeStamp time) override;
 
     /// "Item "D100" of controller "PLC1": <reason>."
@@ -122,6 +128,8 @@ private:
     bool IsChange(const Variant& value, ForcedChange occasion) const;
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
     void Fail(const QString& why);
+    /// History and followers; they may be interested in more than changes.
+    void Tell(bool isNews);
     void Warn(const QString& text) const;
     void Record(bool isNews);
     void Forget();
@@ -143,6 +151,7 @@ private:
     /// The state of the plant's links for which this item's links were last found sound.
     mutable quint64 m_LinksChecked = 0;
     QString m_Failure; ///< the last one
+    std::forward_list<ItemFollower*> m_Followers;
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

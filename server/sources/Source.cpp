@@ -18,9 +18,9 @@ bool SourceVariable::Arrive(const Variant& value, VariableHolder::Time time)
     return m_Holder && m_Holder->TakeArrived(value, time);
 }
 
-void SourceVariable::Lose(const QString& why, VariableHolder::Time time)
+bool SourceVariable::Lose(const QString& why, VariableHolder::Time time)
 {
-    if (m_Holder) m_Holder->NoteLost(why, time);
+    return m_Holder && m_Holder->NoteLost(why, time);
 }
 
 void SourceVariable::Fail(const QString& why, VariableHolder::Time time)

@@ -49,8 +49,8 @@ public:
     virtual void TakeRead(const Variant& value, Time time) = 0;
     /// A value that has come by itself. Returns whether it was taken: not while the holder is switched off.
     virtual bool TakeArrived(const Variant& value, Time time) = 0;
-    /// Until further notice no value comes by itself. A holder that is switched off does not mind.
-    virtual void NoteLost(const QString& why, Time time) = 0;
+    /// Until further notice no value comes by itself. Returns whether it was noted, as TakeArrived does.
+    virtual bool NoteLost(const QString& why, Time time) = 0;
     /// It could not be read, or a value that came is none. `why` continues "Item ...: ".
     virtual void NoteFailure(const QString& why, Time time) = 0;
 
@@ -80,7 +80,7 @@ public:
     /// For its source: to tell the holder.
     void Answer(const Variant& value, VariableHolder::Time time);
     bool Arrive(const Variant& value, VariableHolder::Time time);
-    void Lose(const QString& why, VariableHolder::Time time);
+    bool Lose(const QString& why, VariableHolder::Time time);
     void Fail(const QString& why, VariableHolder::Time time);
 
 private:
