@@ -226,7 +226,7 @@ private:
 
 Recorder::Recorder(int number, const HistoryDestination& destination, const SpoolSettings& spool)
     : m_Number(number)
-    , m_Waiting(std::make_shared<WaitingValues>(NameOf(number), spool, destination))
+    , m_Waiting(std::make_shared<WaitingValues>(NameOf(number), spool, NameOf(destination), destination.Surviving))
 {
     const auto reporter = std::make_shared<Reporter>(number, m_Waiting);
     const auto writer = std::make_shared<Writer>(destination, m_Waiting, reporter);

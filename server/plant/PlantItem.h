@@ -128,7 +128,7 @@ private:
     bool IsChange(const Variant& value, ForcedChange occasion) const;
     void Store(const Variant& value, TimeStamp time, ForcedChange occasion);
     void Fail(const QString& why);
-    /// History and followers; they may be interested in more than changes.
+    /// The history hears of every reading, followers of news only.
     void Tell(bool isNews);
     void Warn(const QString& text) const;
     void Record(bool isNews);

@@ -3,6 +3,7 @@
 #include "core/automation/SafeArray.h"
 #include "server/plantfile/DeviceReader.h"
 #include "server/plantfile/ItemReader.h"
+#include "server/plantfile/PublishReader.h"
 #include "server/plantfile/TagFile.h"
 
 #include <QDir>
@@ -139,6 +140,7 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
         ItemReader reader(plant, QFileInfo(path).path(), mistakes);
         for (FileTable& part : table.Tables("controller")) ReadController(part, plant, reader, keepsAddedItems);
         reader.Finish();
+        for (FileTable& part : table.Tables("publish")) ReadPublish(std::move(part), plant);
         table.RefuseOthers();
     }
     if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));

@@ -41,9 +41,10 @@ QString DroppedValues::Text() const
     return QStringLiteral("%1 values from %2 to %3").arg(Count).arg(TimeText(Begin), TimeText(End));
 }
 
-Spool::Spool(SpoolSettings settings, const HistoryDestination& destination)
+Spool::Spool(SpoolSettings settings, QString destination, Durability surviving)
     : m_Settings(std::move(settings))
-    , m_Destination(destination)
+    , m_Destination(std::move(destination))
+    , m_Surviving(surviving)
     , m_Id(NewId())
 {
 }
@@ -56,7 +57,7 @@ Spool::~Spool()
 void Spool::TakeOver()
 {
     const std::lock_guard lock(m_Guard);
-    for (SpoolFolderRef& folder : SpoolFolder::LeftFor(m_Settings.Folder, NameOf(m_Destination))) {
+    for (SpoolFolderRef& folder : SpoolFolder::LeftFor(m_Settings.Folder, m_Destination)) {
         for (const QString& path : folder->Files()) {
             try {
                 m_Segments.push_back(std::make_shared<SpoolSegment>(path, folder->Spool()));
@@ -101,7 +102,7 @@ void Spool::Append(quint64 first, std::span<const RecordedValue> values)
     const QByteArray frame = EncodeFrame(first, values);
     const std::lock_guard lock(m_Guard);
     MakeRoom(frame.size());
-    Growing(first, frame.size()).Append(frame, m_Destination.Surviving == Durability::Power);
+    Growing(first, frame.size()).Append(frame, m_Surviving == Durability::Power);
     m_Bytes += frame.size();
 }
 
@@ -154,7 +155,7 @@ SpoolSegment& Spool::Growing(quint64 first, qint64 bytes)
         m_Growing->Finish();
         m_Growing.reset();
     }
-    if (!m_Folder) m_Folder = SpoolFolder::Make(m_Settings.Folder, m_Id, NameOf(m_Destination));
+    if (!m_Folder) m_Folder = SpoolFolder::Make(m_Settings.Folder, m_Id, m_Destination);
     if (!m_Growing) {
         m_Growing = std::make_shared<SpoolSegment>(m_Folder->Path(), m_Id, first);
         m_Segments.push_back(m_Growing);

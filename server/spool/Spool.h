@@ -34,7 +34,8 @@ public:
     /// The share of the disk that stays free.
     static constexpr int PercentKeptFree = 5;
 
-    Spool(SpoolSettings settings, const HistoryDestination& destination);
+    /// `destination` says whose values they are, also to the next server.
+    Spool(SpoolSettings settings, QString destination, Durability surviving);
     ~Spool();
 
     /// This server's own.
@@ -69,7 +70,8 @@ private:
     void RemoveEmptyFolders();
 
     const SpoolSettings m_Settings;
-    const HistoryDestination m_Destination;
+    const QString m_Destination;
+    const Durability m_Surviving;
     const quint64 m_Id;
     mutable std::mutex m_Guard;
     SpoolFolderRef m_Folder; ///< null while nothing has had to wait

@@ -21,9 +21,10 @@ qint64 BytesOf(const RecordedValue& value)
 
 } // namespace
 
-WaitingValues::WaitingValues(QString name, const SpoolSettings& settings, const HistoryDestination& destination)
+WaitingValues::WaitingValues(QString name, const SpoolSettings& settings, const QString& destination,
+                             Durability surviving)
     : m_Name(std::move(name))
-    , m_Spool(settings, destination)
+    , m_Spool(settings, destination, surviving)
 {
 }
 

@@ -22,8 +22,8 @@ public:
     /// A value that has not been written after this time is on disk after twice this time.
     static constexpr std::chrono::milliseconds UntilSpooled{75};
 
-    /// `name` stands in front of what is said in the log.
-    WaitingValues(QString name, const SpoolSettings& settings, const HistoryDestination& destination);
+    /// `name` stands in front of what is said in the log; the rest as Spool has it.
+    WaitingValues(QString name, const SpoolSettings& settings, const QString& destination, Durability surviving);
 
     /// Never waits for a disk or a database.
     void Add(RecordedValue value);
