@@ -189,7 +189,7 @@ TEST_F(MqttServerTest, ABrokerMayGoAndComeBack)
     EXPECT_TRUE(WaitUntil([&] {
         return Seen({u"Temp"_s, u"Pump"_s}) == u"5,21.5! 11,True! 3"_s;
     })) << Seen().toStdString();
-    EXPECT_TRUE(Put(u"Kept"_s, Variant(42)).contains(Unreachable(u"Connection refused"_s)));
+    EXPECT_TRUE(Put(u"Kept"_s, Variant(42)).contains(Unreachable({})));
     m_Broker.Start();
     m_Broker.Publish({u"-r"_s, u"-t"_s, u"b/state"_s}, R"({"t":1,"p":false})");
     const QDeadlineTimer deadline(3000);

@@ -5,6 +5,7 @@
 MqttVariable::MqttVariable(std::shared_ptr<MqttSource> source, MqttBinding binding)
     : m_Source(std::move(source))
     , m_Binding(std::move(binding))
+    , m_IsWaiting(!m_Source->IsReachable()) // then the first scan says so
 {
     m_Source->Attach(*this);
 }

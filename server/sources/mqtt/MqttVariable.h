@@ -31,6 +31,6 @@ private:
     std::optional<Variant> m_Last;
     QString m_Failure; ///< of the last message
     VariableHolder::Time m_Time;
-    bool m_IsWaiting = false; ///< the item has not taken it
+    bool m_IsWaiting; ///< the item has not taken it
     bool m_IsBlamed = false;
 };
