@@ -1,5 +1,6 @@
 #include "server/sources/mqtt/MqttBinding.h"
 #include "tests/server/DocTables.h"
+#include "tests/server/PlantFileTest.h"
 #include "tests/server/TestClient.h"
 #include "tests/support/BrokerRun.h"
 
@@ -142,6 +143,44 @@ TEST(MqttTest, MessagesThatAreNoTextHarmNothing)
     EXPECT_TRUE(OutcomeOf([] { return Read(QByteArray(1'000'000, '['), FormOf(u"`json`"_s)); }).contains(u"not JSON"));
     const QByteArray nested = QByteArray(100, '[') + QByteArray(100, ']');
     EXPECT_TRUE(WriteTypedText(Read(nested, FormOf(u"`json`"_s))).contains(u"[[[["_s)) << "a text from some depth on";
+}
+
+TEST_F(PlantFileTest, MistakesInBrokersAndPublicationsAreSaidWithTheirLines)
+{
+    EXPECT_EQ(MistakesIn(R"([[device]]
+name = "B"
+protocol = "mqtt"
+tls = false
+ca_file = "plant.toml"
+password_file = "none"
+key_file = "plant.toml"
+version = "4"
+[[device]]
+name = "Good"
+protocol = "mqtt"
+host = "localhost"
+[[controller]]
+name = "C"
+device = "Good"
+item = [ { name = "I", variable = "a/#/b" }, { name = "J", variable = "a", option = "qos=7" } ]
+[[publish]]
+device = "Good"
+topic = "a/+/{item}"
+queue = "disk"
+queue_values = 5
+[[publish]]
+device = "None"
+)"),
+              u"plant.toml:1: host is missing\nplant.toml:4: tls: ca_file and certificate_file need it\n"
+              "plant.toml:6: password_file: none is no file that can be read\n"
+              "plant.toml:6: password_file: a password needs a user\n"
+              "plant.toml:7: key_file: certificate_file and key_file belong together\n"
+              "plant.toml:8: version: \"4\" is none of 3.1.1, 5\n"
+              "plant.toml:16: variable: \"a/#/b\" is no topic such as plant/boiler/temperature or plant/+/temperature\n"
+              "plant.toml:16: option: qos is 0, 1 or 2, not \"7\"\n"
+              "plant.toml:19: topic: \"a/+/{item}\" is no topic that can be written\n"
+              "plant.toml:21: queue_values: it belongs to a queue that is in memory\n"
+              "plant.toml:23: device: there is no device \"None\""_s);
 }
 
 TEST_F(MqttServerTest, WhatArrivesSetsItemsUnlessTheyAreSwitchedOff)
