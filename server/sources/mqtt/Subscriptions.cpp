@@ -18,7 +18,7 @@ int Subscriptions::Add(MqttVariable& variable)
     m_Hearing.clear();
     const MqttBinding& binding = variable.Binding();
     Filter& filter = m_Filters[binding.Filter];
-    if (filter.Variables.empty() && IsWild(binding.Filter)) ++m_Wild;
+    if (filter.Variables.empty() && IsWild(binding.Filter)) m_Wild.append(binding.Filter);
     filter.Variables.push_back(&variable);
     return filter.Qos = std::max(filter.Qos, binding.Qos);
 }
@@ -32,7 +32,7 @@ bool Subscriptions::Remove(const MqttVariable& variable)
     std::erase(filter->Variables, &variable);
     if (!filter->Variables.empty()) return false;
     m_Filters.erase(filter);
-    if (IsWild(name)) --m_Wild;
+    m_Wild.removeOne(name);
     return true;
 }
 
@@ -44,13 +44,13 @@ const std::vector<MqttVariable*>& Subscriptions::Of(const QByteArray& filter) co
 
 const std::vector<MqttVariable*>& Subscriptions::Hearing(const QByteArray& topic)
 {
-    if (m_Wild == 0) return Of(topic);
+    if (m_Wild.isEmpty()) return Of(topic);
     if (const auto known = m_Hearing.constFind(topic); known != m_Hearing.constEnd()) return *known;
     if (m_Hearing.size() >= MostRemembered) m_Hearing.clear();
-    std::vector<MqttVariable*> hearing;
-    for (auto filter = m_Filters.constBegin(); filter != m_Filters.constEnd(); ++filter) {
-        if (filter.key() == topic || (IsWild(filter.key()) && Hears(filter.key(), topic)))
-            hearing.insert(hearing.end(), filter->Variables.begin(), filter->Variables.end());
+    std::vector<MqttVariable*> hearing = Of(topic);
+    for (const QByteArray& filter : m_Wild) {
+        const std::vector<MqttVariable*>& others = Of(filter);
+        if (Hears(filter, topic)) hearing.insert(hearing.end(), others.begin(), others.end());
     }
     return *m_Hearing.insert(topic, std::move(hearing));
 }

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QList>
 
 #include <memory>
 #include <vector>
@@ -41,6 +42,6 @@ private:
     static constexpr qsizetype MostRemembered = 100'000;
 
     QHash<QByteArray, Filter> m_Filters;
-    qsizetype m_Wild = 0; ///< filters that hear other topics than the one of their name
+    QList<QByteArray> m_Wild; ///< filters that hear other topics than the one of their name
     QHash<QByteArray, std::vector<MqttVariable*>> m_Hearing;
 };
