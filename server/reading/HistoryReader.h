@@ -86,8 +86,6 @@ public:
                             const Taker<Reading>& take) = 0;
     /// Whether there are blocks at all.
     virtual bool HasBlocks() const = 0;
-    /// Whether there certainly are so many values that reading them all would take long. There are blocks.
-    virtual bool HasMany(const ItemPath& item, const TimeRange& range) = 0;
     /// The blocks that begin in the range, in the order of time; those without a value may be left out, and those that
     /// begin in the same interval of the grid may come as one. `level` is not Values.
     virtual std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range,

@@ -6,6 +6,8 @@
 
 namespace {
 
+/// As many values of an item are read in some milliseconds.
+constexpr qint64 QuicklyRead = 10'000;
 /// So many blocks at least an interval should have, so that its borders stay near where they were asked for.
 constexpr Micros LeastBlocks = 2;
 
@@ -77,14 +79,29 @@ private:
     Level BestLevel()
     {
         if (NeedsTime() || !m_Reader.HasBlocks()) return Level::Values;
-        Level near = Level::Values;
         for (const Level level : {Level::Days, Level::Hours, Level::Minutes}) {
             const bool fits = *m_Request.From % LengthOf(level) == 0 && m_Request.Interval % LengthOf(level) == 0;
             if (fits || IsOneInterval()) return level;
-            if (near == Level::Values && m_Request.Interval >= LeastBlocks * LengthOf(level)) near = level;
         }
-        const bool puts = near != Level::Values && m_Reader.HasMany(m_Item, {*m_Request.From, *m_Request.To});
-        return puts ? near : Level::Values;
+        for (const Level level : {Level::Days, Level::Hours, Level::Minutes})
+            if (m_Request.Interval >= LeastBlocks * LengthOf(level)) return HasMany(level) ? level : Level::Values;
+        return Level::Values;
+    }
+
+    bool HasMany(Level level)
+    {
+        std::vector<Block> blocks = m_Reader.ReadBlocks(m_Item, level, WholeBlocks(level), m_Grid);
+        qint64 count = 0;
+        for (const Block& block : blocks) count += block.Values;
+        if (count <= QuicklyRead) return false;
+        m_Blocks = std::move(blocks);
+        m_BlocksLevel = level;
+        return true;
+    }
+
+    TimeRange WholeBlocks(Level level) const
+    {
+        return {RoundUp(*m_Request.From, level), RoundDown(*m_Request.To, level)};
     }
 
     /// It has no inner borders.
@@ -115,8 +132,9 @@ private:
     /// Where other values than good numbers matter, and some came, the level below says more.
     void ReadBlocks(Level level, const TimeRange& range)
     {
-        const Grid grid{*m_Request.From, m_Request.Interval};
-        const std::vector<Block> blocks = m_Reader.ReadBlocks(m_Item, level, range, grid);
+        const bool isRead = level == m_BlocksLevel && !m_Blocks.empty();
+        const std::vector<Block> blocks =
+            isRead ? std::exchange(m_Blocks, {}) : m_Reader.ReadBlocks(m_Item, level, range, m_Grid);
         for (std::size_t i = 0; i < blocks.size() && m_IsWanted; ++i) {
             const bool says = m_Needs == Aggregate::Numbers || blocks[i].IsComplete();
             const Micros next = i + 1 < blocks.size() ? blocks[i + 1].Start : range.To;
@@ -152,7 +170,10 @@ private:
     const ItemPath& m_Item;
     const QString m_Name;
     const Aggregate::Need m_Needs;
-    const Micros m_Now; ///< until when values hold; the beginning when nobody asks for times
+    const Grid m_Grid{*m_Request.From, m_Request.Interval};
+    Level m_BlocksLevel = Level::Values;
+    std::vector<Block> m_Blocks; ///< of the whole span, when they were read to know how many values there are
+    const Micros m_Now;          ///< until when values hold; the beginning when nobody asks for times
     LocalClock m_Clock;
     IntervalWalk* m_Walk = nullptr;
     bool m_IsWanted = true;

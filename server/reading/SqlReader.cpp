@@ -14,21 +14,24 @@ const QString s_FlatSqlite =
                    "CASE WHEN typeof(item_value) IN ('integer', 'real') THEN item_value END AS value_number, "
                    "strftime('%s', substr(item_time, 1, 19), 'utc') * 1000000 + "
                    "CAST(substr(item_time || '000000', 21, 6) AS INTEGER) AS item_utc FROM %1)");
-const QString s_FlatPostgreSql = QStringLiteral(
-    "(SELECT controller_name, item_name, item_value, 0 AS item_state, "
-    "CASE WHEN item_value ~ '^\\s*[-+]?(\\d+\\.?\\d*|\\.\\d+)([eE][-+]?\\d+)?\\s*$' THEN item_value::float8 END "
-    "AS value_number, "
-    "(extract(epoch FROM item_time AT TIME ZONE '%2') * 1000000)::bigint AS item_utc FROM %1) AS flat");
+const QString s_FlatPostgreSql =
+    QStringLiteral("(SELECT controller_name, item_name, item_value, 0 AS item_state, "
+                   "CASE WHEN item_value ~ '^\\s*[-+]{0,1}(\\d+\\.{0,1}\\d*|\\.\\d+)([eE][-+]{0,1}\\d+){0,1}\\s*$' "
+                   "THEN item_value::float8 END "
+                   "AS value_number, "
+                   "(extract(epoch FROM item_time AT TIME ZONE '%2') * 1000000)::bigint AS item_utc FROM %1) AS flat");
 
 const QString s_InRange =
     QStringLiteral("WHERE controller_name = ? AND item_name = ? AND start_utc >= ? AND start_utc < ?");
 const QString s_Blocks =
     QStringLiteral("SELECT start_utc, value_count, number_count, smallest, largest, mean_value * number_count, "
                    "first_value, last_value, worst_state FROM %1 %2 ORDER BY start_utc");
+// The first of several values is the second element of the smallest pair: sorting them would take twice as long.
 const QString s_SummedBlocks = QStringLiteral(
-    "SELECT min(start_utc), sum(value_count)::bigint, sum(number_count)::bigint, min(smallest), max(largest), "
-    "sum(mean_value * number_count), (array_agg(first_value ORDER BY start_utc) FILTER (WHERE number_count > 0))[1], "
-    "(array_agg(last_value ORDER BY start_utc DESC) FILTER (WHERE number_count > 0))[1], "
+    "SELECT min(start_utc), sum(value_count::float8)::bigint, sum(number_count::float8)::bigint, min(smallest), "
+    "max(largest), sum(mean_value * number_count), "
+    "(min(ARRAY[start_utc, first_value]) FILTER (WHERE number_count > 0))[2], "
+    "(max(ARRAY[start_utc, last_value]) FILTER (WHERE number_count > 0))[2], "
     "CASE WHEN bool_or(worst_state = 1) THEN 1 ELSE max(worst_state) END FROM %1 %2 "
     "GROUP BY (start_utc - (%3)) / %4 ORDER BY 1");
 
@@ -102,19 +105,6 @@ void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool ne
         if (reading.Value.IsNull()) reading.Value = CellOf(*row, 3);
         if (!take(reading)) return;
     }
-}
-
-/// Said by the first of its minutes; so many of them are as good as many values.
-bool SqlReader::HasMany(const ItemPath& item, const TimeRange& range)
-{
-    constexpr qint64 ManyValues = 10'000; // some milliseconds
-    constexpr qint64 ManyMinutes = 2000;
-    const QString question = QStringLiteral("SELECT count(*), sum(value_count) FROM (SELECT value_count FROM %1 %2 "
-                                            "ORDER BY start_utc LIMIT %3) AS first_minutes")
-                                 .arg(RelationOf(Level::Minutes), s_InRange)
-                                 .arg(ManyMinutes);
-    const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
-    return row->Next() && (row->Integer(0) == ManyMinutes || row->Integer(1) > ManyValues);
 }
 
 std::vector<Block> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)

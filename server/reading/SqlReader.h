@@ -14,7 +14,6 @@ public:
     void ReadValues(const ItemPath& item, const TimeRange& range, bool newestFirst, qint64 atMost,
                     const Taker<Reading>& take) override;
     bool HasBlocks() const override { return m_HasBlocks; }
-    bool HasMany(const ItemPath& item, const TimeRange& range) override;
     std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid) override;
 
 private:

@@ -32,7 +32,6 @@ public:
             if (!take(reading)) return;
     }
     bool HasBlocks() const override { return Blocks; }
-    bool HasMany(const ItemPath&, const TimeRange&) override { return true; }
     std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid&) override
     {
         std::vector<Block> blocks;
