@@ -54,7 +54,7 @@ void MqttSource::Read(std::vector<SourceVariable*> variables, std::function<void
 {
     for (SourceVariable* variable : variables) {
         if (m_IsConnected) static_cast<MqttVariable*>(variable)->Repeat();
-        else variable->Fail(m_Why.isEmpty() ? QStringLiteral("the broker is not connected") : m_Why, Now());
+        else variable->Fail(WhyUnreachable(), Now());
     }
     done();
 }
@@ -90,13 +90,23 @@ bool MqttSource::IsHeardBy(const QByteArray& topic, const SourceVariable& variab
 
 QString MqttSource::Describe() const
 {
-    const QString state = m_IsConnected ? QStringLiteral("connected")
-                          : HasUsers()  ? m_Why.isEmpty() ? QStringLiteral("connecting") : m_Why
-                                        : QStringLiteral("not used");
     return QStringLiteral("%1: %2, %3; %4 subscriptions, %5 messages")
-        .arg(Name(), m_Connection.Settings().Address(), state)
+        .arg(Name(), m_Connection.Settings().Address(), State())
         .arg(m_Subscriptions.Count())
         .arg(m_Messages);
+}
+
+QString MqttSource::WhyUnreachable() const
+{
+    if (m_Why.isEmpty()) return QStringLiteral("the broker is not connected");
+    return m_Connection.Settings().Unreachable(m_Why);
+}
+
+QString MqttSource::State() const
+{
+    if (m_IsConnected) return QStringLiteral("connected");
+    if (!HasUsers()) return QStringLiteral("not used");
+    return m_Why.isEmpty() ? QStringLiteral("connecting") : QStringLiteral("cannot be reached: ") + m_Why;
 }
 
 void MqttSource::NoteUsers()
@@ -124,7 +134,7 @@ void MqttSource::NoteLost(const QString& why)
     const QString said = m_Connection.Settings().Unreachable(why);
     const bool isNews = m_IsConnected || m_Why.isEmpty();
     m_IsConnected = false;
-    m_Why = said;
+    m_Why = why;
     if (!isNews) return;
     SayFault(said);
     SetReachable(false);

@@ -40,6 +40,8 @@ private:
     void NoteLost(const QString& why) override;
     void NoteMessage(const ArrivedMessage& message) override;
     void NoteRefused(const QByteArray& filter) override;
+    QString State() const;
+    QString WhyUnreachable() const;
     void SayFault(const QString& what) const;
 
     BrokerConnection m_Connection;
