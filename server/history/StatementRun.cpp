@@ -72,12 +72,12 @@ void StatementRun::FillResult(const DatabaseSession& session, const std::stop_to
             if (kept) (*Result)->fulfill(std::exchange(kept, nullptr));
             return Take(std::move(row), result, stop);
         });
-    } catch (const DescribedError& error) {
-        if (kept) throw;
-        failure = error.Description();
+    } catch (...) {
+        failure = CurrentErrorDescription();
     }
     if (Breaker->IsBroken()) failure = Breaker->Reason();
-    if (kept && !failure.isEmpty()) throw DescribedError(failure);
+    // Before the result goes, because its end breaks whatever works for it.
+    if (kept && !failure.isEmpty()) return (*Result)->reject(ToException(failure));
     if (const ResultSpoolRef spool = result.lock()) spool->Finish(failure);
     if (kept) (*Result)->fulfill(std::move(kept));
 }

@@ -214,6 +214,11 @@ TEST_F(ReadingTest, BothDatabasesAnswerWhatWasRecorded)
     ASSERT_TRUE(database.IsRunning()) << database.Problem().toStdString();
     for (const QString& connection : {u"Database="_s + folder.filePath(u"h.db"_s), database.ConnectionString()}) {
         AskedHistory history(RecordingInto(connection));
+        const QString table = u"velsql_history"_s;
+        const Inquiry unknown = RawInquiry(RawRequest(Span({}, {}), false, 0, {}), u"none"_s);
+        EXPECT_EQ(history.Ask(unknown), u"item,time,utc,value,state,quality") << "it has not begun";
+        const auto fails = [](const auto&, const auto&) { throw DescribedError(u"its reason"_s); };
+        EXPECT_EQ(history.Ask(Inquiry{u"what fails"_s, {u"a"_s}, fails}), u"its reason");
         const auto record = [&](const QString& item, Micros time, const Variant& value) {
             history.Record({u"PLC1"_s, item, value, TimeStamp(std::chrono::microseconds(time))});
         };
@@ -224,7 +229,6 @@ TEST_F(ReadingTest, BothDatabasesAnswerWhatWasRecorded)
             return history.Ask(asked).remove(QRegularExpression(u",\\d{4}-[-\\d]* [:.\\d]*"_s)).section(u'\n', 1);
         };
         const Variant both = SafeArray(QList<QString>({u"PLC1\\B"_s, u"PLC1\\A"_s}));
-        const QString table = u"velsql_history"_s;
         EXPECT_EQ(ask(RawInquiry(RawRequest(Span(At(60), At(61), both), true, 0, {}), table)),
                   u"PLC1\\B,1.70665926E+15,it's,0,Raw\nPLC1\\B,1.706659261E+15,NULL,0,NoBound\n"
                   "PLC1\\A,1.706659259000007E+15,29.5,0,Bound\nPLC1\\A,1.706659260000007E+15,30,0,Raw\n"
