@@ -14,6 +14,10 @@ const QString s_FlatSqlite =
                    "CASE WHEN typeof(item_value) IN ('integer', 'real') THEN item_value END AS value_number, "
                    "strftime('%s', substr(item_time, 1, 19), 'utc') * 1000000 + "
                    "CAST(substr(item_time || '000000', 21, 6) AS INTEGER) AS item_utc FROM %1)");
+/// Of a history that has not begun yet: a server makes its table while it begins to serve.
+const QString s_Nothing = QStringLiteral(
+    "(SELECT '' AS controller_name, '' AS item_name, '' AS item_value, 0 AS item_state, 0 AS value_number, "
+    "0 AS item_utc WHERE 1 = 0) AS no_history");
 const QString s_FlatPostgreSql =
     QStringLiteral("(SELECT controller_name, item_name, item_value, 0 AS item_state, "
                    "CASE WHEN item_value ~ '^\\s*[-+]{0,1}(\\d+\\.{0,1}\\d*|\\.\\d+)([eE][-+]{0,1}\\d+){0,1}\\s*$' "
@@ -51,8 +55,9 @@ SqlReader::SqlReader(const DatabaseSession& session, const QString& table)
     : m_Session(session)
     , m_IsSqlite(session.SqliteHandle() != nullptr)
     , m_Table(table)
-    , m_Values(HasColumn(Level::Values, QStringLiteral("item_utc")) ? RelationOf(Level::Values) : FlatValues())
-    , m_HasBlocks(HasColumn(Level::Minutes, QStringLiteral("number_count")))
+    , m_Values(HasColumn(RelationOf(Level::Values), QStringLiteral("item_utc")) ? RelationOf(Level::Values)
+                                                                                : FlatValues())
+    , m_HasBlocks(HasColumn(RelationOf(Level::Minutes), QStringLiteral("number_count")))
 {
 }
 
@@ -66,9 +71,8 @@ QString SqlReader::RelationOf(Level level) const
     return QuotedName(schema + stem + parts[static_cast<std::size_t>(level)].toString());
 }
 
-bool SqlReader::HasColumn(Level level, const QString& column) const
+bool SqlReader::HasColumn(const QString& relation, const QString& column) const
 {
-    const QString relation = RelationOf(level);
     if (!m_IsSqlite) {
         const QString question =
             QStringLiteral("SELECT 1 FROM pg_attribute WHERE attrelid = to_regclass(?) AND attname = ?");
@@ -85,6 +89,7 @@ bool SqlReader::HasColumn(Level level, const QString& column) const
 QString SqlReader::FlatValues() const
 {
     const QString table = QuotedName(m_Table);
+    if (!HasColumn(table, QStringLiteral("item_time"))) return s_Nothing;
     if (m_IsSqlite) return s_FlatSqlite.arg(table);
     const QByteArray zone = QTimeZone::systemTimeZoneId();
     return s_FlatPostgreSql.arg(table, zone.isEmpty() ? QStringLiteral("UTC") : QString::fromLatin1(zone));

@@ -18,7 +18,7 @@ public:
 
 private:
     QString RelationOf(Level level) const;
-    bool HasColumn(Level level, const QString& column) const;
+    bool HasColumn(const QString& relation, const QString& column) const;
     QString FlatValues() const;
 
     const DatabaseSession& m_Session;
