@@ -7,7 +7,12 @@ case ${1-} in
     --help)
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
+        echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         exit ;;
+    --devices)
+        scripts/install-packages.sh packaging/test-packages.txt
+        scripts/build.sh release programs
+        VELSQL_BIN=$PWD/build/release/bin exec python3 tests/faults/outages.py ${2-} ;;
     --faults)
         shift
         scripts/install-packages.sh packaging/test-packages.txt

@@ -4,6 +4,7 @@
 #include "server/plantfile/PlantFile.h"
 #include "server/ServerPlace.h"
 #include "server/ServerProcess.h"
+#include "server/sources/modbus/Probe.h"
 #include "server/worker/Worker.h"
 #include "velsqllib/WireText.h"
 
@@ -32,7 +33,10 @@ void DefineOptions(QCommandLineParser& parser)
     parser.addOptions({
         {QStringLiteral("plant"), QStringLiteral("Read the plant from <file> instead of the user's plant.toml."),
          QStringLiteral("file")},
-        {QStringLiteral("check"), QStringLiteral("Only say whether the plant file is right.")},
+        {QStringLiteral("check"), QStringLiteral("Only say whether the plant file is right, and what its devices will see.")},
+        {QStringLiteral("probe"),
+         QStringLiteral("Only print what a Modbus device has at the addresses that follow, such as holding:0-20."),
+         QStringLiteral("modbus-tcp://host:port/unit")},
         {QStringLiteral("socket"), QStringLiteral("Listen at <path> instead of the user's runtime folder."),
          QStringLiteral("path")},
         {QStringLiteral("log-level"), QStringLiteral("Log what is at least an error, a warning, info or debug."),
@@ -130,8 +134,21 @@ int Check(const QString& path)
     return 0;
 }
 
+int Probe(const QCommandLineParser& parser)
+{
+    const QStringList what = parser.positionalArguments();
+    if (what.isEmpty()) throw UsageError(QStringLiteral("--probe takes addresses as well, such as holding:0-20."));
+    for (const QString& each : what)
+        std::printf("%s", qPrintable(ProbeModbus(parser.value(QStringLiteral("probe")), each)));
+    return 0;
+}
+
 int Run(const QCommandLineParser& parser)
 {
+    if (parser.isSet(QStringLiteral("probe"))) return Probe(parser);
+    if (!parser.positionalArguments().isEmpty())
+        throw UsageError(
+            QStringLiteral("\"%1\" is not an option; --help lists them.").arg(parser.positionalArguments().first()));
     if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
     if (parser.isSet(QStringLiteral("log-file"))) LogToFile(parser.value(QStringLiteral("log-file")));
     if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
@@ -144,7 +161,7 @@ int Run()
     CommandLine parser(QStringLiteral("velsqlserver"), QStringLiteral("The bundled VelSQL data-logging server."));
     DefineOptions(parser);
     try {
-        const QString answer = parser.Read(QCoreApplication::arguments());
+        const QString answer = parser.Read(QCoreApplication::arguments(), CommandLine::Files::Named);
         if (!answer.isEmpty()) return std::puts(qPrintable(answer)) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
         return Run(parser);
     } catch (const UsageError& error) {

@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/NumberText.h"
 #include "server/definition/DefinedRules.h"
+#include "server/definition/DefinedVariable.h"
 #include "server/definition/ItemMeanings.h"
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
@@ -110,7 +111,8 @@ void DefinitionMaker::AddItem(PlantController& controller, const Variant& defini
     CheckName(checked.Text(Element::Name));
     ItemTraits traits = TraitsOf(checked, controller);
     traits.Definition = definition;
-    const PlantItemRef item = controller.AddInPlace(std::move(traits), nullptr, DefinedRules::Make(checked, controller));
+    const PlantItemRef item = controller.AddInPlace(std::move(traits), BindDefined(checked, controller),
+                                                    DefinedRules::Make(checked, controller));
     try {
         CheckChain(*item, checked);
     } catch (const ServerError&) {

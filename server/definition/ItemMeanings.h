@@ -30,6 +30,23 @@ inline constexpr std::array<Choice<LinkedProperty>, 4> LinkedProperties = {{
     {u"3:  LinkActivation", LinkedProperty::LinkActivation},
 }};
 
+/// Whose variable an item is bound to.
+enum class ObjectClass
+{
+    Controller,
+    Task,
+    Robot,
+    Extension,
+    File
+};
+inline constexpr std::array<Choice<ObjectClass>, 5> ObjectClasses = {{
+    {u"Controller Class", ObjectClass::Controller},
+    {u"Task Class", ObjectClass::Task},
+    {u"Robot Class", ObjectClass::Robot},
+    {u"Extension Class", ObjectClass::Extension},
+    {u"File Class", ObjectClass::File},
+}};
+
 template <typename Meaning, std::size_t Count>
 constexpr bool Follows(const std::array<Choice<Meaning>, Count>& meanings, const std::array<QStringView, Count>& list)
 {
@@ -41,4 +58,5 @@ constexpr bool Follows(const std::array<Choice<Meaning>, Count>& meanings, const
     return true;
 }
 static_assert(Follows(ItemKinds, ItemTypeChoices) && Follows(Attributes, AttributeChoices) &&
-              Follows(ForcedChanges, ForceChoices) && Follows(LinkedProperties, PropertyChoices));
+              Follows(ForcedChanges, ForceChoices) && Follows(LinkedProperties, PropertyChoices) &&
+              Follows(ObjectClasses, ClassChoices));

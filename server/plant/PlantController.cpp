@@ -32,6 +32,17 @@ PlantItemRef PlantController::Item(const QString& name) const
     return item;
 }
 
+std::vector<SourceVariable*> PlantController::AskedVariables(int scanClass) const
+{
+    std::vector<SourceVariable*> variables;
+    for (const PlantItemRef& item : m_ByClass[static_cast<std::size_t>(scanClass)]) {
+        SourceVariable* const variable = item->m_Variable.get();
+        if (variable && variable->Owner() && item->Traits().Attribute != Access::WriteOnly)
+            variables.push_back(variable);
+    }
+    return variables;
+}
+
 void PlantController::Start()
 {
     SetState(static_cast<qint32>(ControllerState::Active));

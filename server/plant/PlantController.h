@@ -74,6 +74,9 @@ public:
     /// Throws ServerError when there is none.
     PlantItemRef Item(const QString& name) const;
 
+    /// What a scan of a class asks sources for when all of its items are active.
+    std::vector<SourceVariable*> AskedVariables(int scanClass) const;
+
     void Start();
     void Stop();
     /// Tells the observers when the state has changed.

@@ -125,6 +125,28 @@ public:
     void Warn(const QString&) override {}
 };
 
+/// How many requests a second each line will see, a line each.
+QString DescribeLoads(const Plant& plant)
+{
+    QMap<QString, double> loads;
+    for (const PlantControllerRef& controller : plant.Controllers()) {
+        for (int scanClass = 0; scanClass < 3; ++scanClass) {
+            std::map<Source*, std::vector<SourceVariable*>> bySource;
+            for (SourceVariable* variable : controller->AskedVariables(scanClass))
+                bySource[variable->Owner()].push_back(variable);
+            for (const auto& [source, variables] : bySource) {
+                const auto load = source->LoadOf(variables);
+                if (load && controller->ScanTime(scanClass) > 0)
+                    loads[load->Line] += 1000.0 * static_cast<double>(load->Requests) / controller->ScanTime(scanClass);
+            }
+        }
+    }
+    QString text;
+    for (auto load = loads.begin(); load != loads.end(); ++load)
+        text += QStringLiteral("\n%1: %2 requests a second").arg(load.key()).arg(load.value(), 0, 'f', 1);
+    return text;
+}
+
 } // namespace
 
 HistorySettings ReadPlantFile(const QString& path, Plant& plant)
@@ -154,7 +176,8 @@ QString DescribePlantFile(const QString& path)
     ReadPlantFile(path, plant);
     qsizetype items = 0;
     for (const PlantControllerRef& controller : plant.Controllers()) items += controller->Items().size();
-    return QStringLiteral("%1: %2 controllers, %3 items").arg(path).arg(plant.Controllers().size()).arg(items);
+    const QString text = QStringLiteral("%1: %2 controllers, %3 items");
+    return text.arg(path).arg(plant.Controllers().size()).arg(items) + DescribeLoads(plant);
 }
 
 QString UserPlantFile()

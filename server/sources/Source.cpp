@@ -40,6 +40,11 @@ void Source::Start(Loop&) {}
 
 void Source::NoteUsers() {}
 
+std::optional<Source::Load> Source::LoadOf(const std::vector<SourceVariable*>&) const
+{
+    return std::nullopt;
+}
+
 void Source::AddUser(SourceUser& user)
 {
     m_Users.push_back(&user);

@@ -56,6 +56,13 @@ public:
 
     /// Whether it can be reached, as far as is known; the last attempt says so.
     bool IsReachable() const { return m_IsReachable; }
+    /// The line that it uses, and how many requests reading these variables once takes; none when that means nothing.
+    struct Load
+    {
+        QString Line;
+        qsizetype Requests;
+    };
+    virtual std::optional<Load> LoadOf(const std::vector<SourceVariable*>& variables) const;
     /// What it is, how it stands and why, in one line for people.
     virtual QString Describe() const = 0;
 

@@ -130,6 +130,14 @@ TEST_F(Modbus, ReadsAndWritesAndIsConfirmed)
     EXPECT_TRUE(WaitUntil([&] { return Value(u"R9"_s) == u"18,77"; }));
     EXPECT_EQ(Polled({u"-t4"_s, u"-r9"_s}), u"77");
 
+    auto added = UntouchedDefinition();
+    added[2] = u"holding:30-31"_s;
+    added[3] = u"I4"_s;
+    auto add = m_Client->Controller(u"C"_s).addItemRequest();
+    m_Client->Set(add.initDefinition(), SafeArray(added));
+    Wait(add.send());
+    EXPECT_TRUE(WaitUntil([&] { return Value(u"New"_s) == u"3,1966111"; })) << "bound to a variable";
+
     // A writing that waits holds up nothing else; it fails with the reason.
     peer.Be("silent");
     ASSERT_TRUE(Becomes(u"R1"_s, u"Failed: no answer in time"_s));
@@ -219,6 +227,26 @@ item = [ { name = "A{0..9}", type = "UI2", variable = "holding:{1995+n}", scan =
     qint64 most = 0;
     EXPECT_TRUE(WaitUntil([&] { return (most = std::max(most, snapshot())) > 2; }))
         << "after a new connection it is asked again";
+}
+
+TEST_F(Modbus, DevicesAreLookedAtBeforeThereIsAPlant)
+{
+    const ModbusPeer peer(u"tcp"_s, QString::number(m_Port));
+    ServeTcp();
+    const auto outputOf = [](const QStringList& arguments) {
+        QProcess process;
+        process.start(RealServer::Program(), arguments);
+        process.waitForFinished();
+        return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError());
+    };
+    EXPECT_EQ(outputOf({u"--plant"_s, m_Plant, u"--check"_s}).section(u": "_s, 1),
+              u"1 controllers, 507 items\n127.0.0.1:%1: 160.0 requests a second\n"_s.arg(m_Port));
+    const QString where = u"modbus-tcp://127.0.0.1:%1/1"_s.arg(m_Port);
+    const QStringList lines = outputOf({u"--probe"_s, where, u"holding:1999-2000"_s}).split(u'\n');
+    EXPECT_EQ(lines.value(1).simplified(), u"1999 07cf 1999 1999 ..");
+    EXPECT_EQ(lines.value(2).simplified(), u"2000 Illegal data address (exception 2)");
+    WriteFile(m_Plant, lines.mid(4).join(u'\n').toUtf8());
+    EXPECT_TRUE(outputOf({u"--plant"_s, m_Plant, u"--check"_s}).contains(u"1 controllers, 2 items"_s)) << "the draft";
 }
 
 TEST_F(Modbus, SerialLinesKnowWhatIsWrong)

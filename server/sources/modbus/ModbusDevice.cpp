@@ -77,21 +77,43 @@ ModbusDevice::~ModbusDevice()
 
 void ModbusDevice::Start(Loop& loop)
 {
+    m_Loop = &loop;
     m_Outlet->Open(loop);
     m_Line->Start();
 }
 
 void ModbusDevice::NoteUsers()
 {
-    m_Line->With([&] { m_Unit->SetWanted(HasUsers()); });
+    m_Line->With([&] {
+        m_Unit->SetWanted(HasUsers());
+        for (const auto& other : m_Others) other->m_Unit->SetWanted(HasUsers());
+    });
+}
+
+ModbusDevice& ModbusDevice::Other(const QString& unit)
+{
+    bool isNumber = false;
+    UnitSettings settings = m_Unit->Settings();
+    const uint number = unit.toUInt(&isNumber);
+    if (!isNumber || number > 255)
+        throw VariableError(VariableError::Part::Unit, QStringLiteral("\"%1\" is not a unit from 0 to 255").arg(unit));
+    if (number == settings.Number) return *this;
+    const auto isIt = [&](const auto& other) { return other->m_Unit->Settings().Number == number; };
+    const auto known = std::ranges::find_if(m_Others, isIt);
+    if (known != m_Others.end()) return **known;
+    settings.Number = static_cast<quint8>(number);
+    settings.Name += QStringLiteral(" unit %1").arg(number);
+    m_Others.push_back(std::make_unique<ModbusDevice>(m_Protocol, settings, m_Line));
+    if (m_Loop) m_Others.back()->Start(*m_Loop);
+    NoteUsers();
+    return *m_Others.back();
 }
 
 SourceVariableRef ModbusDevice::Bind(const VariableText& text)
 {
     const UnitSettings& unit = m_Unit->Settings();
     if (!text.Unit.isEmpty() && text.Unit != QString::number(unit.Number))
-        throw VariableError(VariableError::Part::Unit,
-                            QStringLiteral("device \"%1\" is unit %2").arg(Name()).arg(unit.Number));
+        return Other(text.Unit).Bind({text.Name, text.Option, text.Type});
     const Form form = ParseForm(text, unit.FirstAddress, unit.Bytes);
     m_Variables.push_back(nullptr);
     auto variable = std::make_unique<ModbusVariable>(*this, static_cast<quint32>(m_Variables.size() - 1), form);
@@ -162,20 +184,30 @@ void ModbusDevice::Forget(const ModbusVariable& variable)
     m_Variables[variable.Number()] = nullptr;
 }
 
+std::optional<Source::Load> ModbusDevice::LoadOf(const std::vector<SourceVariable*>& variables) const
+{
+    std::vector<Form> forms;
+    for (const SourceVariable* variable : variables)
+        forms.push_back(static_cast<const ModbusVariable*>(variable)->Where());
+    const ReadPlan plan = PlanReading(forms, m_Unit->Settings().Limits, {});
+    return Load{m_Line->Settings().Place(), std::ssize(plan.Blocks)};
+}
+
 QString ModbusDevice::Describe() const
 {
-    return m_Line->With([&] {
+    QString text = m_Line->With([&] {
         const UnitCounts& counts = m_Unit->Counts();
-        const QString state = IsReachable() ? QStringLiteral("reachable") : m_Unit->Trouble();
         return QStringLiteral("%1: %2 %3 unit %4: %5; requests %6, silences %7, other failures %8, refused spans %9")
             .arg(Name(), m_Protocol, m_Line->Settings().Place())
             .arg(m_Unit->Settings().Number)
-            .arg(state)
+            .arg(IsReachable() ? QStringLiteral("reachable") : m_Unit->Trouble())
             .arg(counts.Requests)
             .arg(counts.Silences)
             .arg(counts.Others)
             .arg(counts.Refused);
     });
+    for (const auto& other : m_Others) text += QStringLiteral("\r\n") + other->Describe();
+    return text;
 }
 
 ModbusVariable::ModbusVariable(ModbusDevice& device, quint32 number, const Form& form)

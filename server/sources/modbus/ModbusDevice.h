@@ -19,6 +19,7 @@ public:
     SourceVariableRef Bind(const VariableText& text) override;
     void Read(std::vector<SourceVariable*> variables, std::function<void()> done) override;
     void Write(SourceVariable& variable, const Variant& value, Written written) override;
+    std::optional<Load> LoadOf(const std::vector<SourceVariable*>& variables) const override;
     QString Describe() const override;
 
 protected:
@@ -28,6 +29,7 @@ private:
     friend class ModbusVariable;
     class Outlet;
 
+    ModbusDevice& Other(const QString& unit);
     ReadGroupRef GroupOf(const std::vector<SourceVariable*>& variables);
     void Forget(const ModbusVariable& variable);
     void Take(const ReadResults& results);
@@ -37,6 +39,9 @@ private:
     const std::shared_ptr<Line> m_Line;
     const std::shared_ptr<Outlet> m_Outlet;
     const UnitRef m_Unit;
+    Loop* m_Loop = nullptr; ///< once it has started
+    /// Other units of the line, which items have asked for by their numbers; with the same settings.
+    std::vector<std::unique_ptr<ModbusDevice>> m_Others;
     std::vector<ModbusVariable*> m_Variables; ///< by number; null once they are given up
     /// Of the last readings; as a rule the same ones come again.
     std::vector<ReadGroupRef> m_Groups;

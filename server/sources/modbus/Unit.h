@@ -116,7 +116,7 @@ private:
     bool m_IsWanted = false;
     bool m_IsReachable = true;
     bool m_IsTried = false; ///< by a job, because it may be reachable again
-    QString m_Trouble; ///< why it is not reachable, or was not
+    QString m_Trouble;      ///< why it is not reachable, or was not
     Clock::time_point m_TryAt;
     Clock::duration m_Pause{};
     std::optional<Span> m_TrySpan;
