@@ -98,7 +98,10 @@ Variant DecodeElement(const Form& form, std::span<const quint16> registers)
 {
     const Variant number = Plain(form, Joined(form, registers));
     if (form.Scale == 1.0 && form.Offset == 0.0) return number;
-    return ToNumber(number) * form.Scale + form.Offset;
+    // 358 / 10 is 35.8, and 358 * 0.1 is not.
+    const double parts = std::nearbyint(1.0 / form.Scale);
+    const double scaled = parts * form.Scale == 1.0 ? ToNumber(number) / parts : ToNumber(number) * form.Scale;
+    return scaled + form.Offset;
 }
 
 /// Up to the first zero byte; bytes that are not UTF-8 are taken as Latin-1, which devices speak.

@@ -5,6 +5,7 @@
 namespace {
 
 constexpr std::size_t MostGroups = 16;
+constexpr std::size_t FetchedAhead = 8;
 
 } // namespace
 
@@ -122,28 +123,27 @@ SourceVariableRef ModbusDevice::Bind(const VariableText& text)
 }
 
 /// The group of the same variables that was read before: its plan is made.
-ReadGroupRef ModbusDevice::GroupOf(const std::vector<SourceVariable*>& variables)
+ReadGroupRef ModbusDevice::GroupOf(std::vector<SourceVariable*> variables)
 {
-    auto group = std::make_shared<ReadGroup>();
-    group->Numbers.reserve(variables.size());
-    for (const SourceVariable* variable : variables)
-        group->Numbers.push_back(static_cast<const ModbusVariable*>(variable)->Number());
-    const auto known =
-        std::ranges::find_if(m_Groups, [&](const auto& other) { return other->Numbers == group->Numbers; });
+    const auto known = std::ranges::find(m_Groups, variables, &KnownGroup::Variables);
     if (known != m_Groups.end()) {
         std::rotate(m_Groups.begin(), known, known + 1); // the one that has not been read for the longest time is last
-        return m_Groups.front();
+        return m_Groups.front().Group;
     }
-    group->Forms.reserve(variables.size());
-    for (const quint32 number : group->Numbers) group->Forms.push_back(m_Variables[number]->Where());
-    m_Groups.insert(m_Groups.begin(), group);
+    auto group = std::make_shared<ReadGroup>();
+    for (const SourceVariable* each : variables) {
+        const auto& variable = static_cast<const ModbusVariable&>(*each);
+        group->Numbers.push_back(variable.Number());
+        group->Forms.push_back(variable.Where());
+    }
+    m_Groups.insert(m_Groups.begin(), {std::move(variables), group});
     if (m_Groups.size() > MostGroups) m_Groups.pop_back();
     return group;
 }
 
 void ModbusDevice::Read(std::vector<SourceVariable*> variables, std::function<void()> done)
 {
-    const ReadGroupRef group = GroupOf(variables);
+    const ReadGroupRef group = GroupOf(std::move(variables));
     const quint64 number = ++m_LastNumber;
     m_Reading.insert(number, std::move(done));
     m_Line->With([&] { m_Unit->Add(number, group, Unit::Clock::now()); });
@@ -151,8 +151,11 @@ void ModbusDevice::Read(std::vector<SourceVariable*> variables, std::function<vo
 
 void ModbusDevice::Take(const ReadResults& results)
 {
-    for (const auto& [number, value] : results.Values) {
-        if (ModbusVariable* variable = m_Variables[number]) variable->Answer(value, results.When);
+    const auto& values = results.Values;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        // Variables lie anywhere in memory: the processor fetches one that comes soon while others are told.
+        if (i + FetchedAhead < values.size()) __builtin_prefetch(m_Variables[values[i + FetchedAhead].first]);
+        if (ModbusVariable* variable = m_Variables[values[i].first]) variable->Answer(values[i].second, results.When);
     }
     for (const auto& [number, why] : results.Failures) {
         if (ModbusVariable* variable = m_Variables[number]) variable->Fail(why, results.When);
@@ -182,6 +185,10 @@ void ModbusDevice::EndWrite(quint64 number, const QString& failure)
 void ModbusDevice::Forget(const ModbusVariable& variable)
 {
     m_Variables[variable.Number()] = nullptr;
+    const auto holds = [&](const KnownGroup& known) {
+        return std::ranges::find(known.Variables, &variable) != known.Variables.end();
+    };
+    std::erase_if(m_Groups, holds); // another variable may come to lie there
 }
 
 std::optional<Source::Load> ModbusDevice::LoadOf(const std::vector<SourceVariable*>& variables) const

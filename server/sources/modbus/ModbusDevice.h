@@ -30,7 +30,7 @@ private:
     class Outlet;
 
     ModbusDevice& Other(const QString& unit);
-    ReadGroupRef GroupOf(const std::vector<SourceVariable*>& variables);
+    ReadGroupRef GroupOf(std::vector<SourceVariable*> variables);
     void Forget(const ModbusVariable& variable);
     void Take(const ReadResults& results);
     void EndWrite(quint64 number, const QString& failure);
@@ -44,7 +44,12 @@ private:
     std::vector<std::unique_ptr<ModbusDevice>> m_Others;
     std::vector<ModbusVariable*> m_Variables; ///< by number; null once they are given up
     /// Of the last readings; as a rule the same ones come again.
-    std::vector<ReadGroupRef> m_Groups;
+    struct KnownGroup
+    {
+        std::vector<SourceVariable*> Variables;
+        ReadGroupRef Group;
+    };
+    std::vector<KnownGroup> m_Groups;
     quint64 m_LastNumber = 0;
     QHash<quint64, std::function<void()>> m_Reading;
     QHash<quint64, Written> m_Writing;

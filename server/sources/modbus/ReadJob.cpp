@@ -95,6 +95,7 @@ ReadResults ReadJob::Collect()
 {
     ReadResults results = std::exchange(m_Results, {});
     m_Results.Job = results.Job;
+    if (!IsOver()) m_Results.Values.reserve(results.Values.size()); // as much will come again
     results.IsOver = m_IsClosed = IsOver();
     results.When = std::chrono::system_clock::now();
     return results;
