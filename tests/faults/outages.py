@@ -55,10 +55,15 @@ function wrong() {{
     }}
     return "";
 }}
-let bad = wrong();
-while (bad && Date.now() - began < {int(SECONDS * 1000)}) {{ sleep(20); bad = wrong(); }}
+// A writing that met the outage is refused with a reason, and tried again.
+let bad = "";
+do {{
+    if (bad) sleep(20);
+    bad = wrong();
+    if (bad) continue;
+    try {{ c.Item("R{number}").Value = {value}; }} catch (error) {{ bad = String(error); }}
+}} while (bad && Date.now() - began < {int(SECONDS * 1000)});
 if (bad) print("WRONG " + bad + "; " + Vlx.Execute("devices"));
-else c.Item("R{number}").Value = {value};
 """)
     return (answer.stdout + answer.stderr).strip()
 
