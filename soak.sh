@@ -8,6 +8,8 @@ case ${1-} in
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
+        echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
+        echo "                                       what was recorded after kills and outages (default: 1000 kills)"
         exit ;;
     --devices)
         scripts/install-packages.sh packaging/test-packages.txt
@@ -18,6 +20,11 @@ case ${1-} in
         scripts/install-packages.sh packaging/test-packages.txt
         scripts/build.sh release programs
         exec scripts/run-faults.sh "$@" ;;
+    --history)
+        shift
+        scripts/install-packages.sh packaging/test-packages.txt
+        scripts/build.sh release programs
+        exec env QT_QPA_PLATFORM=offscreen VELSQL_BIN="$PWD/build/release/bin" python3 tests/faults/history_campaign.py "$@" ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
 esac
 export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))

@@ -18,6 +18,10 @@ struct KeyName
     QStringView Meant;
 };
 
+/// Taken by PostgreSQL's own library, as it knows them.
+constexpr std::array<QStringView, 6> ForPostgreSql = {u"sslmode", u"sslrootcert", u"sslcert",
+                                                      u"sslkey",  u"sslcrl",      u"passfile"};
+
 constexpr std::array<KeyName, 17> KeyNames = {{{u"driver", u"driver"},
                                                {u"provider", u"driver"},
                                                {u"database", u"database"},
@@ -47,6 +51,8 @@ QString MeaningOf(QStringView key, qsizetype part)
     for (const KeyName& name : KeyNames) {
         if (key.trimmed().compare(name.Spelled, Qt::CaseInsensitive) == 0) return name.Meant.toString();
     }
+    for (const QStringView name : ForPostgreSql)
+        if (key.trimmed().compare(name, Qt::CaseInsensitive) == 0) return name.toString();
     throw MistakeAt(part, QStringLiteral("has an unknown key"));
 }
 
@@ -114,6 +120,21 @@ Parts ParseConnectionString(const QString& text)
     return parts;
 }
 
+/// As PostgreSQL's library takes them, in quotes. Qt makes a blank of each semicolon.
+QString OptionsOf(const QMap<QString, QString>& values)
+{
+    QString options;
+    for (const QStringView name : ForPostgreSql) {
+        QString value = values.value(name.toString());
+        if (value.isEmpty()) continue;
+        if (value.contains(u';'))
+            throw DescribedError(QStringLiteral("The connection string's %1 contains a semicolon.").arg(name));
+        value.replace(u'\\', QStringLiteral("\\\\")).replace(u'\'', QStringLiteral("\\'"));
+        options += QStringLiteral(";%1='%2'").arg(name, value);
+    }
+    return options;
+}
+
 QString DriverOf(const QString& name)
 {
     if (name.isEmpty() || name.startsWith(u"sqlite", Qt::CaseInsensitive)) return QStringLiteral("QSQLITE");
@@ -169,6 +190,7 @@ DatabaseAddress::DatabaseAddress(const QString& connectionString)
     m_Port = PortOf(parts.value(QStringLiteral("port")));
     m_User = parts.value(QStringLiteral("user"));
     m_Password = parts.value(QStringLiteral("password"));
+    m_Options = OptionsOf(parts);
     if (m_Database.isEmpty()) throw DescribedError(QStringLiteral("The connection string names no database."));
 }
 
@@ -236,8 +258,10 @@ void DatabaseSession::Configure(QSqlDatabase& database, const DatabaseAddress& a
         database.setPassword(address.m_Password);
         // By default notices and warnings would go to standard error, past the log. Statements are read with the
         // standard's quoting rules.
-        database.setConnectOptions(QStringLiteral(
-            "connect_timeout=5;options='-c client_min_messages=error -c standard_conforming_strings=on'"));
+        database.setConnectOptions(
+            QStringLiteral("connect_timeout=5;keepalives_idle=30;tcp_user_timeout=30000;options='-c "
+                           "client_min_messages=error -c standard_conforming_strings=on'") +
+            address.m_Options);
     } else {
         MakePrivateFile(address.m_Database);
         MendSharedMemoryFile(address.m_Database);

@@ -2,6 +2,9 @@
 
 #include <QString>
 
+#include <chrono>
+#include <optional>
+
 /// What must never be lost once it is written.
 enum class Durability
 {
@@ -14,6 +17,9 @@ struct HistoryDestination
 {
     QString ConnectionString; ///< empty when not used
     QString TableName = QStringLiteral("velsql_history");
-    qint32 MaxRecord = 100'000; ///< 0: no limit
+    // What is kept: the oldest goes beyond any of these. With none of them: DefaultBytes.
+    qint32 MaxRecord = 100'000;     ///< records; 0: any number
+    std::optional<qint64> MaxBytes; ///< on the disk; 0: any
+    std::chrono::seconds Keep{0};   ///< time; 0: for ever
     Durability Surviving = Durability::Process;
 };

@@ -19,6 +19,7 @@ HistoryTable::HistoryTable(const HistoryDestination& destination)
 
 void HistoryTable::Write(std::span<const RecordedValue> values, SpoolPosition position)
 {
+    Prepare(values);
     QSqlDatabase database = m_Session.Database();
     if (!database.transaction()) throw DatabaseError(database.lastError());
     try {

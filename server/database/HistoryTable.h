@@ -40,6 +40,8 @@ protected:
     const QString& Spell(TimeStamp time);
 
 private:
+    /// Outside the transaction that writes them.
+    virtual void Prepare(std::span<const RecordedValue>) {}
     virtual void Insert(std::span<const RecordedValue> values) = 0;
     /// Deletes the oldest beyond what the destination keeps.
     virtual void Trim() = 0;

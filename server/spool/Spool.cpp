@@ -6,6 +6,7 @@
 
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QRandomGenerator>
 
 #include <algorithm>
@@ -51,7 +52,7 @@ Spool::Spool(SpoolSettings settings, QString destination, Durability surviving)
 
 Spool::~Spool()
 {
-    RemoveEmptyFolders();
+    if (m_Folder && m_Segments.empty()) m_Folder->Remove();
 }
 
 void Spool::TakeOver()
@@ -155,7 +156,8 @@ SpoolSegment& Spool::Growing(quint64 first, qint64 bytes)
         m_Growing->Finish();
         m_Growing.reset();
     }
-    if (!m_Folder) m_Folder = SpoolFolder::Make(m_Settings.Folder, m_Id, m_Destination);
+    const bool isGone = m_Folder && !m_Growing && !QFileInfo::exists(m_Folder->Path());
+    if (!m_Folder || isGone) m_Folder = SpoolFolder::Make(m_Settings.Folder, m_Id, m_Destination);
     if (!m_Growing) {
         m_Growing = std::make_shared<SpoolSegment>(m_Folder->Path(), m_Id, first);
         m_Segments.push_back(m_Growing);
@@ -216,9 +218,6 @@ void Spool::RemoveEmptyFolders()
         (*folder)->Remove();
         folder = m_Earlier.erase(folder);
     }
-    if (!m_Folder || !isEmpty(m_Folder)) return;
-    m_Folder->Remove();
-    m_Folder.reset();
 }
 
 QString NameOf(const HistoryDestination& destination)

@@ -27,7 +27,7 @@ struct DroppedValues
 };
 
 /// What waits on disk for one destination, in order: what earlier servers left first, then what this one adds. Files
-/// come into being with the first value that has to wait and go with the last. All of it may be called from any thread.
+/// come into being with the first value that has to wait. All of it may be called from any thread.
 class Spool
 {
 public:

@@ -9,7 +9,10 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr std::size_t BatchWorthWriting = 1000;
-constexpr auto UntilBatchIsTaken = 60ms; // time for it to fill
+constexpr auto UntilBatchIsTaken = 25ms; // time for it to fill
+/// A value that has not been written after this time is on disk after twice this time. That leaves a busy machine some
+/// time until the 0.2 s are over that the end of the process may cost.
+constexpr auto UntilSpooled = 35ms;
 constexpr auto RetryPause = 1000ms;
 /// What is on disk as well is kept in memory up to this size, so that a writer that is a little behind need not read.
 constexpr qint64 BytesWorthKeeping = 16 * 1024 * 1024;

@@ -19,8 +19,6 @@ public:
     static constexpr qint64 MostBytes = 48 * 1024 * 1024;
     /// A batch for the writer.
     static constexpr std::size_t LargestBatch = 5000;
-    /// A value that has not been written after this time is on disk after twice this time.
-    static constexpr std::chrono::milliseconds UntilSpooled{75};
 
     /// `name` stands in front of what is said in the log; the rest as Spool has it.
     WaitingValues(QString name, const SpoolSettings& settings, const QString& destination, Durability surviving);
@@ -40,7 +38,7 @@ public:
     Spool& OnDisk() { return m_Spool; }
 
     /// What another thread does all the time: puts on disk what has waited too long in memory; at the end everything.
-    /// `onLook` is called about ten times a second while values wait.
+    /// `onLook` is called about twenty times a second while values wait.
     void Keep(const std::stop_token& stop, const std::function<void()>& onLook);
 
     bool WaitUntilWritten(std::chrono::milliseconds longest);

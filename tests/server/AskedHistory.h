@@ -13,7 +13,8 @@ inline HistorySettings RecordingInto(const QString& connection, qint32 maxRecord
     static const QTemporaryDir spool;
     HistorySettings settings;
     settings.Spool.Folder = spool.path();
-    settings.Destinations[0] = {.ConnectionString = connection, .MaxRecord = maxRecord};
+    settings.Destinations[0].ConnectionString = connection;
+    settings.Destinations[0].MaxRecord = maxRecord;
     return settings;
 }
 
@@ -26,10 +27,10 @@ public:
     {
     }
 
-    /// A value of controller PLC1, 1.5 ms after the one before; the first of them 1.5 ms after midnight.
-    void Record(const QString& item, const Variant& value)
+    /// A value of controller PLC1, 1.5 ms after the one before, or later; the first of them as long after midnight.
+    void Record(const QString& item, const Variant& value, int later = 0)
     {
-        Record({u"PLC1"_s, item, value, m_Time += std::chrono::microseconds(1500)});
+        Record({u"PLC1"_s, item, value, m_Time += std::chrono::microseconds(1500 + later)});
     }
     void Record(const RecordedValue& value) { m_History.Record(value); }
     bool Flush(int milliseconds = 20'000) { return m_History.Flush(milliseconds); }

@@ -1,0 +1,186 @@
+// Values recorded a second into PostgreSQL, against COPY of the same rows into an equal table without an index; and how
+// long one item's day takes to be found among many.
+#include "bench/Figures.h"
+#include "server/postgreshistory/PartitionCare.h"
+#include "server/postgreshistory/PostgresTable.h"
+#include "tests/support/PostgresRun.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+
+#include <algorithm>
+#include <cstdio>
+#include <libpq-fe.h>
+
+namespace {
+
+constexpr int Values = 500'000;
+constexpr int ValuesPerTransaction = 5000;
+constexpr int Items = 1000;
+constexpr int Rounds = 3;
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+RecordedValue ValueOf(int number, TimeStamp begin)
+{
+    return {QStringLiteral("PLC1"), QStringLiteral("Temperature %1").arg(number % Items), number * 0.5,
+            begin + std::chrono::milliseconds(10) * number};
+}
+
+void Do(PGconn* connection, const char* statement, ExecStatusType expected = PGRES_COMMAND_OK)
+{
+    PGresult* result = PQexec(connection, statement);
+    if (PQresultStatus(result) != expected) qFatal("%s", PQerrorMessage(connection));
+    PQclear(result);
+}
+
+/// The floor: the rows are texts already.
+double CopyBare(const QString& folder, const std::vector<QByteArray>& transactions)
+{
+    PGconn* connection = PQconnectdb(qPrintable(QStringLiteral("host=%1 dbname=postgres user=test").arg(folder)));
+    Do(connection, "DROP TABLE IF EXISTS bare");
+    Do(connection, "CREATE TABLE bare (controller_name text, item_name text, item_value text, item_time timestamp, "
+                   "value_number float8, item_utc bigint, item_state integer)");
+    const auto start = Clock::now();
+    for (const QByteArray& rows : transactions) {
+        Do(connection, "BEGIN");
+        Do(connection, "COPY bare FROM STDIN", PGRES_COPY_IN);
+        if (PQputCopyData(connection, rows.constData(), static_cast<int>(rows.size())) != 1) qFatal("no copy");
+        PQputCopyEnd(connection, nullptr);
+        while (PGresult* result = PQgetResult(connection)) PQclear(result);
+        Do(connection, "COMMIT");
+    }
+    const double seconds = SecondsSince(start);
+    PQfinish(connection);
+    return seconds;
+}
+
+std::vector<QByteArray> Transactions(TimeStamp begin)
+{
+    std::vector<QByteArray> transactions;
+    for (int i = 0; i < Values; ++i) {
+        if (i % ValuesPerTransaction == 0) transactions.emplace_back();
+        const RecordedValue value = ValueOf(i, begin);
+        const auto micros =
+            std::chrono::duration_cast<std::chrono::microseconds>(value.Time.time_since_epoch()).count();
+        const QByteArray number = QByteArray::number(value.Value.Get<double>());
+        transactions.back() +=
+            "PLC1\t" + value.Item.toUtf8() + '\t' + number + '\t' +
+            QDateTime::fromMSecsSinceEpoch(micros / 1000).toString(u"yyyy-MM-dd hh:mm:ss.zzz").toUtf8() + '\t' +
+            number + '\t' + QByteArray::number(micros) + "\t0\n";
+    }
+    return transactions;
+}
+
+double RecordAll(const HistoryDestination& destination, TimeStamp begin)
+{
+    PostgresTable table(destination);
+    std::vector<RecordedValue> batch;
+    double seconds = 0.0;
+    for (int i = 0; i < Values; ++i) {
+        batch.push_back(ValueOf(i, begin));
+        if (batch.size() < ValuesPerTransaction) continue;
+        const auto start = Clock::now();
+        table.Write(batch, {1, static_cast<quint64>(i) + 1});
+        seconds += SecondsSince(start);
+        batch.clear();
+    }
+    return seconds;
+}
+
+/// `rows` of as many items, one value each in ten seconds, as the history keeps them once their days are over.
+void Fill(const DatabaseSession& session, const LayoutNames& names, qint64 rows)
+{
+    WriteProgress progress;
+    PartitionCare care(session, names, progress);
+    const QDateTime first(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
+    for (qint64 done = 0; done < rows; done += qint64{Items} * 8640) {
+        const QDateTime day = first.addDays(done / (qint64{Items} * 8640));
+        session.Run(names.Fill(QStringLiteral("INSERT INTO {rows_other} SELECT 'PLC1', 'Temperature ' || i, (i + "
+                                              "s)::text, t, i + s, {utc}(t), 0 FROM "
+                                              "generate_series(0, 8639) AS s, generate_series(0, %1) AS i, LATERAL "
+                                              "(SELECT timestamp '%2' + s * interval "
+                                              "'10 s' + i * interval '1 ms' AS t) AS moment")
+                                   .arg(Items - 1)
+                                   .arg(TimeText(day))));
+        care.TidyNext();
+        while (care.CloseNext(day.addDays(3))) {
+        }
+        while (care.MergeNext()) {
+        }
+        std::printf("  filled: %lld rows\n", static_cast<long long>(done + qint64{Items} * 8640));
+        std::fflush(stdout);
+    }
+}
+
+void AskDay(const HistoryDestination& destination, qint64 rows)
+{
+    const DatabaseSession session{DatabaseAddress(destination.ConnectionString)};
+    const LayoutNames names(destination.TableName);
+    Fill(session, names, rows);
+    const auto time = [&](const char* what, const QString& question) {
+        for (int round = 0; round < Rounds; ++round) {
+            const auto start = Clock::now();
+            const QString answer = session.Ask(question).toString();
+            std::printf("  %-40s %8.1f ms  (%s)\n", what, SecondsSince(start) * 1000, qPrintable(answer));
+        }
+    };
+    time("one item, one day",
+         QStringLiteral("SELECT count(item_value) || ' ' || max(item_time) FROM velsql_history WHERE "
+                        "controller_name = 'PLC1' AND item_name = 'Temperature 77' AND item_time >= "
+                        "'2024-01-02' AND item_time < '2024-01-03'"));
+    time("the same by UTC",
+         QStringLiteral("SELECT sum(value_number) FROM velsql_values WHERE controller_name = 'PLC1' AND "
+                        "item_name = 'Temperature 77' AND item_utc >= %1 AND item_utc < %2")
+             .arg(qint64{1'704'153'600} * 1'000'000)
+             .arg(qint64{1'704'240'000} * 1'000'000));
+    time("minutes of 8 items over all",
+         QStringLiteral("SELECT count(*) FROM velsql_minutes WHERE controller_name = 'PLC1' AND "
+                        "item_name = ANY (ARRAY(SELECT 'Temperature ' || i FROM generate_series(1, 8) AS i))"));
+    time("ORDER BY item_time, the first 4000",
+         QStringLiteral("SELECT count(*) FROM (SELECT * FROM velsql_history ORDER BY "
+                        "item_time LIMIT 4000) AS page"));
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    const PostgresRun database;
+    if (!database.IsRunning()) qFatal("%s", qPrintable(database.Problem()));
+    HistoryDestination destination;
+    destination.ConnectionString = database.ConnectionString();
+    destination.MaxRecord = 0;
+    destination.MaxBytes = 0;
+    const qsizetype option = application.arguments().indexOf(QStringLiteral("--rows"));
+    if (option > 0) {
+        {
+            const PostgresTable made(destination);
+        }
+        AskDay(destination, application.arguments().value(option + 1).toLongLong());
+        return 0;
+    }
+    const TimeStamp begin = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+    const std::vector<QByteArray> transactions = Transactions(begin);
+    double bare = 1e9;
+    double recorded = 1e9;
+    for (int round = 0; round < Rounds; ++round) {
+        bare = std::min(bare,
+                        CopyBare(database.ConnectionString().section(QStringLiteral("Server="), 1).section(u';', 0, 0),
+                                 transactions));
+        recorded = std::min(recorded, RecordAll(destination, begin));
+    }
+    std::printf("%d values, transactions of %d, best of %d rounds\n", Values, ValuesPerTransaction, Rounds);
+    std::printf("  %-52s %9.0f a second\n", "COPY into an equal table", Values / bare);
+    std::printf("  %-52s %9.0f a second\n", "recorded", Values / recorded);
+    const bool quick = Figures::PrintRatio(QStringLiteral("time: recorded / COPY"), recorded / bare, 1.0 / 0.7);
+    const DatabaseSession session{DatabaseAddress(destination.ConnectionString)};
+    const qint64 rows = session.Ask(QStringLiteral("SELECT count(*) FROM velsql_history")).toLongLong();
+    if (rows != qint64{Rounds} * Values) std::printf("  FAILED: %lld rows\n", static_cast<long long>(rows));
+    return quick && rows == qint64{Rounds} * Values ? 0 : 1;
+}

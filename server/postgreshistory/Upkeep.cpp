@@ -1,0 +1,129 @@
+#include "server/postgreshistory/Upkeep.h"
+
+#include "server/log/Log.h"
+#include "server/postgreshistory/PartitionCare.h"
+#include "server/postgreshistory/PostgresRetention.h"
+
+#include <condition_variable>
+#include <libpq-fe.h>
+#include <mutex>
+#include <QDateTime>
+#include <QSqlDriver>
+
+namespace {
+
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+constexpr auto BetweenLooks = 1s;
+constexpr auto AfterFailure = 10s;
+constexpr auto BetweenReports = 24h;
+constexpr auto UntilReport = 1h; // when there was too little to tell
+
+} // namespace
+
+/// Lets the statement that is running end.
+struct Upkeep::Breaker
+{
+    void Arm(const DatabaseSession& session)
+    {
+        const QVariant handle = session.Database().driver()->handle();
+        if (handle.typeName() != QByteArrayView("PGconn*")) return;
+        const std::lock_guard lock(Guard);
+        Cancel.reset(PQgetCancel(*static_cast<PGconn* const*>(handle.constData())));
+    }
+    void Break()
+    {
+        const std::lock_guard lock(Guard);
+        char problem[256];
+        if (Cancel) PQcancel(Cancel.get(), problem, sizeof(problem));
+    }
+
+    std::mutex Guard;
+    std::unique_ptr<PGcancel, decltype(&PQfreeCancel)> Cancel{nullptr, &PQfreeCancel};
+};
+
+class Upkeep::Work
+{
+public:
+    Work(HistoryDestination destination, std::shared_ptr<WriteProgress> progress, std::shared_ptr<Breaker> breaker)
+        : m_Destination(std::move(destination))
+        , m_Progress(std::move(progress))
+        , m_Breaker(std::move(breaker))
+    {
+    }
+
+    void Run(const std::stop_token& stop)
+    {
+        while (!stop.stop_requested()) {
+            try {
+                const DatabaseSession session{DatabaseAddress(m_Destination.ConnectionString)};
+                m_Breaker->Arm(session);
+                LookAfter(session, stop);
+            } catch (const DescribedError& error) {
+                Log(LogLevel::Debug, QStringLiteral("Partitions are looked after later: ") + error.Description());
+            }
+            Wait(stop, AfterFailure);
+        }
+    }
+
+private:
+    void LookAfter(const DatabaseSession& session, const std::stop_token& stop)
+    {
+        const LayoutNames names(m_Destination.TableName);
+        PartitionCare care(session, names, *m_Progress);
+        PostgresRetention retention(session, names, m_Destination);
+        const QString lock = LayoutNames::Literal(names.Of(QStringLiteral("rows")));
+        while (!session.Ask(QStringLiteral("SELECT pg_try_advisory_lock(hashtext(%1))").arg(lock)).toBool())
+            if (!Wait(stop, AfterFailure)) return;
+        while (!stop.stop_requested()) {
+            const bool isBusy = Step(care, retention);
+            if (!isBusy && !Wait(stop, BetweenLooks)) return;
+        }
+    }
+
+    /// The next thing to do. Returns whether there may be more.
+    bool Step(PartitionCare& care, PostgresRetention& retention)
+    {
+        const QDateTime now = QDateTime::currentDateTime();
+        care.MakeAhead(now);
+        if (Clock::now() >= m_NextReport) {
+            const QString report = retention.Report(care.All().All());
+            if (!report.isEmpty()) Log(LogLevel::Info, report);
+            m_NextReport = Clock::now() + (report.isEmpty() ? Clock::duration(UntilReport) : BetweenReports);
+        }
+        if (retention.DropNext(care.All().All())) {
+            m_Progress->HasDropped = true;
+            return true;
+        }
+        return care.TidyNext() || care.CloseNext(now) || care.SumUpChanged() || care.MergeNext();
+    }
+
+    /// Returns false when told to stop.
+    bool Wait(const std::stop_token& stop, std::chrono::seconds time)
+    {
+        std::unique_lock lock(m_Guard);
+        m_Never.wait_for(lock, stop, time, [] { return false; });
+        return !stop.stop_requested();
+    }
+
+    const HistoryDestination m_Destination;
+    const std::shared_ptr<WriteProgress> m_Progress;
+    const std::shared_ptr<Breaker> m_Breaker;
+    Clock::time_point m_NextReport = Clock::now();
+    std::mutex m_Guard;
+    std::condition_variable_any m_Never;
+};
+
+Upkeep::Upkeep(HistoryDestination destination, std::shared_ptr<WriteProgress> progress)
+    : m_Breaker(std::make_shared<Breaker>())
+    , m_Thread([work = std::make_shared<Work>(std::move(destination), std::move(progress), m_Breaker)](
+                   const std::stop_token& stop) { work->Run(stop); })
+{
+}
+
+Upkeep::~Upkeep()
+{
+    m_Thread.request_stop();
+    m_Breaker->Break();
+}
