@@ -10,6 +10,7 @@ GridRefresher::GridRefresher(PropertyGrid* grid, RefreshTurns& turns, QObject* p
 {
     m_Tick.setSingleShot(true);
     connect(&m_Tick, &QTimer::timeout, this, &GridRefresher::BeginRefresh);
+    connect(grid, &PropertyGrid::ServerChanged, this, &GridRefresher::EndRest);
 }
 
 void GridRefresher::Start()
@@ -74,4 +75,11 @@ void GridRefresher::EndRefresh()
 void GridRefresher::ScheduleNext()
 {
     m_Tick.start(static_cast<int>(std::max(IntervalMs - m_LastedMs, m_LastedMs)));
+}
+
+/// How long calls took that ended with a lost server says nothing about the one that is there now.
+void GridRefresher::EndRest()
+{
+    m_LastedMs = 0;
+    if (m_Tick.remainingTime() > IntervalMs) m_Tick.start(IntervalMs);
 }

@@ -9,8 +9,8 @@ class RefreshTurns;
 
 /// Keeps a property grid up to date. Every 500 ms the rows are read in order, in slices of at most 10 ms (or one call),
 /// each in a later turn of the event loop. The next refresh starts no sooner than the last one took, so that a slow
-/// server never uses more than half of the time. All refreshers share the slices: one slice runs in a turn, however
-/// many windows are open.
+/// server never uses more than half of the time; one that has gone and is back is asked after 500 ms at the latest. All
+/// refreshers share the slices: one slice runs in a turn, however many windows are open.
 class GridRefresher : public QObject
 {
     Q_OBJECT
@@ -38,6 +38,7 @@ private:
     bool RefreshNextRow();
     void EndRefresh();
     void ScheduleNext();
+    void EndRest();
 
     QPointer<PropertyGrid> m_Grid;
     RefreshTurns& m_Turns;

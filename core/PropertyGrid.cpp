@@ -116,6 +116,7 @@ void PropertyGrid::Follow(ServerPresence& presence)
 {
     m_Presence = &presence;
     connect(&presence, &ServerPresence::Changed, viewport(), qOverload<>(&QWidget::update));
+    connect(&presence, &ServerPresence::Changed, this, &PropertyGrid::ServerChanged);
 }
 
 QString PropertyGrid::WhyUnread(int row) const

@@ -64,6 +64,18 @@ TEST_F(Refresher, AllGridsTogetherTakeOneSliceATurn)
     EXPECT_LE(m_MostReadsInTurn, 2) << "a third call of 4 ms would not fit";
 }
 
+TEST_F(Refresher, DoesNotRestLongFromAServerThatHungAndIsBack)
+{
+    AddGrid(1, 1500);
+    m_Refreshers[0]->Start();
+    EXPECT_TRUE(WaitForRefreshes(1));
+    Q_EMIT m_Grids[0]->ServerChanged();
+    QElapsedTimer rest;
+    rest.start();
+    m_Act = [&](int) { EXPECT_LT(rest.elapsed(), 1300); };
+    EXPECT_TRUE(WaitForRefreshes(2));
+}
+
 TEST_F(Refresher, ARowMayStopOrDestroyWhateverReadsIt)
 {
     const std::pair<QString, std::function<void()>> cases[] = {
