@@ -4,6 +4,7 @@
 #include "remote/PrivateSocket.h"
 
 #include <QProcess>
+#include <QTimer>
 
 /// Starts a program once the link to a server of another machine stands, and keeps that link for as long as the program
 /// runs.
@@ -28,11 +29,14 @@ public:
 
 private:
     void Offer();
+    void Look();
     void StartProgram();
     void Fail(ExitCode code, const QString& why);
 
     Link m_Link;
     PrivateSocket m_Socket;
     QProcess m_Program;
+    QTimer m_Look;
     bool m_IsStarted = false;
+    bool m_IsOffered = false;
 };

@@ -25,13 +25,18 @@ PrivateSocket::PrivateSocket()
 
 void PrivateSocket::Listen(bool listen)
 {
-    if (listen == m_Socket.has_value()) return;
+    if (listen ? IsThere() : !m_Socket) return;
     m_Incoming.reset();
     m_Socket.reset();
     if (!listen) return;
     m_Socket.emplace(Path());
     m_Incoming.emplace(m_Socket->Descriptor(), QSocketNotifier::Read);
     connect(&*m_Incoming, &QSocketNotifier::activated, this, &PrivateSocket::Accept);
+}
+
+bool PrivateSocket::IsThere() const
+{
+    return m_Socket && QFile::exists(Path());
 }
 
 void PrivateSocket::Accept()

@@ -20,6 +20,8 @@ public:
     PrivateSocket();
 
     QString Path() const { return m_Folder.filePath(QStringLiteral("server.sock")); }
+    /// It listens, and nobody has swept the socket away.
+    bool IsThere() const;
     /// Listens, or ceases to. Throws DescribedError when it cannot listen.
     void Listen(bool listen);
 

@@ -39,6 +39,11 @@ RemoteLink RemoteLink::Read(const QString& socketPath)
     return {lines[1], lines[3], lines[2] == QStringLiteral("up")};
 }
 
+bool RemoteLink::IsThere(const QString& socketPath)
+{
+    return QFile::exists(StatePath(socketPath));
+}
+
 void RemoteLink::Write(const QString& socketPath) const
 {
     const QStringList lines = {QString::number(getpid()), Place.simplified(),

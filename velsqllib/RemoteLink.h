@@ -21,6 +21,8 @@ struct RemoteLink
 
     /// How the link of that socket stands now.
     static RemoteLink Read(const QString& socketPath);
+    /// Whether there is something to read.
+    static bool IsThere(const QString& socketPath);
     /// For velsqlremote. Throws DescribedError when the file cannot be written.
     void Write(const QString& socketPath) const;
 };
