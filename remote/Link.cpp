@@ -9,10 +9,14 @@ namespace {
 /// An operator waits for nothing longer than six seconds.
 constexpr int PatienceMs = 4000;
 constexpr int PauseMs = 500;
+/// A link that has stood for so long is made again without a pause.
+constexpr int StoodLongMs = 10'000;
 /// After a refusal: it may ask questions anew each time, and hosts lock out who knocks too often.
 constexpr int PauseAfterRefusalMs = 15'000;
 /// Time to answer what ssh asks, as sshd gives it by default.
 constexpr int GreetingDueMs = 120'000;
+/// The same where the connection may have died between ssh's first words and the bridge's.
+constexpr int GreetingDueAgainMs = 30'000;
 /// Every so many attempts one waits long enough for a slow network.
 constexpr int PatientEvery = 4;
 
@@ -85,7 +89,7 @@ void Link::Attempt(SshProcess::Attempt kind)
     m_Output = m_Ssh->TakeOutput();
     m_Readable = std::make_unique<QSocketNotifier>(m_Output.Number(), QSocketNotifier::Read);
     connect(m_Readable.get(), &QSocketNotifier::activated, this, &Link::ReadGreeting);
-    m_GreetingDue.start(GreetingDueMs);
+    m_GreetingDue.start(kind == SshProcess::Attempt::Again ? GreetingDueAgainMs : GreetingDueMs);
 }
 
 void Link::ReadGreeting()
@@ -132,6 +136,7 @@ void Link::TakeNews(ServerNews news, const QString& text)
 {
     if (news == ServerNews::Down && !m_WasUp) return Drop(text);
     if (!m_WasUp) m_MayStart = news == ServerNews::Started;
+    if (!m_Up.isValid()) m_Up.start();
     m_State.IsUp = news != ServerNews::Down;
     m_State.Trouble = m_State.IsUp ? m_VersionNote : InShort(text);
     m_WasUp = m_WasUp || m_State.IsUp;
@@ -157,7 +162,9 @@ void Link::Drop(const QString& why)
     if (!m_WasUp) return Q_EMIT Failed(why);
     m_State.IsUp = false;
     m_State.Trouble = InShort(why);
-    m_Retry.start(wasRefused ? PauseAfterRefusalMs : PauseMs);
+    const bool hasStoodLong = m_Up.isValid() && m_Up.hasExpired(StoodLongMs);
+    m_Up.invalidate();
+    m_Retry.start(wasRefused ? PauseAfterRefusalMs : hasStoodLong ? 0 : PauseMs);
     Q_EMIT Changed();
 }
 

@@ -6,6 +6,7 @@
 #include "remote/Streams.h"
 #include "velsqllib/RemoteLink.h"
 
+#include <QElapsedTimer>
 #include <QSocketNotifier>
 
 #include <memory>
@@ -48,6 +49,7 @@ private:
     bool m_MayStart = true;
     QString m_VersionNote;
     int m_Attempts = 0;
+    QElapsedTimer m_Up; ///< since the bridge first spoke of the server
     quint32 m_LastStream = 0;
     QTimer m_Retry;
     QTimer m_GreetingDue;

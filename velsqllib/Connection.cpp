@@ -9,6 +9,8 @@
 namespace {
 
 constexpr int AttemptIntervalMs = 1000;
+/// Where velsqlremote listens only while there is somebody behind it.
+constexpr int RemoteAttemptIntervalMs = 200;
 /// The RPC system puts this, exactly once, in front of the text of a failure that the other side has sent.
 constexpr kj::StringPtr RemotePrefix = "remote exception: "_kj;
 
@@ -67,6 +69,11 @@ QString Connection::Absence() const
                                                      : QString();
 }
 
+int Connection::AttemptInterval() const
+{
+    return m_IsRemote ? RemoteAttemptIntervalMs : AttemptIntervalMs;
+}
+
 void Connection::Search()
 {
     try {
@@ -87,7 +94,7 @@ void Connection::TellState()
 {
     m_NewsPending = false;
     if (!IsLost()) m_Search.stop();
-    else if (!m_Search.isActive()) m_Search.start(AttemptIntervalMs);
+    else if (!m_Search.isActive()) m_Search.start(AttemptInterval());
     const QString absence = Absence();
     if (std::exchange(m_ToldAbsence, absence) != absence) m_ServerChange();
 }
@@ -99,7 +106,7 @@ void Connection::EnsureUsable()
         if (m_Attachment->IsHanging()) throw ServerError(Absence());
         return;
     }
-    const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptIntervalMs;
+    const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptInterval();
     if (tooSoon || !Attach()) throw ServerError(WhyUnreachable());
 }
 

@@ -43,7 +43,7 @@ public:
     auto PingRequest() { return m_Attachment->Library().pingRequest(); }
 
     /// Makes every call on the server: `send` builds and sends the request, `read` reads the answer. Fails at once
-    /// while there is no server (it is looked for at most once a second) or while the server hangs. Throws ServerError
+    /// while there is no server (it is looked for a few times a second at most) or while the server hangs. Throws ServerError
     /// with the server's own description.
     template <std::invocable Send, typename Read>
     auto Call(Send&& send, Read&& read)
@@ -75,6 +75,7 @@ public:
 
 private:
     void EnsureUsable();
+    int AttemptInterval() const;
     void Search();
     void NoteState();
     void TellState();
