@@ -10,6 +10,7 @@ case ${1-} in
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
         echo "                                       what was recorded after kills and outages (default: 1000 kills)"
+        echo "       ./soak.sh --links [FAULTS]      links to another machine that die and hang (default: 1000 faults)"
         exit ;;
     --devices)
         scripts/install-packages.sh packaging/test-packages.txt
@@ -25,6 +26,11 @@ case ${1-} in
         scripts/install-packages.sh packaging/test-packages.txt
         scripts/build.sh release programs
         exec env QT_QPA_PLATFORM=offscreen VELSQL_BIN="$PWD/build/release/bin" python3 tests/faults/history_campaign.py "$@" ;;
+    --links)
+        case ${2-1000} in *[!0-9]* | '' | 0) echo "./soak.sh --links takes a number of faults" >&2; exit 2 ;; esac
+        scripts/build.sh release all
+        export VELSQL_SOAK_FAULTS=${2-1000} QT_QPA_PLATFORM=offscreen
+        exec build/release/bin/soak_links ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
 esac
 export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))

@@ -1,11 +1,10 @@
-#include "tests/remote/PrivateSshd.h"
 #include "tests/support/PrintQt.h"
+#include "tests/support/PrivateSshd.h"
 #include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/RemoteLink.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QProcess>
+#include <QElapsedTimer>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -18,44 +17,13 @@ namespace {
 
 constexpr int PatienceMs = 30'000;
 
-QString Program(const QString& name)
+struct LinkLoss : ::testing::Test
 {
-    return QCoreApplication::applicationDirPath() + u'/' + name;
-}
+    LinkLoss() { m_Machine.LinkTo(u"plant"_s); }
 
-/// velsqlremote with a program that only waits, and this process below it.
-class LinkLoss : public ::testing::Test
-{
-protected:
-    LinkLoss()
-    {
-        m_Launcher.start(Program(u"velsqlremote"_s),
-                         {u"plant"_s, u"sh"_s, u"-c"_s, u"echo $VELSQL_REMOTE_SOCKET; exec sleep 600"_s});
-        while (!m_Launcher.canReadLine() && m_Launcher.waitForReadyRead()) {
-        }
-        qputenv(RemoteLink::Variable, m_Launcher.readLine().trimmed());
-    }
-    ~LinkLoss() override
-    {
-        m_Launcher.terminate();
-        m_Launcher.waitForFinished();
-        qunsetenv(RemoteLink::Variable);
-    }
-
-    QList<pid_t> Ssh() const { return m_Machine.Processes("/usr/bin/ssh -F"); }
-    QList<pid_t> Bridges() const { return m_Machine.Processes("velsqlserver --connect"); }
-    QList<pid_t> Servers() const
-    {
-        return m_Machine.Processes(Program(u"velsqlserver"_s).toUtf8() + " --stop-when-idle");
-    }
-    static void SignalAll(const QList<pid_t>& processes, int signal)
-    {
-        for (const pid_t process : processes) kill(process, signal);
-    }
     bool HasStartedNothingHere() const { return !QDir(m_Machine.RuntimeHere() + u"/velsql"_s).exists(); }
 
     PrivateSshd m_Machine;
-    QProcess m_Launcher;
 };
 
 /// Counts a controller's events.
@@ -82,10 +50,14 @@ QString Failure(const std::function<void()>& call)
 
 TEST_F(LinkLoss, CallsEndWithAReasonAndEverythingRecovers)
 {
+    QList<pid_t> hit;
+    const auto signal = [&](const QList<pid_t>& processes, int number) { m_Machine.Signal(hit = processes, number); };
     const std::pair<const char*, std::function<void()>> losses[] = {
-        {"ssh killed", [&] { SignalAll(Ssh(), SIGKILL); }},
-        {"ssh frozen", [&] { SignalAll(Ssh(), SIGSTOP); }},
-        {"bridge killed", [&] { SignalAll(Bridges(), SIGKILL); }},
+        {"ssh killed", [&] { signal(m_Machine.Ssh(), SIGKILL); }},
+        {"ssh frozen", [&] { signal(m_Machine.Ssh(), SIGSTOP); }},
+        {"bridge killed", [&] { signal(m_Machine.Bridges(), SIGKILL); }},
+        {"network frozen", [&] { signal(m_Machine.Sshd(), SIGSTOP); }},
+        {"sshd killed", [&] { signal(m_Machine.Sshd(), SIGKILL); }},
     };
     RemoteLibrary library;
     const ControllerRef kiln = library.CreateEngine()->get_Controller(Variant(u"Kiln"_s));
@@ -95,19 +67,22 @@ TEST_F(LinkLoss, CallsEndWithAReasonAndEverythingRecovers)
     for (const auto& [name, breakLink] : losses) {
         breakLink();
         QString said;
-        EXPECT_TRUE(QTest::qWaitFor([&] { return !(said = Failure(call)).isEmpty(); }, PatienceMs)) << name;
+        QElapsedTimer time;
+        const auto fails = [&] { return time.start(), !(said = Failure(call)).isEmpty(); };
+        EXPECT_TRUE(QTest::qWaitFor(fails, PatienceMs)) << name;
+        EXPECT_LT(time.elapsed(), 6000) << name;
         EXPECT_TRUE(said.contains(u"server on "_s) && said.contains(u"@plant"_s)) << name << said.toStdString();
-        EXPECT_TRUE(QTest::qWaitFor([&] { return Failure(call).isEmpty(); }, PatienceMs)) << name;
+        signal(hit, SIGCONT);
+        m_Machine.Start();
         events.Count = 0;
-        EXPECT_TRUE(QTest::qWaitFor(
-            [&] {
-                Failure([&] { kiln->Stop(); });
-                Failure([&] { kiln->Start(); });
-                return events.Count > 0;
-            },
-            PatienceMs))
-            << name << ": the subscription is renewed";
-        EXPECT_TRUE(QTest::qWaitFor([&] { return Ssh().size() == 1 && Bridges().size() == 1; }, PatienceMs)) << name;
+        const auto isTold = [&] {
+            Failure([&] { kiln->Stop(); });
+            Failure([&] { kiln->Start(); });
+            return events.Count > 0;
+        };
+        EXPECT_TRUE(QTest::qWaitFor(isTold, PatienceMs)) << name << ": the subscription is renewed";
+        const auto isOne = [&] { return m_Machine.Ssh().size() == 1 && m_Machine.Bridges().size() == 1; };
+        EXPECT_TRUE(QTest::qWaitFor(isOne, PatienceMs)) << name;
         EXPECT_TRUE(HasStartedNothingHere());
     }
 }
@@ -116,32 +91,43 @@ TEST_F(LinkLoss, AServerThatWasThereAlreadyIsWaitedFor)
 {
     RemoteLibrary library;
     const EngineRef engine = library.CreateEngine();
-    SignalAll(Servers(), SIGKILL);
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return Failure([&] { engine->Start(); }).endsWith(u"No VelSQL server is running there."_s); },
-        PatienceMs));
-    EXPECT_TRUE(Failure([&] { library.CreateEngine(); }).endsWith(u"No VelSQL server is running there."_s));
-    EXPECT_EQ(Servers().size(), 0);
+    m_Machine.Signal(m_Machine.Servers(), SIGKILL);
+    const auto isMissed = [&] {
+        return Failure([&] { engine->Start(); }).endsWith(u"No VelSQL server is running there."_s);
+    };
+    EXPECT_TRUE(QTest::qWaitFor(isMissed, PatienceMs));
+    EXPECT_EQ(m_Machine.Servers().size(), 0);
 
     QProcess other;
-    const QString plant = m_Machine.Path(u"other.toml"_s);
     m_Machine.Write(u"other.toml"_s, "[[controller]]\nname = \"Mill\"\n");
-    other.start(Program(u"velsqlserver"_s),
-                {u"--socket"_s, m_Machine.Path(u"there/run/velsql/server.sock"_s), u"--plant"_s, plant});
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Failure([&] { engine->get_Controller(Variant(u"Mill"_s)); }).isEmpty(); },
-                                PatienceMs));
+    other.start(PrivateSshd::Program(u"velsqlserver"_s),
+                {u"--socket"_s, m_Machine.Path(u"there/run/velsql/server.sock"_s), u"--plant"_s,
+                 m_Machine.Path(u"other.toml"_s)});
+    const auto findsMill = [&] { return Failure([&] { engine->get_Controller(Variant(u"Mill"_s)); }).isEmpty(); };
+    EXPECT_TRUE(QTest::qWaitFor(findsMill, PatienceMs));
     other.terminate();
     other.waitForFinished();
+}
+
+TEST_F(LinkLoss, WhatIsSweptAwayIsOfferedAgain)
+{
+    for (const bool alsoLost : {false, true}) {
+        QFileInfo(qEnvironmentVariable(RemoteLink::Variable)).dir().removeRecursively();
+        if (alsoLost) PrivateSshd::Signal(m_Machine.Ssh(), SIGKILL);
+        const auto isOffered = [] { return Failure([] { RemoteLibrary().CreateEngine(); }).isEmpty(); };
+        EXPECT_TRUE(QTest::qWaitFor(isOffered, PatienceMs));
+    }
 }
 
 TEST_F(LinkLoss, WithoutItsLauncherNothingIsStartedNorLeft)
 {
     RemoteLibrary library;
     const EngineRef engine = library.CreateEngine();
-    m_Launcher.kill();
-    m_Launcher.waitForFinished();
+    m_Machine.m_Launcher.kill();
+    m_Machine.m_Launcher.waitForFinished();
     EXPECT_TRUE(Failure([&] { engine->Start(); }).contains(u"@plant"_s));
     EXPECT_TRUE(Failure([&] { RemoteLibrary().CreateEngine(); }).endsWith(u"velsqlremote has ended."_s));
     EXPECT_TRUE(HasStartedNothingHere());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Ssh().isEmpty() && Bridges().isEmpty(); }, PatienceMs));
+    const auto isNothingLeft = [&] { return m_Machine.Ssh().isEmpty() && m_Machine.Bridges().isEmpty(); };
+    EXPECT_TRUE(QTest::qWaitFor(isNothingLeft, PatienceMs));
 }

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/socket.h>
 
 namespace {
@@ -25,29 +24,22 @@ struct BothEnds : QObject
     /// Opens a stream; the sockets at its two outer ends.
     std::pair<Descriptor, Descriptor> Open(quint32 number)
     {
-        std::pair<Descriptor, Descriptor> outer;
-        NearStreams.Add(number, Inner(outer.first));
-        FarStreams.Add(number, Inner(outer.second));
-        return outer;
+        const auto [near, nearOuter] = Pair();
+        const auto [far, farOuter] = Pair();
+        NearStreams.Add(number, near);
+        FarStreams.Add(number, far);
+        return {Descriptor(nearOuter), Descriptor(farOuter)};
+    }
+    static std::array<int, 2> Pair()
+    {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends.data()), 0);
+        return ends;
     }
 
-    static int Inner(Descriptor& outer)
-    {
-        int ends[2];
-        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
-        outer.Reset(ends[0]);
-        return ends[1];
-    }
-    static std::array<Descriptor, 2> Pipe()
-    {
-        int ends[2];
-        EXPECT_EQ(pipe2(ends, O_CLOEXEC), 0);
-        return {Descriptor(ends[0]), Descriptor(ends[1])};
-    }
-
-    std::array<Descriptor, 2> There = Pipe(), Back = Pipe();
-    FramePipe Near{std::move(Back[0]), std::move(There[1]), PatienceMs};
-    FramePipe Far{std::move(There[0]), std::move(Back[1]), PatienceMs};
+    const std::array<int, 2> Link = Pair();
+    FramePipe Near{Descriptor(Link[0]), Descriptor(dup(Link[0])), PatienceMs};
+    FramePipe Far{Descriptor(Link[1]), Descriptor(dup(Link[1])), PatienceMs};
     Streams NearStreams{Near}, FarStreams{Far};
 };
 

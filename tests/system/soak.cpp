@@ -1,47 +1,19 @@
 #include "controller/EventList.h"
 #include "core/modMain.h"
 #include "history/frmHistory.h"
+#include "tests/system/SoakMemory.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QPixmapCache>
 
 #include <iostream>
-#include <malloc.h>
-
-#ifdef __SANITIZE_ADDRESS__
-extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // GCC brings no header of it
-#endif
 
 namespace {
 
 /// What a round after the warm-up may add to the heap, in KiB. Qt's cache of pictures keeps the names of pictures that
 /// it has dropped, some 20 KiB of them a round; 42 KiB a round were measured under the sanitizer.
 constexpr qint64 MostGrowth = 64;
-
-/// What this process holds of the heap, in KiB. What the process takes from the system would say less: a sanitizer
-/// keeps what was given back, and remembers who asked for it.
-qint64 HeapInUse()
-{
-#ifdef __SANITIZE_ADDRESS__
-    return static_cast<qint64>(__sanitizer_get_current_allocated_bytes() / 1024);
-#else
-    const struct mallinfo2 heap = mallinfo2();
-    return static_cast<qint64>((heap.uordblks + heap.hblkhd) / 1024);
-#endif
-}
-
-/// Resident memory of a process in KiB; 0 when it is not there.
-qint64 ResidentOf(qint64 process)
-{
-    QFile status(u"/proc/%1/status"_s.arg(process));
-    if (!status.open(QIODevice::ReadOnly)) return 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:")) return line.simplified().split(' ')[1].toLongLong();
-    }
-    return 0;
-}
 
 /// Works like an operator with little patience, round after round; soak.sh says how long.
 class Soak : public SystemConsole

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "tests/support/PrivateSshd.h"
+
+#include <functional>
+#include <random>
+#include <vector>
+
+/// A fault of the link: how often it happens compared with others, for how long, and what puts it right if it does not
+/// go by itself.
+struct SoakFault
+{
+    const char* Name;
+    int Weight;
+    std::pair<int, int> PauseMs;
+    std::function<void()> Happen;
+    /// Runs in a thread of its own, because a call may hold the console meanwhile.
+    std::function<void()> Mend = {};
+};
+
+/// What can happen to the link between a program and the server of another machine.
+class SoakFaults
+{
+public:
+    SoakFaults(PrivateSshd& machine, std::mt19937& random);
+
+    std::vector<SoakFault> All();
+    QList<pid_t> Servers() const;
+
+private:
+    QList<pid_t> OneOf(const QList<pid_t>& all);
+    QList<pid_t> Launcher() const;
+    void Freeze(const QList<pid_t>& processes);
+    void StartServerThere() const;
+    /// As one that tidies up temporary files does it, in a bad moment.
+    void SweepAwayAndKill() const;
+
+    PrivateSshd& m_Machine;
+    std::mt19937& m_Random;
+    QList<pid_t> m_Frozen;
+};
