@@ -69,7 +69,7 @@ void SshProcess::Start()
     m_Process.setChildProcessModifier([in = input.Number(), out = output.Number()] {
         dup2(in, STDIN_FILENO);
         dup2(out, STDOUT_FILENO);
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // a launcher that is killed leaves no ssh
+        prctl(PR_SET_PDEATHSIG, SIGTERM); // a launcher that is killed leaves no ssh, nor those for jumps
     });
     m_Process.start();
 }
