@@ -13,12 +13,6 @@ const QString s_Types[] = {QStringLiteral("text"),      QStringLiteral("text"), 
                            QStringLiteral("timestamp"), QStringLiteral("float8"), QStringLiteral("bigint"),
                            QStringLiteral("integer")};
 
-PGconn* ConnectionOf(const DatabaseSession& session)
-{
-    const QVariant handle = session.Database().driver()->handle();
-    return handle.typeName() == QByteArrayView("PGconn*") ? *static_cast<PGconn* const*>(handle.constData()) : nullptr;
-}
-
 DatabaseError ErrorOf(PGconn* connection, PGresult* result)
 {
     const char* code = PQresultErrorField(result, PG_DIAG_SQLSTATE);
@@ -36,13 +30,21 @@ QString Storable(QStringView text)
 
 } // namespace
 
+PGconn* LibraryConnection(const DatabaseSession& session)
+{
+    // Qt names the type as the library declares it, or as its header calls it.
+    const QVariant handle = session.Database().driver()->handle();
+    const QByteArrayView name = handle.typeName();
+    return name == "PGconn*" || name == "pg_conn*" ? *static_cast<PGconn* const*>(handle.constData()) : nullptr;
+}
+
 RowFeed::RowFeed(const DatabaseSession& session, const QString& table)
     : m_Session(session)
     , m_Columns(static_cast<qsizetype>(std::size(s_Types)))
 {
     for (const Way way : {Way::Copy, Way::Arrays}) {
         m_Way = way;
-        if (way == Way::Copy && !ConnectionOf(session)) continue;
+        if (way == Way::Copy && !LibraryConnection(session)) continue;
         try {
             Send(table, {QStringLiteral("controller_name")});
             return;
@@ -92,7 +94,7 @@ void RowFeed::Send(const QString& table, const QStringList& columns)
 void RowFeed::Copy(const QString& statement)
 {
     using Result = std::unique_ptr<PGresult, decltype(&PQclear)>;
-    PGconn* connection = ConnectionOf(m_Session);
+    PGconn* connection = LibraryConnection(m_Session);
     const Result begun(PQexec(connection, statement.toUtf8().constData()), &PQclear);
     if (PQresultStatus(begun.get()) != PGRES_COPY_IN) throw ErrorOf(connection, begun.get());
     const bool isSent = PQputCopyData(connection, m_Text.constData(), static_cast<int>(m_Text.size())) == 1 &&

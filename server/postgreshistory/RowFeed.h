@@ -2,7 +2,7 @@
 
 #include "server/database/Database.h"
 
-#include <span>
+struct pg_conn;
 
 /// Brings rows into a table, by the quickest way that the server proves to support.
 class RowFeed
@@ -41,3 +41,6 @@ private:
     QByteArray m_Text;            ///< Copy: the rows as they are sent
     QList<QStringList> m_Columns; ///< other ways: the literals of each column
 };
+
+/// The connection as PostgreSQL's own library knows it; null when the driver does not provide it.
+pg_conn* LibraryConnection(const DatabaseSession& session);

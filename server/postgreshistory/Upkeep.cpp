@@ -3,12 +3,12 @@
 #include "server/log/Log.h"
 #include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresRetention.h"
+#include "server/postgreshistory/RowFeed.h"
 
 #include <condition_variable>
 #include <libpq-fe.h>
 #include <mutex>
 #include <QDateTime>
-#include <QSqlDriver>
 
 namespace {
 
@@ -27,10 +27,9 @@ struct Upkeep::Breaker
 {
     void Arm(const DatabaseSession& session)
     {
-        const QVariant handle = session.Database().driver()->handle();
-        if (handle.typeName() != QByteArrayView("PGconn*")) return;
+        PGconn* connection = LibraryConnection(session);
         const std::lock_guard lock(Guard);
-        Cancel.reset(PQgetCancel(*static_cast<PGconn* const*>(handle.constData())));
+        if (connection) Cancel.reset(PQgetCancel(connection));
     }
     void Break()
     {

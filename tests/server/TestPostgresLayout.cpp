@@ -1,5 +1,6 @@
 #include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresRetention.h"
+#include "server/postgreshistory/RowFeed.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/support/PostgresRun.h"
 
@@ -62,6 +63,7 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     const QString openParts = Ask(s_Parts);
     EXPECT_TRUE(openParts.startsWith(u"8,velsql_rows_o20240131_0000 "_s)) << openParts.toStdString();
     const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+    EXPECT_EQ(RowFeed(session, u"velsql_rows"_s).How(), RowFeed::Way::Copy);
     PartitionCare care(session, m_Names, m_Progress);
     EXPECT_TRUE(care.CloseNext(s_Later));
     EXPECT_EQ(Disagreement(), u"8,0 of 182") << "in part";
