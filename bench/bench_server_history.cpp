@@ -1,20 +1,27 @@
-// Values recorded a second into SQLite, against a bare loop of prepared inserts in transactions of the same size.
+// Values recorded into SQLite a second, against a bare loop of prepared inserts into a table without an index; and how
+// long typical questions to what was recorded take.
 #include "bench/Figures.h"
-#include "server/history/Recorder.h"
+#include "server/history/History.h"
+#include "server/sqlitehistory/PartitionFolder.h"
 
+#include <kj/async-io.h>
+#include <QCommandLineParser>
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QTemporaryDir>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <sqlite3.h>
+#include <thread>
 
 namespace {
 
-constexpr int Values = 150'000; // within what may wait for a database
-constexpr int ValuesPerTransaction = 5000;
-constexpr int Rounds = 3;
+constexpr qint64 ItemCount = 1000;
+constexpr qint64 SecondsBetween = 10; // of the values of an item
+constexpr qint64 ValuesPerTransaction = 5000;
+constexpr qint64 RoundValues = 1'000'000;
 using Clock = std::chrono::steady_clock;
 
 double SecondsSince(Clock::time_point start)
@@ -28,6 +35,23 @@ void Do(sqlite3* database, const char* statement)
         qFatal("%s", sqlite3_errmsg(database));
 }
 
+/// What all values are made of: each item a wave of its own.
+double ValueOf(qint64 number)
+{
+    return static_cast<double>(number % ItemCount) + static_cast<double>(number / ItemCount % 400) * 0.25;
+}
+
+QString ItemOf(qint64 number)
+{
+    return QStringLiteral("Temperature%1").arg(number % ItemCount);
+}
+
+TimeStamp TimeOf(qint64 number)
+{
+    static const TimeStamp begin{std::chrono::seconds(QDateTime(QDate(2024, 1, 31), {}).toSecsSinceEpoch())};
+    return begin + std::chrono::seconds(number / ItemCount * SecondsBetween);
+}
+
 /// The floor: nothing but the database's own library.
 double InsertBare(const QString& path)
 {
@@ -38,12 +62,14 @@ double InsertBare(const QString& path)
     Do(database, "CREATE TABLE t (controller_name TEXT, item_name TEXT, item_value NUMERIC, item_time TEXT)");
     sqlite3_stmt* insert = nullptr;
     sqlite3_prepare_v2(database, "INSERT INTO t VALUES (?, ?, ?, ?)", -1, &insert, nullptr);
+    std::vector<QByteArray> names;
+    for (qint64 i = 0; i < ItemCount; ++i) names.push_back(ItemOf(i).toUtf8());
     const auto start = Clock::now();
-    for (int i = 0; i < Values; ++i) {
+    for (qint64 i = 0; i < RoundValues; ++i) {
         if (i % ValuesPerTransaction == 0) Do(database, "BEGIN");
         sqlite3_bind_text(insert, 1, "PLC1", -1, SQLITE_STATIC);
-        sqlite3_bind_text(insert, 2, "Temperature", -1, SQLITE_STATIC);
-        sqlite3_bind_double(insert, 3, i * 0.5);
+        sqlite3_bind_text(insert, 2, names[static_cast<std::size_t>(i % ItemCount)].constData(), -1, SQLITE_STATIC);
+        sqlite3_bind_double(insert, 3, ValueOf(i));
         sqlite3_bind_text(insert, 4, "2024-01-31 12:00:00.123456", -1, SQLITE_STATIC);
         if (sqlite3_step(insert) != SQLITE_DONE) qFatal("%s", sqlite3_errmsg(database));
         sqlite3_reset(insert);
@@ -55,37 +81,144 @@ double InsertBare(const QString& path)
     return seconds;
 }
 
-/// Both must have written the same: how many values, how many items, and their sum.
-QString ContentsOf(const QString& path, const char* table)
+/// A history in a file of its own, asked as the server asks it.
+class Recorded
 {
-    sqlite3* database = nullptr;
-    sqlite3_stmt* query = nullptr;
-    const QByteArray statement = QByteArray("SELECT count(*) || ' ' || sum(item_value) || ' ' || count(DISTINCT "
-                                            "controller_name || item_name || typeof(item_value)) FROM ") +
-                                 table;
-    if (sqlite3_open(path.toUtf8().constData(), &database) != SQLITE_OK ||
-        sqlite3_prepare_v2(database, statement.constData(), -1, &query, nullptr) != SQLITE_OK ||
-        sqlite3_step(query) != SQLITE_ROW)
-        qFatal("%s", sqlite3_errmsg(database));
-    const QString contents = QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(query, 0)));
-    sqlite3_finalize(query);
-    sqlite3_close(database);
-    return contents;
+public:
+    explicit Recorded(const QString& path)
+        : m_Io(kj::setupAsyncIo())
+        , m_History(SettingsFor(path), m_Io.provider->getTimer())
+    {
+    }
+
+    /// Records values from `first` on; the names' texts are made before. Returns the seconds that it takes.
+    double Record(qint64 first, qint64 count)
+    {
+        if (m_Names.empty())
+            for (qint64 i = 0; i < ItemCount; ++i) m_Names.push_back(ItemOf(i));
+        const auto start = Clock::now();
+        for (qint64 i = first; i < first + count; ++i) {
+            m_History.Record({m_Controller, m_Names[static_cast<std::size_t>(i % ItemCount)], ValueOf(i), TimeOf(i)});
+            // Not more than may wait in memory.
+            if ((i + 1) % 50'000 == 0 && !m_History.Flush(600'000)) qFatal("not written");
+        }
+        if (!m_History.Flush(600'000)) qFatal("not written");
+        return SecondsSince(start);
+    }
+
+    /// The rows of the answer, and the seconds until its first and last row.
+    struct Answer
+    {
+        qint64 Rows;
+        double First;
+        double Last;
+    };
+    Answer Ask(const QString& statement, bool toTheEnd = true)
+    {
+        const auto start = Clock::now();
+        const ResultSpoolRef result = m_History.Ask({statement}, m_User).wait(m_Io.waitScope);
+        double first = 0.0;
+        for (;;) {
+            const ResultProgress progress = result->Progress();
+            if (first == 0.0 && (progress.RowsSoFar > 0 || progress.Complete)) first = SecondsSince(start);
+            if (!progress.Failure.isEmpty()) qFatal("%s", qPrintable(progress.Failure));
+            if (progress.Complete || (first > 0.0 && !toTheEnd))
+                return {progress.RowsSoFar, first, SecondsSince(start)};
+            result->NoteAsked();
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+    }
+
+private:
+    static HistorySettings SettingsFor(const QString& path)
+    {
+        HistorySettings settings;
+        settings.Destinations[0].ConnectionString = QStringLiteral("Driver=SQLite;Database=") + path;
+        settings.Spool.Folder = path + QStringLiteral(".spool");
+        settings.Destinations[0].MaxBytes = 0; // the floor deletes nothing either
+        return settings;
+    }
+
+    kj::AsyncIoContext m_Io;
+    const HistoryUserRef m_User = std::make_shared<HistoryUser>();
+    History m_History;
+    const QString m_Controller = QStringLiteral("PLC1");
+    std::vector<QString> m_Names;
+};
+
+qint64 BytesBelow(const QString& folder)
+{
+    qint64 bytes = 0;
+    for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot))
+        bytes += file.isDir() ? BytesBelow(file.filePath()) : file.size();
+    return bytes;
 }
 
-double RecordAll(const QString& path)
+QString Day(qint64 number)
 {
-    HistoryDestination destination;
-    destination.ConnectionString = QStringLiteral("Driver=SQLite;Database=") + path;
-    destination.MaxRecord = 0; // the floor deletes nothing either
-    Recorder recorder(1, destination, {.Folder = path + QStringLiteral(".spool")});
-    TimeStamp time = std::chrono::system_clock::now();
+    return QDate(2024, 1, 31).addDays(number).toString(Qt::ISODate);
+}
+
+void Print(const char* what, double figure, const char* unit)
+{
+    std::printf("  %-62s %10.1f %s\n", what, figure, unit);
+}
+
+/// The oldest partition goes, as retention lets it go: the last figure.
+bool DropOldest(const QString& path)
+{
+    const PartitionFolder parts(path, QStringLiteral("velsql_history"));
+    const PartitionFile oldest = parts.Files().front();
+    const auto rows = static_cast<double>(PartitionFolder::ContentsOf(oldest).Range.Rows);
     const auto start = Clock::now();
-    for (int i = 0; i < Values; ++i)
-        recorder.Record(
-            {QStringLiteral("PLC1"), QStringLiteral("Temperature"), i * 0.5, time += std::chrono::microseconds(100)});
-    if (!recorder.Flush(60'000)) qFatal("not written");
-    return SecondsSince(start);
+    PartitionFolder::Remove(oldest);
+    const double seconds = SecondsSince(start);
+    Print("values in the oldest partition", rows, "");
+    Print("to drop it", seconds * 1e3, "ms");
+    return seconds <= 1.0;
+}
+
+/// Best of some, as the disk's cache makes the first one slower.
+double Best(Recorded& history, const QString& statement, qint64 rows, bool toTheEnd = true)
+{
+    double best = 1e9;
+    for (int round = 0; round < 3; ++round) {
+        const Recorded::Answer answer = history.Ask(statement, toTheEnd);
+        if (rows >= 0 && answer.Rows != rows)
+            qFatal("%lld rows instead of %lld: %s", answer.Rows, rows, qPrintable(statement));
+        best = std::min(best, toTheEnd ? answer.Last : answer.First);
+    }
+    return best;
+}
+
+bool AskAll(Recorded& history, qint64 rows)
+{
+    const qint64 days = rows / ItemCount * SecondsBetween / 86'400;
+    const qint64 day = days / 2;
+    const qint64 inDay = std::min<qint64>(86'400 / SecondsBetween, rows / ItemCount);
+    const QString one =
+        QStringLiteral("SELECT item_time, item_value FROM velsql_history WHERE controller_name = 'PLC1' "
+                       "AND item_name = 'Temperature77' AND item_time >= '%1' AND item_time < '%2'")
+            .arg(Day(day), Day(day + 1));
+    const double ofDay = Best(history, one, inDay);
+    const double first = Best(history, QStringLiteral("SELECT * FROM velsql_history ORDER BY item_time"), -1, false);
+    const double last =
+        Best(history, QStringLiteral("SELECT * FROM velsql_history ORDER BY item_time DESC"), -1, false);
+    const double minutes =
+        Best(history,
+             QStringLiteral("SELECT sum(value_count), min(smallest), max(largest) FROM velsql_minutes "
+                            "WHERE controller_name = 'PLC1' AND item_name = 'Temperature77'"),
+             1);
+    const double hours = Best(history,
+                              QStringLiteral("SELECT sum(value_count), min(smallest), max(largest) FROM velsql_hours "
+                                             "WHERE controller_name = 'PLC1' AND item_name = 'Temperature77'"),
+                              1);
+    Print("one item, one day", ofDay * 1e3, "ms");
+    Print("ORDER BY item_time: first page", first * 1e3, "ms");
+    Print("ORDER BY item_time DESC: first page", last * 1e3, "ms");
+    Print("one item's minutes, all of them", minutes * 1e3, "ms");
+    Print("one item's hours, all of them", hours * 1e3, "ms");
+    return ofDay <= 0.1 && first <= 1.0 && last <= 1.0;
 }
 
 } // namespace
@@ -93,23 +226,45 @@ double RecordAll(const QString& path)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const QTemporaryDir folder;
+    QCommandLineParser parser;
+    const QCommandLineOption rowsOption(QStringLiteral("rows"), QStringLiteral("How many values are recorded."),
+                                        QStringLiteral("N"), QStringLiteral("3000000"));
+    const QCommandLineOption folderOption(QStringLiteral("folder"), QStringLiteral("Where the files lie meanwhile."),
+                                          QStringLiteral("FOLDER"), QDir::tempPath());
+    parser.addOptions({rowsOption, folderOption});
+    parser.process(application);
+    const qint64 rows = std::max(parser.value(rowsOption).toLongLong() / RoundValues, qint64{2}) * RoundValues;
+    const QTemporaryDir folder(parser.value(folderOption) + QStringLiteral("/history-XXXXXX"));
+    Recorded history(folder.filePath(QStringLiteral("recorded/history.db")));
     double bare = 1e9;
-    double recorded = 1e9;
-    QStringList wrong;
-    for (int round = 0; round < Rounds; ++round) {
-        const QString barePath = folder.filePath(QStringLiteral("bare%1.db").arg(round));
-        const QString recordedPath = folder.filePath(QStringLiteral("recorded%1.db").arg(round));
-        bare = std::min(bare, InsertBare(barePath));
-        recorded = std::min(recorded, RecordAll(recordedPath));
-        const QString contents = ContentsOf(recordedPath, "velsql_history");
-        const bool isAll = contents.startsWith(QStringLiteral("%1 ").arg(Values));
-        if (!isAll || contents != ContentsOf(barePath, "t")) wrong.append(contents);
+    double best = 1e9;
+    double firstMillion = 0.0;
+    double lastMillion = 0.0;
+    const auto start = Clock::now();
+    for (qint64 done = 0; done < rows; done += RoundValues) {
+        lastMillion = history.Record(done, RoundValues);
+        if (done == 0) firstMillion = lastMillion;
+        best = std::min(best, lastMillion);
     }
-    std::printf("%d values, transactions of %d, best of %d rounds\n", Values, ValuesPerTransaction, Rounds);
-    std::printf("  %-52s %9.0f a second\n", "bare prepared inserts", Values / bare);
-    std::printf("  %-52s %9.0f a second\n", "recorded", Values / recorded);
-    if (!wrong.isEmpty()) std::printf("  FAILED: recorded was %s\n", qPrintable(wrong.join(u'\n')));
-    const bool quick = Figures::PrintRatio(QStringLiteral("time: recorded / bare"), recorded / bare, 1.0 / 0.3);
-    return quick && wrong.isEmpty() ? 0 : 1;
+    const double all = SecondsSince(start);
+    for (int round = 0; round < 2; ++round)
+        bare = std::min(bare, InsertBare(folder.filePath(QStringLiteral("bare%1.db").arg(round))));
+    std::printf("%lld values of %lld items, one each %lld s, transactions of %lld\n", rows, ItemCount, SecondsBetween,
+                ValuesPerTransaction);
+    Print("bare prepared inserts", RoundValues / bare, "a second");
+    Print("recorded: all", static_cast<double>(rows) / all, "a second");
+    Print("recorded: the first million", RoundValues / firstMillion, "a second");
+    Print("recorded: the last million", RoundValues / lastMillion, "a second");
+    Print("on the disk",
+          static_cast<double>(BytesBelow(folder.filePath(QStringLiteral("recorded")))) / static_cast<double>(rows),
+          "bytes a value");
+    const qint64 counted = history.Ask(QStringLiteral("SELECT 1 FROM velsql_history")).Rows;
+    if (counted != rows) std::printf("  FAILED: %lld rows are there\n", counted);
+    const bool answers = AskAll(history, rows);
+    const bool drops = DropOldest(folder.filePath(QStringLiteral("recorded/history.db")));
+    const double average = all * static_cast<double>(RoundValues) / static_cast<double>(rows);
+    const bool quick = Figures::PrintRatio(QStringLiteral("time: recorded / bare"), average / bare, 1.0 / 0.4);
+    const bool flat = Figures::PrintRatio(QStringLiteral("time: last million / first million"),
+                                          lastMillion / firstMillion, 1.0 / 0.8);
+    return quick && flat && answers && drops && counted == rows ? 0 : 1;
 }

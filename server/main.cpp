@@ -5,6 +5,7 @@
 #include "server/ServerPlace.h"
 #include "server/ServerProcess.h"
 #include "server/sources/modbus/Probe.h"
+#include "server/sqlitehistory/Backup.h"
 #include "server/worker/Worker.h"
 #include "velsqllib/WireText.h"
 
@@ -37,6 +38,9 @@ void DefineOptions(QCommandLineParser& parser)
         {QStringLiteral("probe"),
          QStringLiteral("Only print what a Modbus device has at the addresses that follow, such as holding:0-20."),
          QStringLiteral("modbus-tcp://host:port/unit")},
+        {QStringLiteral("backup"),
+         QStringLiteral("Only copy the plant's history from SQLite to <file>, also while it is recorded."),
+         QStringLiteral("file")},
         {QStringLiteral("socket"), QStringLiteral("Listen at <path> instead of the user's runtime folder."),
          QStringLiteral("path")},
         {QStringLiteral("log-level"), QStringLiteral("Log what is at least an error, a warning, info or debug."),
@@ -143,6 +147,15 @@ int Probe(const QCommandLineParser& parser)
     return 0;
 }
 
+int BackUp(const QString& plant, const QString& file)
+{
+    const HistoryDestination from = HistoryOf(plant).Destinations[0];
+    if (from.ConnectionString.isEmpty() || DatabaseAddress(from.ConnectionString).IsPostgreSql())
+        throw DescribedError(QStringLiteral("Only a history in SQLite is backed up here; PostgreSQL has pg_dump."));
+    std::printf("%lld records\n", static_cast<long long>(BackUpHistory(from, QFileInfo(file).absoluteFilePath())));
+    return 0;
+}
+
 int Run(const QCommandLineParser& parser)
 {
     if (parser.isSet(QStringLiteral("probe"))) return Probe(parser);
@@ -152,6 +165,8 @@ int Run(const QCommandLineParser& parser)
     if (parser.isSet(QStringLiteral("log-level"))) ApplyLogLevel(parser.value(QStringLiteral("log-level")));
     if (parser.isSet(QStringLiteral("log-file"))) LogToFile(parser.value(QStringLiteral("log-file")));
     if (parser.isSet(QStringLiteral("check"))) return Check(PlantPath(parser));
+    if (parser.isSet(QStringLiteral("backup")))
+        return BackUp(PlantPath(parser), parser.value(QStringLiteral("backup")));
     if (parser.isSet(QStringLiteral("connect"))) return Connect(parser);
     return Serve(ReadOptions(parser));
 }

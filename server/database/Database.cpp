@@ -163,15 +163,6 @@ bool IsCodeOfValue(const QString& code)
     return primary >= 18 && primary <= 20;
 }
 
-/// SQLite gives this file the mode that the database has at that moment, and keeps it. If it were created while the
-/// database was read-only, it would refuse every later writer.
-void MendSharedMemoryFile(const QString& database)
-{
-    const QString path = database + QStringLiteral("-shm");
-    const bool isStale = QFileInfo::exists(path) && !QFileInfo(path).isWritable() && QFileInfo(database).isWritable();
-    if (isStale) QFile::setPermissions(path, QFileInfo(database).permissions());
-}
-
 QString NextName()
 {
     static std::atomic<quint64> count = 0;

@@ -18,8 +18,8 @@ struct HistoryDestination
     QString ConnectionString; ///< empty when not used
     QString TableName = QStringLiteral("velsql_history");
     // What is kept: the oldest goes beyond any of these. With none of them: DefaultBytes.
-    qint32 MaxRecord = 100'000;     ///< records; 0: any number
-    std::optional<qint64> MaxBytes; ///< on the disk; 0: any
-    std::chrono::seconds Keep{0};   ///< time; 0: for ever
+    qint32 MaxRecord = 0;                ///< records; 0: any number
+    std::optional<qint64> MaxBytes = {}; ///< on the disk; 0: any
+    std::chrono::seconds Keep{0};        ///< time; 0: for ever
     Durability Surviving = Durability::Process;
 };

@@ -20,11 +20,11 @@ public:
     virtual bool IsGone() const { return false; }
     /// Adds the values and notes the position that this reaches, in one transaction. If it throws DatabaseError,
     /// nothing has changed, unless the connection was lost: then Written tells.
-    void Write(std::span<const RecordedValue> values, SpoolPosition position);
+    virtual void Write(std::span<const RecordedValue> values, SpoolPosition position);
     /// The last sequence of a spool that has been written; 0 when none is known. Throws DatabaseError.
-    quint64 Written(quint64 spool) const { return m_Positions.Written(spool); }
+    virtual quint64 Written(quint64 spool) const { return m_Positions.Written(spool); }
     /// A spool has been emptied and will not come back. Throws DatabaseError.
-    void Forget(quint64 spool) const { m_Positions.Forget(spool); }
+    virtual void Forget(quint64 spool) const { m_Positions.Forget(spool); }
 
 protected:
     /// The table's name may be "<schema>.<table>". Throws DescribedError when the database cannot be opened.

@@ -51,3 +51,10 @@ void TakeFromOthers(const QString& path)
     for (const char16_t* companion : {u"", u"-wal", u"-shm", u"-journal"})
         TakeAway(path + QString::fromUtf16(companion), OfFile);
 }
+
+void MendSharedMemoryFile(const QString& database)
+{
+    const QString path = database + QStringLiteral("-shm");
+    const bool isStale = QFileInfo::exists(path) && !QFileInfo(path).isWritable() && QFileInfo(database).isWritable();
+    if (isStale) QFile::setPermissions(path, QFileInfo(database).permissions());
+}

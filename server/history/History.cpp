@@ -78,9 +78,9 @@ QString History::TableName(qint32 index) const
 
 kj::Promise<ResultSpoolRef> History::Ask(Inquiry asked, const HistoryUserRef& user)
 {
-    const QString& where = Destination(1).ConnectionString;
-    if (where.isEmpty()) throw ServerError(QStringLiteral("The history has no destination 1 to query."));
-    return m_Runner.Run(DatabaseAddress(where), std::move(asked), user);
+    if (Destination(1).ConnectionString.isEmpty())
+        throw ServerError(QStringLiteral("The history has no destination 1 to query."));
+    return m_Runner.Run(Destination(1), std::move(asked), user);
 }
 
 void History::SayWhatWaitsForOthers() const

@@ -1,8 +1,8 @@
 #include "server/history/Recorder.h"
 
-#include "server/history/SqliteTable.h"
 #include "server/log/Log.h"
 #include "server/postgreshistory/PostgresTable.h"
+#include "server/sqlitehistory/SqliteTable.h"
 
 #include <mutex>
 #include <QHash>

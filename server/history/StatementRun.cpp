@@ -3,11 +3,13 @@
 #include "core/automation/Errors.h"
 #include "server/history/ResultRows.h"
 #include "server/history/SqlText.h"
+#include "server/sqlitehistory/HistoryTables.h"
 #include "velsqllib/WireText.h"
 
 #include <QSqlQuery>
 #include <QSqlRecord>
 
+#include <optional>
 #include <thread>
 
 namespace {
@@ -37,11 +39,18 @@ void StatementRun::operator()(const std::stop_token& stop) const
 void StatementRun::Run(const std::stop_token& stop) const
 {
     const DatabaseSession session(Address);
+    std::optional<HistoryTables> tables;
+    if (sqlite3* handle = session.SqliteHandle()) tables.emplace(handle, Address.Database(), Table);
     Breaker->Arm(session);
     // After the queries, whose destructors read to the end, and before the session closes.
     const auto disarm = kj::defer([&] { Breaker->Disarm(); });
-    if (Asked.Fill) FillResult(session, stop);
-    else RunStatement(session, stop);
+    try {
+        if (Asked.Fill) FillResult(session, stop);
+        else RunStatement(session, stop);
+    } catch (const DescribedError&) {
+        if (tables && !tables->Refusal().isEmpty()) throw DescribedError(tables->Refusal());
+        throw;
+    }
 }
 
 void StatementRun::RunStatement(const DatabaseSession& session, const std::stop_token& stop) const

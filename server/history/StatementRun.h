@@ -38,6 +38,7 @@ struct StatementRun
     using Fulfiller = kj::CrossThreadPromiseFulfiller<ResultSpoolRef>;
 
     DatabaseAddress Address;
+    QString Table; ///< the history's
     Inquiry Asked;
     StatementLimits Limits;
     StatementBreakerRef Breaker;

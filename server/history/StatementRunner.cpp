@@ -102,9 +102,10 @@ StatementRunner::~StatementRunner()
     RequestStop();
 }
 
-kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address, Inquiry asked,
+kj::Promise<ResultSpoolRef> StatementRunner::Run(const HistoryDestination& destination, Inquiry asked,
                                                  const HistoryUserRef& user)
 {
+    const DatabaseAddress address(destination.ConnectionString);
     ForgetDone();
     RefuseTooMany(user);
     auto result = kj::newPromiseAndCrossThreadFulfiller<ResultSpoolRef>();
@@ -114,7 +115,8 @@ kj::Promise<ResultSpoolRef> StatementRunner::Run(const DatabaseAddress& address,
     const auto running = std::make_shared<Statement>(++m_LastNumber, asked.Text, user);
     running->Breaker = breaker;
     running->GiveUp = std::make_shared<GiveUpRef::element_type>(kj::mv(giveUp.fulfiller));
-    running->Thread.emplace(StatementRun{address, std::move(asked), m_Limits, breaker, fulfiller});
+    running->Thread.emplace(
+        StatementRun{address, destination.TableName, std::move(asked), m_Limits, breaker, fulfiller});
     m_Statements.push_back(running);
     if (!std::exchange(m_IsWatching, true)) m_Watching = Watch().eagerlyEvaluate(nullptr);
     return result.promise.exclusiveJoin(kj::mv(giveUp.promise)).then(Impatience<Statement>(running));

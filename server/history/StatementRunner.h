@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/database/HistoryDestination.h"
 #include "server/history/StatementRun.h"
 
 #include <kj/timer.h>
@@ -38,7 +39,7 @@ public:
     /// The result, as soon as its columns are known; its rows follow. Reading ends when the last reference to the
     /// result is dropped. Throws DescribedError when too many statements are running; the promise fails with the
     /// database's description.
-    kj::Promise<ResultSpoolRef> Run(const DatabaseAddress& address, Inquiry asked, const HistoryUserRef& user);
+    kj::Promise<ResultSpoolRef> Run(const HistoryDestination& destination, Inquiry asked, const HistoryUserRef& user);
     /// The running statements, one text each: its number, how long it has been running, how many rows it has returned,
     /// and the statement itself, shortened.
     QStringList Describe() const;

@@ -33,7 +33,8 @@ constexpr std::array<Unit, 10> Units = {{{u"ms", 1e3},
 double MicrosecondsOf(QStringView name)
 {
     for (const Unit& unit : Units) {
-        const bool isPlural = unit.Name.size() > 3 && name.chopped(name.endsWith(u's') ? 1 : 0) == unit.Name;
+        const bool isPlural =
+            unit.Name.size() > 2 && unit.Name != u"min" && name.chopped(name.endsWith(u's') ? 1 : 0) == unit.Name;
         if (name == unit.Name || isPlural) return unit.Microseconds;
     }
     return 0;

@@ -2,6 +2,7 @@
 
 #include "core/automation/SafeArray.h"
 #include "server/plantfile/DeviceReader.h"
+#include "server/plantfile/HistorySection.h"
 #include "server/plantfile/ItemReader.h"
 #include "server/plantfile/PublishReader.h"
 #include "server/plantfile/TagFile.h"
@@ -62,40 +63,6 @@ void ReadController(FileTable& table, Plant& plant, ItemReader& reader, bool kee
     } catch (const DescribedError& error) {
         table.Refuse("tags", error.Description());
     }
-}
-
-HistoryDestination ReadDestination(FileTable table, HistoryDestination destination)
-{
-    destination.ConnectionString = table.Text("connection", destination.ConnectionString);
-    destination.TableName = table.Text("table", destination.TableName);
-    destination.MaxRecord = table.Integer("max_record", 0, 2'147'483'647, destination.MaxRecord);
-    table.RefuseOthers();
-    try {
-        if (!destination.ConnectionString.isEmpty()) const DatabaseAddress address(destination.ConnectionString);
-    } catch (const DescribedError& error) {
-        table.Refuse("connection", error.Description());
-    }
-    return destination;
-}
-
-HistorySettings ReadHistory(FileTable table)
-{
-    HistorySettings settings = DefaultHistorySettings();
-    settings.Enabled = table.Flag("enabled", true);
-    constexpr qint32 MostSeconds = 30 * 24 * 60 * 60;
-    settings.Limits.UntilFirstPage = std::chrono::seconds(table.Integer("statement_timeout", 0, MostSeconds, 600));
-    settings.Limits.ResultBytes = table.Integer("result_megabytes", 0, 1'000'000, 0) * qint64{1024 * 1024};
-    settings.Spool.MostBytes = table.Integer("spool_megabytes", 1, 100'000'000, 10 * 1024) * qint64{1024 * 1024};
-    const auto surviving =
-        static_cast<Durability>(table.Choice("durability", {QStringLiteral("process"), QStringLiteral("power")}, 0));
-    auto destinations = table.Tables("destination");
-    table.RefuseOthers();
-    if (destinations.size() > settings.Destinations.size())
-        table.Refuse("destination", QStringLiteral("there are at most two destinations"));
-    for (std::size_t i = 0; i < std::min(destinations.size(), settings.Destinations.size()); ++i)
-        settings.Destinations[i] = ReadDestination(std::move(destinations[i]), settings.Destinations[i]);
-    for (HistoryDestination& destination : settings.Destinations) destination.Surviving = surviving;
-    return settings;
 }
 
 toml::table Parse(const QString& path, Mistakes& mistakes)
@@ -178,6 +145,13 @@ QString DescribePlantFile(const QString& path)
     for (const PlantControllerRef& controller : plant.Controllers()) items += controller->Items().size();
     const QString text = QStringLiteral("%1: %2 controllers, %3 items");
     return text.arg(path).arg(plant.Controllers().size()).arg(items) + DescribeLoads(plant);
+}
+
+HistorySettings HistoryOf(const QString& path)
+{
+    IdleHost host;
+    Plant plant(host);
+    return path.isEmpty() ? DefaultHistorySettings() : ReadPlantFile(path, plant);
 }
 
 QString UserPlantFile()

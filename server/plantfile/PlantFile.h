@@ -16,5 +16,8 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant);
 /// Reads a plant file for nothing but to say what is in it: "<file>: 3 controllers, 40 items". Throws PlantFileError.
 QString DescribePlantFile(const QString& path);
 
+/// How the history of a plant file is kept, that of the demo plant without one. Throws PlantFileError.
+HistorySettings HistoryOf(const QString& path);
+
 /// plant.toml in the user's configuration folder, whether it is there or not.
 QString UserPlantFile();

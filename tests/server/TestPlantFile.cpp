@@ -11,6 +11,8 @@ TEST_F(PlantFileTest, EveryMistakeIsSaidOnceWithItsLine)
         {R"([[history.destination]])", {}},
         {R"(connection = "Driver=Oracle;Database=x")",
          u"connection: The connection string names an unknown driver: the drivers are SQLite and PostgreSQL."_s},
+        {R"(keep = "some years")", u"keep: \"some years\" is not a length of time such as 10 min"_s},
+        {R"(max_size = "5 MB")", u"max_size: \"5 MB\" is not a size such as 20 GB (100 MB or more; 0: any)"_s},
         {R"([[controller]])", {}},
         {R"(name = "A")", {}},
         {R"(scan_times = [100, 1000])",
@@ -133,7 +135,7 @@ TEST_F(PlantFileTest, TimesAreLocalAndHistoryDestinationsAreRead)
 enabled = false
 statement_timeout = 0
 result_megabytes = 3
-destination = [ { max_record = 5 }, { connection = "Driver=PostgreSQL;Database=d", table = "mine" } ]
+destination = [ { max_record = 5, keep = "2 days", max_size = "1.5 TB" }, { connection = "Driver=PostgreSQL;Database=d", table = "mine" } ]
 [[controller]]
 name = "C"
 )";
@@ -146,6 +148,7 @@ name = "C"
     const auto& [first, second] = m_History.Destinations;
     EXPECT_TRUE(!m_History.Enabled && first.MaxRecord == 5 && first.ConnectionString.startsWith(u"Driver=SQLite;"));
     EXPECT_EQ(m_History.Limits.UntilFirstPage.count() + m_History.Limits.ResultBytes, 3 * 1024 * 1024);
+    EXPECT_TRUE(first.Keep == std::chrono::hours(48) && first.MaxBytes == 1'500'000'000'000 && !second.MaxBytes);
     EXPECT_EQ(second.ConnectionString + second.TableName, u"Driver=PostgreSQL;Database=dmine");
 }
 

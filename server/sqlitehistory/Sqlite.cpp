@@ -1,0 +1,180 @@
+#include "server/sqlitehistory/Sqlite.h"
+
+#include "server/database/PrivateFile.h"
+
+#include <QFile>
+
+#include <sqlite3.h>
+
+namespace {
+
+constexpr int LongestWaitForOthers = 5000; // milliseconds
+
+} // namespace
+
+SqliteError::SqliteError(int code, const QString& text)
+    : DatabaseError(QSqlError(QString(), text, QSqlError::StatementError, QString::number(code)))
+    , m_Code(code)
+{
+}
+
+bool SqliteError::IsDamage() const
+{
+    const int primary = m_Code & 0xFF;
+    return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
+}
+
+bool SqliteError::IsForeign() const
+{
+    return (m_Code & 0xFF) == SQLITE_NOTADB;
+}
+
+SqliteConnection::SqliteConnection(const QString& path, Access access)
+{
+    if (access == Access::Create) MakePrivateFile(path);
+    MendSharedMemoryFile(path);
+    const int result = sqlite3_open_v2(QFile::encodeName(path).constData(), &m_Handle, SQLITE_OPEN_READWRITE, nullptr);
+    if (result != SQLITE_OK) {
+        const QString text = QString::fromUtf8(sqlite3_errmsg(m_Handle));
+        sqlite3_close(m_Handle);
+        throw SqliteError(result, text);
+    }
+    sqlite3_extended_result_codes(m_Handle, 1);
+    sqlite3_busy_timeout(m_Handle, LongestWaitForOthers);
+}
+
+SqliteConnection::~SqliteConnection()
+{
+    sqlite3_close(m_Handle);
+}
+
+void SqliteConnection::Run(const QByteArray& statements) const
+{
+    Check(sqlite3_exec(m_Handle, statements.constData(), nullptr, nullptr, nullptr));
+}
+
+qint64 SqliteConnection::Ask(const QByteArray& question) const
+{
+    SqliteStatement statement(*this, question.constData());
+    return statement.Step() ? statement.Integer(0) : 0;
+}
+
+bool SqliteConnection::HasMoved() const
+{
+    int hasMoved = 0;
+    return sqlite3_file_control(m_Handle, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK && hasMoved != 0;
+}
+
+void SqliteConnection::Check(int result) const
+{
+    if (result != SQLITE_OK) throw SqliteError(result, QString::fromUtf8(sqlite3_errmsg(m_Handle)));
+}
+
+SqliteStatement::SqliteStatement(const SqliteConnection& connection, const char* text)
+    : m_Connection(connection)
+{
+    connection.Check(sqlite3_prepare_v2(connection.Handle(), text, -1, &m_Statement, nullptr));
+}
+
+SqliteStatement::~SqliteStatement()
+{
+    sqlite3_finalize(m_Statement);
+}
+
+SqliteStatement& SqliteStatement::Bind(int parameter, qint64 number)
+{
+    m_Connection.Check(sqlite3_bind_int64(m_Statement, parameter, number));
+    return *this;
+}
+
+SqliteStatement& SqliteStatement::Bind(int parameter, double number)
+{
+    m_Connection.Check(sqlite3_bind_double(m_Statement, parameter, number));
+    return *this;
+}
+
+SqliteStatement& SqliteStatement::BindText(int parameter, QByteArrayView text)
+{
+    m_Connection.Check(sqlite3_bind_text64(m_Statement, parameter, text.isNull() ? "" : text.data(),
+                                           static_cast<quint64>(text.size()), SQLITE_STATIC, SQLITE_UTF8));
+    return *this;
+}
+
+SqliteStatement& SqliteStatement::BindBytes(int parameter, QByteArrayView bytes)
+{
+    m_Connection.Check(
+        sqlite3_bind_blob64(m_Statement, parameter, bytes.data(), static_cast<quint64>(bytes.size()), SQLITE_STATIC));
+    return *this;
+}
+
+bool SqliteStatement::Step()
+{
+    const int result = sqlite3_step(m_Statement);
+    if (result == SQLITE_ROW) return true;
+    const int ended = sqlite3_reset(m_Statement);
+    if (result != SQLITE_DONE) m_Connection.Check(ended);
+    return false;
+}
+
+void SqliteStatement::Run()
+{
+    while (Step()) {
+    }
+}
+
+void SqliteStatement::Reset()
+{
+    sqlite3_reset(m_Statement);
+}
+
+qint64 SqliteStatement::Integer(int column) const
+{
+    return sqlite3_column_int64(m_Statement, column);
+}
+
+double SqliteStatement::Real(int column) const
+{
+    return sqlite3_column_double(m_Statement, column);
+}
+
+bool SqliteStatement::IsNull(int column) const
+{
+    return sqlite3_column_type(m_Statement, column) == SQLITE_NULL;
+}
+
+QByteArrayView SqliteStatement::Bytes(int column) const
+{
+    const void* bytes = sqlite3_column_blob(m_Statement, column);
+    return {static_cast<const char*>(bytes), sqlite3_column_bytes(m_Statement, column)};
+}
+
+SqlCell SqliteStatement::Cell(int column) const
+{
+    using Type = SqlCell::Type;
+    switch (sqlite3_column_type(m_Statement, column)) {
+    case SQLITE_NULL: return {};
+    case SQLITE_INTEGER: return {Type::Integer, Integer(column), 0.0, {}};
+    case SQLITE_FLOAT: return {Type::Real, 0, Real(column), {}};
+    case SQLITE_BLOB: return {Type::Blob, 0, 0.0, Bytes(column)};
+    default: return {Type::Text, 0, 0.0, Bytes(column)};
+    }
+}
+
+SqliteTransaction::SqliteTransaction(const SqliteConnection& connection)
+    : m_Connection(connection)
+{
+    connection.Run("BEGIN IMMEDIATE");
+}
+
+SqliteTransaction::~SqliteTransaction()
+{
+    // A failure may have ended the transaction already.
+    if (m_IsOpen && sqlite3_get_autocommit(m_Connection.Handle()) == 0)
+        sqlite3_exec(m_Connection.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void SqliteTransaction::Commit()
+{
+    m_Connection.Run("COMMIT");
+    m_IsOpen = false;
+}
