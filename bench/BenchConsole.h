@@ -12,7 +12,14 @@ class BenchConsole
 {
 public:
     /// The tree has the controller "PLC1" with these items. `beforeStart` finds the server's folders and no server yet.
-    explicit BenchConsole(const QStringList& itemNames = {}, const std::function<void()>& beforeStart = {});
+    /// The server is `oneWayMs` away, each way.
+    explicit BenchConsole(const QStringList& itemNames = {}, const std::function<void()>& beforeStart = {},
+                          int oneWayMs = 0);
+    ~BenchConsole();
+
+    /// Without a delay.
+    QString ServerSocketPath() const { return m_Server.SocketPath(); }
+    qint64 ServerProcess() const { return m_Server.ProcessId(); }
 
     qint64 ServerProcessId() const { return m_Server.ProcessId(); }
     QWidget* Widget() { return m_MainWindow.Widget(); }
@@ -39,8 +46,11 @@ private:
         QString m_Status;
     };
 
+    void StartRelay(int oneWayMs);
+
     RealServer m_Server;
-    RemoteLibrary m_Library{m_Server.SocketPath(), QString()};
+    QProcess m_Relay;
+    RemoteLibrary m_Library;
     Platform m_Platform;
     ConsoleServices m_Services{m_Library, m_Platform};
     Window m_MainWindow{m_Services};

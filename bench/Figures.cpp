@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <malloc.h>
 #include <sched.h>
 #include <sys/resource.h>
@@ -24,25 +25,39 @@ double CpuNowUs(int who = RUSAGE_SELF)
     return us(usage.ru_utime) + us(usage.ru_stime);
 }
 
+double CpuUsOf(clockid_t clock)
+{
+    timespec time{};
+    clock_gettime(clock, &time);
+    return static_cast<double>(time.tv_sec) * 1e6 + static_cast<double>(time.tv_nsec) / 1e3;
+}
+
+double CpuWithUs(qint64 otherProcess)
+{
+    clockid_t other{};
+    const bool hasOther = otherProcess > 0 && clock_getcpuclockid(static_cast<pid_t>(otherProcess), &other) == 0;
+    return CpuUsOf(CLOCK_PROCESS_CPUTIME_ID) + (hasOther ? CpuUsOf(other) : 0);
+}
+
 } // namespace
 
 namespace Figures {
 
-QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions)
+QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions, qint64 otherProcess)
 {
     using Clock = std::chrono::steady_clock;
     QList<Cost> costs(actions.size());
     std::vector<std::vector<double>> samples(static_cast<std::size_t>(actions.size()));
     for (int round = 0; round < rounds; ++round) {
         for (qsizetype a = 0; a < actions.size(); ++a) {
-            const double cpu = CpuNowUs();
+            const double cpu = CpuWithUs(otherProcess);
             for (int i = 0; i < perRound; ++i) {
                 const auto start = Clock::now();
                 actions[a]();
                 samples[static_cast<std::size_t>(a)].push_back(
                     std::chrono::duration<double, std::micro>(Clock::now() - start).count());
             }
-            costs[a].CpuUs += (CpuNowUs() - cpu) / perRound / rounds;
+            costs[a].CpuUs += (CpuWithUs(otherProcess) - cpu) / perRound / rounds;
         }
     }
     for (qsizetype a = 0; a < actions.size(); ++a) {

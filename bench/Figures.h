@@ -13,11 +13,12 @@ namespace Figures {
 struct Cost
 {
     double MedianUs = 0.0;
-    double CpuUs = 0.0; ///< of this process, mean per action
+    double CpuUs = 0.0; ///< of this process, and of the other one that was named; mean per action
 };
 
 /// Runs each action `perRound` times in turn, `rounds` rounds, so that slow phases of the machine hit all of them.
-QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions);
+QList<Cost> MeasureInTurn(int rounds, int perRound, const QList<std::function<void()>>& actions,
+                          qint64 otherProcess = 0);
 
 /// "  <name>  <microseconds>".
 void PrintCost(const QString& name, const Cost& cost);
