@@ -38,13 +38,14 @@ std::optional<int> AnswerWithoutWindow(int argc, char** argv)
 }
 
 /// Below velsqlremote nobody takes the server of another machine for that of his own.
-void ShowLink(frmMDI& mainWindow)
+void ShowLink(frmMDI& mainWindow, const VelSQLLib& library)
 {
     const std::optional<QString> socket = RemoteLink::Socket();
     if (!socket) return;
-    new LinkBand(mainWindow, [socket] {
+    new LinkBand(mainWindow, [socket, &library] {
         const RemoteLink link = RemoteLink::Read(*socket);
-        return LinkBand::State{link.Place, link.Trouble, link.IsUp};
+        // The server may still be of a version that has been replaced there.
+        return LinkBand::State{link.Place, link.Trouble.isEmpty() ? library.VersionNote() : link.Trouble, link.IsUp};
     });
 }
 
@@ -65,6 +66,6 @@ int main(int argc, char** argv)
     ConsoleServices services{library, platform};
     const auto mainWindow = StartConsole(services);
     if (!mainWindow) return EXIT_FAILURE;
-    ShowLink(*mainWindow);
+    ShowLink(*mainWindow, library);
     return QApplication::exec();
 }

@@ -206,6 +206,13 @@ void frmController::m_csCtrlEvt_OnChangeState(qint32 lNewVal)
     LogEvent(u"OnChangeState: State=" % (hasName ? StateName(lNewVal) : QString()));
 }
 
+void frmController::ForeseeChangeItem(const ItemRef& item)
+{
+    if (m_EventLogOverflowed || !m_ItemEventsWanted) return;
+    item->get_Name();
+    item->get_Value();
+}
+
 void frmController::m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem)
 {
     if (m_EventLogOverflowed || !m_ItemEventsWanted) return;

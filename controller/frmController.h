@@ -47,6 +47,7 @@ private:
     // The events that arrive through m_csCtrlEvt.
     void OnChangeState(qint32 lNewVal) override { m_csCtrlEvt_OnChangeState(lNewVal); }
     void OnChangeItem(const ItemRef& pICSItem) override { m_csCtrlEvt_OnChangeItem(pICSItem); }
+    void ForeseeChangeItem(const ItemRef& item) override;
     void m_csCtrlEvt_OnChangeState(qint32 lNewVal);
     void m_csCtrlEvt_OnChangeItem(const ItemRef& pICSItem);
     void LogEvent(const QString& line);

@@ -12,6 +12,6 @@ struct ConsoleServices
     VelSQLLib& Library;
     Platform& System;
     /// Shared by all grids of the console.
-    RefreshTurns Turns = {};
+    RefreshTurns Turns{Library};
     ServerPresence Presence{Library};
 };

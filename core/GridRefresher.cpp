@@ -25,47 +25,74 @@ void GridRefresher::Stop()
 {
     m_Running = false;
     m_Tick.stop();
-    m_Row = -1;
+    ForgetSteps();
 }
 
-void GridRefresher::RefreshNow()
+void GridRefresher::RefreshNow(const std::optional<CallStep>& afterwards)
 {
     if (!m_Grid || m_Reading) return;
     m_Tick.stop();
-    m_Row = 0;
-    m_SinceBegin.start();
-    while (RefreshNextRow()) {
+    ListSteps();
+    if (afterwards) m_Steps << *afterwards;
+    while (TakeNextSteps()) {
     }
 }
 
 void GridRefresher::BeginRefresh()
 {
-    m_Row = 0;
+    if (!m_Grid) return;
+    if (m_Reading) return m_Tick.start(IntervalMs); // a row reader has let events run
+    ListSteps();
+    m_Turns.Enter(this, [this] { return TakeNextSteps(); });
+}
+
+void GridRefresher::ListSteps()
+{
     m_SinceBegin.start();
-    m_Turns.Enter(this, [this] { return RefreshNextRow(); });
+    m_Next = 0;
+    m_Steps.clear();
+    const QPointer<GridRefresher> self(this);
+    for (int row = 0; row < m_Grid->Rows().size(); ++row)
+        m_Steps << CallStep{m_Grid->Rows().at(row).Read, [self, row] {
+                                if (self) self->RefreshRow(row);
+                            }};
+}
+
+/// They refer to the objects that the rows read.
+void GridRefresher::ForgetSteps()
+{
+    m_Next = -1;
+    m_Steps.clear();
 }
 
 /// False when the refresh is over, however it ended.
-bool GridRefresher::RefreshNextRow()
+bool GridRefresher::TakeNextSteps()
 {
-    if (!m_Grid || m_Row < 0) return false;
+    if (!m_Grid || m_Next < 0) return false;
     // Reading a row may destroy the grid or this refresher, or stop it.
     const QPointer<GridRefresher> self(this);
-    if (m_Row < m_Grid->Rows().size()) {
+    if (m_Next < m_Steps.size()) {
         m_Reading = true;
-        m_Grid->RefreshRow(m_Row++);
+        const qsizetype taken = m_Turns.Library().TakeSteps(m_Steps, m_Next);
         if (!self) return false;
         m_Reading = false;
+        if (m_Next >= 0) m_Next += taken;
     }
-    if (!m_Grid || m_Row < 0) return false;
-    if (m_Row < m_Grid->Rows().size()) return true;
+    if (!m_Grid || m_Next < 0) return false;
+    if (m_Next < m_Steps.size()) return true;
     EndRefresh();
     return false;
 }
 
+/// Nothing once the refresh has been stopped, even when the server has answered the row already.
+void GridRefresher::RefreshRow(int row)
+{
+    if (m_Grid && m_Next >= 0) m_Grid->RefreshRow(row);
+}
+
 void GridRefresher::EndRefresh()
 {
-    m_Row = -1;
+    ForgetSteps();
     m_LastedMs = m_SinceBegin.elapsed();
     m_SinceEnd.start();
     if (m_Running) ScheduleNext();

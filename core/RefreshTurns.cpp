@@ -5,17 +5,18 @@
 
 #include <algorithm>
 
-RefreshTurns::RefreshTurns()
+RefreshTurns::RefreshTurns(VelSQLLib& library)
+    : m_Library(library)
 {
     m_Turn.setSingleShot(true);
     connect(&m_Turn, &QTimer::timeout, this, &RefreshTurns::TakeTurn);
 }
 
-void RefreshTurns::Enter(QObject* refresher, std::function<bool()> readNextRow)
+void RefreshTurns::Enter(QObject* refresher, std::function<bool()> readNextRows)
 {
     const auto isIts = [refresher](const Refresh& refresh) { return refresh.Refresher == refresher; };
     if (std::none_of(m_UnderWay.begin(), m_UnderWay.end(), isIts))
-        m_UnderWay.append({refresher, std::move(readNextRow)});
+        m_UnderWay.append({refresher, std::move(readNextRows)});
     m_Turn.start(0);
 }
 
@@ -37,7 +38,7 @@ void RefreshTurns::ReadRows()
     // Starts another call only when there is still time for one as long as the longest so far.
     while (!m_UnderWay.isEmpty() && elapsed + longestCall <= SliceMs * 1'000'000LL) {
         const Refresh refresh = m_UnderWay.constFirst();
-        if (!refresh.Refresher || !refresh.ReadNextRow()) Leave(refresh.Refresher);
+        if (!refresh.Refresher || !refresh.ReadNextRows()) Leave(refresh.Refresher);
         const qint64 before = std::exchange(elapsed, slice.nsecsElapsed());
         longestCall = std::max(longestCall, elapsed - before);
     }

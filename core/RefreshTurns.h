@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/automation/ServerObjects.h"
+
 #include <QPointer>
 #include <QTimer>
 
@@ -13,23 +15,26 @@ class RefreshTurns : public QObject
 public:
     static constexpr int SliceMs = 10;
 
-    RefreshTurns();
+    explicit RefreshTurns(VelSQLLib& library);
 
-    /// Calls `readNextRow` turn by turn until it reports that nothing is left or `refresher` has gone. Does nothing
+    /// The library whose objects all refreshers read.
+    VelSQLLib& Library() { return m_Library; }
+    /// Calls `readNextRows` turn by turn until it reports that nothing is left or `refresher` has gone. Does nothing
     /// when the refresher's previous refresh is still under way.
-    void Enter(QObject* refresher, std::function<bool()> readNextRow);
+    void Enter(QObject* refresher, std::function<bool()> readNextRows);
 
 private:
     struct Refresh
     {
         QPointer<QObject> Refresher;
-        std::function<bool()> ReadNextRow;
+        std::function<bool()> ReadNextRows;
     };
 
     void TakeTurn();
     void ReadRows();
     void Leave(const QObject* refresher);
 
+    VelSQLLib& m_Library;
     QTimer m_Turn;
     QList<Refresh> m_UnderWay;
     bool m_InTurn = false;

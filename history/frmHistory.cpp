@@ -2,6 +2,7 @@
 
 #include "core/automation/PlainText.h"
 #include "core/ConsoleServices.h"
+#include "core/GridRefresher.h"
 #include "core/modMain.h"
 
 #include <QApplication>
@@ -80,6 +81,7 @@ frmHistory::frmHistory()
     : m_Insert(new QAction(u"&Insert"_s, this))
 {
     setupUi(this);
+    m_Settings = new GridRefresher(grdProperties, GetMainWindow()->Services().Turns, this);
     splSettings->setSizes({HalfOfAny, HalfOfAny});
     ConnectPresence();
     ConnectStatements();
@@ -151,7 +153,7 @@ bool frmHistory::LayoutHistoryGrid()
 void frmHistory::RefreshHistoryGrid()
 {
     grdProperties->setUpdatesEnabled(false);
-    for (int row = 0; row < grdProperties->rowCount(); ++row) grdProperties->RefreshRow(row);
+    m_Settings->RefreshNow();
     grdProperties->setUpdatesEnabled(true);
 }
 

@@ -3,6 +3,8 @@
 #include "core/ChildWindow.h"
 #include "ui_frmHistory.h"
 
+class GridRefresher;
+
 /// The console of the history: shows its settings, runs SQL statements and shows the rows that they return.
 class frmHistory : public ChildWindow, private Ui::frmHistory
 {
@@ -35,4 +37,5 @@ private:
     void Execute();
 
     QAction* m_Insert;
+    GridRefresher* m_Settings;
 };

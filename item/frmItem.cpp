@@ -33,6 +33,14 @@ constexpr qsizetype MaxShownCharacters = 2 * 1024 * 1024;
     throw DescribedError(QStringLiteral("The value is too long to be shown: %1 characters.").arg(characters));
 }
 
+/// The calls of InitActivation, with those of the rules that ticking the boxes runs.
+void ForeseeActivation(VelSQLItem& item)
+{
+    if (item.get_Activation()) item.put_Activation(true);
+    if (item.get_LinkActivation()) item.put_LinkActivation(true);
+    item.get_LinkItem();
+}
+
 bool IsEmptyList(const Variant& names)
 {
     return names.IsEmpty() || (names.IsArray() && names.Array().Count() == 0);
@@ -115,8 +123,9 @@ void frmItem::FormUnload()
 void frmItem::LookUpItem()
 {
     const TreeNodeRef parent = m_TreeNode->Parent();
-    m_csCtrl = Engine->get_Controller(Variant(parent ? parent->Text() : QString()));
-    m_csItem = m_csCtrl->get_Item(Variant(m_TreeNode->Text()));
+    const FoundItem found = Engine->FindItem(parent ? parent->Text() : QString(), m_TreeNode->Text());
+    m_csCtrl = found.Controller;
+    m_csItem = found.Item;
 }
 
 void frmItem::FillPropertyList()
@@ -131,8 +140,7 @@ bool frmItem::InitItemGrid()
 {
     fgItem->Lay(ItemRows(m_csItem), GridLayout);
     if (IsUnloading()) return false;
-    tmrItemProp->RefreshNow();
-    InitActivation();
+    tmrItemProp->RefreshNow(CallStep{[item = m_csItem] { ForeseeActivation(*item); }, [this] { InitActivation(); }});
     return true;
 }
 

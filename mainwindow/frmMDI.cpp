@@ -201,6 +201,14 @@ void frmMDI::tmrObjChk_Timer()
     m_EditTarget->FollowFocus();
     RefreshTlbar();
     RefreshMenuBar();
+    LogVersionNote();
+}
+
+/// Once for each server of another version; it is known only some time after the server is.
+void frmMDI::LogVersionNote()
+{
+    const QString note = Services().Library.VersionNote();
+    if (std::exchange(m_VersionNote, note) != note && !note.isEmpty()) IgnoreFailure([&] { modMain::AddLog(note); });
 }
 
 void frmMDI::treeObject_MouseDown(Qt::MouseButton button)

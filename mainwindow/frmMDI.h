@@ -68,6 +68,7 @@ private:
     /// Throws what loading the window throws.
     void treeObject_DblClick();
     void tmrObjChk_Timer();
+    void LogVersionNote();
     void ShowNodePopup(const TreeNodeRef& node, const QPoint& position);
     void CascadeWindows();
     void CloseDialogs();
@@ -82,6 +83,7 @@ private:
     ErrorMark* m_ErrorMark;
     QTimer tmrObjChk;
     Qt::MouseButton m_MouseButton = Qt::NoButton;
+    QString m_VersionNote;
     bool m_NodeHit = false;
     bool m_Unloaded = false;
 };

@@ -33,7 +33,8 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     , m_Network(m_Messages, capnp::rpc::twoparty::Side::CLIENT, WireReaderOptions())
     , m_Rpc(capnp::makeRpcClient(m_Network))
     , m_Library(Bootstrap(m_Rpc))
-    , m_Engine(m_Library.createEngineRequest().send().getResult())
+    , m_Engine(nullptr)
+    , m_Greeting(nullptr)
     , m_Disconnect(m_Network.onDisconnect().then([this] { SetLost(); }).eagerlyEvaluate(nullptr))
     , m_Watch(Watch().eagerlyEvaluate(nullptr))
     , m_Ping(nullptr)
@@ -41,6 +42,7 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
     , m_Writable(socket, QSocketNotifier::Write)
 {
     m_Rpc.setFlowLimit(MostCallWords);
+    CreateEngine();
     m_Writable.setEnabled(false);
     for (QSocketNotifier* notifier : {&m_Readable, &m_Writable})
         QObject::connect(notifier, &QSocketNotifier::activated, notifier, [this] { Poll(); });
@@ -49,6 +51,21 @@ Attachment::Attachment(std::shared_ptr<KjLoop> loop, int socket, const Patience&
 }
 
 Attachment::~Attachment() = default;
+
+void Attachment::CreateEngine()
+{
+    auto answer = m_Library.createEngineRequest().send();
+    m_Engine = answer.getResult();
+    m_Greeting = answer
+                     .then(
+                         [this](auto&& greeting) {
+                             const auto name = greeting.getVersion();
+                             m_Version = {QString::fromUtf8(name.begin(), static_cast<qsizetype>(name.size())),
+                                          greeting.getLevel()};
+                         },
+                         [](kj::Exception&&) {}) // the calls on the engine report it
+                     .eagerlyEvaluate(nullptr);
+}
 
 void Attachment::SetLost()
 {

@@ -11,6 +11,14 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
+
+/// What a server says of itself.
+struct ServerVersion
+{
+    QString Name;      ///< empty for one that says nothing yet
+    quint16 Level = 0; ///< see the schema
+};
 
 /// One connected socket to a running server, and the watch over whether that server is alive.
 ///
@@ -47,6 +55,8 @@ public:
 
     wire::Library::Client& Library() { return m_Library; }
     wire::Engine::Client& Engine() { return m_Engine; }
+    /// Not known before the first call that waits has been answered.
+    const std::optional<ServerVersion>& Version() const { return m_Version; }
     /// The other end closed the connection or died.
     bool IsLost() const { return m_Lost; }
     void SetLost();
@@ -70,6 +80,7 @@ public:
     }
 
 private:
+    void CreateEngine();
     void BeginWaiting();
     void EndWaiting();
     bool IsCongested();
@@ -94,6 +105,7 @@ private:
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> m_Rpc;
     wire::Library::Client m_Library;
     wire::Engine::Client m_Engine;
+    std::optional<ServerVersion> m_Version;
 
     bool m_Lost = false;
     bool m_Hanging = false;
@@ -111,6 +123,7 @@ private:
     Clock::time_point m_WaitingSince;
     Clock::time_point m_PingSince;
     kj::Canceler m_Calls;
+    kj::Promise<void> m_Greeting;
     kj::Promise<void> m_Disconnect;
     kj::Promise<void> m_Watch;
     kj::Promise<void> m_Ping;

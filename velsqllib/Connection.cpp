@@ -6,6 +6,8 @@
 #include "velsqllib/RemoteLink.h"
 #include "velsqllib/ServerSocket.h"
 
+#include <QScopedValueRollback>
+
 namespace {
 
 constexpr int AttemptIntervalMs = 1000;
@@ -108,6 +110,57 @@ void Connection::EnsureUsable()
     }
     const bool tooSoon = m_LastAttempt.isValid() && m_LastAttempt.elapsed() < AttemptInterval();
     if (tooSoon || !Attach()) throw ServerError(WhyUnreachable());
+}
+
+void Connection::RequireLevel(quint16 level)
+{
+    if (level == 0) return;
+    if (!m_Attachment->Version()) m_Attachment->Await(CreateEngineRequest().send());
+    if (m_Attachment->Version() && m_Attachment->Version()->Level >= level) return;
+    throw ServerError(WithPlace(QStringLiteral("The server is too old for this operation.")));
+}
+
+QString Connection::VersionNote() const
+{
+    if (!m_Attachment || m_Attachment->IsLost() || !m_Attachment->Version()) return {};
+    const QString own = QStringLiteral(VELSQL_VERSION);
+    const QString& server = m_Attachment->Version()->Name;
+    if (server == own) return {};
+    const QString versions = server.isEmpty()
+                                 ? QStringLiteral("The server is older than this program, which is version %1").arg(own)
+                                 : QStringLiteral("The server is version %1, this program %2").arg(server, own);
+    return versions + QStringLiteral("; calls that one of them does not know fail.");
+}
+
+qsizetype Connection::TakeSteps(const QList<CallStep>& steps, qsizetype first)
+{
+    // Taking a step may do anything to the list and to who uses this connection.
+    const auto self = shared_from_this();
+    const QList<CallStep> kept = steps;
+    ForeseenCalls calls;
+    const QScopedValueRollback foreseen(m_Foreseen, &calls);
+    AskTogether(calls, kept, first);
+    return calls.Take(kept, first);
+}
+
+/// Leaves the calls unanswered, to be made one by one, where the server does not know better or refuses them together.
+void Connection::AskTogether(ForeseenCalls& calls, const QList<CallStep>& steps, qsizetype first)
+{
+    static const WireMethod& callInTurn = WireMethod::Of<wire::Library, wire::Library::CallInTurnParams>();
+    try {
+        EnsureUsable();
+        if (!m_Attachment->Version() || m_Attachment->Version()->Level < callInTurn.Since) return;
+        calls.Foresee(steps, first);
+        if (calls.Count() < 2) return;
+        auto request = m_Attachment->Library().callInTurnRequest();
+        calls.Write(request);
+        calls.SetAnswer(m_Attachment->Await(request.send()));
+    } catch (const ServerError& error) {
+        calls.SetFailure(error.Description());
+    } catch (const kj::Exception& failure) {
+        NoteFailure(failure);
+        if (IsLocal(failure)) calls.SetFailure(ToServerError(failure).Description());
+    }
 }
 
 void Connection::NoteFailure(const kj::Exception& failure)

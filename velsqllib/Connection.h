@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "velsqllib/Attachment.h"
 #include "velsqllib/EventQueue.h"
+#include "velsqllib/ForeseenCalls.h"
 #include "velsqllib/WireValue.h"
 
 #include <QElapsedTimer>
@@ -48,14 +49,31 @@ public:
     template <std::invocable Send, typename Read>
     auto Call(Send&& send, Read&& read)
     {
-        try {
+        if (m_Foreseen && m_Foreseen->IsForeseeing()) throw ServerError(QStringLiteral("This cannot be foreseen."));
+        return Reading([&] {
             EnsureUsable();
             return read(m_Attachment->Await(send()));
+        });
+    }
+    /// Reads what a server has answered. Throws ServerError with the server's own description.
+    template <std::invocable Read>
+    auto Reading(Read&& read)
+    {
+        try {
+            return read();
         } catch (const kj::Exception& failure) {
             NoteFailure(failure);
             throw ToServerError(failure);
         }
     }
+    /// Only inside a call. Throws ServerError when the server is too old for what was added at that level.
+    void RequireLevel(quint16 level);
+
+    /// See VelSQLLib, these two.
+    qsizetype TakeSteps(const QList<CallStep>& steps, qsizetype first);
+    QString VersionNote() const;
+    /// The calls that are foreseen, or answered, at present; null most of the time.
+    ForeseenCalls* Foreseen() { return m_Foreseen; }
 
     /// See VelSQLLib, these two.
     bool IsPrompt() const { return m_Attachment && m_Attachment->IsPrompt(); }
@@ -76,6 +94,7 @@ public:
 private:
     void EnsureUsable();
     int AttemptInterval() const;
+    void AskTogether(ForeseenCalls& calls, const QList<CallStep>& steps, qsizetype first);
     void Search();
     void NoteState();
     void TellState();
@@ -90,7 +109,8 @@ private:
     std::shared_ptr<KjLoop> m_Loop;
     std::unique_ptr<WireObjects> m_Objects;
     std::unique_ptr<Attachment> m_Attachment;
-    EventQueue m_Events;
+    EventQueue m_Events{[this](const QList<CallStep>& steps, qsizetype first) { return TakeSteps(steps, first); }};
+    ForeseenCalls* m_Foreseen = nullptr;
     QList<ControllerSubscription*> m_Subscriptions;
     QElapsedTimer m_LastAttempt;
     std::function<void()> m_LongCall = [] {};

@@ -27,15 +27,16 @@ public:
         auto item = std::dynamic_pointer_cast<VelSQLItem>(connection->Objects().Read(context.getParams().getItem()));
         context.releaseParams();
         if (!item) return kj::READY_NOW;
-        return Add([item](ControllerEvents& events) { events.OnChangeItem(item); });
+        return Add([item](ControllerEvents& events) { events.OnChangeItem(item); },
+                   [item](ControllerEvents& events) { events.ForeseeChangeItem(item); });
     }
 
 private:
-    kj::Promise<void> Add(EventQueue::Deliver deliver)
+    kj::Promise<void> Add(EventQueue::Deliver deliver, EventQueue::Deliver foresee = {})
     {
         const auto connection = m_Connection.lock();
         if (!connection || !m_Sink->Target) return kj::READY_NOW;
-        return connection->Events().Add(m_Sink, std::move(deliver));
+        return connection->Events().Add(m_Sink, std::move(deliver), std::move(foresee));
     }
 
     std::weak_ptr<Connection> m_Connection;

@@ -3,6 +3,7 @@
 #include "core/automation/PlainText.h"
 #include "velsqllib/ControllerProxy.h"
 #include "velsqllib/HistoryProxy.h"
+#include "velsqllib/ItemProxy.h"
 
 ControllerRef EngineProxy::get_Controller(const Variant& name)
 {
@@ -12,6 +13,23 @@ ControllerRef EngineProxy::get_Controller(const Variant& name)
             return std::make_shared<ControllerProxy>(GetConnection(), ObjectWay{ToPlainText(name), {}},
                                                      response.getResult());
         });
+}
+
+/// The item is asked for before the controller has arrived. Without the controller this fails as get_Controller does.
+FoundItem EngineProxy::FindItem(const QString& controllerName, const QString& itemName)
+{
+    wire::Controller::Client controller = nullptr;
+    const auto send = [&] {
+        controller = FindController(*GetConnection(), controllerName);
+        auto request = controller.getItemRequest();
+        request.initName().setBstr(WireBytes(itemName));
+        return request.send();
+    };
+    return GetConnection()->Call(send, [&](auto response) {
+        return FoundItem{
+            std::make_shared<ControllerProxy>(GetConnection(), ObjectWay{controllerName, {}}, controller),
+            std::make_shared<ItemProxy>(GetConnection(), ObjectWay{controllerName, itemName}, response.getResult())};
+    });
 }
 
 void EngineProxy::Start()

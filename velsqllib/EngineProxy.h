@@ -10,6 +10,7 @@ public:
     using Proxy::Proxy;
 
     ControllerRef get_Controller(const Variant& name) override;
+    FoundItem FindItem(const QString& controllerName, const QString& itemName) override;
     void Start() override;
     void Stop() override;
     void Snapshot() override;

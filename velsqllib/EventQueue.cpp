@@ -3,20 +3,21 @@
 #include <QElapsedTimer>
 #include <QScopedValueRollback>
 
-EventQueue::EventQueue()
+EventQueue::EventQueue(TakeSteps takeSteps)
+    : m_TakeSteps(std::move(takeSteps))
 {
     m_Turn.setInterval(0);
     connect(&m_Turn, &QTimer::timeout, this, &EventQueue::HandleSlice);
 }
 
-kj::Promise<void> EventQueue::Add(std::shared_ptr<EventSink> sink, Deliver deliver)
+kj::Promise<void> EventQueue::Add(std::shared_ptr<EventSink> sink, Deliver deliver, Deliver foresee)
 {
     if (sink->Waiting >= MostWaiting)
         return kj::Exception(kj::Exception::Type::OVERLOADED, __FILE__, __LINE__,
                              kj::heapString("Too many events wait for the client."));
     ++sink->Waiting;
     auto done = kj::newPromiseAndFulfiller<void>();
-    m_Events.push_back({std::move(sink), std::move(deliver), kj::mv(done.fulfiller)});
+    m_Events.push_back({std::move(sink), std::move(deliver), std::move(foresee), kj::mv(done.fulfiller)});
     m_Turn.start();
     return kj::mv(done.promise);
 }
@@ -34,13 +35,32 @@ void EventQueue::HandleSlice()
     const QScopedValueRollback handling(m_Handling, true);
     QElapsedTimer slice;
     slice.start();
-    while (!m_Events.empty() && slice.elapsed() < SliceMs) {
-        Event event = std::move(m_Events.front());
-        m_Events.pop_front();
-        Handle(std::move(event));
-    }
+    while (!m_Events.empty() && slice.elapsed() < SliceMs) HandleSome();
     if (m_Events.empty()) m_Turn.stop();
     Q_EMIT Handled();
+}
+
+void EventQueue::HandleSome()
+{
+    QList<CallStep> steps;
+    const qsizetype most = std::min(m_Together, static_cast<qsizetype>(m_Events.size()));
+    for (qsizetype n = 0; n < most; ++n) steps << CallStep{[this, n] { ForeseeNth(n); }, [this] { HandleFirst(); }};
+    const qsizetype taken = m_TakeSteps(steps, 0);
+    m_Together = taken < most ? taken : std::min(2 * m_Together, MostTogether);
+}
+
+void EventQueue::ForeseeNth(qsizetype n)
+{
+    const Event& event = m_Events[static_cast<std::size_t>(n)];
+    if (event.ForeseeFor && event.Sink->Target) event.ForeseeFor(*event.Sink->Target);
+}
+
+void EventQueue::HandleFirst()
+{
+    if (m_Events.empty()) return; // cleared by a handler
+    Event event = std::move(m_Events.front());
+    m_Events.pop_front();
+    Handle(std::move(event));
 }
 
 void EventQueue::Handle(Event event)

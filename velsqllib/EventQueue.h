@@ -26,16 +26,19 @@ class EventQueue : public QObject
 
 public:
     static constexpr int SliceMs = 10;
-    /// Per sink. The bundled server leaves at most a quarter of this unanswered; a server that sends more has not
+    /// Per sink. The bundled server leaves at most half of this unanswered; a server that sends more has not
     /// waited for the answers.
     static constexpr int MostWaiting = 1024;
 
     using Deliver = std::function<void(ControllerEvents&)>;
+    /// See VelSQLLib::TakeSteps.
+    using TakeSteps = std::function<qsizetype(const QList<CallStep>& steps, qsizetype first)>;
 
-    EventQueue();
+    explicit EventQueue(TakeSteps takeSteps);
 
     /// The promise is fulfilled when the event has been handled or dropped, and rejected when too many events wait.
-    kj::Promise<void> Add(std::shared_ptr<EventSink> sink, Deliver deliver);
+    /// `foresee` makes the calls that handling the event will make.
+    kj::Promise<void> Add(std::shared_ptr<EventSink> sink, Deliver deliver, Deliver foresee = {});
     void Clear();
 
 Q_SIGNALS:
@@ -43,17 +46,27 @@ Q_SIGNALS:
     void Handled();
 
 private:
+    /// At most, the events whose calls are asked together: half of what the bundled server leaves unanswered.
+    static constexpr qsizetype MostTogether = 256;
+
     struct Event
     {
         std::shared_ptr<EventSink> Sink;
         Deliver DeliverTo;
+        Deliver ForeseeFor;
         kj::Own<kj::PromiseFulfiller<void>> Done;
     };
 
     void HandleSlice();
+    void HandleSome();
+    void HandleFirst();
+    void ForeseeNth(qsizetype n);
     static void Handle(Event event);
 
+    const TakeSteps m_TakeSteps;
     std::deque<Event> m_Events;
+    /// So many are tried together next, following how many could be.
+    qsizetype m_Together = 1;
     QTimer m_Turn;
     bool m_Handling = false;
 };

@@ -4,6 +4,7 @@
 #include "velsqllib/Connection.h"
 #include "velsqllib/WireText.h"
 
+#include <array>
 #include <concepts>
 
 /// How an object is reached from the engine; parts that its kind does not need are empty.
@@ -16,7 +17,7 @@ struct ObjectWay
 /// What all proxies of server objects have in common: a reference over the wire that is got again, by the object's
 /// path, whenever the connection has attached to another server.
 template <typename Wire>
-class Proxy
+class Proxy : public CallTarget
 {
 public:
     using WireClient = typename Wire::Client;
@@ -43,22 +44,41 @@ public:
         return m_Client;
     }
     const ObjectWay& Way() const { return m_Way; }
+    void WriteReference(wire::Object::Builder object) final { Write(Client(), object); }
 
 protected:
     static constexpr auto NoArguments = [](auto&) {};
+    static constexpr uint FewWords = 32;
+    template <typename Fill>
+    static constexpr bool TakesNothing = std::same_as<Fill, std::remove_const_t<decltype(NoArguments)>>;
     /// As the operation's schema says: a value, a text, a number, a boolean, or nothing.
     struct PlainResult
     {
     };
 
-    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response.
-    template <typename Request, typename Fill = decltype(NoArguments), typename Read = PlainResult>
-    auto Call(Request (WireClient::*operation)(kj::Maybe<capnp::MessageSize>), const Fill& fill = NoArguments,
-              const Read& read = {})
+    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response. Plain
+    /// results may have been asked beforehand, together with others.
+    template <typename Params, typename Results, typename Fill = std::remove_const_t<decltype(NoArguments)>,
+              typename Read = PlainResult>
+    auto Call(capnp::Request<Params, Results> (WireClient::*operation)(kj::Maybe<capnp::MessageSize>),
+              const Fill& fill = NoArguments, const Read& read = {})
     {
         KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // the next call looks for it again
+        const WireMethod& method = WireMethod::Of<Wire, Params>();
+        if constexpr (std::same_as<Read, PlainResult>) {
+            ForeseenCalls* foreseen = m_Connection->Foreseen();
+            if (foreseen && foreseen->IsForeseeing()) return Foresee<Params, Results>(*foreseen, method, fill);
+            if (foreseen) {
+                if (const auto results =
+                        m_Connection->Reading([&] { return Asked<Params>(*foreseen, method, fill); })) {
+                    m_Confirmed = true;
+                    return m_Connection->Reading([&] { return ResultOf(results->template getAs<Results>()); });
+                }
+            }
+        }
         return m_Connection->Call(
             [&] {
+                m_Connection->RequireLevel(method.Since);
                 auto request = (Client().*operation)(nullptr);
                 fill(request);
                 return request.send();
@@ -75,7 +95,7 @@ protected:
 
 private:
     template <typename Response>
-    auto ResultOf(Response& response)
+    auto ResultOf(const Response& response)
     {
         if constexpr (requires { response.getResult(); }) {
             using Result = decltype(response.getResult());
@@ -84,6 +104,48 @@ private:
             else return response.getResult();
         }
     }
+
+    /// Notes the call; the result is made up.
+    template <typename Params, typename Results, typename Fill>
+    auto Foresee(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill)
+    {
+        WriteParams<Params>(foreseen.Note(*this, method), fill);
+        using Result = decltype(ResultOf(typename Results::Reader()));
+        if constexpr (std::same_as<Result, bool>) return true;
+        else return ResultOf(typename Results::Reader());
+    }
+
+    /// What the server has answered to this very call already.
+    template <typename Params, typename Fill>
+    std::optional<ForeseenCalls::Results> Asked(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill)
+    {
+        if constexpr (TakesNothing<Fill>) {
+            return foreseen.ResultsOf(*this, method, {});
+        } else {
+            std::array<capnp::word, FewWords> words{};
+            capnp::MallocMessageBuilder message(kj::ArrayPtr<capnp::word>(words.data(), words.size()));
+            auto params = message.getRoot<capnp::AnyPointer>();
+            WriteParams<Params>(params, fill);
+            return foreseen.ResultsOf(*this, method, params);
+        }
+    }
+
+    template <typename Params, typename Fill>
+    static void WriteParams(capnp::AnyPointer::Builder builder, const Fill& fill)
+    {
+        if constexpr (!TakesNothing<Fill>) {
+            auto params = builder.initAs<Params>();
+            fill(params);
+        }
+    }
+
+    static void Write(wire::Engine::Client& engine, wire::Object::Builder object) { object.setEngine(engine); }
+    static void Write(wire::Controller::Client& controller, wire::Object::Builder object)
+    {
+        object.setController(controller);
+    }
+    static void Write(wire::Item::Client& item, wire::Object::Builder object) { object.setItem(item); }
+    static void Write(wire::History::Client& history, wire::Object::Builder object) { object.setHistory(history); }
 
     wire::Engine::Client Find(wire::Engine*) { return m_Connection->Engine(); }
     wire::Controller::Client Find(wire::Controller*) { return FindController(*m_Connection, m_Way.ControllerName); }

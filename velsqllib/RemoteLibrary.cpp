@@ -46,6 +46,11 @@ void RemoteLibrary::OnServerChange(std::function<void()> action)
     m_Connection->OnServerChange(std::move(action));
 }
 
+qsizetype RemoteLibrary::TakeSteps(const QList<CallStep>& steps, qsizetype first)
+{
+    return m_Connection->TakeSteps(steps, first);
+}
+
 EngineRef RemoteLibrary::CreateEngine()
 {
     for (int attempt = 1;; ++attempt) {

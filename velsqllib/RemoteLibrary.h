@@ -18,6 +18,8 @@ public:
     QString Absence() const override;
     void OnServerChange(std::function<void()> action) override;
     bool IsPrompt() const override { return m_Connection->IsPrompt(); }
+    qsizetype TakeSteps(const QList<CallStep>& steps, qsizetype first) override;
+    QString VersionNote() const override { return m_Connection->VersionNote(); }
     EngineRef CreateEngine() override;
     /// As CreateEngine, but starts no server: throws ServerError when none is running.
     EngineRef AttachEngine();

@@ -5,6 +5,12 @@
 using Cxx = import "/capnp/c++.capnp";
 $Cxx.namespace("wire");
 
+const level :UInt16 = 1;
+# Counts up with every version of the programs that adds to this file. A server tells its own.
+
+annotation since @0xc1d7a0e25b9f4836 (method) :UInt16;
+# The level from which on servers know a method; no client calls it on an older one. Methods without it are known to all.
+
 using Text16 = Data;
 # 16-bit characters, little-endian, with an explicit length: NUL and lone surrogates are allowed.
 
@@ -66,11 +72,45 @@ struct SafeArray {
 
 interface Library {
   # The first object of a connection.
-  createEngine @0 () -> (result :Engine);
+  createEngine @0 () -> (result :Engine, version :Text, level :UInt16);
+  # version: the server's, for people. Servers that know of no levels leave it empty.
   ping @1 () -> (callsUnderWay :Int32 = -1);
   # Answered at once by a server that is alive, whatever else it is doing. The result is the number of calls of this
   # connection, not counting the ping, that it has not answered yet. Messages keep their order, so a call that is
   # neither under way nor answered is lost. -1 when the server cannot tell.
+  callInTurn @2 (objects :List(Object), calls :List(Call)) -> (outcomes :List(Outcome)) $since(1);
+  # Carries out the calls one after the other, as if each had come in a message of its own. Ends when another step might
+  # last beyond 25 ms, or when the outcomes are large; the rest may be asked again. At least one call is answered.
+}
+
+struct Call {
+  object @0 :UInt16;
+  # Which of the objects; of these only the references count, not the paths.
+  method @1 :UInt16;
+  # Its ordinal in the object's own interface.
+  parameters @2 :AnyPointer;
+  # The struct of the method's parameters; may be left out when there are none.
+  condition @3 :Condition;
+  continuesStep @4 :Bool;
+  # Belongs to the step of the call before. Once a call with a result has failed, the rest of its step is skipped.
+}
+
+enum Condition {
+  always @0;
+  ifTrue @1;
+  # The call before has answered true.
+  unlessWriteOnly @2;
+  # The attribute that the call before has answered is not "write only".
+}
+
+struct Outcome {
+  union {
+    unanswered @0 :Void;
+    skipped @1 :Void;
+    results @2 :AnyPointer;
+    # The struct of the method's results.
+    failure @3 :Text;
+  }
 }
 
 interface Engine {
@@ -149,8 +189,9 @@ interface History {
   getTableName @4 (index :Int32) -> (result :Text16);
 
   readRaw @5 (items :Value, from :Value, to :Value, bounds :Bool, atMost :Int32, continuing :Text16)
-      -> (result :ResultSet);
-  readProcessed @6 (items :Value, from :Value, to :Value, interval :Value, aggregates :Value) -> (result :ResultSet);
+      -> (result :ResultSet) $since(1);
+  readProcessed @6 (items :Value, from :Value, to :Value, interval :Value, aggregates :Value)
+      -> (result :ResultSet) $since(1);
 }
 
 interface ResultSet {

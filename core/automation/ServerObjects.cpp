@@ -10,7 +10,20 @@ ResultPage::~ResultPage() = default;
 
 ResultSet::~ResultSet() = default;
 
+FoundItem VelSQLEngine::FindItem(const QString& controllerName, const QString& itemName)
+{
+    const ControllerRef controller = get_Controller(Variant(controllerName));
+    return {controller, controller->get_Item(Variant(itemName))};
+}
+
 VelSQLLib::~VelSQLLib() = default;
+
+qsizetype VelSQLLib::TakeSteps(const QList<CallStep>& steps, qsizetype first)
+{
+    const CallStep step = steps.at(first); // whatever it does to the list
+    step.Take();
+    return 1;
+}
 
 QString StateName(qint32 state)
 {

@@ -23,11 +23,20 @@ using ControllerRef = std::shared_ptr<VelSQLController>;
 using ItemRef = std::shared_ptr<VelSQLItem>;
 using HistoryRef = std::shared_ptr<VelSQLHistory>;
 
+/// An item, and the controller that it was got from.
+struct FoundItem
+{
+    ControllerRef Controller;
+    ItemRef Item;
+};
+
 /// The root of the server's objects. The operations stand in the order of the server's operation table.
 class VelSQLEngine : public ServerObject
 {
 public:
     virtual ControllerRef get_Controller(const Variant& name) = 0;
+    /// get_Controller and its get_Item, in no more time than one call where that is possible.
+    virtual FoundItem FindItem(const QString& controllerName, const QString& itemName);
     virtual void Start() = 0;
     virtual void Stop() = 0;
     virtual void Snapshot() = 0;
@@ -45,6 +54,8 @@ class ControllerEvents
 public:
     virtual void OnChangeState(qint32 lNewVal) = 0;
     virtual void OnChangeItem(const ItemRef& pICSItem) = 0;
+    /// See CallStep: makes the calls that OnChangeItem will make next.
+    virtual void ForeseeChangeItem(const ItemRef&) {}
 
 protected:
     ~ControllerEvents() = default;
@@ -176,6 +187,17 @@ public:
 
 using ScriptHostRef = std::shared_ptr<ScriptHost>;
 
+/// A piece of work that calls the server. Where the server can, it answers the calls of many steps at once.
+struct CallStep
+{
+    /// Makes the calls that Take will make, and nothing else. The answers are made up: true, 0, EMPTY, no text.
+    /// A call right after a boolean is expected only when that is true, a value right after the attribute only when that
+    /// is not "write only"; after a failed reading the server leaves out the rest of the step.
+    std::function<void()> Foresee;
+    /// Does the work; calls that were not foreseen are made one by one. Must not throw.
+    std::function<void()> Take;
+};
+
 /// The server's type library: the classes that a client may create.
 class VelSQLLib
 {
@@ -193,6 +215,13 @@ public:
     virtual QString Absence() const { return {}; }
     /// The given function runs, between other events and never inside a call, each time that the above has changed.
     virtual void OnServerChange(std::function<void()>) {}
+
+    /// Takes the steps from `first` on that one call on the server answers, in order, at least one; returns how many. A
+    /// step that foresees no call is taken alone. Each call reaches the server as if it were made by itself.
+    virtual qsizetype TakeSteps(const QList<CallStep>& steps, qsizetype first);
+
+    /// That the server is of another version than this program, and which; empty while it is not, or is not known.
+    virtual QString VersionNote() const { return {}; }
 
     /// Attaches to a running server or starts one. Throws ServerError when neither is possible.
     virtual EngineRef CreateEngine() = 0;

@@ -1,6 +1,7 @@
 #include "server/rpc/EngineServer.h"
 
 #include "server/plant/Convert.h"
+#include "server/rpc/CallsInTurn.h"
 #include "server/rpc/ControllerServer.h"
 #include "server/rpc/HistoryServer.h"
 #include "velsqllib/WireText.h"
@@ -15,7 +16,10 @@ LibraryServer::LibraryServer(Services& services, std::function<int()> callsUnder
 kj::Promise<void> LibraryServer::createEngine(CreateEngineContext context)
 {
     if (!m_Engine) m_Engine.emplace(kj::heap<EngineServer>(m_Services, m_User));
-    context.getResults().setResult(*m_Engine);
+    auto results = context.getResults();
+    results.setResult(*m_Engine);
+    results.setVersion(VELSQL_VERSION);
+    results.setLevel(wire::LEVEL);
     return kj::READY_NOW;
 }
 
@@ -23,6 +27,14 @@ kj::Promise<void> LibraryServer::ping(PingContext context)
 {
     context.getResults().setCallsUnderWay(m_CallsUnderWay() - 1); // the ping itself does not count
     return kj::READY_NOW;
+}
+
+kj::Promise<void> LibraryServer::callInTurn(CallInTurnContext context)
+{
+    context.allowCancellation(); // ends with its client
+    auto calls = kj::heap<CallsInTurn>(m_Services.Objects, context);
+    auto done = calls->Run();
+    return done.attach(kj::mv(calls));
 }
 
 EngineServer::EngineServer(Services& services, HistoryUserRef user)

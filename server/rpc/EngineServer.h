@@ -13,6 +13,7 @@ public:
 
     kj::Promise<void> createEngine(CreateEngineContext context) override;
     kj::Promise<void> ping(PingContext context) override;
+    kj::Promise<void> callInTurn(CallInTurnContext context) override;
 
 protected:
     CalledObject Called() const override { return {QStringLiteral("Library"), {}, {}}; }

@@ -9,15 +9,27 @@
 
 namespace {
 
-/// The only wire object of `object`, created when there is none; `held` knows it until the last client lets go.
-template <typename Server, typename Object>
-auto ServerOf(QHash<const Object*, Server*>& held, const std::shared_ptr<Object>& object, Services& services)
+/// The only reference to `object`, created when there is none; `held` knows its server until the last client lets go.
+template <typename Wire, typename Server, typename Object>
+auto ReferenceTo(const std::shared_ptr<Object>& object, QHash<const Object*, Server*>& held,
+                 capnp::CapabilityServerSet<Wire>& servers, Services& services)
 {
     if (Server* known = held.value(object.get())) return known->Self();
     auto made = kj::heap<Server>(services, object);
     held.insert(object.get(), made.get());
     auto forget = kj::defer([&held, key = object.get()] { held.remove(key); });
-    return decltype(made->Self())(made.attach(kj::mv(forget)));
+    return servers.add(made.attach(kj::mv(forget)));
+}
+
+template <typename Wire>
+kj::Promise<capnp::Capability::Server*> FindServer(capnp::CapabilityServerSet<Wire>& servers,
+                                                   typename Wire::Client reference)
+{
+    return servers.getLocalServer(reference).then(
+        [](kj::Maybe<typename Wire::Server&> server) -> capnp::Capability::Server* {
+            KJ_IF_MAYBE (found, server) return found;
+            return nullptr;
+        });
 }
 
 } // namespace
@@ -35,12 +47,19 @@ wire::Library::Client ObjectDirectory::Library(std::function<int()> callsUnderWa
 
 wire::Controller::Client ObjectDirectory::Controller(const PlantControllerRef& controller)
 {
-    return ServerOf(m_Controllers, controller, m_Services);
+    return ReferenceTo(controller, m_Controllers, m_ControllerServers, m_Services);
 }
 
 wire::Item::Client ObjectDirectory::Item(const PlantItemRef& item)
 {
-    return ServerOf(m_Items, item, m_Services);
+    return ReferenceTo(item, m_Items, m_ItemServers, m_Services);
+}
+
+kj::Promise<capnp::Capability::Server*> ObjectDirectory::ServerOf(wire::Object::Reader object)
+{
+    if (object.isItem()) return FindServer(m_ItemServers, object.getItem());
+    if (object.isController()) return FindServer(m_ControllerServers, object.getController());
+    return static_cast<capnp::Capability::Server*>(nullptr); // a bare one would be a promise of nothing
 }
 
 wire::ResultSet::Client ObjectDirectory::Result(const ResultSpoolRef& spool, const HistoryUserRef& user)

@@ -5,6 +5,8 @@
 
 #include <QHash>
 
+#include <capnp/capability.h>
+
 class ControllerServer;
 class ItemServer;
 
@@ -29,6 +31,7 @@ public:
     wire::Library::Client Library(std::function<int()> callsUnderWay);
     wire::Controller::Client Controller(const PlantControllerRef& controller) override;
     wire::Item::Client Item(const PlantItemRef& item) override;
+    kj::Promise<capnp::Capability::Server*> ServerOf(wire::Object::Reader object) override;
     wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) override;
 
     /// Objects inside values.
@@ -43,5 +46,8 @@ private:
     Services m_Services;
     QHash<const PlantController*, ControllerServer*> m_Controllers;
     QHash<const PlantItem*, ItemServer*> m_Items;
+    /// The same, by what clients refer to.
+    capnp::CapabilityServerSet<wire::Controller> m_ControllerServers;
+    capnp::CapabilityServerSet<wire::Item> m_ItemServers;
     qsizetype m_Results = 0;
 };

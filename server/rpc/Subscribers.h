@@ -24,7 +24,7 @@ public:
     /// Events that have been sent but not answered.
     void AddUnanswered(qint32 change) { m_Unanswered += change; }
     /// The most of them that each subscriber may have at present.
-    qint32 MostUnanswered() const { return m_Unanswered < ManyUnanswered ? 256 : 4; }
+    qint32 MostUnanswered() const { return m_Unanswered < ManyUnanswered ? 512 : 4; }
     /// Counts answers: a subscriber with a lower number has been silent for longer.
     quint64 NextSign() { return ++m_Signs; }
     /// Whether there is room for one more event of `subscriber`, after others have given up theirs where that is fair.

@@ -2,6 +2,7 @@
 #include "core/PropertyGrid.h"
 #include "core/RefreshTurns.h"
 #include "tests/support/ConsoleTest.h"
+#include "tests/support/FakeServer.h"
 
 #include <QThread>
 
@@ -43,7 +44,8 @@ protected:
         return QTest::qWaitFor([=, this] { return m_Refreshes >= count; }, 10'000);
     }
 
-    RefreshTurns m_Shared;
+    FakeServer m_Server;
+    RefreshTurns m_Shared{m_Server};
     QTimer m_Turn;
     int m_ReadsInTurn = 0, m_MostReadsInTurn = 0, m_Refreshes = 0;
     QStringList m_RowsRead;

@@ -62,6 +62,7 @@ public:
     }
     ~TestClient() noexcept = default;
 
+    wire::Library::Client& Library() { return m_Library; }
     wire::Engine::Client& Engine() { return m_Engine; }
     wire::Controller::Client Controller(const QString& name = u"PLC1"_s)
     {

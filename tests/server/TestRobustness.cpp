@@ -50,6 +50,40 @@ TEST_F(Robustness, HostileBytesEndOnlyTheirOwnConnection)
     }
 }
 
+TEST_F(Robustness, ListsOfCallsThatMakeNoSense)
+{
+    using Request = capnp::Request<wire::Library::CallInTurnParams, wire::Library::CallInTurnResults>;
+    const auto askItem = [](Request& it, wire::Item::Client item, int method) {
+        it.initObjects(1)[0].setItem(kj::mv(item));
+        it.initCalls(1)[0].setMethod(static_cast<quint16>(method));
+    };
+    const std::pair<QString, std::function<void(Request&)>> cases[] = {
+        {u"At most 1024 calls are carried out in turn."_s, [](Request& it) { it.initCalls(1025); }},
+        {u"A call has no object.|A call has no object."_s, [](Request& it) { it.initCalls(2), it.initObjects(0); }},
+        {u"Controller \"X\" does not exist."_s, [&](Request& it) { askItem(it, m_Client.Item(u"D100"_s, u"X"_s), 0); }},
+        {u"A call asks for an unknown operation."_s, [&](Request& it) { askItem(it, m_Client.Item(u"D100"_s), 999); }},
+        {u"remote exception: Method not implemented."_s, // its own object
+         [&](Request& it) { askItem(it, kj::heap<wire::Item::Server>(), 0); }},
+        {u"skipped"_s,
+         [&](Request& it) {
+             askItem(it, m_Client.Item(u"D100"_s), 0);
+             it.getCalls()[0].setCondition(static_cast<wire::Condition>(77));
+         }},
+    };
+    for (const auto& [expected, write] : cases) {
+        auto request = m_Client.Library().callInTurnRequest();
+        write(request);
+        const QString outcome = OutcomeOf([&] {
+            QStringList texts;
+            for (const auto one : Wait(request.send()).getOutcomes())
+                texts << (one.isSkipped() ? u"skipped"_s : QString::fromUtf8(one.getFailure().cStr()));
+            return texts.join(u'|');
+        });
+        EXPECT_TRUE(outcome.startsWith(expected)) << outcome.toStdString();
+    }
+    EXPECT_TRUE(m_Client.IsAnswered());
+}
+
 TEST_F(Robustness, AThousandConnections)
 {
     rlimit limit{};

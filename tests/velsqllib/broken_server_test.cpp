@@ -75,7 +75,7 @@ protected:
     RemoteLibrary m_Library{
         m_Server.SocketPath(), QString(), {.Interval = 30ms, .BeforePing = 100ms, .ForPingAnswer = 60s}};
     EngineRef m_Engine = m_Library.AttachEngine();
-    EventQueue m_Queue;
+    EventQueue m_Queue{[](const QList<CallStep>& steps, qsizetype first) { return steps[first].Take(), 1; }};
 };
 
 TEST_F(Broken, AnAnswerThatTheServerKnowsNothingOfIsNotWaitedFor)
