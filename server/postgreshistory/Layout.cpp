@@ -75,7 +75,7 @@ const QString s_Sums = QStringLiteral(R"(CREATE OR REPLACE VIEW {sums} AS
 const QString s_Shown = QStringLiteral(R"(CREATE OR REPLACE VIEW {%1} AS
  SELECT controller_name, item_name, start_utc, to_timestamp(start_utc / 1e6) AT TIME ZONE {zone} AS start_time,
         value_count, smallest, largest, first_value, last_value,
-        number_sum / NULLIF(number_count, 0) AS mean_value, worst_state
+        number_sum / NULLIF(number_count, 0) AS mean_value, worst_state, number_count
  FROM %2)");
 
 const QString s_Longer = QStringLiteral(R"((

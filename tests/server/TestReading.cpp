@@ -234,13 +234,13 @@ TEST_F(ReadingTest, BothDatabasesAnswerWhatWasRecorded)
                   "PLC1\\A,1.706659259000007E+15,29.5,0,Bound\nPLC1\\A,1.706659260000007E+15,30,0,Raw\n"
                   "PLC1\\A,1.706659261000007E+15,30.5,0,Bound");
         const Variant names = SafeArray(QList<QString>({u"Minimum"_s, u"Maximum"_s, u"Average"_s, u"Count"_s}));
-        for (const double from : {0.0, 30.5}) {
+        for (const auto& [from, source] : {std::pair(0.0, u"Hours"_s), {30.5, u"Minutes"_s}}) {
             const auto request = [&](const Variant& asked) {
                 return ProcessedInquiry(ProcessedRequest(Span(At(from), At(10'800)), 3600e6, asked), table);
             };
             const QStringList rows = ask(request(names)).split(u'\n');
             EXPECT_EQ(rows.size(), 3);
-            EXPECT_TRUE(rows[1].contains(u",0,49.5,24.75,3600,0,Good,")) << rows[1].toStdString();
+            EXPECT_TRUE(rows[1].endsWith(u",0,49.5,24.75,3600,0,Good,"_s + source)) << rows[1].toStdString();
         }
     }
 }
