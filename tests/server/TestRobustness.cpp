@@ -162,17 +162,20 @@ TEST(Disk, ADatabaseThatIsReadOnlyIsWrittenToOnceItMayBe)
     AskedHistory(settings).Flush(0); // makes it
     WriteFile(plant, "[[history.destination]]\nconnection = \"Database=" + database.toUtf8() +
                          "\"\n[[controller]]\nname = \"PLC1\"\n[[controller.item]]\nname = \"N\"\nhistory = true\n");
-    QFile::setPermissions(database, QFile::ReadOwner);
+    const QString partition = database + u".parts/velsql_history/1000000.db"_s;
+    QFile::setPermissions(partition, QFile::ReadOwner);
     // Modes mean nothing to root otherwise.
     ServerRun server({u"--plant"_s, plant}, [] { prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE); });
     TestClient client(server.SocketPath());
     auto put = client.Item(u"N"_s).putValueRequest();
     client.Set(put.initValue(), 2);
     Wait(put.send());
-    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(1).endsWith(u": attempt to write a readonly database"); }));
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(1).endsWith(u": attempt to write a readonly database"); }))
+        << server.Log().join(u'\n').toStdString();
     EXPECT_EQ(client.Value(u"N"_s), Variant(2));
-    QFile::setPermissions(database, QFile::ReadOwner | QFile::WriteOwner);
-    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(2).endsWith(u" 0 were dropped meanwhile."); }));
+    QFile::setPermissions(partition, QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_TRUE(WaitUntil([&] { return server.Log().value(2).endsWith(u" 0 were dropped meanwhile."); }))
+        << server.Log().join(u'\n').toStdString();
     EXPECT_EQ(server.Terminate(), 0);
     EXPECT_EQ(AskedHistory(settings).Ask(u"SELECT item_value FROM velsql_history"_s), u"item_value\n2");
 }
