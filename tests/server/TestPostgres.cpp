@@ -121,9 +121,12 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     EXPECT_TRUE(countTo(600));
     EXPECT_EQ(server.Terminate(), 0) << "while the last ones wait for their batch";
 
+    // The report of what is kept comes at the start, or later where the database is away then.
     QStringList log = server.Log(), reasons = log.filter(waits);
+    log.removeIf([](const QString& line) { return line.startsWith(u"info: The history takes "); });
     EXPECT_EQ(reasons.removeDuplicates(), 0) << "each reason once";
-    EXPECT_EQ(log.size(), reasons.size() + 4) << "and nothing else but that it listens, writes twice and ends";
+    EXPECT_EQ(log.size(), reasons.size() + 4)
+        << log.join(u'\n').toStdString() << "\nand nothing else but that it listens, writes twice and ends";
     const QString sums = u"SELECT count(*) - max(item_value::int) AS a, count(DISTINCT item_value) - count(*) AS b, "
                          "min(item_value) AS c, max(item_value::int) >= 600 AS d FROM velsql_history"_s;
     EXPECT_EQ(AskedHistory(m_Settings).Ask(sums), u"a,b,c,d\n1,0,0,True") << "none is missing, none came twice";
