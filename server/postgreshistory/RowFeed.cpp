@@ -35,7 +35,12 @@ PGconn* LibraryConnection(const DatabaseSession& session)
     // Qt names the type as the library declares it, or as its header calls it.
     const QVariant handle = session.Database().driver()->handle();
     const QByteArrayView name = handle.typeName();
-    return name == "PGconn*" || name == "pg_conn*" ? *static_cast<PGconn* const*>(handle.constData()) : nullptr;
+    if (name != "PGconn*" && name != "pg_conn*") return nullptr;
+    PGconn* connection = *static_cast<PGconn* const*>(handle.constData());
+    // The library would write the database's notices to standard error, in among the lines of the log.
+    PQsetNoticeProcessor(
+        connection, [](void*, const char*) {}, nullptr);
+    return connection;
 }
 
 RowFeed::RowFeed(const DatabaseSession& session, const QString& table)
