@@ -2,6 +2,8 @@
 
 #include "bench/Figures.h"
 
+#include <QFile>
+
 #include <algorithm>
 
 void RunEvents(int milliseconds)
@@ -23,4 +25,19 @@ GapWatch::GapWatch()
 bool GapWatch::Print(double longestMs)
 {
     return Figures::PrintRatio(QStringLiteral("longest gap between handled events / 50 ms"), longestMs / 50.0, 1.0);
+}
+
+MemoryWatch::MemoryWatch()
+{
+    QObject::connect(&m_Timer, &QTimer::timeout, &m_Timer, [this] { m_MostMB = std::max(m_MostMB, MegabytesNow()); });
+    m_Timer.start(16);
+}
+
+double MemoryWatch::MegabytesNow()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) qFatal("no /proc");
+    const QByteArray text = status.readAll();
+    const qsizetype at = text.indexOf("RssAnon:") + 8;
+    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
 }

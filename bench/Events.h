@@ -32,3 +32,17 @@ private:
     QElapsedTimer m_SinceLast;
     double m_LongestMs = 0.0;
 };
+
+/// While it lives: the most memory of this process that belongs to no file, looked at 60 times a second.
+class MemoryWatch
+{
+public:
+    MemoryWatch();
+    double MostMB() const { return m_MostMB; }
+    /// What it is now.
+    static double MegabytesNow();
+
+private:
+    QTimer m_Timer;
+    double m_MostMB = MegabytesNow();
+};

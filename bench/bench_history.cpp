@@ -3,100 +3,28 @@
 #include "bench/BenchConsole.h"
 #include "bench/Events.h"
 #include "bench/Figures.h"
+#include "bench/HistoryFloor.h"
 #include "core/modMain.h"
 #include "history/frmHistory.h"
 
 #include <QApplication>
 #include <QClipboard>
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QHeaderView>
-#include <QProcess>
 #include <QScrollBar>
-#include <QStandardItemModel>
-#include <QTimer>
+#include <QTableView>
 
 #include <cstdio>
 
 namespace {
 
-constexpr int Rows = 1'000'000;
-constexpr int Columns = 4;
-constexpr int BareRows = 15'000;
+using HistoryFloor::Columns;
+using HistoryFloor::Rows;
+using HistoryFloor::Statement;
+
 constexpr int Times = 5;
 constexpr int CopiedRows = 100'000;
 constexpr double MostCopyMs = 1000.0;
 constexpr double MostGrowthMB = 30.0;
-const QString Statement = QStringLiteral("SELECT * FROM measured");
-
-QString DatabaseFile()
-{
-    return qEnvironmentVariable("XDG_STATE_HOME") + QStringLiteral("/velsql/history.db");
-}
-
-/// Runs the database's own tool; the milliseconds that it took.
-double RunTool(const QString& sql)
-{
-    QElapsedTimer time;
-    time.start();
-    QProcess tool;
-    tool.setStandardOutputFile(QProcess::nullDevice());
-    tool.start(QStringLiteral("sqlite3"), {DatabaseFile(), sql});
-    if (!tool.waitForFinished(-1) || tool.exitCode() != 0) qFatal("sqlite3: %s", qPrintable(tool.errorString()));
-    return static_cast<double>(time.nsecsElapsed()) / 1e6;
-}
-
-void MakeTable()
-{
-    QDir().mkpath(DatabaseFile().section(u'/', 0, -2));
-    RunTool(QStringLiteral("CREATE TABLE measured(controller_name TEXT, item_name TEXT, item_value, item_time TEXT);"
-                           "WITH RECURSIVE n(i) AS (SELECT 0 UNION ALL SELECT i + 1 FROM n WHERE i < %1) "
-                           "INSERT INTO measured SELECT 'PLC' || (i % 4), 'D' || (100 + i % 50), i * 0.25, "
-                           "datetime('2024-01-01', '+' || i || ' seconds') FROM n")
-                .arg(Rows - 1));
-}
-
-/// What one run through the whole table took.
-struct WayToEnd
-{
-    double Ms;
-    double CpuMs; ///< of all processes that took part
-};
-
-WayToEnd PrintTable()
-{
-    const double cpu = Figures::CpuMsOfEndedChildren();
-    const double time = RunTool(Statement);
-    return {time, Figures::CpuMsOfEndedChildren() - cpu};
-}
-
-/// Memory of this process that belongs to no file.
-double MegabytesNow()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) qFatal("no /proc");
-    const QByteArray text = status.readAll();
-    const qsizetype at = text.indexOf("RssAnon:") + 8;
-    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
-}
-
-/// The most memory while it lives.
-class MemoryWatch
-{
-public:
-    MemoryWatch()
-    {
-        QObject::connect(&m_Timer, &QTimer::timeout, &m_Timer,
-                         [this] { m_MostMB = std::max(m_MostMB, MegabytesNow()); });
-        m_Timer.start(16);
-    }
-    double MostMB() const { return m_MostMB; }
-
-private:
-    QTimer m_Timer;
-    double m_MostMB = MegabytesNow();
-};
 
 class Bench
 {
@@ -119,8 +47,9 @@ public:
 private:
     void ShowFirstRows();
     void ShowNothing();
-    WayToEnd ShowLastRow(double& longestGapMs);
+    HistoryFloor::WayToEnd ShowLastRow(double& longestGapMs);
     static Figures::Cost ScreenCost(QTableView& table);
+    Figures::Cost OwnScreenCost(double& longestGapMs);
     struct CopyCost
     {
         double Ms;
@@ -152,38 +81,11 @@ void Bench::ShowNothing()
     m_Statement->SetText(Statement);
 }
 
-/// As much as a grid shows, ready at once, in rows as high as the grid's.
-class BareTable : public QTableView
-{
-public:
-    explicit BareTable(const QTableView& grid)
-        : m_Rows(BareRows, Columns)
-    {
-        for (int row = 0; row < BareRows; ++row)
-            for (int column = 0; column < Columns; ++column)
-                m_Rows.setItem(row, column, new QStandardItem(grid.model()->index(0, column).data().toString()));
-        verticalHeader()->setDefaultSectionSize(grid.verticalHeader()->defaultSectionSize());
-        resize(grid.size());
-        show();
-        Reset();
-    }
-
-    void Reset()
-    {
-        setModel(nullptr);
-        setModel(&m_Rows);
-        viewport()->repaint();
-    }
-
-private:
-    QStandardItemModel m_Rows;
-};
-
 bool Bench::MeasureFirstRows()
 {
     std::printf("First rows of %d\n", Rows);
     ShowFirstRows();
-    BareTable table(*m_Grid);
+    HistoryFloor::BareTable table(*m_Grid);
     const ResultSetRef bare = modMain::History->Execute(Statement);
     RunEventsUntil([&] { return bare->Progress().Complete; });
     const auto untilFirstPage = [&] {
@@ -205,7 +107,7 @@ bool Bench::MeasureFirstRows()
                                costs[5].MedianUs / (costs[0].MedianUs + costs[3].MedianUs), 3.0);
 }
 
-WayToEnd Bench::ShowLastRow(double& longestGapMs)
+HistoryFloor::WayToEnd Bench::ShowLastRow(double& longestGapMs)
 {
     const double cpu = Figures::CpuMsOf(m_Server) + Figures::CpuMsOf(QCoreApplication::applicationPid());
     QElapsedTimer time;
@@ -223,14 +125,14 @@ bool Bench::MeasureEnd()
 {
     std::printf("To the last row while the server reads, the best of %d\n", Times);
     const MemoryWatch memory;
-    WayToEnd tool{1e9, 1e9};
-    WayToEnd own{1e9, 1e9};
-    const auto keepBest = [](WayToEnd& best, const WayToEnd& way) {
+    HistoryFloor::WayToEnd tool{1e9, 1e9};
+    HistoryFloor::WayToEnd own{1e9, 1e9};
+    const auto keepBest = [](HistoryFloor::WayToEnd& best, const HistoryFloor::WayToEnd& way) {
         best = {std::min(best.Ms, way.Ms), std::min(best.CpuMs, way.CpuMs)};
     };
     double gap = 0.0;
     for (int i = 0; i < Times; ++i) {
-        keepBest(tool, PrintTable());
+        keepBest(tool, HistoryFloor::PrintTable());
         keepBest(own, ShowLastRow(gap));
     }
     m_MostMB = std::max(m_MostMB, memory.MostMB());
@@ -260,20 +162,29 @@ Figures::Cost Bench::ScreenCost(QTableView& table)
             (Figures::CpuMsOf(QCoreApplication::applicationPid()) - cpu) * 1e3 / screens};
 }
 
-bool Bench::MeasureScrolling()
+/// Before there is a bare table, whose rows would count as memory of the result.
+Figures::Cost Bench::OwnScreenCost(double& longestGapMs)
 {
-    std::printf("Scrolling through all rows, a screen of them at a time\n");
-    BareTable table(*m_Grid);
-    const Figures::Cost bare = ScreenCost(table);
     const GapWatch gaps;
     const MemoryWatch memory;
     const Figures::Cost own = ScreenCost(*m_Grid);
     m_MostMB = std::max(m_MostMB, memory.MostMB());
+    longestGapMs = gaps.LongestMs();
+    return own;
+}
+
+bool Bench::MeasureScrolling()
+{
+    std::printf("Scrolling through all rows, a screen of them at a time\n");
+    double longestGapMs = 0.0;
+    const Figures::Cost own = OwnScreenCost(longestGapMs);
+    HistoryFloor::BareTable table(*m_Grid);
+    const Figures::Cost bare = ScreenCost(table);
     Figures::PrintCost(QStringLiteral("a screen of a bare table of ready rows"), bare);
     Figures::PrintCost(QStringLiteral("a screen of the result"), own);
     return Figures::PrintRatio(QStringLiteral("a screen of the result / of the bare table"),
                                own.MedianUs / bare.MedianUs, 3.0) &
-           GapWatch::Print(gaps.LongestMs());
+           GapWatch::Print(longestGapMs);
 }
 
 /// Reads every cell of a result and makes nothing of it.
@@ -334,12 +245,12 @@ bool Bench::PrintMemory(double before) const
 int main(int argc, char** argv)
 {
     const QApplication application(argc, argv);
-    const BenchConsole console({}, MakeTable);
+    const BenchConsole console({}, HistoryFloor::MakeTable);
     auto* form = ChildWindow::Open<frmHistory>(modMain::HistoryNode);
     form->ShowForm();
     QCoreApplication::processEvents();
 
-    const double before = MegabytesNow();
+    const double before = MemoryWatch::MegabytesNow();
     Bench bench(*form, console.ServerProcessId());
     bool kept = bench.MeasureEnd();
     kept &= bench.MeasureScrolling();
