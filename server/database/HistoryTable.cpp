@@ -1,7 +1,5 @@
 #include "server/database/HistoryTable.h"
 
-#include <QDateTime>
-
 QString QuotedName(const QString& name)
 {
     QStringList parts = name.split(u'.');
@@ -33,16 +31,4 @@ void HistoryTable::Write(std::span<const RecordedValue> values, SpoolPosition po
         if (database.isOpen()) database.rollback();
         throw;
     }
-}
-
-const QString& HistoryTable::Spell(TimeStamp time)
-{
-    if (time == m_Time && !m_TimeText.isEmpty()) return m_TimeText;
-    const auto second = std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
-    if (second != m_Second || m_TimeText.isEmpty())
-        m_SecondText = QDateTime::fromSecsSinceEpoch(second).toString(u"yyyy-MM-dd hh:mm:ss");
-    m_Second = second;
-    m_Time = time;
-    m_TimeText = m_SecondText + u'.' + QString::number(MicrosecondsOf(time)).rightJustified(6, u'0');
-    return m_TimeText;
 }

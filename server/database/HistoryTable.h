@@ -36,8 +36,6 @@ protected:
     const QString& Name() const { return m_Name; }
     /// See PositionTable::Make.
     bool MakePositions() { return m_Positions.Make(); }
-    /// Local time with microseconds. The values of a scan share their time, so its text is made only once.
-    const QString& Spell(TimeStamp time);
 
 private:
     /// Outside the transaction that writes them.
@@ -52,8 +50,4 @@ private:
     const DatabaseSession m_Session;
     const QString m_Name;
     PositionTable m_Positions;
-    TimeStamp m_Time;
-    QString m_TimeText; ///< the text of m_Time; empty at first
-    qint64 m_Second = 0;
-    QString m_SecondText;
 };

@@ -130,11 +130,11 @@ void PartitionCare::Merge(const Partition& day, const std::vector<Partition>& pa
                                                "item_time < '%3' AND item_utc IS NOT NULL AND tableoid <> "
                                                "'{rows_other}'::regclass %4"))
                           .arg(m_Partitions.NameOf(made), day.From, day.To, s_InOrder));
-        MoveRows(made, m_Names.Of(QStringLiteral("rows_other")));
+        MoveOtherRows(made);
         MakeIndexes(m_Partitions.NameOf(made), made.Name);
         LockRows();
         for (const Partition& part : parts) m_Session.Run(QStringLiteral("DROP TABLE ") + m_Partitions.NameOf(part));
-        m_Partitions.Attach(made);
+        Join(made);
     });
     m_Partitions.Refresh();
     if (const Partition* merged = m_Partitions.At(day.From))
@@ -153,11 +153,10 @@ bool PartitionCare::TidyNext()
     gap.Name = PartitionName(m_Names, isOver ? QStringLiteral("rows_d") : QStringLiteral("rows_o"), gap.From);
     InTransaction(m_Session, [&] {
         m_Partitions.MakeTable(gap);
-        MoveRows(gap, m_Names.Of(QStringLiteral("rows_other")));
+        MoveOtherRows(gap);
         if (isOver) MakeIndexes(m_Partitions.NameOf(gap), gap.Name);
         if (gap.To <= m_Partitions.ClosedUntil()) SumUp(m_Partitions.NameOf(gap), gap.From);
-        LockRows();
-        m_Partitions.Attach(gap);
+        Join(gap);
     });
     m_Session.Run(QStringLiteral("ANALYZE ") + m_Partitions.NameOf(gap));
     // Gives the space back when nothing is left.
@@ -247,15 +246,23 @@ void PartitionCare::SumUp(const QString& table, const QString& day) const
     Run(QStringLiteral("INSERT INTO {blocks} SELECT *, date '%2' FROM (%1) AS s").arg(SummedUp(table), day.left(10)));
 }
 
-/// Fills in what rows lack that were there before this layout.
-void PartitionCare::MoveRows(const Partition& into, const QString& from) const
+/// Takes them out of {rows_other} and fills in what rows lack that were there before this layout. In one statement: a
+/// second one would also see rows that have come in between.
+void PartitionCare::MoveOtherRows(const Partition& into) const
 {
-    const QString range = QStringLiteral("item_time >= '%1' AND item_time < '%2'").arg(into.From, into.To);
-    Run(QStringLiteral("INSERT INTO %1 SELECT controller_name, item_name, item_value, item_time, "
+    Run(QStringLiteral("WITH moved AS (DELETE FROM {rows_other} WHERE item_time >= '%1' AND item_time < '%2' "
+                       "RETURNING *) INSERT INTO %3 SELECT controller_name, item_name, item_value, item_time, "
                        "coalesce(value_number, {number}(item_value)), coalesce(item_utc, {utc}(item_time)), "
-                       "coalesce(item_state, 0) FROM %2 WHERE %3 %4")
-            .arg(m_Partitions.NameOf(into), from, range, s_InOrder));
-    m_Session.Run(QStringLiteral("DELETE FROM %1 WHERE %2").arg(from, range));
+                       "coalesce(item_state, 0) FROM moved %4")
+            .arg(into.From, into.To, m_Partitions.NameOf(into), s_InOrder));
+}
+
+/// Makes the table a partition, with what came into {rows_other} while it was filled: from the lock on nothing comes.
+void PartitionCare::Join(const Partition& partition) const
+{
+    LockRows();
+    MoveOtherRows(partition);
+    m_Partitions.Attach(partition);
 }
 
 /// Within a transaction that has worked for long: others wait 0.2 s at a time only.

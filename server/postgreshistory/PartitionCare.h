@@ -34,8 +34,9 @@ private:
     void MakeIndexes(const QString& table, const QString& name) const;
     void MakeDayOfSums(const QString& day) const;
     void SumUp(const QString& table, const QString& day) const;
-    void MoveRows(const Partition& into, const QString& from) const;
+    void MoveOtherRows(const Partition& into) const;
     void LockRows() const;
+    void Join(const Partition& partition) const;
     void Merge(const Partition& day, const std::vector<Partition>& parts);
 
     const DatabaseSession& m_Session;

@@ -1,9 +1,8 @@
 #include "server/postgreshistory/PostgresTable.h"
 
-#include "server/database/SqlValue.h"
 #include "server/log/Log.h"
 
-#include <cmath>
+#include <QDateTime>
 
 namespace {
 
@@ -12,27 +11,7 @@ using namespace std::chrono_literals;
 constexpr double RateOfNarrow = 1400.0; // values a second: 5 million in an hour
 constexpr auto BetweenRates = 10s;
 constexpr auto BetweenTries = 10s;
-
-qint64 Microseconds(TimeStamp time)
-{
-    return std::chrono::floor<std::chrono::microseconds>(time.time_since_epoch()).count();
-}
-
-/// What a text says as a number, as the database's own function sees it.
-bool SaysNumber(const QString& text)
-{
-    const QString trimmed = text.trimmed();
-    const bool canBe = !trimmed.isEmpty() && (trimmed.back().isDigit() || trimmed.back() == u'.');
-    bool isNumber = false;
-    const double number = canBe ? trimmed.toDouble(&isNumber) : 0.0;
-    return isNumber && std::isfinite(number);
-}
-
-bool IsNumber(const QVariant& value, const QString& text)
-{
-    if (value.typeId() == QMetaType::QString) return SaysNumber(text);
-    return value.typeId() != QMetaType::Double || std::isfinite(value.toDouble());
-}
+constexpr auto BetweenLooks = 30s; // less than what is left of a partition's life once it is full
 
 } // namespace
 
@@ -46,13 +25,9 @@ PostgresTable::PostgresTable(const HistoryDestination& destination)
     if (!MakePositions())
         Log(LogLevel::Debug, QStringLiteral("The table velsql_positions is not available: values that are being "
                                             "written when a connection is lost may be written twice."));
-    m_Columns = QStringList({QStringLiteral("controller_name"), QStringLiteral("item_name"),
-                             QStringLiteral("item_value"), QStringLiteral("item_time")});
-    if (m_IsPartitioned)
-        m_Columns += {QStringLiteral("value_number"), QStringLiteral("item_utc"), QStringLiteral("item_state")};
-    m_Feed.emplace(Session(), m_IsPartitioned ? m_Names.Of(QStringLiteral("rows")) : Name());
+    m_Feed = RowFeed::Choose(Session(), m_IsPartitioned ? m_Names.Of(QStringLiteral("rows")) : Name(), m_IsPartitioned);
     if (!m_IsPartitioned) return;
-    m_Progress->WrittenAt = Microseconds(std::chrono::system_clock::now());
+    m_Progress->WrittenAt = LocalTime::Microseconds(std::chrono::system_clock::now());
     m_Partitions.Refresh();
     m_Upkeep.emplace(destination, m_Progress);
 }
@@ -110,44 +85,53 @@ void PostgresTable::Prepare(std::span<const RecordedValue> values)
 {
     if (!m_IsPartitioned) return;
     NoteRate(values.size());
+    if (Clock::now() >= m_NextLook) m_Target = {}; // it may have been closed
     bool isFresh = false;
     for (const RecordedValue& value : values) {
-        const QString& time = Spell(value.Time);
-        if (m_Current.Holds(time)) continue;
-        if (!std::exchange(isFresh, true)) m_Partitions.Refresh();
-        if (!m_Partitions.At(time) && Clock::now() >= m_NextTry && time >= m_Partitions.ClosedUntil()) {
-            try {
-                const bool isWide = m_Progress->Rate < RateOfNarrow;
-                m_Partitions.MakeOpen(time, isWide ? Partitions::Wide : Partitions::Narrow);
-            } catch (const DatabaseError& error) {
-                m_NextTry = Clock::now() + BetweenTries;
-                Log(LogLevel::Debug, QStringLiteral("A partition is missing: ") + error.Description());
-            }
-        }
-        const Partition* partition = m_Partitions.At(time);
-        m_Current = partition ? *partition : Partition();
+        const qint64 local = m_Clock.Of(value.Time);
+        if (m_Target.Holds(local)) continue;
+        if (!std::exchange(isFresh, true)) Look();
+        if (!m_Partitions.At(m_Clock.Spell(local))) MakePartition(m_Clock.Spell(local));
+        m_Target = TargetAt(local);
+    }
+}
+
+void PostgresTable::Look()
+{
+    m_Partitions.Refresh();
+    m_NextLook = Clock::now() + BetweenLooks;
+}
+
+void PostgresTable::MakePartition(const QString& time)
+{
+    if (Clock::now() < m_NextTry || time < m_Partitions.ClosedUntil()) return;
+    try {
+        const bool isWide = m_Progress->Rate < RateOfNarrow;
+        m_Partitions.MakeOpen(time, isWide ? Partitions::Wide : Partitions::Narrow);
+    } catch (const DatabaseError& error) {
+        m_NextTry = Clock::now() + BetweenTries;
+        Log(LogLevel::Debug, QStringLiteral("A partition is missing: ") + error.Description());
     }
 }
 
 void PostgresTable::Insert(std::span<const RecordedValue> values)
 {
-    QString target = m_IsPartitioned ? QString() : Name();
+    QString into;
     for (const RecordedValue& value : values) {
-        const QString& time = Spell(value.Time);
-        if (m_IsPartitioned && !(m_Current.Holds(time) && !target.isEmpty())) {
-            const QString next = TargetOf(time);
-            if (next != target) Send(target);
-            target = next;
-            const Partition* partition = m_Partitions.At(time);
-            m_Current = partition ? *partition : Partition();
+        const qint64 local = m_Clock.Of(value.Time);
+        if (!m_Target.Holds(local)) m_Target = TargetAt(local);
+        if (m_Target.Name != into) {
+            if (!into.isEmpty()) m_Feed->End();
+            into = m_Target.Name;
+            m_Feed->Begin(into);
         }
-        AddRow(value, time);
+        m_Feed->Add(PostgresRow(value, local));
     }
-    Send(target);
-    if (m_Count >= 0) m_Count += static_cast<qint64>(values.size());
     if (values.empty()) return;
-    m_Progress->Time = Microseconds(values.back().Time);
-    m_Progress->WrittenAt = Microseconds(std::chrono::system_clock::now());
+    m_Feed->End();
+    if (m_Count >= 0) m_Count += static_cast<qint64>(values.size());
+    m_Progress->Time = LocalTime::Microseconds(values.back().Time);
+    m_Progress->WrittenAt = LocalTime::Microseconds(std::chrono::system_clock::now());
 }
 
 void PostgresTable::Trim()
@@ -166,34 +150,21 @@ void PostgresTable::Trim()
     m_Count = maxRecord;
 }
 
+void PostgresTable::RolledBack()
+{
+    m_Feed->Abandon();
+    m_Count = -1;
+}
+
 /// What is closed is reached by the table of all, so that changes are noted.
-QString PostgresTable::TargetOf(const QString& time) const
+PostgresTable::Target PostgresTable::TargetAt(qint64 local)
 {
-    const Partition* partition = m_Partitions.At(time);
-    return partition && partition->IsOpen() ? m_Partitions.NameOf(*partition) : m_Names.Of(QStringLiteral("rows"));
-}
-
-void PostgresTable::AddRow(const RecordedValue& value, const QString& time)
-{
-    const QVariant sqlValue = ToSql(value.Value);
-    const QString text = sqlValue.toString();
-    m_Feed->Add(value.Controller);
-    m_Feed->Add(value.Item);
-    if (sqlValue.isNull()) m_Feed->AddNull();
-    else m_Feed->Add(text);
-    m_Feed->Add(time);
-    if (m_IsPartitioned) {
-        if (!sqlValue.isNull() && IsNumber(sqlValue, text)) m_Feed->Add(text.trimmed());
-        else m_Feed->AddNull();
-        m_Feed->Add(QString::number(Microseconds(value.Time)));
-        m_Feed->Add(QString::number(value.State));
-    }
-    m_Feed->EndRow();
-}
-
-void PostgresTable::Send(const QString& target)
-{
-    if (!m_Feed->IsEmpty()) m_Feed->Send(target, m_Columns);
+    if (!m_IsPartitioned) return {Name(), std::numeric_limits<qint64>::min(), std::numeric_limits<qint64>::max()};
+    const Partition* partition = m_Partitions.At(m_Clock.Spell(local));
+    if (!partition) return {m_Names.Of(QStringLiteral("rows"))};
+    const auto edge = [](const QString& time) { return TimeOf(time).toMSecsSinceEpoch() * 1000; };
+    return {partition->IsOpen() ? m_Partitions.NameOf(*partition) : m_Names.Of(QStringLiteral("rows")),
+            edge(partition->From), edge(partition->To)};
 }
 
 void PostgresTable::NoteRate(std::size_t count)

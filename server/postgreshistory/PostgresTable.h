@@ -2,6 +2,7 @@
 
 #include "server/database/HistoryTable.h"
 #include "server/postgreshistory/Layout.h"
+#include "server/postgreshistory/LocalTime.h"
 #include "server/postgreshistory/Partitions.h"
 #include "server/postgreshistory/RowFeed.h"
 #include "server/postgreshistory/Upkeep.h"
@@ -19,28 +20,38 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    /// Where values of a span of local time go.
+    struct Target
+    {
+        QString Name; ///< in quotes
+        qint64 From = 0;
+        qint64 To = 0;
+
+        bool Holds(qint64 local) const { return From <= local && local < To; }
+    };
+
     void Prepare(std::span<const RecordedValue> values) override;
     void Insert(std::span<const RecordedValue> values) override;
     void Trim() override;
-    void RolledBack() override { m_Count = -1; }
+    void RolledBack() override;
 
     void FindLayout();
     bool HasLayout(Layout::Kind found, const Layout& layout) const;
     void MakeFlat() const;
     void TeachAverage() const;
-    QString TargetOf(const QString& time) const;
-    void AddRow(const RecordedValue& value, const QString& time);
-    void Send(const QString& target);
+    void Look();
+    void MakePartition(const QString& time);
+    Target TargetAt(qint64 local);
     void NoteRate(std::size_t count);
 
     const LayoutNames m_Names;
     Partitions m_Partitions;
     bool m_IsPartitioned = false;
-    QStringList m_Columns;
-    std::optional<RowFeed> m_Feed;
+    std::unique_ptr<RowFeed> m_Feed;
+    LocalTime m_Clock;
     const std::shared_ptr<WriteProgress> m_Progress = std::make_shared<WriteProgress>();
-    /// The partition that the last value went to; copied, because the list changes.
-    Partition m_Current;
+    Target m_Target; ///< of the last value
+    Clock::time_point m_NextLook = Clock::now();
     Clock::time_point m_NextTry = Clock::now(); ///< to make a partition that is missing
     Clock::time_point m_RateSince = Clock::now();
     double m_RateCount = 0.0;

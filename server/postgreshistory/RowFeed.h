@@ -1,8 +1,7 @@
 #pragma once
 
 #include "server/database/Database.h"
-
-struct pg_conn;
+#include "server/postgreshistory/PostgresRow.h"
 
 /// Brings rows into a table, by the quickest way that the server proves to support.
 class RowFeed
@@ -10,37 +9,32 @@ class RowFeed
 public:
     enum class Way
     {
+        BinaryCopy, ///< for columns of known types
         Copy,
         Arrays, ///< one array for each column
         Values
     };
 
-    /// Asks the server, with statements that add no rows to `table`.
-    RowFeed(const DatabaseSession& session, const QString& table);
+    RowFeed(const RowFeed&) = delete;
+    RowFeed& operator=(const RowFeed&) = delete;
+    virtual ~RowFeed() = default;
 
-    Way How() const { return m_Way; }
+    /// Asks the server, with statements that add no rows to `table`. `isOwn`: the table is of this program's layout and
+    /// has all columns of a row; others have the first four, of whatever types.
+    static std::unique_ptr<RowFeed> Choose(const DatabaseSession& session, const QString& table, bool isOwn);
+    /// One that takes this way, whether or not the server supports it.
+    static std::unique_ptr<RowFeed> Make(Way way, const DatabaseSession& session, bool isOwn);
 
-    /// A row is begun and filled, column by column.
-    void Add(QStringView text);
-    void AddNull();
-    void EndRow();
-    bool IsEmpty() const { return m_Rows == 0; }
-    /// Brings the rows into a table of these columns. Throws DatabaseError; the rows are forgotten in any case.
-    void Send(const QString& table, const QStringList& columns);
+    virtual Way How() const = 0;
+    /// Rows that are added from now on go into this table. Throws DatabaseError.
+    virtual void Begin(const QString& table) = 0;
+    /// Throws DescribedError.
+    virtual void Add(const PostgresRow& row) = 0;
+    /// The table has the rows when this returns. Throws DatabaseError.
+    virtual void End() = 0;
+    /// What was added since Begin is forgotten.
+    virtual void Abandon() = 0;
 
-private:
-    void Copy(const QString& statement);
-    QString ArrayStatement(const QString& table, const QStringList& columns) const;
-    QString ValuesStatement(const QString& table, const QStringList& columns) const;
-    void AddEscaped(QStringView text);
-
-    const DatabaseSession& m_Session;
-    Way m_Way = Way::Copy;
-    int m_Rows = 0;
-    int m_Column = 0;
-    QByteArray m_Text;            ///< Copy: the rows as they are sent
-    QList<QStringList> m_Columns; ///< other ways: the literals of each column
+protected:
+    RowFeed() = default;
 };
-
-/// The connection as PostgreSQL's own library knows it; null when the driver does not provide it.
-pg_conn* LibraryConnection(const DatabaseSession& session);

@@ -1,9 +1,9 @@
 #include "server/postgreshistory/Upkeep.h"
 
 #include "server/log/Log.h"
+#include "server/postgreshistory/LibraryConnection.h"
 #include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresRetention.h"
-#include "server/postgreshistory/RowFeed.h"
 
 #include <condition_variable>
 #include <libpq-fe.h>

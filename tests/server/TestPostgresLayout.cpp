@@ -63,7 +63,7 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     const QString openParts = Ask(s_Parts);
     EXPECT_TRUE(openParts.startsWith(u"8,velsql_rows_o20240131_0000 "_s)) << openParts.toStdString();
     const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
-    EXPECT_EQ(RowFeed(session, u"velsql_rows"_s).How(), RowFeed::Way::Copy);
+    EXPECT_EQ(RowFeed::Choose(session, u"velsql_rows"_s, true)->How(), RowFeed::Way::BinaryCopy);
     PartitionCare care(session, m_Names, m_Progress);
     EXPECT_TRUE(care.CloseNext(s_Later));
     EXPECT_EQ(Disagreement(), u"8,0 of 182") << "in part";
@@ -123,6 +123,24 @@ TEST_F(PostgresLayoutTest, AnOldTableIsTakenOverWithAllItsRowsAndRights)
                               "inhrelid::regclass::text LIKE 'velsql_rows_d%'"_s),
               u"3,4")
         << "days";
+}
+
+TEST_F(PostgresLayoutTest, WhatComesWhileRowsAreMovedIntoPartitionsIsKept)
+{
+    AskedHistory(m_Settings).Flush();
+    ASSERT_TRUE(WaitUntil([&] { return Ask(u"SELECT count(*) FROM velsql_closed"_s) == u"3,1"; }));
+    const std::jthread writer([&] {
+        const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+        for (int i = 0; i < 300; ++i)
+            session.Run(u"INSERT INTO velsql_rows SELECT 'C', 'X', i, timestamp '2023-05-05' + i * interval '1 hour', "
+                        "i, 1683237600000000 + i * 3600000000, 0 FROM generate_series(1, 1000) AS i"_s);
+    });
+    const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+    PartitionCare care(session, m_Names, m_Progress);
+    const QString all = u"3,300000"_s;
+    const QString count = u"SELECT count(*) FROM velsql_values"_s;
+    EXPECT_TRUE(WaitUntil([&] { return !care.TidyNext() && Ask(count) == all; })) << Ask(count).toStdString();
+    EXPECT_EQ(Ask(u"SELECT count(*) FROM velsql_rows_other"_s), u"3,0");
 }
 
 TEST_F(PostgresLayoutTest, ATableOfTheOwnersStaysAsItIs)
