@@ -1,10 +1,10 @@
 // Frames of a trend: 8 pens of 1,000,000 values each, panned and zoomed at
-// 1,600 x 600 pixels, painted in software as plain bars; and finding the
-// extremes of all columns against a bare loop over the same values.
+// 1,600 x 600 pixels, painted in software with axes, grid and labels; and
+// finding the extremes of all columns against a bare loop over the same values.
 #include "bench/Figures.h"
-#include "trend/core/Bars.h"
+#include "trend/picture/TrendPainter.h"
 
-#include <QColor>
+#include <QGuiApplication>
 #include <QImage>
 
 #include <algorithm>
@@ -32,15 +32,18 @@ double Milliseconds()
 }
 
 /// Random walks at irregular times.
-std::vector<Series> MakePens()
+std::vector<Pen> MakePens()
 {
     std::mt19937 random(7);
-    std::vector<Series> pens(Pens);
-    for (Series& pen : pens) {
+    std::vector<Pen> pens(Pens);
+    for (Pen& pen : pens) {
+        pen.Settings.HasOwnAxis = true;
+        pen.Settings.Colour = PenColours[static_cast<std::size_t>(&pen - pens.data()) % PenColours.size()];
         Micros time = 0;
         double value = 0;
         for (int i = 0; i < ValuesAPen; ++i)
-            pen.Append({time += 500 + random() % 1000, value += static_cast<double>(random() % 2001) / 1000 - 1});
+            pen.Values.Append(
+                {time += 500 + random() % 1000, value += static_cast<double>(random() % 2001) / 1000 - 1});
     }
     return pens;
 }
@@ -52,36 +55,21 @@ Extreme BareExtremes(const Series& pen, const Column& column)
     return extreme;
 }
 
-/// What a frame works with, again and again.
-struct Canvas
-{
-    QImage Picture{Width, Height, QImage::Format_RGB32};
-    std::vector<Column> Columns;
-    std::vector<Bar> Bars;
-};
-
-void PaintPen(Canvas& canvas, const Series& pen, const Span& span, QRgb colour)
-{
-    FindColumns(pen, span, Width, canvas.Columns);
-    const ValueScale scale = ValueScale::Around(ExtremesIn(pen, span, Drawing::Step), Height);
-    FindBars(pen, span, canvas.Columns, scale, Drawing::Step, canvas.Bars);
-    FillBars(canvas.Bars, colour,
-             {reinterpret_cast<quint32*>(canvas.Picture.bits()), canvas.Picture.bytesPerLine() / 4, Width, Height});
-}
-
 /// Median and 95 of 100 of the frames of a walk through the time, at several
 /// depths of zoom.
-std::pair<double, double> PaintFrames(const std::vector<Series>& pens)
+std::pair<double, double> PaintFrames(std::span<const Pen* const> pens)
 {
-    Canvas canvas;
-    const Span all{0, pens[0].TimeAt(ValuesAPen - 1)};
+    QImage image(Width, Height, QImage::Format_RGB32);
+    TrendPainter trend;
+    View view;
+    const Span all{0, pens[0]->Values.TimeAt(ValuesAPen - 1)};
     std::vector<double> frames;
     for (int frame = 0; frame < Frames; ++frame) {
-        const Span span = all.Zoomed(1.0 / (1 + frame % 4), all.Length() / 2).Moved(frame * 0.001);
+        view.Shown = all.Zoomed(1.0 / (1 + frame % 4), all.Length() / 2).Moved(frame * 0.001);
         const double start = Milliseconds();
-        canvas.Picture.fill(Qt::white);
-        for (int i = 0; i < Pens; ++i)
-            PaintPen(canvas, pens[static_cast<std::size_t>(i)], span, QColor::fromHsv(i * 360 / Pens, 255, 180).rgb());
+        QPainter painter(&image);
+        trend.Paint(painter, image.size(), {view, pens}, PictureColours::Light());
+        painter.end();
         frames.push_back(Milliseconds() - start);
     }
     std::sort(frames.begin(), frames.end());
@@ -90,7 +78,7 @@ std::pair<double, double> PaintFrames(const std::vector<Series>& pens)
 
 /// How long finding the extremes takes, bare and by steps; whether both find
 /// the same.
-bool CompareExtremes(const std::vector<Series>& pens, double& bare, double& found)
+bool CompareExtremes(std::span<const Pen* const> pens, double& bare, double& found)
 {
     std::vector<std::vector<Column>> columns(Pens);
     double sum = 0;
@@ -99,13 +87,13 @@ bool CompareExtremes(const std::vector<Series>& pens, double& bare, double& foun
     for (int round = 0; round < 7; ++round) {
         double start = Milliseconds();
         for (std::size_t i = 0; i < Pens; ++i)
-            FindColumns(pens[i], {0, pens[i].TimeAt(ValuesAPen - 1) + 1}, Width, columns[i]);
+            FindColumns(pens[i]->Values, {0, pens[i]->Values.TimeAt(ValuesAPen - 1) + 1}, Width, columns[i]);
         found = std::min(found, Milliseconds() - start);
         std::vector<Extreme> extremes;
         extremes.reserve(Pens * Width);
         start = Milliseconds();
         for (std::size_t i = 0; i < Pens; ++i)
-            for (const Column& column : columns[i]) extremes.push_back(BareExtremes(pens[i], column));
+            for (const Column& column : columns[i]) extremes.push_back(BareExtremes(pens[i]->Values, column));
         bare = std::min(bare, Milliseconds() - start);
         for (std::size_t i = 0; i < extremes.size(); ++i) {
             const Extreme& other = columns[i / Width][i % Width].Values;
@@ -118,9 +106,13 @@ bool CompareExtremes(const std::vector<Series>& pens, double& bare, double& foun
 
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
-    const std::vector<Series> pens = MakePens();
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QGuiApplication application(argc, argv);
+    const std::vector<Pen> made = MakePens();
+    std::vector<const Pen*> pens;
+    for (const Pen& pen : made) pens.push_back(&pen);
     double bare = 0;
     double found = 0;
     const bool isSame = CompareExtremes(pens, bare, found);

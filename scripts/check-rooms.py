@@ -15,6 +15,7 @@ ROOMS = {
     "resulttext": ("resulttext", ("core/automation",)),
     "trend/core": ("trend", ()),
     "core": ("core", ("core/automation",)),
+    "trend/picture": ("trend", ("trend/core", "core")),
     "commandline": ("system", ("core/automation",)),
     "velsqllib/transport": ("velsqllib", ()),
     "velsqllib": ("velsqllib", ("core/automation",)),

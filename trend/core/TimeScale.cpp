@@ -35,12 +35,12 @@ struct Step
     }
 };
 
-constexpr std::array<Micros, 22> ShortSteps = {1000,        2000,        5000,        10'000,    20'000,     50'000,
-                                               100'000,     200'000,     500'000,     1'000'000, 2'000'000,  5'000'000,
-                                               10'000'000,  15'000'000,  30'000'000,  Minute,    2 * Minute, 5 * Minute,
-                                               10 * Minute, 15 * Minute, 30 * Minute, Hour};
+constexpr std::array<Micros, 25> ShortSteps = {
+    100,     200,        500,        1000,        2000,        5000,        10'000,     20'000,     50'000,
+    100'000, 200'000,    500'000,    1'000'000,   2'000'000,   5'000'000,   10'000'000, 15'000'000, 30'000'000,
+    Minute,  2 * Minute, 5 * Minute, 10 * Minute, 15 * Minute, 30 * Minute, Hour};
 
-constexpr std::array<Step, 17> LongSteps = {{{Step::Time, 2 * Hour},
+constexpr std::array<Step, 18> LongSteps = {{{Step::Time, 2 * Hour},
                                              {Step::Time, 3 * Hour},
                                              {Step::Time, 6 * Hour},
                                              {Step::Time, 12 * Hour},
@@ -54,6 +54,7 @@ constexpr std::array<Step, 17> LongSteps = {{{Step::Time, 2 * Hour},
                                              {Step::Months, 24},
                                              {Step::Months, 60},
                                              {Step::Months, 120},
+                                             {Step::Months, 240},
                                              {Step::Months, 600},
                                              {Step::Months, 1200},
                                              {Step::Months, 12'000}}};
@@ -149,9 +150,9 @@ QString SecondText(Micros time, Micros step)
 {
     const QString text = LocalAt(time).toString(u"hh:mm:ss");
     if (step >= MicrosASecond) return text;
-    const int digits = step >= 100'000 ? 1 : step >= 10'000 ? 2 : 3;
-    const Micros fraction = (time - FloorTo(time, MicrosASecond)) / 1000;
-    return text + u'.' + QString::number(fraction).rightJustified(3, u'0').first(digits);
+    const int digits = step >= 100'000 ? 1 : step >= 10'000 ? 2 : step >= 1000 ? 3 : 4;
+    const Micros fraction = time - FloorTo(time, MicrosASecond);
+    return text + u'.' + QString::number(fraction).rightJustified(6, u'0').first(digits);
 }
 
 /// The clock shows this a second time.

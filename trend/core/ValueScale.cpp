@@ -8,8 +8,9 @@ namespace {
 constexpr double Room = 0.05;
 /// Beyond, differences would no longer be numbers.
 constexpr double Largest = 1e300;
-/// Labels have a power of ten from there on.
+/// Labels have a power of ten from there on, and below that.
 constexpr double LargestPlain = 1e7;
+constexpr double SmallestPlain = 1e-3;
 /// So many parts of their size values can be apart at least.
 constexpr double Finest = 1e-12;
 
@@ -26,7 +27,7 @@ double StepFor(double range, int most)
 /// Decimals, or significant digits of large numbers, that the steps need.
 QString LabelOf(double value, double step, double largest)
 {
-    if (largest >= LargestPlain || step < 1e-6) {
+    if (largest >= LargestPlain || (largest < SmallestPlain && step < 1e-6)) {
         const int digits = static_cast<int>(std::floor(std::log10(largest)) - std::floor(std::log10(step) + 1e-9));
         return QString::number(value, 'E', std::clamp(digits, 0, 15));
     }
