@@ -25,6 +25,17 @@ void Marks::Replace(const Span& span, const std::vector<Mark>& marks)
     m_Marks.insert(m_Marks.erase(Find(span.From), Find(span.To)), marks.begin(), marks.end());
 }
 
+std::optional<Marks::Mark> Marks::At(Micros time) const
+{
+    const auto behind = Find(time + 1);
+    return behind == m_Marks.begin() ? std::nullopt : std::optional(*(behind - 1));
+}
+
+std::span<const Marks::Mark> Marks::Within(const Span& span) const
+{
+    return {Find(span.From), Find(span.To)};
+}
+
 std::vector<Marks::Place> Marks::Shown(const TimeScale& scale, double room) const
 {
     std::vector<Place> places;
