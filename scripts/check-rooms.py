@@ -16,6 +16,7 @@ ROOMS = {
     "trend/core": ("trend", ()),
     "core": ("core", ("core/automation",)),
     "trend/picture": ("trend", ("trend/core", "core")),
+    "trend/files": ("trend", ("trend/picture", "trend/core", "resulttext", "core/automation")),
     "commandline": ("system", ("core/automation",)),
     "velsqllib/transport": ("velsqllib", ()),
     "velsqllib": ("velsqllib", ("core/automation",)),
