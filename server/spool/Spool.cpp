@@ -156,7 +156,11 @@ SpoolSegment& Spool::Growing(quint64 first, qint64 bytes)
         m_Growing->Finish();
         m_Growing.reset();
     }
-    const bool isGone = m_Folder && !m_Growing && !QFileInfo::exists(m_Folder->Path());
+    const bool isGone = m_Folder && !QFileInfo::exists(m_Growing ? m_Growing->Path() : m_Folder->Path());
+    if (isGone) {
+        Log(LogLevel::Error, QStringLiteral("What waited on disk in %1 has been deleted.").arg(m_Folder->Path()));
+        m_Growing.reset();
+    }
     if (!m_Folder || isGone) m_Folder = SpoolFolder::Make(m_Settings.Folder, m_Id, m_Destination);
     if (!m_Growing) {
         m_Growing = std::make_shared<SpoolSegment>(m_Folder->Path(), m_Id, first);

@@ -29,6 +29,7 @@ public:
     /// One that is there. What a server that was killed has left half-written at its end does not count.
     SpoolSegment(const QString& path, quint64 spool);
 
+    QString Path() const { return m_File.fileName(); }
     quint64 Spool() const { return m_Spool; }
     bool IsDone(quint64 written) const { return m_Last <= written; }
     /// How many values are behind a sequence.

@@ -13,6 +13,9 @@ constexpr auto UntilBatchIsTaken = 25ms; // time for it to fill
 /// A value that has not been written after this time is on disk after twice this time. That leaves a busy machine some
 /// time until the 0.2 s are over that the end of the process may cost.
 constexpr auto UntilSpooled = 35ms;
+/// What a killed server may lose, as it is promised.
+constexpr auto LongestUnsafe = 200ms;
+constexpr auto BetweenComplaints = 60s;
 constexpr auto RetryPause = 1000ms;
 /// What is on disk as well is kept in memory up to this size, so that a writer that is a little behind need not read.
 constexpr qint64 BytesWorthKeeping = 16 * 1024 * 1024;
@@ -82,17 +85,30 @@ void WaitingValues::Pause(const std::stop_token& stop)
 void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()>& onLook)
 {
     quint64 old = 1; // behind the values that were there at the last look
+    auto oldAt = Clock::now();
+    auto safeAt = oldAt; // what was there then is on disk or has been written
     std::unique_lock lock(m_Guard);
     while (!stop.stop_requested()) {
-        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
-        const quint64 end = End();
-        m_Filled.wait_for(lock, stop, m_Problem.isEmpty() ? UntilSpooled : RetryPause, [] { return false; });
-        lock.unlock();
-        while (KeepSome(old)) {
+        if (m_Values.empty()) {
+            m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
+            safeAt = oldAt = Clock::now();
+            // It is tried anew, and said anew.
+            if (oldAt - m_ProblemAt > BetweenComplaints) m_Problem.clear();
         }
+        const quint64 end = End();
+        const auto endAt = Clock::now();
+        const bool hadProblem = !m_Problem.isEmpty();
+        m_Filled.wait_for(lock, stop, hadProblem ? RetryPause : UntilSpooled, [] { return false; });
+        // A busy machine may have let this thread wait: then also what is newer has waited long enough.
+        if (Clock::now() - endAt > 2 * UntilSpooled) std::tie(old, oldAt) = std::tuple(End(), Clock::now());
+        lock.unlock();
+        bool hasKept = false;
+        while (KeepSome(old)) hasKept = true;
+        if (hasKept && !hadProblem) SayIfLate(Clock::now() - safeAt);
         onLook();
         lock.lock();
-        old = end;
+        safeAt = oldAt;
+        std::tie(old, oldAt) = std::max(std::tuple(old, oldAt), std::tuple(end, endAt));
     }
     lock.unlock();
     while (KeepSome(std::numeric_limits<quint64>::max())) {
@@ -184,11 +200,23 @@ bool WaitingValues::KeepSome(quint64 end)
     return true;
 }
 
+void WaitingValues::SayIfLate(Clock::duration unsafe)
+{
+    const auto now = Clock::now();
+    if (unsafe <= LongestUnsafe || now < m_NextComplaint) return;
+    m_NextComplaint = now + BetweenComplaints;
+    const double seconds = std::chrono::duration<double>(unsafe).count();
+    Log(LogLevel::Warning, m_Name + QStringLiteral("Values were neither written nor on disk for up to %1 s: this "
+                                                   "machine is too busy. A server that is killed loses as much.")
+                                        .arg(seconds, 0, 'f', 1));
+}
+
 void WaitingValues::SayProblem(const QString& problem)
 {
     {
         const std::lock_guard lock(m_Guard);
         if (std::exchange(m_Problem, problem) == problem) return;
+        m_ProblemAt = Clock::now();
     }
     if (problem.isEmpty())
         return Log(LogLevel::Info, m_Name + QStringLiteral("Values that wait are kept on disk again."));

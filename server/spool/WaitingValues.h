@@ -55,6 +55,7 @@ private:
     void MakeRoom();
     SpoolBatch BatchFromMemory();
     bool KeepSome(quint64 end);
+    void SayIfLate(Clock::duration unsafe);
     void SayProblem(const QString& problem);
 
     const QString m_Name;
@@ -71,4 +72,6 @@ private:
     DroppedValues m_Dropped;
     std::optional<Clock::time_point> m_BusySince;
     QString m_Problem; ///< with the disk; empty while there is none
+    Clock::time_point m_ProblemAt;
+    Clock::time_point m_NextComplaint;
 };

@@ -17,8 +17,6 @@ constexpr qint64 FewestRowsInChunk = 4096;
 constexpr qint64 LongestSpan = 30 * Day;
 // What goes at once is about this part of what is kept.
 constexpr qint64 Grain = 16;
-constexpr auto LargestJump = 1h;
-constexpr auto WaitAfterJump = 24h;
 constexpr auto BetweenReports = 24h;
 
 qint64 MaxBytesOf(const HistoryDestination& destination, const QString& folder)
@@ -79,6 +77,11 @@ Retention::Retention(const HistoryDestination& destination, const PartitionFolde
 {
 }
 
+void Retention::Begin(PartitionWriter& newest)
+{
+    if (m_Destination.Keep > 0s) m_Clock.Begin(newest);
+}
+
 bool Retention::IsFull(const Chunk& range, qint64 bytes) const
 {
     if (range.Rows == 0) return false;
@@ -103,7 +106,7 @@ void Retention::Apply(PartitionWriter& newest)
 {
     std::vector<PartitionFile> files = m_Folder.Files();
     if (m_MaxBytes > 0) DropBySize(files);
-    if (m_Destination.Keep > 0s && IsClockSteady()) DropByAge(files);
+    if (m_Destination.Keep > 0s && m_Clock.IsTrusted(newest)) DropByAge(files);
     if (m_Destination.MaxRecord > 0) Count(files);
     ApplyCount(newest, 0);
     if (Clock::now() >= m_NextReport) Report(files);
@@ -149,29 +152,15 @@ void Retention::DropByAge(std::vector<PartitionFile>& files)
 {
     const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
     const qint64 oldest = now - std::chrono::microseconds(m_Destination.Keep).count();
-    while (files.size() > 1) {
-        const Chunk range = PartitionFolder::ContentsOf(files.front()).Range;
-        if (range.LastUtc >= oldest) return;
-        PartitionFolder::Remove(files.front());
-        files.erase(files.begin());
+    // Not only the first ones: a clock that was in the future for a while has left a partition that stays longer.
+    for (auto file = files.begin(); file != files.end() && std::next(file) != files.end();) {
+        if (PartitionFolder::ContentsOf(*file).Range.LastUtc >= oldest) {
+            ++file;
+            continue;
+        }
+        PartitionFolder::Remove(*file);
+        file = files.erase(file);
     }
-}
-
-/// A clock that was set wrong by mistake must not take the history with it.
-bool Retention::IsClockSteady()
-{
-    const auto now = Clock::now();
-    const auto wall = std::chrono::system_clock::now();
-    const auto jump = (wall - m_LookedWall) - (now - m_Looked);
-    m_Looked = now;
-    m_LookedWall = wall;
-    if (jump > LargestJump || jump < -LargestJump) {
-        m_AgeFrom = now + WaitAfterJump;
-        Log(LogLevel::Warning, QStringLiteral("The clock has jumped by %1: what the history keeps by age (keep) is "
-                                              "left alone for a day.")
-                                   .arg(SpanText(std::abs(std::chrono::duration<double>(jump).count()))));
-    }
-    return now >= m_AgeFrom;
 }
 
 void Retention::Report(const std::vector<PartitionFile>& files)

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "server/database/HistoryDestination.h"
+#include "server/sqlitehistory/ClockWatch.h"
 #include "server/sqlitehistory/PartitionFolder.h"
-#include "server/sqlitehistory/PartitionWriter.h"
 
 /// Lets the oldest go: whole partitions, and where records are counted also parts of one.
 class Retention
@@ -13,6 +13,8 @@ public:
     /// `say` gets what the log is to know.
     Retention(const HistoryDestination& destination, const PartitionFolder& folder);
 
+    /// When recording begins, with the partition that it goes on in. Throws SqliteError.
+    void Begin(PartitionWriter& newest);
     /// Whether a partition that holds this much is to be the last one no longer.
     bool IsFull(const Chunk& range, qint64 bytes) const;
     /// The rows that are put in order together.
@@ -27,16 +29,13 @@ private:
     void Count(const std::vector<PartitionFile>& files);
     void DropBySize(std::vector<PartitionFile>& files) const;
     void DropByAge(std::vector<PartitionFile>& files);
-    bool IsClockSteady();
     void Report(const std::vector<PartitionFile>& files);
 
     const HistoryDestination m_Destination;
     const PartitionFolder& m_Folder;
     const qint64 m_MaxBytes; ///< 0: any
     qint64 m_Rows = -1;      ///< of all partitions; -1: not counted
-    Clock::time_point m_Looked = Clock::now();
-    std::chrono::system_clock::time_point m_LookedWall = std::chrono::system_clock::now();
-    Clock::time_point m_AgeFrom = Clock::now(); ///< retention by age waits until then
+    ClockWatch m_Clock;
     Clock::time_point m_NextReport = Clock::now();
 };
 

@@ -1,7 +1,8 @@
 #include "server/sqlitehistory/RowPartition.h"
 
-#include <QFile>
+#include <QDir>
 
+#include <array>
 #include <atomic>
 #include <cerrno>
 #include <sqlite3.h>
@@ -11,8 +12,8 @@ namespace {
 
 constexpr qint64 LayoutVersion = 1;
 
-/// Numbers of items and chunks begin with 1 and those of chunks are used once, so that nobody mistakes one for another. Times are microseconds: of item_time as it stands there, and since
-/// 1970-01-01 UTC.
+/// Numbers of items and chunks begin with 1 and those of chunks are used once, so that nobody mistakes one for another.
+/// Times are microseconds: of item_time as it stands there, and since 1970-01-01 UTC.
 constexpr const char* Layout =
     "PRAGMA journal_mode = WAL;"
     "BEGIN IMMEDIATE;"
@@ -48,18 +49,54 @@ Chunk ReadChunk(const SqliteStatement& row)
     return {row.Integer(0), row.Integer(1), row.Integer(2), row.Integer(3), row.Integer(4), row.Integer(5)};
 }
 
+/// A file that is being made; it goes with this object.
+class Begun
+{
+public:
+    explicit Begun(const QString& path)
+        : m_Path(NameFor(path))
+    {
+        RemoveLeft(path);
+    }
+    Begun(const Begun&) = delete;
+    Begun& operator=(const Begun&) = delete;
+    ~Begun()
+    {
+        for (const char16_t* companion : Companions) QFile::remove(m_Path + QString::fromUtf16(companion));
+    }
+
+    const QString& Path() const { return m_Path; }
+
+private:
+    static constexpr std::array<const char16_t*, 4> Companions = {u"", u"-wal", u"-shm", u"-journal"};
+
+    static QString NameFor(const QString& path)
+    {
+        static std::atomic<int> count = 0;
+        return QStringLiteral("%1.new-%2-%3").arg(path).arg(getpid()).arg(++count);
+    }
+    /// Of servers that were killed.
+    static void RemoveLeft(const QString& path)
+    {
+        const QFileInfo file(path);
+        const QString own = QStringLiteral(".new-%1-").arg(getpid());
+        for (const QString& name : file.dir().entryList({file.fileName() + QStringLiteral(".new-*")}, QDir::Files))
+            if (!name.contains(own)) file.dir().remove(name);
+    }
+
+    const QString m_Path;
+};
+
 /// Makes the file, if it is missing, under another name at first: nobody ever sees half of one.
 QString Made(const QString& path)
 {
     if (QFile::exists(path)) return path;
-    static std::atomic<int> count = 0;
-    const QString begun = QStringLiteral("%1.new-%2-%3").arg(path).arg(getpid()).arg(++count);
-    SqliteConnection(begun, SqliteConnection::Access::Create).Run(Layout);
+    const Begun begun(path);
+    SqliteConnection(begun.Path(), SqliteConnection::Access::Create).Run(Layout);
     // What a file of this name that has gone has left would become part of this one.
     for (const char16_t* companion : {u"-wal", u"-shm"}) QFile::remove(path + QString::fromUtf16(companion));
-    const int result = link(QFile::encodeName(begun).constData(), QFile::encodeName(path).constData());
+    const int result = link(QFile::encodeName(begun.Path()).constData(), QFile::encodeName(path).constData());
     const int reason = errno;
-    QFile::remove(begun);
     if (result != 0 && reason != EEXIST)
         throw SqliteError(SQLITE_CANTOPEN, QStringLiteral("%1 cannot be made: %2").arg(path, qt_error_string(reason)));
     return path;
@@ -81,9 +118,11 @@ RowPartition::RowPartition(const QString& path, Access access)
     : m_File(access == Access::Create ? Made(path) : path, Access::Existing)
 {
     const qint64 version = m_File.Ask("PRAGMA user_version");
+    const qint64 tables = m_File.Ask("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND "
+                                     "name IN ('items', 'log', 'chunks', 'blocks', 'hours', 'positions')");
     if (version > LayoutVersion)
         throw DescribedError(QStringLiteral("%1 was written by a newer version of this program.").arg(path));
-    else if (version < LayoutVersion)
+    else if (version < LayoutVersion || tables < 6)
         throw SqliteError(SQLITE_NOTADB, QStringLiteral("%1 is no part of a history.").arg(path));
     m_File.Run("PRAGMA cache_size = -4000");
 }

@@ -2,13 +2,35 @@
 
 #include "server/database/PrivateFile.h"
 
-#include <QFile>
+#include <QFileInfo>
 
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
 constexpr int LongestWaitForOthers = 5000; // milliseconds
+
+/// Why a file cannot be opened for writing, or none made beside it; 0 when it can.
+int Obstacle(const QByteArray& path)
+{
+    const QByteArray folder = QFile::encodeName(QFileInfo(QFile::decodeName(path)).absolutePath());
+    const bool isFree = access(path.constData(), R_OK | W_OK) == 0 && access(folder.constData(), W_OK | X_OK) == 0;
+    return isFree ? 0 : errno;
+}
+
+/// SQLite's own words, and where these say too little the system's: such as a disk that is full or not to be written.
+QString ReasonOf(sqlite3* connection, int result)
+{
+    const QString text = QString::fromUtf8(sqlite3_errmsg(connection));
+    const int primary = result & 0xFF;
+    int reason = 0;
+    if (primary == SQLITE_IOERR) reason = sqlite3_system_errno(connection);
+    else if (primary == SQLITE_CANTOPEN) reason = Obstacle(sqlite3_db_filename(connection, "main"));
+    return reason != 0 ? QStringLiteral("%1 (%2)").arg(text, qt_error_string(reason)) : text;
+}
 
 } // namespace
 
@@ -35,17 +57,19 @@ SqliteConnection::SqliteConnection(const QString& path, Access access)
     MendSharedMemoryFile(path);
     const int result = sqlite3_open_v2(QFile::encodeName(path).constData(), &m_Handle, SQLITE_OPEN_READWRITE, nullptr);
     if (result != SQLITE_OK) {
-        const QString text = QString::fromUtf8(sqlite3_errmsg(m_Handle));
+        const QString text = ReasonOf(m_Handle, result);
         sqlite3_close(m_Handle);
         throw SqliteError(result, text);
     }
     sqlite3_extended_result_codes(m_Handle, 1);
     sqlite3_busy_timeout(m_Handle, LongestWaitForOthers);
+    m_File = open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC);
 }
 
 SqliteConnection::~SqliteConnection()
 {
     sqlite3_close(m_Handle);
+    if (m_File >= 0) close(m_File);
 }
 
 void SqliteConnection::Run(const QByteArray& statements) const
@@ -65,9 +89,17 @@ bool SqliteConnection::HasMoved() const
     return sqlite3_file_control(m_Handle, "main", SQLITE_FCNTL_HAS_MOVED, &hasMoved) == SQLITE_OK && hasMoved != 0;
 }
 
+bool SqliteConnection::IsDeleted() const
+{
+    struct stat status
+    {
+    };
+    return m_File >= 0 && fstat(m_File, &status) == 0 && status.st_nlink == 0;
+}
+
 void SqliteConnection::Check(int result) const
 {
-    if (result != SQLITE_OK) throw SqliteError(result, QString::fromUtf8(sqlite3_errmsg(m_Handle)));
+    if (result != SQLITE_OK) throw SqliteError(result, ReasonOf(m_Handle, result));
 }
 
 SqliteStatement::SqliteStatement(const SqliteConnection& connection, const char* text)

@@ -47,11 +47,14 @@ public:
     qint64 Ask(const QByteArray& question) const;
     /// Whether the file has been deleted, or another one stands in its place.
     bool HasMoved() const;
+    /// Whether it has no name any more, so that what is written into it is lost.
+    bool IsDeleted() const;
     /// Throws SqliteError unless `result` is SQLITE_OK.
     void Check(int result) const;
 
 private:
     sqlite3* m_Handle = nullptr;
+    int m_File = -1; ///< only to look at: closing it leaves SQLite's locks alone
 };
 
 /// A prepared statement. It may be moved but must not outlive its connection. Columns count from 0, parameters from 1.

@@ -50,6 +50,7 @@ SqliteTable::SqliteTable(const HistoryDestination& destination)
 {
     m_Database.Run("PRAGMA journal_mode = WAL");
     OpenNewest();
+    m_Retention.Begin(*m_Writer);
     m_Takeover.emplace(m_Path, destination.TableName);
 }
 
@@ -57,7 +58,25 @@ SqliteTable::~SqliteTable() = default;
 
 bool SqliteTable::IsGone() const
 {
-    return m_Database.HasMoved() || m_Writer->File().HasMoved();
+    for (const auto& [connection, path] : {std::pair(&m_Database, m_Path), {&m_Writer->File(), m_File.Path}}) {
+        if (!connection->HasMoved()) continue;
+        Log(LogLevel::Warning,
+            QStringLiteral("%1 has been deleted, moved or replaced: recording goes on in another file.").arg(path));
+        MakeWhole(*connection);
+        return true;
+    }
+    return false;
+}
+
+/// What stands beside a file that was moved becomes part of it, wherever it is now.
+void SqliteTable::MakeWhole(const SqliteConnection& moved)
+{
+    try {
+        moved.Run("PRAGMA wal_checkpoint(TRUNCATE)");
+    } catch (const SqliteError& error) {
+        Log(LogLevel::Warning,
+            QStringLiteral("A file that was moved may lack its last values: ") + error.Description());
+    }
 }
 
 void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition position)
@@ -67,6 +86,7 @@ void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition pos
         Insert(values);
         m_Writer->Note(position);
         transaction.Commit();
+        if (m_Writer->File().IsDeleted()) throw DescribedError(m_File.Path + QStringLiteral(" has been deleted."));
     } catch (const SqliteError& error) {
         RolledBack();
         if (error.IsDamage()) PartitionFolder::SetAside(m_File, error.Description());
@@ -80,7 +100,8 @@ void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition pos
         if (m_Trouble != error.Description())
             Log(LogLevel::Warning, QStringLiteral("The history cannot be arranged: ") + error.Description());
         m_Trouble = error.Description();
-        RolledBack();
+        m_Numbers.clear();
+        m_RowsInLog = m_Writer->RowsInLog();
     }
 }
 

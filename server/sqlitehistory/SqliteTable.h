@@ -26,6 +26,7 @@ private:
     void Trim() override;
     void RolledBack() override;
 
+    static void MakeWhole(const SqliteConnection& moved);
     void OpenNewest();
     std::unique_ptr<PartitionWriter> WriterFor(const PartitionFile& file) const;
     void Use(const PartitionFile& file, std::unique_ptr<PartitionWriter> writer);

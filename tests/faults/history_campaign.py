@@ -2,106 +2,13 @@
 clients saw acknowledged with what was recorded: nothing missing that is older than 0.2 s, nothing twice, nothing out of
 order.
 
-usage: history_campaign.py [--kills N] [--database sqlite|postgres]...   (default: 1000 kills, shared by both)
+usage: history_campaign.py [--kills N] [--database sqlite|postgres]... [--seed N]
+                                                    (default: 1000 kills, shared by both; at other moments each time)
 """
 import argparse
 import random
+from campaign import *
 from postgres import Postgres
-from wire import *
-
-GRACE = 0.2          # seconds that a killed server may lose
-CLIENTS = 4
-WRITE = """
-const item = Vlx.Controller("C").Item("N%d");
-for (let value = %d; ; ++value) { item.Value = value; print(value + " " + Date.now()); }
-"""
-WAIT = 120           # seconds for the database to have everything
-
-
-class Campaign:
-    def __init__(self, connection, seed):
-        """Without a connection: into an SQLite file."""
-        self.chance = random.Random(seed)
-        self.pl = Place("history")
-        self.plant = self.pl.d + "/plant.toml"
-        connection = connection or f"Database={self.pl.d}/history.db"
-        items = "".join('[[controller.item]]\nname = "N%d"\ntype = "I4"\nhistory = true\n' % i for i in range(CLIENTS))
-        with open(self.plant, "w") as f:
-            f.write(f'[[history.destination]]\nconnection = "{connection}"\nmax_record = 0\n[[controller]]\nname = "C"\n{items}')
-        self.next = [0] * CLIENTS                        # the value that each client writes next
-        self.certain = [{} for _ in range(CLIENTS)]      # acknowledged early enough: how long before the end
-        self.maybe = [set() for _ in range(CLIENTS)]     # sent, nothing more is known
-        self.acknowledged = 0
-
-    def start(self):
-        for _ in range(5):
-            try: return self.pl.start("--plant", self.plant)
-            except RuntimeError as e: said = e
-        raise said
-
-    def write(self, seconds, action=None, kill=True):
-        """Clients write for so long; then the server is killed, or they are."""
-        writers = [subprocess.Popen([BIN + "/velsqlscript", "--attach", "-"], env=self.pl.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                                    stderr=subprocess.DEVNULL, text=True) for _ in range(CLIENTS)]
-        for i, w in enumerate(writers): w.stdin.write(WRITE % (i, self.next[i])); w.stdin.close()
-        heard = [[] for _ in writers]
-        readers = [threading.Thread(target=lambda w=w, h=h: h.extend(w.stdout), daemon=True) for w, h in zip(writers, heard)]
-        for r in readers: r.start()
-        time.sleep(0.25 + seconds)
-        if action: action()
-        if not kill:
-            for w in writers: w.kill()
-            time.sleep(2 * GRACE)
-        end = time.time()
-        if kill: self.pl.kill()
-        for r in readers: r.join(20)
-        for w in writers:
-            if w.poll() is None: w.kill()
-            w.wait()
-        for i, lines in enumerate(heard):
-            for line in lines:
-                if not line.endswith("\n"): continue     # cut off
-                value, at = line.split()
-                age = end - float(at) / 1000
-                if age > GRACE: self.certain[i][int(value)] = age
-                else: self.maybe[i].add(int(value))
-                self.next[i] = max(self.next[i], int(value) + 1)
-                self.acknowledged += 1
-            self.maybe[i].add(self.next[i])              # it may have arrived without an answer
-            self.next[i] += 1
-
-    def query(self, statement):
-        r = subprocess.run([BIN + "/velsqlscript", "--attach", "--query", statement], env=self.pl.env, capture_output=True, text=True)
-        return [line for line in r.stdout.splitlines()[1:]]
-
-    def wait_until_written(self):
-        """Nothing waits on disk any more."""
-        spool = self.pl.d + "/state/velsql/spool"
-        end = time.time() + WAIT
-        time.sleep(0.5)
-        while time.time() < end and any(name.endswith(".values") for _, _, names in os.walk(spool) for name in names): time.sleep(0.1)
-
-    def compare(self, name, from_value=None):
-        self.start(); self.wait_until_written()
-        missing = twice = disordered = unknown = total = oldest = 0
-        for i in range(CLIENTS):
-            rows = self.query(f"SELECT item_value FROM velsql_history WHERE item_name = 'N{i}' ORDER BY item_time")
-            values = [int(float(v)) for v in rows if v]
-            total += len(values)
-            seen = set(values)
-            first = from_value[i] if from_value else 0
-            lost = [age for value, age in self.certain[i].items() if value >= first and value not in seen]
-            missing += len(lost); oldest = max(lost + [oldest])
-            twice += len(values) - len(seen)
-            disordered += sum(a > b for a, b in zip(values, values[1:]))
-            unknown += len(seen - self.certain[i].keys() - self.maybe[i])
-        self.pl.kill()
-        check(missing + twice + disordered + unknown == 0 and total > 0,
-              f"{name}: {self.acknowledged} acknowledged, {total} recorded: {missing} missing (at most {oldest:.2f} s old), {twice} twice, {disordered} out of order, "
-              f"{unknown} that nobody wrote")
-
-    def close(self): self.pl.close()
-
 
 def kill_often(c, kills):
     for n in range(kills):
@@ -110,15 +17,15 @@ def kill_often(c, kills):
         if n % 100 == 99: print(f"   {n + 1} kills, {c.acknowledged} values acknowledged", flush=True)
 
 
-def sqlite(kills):
-    c = Campaign("", 1)
+def sqlite(kills, seed):
+    c = Campaign("", seed)
     kill_often(c, kills)
     c.compare(f"SQLite, {kills} kills"); c.close()
 
 
-def postgres(kills):
+def postgres(kills, seed):
     pg = Postgres()
-    c = Campaign(pg.connection, 2)
+    c = Campaign(pg.connection, seed)
     kill_often(c, kills)
     c.compare(f"PostgreSQL, {kills} kills")
 
@@ -156,7 +63,9 @@ def postgres(kills):
 arguments = argparse.ArgumentParser(description=__doc__)
 arguments.add_argument("--kills", type=int, default=1000)
 arguments.add_argument("--database", action="append", choices=("sqlite", "postgres"))
+arguments.add_argument("--seed", type=int, default=random.randrange(1_000_000))
 options = arguments.parse_args()
 databases = options.database or ["sqlite", "postgres"]
-for database in databases: globals()[database](options.kills // len(databases))
+print(f"--seed {options.seed}", flush=True)
+for database in databases: globals()[database](options.kills // len(databases), options.seed)
 leave()

@@ -1,4 +1,5 @@
 #include "server/sqlitehistory/Backup.h"
+#include "server/sqlitehistory/ClockWatch.h"
 #include "server/sqlitehistory/SqliteTable.h"
 #include "server/sqlitehistory/TimeKey.h"
 #include "tests/server/AskedHistory.h"
@@ -219,6 +220,47 @@ TEST_F(SqliteHistoryTest, WhatIsKeptFollowsAge)
     for (const PartitionFile& file : m_Folder.Files()) rows += PartitionFolder::ContentsOf(file).Range.Rows;
     EXPECT_EQ(rows, 140'000);
     EXPECT_EQ(table.Written(7), position.Sequence) << "known in each partition";
+}
+
+TEST_F(SqliteHistoryTest, AClockThatWasSetIsNotTrustedForADay)
+{
+    using namespace std::chrono_literals;
+    struct Step
+    {
+        std::chrono::minutes Passing;
+        std::chrono::minutes Shown;
+        bool IsServerNew;
+        bool IsTrusted;
+    };
+    constexpr auto year = 365 * 24h;
+    ClockWatch::Time now{{}, std::chrono::system_clock::time_point(1000 * 24h)};
+    PartitionWriter newest(m_Place.filePath(u"part.db"_s), RowPartition::Access::Create);
+    std::optional<ClockWatch> watch;
+    for (const auto& [passing, shown, isServerNew, isTrusted] : {Step{0min, 0min, true, true},
+                                                                 {1min, 61min, false, true},
+                                                                 {1min, -60min, false, false},
+                                                                 {1min, 1min, true, false},
+                                                                 {23h, 23h, false, false},
+                                                                 {61min, 61min, false, true},
+                                                                 {2 * 24h, 2 * 24h, true, false},
+                                                                 {24h, 24h, false, true},
+                                                                 {1min, year, false, false},
+                                                                 {23h, 23h, false, false},
+                                                                 {1min, -year, false, false},
+                                                                 {23h, 23h, true, false},
+                                                                 {61min, 61min, false, true}}) {
+        now.Passing += passing;
+        now.Shown += shown;
+        if (isServerNew) watch.emplace(now).Begin(newest, now);
+        EXPECT_EQ(watch->IsTrusted(newest, now), isTrusted) << now.Shown.time_since_epoch() / 1min;
+        HistoryRow row;
+        row.Local = now.Shown.time_since_epoch() / 1us;
+        Chunk range;
+        range.Add(row);
+        RowBlockWriter block;
+        block.Append(row);
+        newest.Append(block, range);
+    }
 }
 
 TEST_F(SqliteHistoryTest, AnHourThatComesTwiceIsTwoHours)
