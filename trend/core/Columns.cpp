@@ -2,23 +2,28 @@
 
 #include <algorithm>
 
-Micros ColumnBorder(const Span& span, int number, int width)
+ColumnBorders::ColumnBorders(const Span& span, int width)
+    : m_Whole(span.Length() / std::max(width, 1))
+    , m_Rest(span.Length() % std::max(width, 1))
+    , m_Width(std::max(width, 1))
+    , m_Next(span.From)
 {
-    if (number == width) return span.To;
-    // In two parts, so that the longest span does not overflow.
-    const Micros length = span.Length();
-    return span.From + length / width * number + length % width * number / width;
 }
 
 void FindColumns(const Series& series, const Span& span, int width, std::vector<Column>& columns)
 {
     columns.resize(static_cast<std::size_t>(std::max(width, 0)));
-    std::size_t begin = series.Find(span.From);
+    ColumnBorders borders(span, width);
+    std::size_t begin = series.Find(borders.Next());
     std::size_t expected = 0;
-    for (int i = 0; i < width; ++i) {
-        const std::size_t end = series.Find(ColumnBorder(span, i + 1, width), begin + expected);
-        const Extreme extreme = series.Steps().Of(series.Values(), begin, end);
-        columns[static_cast<std::size_t>(i)] = {begin, end, extreme, series.HasGap(begin, end)};
+    for (Column& column : columns) {
+        const Micros border = borders.Next();
+        const bool isEmpty = begin == series.Count() || series.TimeAt(begin) >= border;
+        const std::size_t end = isEmpty ? begin : series.Find(border, begin + expected);
+        column = {begin, end, {}, false};
+        if (isEmpty) continue;
+        column.Values = series.Steps().Of(series.Values(), begin, end);
+        column.HasGap = series.HasGap(begin, end);
         expected = end - begin;
         begin = end;
     }

@@ -15,9 +15,30 @@ struct Column
     bool HasGap = false;
 };
 
-/// Where column `number` of `width` begins; the end of the span for the one
-/// behind the last.
-Micros ColumnBorder(const Span& span, int number, int width);
+/// Where columns of a picture begin, one after the other; at last the end of the span.
+class ColumnBorders
+{
+public:
+    ColumnBorders(const Span& span, int width);
+
+    Micros Next()
+    {
+        const Micros border = m_Next;
+        m_Next += m_Whole;
+        m_Spread += m_Rest;
+        if (m_Spread < m_Width) return border;
+        m_Spread -= m_Width;
+        ++m_Next;
+        return border;
+    }
+
+private:
+    const Micros m_Whole;
+    const Micros m_Rest; ///< spread over all columns
+    const Micros m_Width;
+    Micros m_Next;
+    Micros m_Spread = 0;
+};
 
 /// The columns of a picture that shows `span` of a series, `width` pixels wide.
 /// `columns` is filled; its memory is used again from frame to frame.

@@ -170,8 +170,10 @@ void CsvFile::WriteIntervals(const QString& path, std::span<const Pen* const> pe
     QStringList columns;
     for (const Pen* pen : visible) columns += IntervalColumns(*pen);
     RowFile file(path, columns);
-    for (int i = 0; i < count; ++i) {
-        const Span interval{ColumnBorder(shown, i, count), ColumnBorder(shown, i + 1, count)};
+    ColumnBorders borders(shown, count);
+    for (Micros from = borders.Next(), to = 0; from < shown.To; from = to) {
+        to = borders.Next();
+        const Span interval{from, to};
         QList<Variant> cells;
         for (const Pen* pen : visible) cells += IntervalCells(*pen, interval);
         file.Add(interval.From, cells);

@@ -13,12 +13,20 @@ namespace {
 
 constexpr double StripHeight = 5;
 constexpr std::size_t MostNotes = 8;
+/// Of so many values smooth lines and points are painted within half of a frame's time.
+constexpr std::size_t MostSmooth = 500;
+constexpr std::size_t MostPoints = 1500;
+
+std::size_t CountIn(const Series& series, const Span& shown)
+{
+    return series.Find(shown.To) - series.Find(shown.From);
+}
 
 bool HasData(const Pen& pen, const PictureLayout& layout)
 {
     if (pen.Kind == PenKind::Texts) return !pen.Texts.Shown(layout.Times(), layout.Field.width()).empty();
-    const std::size_t begin = pen.Values.Find(layout.Shown.From);
-    return pen.Values.Find(layout.Shown.To) > begin || (begin > 0 && pen.Values.HeldUntil() > layout.Shown.From);
+    const bool isHeld = pen.Values.Find(layout.Shown.From) > 0 && pen.Values.HeldUntil() > layout.Shown.From;
+    return isHeld || CountIn(pen.Values, layout.Shown) > 0;
 }
 
 } // namespace
@@ -88,9 +96,13 @@ void TrendPainter::PaintPens(const Frame& frame, CurvePainter& curves)
         for (const std::size_t pen : axis.Pens) pens.emplace_back(pen, &axis);
     const auto rank = [&](std::size_t pen) { return std::pair(pen == frame.Content.Current, pen); };
     std::sort(pens.begin(), pens.end(), [&](const auto& a, const auto& b) { return rank(a.first) < rank(b.first); });
+    std::size_t values = 0;
+    for (const auto& [number, axis] : pens) values += CountIn(frame.Content.Pens[number]->Values, frame.Layout.Shown);
     for (const auto& [number, axis] : pens) {
         const Pen& pen = *frame.Content.Pens[number];
-        curves.Paint(pen, axis->Scale, frame.Colours.OfPen(pen), number == frame.Content.Current);
+        const bool isCurrent = number == frame.Content.Current;
+        curves.Paint(pen, axis->Scale,
+                     {frame.Colours.OfPen(pen), isCurrent, values <= MostSmooth, values <= MostPoints});
         if (auto bad = curves.BadColumns(pen.Values); !bad.empty()) m_Bad.emplace_back(number, std::move(bad));
     }
 }
