@@ -1,5 +1,5 @@
 // Values recorded into SQLite a second, against a bare loop of prepared inserts into a table without an index; and how
-// long typical questions to what was recorded take.
+// long typical questions to what was recorded take, and what values of each kind cost on the disk.
 #include "bench/Figures.h"
 #include "server/history/History.h"
 #include "server/sqlitehistory/PartitionFolder.h"
@@ -11,18 +11,21 @@
 #include <QTemporaryDir>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <sqlite3.h>
 #include <thread>
 
 namespace {
 
-constexpr qint64 ItemCount = 1000;
-constexpr qint64 SecondsBetween = 10; // of the values of an item
 constexpr qint64 ValuesPerTransaction = 5000;
 constexpr qint64 RoundValues = 1'000'000;
 using Clock = std::chrono::steady_clock;
+
+qint64 s_itemCount = 1000;
+double s_secondsBetween = 10; // the values of an item
 
 double SecondsSince(Clock::time_point start)
 {
@@ -35,21 +38,49 @@ void Do(sqlite3* database, const char* statement)
         qFatal("%s", sqlite3_errmsg(database));
 }
 
-/// What all values are made of: each item a wave of its own.
+/// What values are made of as a rule: each item a wave of its own.
 double ValueOf(qint64 number)
 {
-    return static_cast<double>(number % ItemCount) + static_cast<double>(number / ItemCount % 400) * 0.25;
+    return static_cast<double>(number % s_itemCount) + static_cast<double>(number / s_itemCount % 400) * 0.25;
 }
+
+/// The n-th of numbers that nobody can foresee, from 0 up to 1.
+double NoiseOf(qint64 number)
+{
+    return static_cast<double>((static_cast<quint64>(number) * 0x9E3779B97F4A7C15U) >> 11) * 0x1p-53;
+}
+
+/// `time` is the number of the value among those of its item.
+struct Kind
+{
+    const char* Name;
+    Variant (*ValueOf)(qint64 number, qint64 time);
+};
+constexpr std::array Kinds = {
+    Kind{"waves in steps of 0.25", [](qint64 number, qint64) { return Variant(::ValueOf(number)); }},
+    Kind{"sines, each of its own",
+         [](qint64 number, qint64 time) {
+             return Variant(100 * std::sin(static_cast<double>(time) * 0.001 + static_cast<double>(number)));
+         }},
+    Kind{"numbers at random", [](qint64 number, qint64) { return Variant(NoiseOf(number)); }},
+    Kind{"counters", [](qint64, qint64 time) { return Variant(static_cast<qint32>(time)); }},
+    Kind{"whole numbers at random up to 65535",
+         [](qint64 number, qint64) { return Variant(static_cast<qint32>(65536 * NoiseOf(number))); }},
+    Kind{"booleans", [](qint64, qint64 time) { return Variant(time % 2 == 0); }},
+    Kind{"texts of 20 characters, each another",
+         [](qint64 number, qint64) { return Variant(QStringLiteral("batch%1").arg(number, 15, 10, QChar(u'0'))); }},
+};
 
 QString ItemOf(qint64 number)
 {
-    return QStringLiteral("Temperature%1").arg(number % ItemCount);
+    return QStringLiteral("Temperature%1").arg(number % s_itemCount);
 }
 
 TimeStamp TimeOf(qint64 number)
 {
     static const TimeStamp begin{std::chrono::seconds(QDateTime(QDate(2024, 1, 31), {}).toSecsSinceEpoch())};
-    return begin + std::chrono::seconds(number / ItemCount * SecondsBetween);
+    return begin +
+           std::chrono::microseconds(std::llround(static_cast<double>(number / s_itemCount) * s_secondsBetween * 1e6));
 }
 
 /// The floor: nothing but the database's own library.
@@ -63,12 +94,12 @@ double InsertBare(const QString& path)
     sqlite3_stmt* insert = nullptr;
     sqlite3_prepare_v2(database, "INSERT INTO t VALUES (?, ?, ?, ?)", -1, &insert, nullptr);
     std::vector<QByteArray> names;
-    for (qint64 i = 0; i < ItemCount; ++i) names.push_back(ItemOf(i).toUtf8());
+    for (qint64 i = 0; i < s_itemCount; ++i) names.push_back(ItemOf(i).toUtf8());
     const auto start = Clock::now();
     for (qint64 i = 0; i < RoundValues; ++i) {
         if (i % ValuesPerTransaction == 0) Do(database, "BEGIN");
         sqlite3_bind_text(insert, 1, "PLC1", -1, SQLITE_STATIC);
-        sqlite3_bind_text(insert, 2, names[static_cast<std::size_t>(i % ItemCount)].constData(), -1, SQLITE_STATIC);
+        sqlite3_bind_text(insert, 2, names[static_cast<std::size_t>(i % s_itemCount)].constData(), -1, SQLITE_STATIC);
         sqlite3_bind_double(insert, 3, ValueOf(i));
         sqlite3_bind_text(insert, 4, "2024-01-31 12:00:00.123456", -1, SQLITE_STATIC);
         if (sqlite3_step(insert) != SQLITE_DONE) qFatal("%s", sqlite3_errmsg(database));
@@ -92,13 +123,14 @@ public:
     }
 
     /// Records values from `first` on; the names' texts are made before. Returns the seconds that it takes.
-    double Record(qint64 first, qint64 count)
+    double Record(qint64 first, qint64 count, const Kind& kind = Kinds[0])
     {
         if (m_Names.empty())
-            for (qint64 i = 0; i < ItemCount; ++i) m_Names.push_back(ItemOf(i));
+            for (qint64 i = 0; i < s_itemCount; ++i) m_Names.push_back(ItemOf(i));
         const auto start = Clock::now();
         for (qint64 i = first; i < first + count; ++i) {
-            m_History.Record({m_Controller, m_Names[static_cast<std::size_t>(i % ItemCount)], ValueOf(i), TimeOf(i)});
+            m_History.Record({m_Controller, m_Names[static_cast<std::size_t>(i % s_itemCount)],
+                              kind.ValueOf(i, i / s_itemCount), TimeOf(i)});
             // Not more than may wait in memory.
             if ((i + 1) % 50'000 == 0 && !m_History.Flush(600'000)) qFatal("not written");
         }
@@ -193,12 +225,12 @@ double Best(Recorded& history, const QString& statement, qint64 rows, bool toThe
 
 bool AskAll(Recorded& history, qint64 rows)
 {
-    const qint64 days = rows / ItemCount * SecondsBetween / 86'400;
-    const qint64 day = days / 2;
-    const qint64 inDay = std::min<qint64>(86'400 / SecondsBetween, rows / ItemCount);
+    const double days = static_cast<double>(rows / s_itemCount) * s_secondsBetween / 86'400;
+    const auto day = static_cast<qint64>(days / 2);
+    const auto inDay = std::min<qint64>(std::llround(86'400 / s_secondsBetween), rows / s_itemCount);
     const QString one =
         QStringLiteral("SELECT item_time, item_value FROM velsql_history WHERE controller_name = 'PLC1' "
-                       "AND item_name = 'Temperature77' AND item_time >= '%1' AND item_time < '%2'")
+                       "AND item_name = 'Temperature7' AND item_time >= '%1' AND item_time < '%2'")
             .arg(Day(day), Day(day + 1));
     const double ofDay = Best(history, one, inDay);
     const double first = Best(history, QStringLiteral("SELECT * FROM velsql_history ORDER BY item_time"), -1, false);
@@ -207,11 +239,11 @@ bool AskAll(Recorded& history, qint64 rows)
     const double minutes =
         Best(history,
              QStringLiteral("SELECT sum(value_count), min(smallest), max(largest) FROM velsql_minutes "
-                            "WHERE controller_name = 'PLC1' AND item_name = 'Temperature77'"),
+                            "WHERE controller_name = 'PLC1' AND item_name = 'Temperature7'"),
              1);
     const double hours = Best(history,
                               QStringLiteral("SELECT sum(value_count), min(smallest), max(largest) FROM velsql_hours "
-                                             "WHERE controller_name = 'PLC1' AND item_name = 'Temperature77'"),
+                                             "WHERE controller_name = 'PLC1' AND item_name = 'Temperature7'"),
                               1);
     Print("one item, one day", ofDay * 1e3, "ms");
     Print("ORDER BY item_time: first page", first * 1e3, "ms");
@@ -219,6 +251,24 @@ bool AskAll(Recorded& history, qint64 rows)
     Print("one item's minutes, all of them", minutes * 1e3, "ms");
     Print("one item's hours, all of them", hours * 1e3, "ms");
     return ofDay <= 0.1 && first <= 1.0 && last <= 1.0;
+}
+
+/// From what a million values of each kind take.
+void PrintYears(const QString& folder)
+{
+    constexpr double valuesAYear = 1000.0 * 365 * 86'400;
+    std::printf("a year of 1000 values a second, in GB (and bytes a value):\n");
+    for (const Kind& kind : Kinds) {
+        const QString place = folder + QStringLiteral("/kind");
+        // A thread has one event loop only.
+        std::thread([&] {
+            Recorded history(place + QStringLiteral("/history.db"));
+            history.Record(0, RoundValues, kind);
+        }).join();
+        const double bytes = static_cast<double>(BytesBelow(place)) / RoundValues;
+        std::printf("  %-62s %10.0f GB (%.1f)\n", kind.Name, bytes * valuesAYear / 1e9, bytes);
+        QDir(place).removeRecursively();
+    }
 }
 
 } // namespace
@@ -231,8 +281,15 @@ int main(int argc, char** argv)
                                         QStringLiteral("N"), QStringLiteral("3000000"));
     const QCommandLineOption folderOption(QStringLiteral("folder"), QStringLiteral("Where the files lie meanwhile."),
                                           QStringLiteral("FOLDER"), QDir::tempPath());
-    parser.addOptions({rowsOption, folderOption});
+    const QCommandLineOption betweenOption(QStringLiteral("between"),
+                                           QStringLiteral("Seconds between the values of an item."),
+                                           QStringLiteral("SECONDS"), QStringLiteral("10"));
+    const QCommandLineOption itemsOption(QStringLiteral("items"), QStringLiteral("How many items have values."),
+                                         QStringLiteral("N"), QStringLiteral("1000"));
+    parser.addOptions({rowsOption, folderOption, betweenOption, itemsOption});
     parser.process(application);
+    s_secondsBetween = parser.value(betweenOption).toDouble();
+    s_itemCount = std::max(parser.value(itemsOption).toLongLong(), qint64{1});
     const qint64 rows = std::max(parser.value(rowsOption).toLongLong() / RoundValues, qint64{2}) * RoundValues;
     const QTemporaryDir folder(parser.value(folderOption) + QStringLiteral("/history-XXXXXX"));
     Recorded history(folder.filePath(QStringLiteral("recorded/history.db")));
@@ -249,7 +306,7 @@ int main(int argc, char** argv)
     const double all = SecondsSince(start);
     for (int round = 0; round < 2; ++round)
         bare = std::min(bare, InsertBare(folder.filePath(QStringLiteral("bare%1.db").arg(round))));
-    std::printf("%lld values of %lld items, one each %lld s, transactions of %lld\n", rows, ItemCount, SecondsBetween,
+    std::printf("%lld values of %lld items, one each %g s, transactions of %lld\n", rows, s_itemCount, s_secondsBetween,
                 ValuesPerTransaction);
     Print("bare prepared inserts", RoundValues / bare, "a second");
     Print("recorded: all", static_cast<double>(rows) / all, "a second");
@@ -262,6 +319,7 @@ int main(int argc, char** argv)
     if (counted != rows) std::printf("  FAILED: %lld rows are there\n", counted);
     const bool answers = AskAll(history, rows);
     const bool drops = DropOldest(folder.filePath(QStringLiteral("recorded/history.db")));
+    PrintYears(folder.path());
     const double average = all * static_cast<double>(RoundValues) / static_cast<double>(rows);
     const bool quick = Figures::PrintRatio(QStringLiteral("time: recorded / bare"), average / bare, 1.0 / 0.4);
     const bool flat = Figures::PrintRatio(QStringLiteral("time: last million / first million"),

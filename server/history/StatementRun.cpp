@@ -40,7 +40,7 @@ void StatementRun::Run(const std::stop_token& stop) const
 {
     const DatabaseSession session(Address);
     std::optional<HistoryTables> tables;
-    if (sqlite3* handle = session.SqliteHandle()) tables.emplace(handle, Address.Database(), Table);
+    if (sqlite3* handle = session.SqliteHandle()) tables.emplace(handle, Address.Database(), Table, Asked.Text);
     Breaker->Arm(session);
     // After the queries, whose destructors read to the end, and before the session closes.
     const auto disarm = kj::defer([&] { Breaker->Disarm(); });

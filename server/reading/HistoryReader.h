@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/database/Summary.h"
 #include "server/reading/Time.h"
 
 #include <functional>
@@ -41,35 +42,12 @@ enum class Level
     Days = 3
 };
 
-/// The sums of an item's good numbers in a whole minute, hour or day of UTC, or in several.
-struct Block
-{
-    /// Whether nothing but good numbers was recorded, so that they say all.
-    bool IsComplete() const { return Values == Numbers; }
-
-    Micros Start = 0;
-    qint64 Values = 0; ///< of any kind
-    qint64 Numbers = 0;
-    double Smallest = 0;
-    double Largest = 0;
-    double Sum = 0;
-    double First = 0;
-    double Last = 0;
-    qint32 WorstState = 0;
-};
-
 /// Equal intervals from `Origin` on.
 struct Grid
 {
     Micros Origin = 0;
     Micros Length = 1;
 };
-
-/// How bad a state is: failed (1) is worse than undefined (2).
-inline int Badness(qint32 state)
-{
-    return state == 1 ? 3 : state;
-}
 
 /// What is recorded of single items, forwards. Every operation throws DescribedError.
 class HistoryReader
@@ -86,8 +64,8 @@ public:
                             const Taker<Reading>& take) = 0;
     /// Whether there are blocks at all.
     virtual bool HasBlocks() const = 0;
-    /// The blocks that begin in the range, in the order of time; those without a value may be left out, and those that
+    /// The blocks, each of a whole minute, hour or day of UTC, that begin in the range, in the order of time; those without a value may be left out, and those that
     /// begin in the same interval of the grid may come as one. `level` is not Values.
-    virtual std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range,
-                                          const Grid& grid) = 0;
+    virtual std::vector<Summary> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range,
+                                            const Grid& grid) = 0;
 };

@@ -44,7 +44,7 @@ void IntervalSums::Add(const Reading& reading)
     if (number && !std::isnan(*number)) AddNumbers(1, *number, *number, *number);
 }
 
-void IntervalSums::Add(const Block& block, Level level)
+void IntervalSums::Add(const Summary& block, Level level)
 {
     AddState(block.WorstState);
     Source = std::max(Source, level);
@@ -55,7 +55,7 @@ void IntervalSums::Add(const Block& block, Level level)
     AddNumbers(block.Numbers, block.Smallest, block.Largest, block.Sum);
 }
 
-void IntervalSums::AddState(qint32 state)
+void IntervalSums::AddState(qint64 state)
 {
     if (Badness(state) > Badness(WorstState)) WorstState = state;
 }

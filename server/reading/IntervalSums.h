@@ -9,8 +9,8 @@ struct IntervalSums
 {
     void Add(const Reading& reading);
     /// Only its numbers count.
-    void Add(const Block& block, Level level);
-    void AddState(qint32 state);
+    void Add(const Summary& block, Level level);
+    void AddState(qint64 state);
     /// `value` held for so long; time in which no number held is not said.
     void AddTime(double value, Micros length);
 
@@ -23,7 +23,7 @@ struct IntervalSums
     double Sum = 0;
     Variant First = Null{};
     Variant Last = Null{};
-    qint32 WorstState = 0;
+    qint64 WorstState = 0;
     double HeldSum = 0; ///< values times microseconds
     Micros HeldTime = 0;
     Level Source = Level::Values; ///< the coarsest that it is made from

@@ -46,7 +46,7 @@ bool IntervalWalk::Add(const Reading& reading)
     return true;
 }
 
-bool IntervalWalk::Add(const Block& block, Level level)
+bool IntervalWalk::Add(const Summary& block, Level level)
 {
     if (!MoveTo(block.Start)) return false;
     m_Sums.Add(block, level);

@@ -33,7 +33,7 @@ public:
     void Hold(const Reading& before) { m_Held = before; }
     /// False when no more is wanted.
     bool Add(const Reading& reading);
-    bool Add(const Block& block, Level level);
+    bool Add(const Summary& block, Level level);
     void Finish();
 
 private:

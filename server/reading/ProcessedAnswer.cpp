@@ -90,9 +90,9 @@ private:
 
     bool HasMany(Level level)
     {
-        std::vector<Block> blocks = m_Reader.ReadBlocks(m_Item, level, WholeBlocks(level), m_Grid);
+        std::vector<Summary> blocks = m_Reader.ReadBlocks(m_Item, level, WholeBlocks(level), m_Grid);
         qint64 count = 0;
-        for (const Block& block : blocks) count += block.Values;
+        for (const Summary& block : blocks) count += block.Rows;
         if (count <= QuicklyRead) return false;
         m_Blocks = std::move(blocks);
         m_BlocksLevel = level;
@@ -133,7 +133,7 @@ private:
     void ReadBlocks(Level level, const TimeRange& range)
     {
         const bool isRead = level == m_BlocksLevel && !m_Blocks.empty();
-        const std::vector<Block> blocks =
+        const std::vector<Summary> blocks =
             isRead ? std::exchange(m_Blocks, {}) : m_Reader.ReadBlocks(m_Item, level, range, m_Grid);
         for (std::size_t i = 0; i < blocks.size() && m_IsWanted; ++i) {
             const bool says = m_Needs == Aggregate::Numbers || blocks[i].IsComplete();
@@ -152,7 +152,7 @@ private:
     {
         QList<Variant> row = {m_Name, m_Clock.DateOf(sums.Start), static_cast<double>(sums.Start)};
         for (const Aggregate* aggregate : m_Request.Aggregates) row.append(aggregate->Of(sums));
-        row.append({sums.WorstState, QualityOf(sums), SourceName(sums.Source)});
+        row.append({static_cast<qint32>(sums.WorstState), QualityOf(sums), SourceName(sums.Source)});
         return row;
     }
 
@@ -172,8 +172,8 @@ private:
     const Aggregate::Need m_Needs;
     const Grid m_Grid{*m_Request.From, m_Request.Interval};
     Level m_BlocksLevel = Level::Values;
-    std::vector<Block> m_Blocks; ///< of the whole span, when they were read to know how many values there are
-    const Micros m_Now;          ///< until when values hold; the beginning when nobody asks for times
+    std::vector<Summary> m_Blocks; ///< of the whole span, when they were read to know how many values there are
+    const Micros m_Now;            ///< until when values hold; the beginning when nobody asks for times
     LocalClock m_Clock;
     IntervalWalk* m_Walk = nullptr;
     bool m_IsWanted = true;

@@ -8,17 +8,12 @@
 
 namespace {
 
-/// The times of a table without them: of local time that comes twice nobody knows which one it was.
-const QString s_FlatSqlite =
-    QStringLiteral("(SELECT controller_name, item_name, item_value, 0 AS item_state, "
-                   "CASE WHEN typeof(item_value) IN ('integer', 'real') THEN item_value END AS value_number, "
-                   "strftime('%s', substr(item_time, 1, 19), 'utc') * 1000000 + "
-                   "CAST(substr(item_time || '000000', 21, 6) AS INTEGER) AS item_utc FROM %1)");
 /// Of a history that has not begun yet: a server makes its table while it begins to serve.
 const QString s_Nothing = QStringLiteral(
     "(SELECT '' AS controller_name, '' AS item_name, '' AS item_value, 0 AS item_state, 0 AS value_number, "
     "0 AS item_utc WHERE 1 = 0) AS no_history");
-const QString s_FlatPostgreSql =
+/// The times of a table without them: of local time that comes twice nobody knows which one it was.
+const QString s_Flat =
     QStringLiteral("(SELECT controller_name, item_name, item_value, 0 AS item_state, "
                    "CASE WHEN item_value ~ '^\\s*[-+]{0,1}(\\d+\\.{0,1}\\d*|\\.\\d+)([eE][-+]{0,1}\\d+){0,1}\\s*$' "
                    "THEN item_value::float8 END "
@@ -27,9 +22,10 @@ const QString s_FlatPostgreSql =
 
 const QString s_InRange =
     QStringLiteral("WHERE controller_name = ? AND item_name = ? AND start_utc >= ? AND start_utc < ?");
-const QString s_Blocks =
+const QString s_GridBlocks =
     QStringLiteral("SELECT start_utc, value_count, number_count, smallest, largest, mean_value * number_count, "
-                   "first_value, last_value, worst_state FROM %1 %2 ORDER BY start_utc");
+                   "first_value, last_value, worst_state FROM %1 %2 AND grid_origin = %3 AND grid_length = %4 "
+                   "ORDER BY start_utc");
 // The first of several values is the second element of the smallest pair: sorting them would take twice as long.
 const QString s_SummedBlocks = QStringLiteral(
     "SELECT min(start_utc), sum(value_count::float8)::bigint, sum(number_count::float8)::bigint, min(smallest), "
@@ -55,9 +51,10 @@ SqlReader::SqlReader(const DatabaseSession& session, const QString& table)
     : m_Session(session)
     , m_IsSqlite(session.SqliteHandle() != nullptr)
     , m_Table(table)
-    , m_Values(HasColumn(RelationOf(Level::Values), QStringLiteral("item_utc")) ? RelationOf(Level::Values)
-                                                                                : FlatValues())
-    , m_HasBlocks(HasColumn(RelationOf(Level::Minutes), QStringLiteral("number_count")))
+    , m_Values(m_IsSqlite || HasColumn(RelationOf(Level::Values), QStringLiteral("item_utc"))
+                   ? RelationOf(Level::Values)
+                   : FlatValues())
+    , m_HasBlocks(m_IsSqlite || HasColumn(RelationOf(Level::Minutes), QStringLiteral("number_count")))
 {
 }
 
@@ -73,26 +70,17 @@ QString SqlReader::RelationOf(Level level) const
 
 bool SqlReader::HasColumn(const QString& relation, const QString& column) const
 {
-    if (!m_IsSqlite) {
-        const QString question =
-            QStringLiteral("SELECT 1 FROM pg_attribute WHERE attrelid = to_regclass(?) AND attname = ?");
-        return SqlCursor::Open(m_Session, question, {relation, column})->Next();
-    }
-    try { // the tables that a connection has besides those of its file are in no list
-        SqlCursor::Open(m_Session, QStringLiteral("SELECT %1 FROM %2").arg(column, relation), {});
-        return true;
-    } catch (const DatabaseError&) {
-        return false;
-    }
+    const QString question =
+        QStringLiteral("SELECT 1 FROM pg_attribute WHERE attrelid = to_regclass(?) AND attname = ?");
+    return SqlCursor::Open(m_Session, question, {relation, column})->Next();
 }
 
 QString SqlReader::FlatValues() const
 {
     const QString table = QuotedName(m_Table);
     if (!HasColumn(table, QStringLiteral("item_time"))) return s_Nothing;
-    if (m_IsSqlite) return s_FlatSqlite.arg(table);
     const QByteArray zone = QTimeZone::systemTimeZoneId();
-    return s_FlatPostgreSql.arg(table, zone.isEmpty() ? QStringLiteral("UTC") : QString::fromLatin1(zone));
+    return s_Flat.arg(table, zone.isEmpty() ? QStringLiteral("UTC") : QString::fromLatin1(zone));
 }
 
 void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool newestFirst, qint64 atMost,
@@ -112,16 +100,26 @@ void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool ne
     }
 }
 
-std::vector<Block> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)
+std::vector<Summary> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)
 {
-    // Rows cost more to fetch from PostgreSQL than to add up there; with SQLite it is the other way round.
-    const QString question = m_IsSqlite
-                                 ? s_Blocks.arg(RelationOf(level), s_InRange)
-                                 : s_SummedBlocks.arg(RelationOf(level), s_InRange).arg(grid.Origin).arg(grid.Length);
+    // Rows cost more to fetch than to add up where they come from.
+    const QString question = (m_IsSqlite ? s_GridBlocks : s_SummedBlocks)
+                                 .arg(RelationOf(level), s_InRange)
+                                 .arg(grid.Origin)
+                                 .arg(grid.Length);
     const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
-    std::vector<Block> blocks;
+    std::vector<Summary> blocks;
     while (row->Next())
-        blocks.push_back({row->Integer(0), row->Integer(1), row->Integer(2), row->Number(3), row->Number(4),
-                          row->Number(5), row->Number(6), row->Number(7), static_cast<qint32>(row->Integer(8))});
+        blocks.push_back({.Start = row->Integer(0),
+                          .Rows = row->Integer(1),
+                          .Numbers = row->Integer(2),
+                          .Smallest = row->Number(3),
+                          .Largest = row->Number(4),
+                          .Sum = row->Number(5),
+                          .First = row->Number(6),
+                          .Last = row->Number(7),
+                          .FirstUtc = 0, // of no use here
+                          .LastUtc = 0,
+                          .WorstState = row->Integer(8)});
     return blocks;
 }

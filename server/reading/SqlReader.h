@@ -14,7 +14,8 @@ public:
     void ReadValues(const ItemPath& item, const TimeRange& range, bool newestFirst, qint64 atMost,
                     const Taker<Reading>& take) override;
     bool HasBlocks() const override { return m_HasBlocks; }
-    std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid) override;
+    std::vector<Summary> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range,
+                                    const Grid& grid) override;
 
 private:
     QString RelationOf(Level level) const;

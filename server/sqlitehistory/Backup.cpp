@@ -12,7 +12,7 @@ namespace {
 
 void CopyRows(const SqliteConnection& backup, const QString& database, const QString& table)
 {
-    const HistoryTables tables(backup.Handle(), database, table);
+    const HistoryTables tables(backup.Handle(), database, table, QString());
     backup.Run("PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF;"
                "CREATE TABLE saved_values (controller_name TEXT, item_name TEXT, item_value NUMERIC, item_time TEXT,"
                " item_utc INTEGER, item_state INTEGER);"

@@ -9,8 +9,8 @@ struct sqlite3;
 class HistoryTables
 {
 public:
-    /// To be destroyed before the connection is closed.
-    HistoryTables(sqlite3* connection, const QString& database, const QString& table);
+    /// For one statement. To be destroyed before the connection is closed.
+    HistoryTables(sqlite3* connection, const QString& database, const QString& table, QString statement);
     HistoryTables(const HistoryTables&) = delete;
     HistoryTables& operator=(const HistoryTables&) = delete;
     ~HistoryTables();
@@ -19,9 +19,13 @@ public:
     const QString& Refusal() const { return m_Refusal; }
 
 private:
-    static int Authorize(void* self, int action, const char* name, const char*, const char*, const char*);
+    static int Authorize(void* self, int action, const char* name, const char* altered, const char*, const char*);
+    bool IsOwn(const char* name) const;
+    /// One of the names that the statement holds as a word; empty when it holds none.
+    QString NameInStatement() const;
 
     sqlite3* const m_Connection;
+    const QString m_Statement;
     QStringList m_Names;
     QString m_Refusal;
 };

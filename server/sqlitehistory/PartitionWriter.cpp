@@ -5,6 +5,8 @@
 
 namespace {
 
+/// Of fewer rows the minutes are as soon made as read.
+constexpr std::size_t FewestRowsInMinute = 32;
 /// SQLite's blobs hold less than 1 GB.
 constexpr qint64 MostBytesInChunk = 64 * 1024 * 1024;
 
@@ -23,12 +25,11 @@ QByteArray Pack(const std::vector<HistoryRow>& rows, bool withItems)
     return block.Bytes();
 }
 
-Summaries HoursOf(const std::vector<HistoryRow>& rows)
+Summaries SummariesOf(const std::vector<HistoryRow>& rows, qint64 span)
 {
-    Summaries hours;
-    for (const HistoryRow& row : rows)
-        if (row.HasUtc()) hours[SpanBegin(row.Utc(), Hour)].Add(row);
-    return hours;
+    SummaryMaker maker(span);
+    for (const HistoryRow& row : rows) maker.Add(row);
+    return maker.Made();
 }
 
 } // namespace
@@ -98,11 +99,27 @@ void PartitionWriter::WriteChunk(const Chunk& chunk, std::map<qint64, std::vecto
         if (!std::is_sorted(rows.begin(), rows.end(), IsEarlier)) std::stable_sort(rows.begin(), rows.end(), IsEarlier);
         const QByteArray block = Pack(rows, false);
         insert.Bind(1, BlockKey(chunk.Number, item)).BindBytes(2, block).Run();
-        Summaries hours = HoursOf(rows);
+        WriteMinutes(BlockKey(chunk.Number, item), rows);
+        Summaries hours = SummariesOf(rows, Hour);
         if (hours.empty()) continue;
         AddHours(item, hours.begin()->first, hours.rbegin()->first, hours);
         WriteHours(item, hours);
     }
+}
+
+void PartitionWriter::WriteMinutes(qint64 key, const std::vector<HistoryRow>& rows)
+{
+    if (!HasMinutes()) return;
+    const Summaries minutes = SummariesOf(rows, Minute);
+    if (minutes.empty() || rows.size() < FewestRowsInMinute * minutes.size()) return;
+    const QByteArray block = PackMinutes(minutes);
+    Prepared("INSERT INTO minutes VALUES (?, ?)").Bind(1, key).BindBytes(2, block).Run();
+}
+
+void PartitionWriter::RemoveMinutes(qint64 firstKey, qint64 lastKey)
+{
+    if (HasMinutes())
+        Prepared("DELETE FROM minutes WHERE chunk_and_item BETWEEN ? AND ?").Bind(1, firstKey).Bind(2, lastKey).Run();
 }
 
 void PartitionWriter::WriteHours(qint64 item, const Summaries& hours)
@@ -140,6 +157,7 @@ qint64 PartitionWriter::RemoveChunk(qint64 chunk)
         .Bind(1, BlockKey(chunk, 0))
         .Bind(2, BlockKey(chunk + 1, 0) - 1)
         .Run();
+    RemoveMinutes(BlockKey(chunk, 0), BlockKey(chunk + 1, 0) - 1);
     SqliteStatement(File(), "DELETE FROM chunks WHERE id = ?").Bind(1, chunk).Run();
     for (const auto& [item, hour] : hours) ReckonHour(item, hour);
     return rows;
@@ -162,15 +180,14 @@ qint64 PartitionWriter::RemoveFromLog(qint64 rows)
 void PartitionWriter::ReckonHour(qint64 item, qint64 startUtc)
 {
     SqliteStatement(File(), "DELETE FROM hours WHERE item = ? AND start_utc = ?").Bind(1, item).Bind(2, startUtc).Run();
-    Summaries hours;
+    SummaryMaker hour(Hour);
     SqliteStatement chunks(File(), "SELECT id FROM chunks WHERE last_utc >= ? AND first_utc < ?");
     chunks.Bind(1, startUtc).Bind(2, startUtc + Hour);
     while (chunks.Step())
-        ReadBlocks(chunks.Integer(0), std::vector{item}, [&](RowBlock&& block) {
-            for (const HistoryRow& row : block.Rows)
-                if (!row.IsRemoved && row.HasUtc() && SpanBegin(row.Utc(), Hour) == startUtc) hours[startUtc].Add(row);
+        ReadRows(chunks.Integer(0), item, [&](const HistoryRow& row) {
+            if (row.HasUtc() && SpanBegin(row.Utc(), Hour) == startUtc) hour.Add(row);
         });
-    WriteHours(item, hours);
+    WriteHours(item, hour.Made());
 }
 
 void PartitionWriter::Replace(qint64 chunk, qint64 block, const std::vector<HistoryRow>& rows, qint64 removed)
@@ -189,6 +206,10 @@ void PartitionWriter::Replace(qint64 chunk, qint64 block, const std::vector<Hist
             .BindBytes(1, bytes)
             .Bind(2, key)
             .Run();
+    }
+    if (!isLog) {
+        RemoveMinutes(key, key);
+        if (!isEmpty) WriteMinutes(key, rows);
     }
     if (removed == 0 || (isLog && isEmpty)) return;
     SqliteStatement(File(), isLog ? "UPDATE log SET row_count = row_count - ? WHERE id = ?"

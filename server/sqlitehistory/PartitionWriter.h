@@ -37,6 +37,8 @@ public:
 
 private:
     void WriteChunk(const Chunk& chunk, std::map<qint64, std::vector<HistoryRow>>& items);
+    void WriteMinutes(qint64 key, const std::vector<HistoryRow>& rows);
+    void RemoveMinutes(qint64 firstKey, qint64 lastKey);
     void WriteHours(qint64 item, const Summaries& hours);
     qint64 RemoveChunk(qint64 chunk);
     qint64 RemoveFromLog(qint64 rows);

@@ -10,7 +10,9 @@
 
 namespace {
 
-constexpr qint64 LayoutVersion = 1;
+constexpr qint64 LayoutVersion = 2;
+constexpr qint64 VersionWithMinutes = 2;
+constexpr qint64 FirstVersion = 1;
 
 /// Numbers of items and chunks begin with 1 and those of chunks are used once, so that nobody mistakes one for another.
 /// Times are microseconds: of item_time as it stands there, and since 1970-01-01 UTC.
@@ -29,8 +31,9 @@ constexpr const char* Layout =
     "CREATE TABLE IF NOT EXISTS hours (item INTEGER, start_utc INTEGER, row_count INTEGER, number_count INTEGER,"
     " smallest REAL, largest REAL, total REAL, first_value REAL, last_value REAL, first_utc INTEGER, last_utc INTEGER,"
     " worst_state INTEGER, PRIMARY KEY (item, start_utc)) WITHOUT ROWID;"
+    "CREATE TABLE IF NOT EXISTS minutes (chunk_and_item INTEGER PRIMARY KEY, minute_block BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS positions (spool_id INTEGER PRIMARY KEY, sequence INTEGER NOT NULL);"
-    "PRAGMA user_version = 1;"
+    "PRAGMA user_version = 2;"
     "COMMIT;";
 
 RowBlock Unpack(qint64 number, QByteArrayView bytes, qint64 item)
@@ -122,8 +125,9 @@ RowPartition::RowPartition(const QString& path, Access access)
                                      "name IN ('items', 'log', 'chunks', 'blocks', 'hours', 'positions')");
     if (version > LayoutVersion)
         throw DescribedError(QStringLiteral("%1 was written by a newer version of this program.").arg(path));
-    else if (version < LayoutVersion || tables < 6)
+    else if (version < FirstVersion || tables < 6)
         throw SqliteError(SQLITE_NOTADB, QStringLiteral("%1 is no part of a history.").arg(path));
+    m_HasMinutes = version >= VersionWithMinutes;
     m_File.Run("PRAGMA cache_size = -4000");
 }
 
@@ -205,6 +209,25 @@ RowBlock RowPartition::ReadBlock(qint64 chunk, qint64 number) const
     return Unpack(number, block.Bytes(0), isLog ? 0 : number);
 }
 
+void RowPartition::ReadRows(qint64 chunk, qint64 item, const std::function<void(const HistoryRow&)>& receive) const
+{
+    SqliteStatement& block = Prepared("SELECT row_block FROM blocks WHERE chunk_and_item = ?");
+    if (!block.Bind(1, BlockKey(chunk, item)).Step()) return;
+    RowBlockReader reader(block.Bytes(0));
+    for (HistoryRow row; reader.Next(row);) receive(row);
+    block.Reset();
+}
+
+bool RowPartition::ReadMinutes(qint64 chunk, qint64 item, const std::function<void(const Summary&)>& receive) const
+{
+    if (!m_HasMinutes) return false;
+    SqliteStatement& block = Prepared("SELECT minute_block FROM minutes WHERE chunk_and_item = ?");
+    if (!block.Bind(1, BlockKey(chunk, item)).Step()) return false;
+    for (const Summary& minute : UnpackMinutes(block.Bytes(0))) receive(minute);
+    block.Reset();
+    return true;
+}
+
 void RowPartition::AddHours(qint64 item, qint64 from, qint64 to, Summaries& hours) const
 {
     SqliteStatement& rows =
@@ -213,9 +236,9 @@ void RowPartition::AddHours(qint64 item, qint64 from, qint64 to, Summaries& hour
                  "WHERE item = ? AND start_utc BETWEEN ? AND ?");
     rows.Bind(1, item).Bind(2, from).Bind(3, to);
     while (rows.Step())
-        hours[rows.Integer(0)].Add(Summary{rows.Integer(1), rows.Integer(2), rows.Real(3), rows.Real(4), rows.Real(5),
-                                           rows.Real(6), rows.Real(7), rows.Integer(8), rows.Integer(9),
-                                           rows.Integer(10)});
+        hours[rows.Integer(0)].Add(Summary{rows.Integer(0), rows.Integer(1), rows.Integer(2), rows.Real(3),
+                                           rows.Real(4), rows.Real(5), rows.Real(6), rows.Real(7), rows.Integer(8),
+                                           rows.Integer(9), rows.Integer(10)});
 }
 
 qint64 BlockKey(qint64 chunk, qint64 item)

@@ -2,7 +2,7 @@
 
 #include "server/sqlitehistory/RowBlock.h"
 #include "server/sqlitehistory/Sqlite.h"
-#include "server/sqlitehistory/Summary.h"
+#include "server/sqlitehistory/Summaries.h"
 
 #include <QHash>
 
@@ -78,11 +78,20 @@ public:
                     const std::function<void(RowBlock&&)>& receive) const;
     /// One of them; without rows when it is not there.
     RowBlock ReadBlock(qint64 chunk, qint64 number) const;
+    /// The rows of an item in a chunk, in order; not in the log.
+    void ReadRows(qint64 chunk, qint64 item, const std::function<void(const HistoryRow&)>& receive) const;
+    /// Its minutes there, if they are kept, else false; not in the log.
+    bool ReadMinutes(qint64 chunk, qint64 item, const std::function<void(const Summary&)>& receive) const;
     /// The full hours of an item that begin within the range. The log's rows are not among them.
     void AddHours(qint64 item, qint64 from, qint64 to, Summaries& hours) const;
 
+protected:
+    /// Partitions of an earlier version have none.
+    bool HasMinutes() const { return m_HasMinutes; }
+
 private:
     const SqliteConnection m_File;
+    bool m_HasMinutes = false;
     mutable std::unordered_map<const char*, std::unique_ptr<SqliteStatement>> m_Prepared;
     QHash<qint64, ItemName> m_Names;
 };

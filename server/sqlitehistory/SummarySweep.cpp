@@ -10,20 +10,22 @@ constexpr qint64 MostSpansAtOnce = 20'000;
 /// A partition as far as it is wanted.
 struct SummarySweep::Part
 {
-    explicit Part(const PartitionFile& file)
+    Part(const PartitionFile& file, const SummaryQuery& query)
         : Rows(file.Path, RowPartition::Access::Existing)
     {
         Rows.BeginReading();
         Chunks = Rows.Chunks();
+        for (const qint64 item : Rows.ItemsNamed(query.Controller, query.Item)) Log.emplace(item, Minute);
+        if (Log.empty()) return;
         Rows.ReadBlocks(Chunk::Log, std::nullopt, [this](RowBlock&& block) {
             for (const HistoryRow& row : block.Rows)
-                if (!row.IsRemoved && row.HasUtc()) Log[row.Item][SpanBegin(row.Utc(), Minute)].Add(row);
+                if (const auto item = Log.find(row.Item); item != Log.end()) item->second.Add(row);
         });
     }
 
     RowPartition Rows;
     std::vector<Chunk> Chunks;
-    std::map<qint64, Summaries> Log; ///< the minutes of each item's rows in the log
+    std::map<qint64, SummaryMaker> Log; ///< the minutes of each wanted item's rows in the log
 };
 
 SummarySweep::SummarySweep(const PartitionFolder& folder, SummaryQuery query, qint64 span)
@@ -59,9 +61,8 @@ SummarySweep::~SummarySweep() = default;
 void SummarySweep::Add(const PartitionFile& file)
 {
     PartitionFolder::Guard(file, [&] {
-        auto part = std::make_unique<Part>(file);
-        RowPartition& rows = part->Rows;
-        for (const qint64 item : rows.ItemsNamed(m_Query.Controller, m_Query.Item)) m_Items.insert(rows.NameOf(item));
+        auto part = std::make_unique<Part>(file, m_Query);
+        for (const auto& [item, minutes] : part->Log) m_Items.insert(part->Rows.NameOf(item));
         m_Parts.push_back(std::move(part));
     });
 }
@@ -100,21 +101,30 @@ void SummarySweep::ReadWindow()
         else ReadHours(*part, items.front(), to);
         const auto log = part->Log.find(items.front());
         if (log == part->Log.end()) continue;
-        for (auto minute = log->second.lower_bound(m_Window); minute != log->second.end() && minute->first <= to;
-             ++minute)
-            m_Summaries[SpanBegin(minute->first, m_Span)].Add(minute->second);
+        for (const auto& [start, minute] : log->second.Made()) Take(minute, to);
     }
+}
+
+/// What begins within the window.
+void SummarySweep::Take(const Summary& summary, qint64 to)
+{
+    if (summary.Start < m_Window || summary.Start > to) return;
+    Summary moved = summary;
+    moved.Start = SpanBegin(summary.Start, m_Span);
+    const qint64 origin = m_Query.GridOrigin;
+    const qint64 key =
+        m_Query.GridLength > 0 ? origin + SpanBegin(moved.Start - origin, m_Query.GridLength) : moved.Start;
+    m_Summaries[key].Add(moved);
 }
 
 void SummarySweep::ReadMinutes(Part& part, qint64 item, qint64 to)
 {
     for (const Chunk& chunk : part.Chunks) {
         if (chunk.Number == Chunk::Log || chunk.FirstUtc > to || chunk.LastUtc < m_Window) continue;
-        part.Rows.ReadBlocks(chunk.Number, std::vector{item}, [&](RowBlock&& block) {
-            for (const HistoryRow& row : block.Rows)
-                if (!row.IsRemoved && row.HasUtc() && row.Utc() >= m_Window && row.Utc() <= to)
-                    m_Summaries[SpanBegin(row.Utc(), m_Span)].Add(row);
-        });
+        if (part.Rows.ReadMinutes(chunk.Number, item, [&](const Summary& minute) { Take(minute, to); })) continue;
+        SummaryMaker maker(Minute);
+        part.Rows.ReadRows(chunk.Number, item, [&](const HistoryRow& row) { maker.Add(row); });
+        for (const auto& [start, minute] : maker.Made()) Take(minute, to);
     }
 }
 
@@ -122,5 +132,5 @@ void SummarySweep::ReadHours(Part& part, qint64 item, qint64 to)
 {
     Summaries hours;
     part.Rows.AddHours(item, m_Window, to, hours);
-    for (const auto& [start, hour] : hours) m_Summaries[SpanBegin(start, m_Span)].Add(hour);
+    for (const auto& [start, hour] : hours) Take(hour, to);
 }

@@ -13,6 +13,9 @@ struct SummaryQuery
     qint64 From = Chunk::Lowest;
     qint64 To = Chunk::Highest;
     bool IsNothing = false;
+    /// Those that begin in the same of these intervals come as one, or some; 0: each by itself.
+    qint64 GridLength = 0;
+    qint64 GridOrigin = 0;
 };
 
 /// Goes through the summaries, item by item and forwards in time. What is read at once is limited.
@@ -26,8 +29,7 @@ public:
     /// Goes to the next one, at first to the first one; false at the end. Throws DescribedError.
     bool Next();
     const ItemName& Name() const { return *m_Item; }
-    /// When it begins, and the summary.
-    const std::pair<const qint64, Summary>& At() const { return *m_At; }
+    const Summary& At() const { return m_At->second; }
 
 private:
     struct Part;
@@ -35,6 +37,7 @@ private:
     void Add(const PartitionFile& file);
     bool NextWindow();
     void ReadWindow();
+    void Take(const Summary& summary, qint64 to);
     void ReadMinutes(Part& part, qint64 item, qint64 to);
     void ReadHours(Part& part, qint64 item, qint64 to);
 

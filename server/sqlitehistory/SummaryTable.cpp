@@ -17,7 +17,8 @@ using Cursor = SweepCursor<SummarySweep>;
 constexpr const char* Columns =
     "CREATE TABLE summaries (controller_name TEXT, item_name TEXT, start_utc INTEGER, start_time TEXT, "
     "value_count INTEGER, smallest REAL, largest REAL, first_value REAL, last_value REAL, mean_value REAL, "
-    "worst_state INTEGER, number_count INTEGER)";
+    "worst_state INTEGER, number_count INTEGER, grid_origin INTEGER HIDDEN, grid_length INTEGER HIDDEN, "
+    "PRIMARY KEY (controller_name, item_name, start_utc)) WITHOUT ROWID";
 enum Column
 {
     ControllerName,
@@ -31,7 +32,9 @@ enum Column
     LastValue,
     MeanValue,
     WorstState,
-    NumberCount
+    NumberCount,
+    GridOrigin, ///< with the length: who reads many spans gets the sums of each interval of this grid
+    GridLength
 };
 
 /// Local times differ from UTC by no more.
@@ -54,6 +57,8 @@ char SignOf(int column, unsigned char operation)
     case ControllerName: return isEqual ? 'c' : '\0';
     case ItemName: return isEqual ? 'i' : '\0';
     case StartUtc: return isEqual ? 'e' : isFrom ? 'u' : isTo ? 'U' : '\0';
+    case GridOrigin: return isEqual ? 'o' : '\0';
+    case GridLength: return isEqual ? 'l' : '\0';
     case StartTime: return isFrom ? 't' : isTo ? 'T' : '\0';
     default: return '\0';
     }
@@ -67,9 +72,11 @@ int BestIndex(sqlite3_vtab* vtab, sqlite3_index_info* info)
         for (int i = 0; i < info->nConstraint; ++i) {
             const auto& constraint = info->aConstraint[i];
             const char sign = constraint.usable ? SignOf(constraint.iColumn, constraint.op) : '\0';
-            if (sign == 0 || (constraint.iColumn != StartUtc && !IsBinary(info, i))) continue;
+            const bool isText = constraint.iColumn <= ItemName || constraint.iColumn == StartTime;
+            if (sign == 0 || (isText && !IsBinary(info, i))) continue;
             signs.append(sign);
             info->aConstraintUsage[i].argvIndex = static_cast<int>(signs.size());
+            info->aConstraintUsage[i].omit = sign == 'o' || sign == 'l';
             rows /= 20;
         }
         const bool isOneItem = signs.contains('c') && signs.contains('i');
@@ -90,6 +97,8 @@ void Narrow(SummaryQuery& query, char sign, sqlite3_value* value)
     if (isTime && sqlite3_value_type(value) == SQLITE_BLOB) return;
     if (!isTime && sqlite3_value_numeric_type(value) != SQLITE_INTEGER) return;
     const qint64 bound = isTime ? TimeKeyOf(TextOf(value)).Local : sqlite3_value_int64(value);
+    if (sign == 'o') query.GridOrigin = bound;
+    if (sign == 'l') query.GridLength = bound;
     const qint64 slack = isTime ? MostOffset : 0;
     if (sign == 'u' || sign == 'e' || sign == 't') query.From = std::max(query.From, bound - slack);
     if (sign == 'U' || sign == 'e' || sign == 'T') query.To = std::min(query.To, bound + slack);
@@ -118,7 +127,8 @@ void ReturnNumber(sqlite3_context* context, const Summary& summary, double numbe
 
 void ReturnColumn(sqlite3_context* context, const SummarySweep& summaries, int column)
 {
-    const auto& [start, summary] = summaries.At();
+    const Summary& summary = summaries.At();
+    const qint64 start = summary.Start;
     switch (column) {
     case ControllerName: return Return(context, summaries.Name().Controller);
     case ItemName: return Return(context, summaries.Name().Item);
@@ -134,7 +144,8 @@ void ReturnColumn(sqlite3_context* context, const SummarySweep& summaries, int c
     case LastValue: return ReturnNumber(context, summary, summary.Last);
     case MeanValue: return ReturnNumber(context, summary, summary.Mean().value_or(0.0));
     case WorstState: return sqlite3_result_int64(context, summary.WorstState);
-    default: return sqlite3_result_int64(context, summary.Numbers);
+    case NumberCount: return sqlite3_result_int64(context, summary.Numbers);
+    default: return;
     }
 }
 
@@ -143,10 +154,9 @@ int GetColumn(sqlite3_vtab_cursor* cursor, sqlite3_context* context, int column)
     return Answer(cursor->pVtab, [&] { ReturnColumn(context, *static_cast<Cursor*>(cursor)->Rows, column); });
 }
 
-int GetRowId(sqlite3_vtab_cursor* cursor, sqlite3_int64* id)
+int GetRowId(sqlite3_vtab_cursor*, sqlite3_int64*)
 {
-    *id = static_cast<Cursor*>(cursor)->Rows->At().first;
-    return SQLITE_OK;
+    return SQLITE_ERROR; // never asked for: there is none
 }
 
 sqlite3_module Module()

@@ -32,19 +32,28 @@ public:
             if (!take(reading)) return;
     }
     bool HasBlocks() const override { return Blocks; }
-    std::vector<Block> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid&) override
+    std::vector<Summary> ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid&) override
     {
-        std::vector<Block> blocks;
+        std::vector<Summary> blocks;
         for (Micros start = RoundUp(range.From, level); start < range.To; start += LengthOf(level)) {
-            Block block{start};
+            Summary block{start};
             IntervalSums sums;
             ReadValues(item, {start, start + LengthOf(level)}, false, 0, [&](const Reading& reading) {
                 sums.Add(reading);
-                return ++block.Values > 0;
+                return ++block.Rows > 0;
             });
-            block = {start,    block.Values,         sums.Numbers,        sums.Smallest,  sums.Largest,
-                     sums.Sum, AsNumber(sums.First), AsNumber(sums.Last), sums.WorstState};
-            if (block.Values > 0) blocks.push_back(block);
+            block = {start,
+                     block.Rows,
+                     sums.Numbers,
+                     sums.Smallest,
+                     sums.Largest,
+                     sums.Sum,
+                     AsNumber(sums.First),
+                     AsNumber(sums.Last),
+                     0,
+                     0,
+                     sums.WorstState};
+            if (block.Rows > 0) blocks.push_back(block);
         }
         return blocks;
     }

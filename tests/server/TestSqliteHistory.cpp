@@ -88,6 +88,24 @@ TEST(TimeKey, NeverGoesDownWhereTextsGoUp)
     }
 }
 
+TEST(Minutes, ArePackedWithoutLoss)
+{
+    SummaryMaker maker(Minute);
+    for (int i = 0; i < 1000; ++i) {
+        HistoryRow row;
+        row.Local = 1'706'659'200'000'000 + i * Minute / 7;
+        row.State = i / 100 == 3 ? 1 : 0;
+        if (i / 50 != 5) row.Value = NumericCell(i % 3 == 0 ? i * 0.1 : i);
+        maker.Add(row);
+    }
+    std::vector<Summary> minutes;
+    for (const auto& [start, minute] : maker.Made()) minutes.push_back(minute);
+    std::vector<Summary> again = UnpackMinutes(PackMinutes(maker.Made()));
+    for (Summary& minute : again)
+        if (minute.Numbers == 0) minute.FirstUtc = minute.LastUtc = 0;
+    EXPECT_EQ(again, minutes);
+}
+
 TEST_F(SqliteHistoryTest, AnswersAndChangesAsAPlainTable)
 {
     AskedHistory history(m_Settings);

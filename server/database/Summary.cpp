@@ -1,26 +1,10 @@
-#include "server/sqlitehistory/Summary.h"
+#include "server/database/Summary.h"
 
 #include <algorithm>
 
-namespace {
-
-int Badness(qint64 state)
-{
-    return state == 0 ? 0 : state == 1 ? 2 : 1;
-}
-
-} // namespace
-
-void Summary::Add(const HistoryRow& row)
-{
-    const bool counts = row.State == 0 && row.Value.IsNumber();
-    const double number = row.Value.Number();
-    const qint64 utc = row.Utc();
-    Add(Summary{1, counts ? 1 : 0, number, number, number, number, number, utc, utc, row.State});
-}
-
 void Summary::Add(const Summary& other)
 {
+    Start = Rows == 0 ? other.Start : std::min(Start, other.Start);
     Rows += other.Rows;
     if (Badness(other.WorstState) > Badness(WorstState)) WorstState = other.WorstState;
     if (other.Numbers == 0) return;
@@ -44,8 +28,7 @@ std::optional<double> Summary::Mean() const
     return Numbers > 0 ? std::optional(Sum / static_cast<double>(Numbers)) : std::nullopt;
 }
 
-qint64 SpanBegin(qint64 utc, qint64 span)
+int Badness(qint64 state)
 {
-    const qint64 rest = utc % span;
-    return utc - (rest < 0 ? rest + span : rest);
+    return state == 0 ? 0 : state == 1 ? 2 : 1;
 }
