@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QObject>
+#include <QThread>
+
+#include <memory>
+
+/// A feed and the thread that it works on. Both end with this object; a feed that waits for a silent server is left to
+/// the end of the process instead.
+template <typename Feed>
+class FeedThread
+{
+public:
+    template <typename... Arguments>
+    explicit FeedThread(Arguments&&... arguments)
+        : m_Thread(new QThread)
+        , m_Feed(new Feed(std::forward<Arguments>(arguments)...))
+    {
+        m_Feed->moveToThread(m_Thread);
+        QObject::connect(m_Thread, &QThread::finished, m_Feed, &QObject::deleteLater);
+        m_Thread->start();
+    }
+    FeedThread(const FeedThread&) = delete;
+    FeedThread& operator=(const FeedThread&) = delete;
+    ~FeedThread()
+    {
+        constexpr unsigned long PatienceMs = 300;
+        m_Feed->disconnect();
+        m_Thread->quit();
+        if (m_Thread->wait(PatienceMs)) delete m_Thread;
+    }
+
+    Feed* operator->() { return m_Feed; }
+    Feed& operator*() { return *m_Feed; }
+    /// Runs `work` with the feed on its thread.
+    template <typename Work>
+    void Run(Work work)
+    {
+        QMetaObject::invokeMethod(m_Feed, [feed = m_Feed, work = std::move(work)] { work(*feed); },
+                                  Qt::QueuedConnection);
+    }
+
+private:
+    QThread* m_Thread;
+    Feed* m_Feed;
+};

@@ -1,0 +1,149 @@
+#include "trend/data/Followed.h"
+
+#include "trend/core/IntervalSamples.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+/// Recorded values are written with a delay.
+constexpr Micros WritingTime = 10 * MicrosASecond;
+
+bool IsSame(double a, double b)
+{
+    return a == b || (std::isnan(a) && std::isnan(b));
+}
+
+/// What lies in each interval of a run of values, as the history would tell it.
+std::vector<IntervalFigures> FiguresOf(const Series& series, std::size_t begin, std::size_t end, Micros interval)
+{
+    std::vector<IntervalFigures> figures;
+    while (begin < end) {
+        const Span column = Aligned({series.TimeAt(begin), series.TimeAt(begin) + 1}, interval);
+        const std::size_t next = std::min(series.Find(column.To, begin), end);
+        const Extreme extreme = series.Steps().Of(series.Values(), begin, next);
+        IntervalFigures of{column.From, series.ValueAt(begin), extreme.Smallest, extreme.Largest,
+                           series.ValueAt(next - 1), series.HasGap(begin, next)};
+        if (extreme.IsEmpty()) of.Smallest = of.Largest = std::nan("");
+        if (std::isnan(of.First)) of.First = of.Smallest;
+        if (std::isnan(of.Last)) of.Last = of.Largest;
+        figures.push_back(of);
+        begin = next;
+    }
+    return figures;
+}
+
+} // namespace
+
+void Followed::Take(const LiveNews& news, Micros now)
+{
+    m_Pen->IsOld = false;
+    m_Pen->Note = news.Note;
+    if (!news.Note.isEmpty()) return Break(now);
+    if (news.Unit && m_Pen->Settings.Unit.isEmpty()) m_Pen->Settings.Unit = *news.Unit;
+    if (news.Value.Kind) m_Pen->Kind = *news.Value.Kind;
+    if (news.IsFirst) Begin(news);
+    if (m_Pen->Kind == PenKind::Texts) AppendText(news);
+    else AppendNumber(news);
+    m_Pen->Present = news.Value.Text;
+    m_Pen->State = news.State;
+    m_Pen->Time = news.Time;
+}
+
+void Followed::Begin(const LiveNews& news)
+{
+    if (m_Break && news.Time <= *m_Break) m_Pen->Values.Replace({*m_Break, *m_Break + 1}, {});
+    m_Break.reset();
+    m_Live = m_Seam = news.Time;
+}
+
+void Followed::AppendNumber(const LiveNews& news)
+{
+    Series& values = m_Pen->Values;
+    const double value = news.State == PenState::Good ? news.Value.Number : std::nan("");
+    if (!news.IsFirst && values.Count() > 0) {
+        const std::size_t last = values.Count() - 1;
+        if (IsSame(values.ValueAt(last), value)) return;
+        // Where it last had the value before, so that a line does not rise too soon.
+        if (m_Pen->Time > values.TimeAt(last) && m_Pen->Time < news.Time && !values.IsGap(last))
+            values.Append({m_Pen->Time, values.ValueAt(last)});
+    }
+    values.Append({news.Time, value});
+}
+
+void Followed::AppendText(const LiveNews& news)
+{
+    const bool isSame = !news.IsFirst && news.Value.Text == m_Pen->Present && news.State == m_Pen->State;
+    if (isSame) return;
+    m_Pen->Texts.Append({news.Time, news.State == PenState::Good ? news.Value.Text : QStringLiteral("(no good value)")});
+}
+
+void Followed::Take(const HistoryAnswer& answer)
+{
+    if (answer.HasTexts && m_Pen->Time == 0 && m_Pen->Values.Count() == 0) m_Pen->Kind = PenKind::Texts;
+    for (const Span& piece : m_Known.Missing(answer.Known, answer.Interval)) {
+        const auto isBefore = [](const Sample& sample, Micros time) { return sample.Time < time; };
+        const auto begin = std::lower_bound(answer.Samples.begin(), answer.Samples.end(), piece.From, isBefore);
+        const auto end = std::lower_bound(begin, answer.Samples.end(), piece.To, isBefore);
+        if (m_Pen->Kind != PenKind::Texts) m_Pen->Values.Replace(piece, {begin, end});
+        std::vector<Marks::Mark> texts;
+        std::copy_if(answer.Texts.begin(), answer.Texts.end(), std::back_inserter(texts),
+                     [&](const Marks::Mark& mark) { return piece.Holds(mark.Time); });
+        m_Pen->Texts.Replace(piece, texts);
+        m_Known.Add(piece, answer.Interval);
+    }
+}
+
+void Followed::Break(Micros now)
+{
+    if (!m_Live) return;
+    Hold(now);
+    m_Live.reset();
+    m_Break = now;
+    m_Pen->Values.Append({now, std::nan("")});
+}
+
+void Followed::Hold(Micros now)
+{
+    if (!m_Live) return;
+    m_Pen->Values.HoldUntil(now);
+    if (now <= *m_Live) return;
+    m_Known.Add({*m_Live, now}, Coverage::Exact);
+    m_Live = now;
+}
+
+void Followed::DoubtSeam()
+{
+    if (m_Seam) m_Known.Forget({*m_Seam - WritingTime, *m_Seam});
+    m_Seam.reset();
+}
+
+std::vector<Span> Followed::Missing(Span span, Micros interval, Micros now) const
+{
+    // An item that is not heard of is asked for now and then.
+    const Micros latest = m_Live ? *m_Live : now - now % WritingTime;
+    span.To = std::min(span.To, latest);
+    return span.Length() > 0 ? m_Known.Missing(span, interval) : std::vector<Span>();
+}
+
+void Followed::Thin(const Span& shown, Micros interval, std::size_t most)
+{
+    Series& values = m_Pen->Values;
+    if (values.Count() <= most) return;
+    Forget({Span::Earliest, shown.From - shown.Length() / 2});
+    if (shown.To < m_Live.value_or(Span::Latest)) Forget({shown.To + shown.Length() / 2, m_Live.value_or(Span::Latest)});
+    if (values.Count() <= most / 2) return;
+    const std::size_t end = values.Count() - most / 8;
+    const Span old = {values.TimeAt(0), Aligned({0, values.TimeAt(end)}, interval).To - interval};
+    const std::vector<Sample> samples = SamplesOf(FiguresOf(values, 0, values.Find(old.To), interval), old.To);
+    values.Replace(old, samples);
+    m_Known.Add(old, interval);
+}
+
+void Followed::Forget(const Span& span)
+{
+    m_Pen->Values.Replace(span, {});
+    m_Pen->Texts.Replace(span, {});
+    m_Known.Forget(span);
+}

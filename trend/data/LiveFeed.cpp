@@ -1,0 +1,302 @@
+#include "trend/data/LiveFeed.h"
+
+#include "trend/data/Rows.h"
+#include "velsqllib/ItemProxy.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+
+namespace {
+
+constexpr int RetryMs = 2000;
+constexpr int LookMs = 1000;
+/// Items that change without events.
+constexpr int LookOftenMs = 200;
+/// What changes at once is read at once.
+constexpr int GatherMs = 10;
+constexpr int TellMs = 50;
+constexpr int FindMs = 100;
+constexpr qsizetype MostTold = 5000;
+
+} // namespace
+
+struct LiveFeed::Watched
+{
+    QString Name;
+    QString Controller = {}; ///< of the item that has been found
+    ItemRef Item = {};
+    Micros Time = 0;
+    Variant Value = {};
+    qint32 State = -1;
+    QString Note = {};
+    bool IsFirst = true;
+    bool IsChanged = false;  ///< waits in m_Changed
+    bool HasEvents = false;  ///< one has come
+    bool IsSilent = false;   ///< has changed without an event
+    bool KnowsUnit = false;
+};
+
+/// The events of one controller.
+class LiveFeed::Subscription final : public ControllerEvents
+{
+public:
+    Subscription(LiveFeed& feed, VelSQLController& controller)
+        : m_Feed(feed)
+        , m_Events(controller.Subscribe(*this))
+    {
+    }
+
+    void OnChangeState(qint32) override {}
+    void OnChangeItem(const ItemRef& item) override
+    {
+        // The name without a call: most events are about items that nobody watches.
+        const auto* proxy = dynamic_cast<const ItemProxy*>(item.get());
+        const auto found = Items.find(proxy ? proxy->Way().ItemName : item->get_Name());
+        if (found != Items.end()) m_Feed.NoteChange(found->second);
+    }
+
+    bool IsOpen() const { return m_Events->IsOpen(); }
+
+    std::map<QString, WatchedRef> Items; ///< key: the item's name
+
+private:
+    LiveFeed& m_Feed;
+    EventSubscriptionRef m_Events;
+};
+
+LiveFeed::LiveFeed(MakeLibrary make)
+    : m_Make(std::move(make))
+    , m_Retry(this)
+    , m_Look(this)
+    , m_LookOften(this)
+    , m_ReadSoon(this)
+    , m_TellSoon(this)
+{
+    connect(&m_Retry, &QTimer::timeout, this, [this] { Attach(false); });
+    connect(&m_Look, &QTimer::timeout, this, &LiveFeed::LookAtAll);
+    connect(&m_LookOften, &QTimer::timeout, this, &LiveFeed::LookOften);
+    connect(&m_ReadSoon, &QTimer::timeout, this, &LiveFeed::ReadChanged);
+    connect(&m_TellSoon, &QTimer::timeout, this, [this] { Q_EMIT Heard(std::exchange(m_News, {})); });
+    m_ReadSoon.setSingleShot(true);
+    m_TellSoon.setSingleShot(true);
+}
+
+LiveFeed::~LiveFeed() = default;
+
+void LiveFeed::Open()
+{
+    m_Library = m_Make();
+    m_Library->OnServerChange([this] { NotePresence(); });
+    Attach(true);
+}
+
+void LiveFeed::Attach(bool mayStart)
+{
+    try {
+        m_Engine = mayStart ? m_Library->CreateEngine() : m_Library->AttachEngine();
+    } catch (const DescribedError& error) {
+        Q_EMIT AbsenceChanged(error.Description());
+        m_Retry.start(RetryMs);
+        return;
+    }
+    m_Retry.stop();
+    LearnZone();
+    Q_EMIT AbsenceChanged({});
+    m_Look.start(LookMs);
+    m_LookOften.start(LookOftenMs);
+    LookAtAll();
+}
+
+/// Subscriptions and objects of velsqllib find the new server by themselves.
+void LiveFeed::NotePresence()
+{
+    const QString absence = m_Library->Absence();
+    m_IsAbsent = !absence.isEmpty();
+    for (const auto& [name, watched] : m_Watched) watched->IsFirst = true;
+    Q_EMIT AbsenceChanged(absence);
+    if (m_IsAbsent || !m_Engine) return;
+    LearnZone();
+    LookAtAll();
+}
+
+/// The server tells local times only, of its own zone; its history knows both.
+void LiveFeed::LearnZone()
+{
+    const QDateTime now = QDateTime::currentDateTime();
+    m_Zone = -now.offsetFromUtc() * MicrosASecond;
+    try {
+        const auto utc = static_cast<double>(now.toMSecsSinceEpoch() / 1000 * MicrosASecond);
+        Rows rows(m_Engine->get_History()->ReadProcessed(Variant(QStringLiteral("-\\-")), Variant(utc),
+                                                         Variant(utc + MicrosASecond), Variant(0.0),
+                                                         Variant(QStringLiteral("Count"))));
+        constexpr qint32 Time = 1, Utc = 2;
+        if (rows.Next()) m_Zone = std::llround(rows.Number(Utc)) - AsIfUtc(rows.Cell(Time).Get<Date>());
+    } catch (const DescribedError&) { // no history: the zone of this machine
+    }
+}
+
+void LiveFeed::Watch(const QStringList& items)
+{
+    const QSet<QString> wanted(items.begin(), items.end());
+    std::erase_if(m_Watched, [&](const auto& entry) { return !wanted.contains(entry.first); });
+    for (auto& [name, subscription] : m_Subscriptions)
+        std::erase_if(subscription->Items, [&](const auto& entry) { return !wanted.contains(entry.second->Name); });
+    std::erase_if(m_Subscriptions, [](const auto& entry) { return entry.second->Items.empty(); });
+    for (const QString& name : wanted) {
+        WatchedRef& watched = m_Watched[name];
+        if (!watched) watched = std::make_shared<Watched>(Watched{.Name = name});
+    }
+    LookAtAll();
+}
+
+void LiveFeed::LookAtAll()
+{
+    if (m_IsAbsent || !m_Engine) return;
+    DropClosed();
+    FindItems();
+    QList<WatchedRef> found;
+    for (const auto& [name, watched] : m_Watched) {
+        if (watched->Item) found.append(watched);
+    }
+    ReadItems(found);
+}
+
+void LiveFeed::LookOften()
+{
+    QList<WatchedRef> silent;
+    for (const auto& [name, watched] : m_Watched) {
+        if (watched->Item && watched->IsSilent) silent.append(watched);
+    }
+    if (!m_IsAbsent) ReadItems(silent);
+}
+
+/// For a while: a slow server still brings values of those that were found.
+void LiveFeed::FindItems()
+{
+    QElapsedTimer time;
+    time.start();
+    for (const auto& [name, watched] : m_Watched) {
+        if (watched->Item) continue;
+        if (Find(*watched)) Subscribe(watched);
+        if (time.elapsed() > FindMs) break;
+    }
+}
+
+/// Names may contain backslashes.
+bool LiveFeed::Find(Watched& watched)
+{
+    QString why = QStringLiteral("\"%1\" is not an item such as PLC1\\Level.").arg(watched.Name);
+    for (qsizetype at = watched.Name.indexOf(u'\\'); at >= 0; at = watched.Name.indexOf(u'\\', at + 1)) {
+        try {
+            watched.Item = m_Engine->FindItem(watched.Name.left(at), watched.Name.mid(at + 1)).Item;
+            watched.Controller = watched.Name.left(at);
+            return true;
+        } catch (const DescribedError& error) {
+            why = error.Description();
+        }
+    }
+    Fail(watched, why);
+    return false;
+}
+
+/// Without its controller's events an item is looked at often.
+void LiveFeed::Subscribe(const WatchedRef& watched)
+{
+    auto& subscription = m_Subscriptions[watched->Controller];
+    try {
+        if (!subscription) {
+            const ControllerRef controller = m_Engine->get_Controller(Variant(watched->Controller));
+            subscription = std::make_unique<Subscription>(*this, *controller);
+        }
+        subscription->Items[watched->Name.mid(watched->Controller.size() + 1)] = watched;
+    } catch (const DescribedError&) {
+        m_Subscriptions.erase(watched->Controller);
+        watched->IsSilent = true;
+    }
+}
+
+/// A server that was started again may have refused some.
+void LiveFeed::DropClosed()
+{
+    std::erase_if(m_Subscriptions, [](const auto& entry) {
+        if (entry.second->IsOpen()) return false;
+        for (const auto& [name, watched] : entry.second->Items) watched->Item.reset();
+        return true;
+    });
+}
+
+void LiveFeed::NoteChange(const WatchedRef& watched)
+{
+    watched->HasEvents = true;
+    watched->IsSilent = false;
+    if (std::exchange(watched->IsChanged, true)) return;
+    m_Changed.append(watched);
+    if (!m_ReadSoon.isActive()) m_ReadSoon.start(GatherMs);
+}
+
+void LiveFeed::ReadChanged()
+{
+    const QList<WatchedRef> changed = std::exchange(m_Changed, {});
+    for (const WatchedRef& watched : changed) watched->IsChanged = false;
+    ReadItems(changed);
+}
+
+void LiveFeed::ReadItems(const QList<WatchedRef>& items)
+{
+    QList<CallStep> steps;
+    for (const WatchedRef& watched : items) {
+        if (!watched->Item) continue;
+        const auto foresee = [item = watched->Item] {
+            item->get_Value();
+            item->get_State();
+            item->get_DateTime();
+            item->get_Microsecond();
+        };
+        steps.append({foresee, [this, watched] { Read(*watched); }});
+    }
+    for (qsizetype done = 0; done < steps.size(); done += m_Library->TakeSteps(steps, done));
+}
+
+void LiveFeed::Read(Watched& watched)
+{
+    if (!watched.Item) return;
+    try {
+        const Variant value = watched.Item->get_Value();
+        const qint32 state = watched.Item->get_State();
+        const Variant date = watched.Item->get_DateTime();
+        const qint32 fraction = watched.Item->get_Microsecond();
+        LiveNews news{.Item = watched.Name, .IsFirst = watched.IsFirst};
+        if (const Date* local = date.GetIf<Date>()) news.Time = AsIfUtc(*local) + m_Zone + fraction;
+        if (!watched.KnowsUnit) news.Unit = UnitOf(watched.Item->get_Tag(), watched.Name);
+        watched.KnowsUnit = true;
+        const bool isSame = news.Time == watched.Time && state == watched.State && !watched.IsFirst;
+        if (isSame) return;
+        if (!watched.IsFirst && !watched.HasEvents && value != watched.Value) watched.IsSilent = true;
+        watched.IsFirst = false;
+        watched.Time = news.Time;
+        watched.Value = value;
+        watched.State = state;
+        watched.Note.clear();
+        news.Value = ReadingOf(value);
+        news.State = state == 0 ? PenState::Good : state == 1 ? PenState::Failed : PenState::Undefined;
+        Tell(std::move(news));
+    } catch (const DescribedError& error) {
+        watched.Item.reset(); // it may have been removed, and be added again
+        Fail(watched, error.Description());
+    }
+}
+
+/// Says the same only once. What fails because the server is away is said of the server.
+void LiveFeed::Fail(Watched& watched, const QString& why)
+{
+    watched.IsFirst = true;
+    if (!m_Library->Absence().isEmpty() || std::exchange(watched.Note, why) == why) return;
+    Tell({.Item = watched.Name, .Note = why});
+}
+
+void LiveFeed::Tell(LiveNews news)
+{
+    m_News.append(std::move(news));
+    if (m_News.size() >= MostTold) Q_EMIT Heard(std::exchange(m_News, {}));
+    else if (!m_TellSoon.isActive()) m_TellSoon.start(TellMs);
+}

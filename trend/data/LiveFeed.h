@@ -1,0 +1,81 @@
+#pragma once
+
+#include "trend/data/Reading.h"
+#include "velsqllib/RemoteLibrary.h"
+
+#include <QTimer>
+
+#include <map>
+#include <optional>
+
+/// What has been heard of an item.
+struct LiveNews
+{
+    QString Item; ///< its name, as it was asked for
+    Micros Time = 0;
+    Reading Value = {};
+    PenState State = PenState::Undefined;
+    QString Note = {};           ///< why there is no value; then there is nothing else
+    std::optional<QString> Unit = {}; ///< once
+    bool IsFirst = false;        ///< what came between the news before and this is not known
+};
+
+using MakeLibrary = std::function<std::unique_ptr<RemoteLibrary>()>;
+
+/// Watches items on the server; works on a thread of its own, because calls wait. Changes come by events, and are read
+/// together; all items are also looked at each second, because not every item raises events.
+class LiveFeed : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit LiveFeed(MakeLibrary make);
+    ~LiveFeed() override;
+
+    /// Attaches to the server, or starts it.
+    void Open();
+    /// Exactly these items from now on.
+    void Watch(const QStringList& items);
+
+Q_SIGNALS:
+    /// At most about twenty times a second.
+    void Heard(const QList<LiveNews>& news);
+    /// Empty: the server is there.
+    void AbsenceChanged(const QString& absence);
+
+private:
+    struct Watched;
+    class Subscription;
+    using WatchedRef = std::shared_ptr<Watched>;
+
+    void Attach(bool mayStart);
+    void NotePresence();
+    void LearnZone();
+    void LookAtAll();
+    void LookOften();
+    void FindItems();
+    bool Find(Watched& watched);
+    void Subscribe(const WatchedRef& watched);
+    void DropClosed();
+    void NoteChange(const WatchedRef& watched);
+    void ReadChanged();
+    void ReadItems(const QList<WatchedRef>& items);
+    void Read(Watched& watched);
+    void Tell(LiveNews news);
+    void Fail(Watched& watched, const QString& why);
+
+    MakeLibrary m_Make;
+    std::unique_ptr<RemoteLibrary> m_Library;
+    EngineRef m_Engine;
+    std::map<QString, WatchedRef> m_Watched; ///< key: Name
+    std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< key: the controller's name
+    QList<WatchedRef> m_Changed;
+    QList<LiveNews> m_News;
+    Micros m_Zone = 0; ///< what is added to the server's local time to make it UTC
+    bool m_IsAbsent = false;
+    QTimer m_Retry;
+    QTimer m_Look;
+    QTimer m_LookOften;
+    QTimer m_ReadSoon;
+    QTimer m_TellSoon;
+};

@@ -1,0 +1,201 @@
+#include "trend/data/TrendData.h"
+
+#include "trend/data/Followed.h"
+
+#include <QDateTime>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int AskSoonMs = 15;
+constexpr int AskAgainMs = 5000;
+constexpr int ThinMs = 10'000;
+constexpr int SeamMs = 3000;
+/// Of all pens together.
+constexpr std::size_t MostValues = 4'000'000;
+/// Clocks that differ less are taken for one.
+constexpr Micros SameClock = 2 * MicrosASecond;
+
+Micros LocalNow()
+{
+    return QDateTime::currentMSecsSinceEpoch() * 1000;
+}
+
+} // namespace
+
+TrendData::TrendData(const MakeLibrary& make, QObject* parent)
+    : QObject(parent)
+    , m_Live(make)
+    , m_History(make)
+{
+    ConnectFeeds();
+    m_AskSoon.setSingleShot(true);
+    connect(&m_AskSoon, &QTimer::timeout, this, &TrendData::AskForMissing);
+    connect(&m_Thin, &QTimer::timeout, this, &TrendData::Thin);
+    m_Thin.start(ThinMs);
+    m_Live.Run([](LiveFeed& feed) { feed.Open(); });
+}
+
+TrendData::~TrendData() = default;
+
+void TrendData::ConnectFeeds()
+{
+    qRegisterMetaType<QList<LiveNews>>();
+    qRegisterMetaType<QList<HistoryAnswer>>();
+    connect(&*m_Live, &LiveFeed::Heard, this, &TrendData::TakeNews);
+    connect(&*m_Live, &LiveFeed::AbsenceChanged, this, &TrendData::TakeAbsence);
+    connect(&*m_History, &HistoryFeed::Answered, this, &TrendData::TakeAnswers);
+    connect(&*m_History, &HistoryFeed::Finished, this, &TrendData::TakeEnd);
+}
+
+bool TrendData::Add(const PenSettings& settings)
+{
+    const QString name = settings.Name();
+    if (m_Followed.contains(name)) return false;
+    auto pen = std::make_shared<Pen>();
+    pen->Settings = settings;
+    m_Pens.push_back(pen);
+    m_Followed.insert(name, std::make_shared<Followed>(pen));
+    WatchAll();
+    return true;
+}
+
+void TrendData::Remove(std::size_t pen)
+{
+    m_Followed.remove(m_Pens.at(pen)->Settings.Name());
+    m_Pens.erase(m_Pens.begin() + static_cast<std::ptrdiff_t>(pen));
+    WatchAll();
+}
+
+void TrendData::Move(std::size_t from, std::size_t to)
+{
+    const auto pen = m_Pens.at(from);
+    m_Pens.erase(m_Pens.begin() + static_cast<std::ptrdiff_t>(from));
+    m_Pens.insert(m_Pens.begin() + static_cast<std::ptrdiff_t>(std::min(to, m_Pens.size())), pen);
+    Q_EMIT PensChanged();
+}
+
+void TrendData::WatchAll()
+{
+    QStringList names = m_Followed.keys();
+    m_Live.Run([names](LiveFeed& feed) { feed.Watch(names); });
+    Q_EMIT PensChanged();
+    m_AskSoon.start(AskSoonMs);
+}
+
+Micros TrendData::Now() const
+{
+    return LocalNow() + m_ClockOffset;
+}
+
+void TrendData::Show(const Span& shown, int width)
+{
+    m_Shown = shown;
+    m_Width = std::max(width, 1);
+    HoldPresent();
+    if (!m_AskSoon.isActive()) m_AskSoon.start(AskSoonMs);
+}
+
+void TrendData::TakeNews(const QList<LiveNews>& news)
+{
+    Micros newest = 0;
+    bool hasBegun = false;
+    const Micros now = Now();
+    for (const LiveNews& one : news) {
+        const auto followed = m_Followed.value(one.Item);
+        if (!followed) continue;
+        followed->Take(one, now);
+        hasBegun = hasBegun || one.IsFirst;
+        if (!one.IsFirst) newest = std::max(newest, one.Time);
+    }
+    if (newest > 0) NoteClock(newest);
+    if (hasBegun) {
+        QTimer::singleShot(SeamMs, this, [this] {
+            for (const auto& followed : std::as_const(m_Followed)) followed->DoubtSeam();
+            AskForMissing();
+        });
+        m_AskSoon.start(AskSoonMs);
+    }
+    Q_EMIT Changed();
+}
+
+/// The newest of what has just changed was read a moment ago.
+void TrendData::NoteClock(Micros newest)
+{
+    const Micros ahead = newest - LocalNow();
+    m_ClockOffset = std::abs(ahead) > SameClock ? ahead : 0;
+}
+
+void TrendData::TakeAnswers(const QList<HistoryAnswer>& answers)
+{
+    for (const HistoryAnswer& answer : answers) {
+        if (const auto followed = m_Followed.value(answer.Item)) followed->Take(answer);
+    }
+    Q_EMIT Changed();
+}
+
+void TrendData::TakeAbsence(const QString& absence)
+{
+    m_Absence = absence;
+    const Micros now = Now();
+    for (const auto& pen : m_Pens) pen->IsOld = !absence.isEmpty();
+    for (const auto& followed : std::as_const(m_Followed)) {
+        if (!absence.isEmpty()) followed->Break(now);
+    }
+    m_Asked.clear();
+    m_AskSoon.start(AskSoonMs);
+    Q_EMIT Changed();
+}
+
+void TrendData::TakeEnd(const QString& trouble)
+{
+    m_HistoryTrouble = trouble;
+    m_IsWaiting = false;
+    Q_EMIT Changed();
+}
+
+void TrendData::HoldPresent()
+{
+    const Micros now = Now();
+    for (const auto& followed : std::as_const(m_Followed)) followed->Hold(now);
+}
+
+/// What could not be answered, or not at once, is asked for again after a while.
+void TrendData::AskForMissing()
+{
+    const QList<HistoryQuestion> missing = Missing();
+    const bool isTooSoon = missing == m_Asked && (m_IsWaiting || m_SinceAsked.elapsed() < AskAgainMs);
+    if (isTooSoon || (missing.isEmpty() && !m_IsWaiting)) return;
+    m_Asked = missing;
+    m_SinceAsked.start();
+    m_IsWaiting = true;
+    m_History->Ask(missing);
+}
+
+/// Pens that lack the same are asked for together.
+QList<HistoryQuestion> TrendData::Missing()
+{
+    const Micros interval = RoundInterval(std::max<Micros>(m_Shown.Length() / m_Width, 1));
+    QList<HistoryQuestion> questions;
+    for (const auto& pen : m_Pens) {
+        if (!pen->Settings.IsVisible) continue;
+        const QString name = pen->Settings.Name();
+        for (const Span& span : m_Followed[name]->Missing(m_Shown, interval, Now())) {
+            const Span asked = Aligned(span, interval);
+            const auto same = std::find_if(questions.begin(), questions.end(),
+                                           [&](const HistoryQuestion& question) { return question.Asked == asked; });
+            if (same != questions.end()) same->Items.append(name);
+            else questions.append({{name}, asked, interval});
+        }
+    }
+    return questions;
+}
+
+void TrendData::Thin()
+{
+    if (m_Pens.empty()) return;
+    const Micros interval = RoundInterval(std::max<Micros>(m_Shown.Length() / m_Width, 1));
+    for (const auto& followed : std::as_const(m_Followed))
+        followed->Thin(m_Shown, interval, MostValues / m_Pens.size());
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "trend/picture/TrendPainter.h"
+#include "trend/window/PenModel.h"
+#include "trend/window/ViewControl.h"
+
+#include <QRubberBand>
+#include <QWidget>
+
+/// The picture on the screen, and what mouse and keyboard do in it.
+class PictureView : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit PictureView(QWidget* parent = nullptr);
+
+    void SetSource(TrendData& data, ViewControl& control);
+    void SetCurrent(std::optional<std::size_t> pen);
+    /// Of the plot, in pixels of the screen.
+    int ColumnCount() const;
+    QSize sizeHint() const override;
+
+Q_SIGNALS:
+    void ItemsDropped(const QStringList& items);
+    /// The mouse is at this moment; nothing when it is outside.
+    void Pointed(std::optional<Micros> time);
+    /// The pen before or behind the current one is wanted.
+    void StepPen(int by);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+
+private:
+    enum class Doing
+    {
+        Nothing,
+        Panning,
+        Marking,
+        Zooming, ///< into a rubber band
+        MovingCursor
+    };
+
+    Micros TimeAt(double x) const;
+    std::optional<std::size_t> CursorNear(double x) const;
+    bool PanOrZoom(int key);
+    bool MoveCursor(const QKeyEvent& key);
+    void DragTo(double x);
+    void ShowBand(double x);
+
+    TrendData* m_Data = nullptr;
+    ViewControl* m_Control = nullptr;
+    TrendPainter m_Painter;
+    PictureLayout m_Layout;
+    std::optional<std::size_t> m_Current;
+    Doing m_Doing = Doing::Nothing;
+    double m_PressedAt = 0;
+    bool m_HasMoved = false;
+    Span m_SpanPressed;
+    std::size_t m_Cursor = 0; ///< which one the keys move
+    QRubberBand m_Band{QRubberBand::Rectangle, this};
+};
