@@ -3,6 +3,8 @@
 #include "core/automation/Errors.h"
 #include "core/DisplayText.h"
 
+#include <QMimeData>
+
 namespace {
 
 /// A plain pointer, because views ask for indexes, parents and counts very often.
@@ -18,6 +20,16 @@ QString KindToSpeak(NodeTag tag)
 }
 
 } // namespace
+
+bool IsItem(const TreeNode& node)
+{
+    return node.Tag() == NodeTag::Item || node.Tag() == NodeTag::AddItem;
+}
+
+QString ItemName(const TreeNode& item)
+{
+    return item.Parent()->Text() + TreeNode::PathSeparator + item.Text();
+}
 
 ObjectTreeModel::ObjectTreeModel(QObject* parent)
     : QAbstractItemModel(parent)
@@ -187,4 +199,26 @@ QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
     if (role == Qt::DecorationRole) return Image(node->m_Tag);
     if (role == Qt::AccessibleDescriptionRole) return KindToSpeak(node->m_Tag);
     return {};
+}
+
+Qt::ItemFlags ObjectTreeModel::flags(const QModelIndex& index) const
+{
+    const Qt::ItemFlags flags = QAbstractItemModel::flags(index);
+    return index.isValid() && IsItem(*NodeOf(index)) ? flags | Qt::ItemIsDragEnabled : flags;
+}
+
+QStringList ObjectTreeModel::mimeTypes() const
+{
+    return {QStringLiteral("text/plain")};
+}
+
+QMimeData* ObjectTreeModel::mimeData(const QModelIndexList& indexes) const
+{
+    QStringList names;
+    for (const QModelIndex& index : indexes) {
+        if (IsItem(*NodeOf(index))) names.append(ItemName(*NodeOf(index)));
+    }
+    auto* const data = new QMimeData;
+    data->setText(names.join(u'\n'));
+    return data;
 }

@@ -8,6 +8,11 @@
 
 #include <array>
 
+/// Whether a node is an item, given by the server or added.
+bool IsItem(const TreeNode& node);
+/// "PLC1\Level": an item as programs beside the console name it.
+QString ItemName(const TreeNode& item);
+
 /// The object tree: the nodes in the server's order, never sorted, labels not editable.
 class ObjectTreeModel : public QAbstractItemModel
 {
@@ -47,6 +52,10 @@ public:
     int columnCount(const QModelIndex& parent = {}) const override;
     bool hasChildren(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    QStringList mimeTypes() const override;
+    /// The items among these nodes as text, a line such as "PLC1\Level" for each.
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
 
 private:
     void ReplaceRoot(const TreeNodeRef& root);

@@ -95,6 +95,12 @@ void ObjectCommands::ShowScriptTool()
     modMain::ScriptTool->Show();
 }
 
+void ObjectCommands::ShowTrend()
+{
+    const TreeNodeRef node = CurrentNode({NodeTag::Item, NodeTag::AddItem});
+    if (m_Windows.StartTrend) m_Windows.StartTrend(node ? QStringList(ItemName(*node)) : QStringList());
+}
+
 TreeNodeRef ObjectCommands::CurrentNode(std::initializer_list<NodeTag> tags) const
 {
     const TreeNodeRef& node = m_MainWindow.m_CurrentNode;

@@ -23,6 +23,8 @@ public:
     void RemoveItem();
     /// Opens the script tool; the first time, gives it the engine's name and shows how to address items.
     void ShowScriptTool();
+    /// Starts the trend program, with the current item if there is one.
+    void ShowTrend();
 
 private:
     /// The current node when it is in the tree and of one of these kinds, else null.

@@ -4,8 +4,11 @@
 #include "core/DisplayText.h"
 #include "core/ObjectTreeModel.h"
 
+#include <QApplication>
 #include <QContextMenuEvent>
+#include <QDrag>
 #include <QKeyEvent>
+#include <QMimeData>
 #include <QPainter>
 #include <QStyledItemDelegate>
 #include <QToolTip>
@@ -97,6 +100,8 @@ void ObjectTreeView::mousePressEvent(QMouseEvent* event)
 {
     Q_EMIT MouseDown(event->button());
     QTreeView::mousePressEvent(event);
+    m_PressedAt = event->position().toPoint();
+    m_Pressed = event->button() == Qt::LeftButton ? NodeUnder(m_PressedAt) : TreeNodeRef();
     if (const TreeNodeRef node = NodeUnder(event->position().toPoint())) {
         Q_EMIT NodeClick(node, event->globalPosition().toPoint());
     }
@@ -112,7 +117,20 @@ void ObjectTreeView::mouseDoubleClickEvent(QMouseEvent* event)
 void ObjectTreeView::mouseMoveEvent(QMouseEvent* event)
 {
     // Dragging would move the selection away from the node that was clicked.
-    if (event->buttons() == Qt::NoButton) QTreeView::mouseMoveEvent(event);
+    if (event->buttons() == Qt::NoButton) return QTreeView::mouseMoveEvent(event);
+    const bool isFar =
+        (event->position().toPoint() - m_PressedAt).manhattanLength() >= QApplication::startDragDistance();
+    if (event->buttons() == Qt::LeftButton && isFar) DragPressed();
+}
+
+/// Takes an item's name to another window or program, such as a trend.
+void ObjectTreeView::DragPressed()
+{
+    const TreeNodeRef node = std::exchange(m_Pressed, {});
+    if (!node || !IsItem(*node) || !node->IsInTree()) return;
+    auto* const drag = new QDrag(this);
+    drag->setMimeData(model()->mimeData({static_cast<ObjectTreeModel*>(model())->IndexOf(node)}));
+    drag->exec(Qt::CopyAction);
 }
 
 void ObjectTreeView::keyPressEvent(QKeyEvent* event)

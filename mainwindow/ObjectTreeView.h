@@ -61,12 +61,15 @@ private:
     void ToolTipAsked(const QPoint& place);
     void ShowToolTip(const QString& saidOfNode);
     void SayOfNode();
+    void DragPressed();
     TreeNodeRef NodeOf(const QModelIndex& index) const;
     TreeNodeRef NodeUnder(const QPoint& position) const;
 
     bool m_Dimmed = false;
     QPersistentModelIndex m_Marked;
     std::function<QString(const TreeNode&)> m_SayOfNode = [](const TreeNode&) { return QString(); };
+    QPoint m_PressedAt;
+    TreeNodeRef m_Pressed; ///< the item that may be dragged
     QElapsedTimer m_SinceMoved;
     QTimer m_HasRested;
     QPoint m_ToolTipPlace;

@@ -4,12 +4,16 @@
 #include "batchwrite/frmBatchWrite.h"
 #include "controller/frmController.h"
 #include "controller/frmEngine.h"
+#include "core/automation/Errors.h"
+#include "core/automation/FindProgram.h"
 #include "core/ChildWindow.h"
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
 #include "history/frmHistory.h"
 #include "item/frmItem.h"
 #include "scripttool/ScriptTool.h"
+
+#include <QProcess>
 
 namespace {
 
@@ -83,6 +87,17 @@ void BatchWrite(const TreeNodeRef& node)
     if (!form) return;
     form->SetTargetController(node->Text());
     form->ShowForm();
+}
+
+/// A program of its own, which outlives the console.
+void StartTrend(const QStringList& items)
+{
+    const QString name = QStringLiteral("velsqltrend");
+    const QString program = FindProgram(name);
+    if (program.isEmpty())
+        throw DescribedError(QStringLiteral("%1 is neither beside the console nor on the path.").arg(name));
+    if (!QProcess::startDetached(program, items))
+        throw DescribedError(QStringLiteral("%1 could not be started.").arg(program));
 }
 
 } // namespace

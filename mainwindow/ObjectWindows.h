@@ -20,6 +20,8 @@ struct ObjectWindows
     ShowFunction BatchWrite;
     /// A new script tool, not yet shown.
     std::function<ScriptHostRef()> CreateScriptTool;
+    /// Starts the trend program with these items; throws DescribedError when that is not possible.
+    std::function<void(const QStringList& items)> StartTrend;
 };
 
 /// The windows of the console.

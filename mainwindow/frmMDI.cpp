@@ -88,6 +88,10 @@ void frmMDI::ConnectTree()
     connect(treeObject, &ObjectTreeView::NodeMenuKey, this, &frmMDI::ShowNodePopup);
     connect(treeObject, &ObjectTreeView::DblClick, this,
             [this] { modMain::ReportErrors(&frmMDI::treeObject_DblClick, this); });
+    const auto* trend =
+        new QShortcut(QKeySequence(QStringLiteral("Ctrl+T")), treeObject, nullptr, nullptr, Qt::WidgetShortcut);
+    connect(trend, &QShortcut::activated, this,
+            [this] { modMain::ReportErrors(&ObjectCommands::ShowTrend, &m_Commands); });
 }
 
 /// While the server is gone, the tree shows what was there.

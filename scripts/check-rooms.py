@@ -70,6 +70,10 @@ ROOMS = {
                           "server/history", "server/sqlitehistory", "server/log", "server/worker", "server/plant",
                           "server/sources/modbus", "server/sources", "remote", "commandline", "velsqllib",
                           "core/automation")),
+    "trend/data": ("trend", ("trend/core", "velsqllib", "core/automation")),
+    "trend/window": ("trend", ("trend/data", "trend/picture", "trend/core", "core", "velsqllib", "core/automation")),
+    "trend/app": ("system", ("trend/window", "trend/data", "trend/core", "commandline", "core", "velsqllib",
+                             "core/automation")),
     "app": ("system", ("mainwindow", "commandline", "velsqllib", "core", "core/automation")),
 }
 # These stand beside the house and may include from every room.

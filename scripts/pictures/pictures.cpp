@@ -1,6 +1,6 @@
 #include "additem/frmAddItem.h"
 #include "core/modMain.h"
-#include "mainwindow/DesktopColours.h"
+#include "core/DesktopColours.h"
 #include "perfcheck/frmPerfChk.h"
 #include "tests/system/SystemConsole.h"
 

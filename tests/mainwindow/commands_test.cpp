@@ -2,6 +2,7 @@
 
 #include <QMdiSubWindow>
 #include <QMenu>
+#include <QMimeData>
 
 TEST_F(Console, MenusAndToolbarReadAsOperatorsKnowThem)
 {
@@ -48,6 +49,29 @@ TEST_F(Console, PopupCommandsAreAnnouncedAndCalledAndFailuresLogged)
     }
     EXPECT_EQ(TakeLog(), QStringList({u"Call failed."_s, u"Calling Controller:Snapshot..."_s, u"Call failed."_s}));
     EXPECT_EQ(m_Server.m_LiveObjects, 2); // engine and history
+}
+
+TEST_F(Console, ItemsAreTakenToATrendByKeyAndByMouse)
+{
+    QStringList started;
+    ObjectWindows windows;
+    windows.StartTrend = [&](const QStringList& items) {
+        started << items.join(u',');
+        if (items.isEmpty()) throw DescribedError(u"velsqltrend is not there."_s);
+    };
+    StartWith(windows);
+    m_Main->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.get()));
+    for (const QString& key : {D100, PLC1}) {
+        Click(Node(key));
+        QTest::keyClick(&Tree(), Qt::Key_T, Qt::ControlModifier);
+    }
+    EXPECT_EQ(started, QStringList({u"PLC1\\D100"_s, QString()}));
+    EXPECT_EQ(TakeLog().last(), u"velsqltrend is not there."_s);
+    const auto& model = *static_cast<ObjectTreeModel*>(Tree().model());
+    const std::unique_ptr<QMimeData> dragged(model.mimeData({model.IndexOf(Node(D100)), model.IndexOf(Node(PLC1))}));
+    EXPECT_EQ(dragged->text(), u"PLC1\\D100"_s);
+    EXPECT_FALSE(model.flags(model.IndexOf(Node(PLC1))) & Qt::ItemIsDragEnabled);
 }
 
 TEST_F(Console, AnAddedItemIsRemovedWithItsWindowWhenNothingFails)

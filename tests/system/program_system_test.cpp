@@ -93,13 +93,16 @@ TEST(Programs, AnswerAndRefuseAlikeWithoutADisplay)
         return QString::fromUtf8(process.readAllStandardOutput() + process.readAllStandardError()) +
                QString::number(process.exitCode());
     };
-    for (const QString& program : {u"velsqltester"_s, u"velsqlserver"_s, u"velsqlscript"_s}) {
+    for (const QString& program : {u"velsqltester"_s, u"velsqlserver"_s, u"velsqlscript"_s, u"velsqltrend"_s}) {
         EXPECT_EQ(run(program, {u"-v"_s}), program + u" " VELSQL_VERSION "\n0"_s);
         EXPECT_TRUE(run(program, {u"--help"_s}).contains(u"  -v, --version "_s));
         EXPECT_EQ(run(program, {u"--bogus"_s, u"-"_s}), program + u": Unknown option 'bogus'.\n2"_s);
     }
     EXPECT_EQ(run(u"velsqlserver"_s, {u"--stop-when-idle"_s, u"soon"_s}),
               u"velsqlserver: --stop-when-idle takes a number, not \"soon\".\n2"_s);
+    EXPECT_EQ(run(u"velsqltrend"_s, {u"Level"_s}), u"velsqltrend: \"Level\" is not an item such as PLC1\\Level.\n2"_s);
+    EXPECT_EQ(run(u"velsqltrend"_s, {u"--from"_s, u"12:00"_s, u"--to"_s, u"11:00"_s}),
+              u"velsqltrend: --to must lie behind --from.\n2"_s);
 }
 
 /// How a process of another user fares at the socket; run as root only.

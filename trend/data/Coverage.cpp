@@ -11,12 +11,11 @@ constexpr Micros Hour = 60 * Minute;
 constexpr Micros Day = 24 * Hour;
 
 /// Whole minutes, hours and days are what the server has summed up.
-constexpr std::array Rounds = {
-    1 * Second, 2 * Second, 3 * Second,  5 * Second,  10 * Second, 15 * Second, 20 * Second, 30 * Second,
-    1 * Minute, 2 * Minute, 3 * Minute,  5 * Minute,  10 * Minute, 15 * Minute, 20 * Minute, 30 * Minute,
-    1 * Hour,   2 * Hour,   3 * Hour,    4 * Hour,    6 * Hour,    8 * Hour,    12 * Hour,   1 * Day,
-    2 * Day,    5 * Day,    10 * Day,    20 * Day,    50 * Day,    100 * Day,   200 * Day,   500 * Day,
-    1000 * Day, 2000 * Day, 5000 * Day};
+constexpr std::array Rounds = {1 * Second,  2 * Second,  3 * Second, 5 * Second, 10 * Second, 15 * Second, 20 * Second,
+                               30 * Second, 1 * Minute,  2 * Minute, 3 * Minute, 5 * Minute,  10 * Minute, 15 * Minute,
+                               20 * Minute, 30 * Minute, 1 * Hour,   2 * Hour,   3 * Hour,    4 * Hour,    6 * Hour,
+                               8 * Hour,    12 * Hour,   1 * Day,    2 * Day,    5 * Day,     10 * Day,    20 * Day,
+                               50 * Day,    100 * Day,   200 * Day,  500 * Day,  1000 * Day,  2000 * Day,  5000 * Day};
 
 Micros FloorTo(Micros time, Micros interval)
 {
@@ -30,8 +29,8 @@ void Coverage::Add(const Span& span, Micros interval)
 {
     if (span.Length() <= 0) return;
     Forget(span);
-    const auto place = std::find_if(m_Pieces.begin(), m_Pieces.end(),
-                                    [&](const Piece& piece) { return piece.Of.From >= span.To; });
+    const auto place =
+        std::find_if(m_Pieces.begin(), m_Pieces.end(), [&](const Piece& piece) { return piece.Of.From >= span.To; });
     m_Pieces.insert(place, {span, interval});
     Merge();
 }

@@ -36,8 +36,8 @@ public:
     template <typename Work>
     void Run(Work work)
     {
-        QMetaObject::invokeMethod(m_Feed, [feed = m_Feed, work = std::move(work)] { work(*feed); },
-                                  Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            m_Feed, [feed = m_Feed, work = std::move(work)] { work(*feed); }, Qt::QueuedConnection);
     }
 
 private:

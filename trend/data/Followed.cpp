@@ -23,8 +23,8 @@ std::vector<IntervalFigures> FiguresOf(const Series& series, std::size_t begin, 
         const Span column = Aligned({series.TimeAt(begin), series.TimeAt(begin) + 1}, interval);
         const std::size_t next = std::min(series.Find(column.To, begin), end);
         const Extreme extreme = series.Steps().Of(series.Values(), begin, next);
-        IntervalFigures of{column.From, series.ValueAt(begin), extreme.Smallest, extreme.Largest,
-                           series.ValueAt(next - 1), series.HasGap(begin, next)};
+        IntervalFigures of{column.From,     series.ValueAt(begin),    extreme.Smallest,
+                           extreme.Largest, series.ValueAt(next - 1), series.HasGap(begin, next)};
         if (extreme.IsEmpty()) of.Smallest = of.Largest = std::nan("");
         if (std::isnan(of.First)) of.First = of.Smallest;
         if (std::isnan(of.Last)) of.Last = of.Largest;
@@ -76,13 +76,16 @@ void Followed::AppendText(const LiveNews& news)
 {
     const bool isSame = !news.IsFirst && news.Value.Text == m_Pen->Present && news.State == m_Pen->State;
     if (isSame) return;
-    m_Pen->Texts.Append({news.Time, news.State == PenState::Good ? news.Value.Text : QStringLiteral("(no good value)")});
+    m_Pen->Texts.Append(
+        {news.Time, news.State == PenState::Good ? news.Value.Text : QStringLiteral("(no good value)")});
 }
 
-void Followed::Take(const HistoryAnswer& answer)
+void Followed::Take(const HistoryAnswer& answer, Micros now)
 {
+    // The last interval may not be over yet.
+    const Span known{answer.Known.From, std::min(answer.Known.To, now)};
     if (answer.HasTexts && m_Pen->Time == 0 && m_Pen->Values.Count() == 0) m_Pen->Kind = PenKind::Texts;
-    for (const Span& piece : m_Known.Missing(answer.Known, answer.Interval)) {
+    for (const Span& piece : m_Known.Missing(known, answer.Interval)) {
         const auto isBefore = [](const Sample& sample, Micros time) { return sample.Time < time; };
         const auto begin = std::lower_bound(answer.Samples.begin(), answer.Samples.end(), piece.From, isBefore);
         const auto end = std::lower_bound(begin, answer.Samples.end(), piece.To, isBefore);
@@ -132,7 +135,8 @@ void Followed::Thin(const Span& shown, Micros interval, std::size_t most)
     Series& values = m_Pen->Values;
     if (values.Count() <= most) return;
     Forget({Span::Earliest, shown.From - shown.Length() / 2});
-    if (shown.To < m_Live.value_or(Span::Latest)) Forget({shown.To + shown.Length() / 2, m_Live.value_or(Span::Latest)});
+    if (shown.To < m_Live.value_or(Span::Latest))
+        Forget({shown.To + shown.Length() / 2, m_Live.value_or(Span::Latest)});
     if (values.Count() <= most / 2) return;
     const std::size_t end = values.Count() - most / 8;
     const Span old = {values.TimeAt(0), Aligned({0, values.TimeAt(end)}, interval).To - interval};

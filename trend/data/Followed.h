@@ -13,7 +13,7 @@ public:
     }
 
     void Take(const LiveNews& news, Micros now);
-    void Take(const HistoryAnswer& answer);
+    void Take(const HistoryAnswer& answer, Micros now);
     /// Nothing is heard any more.
     void Break(Micros now);
     /// What was heard last holds until now.
@@ -33,7 +33,7 @@ private:
 
     std::shared_ptr<Pen> m_Pen;
     Coverage m_Known;
-    std::optional<Micros> m_Live; ///< everything is known from here on
+    std::optional<Micros> m_Live;  ///< everything is known from here on
     std::optional<Micros> m_Break; ///< the gap that was put where the server went
     std::optional<Micros> m_Seam;
 };

@@ -12,7 +12,7 @@ struct HistoryQuestion
     bool operator==(const HistoryQuestion&) const = default;
 
     QStringList Items;
-    Span Asked;         ///< aligned to Interval
+    Span Asked;          ///< aligned to Interval
     Micros Interval = 1; ///< of the picture's columns
 };
 

@@ -30,9 +30,9 @@ struct LiveFeed::Watched
     qint32 State = -1;
     QString Note = {};
     bool IsFirst = true;
-    bool IsChanged = false;  ///< waits in m_Changed
-    bool HasEvents = false;  ///< one has come
-    bool IsSilent = false;   ///< has changed without an event
+    bool IsChanged = false; ///< waits in m_Changed
+    bool HasEvents = false; ///< one has come
+    bool IsSilent = false;  ///< has changed without an event
     bool KnowsUnit = false;
 };
 
@@ -254,7 +254,8 @@ void LiveFeed::ReadItems(const QList<WatchedRef>& items)
         };
         steps.append({foresee, [this, watched] { Read(*watched); }});
     }
-    for (qsizetype done = 0; done < steps.size(); done += m_Library->TakeSteps(steps, done));
+    for (qsizetype done = 0; done < steps.size(); done += m_Library->TakeSteps(steps, done))
+        ;
 }
 
 void LiveFeed::Read(Watched& watched)

@@ -15,9 +15,9 @@ struct LiveNews
     Micros Time = 0;
     Reading Value = {};
     PenState State = PenState::Undefined;
-    QString Note = {};           ///< why there is no value; then there is nothing else
+    QString Note = {};                ///< why there is no value; then there is nothing else
     std::optional<QString> Unit = {}; ///< once
-    bool IsFirst = false;        ///< what came between the news before and this is not known
+    bool IsFirst = false;             ///< what came between the news before and this is not known
 };
 
 using MakeLibrary = std::function<std::unique_ptr<RemoteLibrary>()>;
@@ -67,7 +67,7 @@ private:
     MakeLibrary m_Make;
     std::unique_ptr<RemoteLibrary> m_Library;
     EngineRef m_Engine;
-    std::map<QString, WatchedRef> m_Watched; ///< key: Name
+    std::map<QString, WatchedRef> m_Watched;                          ///< key: Name
     std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< key: the controller's name
     QList<WatchedRef> m_Changed;
     QList<LiveNews> m_News;

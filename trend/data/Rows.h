@@ -9,7 +9,8 @@ class Rows
 {
 public:
     /// `isWanted` is asked while it waits: false ends the rows.
-    explicit Rows(ResultSetRef result, std::function<bool()> isWanted = [] { return true; });
+    explicit Rows(
+        ResultSetRef result, std::function<bool()> isWanted = [] { return true; });
 
     /// Goes to the next row. Throws ServerError when reading has failed.
     bool Next();

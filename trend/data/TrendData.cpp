@@ -130,7 +130,7 @@ void TrendData::NoteClock(Micros newest)
 void TrendData::TakeAnswers(const QList<HistoryAnswer>& answers)
 {
     for (const HistoryAnswer& answer : answers) {
-        if (const auto followed = m_Followed.value(answer.Item)) followed->Take(answer);
+        if (const auto followed = m_Followed.value(answer.Item)) followed->Take(answer, Now());
     }
     Q_EMIT Changed();
 }

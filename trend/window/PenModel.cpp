@@ -157,7 +157,8 @@ const std::optional<Statistics>& PenModel::Figures(int row) const
     if (found == m_Figures.end()) {
         const Pen& pen = *m_Data.Pens().at(static_cast<std::size_t>(row));
         const bool hasFigures = pen.Kind != PenKind::Texts;
-        found = m_Figures.insert(row, hasFigures ? StatisticsOf(pen.Values, m_Shown, pen.Settings.Drawn) : std::nullopt);
+        found =
+            m_Figures.insert(row, hasFigures ? StatisticsOf(pen.Values, m_Shown, pen.Settings.Drawn) : std::nullopt);
     }
     return *found;
 }

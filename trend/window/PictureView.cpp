@@ -1,5 +1,7 @@
 #include "trend/window/PictureView.h"
 
+#include "core/Colours.h"
+
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -38,6 +40,11 @@ void PictureView::SetCurrent(std::optional<std::size_t> pen)
     if (std::exchange(m_Current, pen) != pen) update();
 }
 
+bool PictureView::IsTired(double share) const
+{
+    return m_SincePainted.isValid() && static_cast<double>(m_SincePainted.nsecsElapsed()) < share * m_PaintNs;
+}
+
 int PictureView::ColumnCount() const
 {
     const double width = m_Layout.Field.width() > 0 ? m_Layout.Field.width() : QWidget::width();
@@ -55,13 +62,36 @@ void PictureView::paintEvent(QPaintEvent*)
     const PictureColours colours(palette().color(QPalette::Base), palette().color(QPalette::Text));
     painter.fillRect(rect(), colours.Paper);
     if (!m_Data) return;
+    QElapsedTimer time;
+    time.start();
     std::vector<const Pen*> pens;
     for (const auto& pen : m_Data->Pens()) pens.push_back(pen.get());
     const auto current = m_Current && *m_Current < pens.size() ? m_Current : std::nullopt;
     m_Layout = m_Painter.Paint(painter, size(), {.Of = m_Control->Of(), .Pens = pens, .Current = current}, colours);
+    PaintTrouble(painter);
+    m_PaintNs = static_cast<double>(time.nsecsElapsed());
+    m_SincePainted.start();
     if (!hasFocus()) return;
     painter.setPen(palette().color(QPalette::Highlight));
     painter.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+void PictureView::SetTrouble(const QString& trouble)
+{
+    if (std::exchange(m_Trouble, trouble) != trouble) update();
+}
+
+void PictureView::PaintTrouble(QPainter& painter) const
+{
+    if (m_Trouble.isEmpty()) return;
+    const int margin = fontMetrics().height() / 3;
+    const QRect room = m_Layout.Field.toRect().adjusted(2 * margin, 2 * margin, -2 * margin, -2 * margin);
+    const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
+    const QRect text = painter.boundingRect(room, flags, m_Trouble);
+    painter.setPen(Colours::Error(palette()));
+    painter.setBrush(palette().color(QPalette::Base));
+    painter.drawRect(text.adjusted(-margin, -margin, margin, margin));
+    painter.drawText(text, flags, m_Trouble);
 }
 
 Micros PictureView::TimeAt(double x) const

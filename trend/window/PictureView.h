@@ -4,6 +4,7 @@
 #include "trend/window/PenModel.h"
 #include "trend/window/ViewControl.h"
 
+#include <QElapsedTimer>
 #include <QRubberBand>
 #include <QWidget>
 
@@ -17,6 +18,10 @@ public:
 
     void SetSource(TrendData& data, ViewControl& control);
     void SetCurrent(std::optional<std::size_t> pen);
+    /// Says above the picture what keeps values from coming; empty: nothing does.
+    void SetTrouble(const QString& trouble);
+    /// Whether less than `share` times as long has passed since the picture was painted as that took.
+    bool IsTired(double share) const;
     /// Of the plot, in pixels of the screen.
     int ColumnCount() const;
     QSize sizeHint() const override;
@@ -56,6 +61,7 @@ private:
     bool MoveCursor(const QKeyEvent& key);
     void DragTo(double x);
     void ShowBand(double x);
+    void PaintTrouble(QPainter& painter) const;
 
     TrendData* m_Data = nullptr;
     ViewControl* m_Control = nullptr;
@@ -67,5 +73,8 @@ private:
     bool m_HasMoved = false;
     Span m_SpanPressed;
     std::size_t m_Cursor = 0; ///< which one the keys move
+    QString m_Trouble;
+    QElapsedTimer m_SincePainted;
+    double m_PaintNs = 0;
     QRubberBand m_Band{QRubberBand::Rectangle, this};
 };

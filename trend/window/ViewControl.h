@@ -13,6 +13,7 @@ public:
     explicit ViewControl(QObject* parent = nullptr)
         : QObject(parent)
     {
+        m_View.Shown = {0, 3600 * MicrosASecond};
     }
 
     const View& Of() const { return m_View; }
@@ -44,6 +45,6 @@ Q_SIGNALS:
 private:
     void Set(View view);
 
-    View m_View{.Shown = {0, 60 * 60 * MicrosASecond}};
+    View m_View;
     Micros m_Now = 0;
 };

@@ -1,4 +1,4 @@
-#include "app/QtOptions.h"
+#include "commandline/QtOptions.h"
 
 namespace {
 

@@ -10,9 +10,3 @@
 /// counted from `now`, such as "-2 h", "-90 min", "-1 d". Times are local; "Z" behind one makes it UTC.
 /// Nothing when the text is none of these, or lies outside the years 100 to 9999.
 std::optional<Micros> ReadMoment(const QString& text, Micros now, Micros reference);
-
-/// "2026-01-31 12:30:05", local, with as many decimals as `span` shows any use of.
-QString WriteMoment(Micros time, const Span& span);
-
-/// A length of time in at most two units: "2 h 30 min", "1.25 s".
-QString WriteLength(Micros length);

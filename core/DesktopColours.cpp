@@ -1,4 +1,4 @@
-#include "mainwindow/DesktopColours.h"
+#include "core/DesktopColours.h"
 
 #include <QApplication>
 #include <QDBusConnection>

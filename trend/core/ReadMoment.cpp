@@ -1,4 +1,4 @@
-#include "trend/core/MomentText.h"
+#include "trend/core/ReadMoment.h"
 
 #include <QDateTime>
 #include <QRegularExpression>
@@ -36,7 +36,8 @@ std::optional<Micros> ReadBefore(const QString& text, Micros now)
     if (!match.hasMatch()) return std::nullopt;
     const QString name = match.captured(3);
     const auto unit = std::find_if(Units.begin(), Units.end(), [&](const Unit& candidate) {
-        return name == candidate.Name || (name.size() == 1 && candidate.Name != u"ms" && candidate.Name.startsWith(name)) ||
+        return name == candidate.Name ||
+               (name.size() == 1 && candidate.Name != u"ms" && candidate.Name.startsWith(name)) ||
                (candidate.Length > 3600 * MicrosASecond && name == QStringLiteral("days") && candidate.Name == u"d");
     });
     if (unit == Units.end()) return std::nullopt;
@@ -73,29 +74,4 @@ std::optional<Micros> ReadMoment(const QString& text, Micros now, Micros referen
     const QDate date(day.captured(1).toInt(), day.captured(2).toInt(), day.captured(3).toInt());
     const auto match = Date.match(trimmed.mid(day.capturedLength()));
     return match.hasMatch() ? ReadClock(match, date) : std::nullopt;
-}
-
-QString WriteMoment(Micros time, const Span& span)
-{
-    const Micros second = time >= 0 ? time / MicrosASecond : (time - MicrosASecond + 1) / MicrosASecond;
-    const QString text = QDateTime::fromSecsSinceEpoch(second).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
-    if (span.Length() >= 60 * MicrosASecond) return text;
-    const QString micros = QStringLiteral("%1").arg(time - second * MicrosASecond, 6, 10, QChar(u'0'));
-    return text + u'.' + micros.left(span.Length() >= MicrosASecond ? 3 : 6);
-}
-
-QString WriteLength(Micros length)
-{
-    for (const Unit& unit : Units) {
-        if (std::abs(length) < unit.Length) continue;
-        const Unit* next = &unit + 1;
-        const bool hasNext = unit.Length > MicrosASecond;
-        if (!hasNext)
-            return QStringLiteral("%1 %2").arg(
-                QString::number(static_cast<double>(length) / static_cast<double>(unit.Length), 'g', 6), unit.Name);
-        const Micros rest = std::abs(length) % unit.Length / next->Length;
-        const QString whole = QStringLiteral("%1 %2").arg(QString::number(length / unit.Length), unit.Name);
-        return rest == 0 ? whole : QStringLiteral("%1 %2 %3").arg(whole, QString::number(rest), next->Name);
-    }
-    return QStringLiteral("%1 ms").arg(static_cast<double>(length) / 1000);
 }
