@@ -3,6 +3,7 @@
 #include "core/ConsoleStyle.h"
 #include "core/DesktopColours.h"
 #include "trend/core/ReadMoment.h"
+#include "trend/files/ViewFile.h"
 #include "trend/window/frmTrend.h"
 
 #include <QApplication>
@@ -22,6 +23,7 @@ const QString s_Description = QStringLiteral(
 struct TrendOptions
 {
     QStringList Items;
+    QString View;              ///< a file that keeps one
     std::optional<Span> Shown; ///< nothing: the last hour, following the present
     std::optional<Micros> Length;
     QString Answer; ///< to --help or --version: is printed, and nothing else is done
@@ -55,11 +57,14 @@ TrendOptions ReadOptions(CommandLine& line, const QStringList& arguments)
                       QStringLiteral("time")},
                      {QStringLiteral("to"), QStringLiteral("Until then. Default: now, and on with the present."),
                       QStringLiteral("time")}});
-    line.addPositionalArgument(QStringLiteral("ITEM"), QStringLiteral("Items to show, such as \"PLC1\\Level\"."),
+    line.addPositionalArgument(QStringLiteral("ITEM"),
+                               QStringLiteral("Items to show, such as \"PLC1\\Level\", or a view that was saved, "
+                                              "whose name ends in .velsqltrend."),
                                QStringLiteral("[ITEM...]"));
     TrendOptions options;
     options.Answer = line.Read(arguments, CommandLine::Files::Named);
-    options.Items = line.positionalArguments();
+    for (const QString& argument : line.positionalArguments())
+        argument.endsWith(ViewFile::Suffix) ? void(options.View = argument) : options.Items.append(argument);
     ReadSpan(line, options);
     for (const QString& item : options.Items) {
         if (!PenOf(item)) throw UsageError(QStringLiteral("\"%1\" is not an item such as PLC1\\Level.").arg(item));
@@ -67,9 +72,11 @@ TrendOptions ReadOptions(CommandLine& line, const QStringList& arguments)
     return options;
 }
 
+/// Throws DescribedError for a view that cannot be read.
 int Show(const TrendOptions& options)
 {
     auto* const window = new frmTrend([] { return std::make_unique<RemoteLibrary>(); });
+    if (!options.View.isEmpty()) window->OpenFile(options.View);
     window->AddItems(options.Items);
     window->ShowSpan(options.Shown, options.Length);
     window->show();
@@ -98,7 +105,12 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("velsqltrend"));
     DesktopColours::FollowSession(&application);
-    const int code = Show(options);
+    int code = EXIT_FAILURE;
+    try {
+        code = Show(options);
+    } catch (const DescribedError& error) {
+        std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(error.Description()));
+    }
     std::fflush(nullptr);
     std::_Exit(code); // a thread that waits for a silent server must not be waited for
 }

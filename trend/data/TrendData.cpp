@@ -155,6 +155,14 @@ void TrendData::TakeEnd(const QString& trouble)
     Q_EMIT Changed();
 }
 
+bool TrendData::KnowsEveryValue(const Span& span) const
+{
+    return std::all_of(m_Pens.begin(), m_Pens.end(), [&](const auto& pen) {
+        const auto followed = m_Followed.value(pen->Settings.Name());
+        return !pen->Settings.IsVisible || followed->Missing(span, Coverage::Exact, Now()).empty();
+    });
+}
+
 void TrendData::HoldPresent()
 {
     const Micros now = Now();

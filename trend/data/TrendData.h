@@ -29,6 +29,8 @@ public:
     Micros Now() const;
     /// Asks for what is not known of this span in columns of `width` pixels.
     void Show(const Span& shown, int width);
+    /// Whether each value of the visible pens in this span is known, as far as there can be any yet.
+    bool KnowsEveryValue(const Span& span) const;
     /// Whether something has been asked for and has not come yet.
     bool IsWaiting() const { return m_IsWaiting; }
     /// Why the server, or its history, cannot be asked at present; mostly empty.

@@ -11,7 +11,6 @@
 
 namespace {
 
-constexpr double Near = 5; // pixels around a cursor
 constexpr int MoveStarts = 4;
 constexpr double ZoomStep = 1.25;
 constexpr double PanStep = 0.1;
@@ -64,8 +63,7 @@ void PictureView::paintEvent(QPaintEvent*)
     if (!m_Data) return;
     QElapsedTimer time;
     time.start();
-    std::vector<const Pen*> pens;
-    for (const auto& pen : m_Data->Pens()) pens.push_back(pen.get());
+    const std::vector<const Pen*> pens = AllPens();
     const auto current = m_Current && *m_Current < pens.size() ? m_Current : std::nullopt;
     m_Layout = m_Painter.Paint(painter, size(), {.Of = m_Control->Of(), .Pens = pens, .Current = current}, colours);
     PaintTrouble(painter);
@@ -96,44 +94,68 @@ void PictureView::PaintTrouble(QPainter& painter) const
 
 Micros PictureView::TimeAt(double x) const
 {
-    return m_Layout.Times().TimeAt(std::clamp(x - m_Layout.Field.left(), 0.0, m_Layout.Field.width()));
+    const Micros time = m_Layout.Times().TimeAt(std::clamp(x - m_Layout.Field.left(), 0.0, m_Layout.Field.width()));
+    // No more digits than pixels tell apart.
+    Micros round = 1;
+    while (round * 10 * ColumnCount() <= m_Layout.Shown.Length()) round *= 10;
+    return (time + round / 2) / round * round;
 }
 
-std::optional<std::size_t> PictureView::CursorNear(double x) const
+std::vector<const Pen*> PictureView::AllPens() const
 {
-    for (std::size_t i = 0; i < m_Control->Of().Cursors.size(); ++i) {
-        const auto& cursor = m_Control->Of().Cursors[i];
-        if (cursor && std::abs(m_Layout.Field.left() + m_Layout.Times().PixelOf(*cursor) - x) <= Near) return i;
-    }
-    return std::nullopt;
+    std::vector<const Pen*> pens;
+    for (const auto& pen : m_Data->Pens()) pens.push_back(pen.get());
+    return pens;
 }
 
-/// A click sets a cursor, with Ctrl the second one; a drag moves the picture, a cursor, marks a span (Shift) or is zoomed
-/// into (Ctrl).
+PictureHit PictureView::HitAt(const QPointF& point) const
+{
+    const std::vector<const Pen*> pens = AllPens();
+    return ::HitAt(m_Layout, {.Of = m_Control->Of(), .Pens = pens}, point);
+}
+
+/// A click sets a cursor, with Ctrl the second one; a drag moves what it has taken hold of, else the picture, or it marks
+/// a span (Shift), or is zoomed into (Ctrl).
+PictureView::Doing PictureView::DoingFor(const QMouseEvent& press)
+{
+    if (press.modifiers() & Qt::ShiftModifier) return Doing::Marking;
+    if (press.modifiers() & Qt::ControlModifier) return Doing::Zooming;
+    switch (m_Held.What) {
+    case PictureHit::Part::Cursor: m_Cursor = m_Held.Number; return Doing::MovingCursor;
+    case PictureHit::Part::MarkedEdge: return Doing::MovingEdge;
+    case PictureHit::Part::Limit: return Doing::MovingLimit;
+    default: return Doing::Panning;
+    }
+}
+
 void PictureView::mousePressEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton || m_Layout.Field.isEmpty()) return;
     m_PressedAt = event->position().x();
     m_HasMoved = false;
     m_SpanPressed = m_Control->Of().Shown;
-    const auto cursor = CursorNear(m_PressedAt);
-    if (cursor) m_Cursor = *cursor;
-    if (event->modifiers() & Qt::ShiftModifier) m_Doing = Doing::Marking;
-    else if (event->modifiers() & Qt::ControlModifier) m_Doing = Doing::Zooming;
-    else m_Doing = cursor ? Doing::MovingCursor : Doing::Panning;
+    m_Held = HitAt(event->position());
+    m_Doing = DoingFor(*event);
 }
 
 void PictureView::mouseMoveEvent(QMouseEvent* event)
 {
-    const double x = event->position().x();
-    Q_EMIT Pointed(m_Layout.Field.contains(event->position()) ? std::optional(TimeAt(x)) : std::nullopt);
-    if (m_Doing == Doing::Nothing) return setCursor(CursorNear(x) ? Qt::SplitHCursor : Qt::ArrowCursor);
-    m_HasMoved = m_HasMoved || std::abs(x - m_PressedAt) >= MoveStarts;
-    if (m_HasMoved) DragTo(x);
+    const QPointF point = event->position();
+    Q_EMIT Pointed(m_Layout.Field.contains(point) ? std::optional(TimeAt(point.x())) : std::nullopt);
+    if (m_Doing == Doing::Nothing) {
+        const PictureHit::Part part = HitAt(point).What;
+        const bool isEdge = part == PictureHit::Part::Cursor || part == PictureHit::Part::MarkedEdge;
+        return setCursor(isEdge                            ? Qt::SplitHCursor
+                         : part == PictureHit::Part::Limit ? Qt::SplitVCursor
+                                                           : Qt::ArrowCursor);
+    }
+    m_HasMoved = m_HasMoved || std::abs(point.x() - m_PressedAt) >= MoveStarts || m_Doing == Doing::MovingLimit;
+    if (m_HasMoved) DragTo(point);
 }
 
-void PictureView::DragTo(double x)
+void PictureView::DragTo(const QPointF& point)
 {
+    const double x = point.x();
     switch (m_Doing) {
     case Doing::Panning:
         setCursor(Qt::ClosedHandCursor);
@@ -142,6 +164,16 @@ void PictureView::DragTo(double x)
     case Doing::Marking: m_Control->Mark(Span{TimeAt(m_PressedAt), TimeAt(x)}); break;
     case Doing::Zooming: ShowBand(x); break;
     case Doing::MovingCursor: m_Control->SetCursor(m_Cursor, TimeAt(x)); break;
+    case Doing::MovingEdge:
+        if (const auto& marked = m_Control->Of().Marked) {
+            const Span moved = m_Held.Number == 0 ? Span{TimeAt(x), marked->To} : Span{marked->From, TimeAt(x)};
+            if (moved.From < moved.To) m_Control->Mark(moved);
+        }
+        break;
+    case Doing::MovingLimit:
+        if (const auto value = ValueAt(m_Layout, m_Held.Pen, point.y()))
+            Q_EMIT LimitMoved(m_Held.Pen, m_Held.Number, *value);
+        break;
     case Doing::Nothing: break;
     }
 }
@@ -157,18 +189,24 @@ void PictureView::ShowBand(double x)
 void PictureView::mouseReleaseEvent(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton) return;
-    const double x = event->position().x();
     const Doing done = std::exchange(m_Doing, Doing::Nothing);
     m_Band.hide();
     setCursor(Qt::ArrowCursor);
-    if (m_HasMoved && done == Doing::Zooming) {
-        const auto [from, to] = std::minmax(TimeAt(m_PressedAt), TimeAt(x));
-        if (from < to) m_Control->Show({from, to});
-    } else if (!m_HasMoved && done != Doing::Nothing && m_Layout.Field.contains(event->position())) {
-        if (done == Doing::Marking) return m_Control->Mark(std::nullopt);
-        m_Cursor = done == Doing::Zooming ? 1 : done == Doing::MovingCursor ? m_Cursor : 0;
-        m_Control->SetCursor(m_Cursor, TimeAt(x));
-    }
+    if (!m_HasMoved) return Click(event->position(), done);
+    if (done != Doing::Zooming) return;
+    const auto [from, to] = std::minmax(TimeAt(m_PressedAt), TimeAt(event->position().x()));
+    if (from < to) m_Control->Show({from, to});
+}
+
+void PictureView::Click(const QPointF& point, Doing done)
+{
+    if (done == Doing::Nothing || !m_Layout.Field.contains(point)) return;
+    if (done == Doing::Marking) return m_Control->Mark(std::nullopt);
+    const std::vector<const Pen*> pens = AllPens();
+    if (const auto pen = PenAt(m_Layout, {.Of = m_Control->Of(), .Pens = pens}, point)) Q_EMIT PenPicked(*pen);
+    if (done != Doing::Panning && done != Doing::Zooming) return;
+    m_Cursor = done == Doing::Zooming ? 1 : 0;
+    m_Control->SetCursor(m_Cursor, TimeAt(point.x()));
 }
 
 /// Zooms in where it was clicked; the click before has set a cursor there.

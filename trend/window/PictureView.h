@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trend/picture/PictureHit.h"
 #include "trend/picture/TrendPainter.h"
 #include "trend/window/PenModel.h"
 #include "trend/window/ViewControl.h"
@@ -30,6 +31,9 @@ Q_SIGNALS:
     void ItemsDropped(const QStringList& items);
     /// The mouse is at this moment; nothing when it is outside.
     void Pointed(std::optional<Micros> time);
+    /// A pen was clicked.
+    void PenPicked(std::size_t pen);
+    void LimitMoved(std::size_t pen, std::size_t limit, double value);
     /// The pen before or behind the current one is wanted.
     void StepPen(int by);
 
@@ -52,14 +56,19 @@ private:
         Panning,
         Marking,
         Zooming, ///< into a rubber band
-        MovingCursor
+        MovingCursor,
+        MovingEdge, ///< of the marked span
+        MovingLimit
     };
 
     Micros TimeAt(double x) const;
-    std::optional<std::size_t> CursorNear(double x) const;
+    std::vector<const Pen*> AllPens() const;
+    PictureHit HitAt(const QPointF& point) const;
+    Doing DoingFor(const QMouseEvent& press);
+    void Click(const QPointF& point, Doing done);
     bool PanOrZoom(int key);
     bool MoveCursor(const QKeyEvent& key);
-    void DragTo(double x);
+    void DragTo(const QPointF& point);
     void ShowBand(double x);
     void PaintTrouble(QPainter& painter) const;
 
@@ -70,6 +79,7 @@ private:
     std::optional<std::size_t> m_Current;
     Doing m_Doing = Doing::Nothing;
     double m_PressedAt = 0;
+    PictureHit m_Held; ///< what the mouse has taken hold of
     bool m_HasMoved = false;
     Span m_SpanPressed;
     std::size_t m_Cursor = 0; ///< which one the keys move

@@ -33,6 +33,14 @@ constexpr std::array Presets = {Preset{u"1 &minute", Minute},  Preset{u"10 m&inu
                                 Preset{u"1 &day", Day},        Preset{u"1 &week", 7 * Day},
                                 Preset{u"1 mo&nth", 30 * Day}, Preset{u"1 &year", 365 * Day}};
 
+/// With no more decimals than tell pixels apart.
+QString RoundText(Micros time, const Span& shown)
+{
+    const int decimals = DecimalsFor(shown);
+    const Micros unit = decimals == 0 ? MicrosASecond : decimals == 3 ? 1000 : 1;
+    return MomentText(time - time % unit, decimals);
+}
+
 /// These keys mean something else in other controls.
 void OnlyIn(std::initializer_list<QWidget*> widgets, QAction* entry)
 {
@@ -69,9 +77,13 @@ frmTrend::~frmTrend() = default;
 void frmTrend::LayOut()
 {
     const QFontMetrics letter = fontMetrics();
-    SetFirstSize(*this, {130 * letter.averageCharWidth(), 44 * letter.height()});
+    SetFirstSize(*this, {165 * letter.averageCharWidth(), 52 * letter.height()});
     splPanes->setStretchFactor(0, 3);
     splPanes->setStretchFactor(1, 1);
+    splPanes->setSizes({65, 35});
+    splTables->setStretchFactor(0, 3);
+    splTables->setStretchFactor(1, 2);
+    tabMeasure->hide(); // until there is something to be read
     fgPen->verticalHeader()->setDefaultSectionSize(letter.height() * 5 / 4);
     fgPen->horizontalHeader()->setHighlightSections(false);
     fgPen->setDragDropOverwriteMode(false);
@@ -137,6 +149,9 @@ void frmTrend::ConnectMeasuring()
         m_Control.Mark(first && second ? Span{*first, *second} : m_Control.Of().Shown);
     });
     connect(mnuMeasure_Clear, &QAction::triggered, &m_Control, &ViewControl::ClearMeasuring);
+    connect(mnuMeasure_Pane, &QAction::toggled, tabMeasure, &QWidget::setVisible);
+    connect(mnuMeasure_Pane, &QAction::toggled, this, &frmTrend::ShowReadings);
+    connect(tabMeasure, &QTabWidget::currentChanged, this, &frmTrend::ShowReadings);
 }
 
 void frmTrend::ConnectData()
@@ -159,7 +174,13 @@ void frmTrend::TakeTurn()
     if (m_SinceList.elapsed() < ListMs || !std::exchange(m_IsListOld, false)) return;
     m_SinceList.start();
     m_Pens.Refresh(m_Control.Of().Shown);
+    ShowReadings();
     SayTrouble();
+}
+
+void frmTrend::ShowReadings()
+{
+    if (tabMeasure->isVisible()) tabMeasure->Show(m_Control.Of(), AllPens());
 }
 
 void frmTrend::ShowView()
@@ -173,8 +194,10 @@ void frmTrend::ShowView()
     mnuMeasure_1->setChecked(view.Cursors[0].has_value());
     mnuMeasure_2->setChecked(view.Cursors[1].has_value());
     mnuView_Marked->setEnabled(view.Marked.has_value());
+    const bool hasMeasured = view.Marked || view.Cursors[0] || view.Cursors[1];
+    if (hasMeasured != std::exchange(m_HasMeasured, hasMeasured)) mnuMeasure_Pane->setChecked(hasMeasured);
     for (const auto& [field, time] : {std::pair(txtFrom, view.Shown.From), {txtTo, view.Shown.To}}) {
-        if (!field->hasFocus()) field->setText(MomentText(time, DecimalsFor(view.Shown)));
+        if (!field->hasFocus()) field->setText(RoundText(time, view.Shown));
     }
     const int preset = cmbLength->findData(view.Shown.Length());
     if (preset < 0) cmbLength->setPlaceholderText(DurationText(view.Shown.Length()));
@@ -191,7 +214,7 @@ void frmTrend::SayTrouble()
 
 void frmTrend::SayPointed(std::optional<Micros> time)
 {
-    if (time) stbrTrend->showMessage(MomentText(*time, DecimalsFor(m_Control.Of().Shown)));
+    if (time) stbrTrend->showMessage(RoundText(*time, m_Control.Of().Shown));
     else stbrTrend->clearMessage();
 }
 

@@ -23,6 +23,8 @@ public:
     /// What a view file keeps.
     SavedView Saved() const;
     void Open(const SavedView& saved);
+    /// Throws DescribedError.
+    void OpenFile(const QString& path);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -31,6 +33,12 @@ protected:
 
 private:
     void ConnectFile();
+    void Report(const std::function<void()>& action);
+    void SaveView();
+    void ExportPicture();
+    void ExportCsv();
+    void CopyPicture();
+    std::vector<const Pen*> AllPens() const;
     void ConnectPens();
     void ConnectView();
     void ConnectMeasuring();
@@ -40,6 +48,7 @@ private:
     void TakeTurn();
     void ShowView();
     void SayTrouble();
+    void ShowReadings();
     void SayPointed(std::optional<Micros> time);
     void TypeSpan();
     void Choose();
@@ -59,6 +68,7 @@ private:
     PenModel m_Pens;
     QTimer m_Turn;
     QElapsedTimer m_SinceList;
+    bool m_HasMeasured = false;
     bool m_IsListOld = true;
     bool m_IsPictureOld = true;
 };

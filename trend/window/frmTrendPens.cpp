@@ -1,4 +1,4 @@
-// What the entries of the menus "File" and "Pens" do.
+// What the entries of the menu "Pens" do.
 #include "trend/window/frmChooser.h"
 #include "trend/window/frmTrend.h"
 
@@ -33,12 +33,6 @@ QString WriteLimits(const std::vector<double>& limits)
 }
 
 } // namespace
-
-void frmTrend::ConnectFile()
-{
-    connect(mnuFile_New, &QAction::triggered, this, [this] { (new frmTrend(m_Make))->show(); });
-    connect(mnuFile_Close, &QAction::triggered, this, &QWidget::close);
-}
 
 void frmTrend::ConnectPens()
 {
@@ -78,6 +72,11 @@ void frmTrend::ConnectPens()
     connect(picTrend, &PictureView::ItemsDropped, this, &frmTrend::AddItems);
     connect(picTrend, &PictureView::StepPen, this, [this](int by) {
         if (m_Pens.rowCount() > 0) SelectRow(std::clamp(CurrentRow() + by, 0, m_Pens.rowCount() - 1));
+    });
+    connect(picTrend, &PictureView::PenPicked, this, [this](std::size_t pen) { SelectRow(static_cast<int>(pen)); });
+    connect(picTrend, &PictureView::LimitMoved, this, [this](std::size_t pen, std::size_t limit, double value) {
+        m_Pens.Settings(static_cast<int>(pen)).Limits.at(limit) = value;
+        m_Pens.NoteSettings();
     });
     fgPen->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(fgPen, &QWidget::customContextMenuRequested, this,

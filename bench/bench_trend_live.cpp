@@ -1,0 +1,146 @@
+// A trend with 200 pens that change ten times a second, painted in software: at most 15 % of a core, and no value may be
+// missing. Then the first picture of a day of eight items, and a further zoom, until there is something to be seen and
+// until it is exact.
+#include "bench/Figures.h"
+#include "tests/support/RealServer.h"
+#include "trend/window/frmTrend.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QDeadlineTimer>
+#include <QTemporaryFile>
+
+#include <cmath>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+constexpr int Pens = 200;
+constexpr int Rate = 10; // values a second
+constexpr int Seconds = 20;
+constexpr int DayPens = 8;
+constexpr int DayValues = 86'400 / 2;
+constexpr Micros Second = MicrosASecond;
+
+constexpr char Plant[] = R"(
+[[controller]]
+name = "Bench"
+scan_times = [100, 1000, 5000]
+item = [ { name = "S{1..200}", type = "R8", signal = { form = "sine", low = 0, high = 100, period = 20 } } ]
+[[controller]]
+name = "Day"
+)";
+
+QStringList Items()
+{
+    QStringList items;
+    for (int i = 1; i <= Pens; ++i) items << QStringLiteral("Bench\\S%1").arg(i);
+    return items;
+}
+
+void RunEvents(int milliseconds)
+{
+    const QDeadlineTimer end(milliseconds);
+    while (!end.hasExpired()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+}
+
+template <typename Condition>
+double MillisecondsUntil(Condition isMet)
+{
+    QElapsedTimer time;
+    time.start();
+    while (!isMet() && time.elapsed() < 60'000) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+    return static_cast<double>(time.nsecsElapsed()) / 1e6;
+}
+
+bool MeasureLive(const MakeLibrary& make)
+{
+    frmTrend* const window = new frmTrend(make);
+    window->resize(1600, 900);
+    window->AddItems(Items());
+    window->ShowSpan({}, 60 * Second);
+    window->show();
+    RunEvents(10'000);
+    const double before = Figures::CpuMsOf(getpid());
+    RunEvents(Seconds * 1000);
+    const double share = (Figures::CpuMsOf(getpid()) - before) / (Seconds * 1000);
+    delete window;
+    return Figures::PrintRatio(QStringLiteral("%1 pens at %2 values/s: part of a core").arg(Pens).arg(Rate), share,
+                               0.15);
+}
+
+bool CountValues(const MakeLibrary& make)
+{
+    TrendData trend(make);
+    for (const QString& item : Items()) trend.Add(*PenOf(item));
+    RunEvents(3000);
+    const Micros from = trend.Now();
+    RunEvents(10'000);
+    double fewest = 1e9;
+    for (const auto& pen : trend.Pens())
+        fewest = std::min(fewest, static_cast<double>(pen->Values.Count() - pen->Values.Find(from)));
+    return Figures::PrintRatio(QStringLiteral("values that should have come / that came, of the worst pen"),
+                               10.0 * Rate / fewest, 1.1);
+}
+
+void FillDay(const EngineRef& engine, Micros begin)
+{
+    const HistoryRef history = engine->get_History();
+    for (int first = 0; first < DayValues; first += 5000) {
+        QStringList rows;
+        for (int i = first; i < std::min(first + 5000, DayValues); ++i) {
+            const QString time =
+                QDateTime::fromMSecsSinceEpoch(begin / 1000 + i * 2000).toString(QStringLiteral("yyyy-MM-dd hh:mm:ss"));
+            for (int item = 0; item < DayPens; ++item)
+                rows << QStringLiteral("('Day','D%1','%2','%3')").arg(item).arg(std::sin(i * 0.001 + item)).arg(time);
+        }
+        const ResultSetRef result = history->Execute(
+            QStringLiteral("INSERT INTO velsql_history (controller_name, item_name, item_value, item_time) VALUES ") +
+            rows.join(u','));
+        while (!result->Progress().Complete) QThread::msleep(1);
+    }
+}
+
+/// Until each pen has something to be seen in the span, and until all questions are answered.
+bool MeasureShow(TrendData& trend, const Span& span, const char* name, double limit)
+{
+    const auto isSeen = [&] {
+        return std::all_of(trend.Pens().begin(), trend.Pens().end(), [&](const auto& pen) {
+            return pen->Values.Find(span.To) > pen->Values.Find(span.From) || pen->Values.At(span.From, Drawing::Step);
+        });
+    };
+    trend.Show(span, 1600);
+    const double seen = MillisecondsUntil(isSeen);
+    const double exact = seen + MillisecondsUntil([&] { return !trend.IsWaiting(); });
+    std::printf("  %s: something after %.0f ms, exact after %.0f ms\n", name, seen, exact);
+    return Figures::PrintRatio(QStringLiteral("something / %1 ms").arg(limit), seen / limit, 1);
+}
+
+bool MeasureDay(const MakeLibrary& make)
+{
+    const Micros begin = (QDateTime::currentSecsSinceEpoch() / 86'400 - 2) * 86'400 * Second;
+    FillDay(make()->AttachEngine(), begin);
+    TrendData trend(make);
+    for (int i = 0; i < DayPens; ++i) trend.Add(*PenOf(QStringLiteral("Day\\D%1").arg(i)));
+    RunEvents(500);
+    bool isGood = MeasureShow(trend, {begin, begin + 86'400 * Second}, "a day of 8 items", 300);
+    isGood = MeasureShow(trend, {begin + 3600 * Second, begin + 7200 * Second}, "an hour of it", 50) && isGood;
+    return MeasureShow(trend, {begin - 7 * 86'400 * Second, begin + 86'400 * Second}, "a week", 50) && isGood;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    const QApplication application(argc, argv);
+    QTemporaryFile plant;
+    if (!plant.open() || plant.write(Plant) < 0 || !plant.flush()) return 1;
+    RealServer server;
+    server.Start({QStringLiteral("--plant"), plant.fileName()});
+    const MakeLibrary make = [&] { return std::make_unique<RemoteLibrary>(server.SocketPath(), QString()); };
+    bool isGood = MeasureLive(make);
+    isGood = CountValues(make) && isGood;
+    return MeasureDay(make) && isGood ? 0 : 1;
+}
