@@ -112,6 +112,7 @@ ObjectWindows ConsoleWindows()
                     {NodeTag::History, ShowSingleWindow<frmHistory>}};
     windows.AddItem = AddItem;
     windows.BatchWrite = BatchWrite;
+    windows.StartTrend = StartTrend;
     windows.CreateScriptTool = [] { return std::make_shared<ScriptTool>(); };
     return windows;
 }

@@ -60,6 +60,7 @@ TEST_F(Console, ItemsAreTakenToATrendByKeyAndByMouse)
         if (items.isEmpty()) throw DescribedError(u"velsqltrend is not there."_s);
     };
     StartWith(windows);
+    m_Main->show();
     m_Main->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_Main.get()));
     for (const QString& key : {D100, PLC1}) {

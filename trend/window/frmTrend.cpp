@@ -80,7 +80,7 @@ void frmTrend::LayOut()
     SetFirstSize(*this, {165 * letter.averageCharWidth(), 52 * letter.height()});
     splPanes->setStretchFactor(0, 3);
     splPanes->setStretchFactor(1, 1);
-    splPanes->setSizes({65, 35});
+    splPanes->setSizes({6500, 3500});
     splTables->setStretchFactor(0, 3);
     splTables->setStretchFactor(1, 2);
     tabMeasure->hide(); // until there is something to be read
@@ -104,6 +104,7 @@ void frmTrend::AddPresets()
         entry->setShortcut(QKeySequence(QStringLiteral("Alt+%1").arg(i + 1)));
         connect(entry, &QAction::triggered, this, [this, preset] { m_Control.ShowLength(preset.Length); });
     }
+    cmbLength->addItem(QString());
     connect(cmbLength, &QComboBox::activated, this,
             [this](int index) { m_Control.ShowLength(cmbLength->itemData(index).toLongLong()); });
 }
@@ -200,8 +201,12 @@ void frmTrend::ShowView()
         if (!field->hasFocus()) field->setText(RoundText(time, view.Shown));
     }
     const int preset = cmbLength->findData(view.Shown.Length());
-    if (preset < 0) cmbLength->setPlaceholderText(DurationText(view.Shown.Length()));
-    cmbLength->setCurrentIndex(preset);
+    const int own = static_cast<int>(Presets.size()); // the last entry is any other length
+    if (preset < 0 || preset == own) {
+        cmbLength->setItemText(own, DurationText(view.Shown.Length()));
+        cmbLength->setItemData(own, view.Shown.Length());
+    }
+    cmbLength->setCurrentIndex(preset < 0 ? own : preset);
 }
 
 void frmTrend::SayTrouble()
