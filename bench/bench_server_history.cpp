@@ -26,6 +26,7 @@ using Clock = std::chrono::steady_clock;
 
 qint64 s_itemCount = 1000;
 double s_secondsBetween = 10; // the values of an item
+Durability s_surviving = Durability::Process;
 
 double SecondsSince(Clock::time_point start)
 {
@@ -167,6 +168,7 @@ private:
         HistorySettings settings;
         settings.Destinations[0].ConnectionString = QStringLiteral("Driver=SQLite;Database=") + path;
         settings.Spool.Folder = path + QStringLiteral(".spool");
+        settings.Destinations[0].Surviving = s_surviving;
         settings.Destinations[0].MaxBytes = 0; // the floor deletes nothing either
         return settings;
     }
@@ -286,8 +288,10 @@ int main(int argc, char** argv)
                                            QStringLiteral("SECONDS"), QStringLiteral("10"));
     const QCommandLineOption itemsOption(QStringLiteral("items"), QStringLiteral("How many items have values."),
                                          QStringLiteral("N"), QStringLiteral("1000"));
-    parser.addOptions({rowsOption, folderOption, betweenOption, itemsOption});
+    const QCommandLineOption powerOption(QStringLiteral("power"), QStringLiteral("Records survive a power cut."));
+    parser.addOptions({rowsOption, folderOption, betweenOption, itemsOption, powerOption});
     parser.process(application);
+    if (parser.isSet(powerOption)) s_surviving = Durability::Power;
     s_secondsBetween = parser.value(betweenOption).toDouble();
     s_itemCount = std::max(parser.value(itemsOption).toLongLong(), qint64{1});
     const qint64 rows = std::max(parser.value(rowsOption).toLongLong() / RoundValues, qint64{2}) * RoundValues;
