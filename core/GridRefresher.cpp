@@ -108,5 +108,6 @@ void GridRefresher::ScheduleNext()
 void GridRefresher::EndRest()
 {
     m_LastedMs = 0;
-    if (m_Tick.remainingTime() > IntervalMs) m_Tick.start(IntervalMs);
+    const bool isThere = m_Turns.Library().Absence().isEmpty();
+    if (m_Tick.isActive()) m_Tick.start(isThere ? 0 : std::min(m_Tick.remainingTime(), IntervalMs));
 }

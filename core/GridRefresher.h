@@ -14,7 +14,7 @@ class RefreshTurns;
 /// Keeps a property grid up to date. Every 500 ms the rows are read in order, as many in one call as the server answers,
 /// in slices of at most 10 ms (or one call), each in a later turn of the event loop. The next refresh starts no sooner
 /// than the last one took, so that a slow server never uses more than half of the time; one that has gone and is back is
-/// asked after 500 ms at the latest. All refreshers share the slices: one slice runs in a turn, however many windows are
+/// asked at once. All refreshers share the slices: one slice runs in a turn, however many windows are
 /// open.
 class GridRefresher : public QObject
 {

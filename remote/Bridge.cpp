@@ -7,6 +7,7 @@
 #include "velsqllib/ServerStarter.h"
 
 #include <QCoreApplication>
+#include <QFile>
 
 #include <csignal>
 #include <cstdlib>
@@ -17,6 +18,27 @@ namespace {
 /// Longer than the launcher's patience, so that it is the launcher that says what has happened.
 constexpr int PatienceMs = 10'000;
 constexpr int LookMs = 100;
+
+QByteArray ContentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+/// A text that no other process has had or will have; empty when nothing is known of it.
+QString IdentityOfPeer(int socket)
+{
+    ucred peer{};
+    socklen_t size = sizeof peer;
+    if (getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) != 0 || peer.pid <= 0) return {};
+    constexpr qsizetype startTime = 19; // of the fields after the name, which may contain anything
+    const QByteArray status = ContentOf(QStringLiteral("/proc/%1/stat").arg(peer.pid));
+    const QByteArray since = status.mid(status.lastIndexOf(')') + 2).split(' ').value(startTime);
+    const QByteArray boot = ContentOf(QStringLiteral("/proc/sys/kernel/random/boot_id")).trimmed();
+    if (since.isEmpty() || boot.isEmpty()) return {};
+    return QStringLiteral("%1 since %2 of %3")
+        .arg(QString::number(peer.pid), QString::fromLatin1(since), QString::fromLatin1(boot));
+}
 
 } // namespace
 
@@ -89,7 +111,7 @@ void Bridge::TakePresence(int socket)
     m_Presence.Reset(socket);
     m_PresenceEnd = std::make_unique<QSocketNotifier>(socket, QSocketNotifier::Read);
     connect(m_PresenceEnd.get(), &QSocketNotifier::activated, this, &Bridge::NoteServerEnd);
-    Tell(m_Starter ? ServerNews::Started : ServerNews::Up);
+    Tell(m_Starter ? ServerNews::Started : ServerNews::Up, IdentityOfPeer(socket));
     m_Starter.reset();
 }
 

@@ -8,7 +8,7 @@ enum class FrameType : quint8
 {
     Alive,  ///< says nothing else
     Serve,  ///< to the bridge: reach the server; payload: 1 when one may be started
-    Server, ///< from the bridge: a ServerNews byte, then text
+    Server, ///< from the bridge: a ServerNews byte, then text: why it is down, or which one it is
     Open,   ///< to the bridge: a new stream to the server
     Data,
     Credit, ///< payload: so many bytes of the stream have been passed on

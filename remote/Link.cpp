@@ -2,23 +2,23 @@
 
 #include "core/automation/Errors.h"
 
-#include <cerrno>
+#include <unistd.h>
 
 namespace {
 
 /// An operator waits for nothing longer than six seconds.
 constexpr int PatienceMs = 4000;
+/// After the first failures, and later.
+constexpr int ShortPauseMs = 200;
 constexpr int PauseMs = 500;
+constexpr int FewFailures = 5;
 /// A link that has stood for so long is made again without a pause.
-constexpr int StoodLongMs = 10'000;
+constexpr int StoodLongMs = 3000;
 /// After a refusal: it may ask questions anew each time, and hosts lock out who knocks too often.
 constexpr int PauseAfterRefusalMs = 15'000;
-/// Time to answer what ssh asks, as sshd gives it by default.
-constexpr int GreetingDueMs = 120'000;
-/// The same where the connection may have died between ssh's first words and the bridge's.
-constexpr int GreetingDueAgainMs = 30'000;
-/// Every so many attempts one waits long enough for a slow network.
-constexpr int PatientEvery = 4;
+/// After this time another attempt is made beside one that lasts: what it waits for may have died with the network,
+/// which is back.
+constexpr int BesideMs = 1500;
 
 /// ssh's own words, which it never translates.
 bool IsRefusal(const QString& words)
@@ -59,12 +59,9 @@ Link::Link(const QString& host)
     , m_State{PlaceOf(host, {}), QString()}
 {
     m_Retry.setSingleShot(true);
-    m_GreetingDue.setSingleShot(true);
-    connect(&m_Retry, &QTimer::timeout, this, [this] {
-        Attempt(++m_Attempts % PatientEvery == 0 ? SshProcess::Attempt::AgainPatiently : SshProcess::Attempt::Again);
-    });
-    connect(&m_GreetingDue, &QTimer::timeout, this,
-            [this] { Drop(QStringLiteral("no bridge has answered there. %1").arg(m_Greeting.Before()).trimmed()); });
+    m_BesideDue.setSingleShot(true);
+    connect(&m_Retry, &QTimer::timeout, this, [this] { Attempt(SshProcess::Attempt::Again); });
+    connect(&m_BesideDue, &QTimer::timeout, this, &Link::AttemptBeside);
 }
 
 Link::~Link()
@@ -79,49 +76,65 @@ void Link::Begin()
 
 void Link::Attempt(SshProcess::Attempt kind)
 {
-    m_Greeting = {};
-    m_Ssh = std::make_unique<SshProcess>(m_Host, kind);
-    connect(m_Ssh.get(), &SshProcess::Ended, this, [this](int exitCode) { Drop(WhyEnded(exitCode)); });
-    connect(m_Ssh.get(), &SshProcess::Missing, this,
-            [this] { Drop(QStringLiteral("no program \"ssh\" was found; Debian's openssh-client has it")); });
-    m_Ssh->Start();
-    if (!m_Ssh) return;
-    m_Output = m_Ssh->TakeOutput();
-    m_Readable = std::make_unique<QSocketNotifier>(m_Output.Number(), QSocketNotifier::Read);
-    connect(m_Readable.get(), &QSocketNotifier::activated, this, &Link::ReadGreeting);
-    m_GreetingDue.start(kind == SshProcess::Attempt::Again ? GreetingDueAgainMs : GreetingDueMs);
+    if (kind != SshProcess::Attempt::First) m_BesideDue.start(BesideMs);
+    Start(m_Attempt, kind);
 }
 
-void Link::ReadGreeting()
+void Link::AttemptBeside()
 {
-    QByteArray bytes(4096, Qt::Uninitialized);
-    const auto count = read(m_Output.Number(), bytes.data(), static_cast<std::size_t>(bytes.size()));
-    if (count < 0 && errno == EINTR) return;
-    if (count <= 0) return m_Readable->setEnabled(false); // its end says why
-    bytes.truncate(count);
+    Start(m_Beside, SshProcess::Attempt::Beside);
+}
+
+void Link::Start(std::unique_ptr<LinkAttempt>& attempt, SshProcess::Attempt kind)
+{
+    attempt = std::make_unique<LinkAttempt>(m_Host, kind);
+    connect(attempt.get(), &LinkAttempt::Greeted, this,
+            [this, it = attempt.get()](const Greeting& greeting) { NoteGreeting(it, greeting); });
+    connect(attempt.get(), &LinkAttempt::Failed, this,
+            [this, it = attempt.get()](const QString& why) { NoteFailure(it, why); });
+    attempt->Start();
+}
+
+void Link::NoteGreeting(const LinkAttempt* attempt, const Greeting& greeting)
+{
+    m_BesideDue.stop();
+    if (attempt == m_Beside.get()) m_Attempt.swap(m_Beside);
+    DeleteLater(m_Beside);
     try {
-        if (const auto greeting = m_Greeting.Add(bytes)) Use(*greeting);
+        Use(greeting);
     } catch (const DescribedError& error) {
         Drop(error.Description());
     }
 }
 
+void Link::NoteFailure(const LinkAttempt* attempt, const QString& why)
+{
+    if (attempt == m_Beside.get()) {
+        DeleteLater(m_Beside);
+        if (!IsRefusal(why)) m_BesideDue.start(PauseMs); // else the other one has to ask
+    } else if (m_Beside) {
+        m_Attempt.swap(m_Beside); // it is the younger one
+        DeleteLater(m_Beside);
+        m_BesideDue.start(BesideMs);
+    } else {
+        Drop(why);
+    }
+}
+
 void Link::Use(const Greeting& greeting)
 {
-    m_GreetingDue.stop();
     const QString versions = QStringLiteral("VelSQLTester is version %1 there, and %2 here")
                                  .arg(greeting.Version, QStringLiteral(VELSQL_VERSION));
     if (greeting.Protocol != Greeting::OwnProtocol)
         throw DescribedError(versions + QStringLiteral("; they do not understand each other"));
     m_State.Place = PlaceOf(m_Host, greeting.User);
     m_VersionNote = greeting.Version == QStringLiteral(VELSQL_VERSION) ? QString() : versions;
-    DeleteLater(m_Readable);
-    m_Pipe = std::make_unique<FramePipe>(std::move(m_Output), m_Ssh->TakeInput(), PatienceMs);
+    m_Pipe = std::make_unique<FramePipe>(m_Attempt->TakeOutput(), m_Attempt->TakeInput(), PatienceMs);
     m_Streams = std::make_unique<Streams>(*m_Pipe);
     connect(m_Pipe.get(), &FramePipe::Lost, this,
             [this](const QString& why) { Drop(why.isEmpty() ? QStringLiteral("the link has broken off") : why); });
     m_Pipe->Send({FrameType::Serve, 0, m_MayStart ? QByteArrayLiteral("1") : QByteArrayLiteral("0")});
-    if (m_Pipe) m_Pipe->Begin([this](const Frame& frame) { Handle(frame); }, m_Greeting.Rest());
+    if (m_Pipe) m_Pipe->Begin([this](const Frame& frame) { Handle(frame); }, m_Attempt->Rest());
 }
 
 void Link::Handle(const Frame& frame)
@@ -135,13 +148,20 @@ void Link::Handle(const Frame& frame)
 void Link::TakeNews(ServerNews news, const QString& text)
 {
     if (news == ServerNews::Down && !m_WasUp) return Drop(text);
-    if (!m_WasUp) m_MayStart = news == ServerNews::Started;
     if (!m_Up.isValid()) m_Up.start();
     m_State.IsUp = news != ServerNews::Down;
+    if (m_State.IsUp) NoteServer(news, text);
     m_State.Trouble = m_State.IsUp ? m_VersionNote : InShort(text);
     m_WasUp = m_WasUp || m_State.IsUp;
-    m_Attempts = 0;
+    m_Failures = 0;
     Q_EMIT Changed();
+}
+
+/// One that others have started, perhaps in place of the user's own after a reboot, may have another plant.
+void Link::NoteServer(ServerNews news, const QString& server)
+{
+    if (news == ServerNews::Started) m_OwnServer = server;
+    m_MayStart = news == ServerNews::Started || (!server.isEmpty() && server == m_OwnServer);
 }
 
 void Link::Carry(int socket)
@@ -163,31 +183,18 @@ void Link::Drop(const QString& why)
     m_State.IsUp = false;
     m_State.Trouble = InShort(why);
     const bool hasStoodLong = m_Up.isValid() && m_Up.hasExpired(StoodLongMs);
+    const int pause = ++m_Failures > FewFailures ? PauseMs : ShortPauseMs;
     m_Up.invalidate();
-    m_Retry.start(wasRefused ? PauseAfterRefusalMs : hasStoodLong ? 0 : PauseMs);
+    m_Retry.start(wasRefused ? PauseAfterRefusalMs : hasStoodLong ? 0 : pause);
     Q_EMIT Changed();
 }
 
 /// Some of it may be in the midst of a function of its own.
 void Link::Forget()
 {
-    m_GreetingDue.stop();
-    DeleteLater(m_Readable);
+    m_BesideDue.stop();
     DeleteLater(m_Streams);
     DeleteLater(m_Pipe);
-    DeleteLater(m_Ssh);
-}
-
-QString Link::WhyEnded(int exitCode) const
-{
-    constexpr int notFound = 127;
-    constexpr int wrongUse = 2;
-    QStringList parts;
-    if (exitCode == notFound) parts << QStringLiteral("no program \"velsqlserver\" was found on the path of its shell");
-    if (exitCode == wrongUse) parts << QStringLiteral("its velsqlserver cannot be connected to; it may be too old");
-    if (!m_Ssh->LastWords().isEmpty()) parts << m_Ssh->LastWords();
-    if (!m_Greeting.Before().isEmpty()) parts << m_Greeting.Before();
-    if (parts.isEmpty() && exitCode < 0) parts << QStringLiteral("ssh was killed");
-    if (parts.isEmpty()) parts << QStringLiteral("ssh has ended with code %1").arg(exitCode);
-    return parts.join(u'\n');
+    DeleteLater(m_Beside);
+    DeleteLater(m_Attempt);
 }

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "remote/FramePipe.h"
-#include "remote/Greeting.h"
-#include "remote/SshProcess.h"
+#include "remote/LinkAttempt.h"
 #include "remote/Streams.h"
 #include "velsqllib/RemoteLink.h"
 
 #include <QElapsedTimer>
-#include <QSocketNotifier>
+#include <QTimer>
 
 #include <memory>
 
@@ -33,30 +32,32 @@ Q_SIGNALS:
 
 private:
     void Attempt(SshProcess::Attempt kind);
-    void ReadGreeting();
+    void AttemptBeside();
+    void Start(std::unique_ptr<LinkAttempt>& attempt, SshProcess::Attempt kind);
+    void NoteGreeting(const LinkAttempt* attempt, const Greeting& greeting);
+    void NoteFailure(const LinkAttempt* attempt, const QString& why);
     void Use(const Greeting& greeting);
     void Handle(const Frame& frame);
     void TakeNews(ServerNews news, const QString& text);
+    void NoteServer(ServerNews news, const QString& server);
     /// `why` in full.
     void Drop(const QString& why);
     void Forget();
-    QString WhyEnded(int exitCode) const;
 
     const QString m_Host;
     RemoteLink m_State;
     bool m_WasUp = false;
     /// The server there is the user's own, started by a bridge: it may be started again.
     bool m_MayStart = true;
+    QString m_OwnServer; ///< which it is, as its bridge has said
     QString m_VersionNote;
-    int m_Attempts = 0;
     QElapsedTimer m_Up; ///< since the bridge first spoke of the server
+    int m_Failures = 0; ///< in a row
     quint32 m_LastStream = 0;
     QTimer m_Retry;
-    QTimer m_GreetingDue;
-    std::unique_ptr<SshProcess> m_Ssh;
-    Descriptor m_Output;
-    std::unique_ptr<QSocketNotifier> m_Readable;
-    GreetingReader m_Greeting;
+    QTimer m_BesideDue;
+    std::unique_ptr<LinkAttempt> m_Attempt; ///< later the link
+    std::unique_ptr<LinkAttempt> m_Beside;
     std::unique_ptr<FramePipe> m_Pipe;
     std::unique_ptr<Streams> m_Streams;
 };

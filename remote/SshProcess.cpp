@@ -16,8 +16,9 @@ QStringList Arguments(const QString& host, SshProcess::Attempt attempt)
 {
     QStringList options = {QStringLiteral("ControlMaster=no"), QStringLiteral("ClearAllForwardings=yes"),
                            QStringLiteral("RemoteCommand=none")};
-    if (attempt == SshProcess::Attempt::Again) options.append(QStringLiteral("ConnectTimeout=3"));
-    if (attempt == SshProcess::Attempt::AgainPatiently) options.append(QStringLiteral("ConnectTimeout=15"));
+    if (attempt == SshProcess::Attempt::Again) options.append(QStringLiteral("ConnectTimeout=15"));
+    if (attempt == SshProcess::Attempt::Beside)
+        options << QStringLiteral("ConnectTimeout=2") << QStringLiteral("BatchMode=yes");
     if (attempt != SshProcess::Attempt::First) options.append(QStringLiteral("ControlPath=none"));
     QStringList arguments = {QStringLiteral("-T"), QStringLiteral("-a"), QStringLiteral("-x")};
     for (const QString& option : options) arguments << QStringLiteral("-o") << option;

@@ -12,13 +12,14 @@ class SshProcess : public QObject
     Q_OBJECT
 
 public:
-    /// Whether this is the first link or one that takes the place of a lost one: such a one neither waits long nor uses
-    /// a connection that the user's other ssh programs share, as it may be the one that hangs.
+    /// Whether this is the first link, or one that takes the place of a lost one: such a one does not use a connection
+    /// that the user's other ssh programs share, as it may be the one that hangs. One that is tried beside another asks
+    /// nobody anything, and does not wait long.
     enum class Attempt
     {
         First,
         Again,
-        AgainPatiently
+        Beside
     };
 
     SshProcess(const QString& host, Attempt attempt);

@@ -130,4 +130,12 @@ TEST_F(LinkLoss, WithoutItsLauncherNothingIsStartedNorLeft)
     EXPECT_TRUE(HasStartedNothingHere());
     const auto isNothingLeft = [&] { return m_Machine.Ssh().isEmpty() && m_Machine.Bridges().isEmpty(); };
     EXPECT_TRUE(QTest::qWaitFor(isNothingLeft, PatienceMs));
+
+    m_Machine.LinkTo(u"behind"_s);
+    const QList<pid_t> network = m_Machine.Sshd();
+    PrivateSshd::Signal(network, SIGSTOP);
+    m_Machine.m_Launcher.kill();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_Machine.Ssh().isEmpty(); }, PatienceMs)) << "nor the one for the jump";
+    PrivateSshd::Signal(network, SIGCONT);
+    EXPECT_TRUE(QTest::qWaitFor(isNothingLeft, PatienceMs));
 }
