@@ -57,10 +57,12 @@ void ServerProcess::Start()
     m_Plant.StartSources(m_Inbox);
     m_Plant.Begin();
     m_Scanner.Start(m_Plant);
-    m_Clients = kj::heap<ClientHost>(m_Loop, m_Socket->Descriptor(), [this](std::function<int()> callsUnderWay) {
+    m_Clients = kj::heap<ClientHost>(m_Loop, [this](std::function<int()> callsUnderWay) {
         return m_Objects.Library(std::move(callsUnderWay));
     });
+    m_Clients->Listen(m_Socket->Descriptor());
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
+    LookAfterSocket();
 }
 
 void ServerProcess::Run()
@@ -74,6 +76,32 @@ void ServerProcess::Run()
     LeaveStandardError();
     m_Ending.promise.wait(m_Loop.WaitScope());
     Close();
+}
+
+/// Whoever tidies up temporary files may take the socket away.
+void ServerProcess::LookAfterSocket()
+{
+    constexpr qint32 SocketInterval = 1000;
+    if (!m_Socket) return;
+    if (!m_Socket->IsThere()) ListenAgain();
+    After(SocketInterval, [this] { LookAfterSocket(); });
+}
+
+void ServerProcess::ListenAgain()
+{
+    QString why;
+    m_Clients->TakeWaiting(); // they have connected before
+    m_Clients->Listen(-1);
+    try {
+        m_Socket->Renew();
+        ServerPlace::Announce(m_Options.SocketPath, GivesWay());
+        Log(LogLevel::Warning, QStringLiteral("The socket was removed; the server listens there again."));
+    } catch (const DescribedError& error) {
+        why = error.Description();
+    }
+    m_Clients->Listen(m_Socket->Descriptor());
+    if (std::exchange(m_WhyDeaf, why) == why || why.isEmpty()) return;
+    Log(LogLevel::Error, QStringLiteral("The socket was removed, and no new client reaches this server: %1").arg(why));
 }
 
 void ServerProcess::Close()

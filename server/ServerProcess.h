@@ -46,6 +46,8 @@ private:
     void TellReady() const;
     /// Whether this server gives way to a service that starts.
     bool GivesWay() const;
+    void LookAfterSocket();
+    void ListenAgain();
     void WatchSignals();
     void WatchIdleness();
     void EndIfIdle();
@@ -63,6 +65,7 @@ private:
     /// Read before the socket is taken, so that mistakes in a plant file are found before anybody can connect.
     const HistorySettings m_HistorySettings;
     std::optional<ListeningSocket> m_Socket;
+    QString m_WhyDeaf; ///< why the server cannot be reached by new clients
     History m_History;
     CallWatch m_Watch;
     const QByteArray m_PlantToml;

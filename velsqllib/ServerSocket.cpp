@@ -13,6 +13,7 @@
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -88,6 +89,15 @@ int ConnectToServer(const QString& path)
     return descriptor;
 }
 
+FileMark FileMark::Of(const QString& path)
+{
+    struct stat status
+    {
+    };
+    if (lstat(QFile::encodeName(path).constData(), &status) != 0) return {};
+    return {status.st_dev, status.st_ino};
+}
+
 ListeningSocket::ListeningSocket(const QString& path)
     : m_Path(path)
 {
@@ -103,9 +113,28 @@ ListeningSocket::ListeningSocket(const QString& path)
 
 ListeningSocket::~ListeningSocket()
 {
-    unlink(QFile::encodeName(m_Path).constData()); // ours, because the lock is still held
-    close(m_Socket);
+    if (IsThere()) unlink(QFile::encodeName(m_Path).constData());
+    CloseSocket();
     close(m_Lock);
+}
+
+bool ListeningSocket::IsThere() const
+{
+    return m_Socket >= 0 && FileMark::Of(m_Path) == m_File;
+}
+
+void ListeningSocket::Renew()
+{
+    CloseSocket();
+    MakeFolder();
+    close(std::exchange(m_Lock, -1)); // it may have been removed, too
+    Lock();
+    Listen();
+}
+
+void ListeningSocket::CloseSocket()
+{
+    if (m_Socket >= 0) close(std::exchange(m_Socket, -1));
 }
 
 void ListeningSocket::MakeFolder() const
@@ -134,7 +163,7 @@ void ListeningSocket::Lock()
         throw DescribedError(
             QStringLiteral("%1 cannot be opened: %2").arg(QString::fromLocal8Bit(lockPath), SystemError()));
     if (flock(m_Lock, LOCK_EX | LOCK_NB) != 0) {
-        close(m_Lock);
+        close(std::exchange(m_Lock, -1));
         throw DescribedError(QStringLiteral("A server is already running at %1.").arg(m_Path));
     }
 }
@@ -147,8 +176,9 @@ void ListeningSocket::Listen()
     const mode_t before = umask(0177);
     const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, SOMAXCONN) == 0;
     umask(before);
+    m_File = FileMark::Of(m_Path);
     if (listening) return;
     const QString error = SystemError();
-    close(m_Socket);
+    CloseSocket();
     throw DescribedError(QStringLiteral("The server cannot listen at %1: %2").arg(m_Path, error));
 }

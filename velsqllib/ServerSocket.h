@@ -13,6 +13,17 @@ bool IsSameUser(int connectedSocket);
 /// path or a listener of another user.
 int ConnectToServer(const QString& path);
 
+/// What distinguishes a file from every other one that is there.
+struct FileMark
+{
+    quint64 Device = 0;
+    quint64 Number = 0;
+
+    /// All zero for a path without a file.
+    static FileMark Of(const QString& path);
+    bool operator==(const FileMark&) const = default;
+};
+
 /// The server's end: the socket file, mode 0600 in a folder of mode 0700, held by one server at a time.
 class ListeningSocket
 {
@@ -22,19 +33,26 @@ public:
     explicit ListeningSocket(const QString& path = ServerSocketPath());
     ListeningSocket(const ListeningSocket&) = delete;
     ListeningSocket& operator=(const ListeningSocket&) = delete;
-    /// Removes the socket file.
+    /// Removes the socket file, if it is still this one's.
     ~ListeningSocket();
 
     const QString& Path() const { return m_Path; }
-    /// Listening, non-blocking, close-on-exec.
+    /// Listening, non-blocking, close-on-exec; -1 when Renew has failed.
     int Descriptor() const { return m_Socket; }
+    /// Nobody has removed or replaced the socket file.
+    bool IsThere() const;
+    /// Listens again, with another descriptor, when the socket file is no longer there. Throws DescribedError, above
+    /// all when another server has taken the place.
+    void Renew();
 
 private:
     void MakeFolder() const;
     void Lock();
     void Listen();
+    void CloseSocket();
 
     QString m_Path;
     int m_Lock = -1;
     int m_Socket = -1;
+    FileMark m_File;
 };

@@ -58,20 +58,27 @@ struct ClientHost::Client
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
 };
 
-ClientHost::ClientHost(KjLoop& loop, int listener, MakeLibrary makeLibrary)
+ClientHost::ClientHost(KjLoop& loop, MakeLibrary makeLibrary)
     : m_Loop(loop)
-    , m_Listener(listener)
-    , m_Incoming(loop.Port(), listener, kj::UnixEventPort::FdObserver::OBSERVE_READ)
     , m_Ledger(std::make_shared<ClientLedger>(loop.Timer()))
     , m_MakeLibrary(std::move(makeLibrary))
     , m_Tasks(*this)
 {
-    m_Tasks.add(AcceptAll());
+}
+
+void ClientHost::Listen(int listener)
+{
+    m_Accepting = kj::READY_NOW;
+    m_Incoming.reset();
+    m_Listener = listener;
+    if (m_Listener < 0) return;
+    m_Incoming.emplace(m_Loop.Port(), listener, kj::UnixEventPort::FdObserver::OBSERVE_READ);
+    m_Accepting = AcceptAll().eagerlyEvaluate([this](kj::Exception&& exception) { taskFailed(kj::mv(exception)); });
 }
 
 kj::Promise<void> ClientHost::AcceptAll()
 {
-    return m_Incoming.whenBecomesReadable().then([this] {
+    return m_Incoming->whenBecomesReadable().then([this] {
         Accept();
         return AcceptAll();
     });
@@ -79,7 +86,7 @@ kj::Promise<void> ClientHost::AcceptAll()
 
 void ClientHost::Accept()
 {
-    for (;;) {
+    while (m_Listener >= 0) {
         const int socket = accept4(m_Listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
         if (socket >= 0) {
             Serve(socket);

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 /// Accepts this user's clients at a listening socket and serves each one until it goes.
 class ClientHost : private kj::TaskSet::ErrorHandler
@@ -20,9 +21,11 @@ public:
     /// Makes the first object of each connection; `callsUnderWay` counts that connection's calls.
     using MakeLibrary = std::function<wire::Library::Client(std::function<int()> callsUnderWay)>;
 
-    ClientHost(KjLoop& loop, int listener, MakeLibrary makeLibrary);
+    ClientHost(KjLoop& loop, MakeLibrary makeLibrary);
     ~ClientHost() noexcept(false) { m_Ledger->Close(); }
 
+    /// Accepts at this socket from now on, and at no other; -1 for none.
+    void Listen(int listener);
     int ClientCount() const { return m_Clients; }
     /// Accepts clients that have connected but have not been seen by the loop yet.
     void TakeWaiting() { Accept(); }
@@ -41,8 +44,9 @@ private:
     void taskFailed(kj::Exception&& exception) override;
 
     KjLoop& m_Loop;
-    const int m_Listener;
-    kj::UnixEventPort::FdObserver m_Incoming;
+    int m_Listener = -1;
+    std::optional<kj::UnixEventPort::FdObserver> m_Incoming;
+    kj::Promise<void> m_Accepting = kj::READY_NOW;
     std::shared_ptr<ClientLedger> m_Ledger;
     const MakeLibrary m_MakeLibrary;
     std::function<void()> m_CountChanged;

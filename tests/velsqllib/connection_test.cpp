@@ -3,6 +3,7 @@
 #include "velsqllib/RemoteLibrary.h"
 #include "velsqllib/StateFolder.h"
 
+#include <QDir>
 #include <QTemporaryFile>
 #include <QTest>
 
@@ -57,6 +58,19 @@ protected:
 Variant Nested(int levels)
 {
     return SafeArray(QList<Variant>{levels == 1 ? Variant(qint16{1}) : Nested(levels - 1), Null{}});
+}
+
+TEST_F(ConnectionTest, ASocketThatIsRemovedIsThereAgainAndItsClientsStay)
+{
+    const QFileInfo socket(m_Server.SocketPath());
+    for (const bool withFolder : {false, true}) {
+        EXPECT_TRUE(withFolder ? socket.dir().removeRecursively() : QFile::remove(socket.filePath()));
+        RemoteLibrary other(m_Server.SocketPath(), QString());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return OutcomeOf([&] { other.AttachEngine()->Start(); }) == u"done"; }));
+        EXPECT_EQ(Execute(u"calls"_s), u"done");
+    }
+    EXPECT_EQ(m_Server.Terminate(), 0);
+    EXPECT_FALSE(socket.exists());
 }
 
 TEST_F(ConnectionTest, EveryValueComesBackAsItWasSent)
