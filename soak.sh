@@ -10,7 +10,9 @@ case ${1-} in
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
         echo "                                       what was recorded after kills and outages (default: 1000 kills)"
-        echo "       ./soak.sh --links [FAULTS]      links to another machine that die and hang (default: 1000 faults)"
+        echo "       ./soak.sh --links [FAULTS [LINKS]]"
+        echo "                                       links to another machine that die and hang, so many side by side"
+        echo "                                       (default: 1000 faults on 8 links)"
         exit ;;
     --devices)
         scripts/install-packages.sh packaging/test-packages.txt
@@ -27,10 +29,11 @@ case ${1-} in
         scripts/build.sh release programs
         exec env QT_QPA_PLATFORM=offscreen VELSQL_BIN="$PWD/build/release/bin" python3 tests/faults/history_campaign.py "$@" ;;
     --links)
-        case ${2-1000} in *[!0-9]* | '' | 0) echo "./soak.sh --links takes a number of faults" >&2; exit 2 ;; esac
+        for number in "${2-1000}" "${3-8}"; do
+            case $number in *[!0-9]* | '' | 0) echo "./soak.sh --links takes a number of faults, and of links" >&2; exit 2 ;; esac
+        done
         scripts/build.sh release all
-        export VELSQL_SOAK_FAULTS=${2-1000} QT_QPA_PLATFORM=offscreen
-        exec build/release/bin/soak_links ;;
+        VELSQL_BIN=$PWD/build/release/bin exec python3 tests/faults/links.py "${2-1000}" "${3-8}" ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
 esac
 export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))

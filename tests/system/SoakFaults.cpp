@@ -48,6 +48,11 @@ std::vector<SoakFault> SoakFaults::All()
              QDir(there.Path(QStringLiteral("there/run/velsql"))).removeRecursively();
          }},
         {"socket here removed", 2, none, [this] { SweepAwayAndKill(); }},
+        {"socket there removed", 2, none,
+         [=, &there, this] {
+             QDir(there.Path(QStringLiteral("there/run/velsql"))).removeRecursively();
+             killed(OneOf(there.Ssh()));
+         }},
     };
 }
 
