@@ -2,11 +2,15 @@
 
 #include "batchwrite/FramePacer.h"
 #include "batchwrite/LineReader.h"
+#include "core/ConsoleServices.h"
 #include "core/modMain.h"
 #include "core/modValues.h"
 
 #include <QFileDialog>
 #include <QStringBuilder>
+
+#include <exception>
+#include <optional>
 
 using namespace modMain;
 
@@ -42,6 +46,27 @@ std::pair<QString, QString> Split(const QString& line, const LineReader& lines)
     const qsizetype comma = line.indexOf(u',');
     if (comma < 0) throw lines.FaultOf(line, QStringLiteral("has no comma"));
     return {line.first(comma), line.sliced(comma + 1)};
+}
+
+/// Looks the item up and writes to it, in one round trip where the server can. Throws what is wrong with either.
+void Write(VelSQLLib& server, VelSQLController& controller, const QString& name, const QString& typedText)
+{
+    std::optional<Variant> value;
+    const auto write = [&] {
+        const ItemRef item = controller.get_Item(Variant(name)); // kept until the line is done
+        if (!value) value = Converter().TextToValue(typedText);
+        item->put_Value(*value);
+    };
+    std::exception_ptr failure;
+    const auto take = [&] {
+        try {
+            write();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    };
+    server.TakeSteps({{write, take}}, 0);
+    if (failure) std::rethrow_exception(failure);
 }
 
 } // namespace
@@ -95,8 +120,7 @@ void frmBatchWrite::RunBatch()
     while (const std::optional<QString> line = lines.Next()) {
         const auto [name, typedText] = Split(*line, lines);
         Announce(QString(u"Item(" % name % u')'), u"put_Value");
-        const ItemRef item = controller->get_Item(Variant(name)); // kept until the line is done
-        item->put_Value(Converter().TextToValue(typedText));
+        Write(GetMainWindow()->Services().Library, *controller, name, typedText);
         AddLog(QStringLiteral("Succeeded."));
         if (!LetEventsRun(*pacer)) break;
     }

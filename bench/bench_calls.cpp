@@ -75,7 +75,7 @@ private:
 };
 
 /// What is measured: with a controller, and an item of it.
-using Action = std::function<void(VelSQLController&, VelSQLItem&)>;
+using Action = std::function<void(VelSQLLib&, VelSQLController&, VelSQLItem&)>;
 
 /// A client on a thread of its own, because a thread has one loop; adds what each of `count` actions costs.
 void Measure(Kind kind, const Server& server, int count, const Action& action, Figures::Cost& cost)
@@ -85,9 +85,9 @@ void Measure(Kind kind, const Server& server, int count, const Action& action, F
         RemoteLibrary library(server.SocketPath(), QString());
         const auto controller = library.AttachEngine()->get_Controller(Variant(QStringLiteral("PLC1")));
         const auto item = controller->get_Item(Variant(QStringLiteral("D100")));
-        for (int i = 0; i < count / 10; ++i) action(*controller, *item);
+        for (int i = 0; i < count / 10; ++i) action(library, *controller, *item);
         const double cpu = CpuUs(CLOCK_THREAD_CPUTIME_ID) + server.CpuUs();
-        const auto costs = Figures::MeasureInTurn(1, count, {[&] { action(*controller, *item); }});
+        const auto costs = Figures::MeasureInTurn(1, count, {[&] { action(library, *controller, *item); }});
         cost.MedianUs += costs[0].MedianUs / Rounds;
         cost.CpuUs += (CpuUs(CLOCK_THREAD_CPUTIME_ID) + server.CpuUs() - cpu) / count / Rounds;
     }));
@@ -110,7 +110,7 @@ std::array<Figures::Cost, 2> Compare(const QString& title, const Servers& server
 
 bool CompareTime(const QString& title, const Servers& servers, double limit)
 {
-    const auto costs = Compare(title, servers, CallsPerRound, [](auto&, VelSQLItem& item) { item.get_Value(); });
+    const auto costs = Compare(title, servers, CallsPerRound, [](auto&, auto&, VelSQLItem& item) { item.get_Value(); });
     return Figures::PrintRatio(title + QStringLiteral(": time / plain"), costs[1].MedianUs / costs[0].MedianUs, limit);
 }
 
@@ -141,7 +141,7 @@ private:
     QEventLoop m_Waiting;
 };
 
-void TakeEvents(VelSQLController& controller, VelSQLItem&)
+void TakeEvents(VelSQLLib&, VelSQLController& controller, VelSQLItem&)
 {
     Subscriber subscriber(40'000);
     const auto subscription = controller.Subscribe(subscriber);
@@ -150,10 +150,11 @@ void TakeEvents(VelSQLController& controller, VelSQLItem&)
     subscriber.Wait();
 }
 
-/// As a batch does for each line.
-void WriteLine(VelSQLController& controller, VelSQLItem&)
+/// As a batch does for each line: both calls together, where that is known.
+void WriteLine(VelSQLLib& library, VelSQLController& controller, VelSQLItem&)
 {
-    controller.get_Item(Variant(QStringLiteral("D100")))->put_Value(Variant(qint32{7}));
+    const auto write = [&] { controller.get_Item(Variant(QStringLiteral("D100")))->put_Value(Variant(qint32{7})); };
+    library.TakeSteps({{write, write}}, 0);
 }
 
 void PrintPingPong(RawPingPong& raw)
@@ -166,7 +167,7 @@ void PrintPingPong(RawPingPong& raw)
 bool CompareRest(const Server& server)
 {
     double cpu = 0;
-    const auto rest = [&](VelSQLController&, VelSQLItem& item) {
+    const auto rest = [&](auto&, auto&, VelSQLItem& item) {
         for (int i = 0; i < CallsPerRound; ++i) item.get_Value();
         const double before = CpuUs(CLOCK_THREAD_CPUTIME_ID) + server.CpuUs();
         QThread::sleep(2);

@@ -17,18 +17,25 @@ void AddLine(QStringList& lines, QStringView name, const QString& text)
 
 } // namespace
 
-QString ReadItemTip(const TreeNode& node, const VelSQLLib& server)
+QString ReadItemTip(const TreeNode& node, VelSQLLib& server)
 {
     if ((node.Tag() != NodeTag::Item && node.Tag() != NodeTag::AddItem) || !node.IsInTree()) return {};
+    if (!modMain::Engine || !server.IsPrompt()) return {};
+    QString description, value;
+    const auto read = [&] {
+        const ItemRef item = modMain::Engine->get_Controller(node.Parent()->Text())->get_Item(node.Text());
+        description = item->get_Description();
+        value = ReadableValue(*item);
+    };
+    const auto take = [&] {
+        try {
+            read();
+        } catch (...) { // the tip shows what there is
+        }
+    };
+    server.TakeSteps({{read, take}}, 0);
     QStringList lines;
-    try {
-        if (!modMain::Engine || !server.IsPrompt()) return {};
-        const ControllerRef controller = modMain::Engine->get_Controller(node.Parent()->Text());
-        if (!server.IsPrompt()) return {};
-        const ItemRef item = controller->get_Item(node.Text());
-        if (server.IsPrompt()) AddLine(lines, u"Description", item->get_Description());
-        if (server.IsPrompt()) AddLine(lines, u"Value", ReadableValue(*item));
-    } catch (...) { // the tip shows what there is
-    }
+    AddLine(lines, u"Description", description);
+    AddLine(lines, u"Value", value);
     return lines.join(u'\n');
 }

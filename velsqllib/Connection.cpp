@@ -149,8 +149,9 @@ void Connection::AskTogether(ForeseenCalls& calls, const QList<CallStep>& steps,
     static const WireMethod& callInTurn = WireMethod::Of<wire::Library, wire::Library::CallInTurnParams>();
     try {
         EnsureUsable();
-        if (!m_Attachment->Version() || m_Attachment->Version()->Level < callInTurn.Since) return;
-        calls.Foresee(steps, first);
+        const quint16 level = m_Attachment->Version() ? std::min(m_Attachment->Version()->Level, Level()) : quint16{0};
+        if (level < callInTurn.Since) return;
+        calls.Foresee(steps, first, level);
         if (calls.Count() < 2) return;
         auto request = m_Attachment->Library().callInTurnRequest();
         calls.Write(request);

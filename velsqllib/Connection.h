@@ -69,6 +69,8 @@ public:
     /// Only inside a call. Throws ServerError when the server is too old for what was added at that level.
     void RequireLevel(quint16 level);
 
+    /// What this client knows of the schema: on a plain loop no more than clients of the first version did.
+    quint16 Level() const { return m_Loop->GetKind() == KjLoop::Kind::Plain ? 0 : wire::LEVEL; }
     /// See VelSQLLib, these two.
     qsizetype TakeSteps(const QList<CallStep>& steps, qsizetype first);
     QString VersionNote() const;

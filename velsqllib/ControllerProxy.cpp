@@ -8,10 +8,7 @@ ItemRef ControllerProxy::get_Item(const Variant& name)
 {
     return Call(
         &WireClient::getItemRequest, [&](auto& request) { WriteValue(name, request.initName(), Objects()); },
-        [&](auto& response) {
-            return std::make_shared<ItemProxy>(GetConnection(), ObjectWay{Way().ControllerName, ToPlainText(name)},
-                                               response.getResult());
-        });
+        ObjectResult<ItemProxy>{{Way().ControllerName, ToPlainText(name)}});
 }
 
 void ControllerProxy::Start()

@@ -16,27 +16,42 @@ public:
 
     kj::Promise<void> onChangeState(OnChangeStateContext context) override
     {
-        const qint32 state = context.getParams().getNewVal();
-        return Add([state](ControllerEvents& events) { events.OnChangeState(state); });
+        return Add({context.getParams().getNewVal()});
     }
 
     kj::Promise<void> onChangeItem(OnChangeItemContext context) override
     {
-        const auto connection = m_Connection.lock();
-        if (!connection) return kj::READY_NOW;
-        auto item = std::dynamic_pointer_cast<VelSQLItem>(connection->Objects().Read(context.getParams().getItem()));
+        std::vector<Change> changes;
+        AddItem(context.getParams().getItem(), changes);
         context.releaseParams();
-        if (!item) return kj::READY_NOW;
-        return Add([item](ControllerEvents& events) { events.OnChangeItem(item); },
-                   [item](ControllerEvents& events) { events.ForeseeChangeItem(item); });
+        return Add(changes);
+    }
+
+    kj::Promise<void> onChanges(OnChangesContext context) override
+    {
+        std::vector<Change> changes;
+        for (const auto change : context.getParams().getChanges()) {
+            if (changes.size() > EventQueue::MostWaiting) break; // they will be refused
+            if (change.isState()) changes.emplace_back(change.getState());
+            else if (change.isItem()) AddItem(change.getItem(), changes);
+        }
+        context.releaseParams();
+        return Add(changes);
     }
 
 private:
-    kj::Promise<void> Add(EventQueue::Deliver deliver, EventQueue::Deliver foresee = {})
+    void AddItem(wire::Object::Reader reader, std::vector<Change>& changes)
     {
         const auto connection = m_Connection.lock();
-        if (!connection || !m_Sink->Target) return kj::READY_NOW;
-        return connection->Events().Add(m_Sink, std::move(deliver), std::move(foresee));
+        if (!connection) return;
+        auto item = std::dynamic_pointer_cast<VelSQLItem>(connection->Objects().Read(reader));
+        if (item) changes.emplace_back(std::move(item));
+    }
+    kj::Promise<void> Add(const std::vector<Change>& changes)
+    {
+        const auto connection = m_Connection.lock();
+        if (!connection || !m_Sink->Target || changes.empty()) return kj::READY_NOW;
+        return connection->Events().Add(m_Sink, changes);
     }
 
     std::weak_ptr<Connection> m_Connection;
@@ -82,5 +97,6 @@ capnp::RemotePromise<wire::Controller::SubscribeResults> ControllerSubscription:
 {
     auto request = FindController(*m_Connection, m_ControllerName).subscribeRequest();
     request.setEvents(kj::heap<EventReceiver>(m_Connection, m_Sink));
+    request.setLevel(m_Connection->Level());
     return request.send();
 }

@@ -9,10 +9,7 @@ ControllerRef EngineProxy::get_Controller(const Variant& name)
 {
     return Call(
         &WireClient::getControllerRequest, [&](auto& request) { WriteValue(name, request.initName(), Objects()); },
-        [&](auto& response) {
-            return std::make_shared<ControllerProxy>(GetConnection(), ObjectWay{ToPlainText(name), {}},
-                                                     response.getResult());
-        });
+        ObjectResult<ControllerProxy>{{ToPlainText(name), {}}});
 }
 
 /// The item is asked for before the controller has arrived. Without the controller this fails as get_Controller does.
@@ -54,9 +51,7 @@ Variant EngineProxy::Execute(const QString& command)
 
 HistoryRef EngineProxy::get_History()
 {
-    return Call(&WireClient::getHistoryRequest, NoArguments, [&](auto& response) {
-        return std::make_shared<HistoryProxy>(GetConnection(), ObjectWay{}, response.getResult());
-    });
+    return Call(&WireClient::getHistoryRequest, NoArguments, ObjectResult<HistoryProxy>{});
 }
 
 Variant EngineProxy::get_ControllerNames()

@@ -3,6 +3,21 @@
 #include <QElapsedTimer>
 #include <QScopedValueRollback>
 
+class EventQueue::Acknowledgement
+{
+public:
+    explicit Acknowledgement(kj::Own<kj::PromiseFulfiller<void>> fulfiller)
+        : m_Fulfiller(kj::mv(fulfiller))
+    {
+    }
+    Acknowledgement(const Acknowledgement&) = delete;
+    Acknowledgement& operator=(const Acknowledgement&) = delete;
+    ~Acknowledgement() { m_Fulfiller->fulfill(); }
+
+private:
+    kj::Own<kj::PromiseFulfiller<void>> m_Fulfiller;
+};
+
 EventQueue::EventQueue(TakeSteps takeSteps)
     : m_TakeSteps(std::move(takeSteps))
 {
@@ -10,15 +25,17 @@ EventQueue::EventQueue(TakeSteps takeSteps)
     connect(&m_Turn, &QTimer::timeout, this, &EventQueue::HandleSlice);
 }
 
-kj::Promise<void> EventQueue::Add(std::shared_ptr<EventSink> sink, Deliver deliver, Deliver foresee)
+kj::Promise<void> EventQueue::Add(const std::shared_ptr<EventSink>& sink, const std::vector<Change>& changes)
 {
-    if (sink->Waiting >= MostWaiting)
+    const auto count = static_cast<int>(std::min<std::size_t>(changes.size(), MostWaiting + 1));
+    if (sink->Waiting + count > MostWaiting)
         return kj::Exception(kj::Exception::Type::OVERLOADED, __FILE__, __LINE__,
                              kj::heapString("Too many events wait for the client."));
-    ++sink->Waiting;
     auto done = kj::newPromiseAndFulfiller<void>();
-    m_Events.push_back({std::move(sink), std::move(deliver), std::move(foresee), kj::mv(done.fulfiller)});
-    m_Turn.start();
+    const auto acknowledgement = std::make_shared<Acknowledgement>(kj::mv(done.fulfiller));
+    sink->Waiting += count;
+    for (const Change& change : changes) m_Events.push_back({sink, change, acknowledgement});
+    if (!m_Turn.isActive()) m_Turn.start();
     return kj::mv(done.promise);
 }
 
@@ -52,7 +69,8 @@ void EventQueue::HandleSome()
 void EventQueue::ForeseeNth(qsizetype n)
 {
     const Event& event = m_Events[static_cast<std::size_t>(n)];
-    if (event.ForeseeFor && event.Sink->Target) event.ForeseeFor(*event.Sink->Target);
+    const ItemRef* item = std::get_if<ItemRef>(&event.Change);
+    if (item && event.Sink->Target) event.Sink->Target->ForeseeChangeItem(*item);
 }
 
 void EventQueue::HandleFirst()
@@ -66,10 +84,12 @@ void EventQueue::HandleFirst()
 void EventQueue::Handle(Event event)
 {
     --event.Sink->Waiting;
+    ControllerEvents* target = event.Sink->Target;
     try {
-        if (event.Sink->Target) event.DeliverTo(*event.Sink->Target);
+        const ItemRef* item = std::get_if<ItemRef>(&event.Change);
+        if (target && item) target->OnChangeItem(*item);
+        else if (target) target->OnChangeState(std::get<qint32>(event.Change));
     } catch (...) {
         // An exception from a handler must not reach the event loop; the handler has reported what it wanted to report.
     }
-    event.Done->fulfill();
 }

@@ -7,6 +7,11 @@
 #include <deque>
 #include <functional>
 #include <kj/async.h>
+#include <variant>
+#include <vector>
+
+/// What a controller tells: its new state, or an item that has changed.
+using Change = std::variant<qint32, ItemRef>;
 
 /// Receives a subscription's events; outlives the subscription in the queue.
 struct EventSink
@@ -30,15 +35,13 @@ public:
     /// waited for the answers.
     static constexpr int MostWaiting = 1024;
 
-    using Deliver = std::function<void(ControllerEvents&)>;
     /// See VelSQLLib::TakeSteps.
     using TakeSteps = std::function<qsizetype(const QList<CallStep>& steps, qsizetype first)>;
 
     explicit EventQueue(TakeSteps takeSteps);
 
-    /// The promise is fulfilled when the event has been handled or dropped, and rejected when too many events wait.
-    /// `foresee` makes the calls that handling the event will make.
-    kj::Promise<void> Add(std::shared_ptr<EventSink> sink, Deliver deliver, Deliver foresee = {});
+    /// The promise is fulfilled when all of these events have been handled or dropped, and rejected when too many wait.
+    kj::Promise<void> Add(const std::shared_ptr<EventSink>& sink, const std::vector<Change>& changes);
     void Clear();
 
 Q_SIGNALS:
@@ -49,12 +52,13 @@ private:
     /// At most, the events whose calls are asked together: half of what the bundled server leaves unanswered.
     static constexpr qsizetype MostTogether = 256;
 
+    /// Answers the message that has brought an event, when the last of its events lets go.
+    class Acknowledgement;
     struct Event
     {
         std::shared_ptr<EventSink> Sink;
-        Deliver DeliverTo;
-        Deliver ForeseeFor;
-        kj::Own<kj::PromiseFulfiller<void>> Done;
+        ::Change Change;
+        std::shared_ptr<Acknowledgement> Done;
     };
 
     void HandleSlice();

@@ -6,8 +6,16 @@
 
 #include <algorithm>
 
-void ForeseenCalls::Foresee(const QList<CallStep>& steps, qsizetype first)
+namespace {
+
+/// Servers of earlier levels do not know calls on what an earlier call answers.
+constexpr quint16 LevelOfResults = 2;
+
+} // namespace
+
+void ForeseenCalls::Foresee(const QList<CallStep>& steps, qsizetype first, quint16 level)
 {
+    m_Level = level;
     const QScopedValueRollback foreseeing(m_IsForeseeing, true);
     const qsizetype wanted = 2 * (steps.size() - first) + MostCallsOfStep;
     m_Calls = m_Message.initRoot<wire::Library::CallInTurnParams>().initCalls(
@@ -26,12 +34,13 @@ void ForeseenCalls::Foresee(const QList<CallStep>& steps, qsizetype first)
 capnp::AnyPointer::Builder ForeseenCalls::Note(CallTarget& target, const WireMethod& method)
 {
     const std::size_t at = m_Noted.size();
+    const uint16_t object = IndexOf(target);
     const bool continues = at > 0 && m_Noted.back().Step == m_Step;
     const wire::Condition condition = continues ? ConditionOf(method) : wire::Condition::ALWAYS;
     m_Noted.push_back({&target, &method, m_Step});
     if (at >= m_Calls.size()) throw ServerError(QStringLiteral("Too many calls are foreseen."));
     auto call = m_Calls[static_cast<uint>(at)];
-    call.setObject(IndexOf(target));
+    call.setObject(object);
     call.setMethod(method.Ordinal);
     call.setCondition(condition);
     call.setContinuesStep(continues);
@@ -49,10 +58,22 @@ wire::Condition ForeseenCalls::ConditionOf(const WireMethod& method) const
 
 uint16_t ForeseenCalls::IndexOf(CallTarget& target)
 {
+    if (const auto result = IndexOfResult(target)) return *result;
     const auto known = std::find(m_Objects.begin(), m_Objects.end(), &target);
     const auto index = static_cast<uint16_t>(known - m_Objects.begin());
     if (known == m_Objects.end()) m_Objects.push_back(&target);
     return index;
+}
+
+/// Throws ServerError when the server cannot be asked so.
+std::optional<uint16_t> ForeseenCalls::IndexOfResult(const CallTarget& target) const
+{
+    for (std::size_t call = 0; call < m_Noted.size(); ++call) {
+        if (m_Noted[call].Result.get() != &target) continue;
+        if (m_Level < LevelOfResults) throw ServerError(QStringLiteral("The server does not know the object yet."));
+        return static_cast<uint16_t>(wire::FIRST_RESULT + call);
+    }
+    return {};
 }
 
 void ForeseenCalls::Write(wire::Library::CallInTurnParams::Builder request)
@@ -108,4 +129,11 @@ std::optional<ForeseenCalls::Results> ForeseenCalls::ResultsOf(const CallTarget&
     if (!outcome.isFailure()) return outcome.getResults();
     const auto text = outcome.getFailure();
     throw ServerError(QString::fromUtf8(text.begin(), static_cast<qsizetype>(text.size())));
+}
+
+void ForeseenCalls::SetResult(CallTarget& object)
+{
+    const CallTarget* expected = m_Noted[m_Next - 1].Result.get();
+    for (Noted& noted : m_Noted)
+        if (noted.Target == expected) noted.Target = &object;
 }

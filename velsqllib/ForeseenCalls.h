@@ -5,6 +5,7 @@
 
 #include <capnp/message.h>
 
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -26,11 +27,14 @@ class ForeseenCalls
 public:
     using Results = capnp::AnyPointer::Reader;
 
-    /// Notes what the steps from `first` on foresee, up to one that foresees nothing.
-    void Foresee(const QList<CallStep>& steps, qsizetype first);
+    /// Notes what the steps from `first` on foresee, up to one that foresees nothing, or what a server of this level
+    /// (see the schema) cannot be asked together with others.
+    void Foresee(const QList<CallStep>& steps, qsizetype first, quint16 level);
     bool IsForeseeing() const { return m_IsForeseeing; }
     /// Where the struct of the call's parameters is to be written.
     capnp::AnyPointer::Builder Note(CallTarget& target, const WireMethod& method);
+    /// The call noted last answers this object, of which nothing is known yet but that calls are made on it.
+    void ExpectResult(std::shared_ptr<CallTarget> object) { m_Noted.back().Result = std::move(object); }
     uint Count() const { return static_cast<uint>(m_Noted.size()); }
 
     void Write(wire::Library::CallInTurnParams::Builder request);
@@ -42,6 +46,8 @@ public:
     qsizetype Take(const QList<CallStep>& steps, qsizetype first);
     /// Nothing when the call has to be made by itself. Throws ServerError when it has failed.
     std::optional<Results> ResultsOf(const CallTarget& target, const WireMethod& method, Results parameters);
+    /// This is the object that the call answered last was expected to answer.
+    void SetResult(CallTarget& object);
 
 private:
     /// In one message.
@@ -53,14 +59,17 @@ private:
         CallTarget* Target;
         const WireMethod* Method;
         qsizetype Step;
+        std::shared_ptr<CallTarget> Result = {};
     };
 
     wire::Condition ConditionOf(const WireMethod& method) const;
     uint16_t IndexOf(CallTarget& target);
+    std::optional<uint16_t> IndexOfResult(const CallTarget& target) const;
     wire::Outcome::Reader OutcomeOf(std::size_t call);
     /// The first step that is not answered as a whole.
     qsizetype UnansweredStep();
 
+    quint16 m_Level = 0;
     capnp::MallocMessageBuilder m_Message{512}; // words
     capnp::List<wire::Call>::Builder m_Calls;
     std::vector<CallTarget*> m_Objects;

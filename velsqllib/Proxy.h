@@ -55,9 +55,15 @@ protected:
     struct PlainResult
     {
     };
+    /// An object of the server, that far from the engine.
+    template <typename Object>
+    struct ObjectResult
+    {
+        ObjectWay Way;
+    };
 
-    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response. Plain
-    /// results may have been asked beforehand, together with others.
+    /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response, where
+    /// it is not of the kinds above. These may have been asked beforehand, together with others.
     template <typename Params, typename Results, typename Fill = std::remove_const_t<decltype(NoArguments)>,
               typename Read = PlainResult>
     auto Call(capnp::Request<Params, Results> (WireClient::*operation)(kj::Maybe<capnp::MessageSize>),
@@ -65,14 +71,14 @@ protected:
     {
         KJ_ON_SCOPE_FAILURE(if (!m_Confirmed) m_Generation = 0); // the next call looks for it again
         const WireMethod& method = WireMethod::Of<Wire, Params>();
-        if constexpr (std::same_as<Read, PlainResult>) {
+        if constexpr (!std::invocable<Read, capnp::Response<Results>&>) {
             ForeseenCalls* foreseen = m_Connection->Foreseen();
-            if (foreseen && foreseen->IsForeseeing()) return Foresee<Params, Results>(*foreseen, method, fill);
+            if (foreseen && foreseen->IsForeseeing()) return Foresee<Params, Results>(*foreseen, method, fill, read);
             if (foreseen) {
                 if (const auto results =
                         m_Connection->Reading([&] { return Asked<Params>(*foreseen, method, fill); })) {
                     m_Confirmed = true;
-                    return m_Connection->Reading([&] { return ResultOf(results->template getAs<Results>()); });
+                    return m_Connection->Reading([&] { return Answer<Results>(*foreseen, *results, read); });
                 }
             }
         }
@@ -85,8 +91,7 @@ protected:
             },
             [&](auto response) {
                 m_Confirmed = true;
-                if constexpr (std::same_as<Read, PlainResult>) return ResultOf(response);
-                else return read(response);
+                return ResultOf(response, read);
             });
     }
 
@@ -95,7 +100,7 @@ protected:
 
 private:
     template <typename Response>
-    auto ResultOf(const Response& response)
+    auto ResultOf(Response& response, const PlainResult&)
     {
         if constexpr (requires { response.getResult(); }) {
             using Result = decltype(response.getResult());
@@ -104,15 +109,35 @@ private:
             else return response.getResult();
         }
     }
+    template <typename Response, typename Object>
+    auto ResultOf(Response& response, const ObjectResult<Object>& object)
+    {
+        return std::make_shared<Object>(m_Connection, object.Way, response.getResult());
+    }
+    template <typename Response, std::invocable<Response&> Read>
+    auto ResultOf(Response& response, const Read& read)
+    {
+        return read(response);
+    }
 
     /// Notes the call; the result is made up.
     template <typename Params, typename Results, typename Fill>
-    auto Foresee(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill)
+    auto Foresee(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill, const PlainResult& plain)
     {
         WriteParams<Params>(foreseen.Note(*this, method), fill);
-        using Result = decltype(ResultOf(typename Results::Reader()));
+        typename Results::Reader nothing;
+        using Result = decltype(ResultOf(nothing, plain));
         if constexpr (std::same_as<Result, bool>) return true;
-        else return ResultOf(typename Results::Reader());
+        else return ResultOf(nothing, plain);
+    }
+    template <typename Params, typename Results, typename Fill, typename Object>
+    auto Foresee(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill,
+                 const ObjectResult<Object>& object)
+    {
+        WriteParams<Params>(foreseen.Note(*this, method), fill);
+        auto expected = std::make_shared<Object>(m_Connection, object.Way, nullptr);
+        foreseen.ExpectResult(expected);
+        return expected;
     }
 
     /// What the server has answered to this very call already.
@@ -127,6 +152,19 @@ private:
             auto params = message.getRoot<capnp::AnyPointer>();
             WriteParams<Params>(params, fill);
             return foreseen.ResultsOf(*this, method, params);
+        }
+    }
+
+    template <typename Results, typename Read>
+    auto Answer(ForeseenCalls& foreseen, ForeseenCalls::Results results, const Read& read)
+    {
+        auto response = results.getAs<Results>();
+        if constexpr (std::same_as<Read, PlainResult>) {
+            return ResultOf(response, read);
+        } else {
+            auto object = ResultOf(response, read);
+            foreseen.SetResult(*object);
+            return object;
         }
     }
 

@@ -5,8 +5,9 @@
 using Cxx = import "/capnp/c++.capnp";
 $Cxx.namespace("wire");
 
-const level :UInt16 = 1;
-# Counts up with every version of the programs that adds to this file. A server tells its own.
+const level :UInt16 = 2;
+# Counts up with every version of the programs that adds to this file. A server tells its own, and a client that
+# subscribes to events.
 
 annotation since @0xc1d7a0e25b9f4836 (method) :UInt16;
 # The level from which on servers know a method; no client calls it on an older one. Methods without it are known to all.
@@ -83,9 +84,12 @@ interface Library {
   # last beyond 25 ms, or when the outcomes are large; the rest may be asked again. At least one call is answered.
 }
 
+const firstResult :UInt16 = 32768;
+
 struct Call {
   object @0 :UInt16;
-  # Which of the objects; of these only the references count, not the paths.
+  # Which of the objects; of these only the references count, not the paths. From firstResult on: what an earlier call
+  # of the list has answered, the first one being firstResult itself; servers know this from level 2 on.
   method @1 :UInt16;
   # Its ordinal in the object's own interface.
   parameters @2 :AnyPointer;
@@ -144,8 +148,8 @@ interface Controller {
   getName @16 () -> (result :Text16);
   getSettingData @17 (index :Value) -> (result :Value);
 
-  subscribe @18 (events :ControllerEvents) -> (subscription :Subscription);
-  # Events arrive until the subscription is dropped.
+  subscribe @18 (events :ControllerEvents, level :UInt16) -> (subscription :Subscription);
+  # Events arrive until the subscription is dropped, in calls that clients of this level know.
 }
 
 interface Subscription {}
@@ -153,6 +157,15 @@ interface Subscription {}
 interface ControllerEvents {
   onChangeState @0 (newVal :Int32);
   onChangeItem @1 (item :Object);
+  onChanges @2 (changes :List(Change)) $since(2);
+  # Several of them, in order; answered when all are handled.
+}
+
+struct Change {
+  union {
+    state @0 :Int32;
+    item @1 :Object;
+  }
 }
 
 interface Item {

@@ -12,6 +12,11 @@ constexpr std::chrono::milliseconds MostTime{25};
 constexpr quint64 MostWords = 128 * 1024;
 constexpr qint64 AttributeWriteOnly = 2;
 
+[[noreturn]] void ThrowNoObject()
+{
+    throw ServerError(QStringLiteral("A call has no object."));
+}
+
 /// An interface, looked up once.
 struct Interface
 {
@@ -40,7 +45,18 @@ const Interface& InterfaceOf(wire::Object::Which kind)
     case wire::Object::HISTORY: return InterfaceOf<wire::History>();
     case wire::Object::NONE: break;
     }
-    throw ServerError(QStringLiteral("A call has no object."));
+    ThrowNoObject();
+}
+
+/// The kind of object that the method answers.
+wire::Object::Which KindOfResult(const capnp::InterfaceSchema::Method& method)
+{
+    const auto fields = method.getResultType().getFields();
+    if (fields.size() == 0 || !fields[0].getType().isInterface()) ThrowNoObject();
+    const quint64 id = fields[0].getType().asInterface().getProto().getId();
+    for (const auto kind : {wire::Object::CONTROLLER, wire::Object::ITEM, wire::Object::HISTORY})
+        if (InterfaceOf(kind).Id == id) return kind;
+    ThrowNoObject();
 }
 
 capnp::Capability::Client ReferenceIn(wire::Object::Reader object)
@@ -49,8 +65,10 @@ capnp::Capability::Client ReferenceIn(wire::Object::Reader object)
     case wire::Object::ENGINE: return object.getEngine();
     case wire::Object::CONTROLLER: return object.getController();
     case wire::Object::ITEM: return object.getItem();
-    default: return object.getHistory();
+    case wire::Object::HISTORY: return object.getHistory();
+    case wire::Object::NONE: break;
     }
+    return nullptr;
 }
 
 bool HasResult(const capnp::InterfaceSchema::Method& method)
@@ -84,16 +102,22 @@ CallsInTurn::CallsInTurn(PlantObjects& objects, Context context)
 
 kj::Promise<void> CallsInTurn::Run()
 {
-    if (m_Servers.size() == m_Objects.size()) return CarryOutRest();
-    return m_Plant.ServerOf(m_Objects[static_cast<uint>(m_Servers.size())])
-        .then([this](capnp::Capability::Server* server) { return Found(server); },
-              [this](kj::Exception&&) { return Found(nullptr); }); // the calls on it say why
+    if (m_Targets.size() == m_Objects.size()) return CarryOutRest();
+    const auto object = m_Objects[static_cast<uint>(m_Targets.size())];
+    return TargetFor(object.which(), ReferenceIn(object)).then([this](Target&& target) {
+        m_Targets.push_back(kj::mv(target));
+        return Run();
+    });
 }
 
-kj::Promise<void> CallsInTurn::Found(capnp::Capability::Server* server)
+kj::Promise<CallsInTurn::Target> CallsInTurn::TargetFor(Kind kind, capnp::Capability::Client reference)
 {
-    m_Servers.push_back(server);
-    return Run();
+    auto found = m_Plant.ServerOf(kind, reference).catch_([](kj::Exception&&) { // the calls on it say why
+        return static_cast<Server*>(nullptr);
+    });
+    return found.then([reference = kj::mv(reference)](Server* server) mutable {
+        return Target{kj::mv(reference), server};
+    });
 }
 
 kj::Promise<void> CallsInTurn::CarryOutRest()
@@ -102,7 +126,7 @@ kj::Promise<void> CallsInTurn::CarryOutRest()
         const auto call = m_Calls[m_Next];
         if (!call.getContinuesStep()) m_StepFailed = false;
         if (IsWanted(call)) {
-            if (auto done = CarryOut(call)) return kj::mv(*done);
+            if (auto done = CarryOut()) return kj::mv(*done);
         } else {
             m_Outcomes[m_Next++].setSkipped();
             m_Last.reset();
@@ -137,29 +161,57 @@ bool CallsInTurn::IsWanted(wire::Call::Reader call) const
 }
 
 /// Nothing when the call has failed already.
-std::optional<kj::Promise<void>> CallsInTurn::CarryOut(wire::Call::Reader call)
+std::optional<kj::Promise<void>> CallsInTurn::CarryOut()
 {
     try {
-        if (call.getObject() >= m_Objects.size()) throw ServerError(QStringLiteral("A call has no object."));
-        const Interface& interface = InterfaceOf(m_Objects[call.getObject()].which());
-        if (call.getMethod() >= interface.Methods.size())
-            throw ServerError(QStringLiteral("A call asks for an unknown operation."));
-        return Await(Send(call, interface.Id), interface.Methods[call.getMethod()]);
+        const uint object = m_Calls[m_Next].getObject();
+        const Kind kind = KindOf(m_Next);
+        const Method method = MethodOf(m_Next);
+        const quint64 interfaceId = InterfaceOf(kind).Id;
+        if (object < wire::FIRST_RESULT) return Await(SendTo(m_Targets[object], interfaceId), method);
+        auto target = TargetFor(kind, ResultOf(object - wire::FIRST_RESULT));
+        return Await(target.then([this, interfaceId](Target&& found) { return SendTo(found, interfaceId); }), method);
     } catch (const ServerError& error) {
         Failed(ToException(error.Description()), true);
         return {};
     }
 }
 
-kj::Promise<void> CallsInTurn::Send(wire::Call::Reader call, quint64 interfaceId)
+kj::Promise<void> CallsInTurn::SendTo(Target& target, quint64 interfaceId)
 {
+    const auto call = m_Calls[m_Next];
     const auto parameters = call.getParameters();
     auto results = m_Outcomes[m_Next].initResults();
-    if (auto* server = m_Servers[call.getObject()])
-        return DirectCall::Make(*server, interfaceId, call.getMethod(), parameters, results);
-    auto request = ReferenceIn(m_Objects[call.getObject()]).typelessRequest(interfaceId, call.getMethod(), nullptr);
+    if (target.Local) return DirectCall::Make(*target.Local, interfaceId, call.getMethod(), parameters, results);
+    auto request = target.Reference.typelessRequest(interfaceId, call.getMethod(), nullptr);
     if (!parameters.isNull()) request.set(parameters);
     return request.send().then([results](auto&& response) mutable { results.set(response); });
+}
+
+/// Of the object that it is made on.
+CallsInTurn::Kind CallsInTurn::KindOf(uint call)
+{
+    const uint object = m_Calls[call].getObject();
+    if (object < m_Objects.size()) return m_Objects[object].which();
+    const uint before = object - wire::FIRST_RESULT;
+    if (object < wire::FIRST_RESULT || before >= call || !m_Outcomes[before].isResults()) ThrowNoObject();
+    return KindOfResult(MethodOf(before));
+}
+
+CallsInTurn::Method CallsInTurn::MethodOf(uint call)
+{
+    const auto& methods = InterfaceOf(KindOf(call)).Methods;
+    const uint method = m_Calls[call].getMethod();
+    if (method >= methods.size()) throw ServerError(QStringLiteral("A call asks for an unknown operation."));
+    return methods[method];
+}
+
+/// The object that the call has answered.
+capnp::Capability::Client CallsInTurn::ResultOf(uint call)
+{
+    const auto type = MethodOf(call).getResultType();
+    const auto results = m_Outcomes[call].getResults().asReader().getAs<capnp::DynamicStruct>(type);
+    return results.get(type.getFields()[0]).as<capnp::DynamicCapability>();
 }
 
 kj::Promise<void> CallsInTurn::Await(kj::Promise<void> call, const Method& method)

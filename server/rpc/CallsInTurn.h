@@ -26,14 +26,25 @@ public:
 private:
     using Method = capnp::InterfaceSchema::Method;
 
-    /// Of the next object.
-    kj::Promise<void> Found(capnp::Capability::Server* server);
+    using Kind = wire::Object::Which;
+    using Server = capnp::Capability::Server;
+    /// What calls are made on.
+    struct Target
+    {
+        capnp::Capability::Client Reference;
+        Server* Local; ///< null for what is not an item or controller of the plant
+    };
+
+    kj::Promise<Target> TargetFor(Kind kind, capnp::Capability::Client reference);
     kj::Promise<void> CarryOutRest();
     bool IsDone();
     bool HasTimeForAStep();
     bool IsWanted(wire::Call::Reader call) const;
-    std::optional<kj::Promise<void>> CarryOut(wire::Call::Reader call);
-    kj::Promise<void> Send(wire::Call::Reader call, quint64 interfaceId);
+    std::optional<kj::Promise<void>> CarryOut();
+    kj::Promise<void> SendTo(Target& target, quint64 interfaceId);
+    Kind KindOf(uint call);
+    Method MethodOf(uint call);
+    capnp::Capability::Client ResultOf(uint call);
     /// Also for the calls after it.
     kj::Promise<void> Await(kj::Promise<void> call, const Method& method);
     void Answered(const Method& method);
@@ -42,8 +53,7 @@ private:
     PlantObjects& m_Plant;
     Context m_Context;
     capnp::List<wire::Object>::Reader m_Objects;
-    /// The ends of the objects in this process, one each; null for what is not an item or controller of the plant.
-    std::vector<capnp::Capability::Server*> m_Servers;
+    std::vector<Target> m_Targets; ///< of the objects
     capnp::List<wire::Call>::Reader m_Calls;
     capnp::List<wire::Outcome>::Builder m_Outcomes;
     std::chrono::steady_clock::time_point m_Since = std::chrono::steady_clock::now();

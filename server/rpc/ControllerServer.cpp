@@ -127,8 +127,9 @@ kj::Promise<void> ControllerServer::getSettingData(GetSettingDataContext context
 
 kj::Promise<void> ControllerServer::subscribe(SubscribeContext context)
 {
-    context.getResults().setSubscription(kj::heap<SubscriptionServer>(m_Services.AllSubscribers, m_Services.Objects,
-                                                                      m_Controller, context.getParams().getEvents()));
+    const auto params = context.getParams();
+    context.getResults().setSubscription(kj::heap<SubscriptionServer>(
+        m_Services.AllSubscribers, m_Services.Objects, m_Controller, params.getEvents(), params.getLevel()));
     return kj::READY_NOW;
 }
 

@@ -55,10 +55,11 @@ wire::Item::Client ObjectDirectory::Item(const PlantItemRef& item)
     return ReferenceTo(item, m_Items, m_ItemServers, m_Services);
 }
 
-kj::Promise<capnp::Capability::Server*> ObjectDirectory::ServerOf(wire::Object::Reader object)
+kj::Promise<capnp::Capability::Server*> ObjectDirectory::ServerOf(wire::Object::Which kind,
+                                                                  capnp::Capability::Client reference)
 {
-    if (object.isItem()) return FindServer(m_ItemServers, object.getItem());
-    if (object.isController()) return FindServer(m_ControllerServers, object.getController());
+    if (kind == wire::Object::ITEM) return FindServer(m_ItemServers, reference.castAs<wire::Item>());
+    if (kind == wire::Object::CONTROLLER) return FindServer(m_ControllerServers, reference.castAs<wire::Controller>());
     return static_cast<capnp::Capability::Server*>(nullptr); // a bare one would be a promise of nothing
 }
 

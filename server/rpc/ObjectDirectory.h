@@ -31,7 +31,8 @@ public:
     wire::Library::Client Library(std::function<int()> callsUnderWay);
     wire::Controller::Client Controller(const PlantControllerRef& controller) override;
     wire::Item::Client Item(const PlantItemRef& item) override;
-    kj::Promise<capnp::Capability::Server*> ServerOf(wire::Object::Reader object) override;
+    kj::Promise<capnp::Capability::Server*> ServerOf(wire::Object::Which kind,
+                                                     capnp::Capability::Client reference) override;
     wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) override;
 
     /// Objects inside values.

@@ -40,7 +40,8 @@ public:
     virtual wire::Controller::Client Controller(const PlantControllerRef& controller) = 0;
     virtual wire::Item::Client Item(const PlantItemRef& item) = 0;
     /// This process's end of an item or controller that a client refers to; null for anything else.
-    virtual kj::Promise<capnp::Capability::Server*> ServerOf(wire::Object::Reader object) = 0;
+    virtual kj::Promise<capnp::Capability::Server*> ServerOf(wire::Object::Which kind,
+                                                             capnp::Capability::Client reference) = 0;
     /// Also counted for `user`.
     virtual wire::ResultSet::Client Result(const ResultSpoolRef& spool, const HistoryUserRef& user) = 0;
 

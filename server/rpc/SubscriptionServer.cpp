@@ -2,13 +2,15 @@
 
 #include "server/log/Log.h"
 #include "server/rpc/Subscribers.h"
+#include "velsqllib/WireMethod.h"
 
 SubscriptionServer::SubscriptionServer(Subscribers& all, WireObjects& objects, PlantControllerRef controller,
-                                       wire::ControllerEvents::Client events)
+                                       wire::ControllerEvents::Client events, quint16 level)
     : m_All(all)
     , m_Objects(objects)
     , m_Controller(std::move(controller))
     , m_Events(kj::mv(events))
+    , m_TakesMany(level >= WireMethod::Of<wire::ControllerEvents, wire::ControllerEvents::OnChangesParams>().Since)
     , m_Sending(*this)
 {
     m_All.Add(*this);
@@ -30,7 +32,9 @@ void SubscriptionServer::Queue(Event event)
         return Drop(QStringLiteral("%1 are waiting, further ones are dropped").arg(m_Waiting.size()), 1);
     m_Waiting.push_back(std::move(event));
     m_All.AddWaiting(1);
-    if (m_Waiting.size() == 1) SendWaiting();
+    if (m_Waiting.size() == (m_TakesMany ? MostTogether : 1)) SendWaiting();
+    // What else happens in this turn goes with it.
+    else if (m_Waiting.size() == 1) m_SendSoon = kj::evalLater([this] { SendWaiting(); }).eagerlyEvaluate(nullptr);
 }
 
 void SubscriptionServer::GiveUp()
@@ -54,13 +58,25 @@ void SubscriptionServer::Drop(const QString& why, std::size_t count)
 void SubscriptionServer::SendWaiting()
 {
     if (m_Unanswered == 0) m_LastSign = m_All.NextSign(); // nothing has been asked of it
-    while (!m_Waiting.empty() && m_Unanswered < m_All.MostUnanswered() && !m_Ended) {
-        ++m_Unanswered;
-        m_All.AddUnanswered(1);
-        m_Sending.add(Send(m_Waiting.front()).then([this] { Answered(); }));
-        m_Waiting.pop_front();
-        m_All.AddWaiting(-1);
-    }
+    while (const qint32 count = CountForNextMessage()) SendNext(count);
+}
+
+qint32 SubscriptionServer::CountForNextMessage() const
+{
+    const qint32 most = m_Ended ? 0 : std::max(0, m_All.MostUnanswered() - m_Unanswered);
+    const std::size_t together = m_TakesMany ? MostTogether : 1;
+    return std::min(most, static_cast<qint32>(std::min(m_Waiting.size(), together)));
+}
+
+void SubscriptionServer::SendNext(qint32 count)
+{
+    m_Unanswered += count;
+    m_All.AddUnanswered(count);
+    auto sent = count == 1 ? Send(m_Waiting.front()) : SendTogether(count);
+    m_Sending.add(sent.then([this, count] { Answered(count); },
+                            [this, count](kj::Exception&& exception) { Failed(exception, count); }));
+    m_Waiting.erase(m_Waiting.begin(), m_Waiting.begin() + count);
+    m_All.AddWaiting(-count);
 }
 
 kj::Promise<void> SubscriptionServer::Send(const Event& event)
@@ -75,10 +91,22 @@ kj::Promise<void> SubscriptionServer::Send(const Event& event)
     return request.send().ignoreResult();
 }
 
-void SubscriptionServer::Answered()
+kj::Promise<void> SubscriptionServer::SendTogether(qint32 count)
 {
-    --m_Unanswered;
-    m_All.AddUnanswered(-1);
+    auto request = m_Events.onChangesRequest();
+    auto changes = request.initChanges(static_cast<uint>(count));
+    for (uint i = 0; i < changes.size(); ++i) {
+        const Event& event = m_Waiting[i];
+        if (const qint32* state = std::get_if<qint32>(&event)) changes[i].setState(*state);
+        else m_Objects.Write(std::get<PlantItemRef>(event), changes[i].initItem());
+    }
+    return request.send().ignoreResult();
+}
+
+void SubscriptionServer::Answered(qint32 count)
+{
+    m_Unanswered -= count;
+    m_All.AddUnanswered(-count);
     m_LastSign = m_All.NextSign();
     if (m_Unanswered <= m_All.MostUnanswered() / 2) SendWaiting(); // many at once, instead of one for each answer
     if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
@@ -88,11 +116,11 @@ void SubscriptionServer::Answered()
     m_Dropped = 0;
 }
 
-void SubscriptionServer::taskFailed(kj::Exception&& exception)
+void SubscriptionServer::Failed(const kj::Exception& exception, qint32 count)
 {
     // One refused event says nothing about the next; a subscriber that has gone never answers again.
     if (exception.getType() == kj::Exception::Type::DISCONNECTED) End();
-    Answered();
+    Answered(count);
 }
 
 void SubscriptionServer::Forget()

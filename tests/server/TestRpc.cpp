@@ -19,9 +19,14 @@ public:
     }
 
 private:
-    kj::Promise<void> onChangeState(OnChangeStateContext) override
+    kj::Promise<void> onChangeState(OnChangeStateContext) override { return See(1); }
+    kj::Promise<void> onChanges(OnChangesContext context) override
     {
-        ++m_Seen;
+        return See(static_cast<int>(context.getParams().getChanges().size()));
+    }
+    kj::Promise<void> See(int count)
+    {
+        m_Seen += count;
         if (m_Failure) return kj::Exception(*m_Failure, __FILE__, __LINE__, kj::str("no"));
         return kj::READY_NOW;
     }
@@ -30,12 +35,13 @@ private:
     const std::optional<kj::Exception::Type> m_Failure;
 };
 
-class SubscribersTest : public ::testing::Test
+/// Of clients that take events one by one, or many together.
+class SubscribersTest : public ::testing::TestWithParam<quint16>
 {
 protected:
     kj::Own<SubscriptionServer> Subscribe(wire::ControllerEvents::Client events)
     {
-        return kj::heap<SubscriptionServer>(m_All, m_Objects, m_Controller, kj::mv(events));
+        return kj::heap<SubscriptionServer>(m_All, m_Objects, m_Controller, kj::mv(events), GetParam());
     }
     /// To which no event is answered.
     kj::Own<SubscriptionServer> SubscribeDeaf()
@@ -64,7 +70,9 @@ auto CapsOf(Message call, uint count)
 
 } // namespace
 
-TEST_F(SubscribersTest, WhatTheyOweIsCountedUntilTheyAnswerRefuseOrEnd)
+INSTANTIATE_TEST_SUITE_P(Levels, SubscribersTest, ::testing::Values(quint16{0}, wire::LEVEL));
+
+TEST_P(SubscribersTest, WhatTheyOweIsCountedUntilTheyAnswerRefuseOrEnd)
 {
     const qint32 many = m_All.MostUnanswered();
     {
@@ -91,7 +99,7 @@ TEST_F(SubscribersTest, WhatTheyOweIsCountedUntilTheyAnswerRefuseOrEnd)
     EXPECT_EQ(m_All.Count(), 1u);
 }
 
-TEST_F(SubscribersTest, ThatDoNotReadKeepABoundedNumberOfEventsAndTakeNoneFromOneThatDoes)
+TEST_P(SubscribersTest, ThatDoNotReadKeepABoundedNumberOfEventsAndTakeNoneFromOneThatDoes)
 {
     std::vector<kj::Own<SubscriptionServer>> deaf;
     while (deaf.size() < 10) deaf.push_back(SubscribeDeaf());

@@ -23,6 +23,30 @@ struct ForgetfulEngine final : wire::Engine::Server
 {
     kj::Promise<void> start(StartContext) override { return kj::NEVER_DONE; }
     kj::Promise<void> stop(StopContext) override { return kj::READY_NOW; }
+    kj::Promise<void> getControllerNames(GetControllerNamesContext context) override
+    {
+        return context.getResults().initResult().setI4(7), kj::READY_NOW;
+    }
+    kj::Promise<void> getController(GetControllerContext context) override
+    {
+        return context.getResults().setResult(kj::heap<wire::Controller::Server>()), kj::READY_NOW;
+    }
+};
+
+/// Answers that no server of ours gives to the calls get_ControllerNames, get_Controller and get_State of what that
+/// answers: so many, all alike; and what their step comes to.
+const struct
+{
+    uint Count;
+    void (*Fill)(wire::Outcome::Builder);
+    const char* Read;
+} s_WrongAnswers[] = {
+    {0, nullptr, "3,7"},
+    {2, [](auto it) { it.initResults().template initAs<wire::Value>().setI4(1); }, ""},
+    {3, [](auto it) { it.setSkipped(); }, ""},
+    {3, [](auto it) { it.initResults().template setAs<capnp::Text>("no struct"); }, ""},
+    {3, [](auto it) { it.initResults().template setAs<wire::Item>(nullptr); }, ""},
+    {9, [](auto it) { it.setFailure("no"); }, ""},
 };
 
 struct ForgetfulLibrary final : wire::Library::Server
@@ -30,6 +54,13 @@ struct ForgetfulLibrary final : wire::Library::Server
     kj::Promise<void> createEngine(CreateEngineContext context) override
     {
         context.getResults().setResult(kj::heap<ForgetfulEngine>());
+        context.getResults().setLevel(wire::LEVEL);
+        return kj::READY_NOW;
+    }
+    kj::Promise<void> callInTurn(CallInTurnContext context) override
+    {
+        const auto& answer = s_WrongAnswers[m_Answered++];
+        for (auto outcome : context.getResults().initOutcomes(answer.Count)) answer.Fill(outcome);
         return kj::READY_NOW;
     }
     kj::Promise<void> ping(PingContext context) override
@@ -37,6 +68,8 @@ struct ForgetfulLibrary final : wire::Library::Server
         context.getResults().setCallsUnderWay(0);
         return kj::READY_NOW;
     }
+
+    std::size_t m_Answered = 0;
 };
 
 /// A server on a thread of its own that never answers the engine's Start, and says that no call is under way.
@@ -68,8 +101,10 @@ private:
 class Broken : public ::testing::Test, public ControllerEvents
 {
 protected:
-    void OnChangeState(qint32) override {}
+    void OnChangeState(qint32 state) override { m_OnState(state); }
     void OnChangeItem(const ItemRef&) override {}
+
+    std::function<void(qint32)> m_OnState;
 
     BrokenServer m_Server;
     RemoteLibrary m_Library{
@@ -90,11 +125,28 @@ TEST_F(Broken, AnAnswerThatTheServerKnowsNothingOfIsNotWaitedFor)
     EXPECT_EQ(OutcomeOf([&] { m_Engine->Stop(); }), u"done");
 }
 
+TEST_F(Broken, WrongAnswersToCallsInTurnAreErrorsOrAskedAgain)
+{
+    OutcomeOf([&] { m_Engine->Stop(); }); // the server has told its level
+    for (const auto& answer : s_WrongAnswers) {
+        const auto read = [&] {
+            const Variant names = m_Engine->get_ControllerNames();
+            m_Engine->get_Controller({})->get_State();
+            return names;
+        };
+        QString outcome;
+        EXPECT_EQ(m_Library.TakeSteps({{read, [&] { outcome = OutcomeOf(read); }}}, 0), 1);
+        EXPECT_EQ(outcome, QString::fromUtf8(answer.Read));
+    }
+}
+
 TEST_F(Broken, EventsThatComeFasterThanTheyAreHandledAreRefused)
 {
     int handled = 0;
+    m_OnState = [&](qint32) { ++handled; };
     const auto sink = std::make_shared<EventSink>(EventSink{this});
-    for (int i = 0; i < 2 * EventQueue::MostWaiting; ++i) m_Queue.Add(sink, [&](ControllerEvents&) { ++handled; });
+    m_Queue.Add(sink, std::vector<Change>(EventQueue::MostWaiting + 1, 1));
+    for (int i = 0; i < EventQueue::MostWaiting; ++i) m_Queue.Add(sink, {1, 2});
     EXPECT_TRUE(QTest::qWaitFor([&] { return sink->Waiting == 0; }, 20'000));
     EXPECT_EQ(handled, EventQueue::MostWaiting);
 }
@@ -103,13 +155,17 @@ TEST_F(Broken, EventsAreHandledOneAfterTheOtherInSlicesThatLeaveOthersTheirTurn)
 {
     int depth = 0, deepest = 0, handled = 0;
     QList<int> turns = {0};
+    std::vector<std::function<void()>> handlers;
+    m_OnState = [&](qint32 number) {
+        deepest = std::max(deepest, ++depth);
+        const auto handle = handlers[static_cast<size_t>(number)];
+        handle();
+        --depth;
+        ++handled;
+    };
     const auto add = [&](const std::function<void()>& handle) {
-        m_Queue.Add(std::make_shared<EventSink>(EventSink{this}), [&, handle](ControllerEvents&) {
-            deepest = std::max(deepest, ++depth);
-            handle();
-            --depth;
-            ++handled;
-        });
+        handlers.push_back(handle);
+        m_Queue.Add(std::make_shared<EventSink>(EventSink{this}), {static_cast<qint32>(handlers.size() - 1)});
     };
     const auto runEvents = [&] {
         add([] {}); // one more arrives

@@ -19,12 +19,18 @@ protected:
         m_Engine = m_Library.CreateEngine();
         Ask(u"state PLC1 2"_s);
         for (const QString& name : {u"D100"_s, u"Reset"_s, u"Set point copy"_s}) AddRows(Item(name));
+        for (const QString& name : {u"D100"_s, u"Nothing"_s}) Add([this, name] { return LookedUp(name)->get_Name(); });
+        Add([this] { LookedUp(u"D100"_s)->put_Value(Variant(25)); });
         Item(u"Set point copy"_s)->put_LinkActivation(true);
         Ask(u"calls"_s);
     }
 
     QString Ask(const QString& command) { return ToPlainText(m_Engine->Execute(command)); }
     ItemRef Item(const QString& name) { return m_Engine->FindItem(u"PLC1"_s, name).Item; }
+    ItemRef LookedUp(const QString& name)
+    {
+        return m_Engine->get_Controller(Variant(u"PLC1"_s))->get_Item(Variant(name));
+    }
     void AddRows(const ItemRef& item)
     {
         Add([item] { return item->get_Name(); });

@@ -25,7 +25,7 @@ public:
     enum class Kind
     {
         Quick, ///< polls a little before it sleeps, reads and sends with few system calls
-        Plain, ///< as KJ does it by itself, to compare with
+        Plain, ///< as KJ does it by itself, to compare with; clients then do as those of the first version did
     };
 
     /// The loop of this thread; of what kind it is decides the one who needs it first.
