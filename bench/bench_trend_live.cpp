@@ -1,6 +1,7 @@
 // A trend with 200 pens that change ten times a second, painted in software: at most 15 % of a core, and what the history
 // records meanwhile comes live. Then the first picture of a day of eight items, and a further zoom, until there is something to be seen and
 // until it is exact.
+#include "bench/Events.h"
 #include "bench/Figures.h"
 #include "tests/support/RealServer.h"
 #include "trend/data/Rows.h"
@@ -8,7 +9,7 @@
 
 #include <QApplication>
 #include <QDateTime>
-#include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QTemporaryFile>
 
 #include <cmath>
@@ -29,7 +30,7 @@ constexpr char Plant[] = R"(
 [[controller]]
 name = "Bench"
 scan_times = [100, 1000, 5000]
-item = [ { name = "S{1..200}", type = "R8", signal = { form = "sine", low = 0, high = 100, period = 20 } } ]
+item = [ { name = "S{1..200}", type = "R8", history = true, signal = { form = "sine", low = 0, high = 100, period = 20 } } ]
 [[controller]]
 name = "Day"
 )";
@@ -41,10 +42,12 @@ QStringList Items()
     return items;
 }
 
-void RunEvents(int milliseconds)
+/// Ends without the application's quit, which would close the window.
+void Rest(int milliseconds)
 {
-    const QDeadlineTimer end(milliseconds);
-    while (!end.hasExpired()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 template <typename Condition>
@@ -52,7 +55,7 @@ double MillisecondsUntil(Condition isMet, qint64 longest = 60'000)
 {
     QElapsedTimer time;
     time.start();
-    while (!isMet() && time.elapsed() < longest) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 1);
+    RunEventsUntil([&] { return isMet() || time.elapsed() >= longest; });
     return static_cast<double>(time.nsecsElapsed()) / 1e6;
 }
 
@@ -63,9 +66,9 @@ bool MeasureLive(const MakeLibrary& make)
     window->AddItems(Items());
     window->ShowSpan({}, 60 * Second);
     window->show();
-    RunEvents(10'000);
+    Rest(10'000);
     const double before = Figures::CpuMsOf(getpid());
-    RunEvents(Seconds * 1000);
+    Rest(Seconds * 1000);
     const double share = (Figures::CpuMsOf(getpid()) - before) / (Seconds * 1000);
     delete window;
     return Figures::PrintRatio(QStringLiteral("%1 pens at %2 values/s: part of a core").arg(Pens).arg(Rate), share,
@@ -77,11 +80,11 @@ bool CountValues(const MakeLibrary& make)
 {
     TrendData trend(make);
     for (const QString& item : Items()) trend.Add(*PenOf(item));
-    RunEvents(3000);
+    Rest(3000);
     const Micros from = trend.Now();
-    RunEvents(10'000);
+    Rest(10'000);
     const Micros to = trend.Now();
-    RunEvents(2000);
+    Rest(2000);
     const auto library = make();
     const HistoryRef history = library->AttachEngine()->get_History();
     double recorded = 0, came = 0;
@@ -137,7 +140,7 @@ bool MeasureDay(const MakeLibrary& make)
     FillDay(make()->AttachEngine(), begin);
     TrendData trend(make);
     for (int i = 0; i < DayPens; ++i) trend.Add(*PenOf(QStringLiteral("Day\\D%1").arg(i)));
-    RunEvents(500);
+    Rest(500);
     bool isGood = MeasureShow(trend, {begin, begin + 86'400 * Second}, "a day of 8 items", 300);
     isGood = MeasureShow(trend, {begin + 3600 * Second, begin + 7200 * Second}, "an hour of it", 50) && isGood;
     return MeasureShow(trend, {begin - 7 * 86'400 * Second, begin + 86'400 * Second}, "a week", 50) && isGood;
