@@ -1,3 +1,4 @@
+#include "core/Colours.h"
 #include "tests/support/RealServer.h"
 #include "trend/window/frmTrend.h"
 #include "trend/window/ItemListModel.h"
@@ -134,6 +135,35 @@ TEST_F(TrendWindowTest, ListsFollowsAndPausesByKeys)
     Key(Qt::Key_Up); // to the first pen, and it is taken away
     Key(Qt::Key_Delete);
     EXPECT_EQ(m_Window->Saved().Pens.front().Item, u"Valve"_s);
+}
+
+/// How many pixels of the picture are of a colour.
+int CountOf(const QImage& picture, QRgb colour)
+{
+    int count = 0;
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x) count += picture.pixel(x, y) == colour;
+    return count;
+}
+
+TEST_F(TrendWindowTest, ShowsWhatItHasWhileTheServerIsAway)
+{
+    m_Window->AddItems({u"PLC1\\Level"_s});
+    m_Window->ShowSpan({}, 60 * Second);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !Cell(0, PenModel::Mean).isEmpty(); }, 20'000));
+    auto& picture = Find<PictureView>(u"picTrend"_s);
+    picture.setFocus();
+    m_Server.Kill();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return Cell(0, PenModel::State) == u"Old"; }, 20'000));
+    QTest::qWait(300);
+    const QImage shown = picture.grab().toImage();
+    const QPalette palette = picture.palette();
+    EXPECT_GT(CountOf(shown, Colours::Error(palette).rgb()), 200); // it says so,
+    Pen old;
+    old.Settings = m_Window->Saved().Pens[0];
+    old.IsOld = true;
+    const PictureColours colours(palette.color(QPalette::Base), palette.color(QPalette::Text));
+    EXPECT_GT(CountOf(shown, colours.OfPen(old).rgb()), 20); // beside the line, which is pale
 }
 
 TEST_F(TrendWindowTest, PensAreDroppedAndDragged)

@@ -55,6 +55,22 @@ QString TimeText(Micros time)
     return local.toString(isToday ? QStringLiteral("hh:mm:ss.zzz") : QStringLiteral("yyyy-MM-dd hh:mm:ss"));
 }
 
+bool IsPale(const Pen& pen)
+{
+    return pen.IsOld || !pen.Note.isEmpty() || pen.Time == 0;
+}
+
+/// Nothing for the colour of all texts.
+QVariant Ink(const Pen& pen, PenModel::Column column)
+{
+    const QPalette palette = QApplication::palette();
+    const bool isBad = !pen.Note.isEmpty() || (pen.State != PenState::Good && pen.Time != 0);
+    if (column == PenModel::State && isBad) return Colours::Error(palette);
+    constexpr double Pale = 0.65;
+    const bool isPale = column != PenModel::Item && IsPale(pen);
+    return isPale ? Colours::OnBase(palette, palette.color(QPalette::Text), Pale) : QVariant();
+}
+
 QString FigureText(const std::optional<Statistics>& figures, double value)
 {
     return figures ? QString::number(value, 'g', 6) : QString();
@@ -102,7 +118,6 @@ QVariant PenModel::data(const QModelIndex& index, int role) const
     const Pen& pen = *m_Data.Pens().at(static_cast<std::size_t>(index.row()));
     const auto column = static_cast<Column>(index.column());
     const bool isFigure = column == Value || (column >= Smallest && column <= Mean);
-    const bool isPale = pen.IsOld || !pen.Note.isEmpty() || pen.Time == 0;
     switch (role) {
     case Qt::DisplayRole: return Text(pen, index.row(), column);
     case Qt::ToolTipRole:
@@ -118,14 +133,10 @@ QVariant PenModel::data(const QModelIndex& index, int role) const
         const PictureColours colours(palette.color(QPalette::Base), palette.color(QPalette::Text));
         return colours.OfPen(pen.Settings.Colour);
     }
-    case Qt::ForegroundRole:
-        if (column == State && pen.State != PenState::Good && pen.Note.isEmpty() && pen.Time != 0)
-            return Colours::Error(QApplication::palette());
-        return isPale && column != Item ? QVariant(QApplication::palette().color(QPalette::Disabled, QPalette::Text))
-                                        : QVariant();
+    case Qt::ForegroundRole: return Ink(pen, column);
     case Qt::FontRole: {
         QFont font;
-        font.setItalic(isPale && column != Item);
+        font.setItalic(IsPale(pen) && column != Item);
         return font;
     }
     case Qt::AccessibleDescriptionRole: return Headings[column].Tip.toString();

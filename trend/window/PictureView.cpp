@@ -90,6 +90,7 @@ void PictureView::PaintTrouble(QPainter& painter) const
     painter.setBrush(palette().color(QPalette::Base));
     painter.drawRect(text.adjusted(-margin, -margin, margin, margin));
     painter.drawText(text, flags, m_Trouble);
+    painter.setBrush(Qt::NoBrush);
 }
 
 Micros PictureView::TimeAt(double x) const
