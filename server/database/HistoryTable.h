@@ -21,6 +21,8 @@ public:
     /// Adds the values and notes the position that this reaches, in one transaction. If it throws DatabaseError,
     /// nothing has changed, unless the connection was lost: then Written tells.
     virtual void Write(std::span<const RecordedValue> values, SpoolPosition position);
+    /// Whether a Write that failed so has changed nothing for certain, and another one may follow on this connection.
+    virtual bool Survives(const DescribedError&) const { return false; }
     /// The last sequence of a spool that has been written; 0 when none is known. Throws DatabaseError.
     virtual quint64 Written(quint64 spool) const { return m_Positions.Written(spool); }
     /// A spool has been emptied and will not come back. Throws DatabaseError.

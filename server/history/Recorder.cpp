@@ -137,7 +137,8 @@ private:
             for (const quint64 spool : m_Waiting->OnDisk().Ids()) NoteWritten({spool, m_Table->Written(spool)});
             return true;
         } catch (const DescribedError& error) {
-            StopWriting(error.Description());
+            m_Table.reset();
+            m_Reporter->SayWaiting(error.Description());
             return false;
         }
     }
@@ -152,7 +153,9 @@ private:
             m_Reporter->SayWritten();
             return true;
         } catch (const DescribedError& error) {
-            StopWriting(error.Description());
+            // An open connection keeps what others need to read while the disk is full.
+            if (m_Table && !m_Table->Survives(error)) m_Table.reset();
+            m_Reporter->SayWaiting(error.Description());
             return false;
         }
     }
@@ -206,12 +209,6 @@ private:
         if (m_Refused.size() >= MostRefused) m_Refused.clear(); // items come and go
         m_Refused.insert(item, bare);
         m_Reporter->Say(LogLevel::Warning, QStringLiteral("A value of %1 cannot be recorded: %2").arg(item, reason));
-    }
-
-    void StopWriting(const QString& reason)
-    {
-        m_Table.reset();
-        m_Reporter->SayWaiting(reason);
     }
 
     const HistoryDestination m_Destination;

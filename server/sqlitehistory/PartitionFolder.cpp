@@ -60,7 +60,7 @@ PartitionContents ReadContents(const PartitionFile& file)
 {
     PartitionContents contents;
     PartitionFolder::Guard(
-        file, [&] { contents = ::ContentsOf(RowPartition(file.Path, RowPartition::Access::Existing).Chunks()); });
+        file, [&] { contents = ::ContentsOf(RowPartition(file.Path, RowPartition::Access::Reading).Chunks()); });
     return contents;
 }
 

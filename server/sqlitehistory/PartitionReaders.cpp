@@ -19,7 +19,7 @@ struct Change
 
 PartitionReaders::Reader::Reader(const PartitionFile& file)
     : File(file)
-    , Rows(file.Path, RowPartition::Access::Existing)
+    , Rows(file.Path, RowPartition::Access::Reading)
     , Chunks((Rows.BeginReading(), Rows.Chunks()))
 {
 }

@@ -118,7 +118,7 @@ void Chunk::Add(const HistoryRow& row)
 }
 
 RowPartition::RowPartition(const QString& path, Access access)
-    : m_File(access == Access::Create ? Made(path) : path, Access::Existing)
+    : m_File(access == Access::Create ? Made(path) : path, access == Access::Reading ? access : Access::Existing)
 {
     const qint64 version = m_File.Ask("PRAGMA user_version");
     const qint64 tables = m_File.Ask("SELECT count(*) FROM sqlite_master WHERE type = 'table' AND "

@@ -3,6 +3,7 @@
 #include "server/database/PrivateFile.h"
 
 #include <QFileInfo>
+#include <QUrl>
 
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -46,6 +47,12 @@ bool SqliteError::IsDamage() const
     return primary == SQLITE_CORRUPT || primary == SQLITE_NOTADB;
 }
 
+bool SqliteError::IsOfTheMoment() const
+{
+    const int primary = m_Code & 0xFF;
+    return primary == SQLITE_FULL || primary == SQLITE_BUSY;
+}
+
 bool SqliteError::IsForeign() const
 {
     return (m_Code & 0xFF) == SQLITE_NOTADB;
@@ -55,7 +62,18 @@ SqliteConnection::SqliteConnection(const QString& path, Access access)
 {
     if (access == Access::Create) MakePrivateFile(path);
     MendSharedMemoryFile(path);
-    const int result = sqlite3_open_v2(QFile::encodeName(path).constData(), &m_Handle, SQLITE_OPEN_READWRITE, nullptr);
+    Open(QFile::encodeName(path), SQLITE_OPEN_READWRITE);
+    m_File = open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC);
+    // Without a file beside it that holds changes it is complete, and nobody can change it either.
+    const bool isComplete = QFileInfo(path + QStringLiteral("-wal")).size() == 0;
+    if (access != Access::Reading || CanBeRead() || !isComplete) return;
+    sqlite3_close(m_Handle);
+    Open("file:" + QUrl::toPercentEncoding(path, "/") + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+}
+
+void SqliteConnection::Open(const QByteArray& name, int flags)
+{
+    const int result = sqlite3_open_v2(name.constData(), &m_Handle, flags, nullptr);
     if (result != SQLITE_OK) {
         const QString text = ReasonOf(m_Handle, result);
         sqlite3_close(m_Handle);
@@ -63,7 +81,12 @@ SqliteConnection::SqliteConnection(const QString& path, Access access)
     }
     sqlite3_extended_result_codes(m_Handle, 1);
     sqlite3_busy_timeout(m_Handle, LongestWaitForOthers);
-    m_File = open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC);
+}
+
+bool SqliteConnection::CanBeRead() const
+{
+    const int result = sqlite3_exec(m_Handle, "SELECT 1 FROM sqlite_master", nullptr, nullptr, nullptr) & 0xFF;
+    return result != SQLITE_IOERR && result != SQLITE_CANTOPEN && result != SQLITE_FULL;
 }
 
 SqliteConnection::~SqliteConnection()

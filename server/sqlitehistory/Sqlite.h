@@ -17,6 +17,8 @@ public:
     int Code() const { return m_Code; }
     /// The file's content cannot be what SQLite or this program has written.
     bool IsDamage() const;
+    /// The disk was full, or another program had locked the file.
+    bool IsOfTheMoment() const;
     /// It does not even begin as a file of SQLite.
     bool IsForeign() const;
 
@@ -31,6 +33,7 @@ public:
     enum class Access
     {
         Existing, ///< reading and writing, if the file lets it
+        Reading,  ///< the same, or only reading where nothing can be written beside it, such as on a full disk
         Create    ///< also makes the file when it is missing, for this user only
     };
 
@@ -53,6 +56,9 @@ public:
     void Check(int result) const;
 
 private:
+    void Open(const QByteArray& name, int flags);
+    bool CanBeRead() const;
+
     sqlite3* m_Handle = nullptr;
     int m_File = -1; ///< only to look at: closing it leaves SQLite's locks alone
 };

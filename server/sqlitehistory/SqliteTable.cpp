@@ -49,6 +49,8 @@ SqliteTable::SqliteTable(const HistoryDestination& destination)
     , m_Retention(destination, m_Folder)
 {
     m_Database.Run("PRAGMA journal_mode = WAL");
+    // Makes what statements need beside the file, even if the disk is full by then.
+    m_Database.Ask("SELECT count(*) FROM sqlite_master");
     OpenNewest();
     m_Retention.Begin(*m_Writer);
     m_Takeover.emplace(m_Path, destination.TableName);
@@ -82,6 +84,7 @@ void SqliteTable::MakeWhole(const SqliteConnection& moved)
 void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition position)
 {
     try {
+        if (m_RowsInLog < 0) m_RowsInLog = m_Writer->RowsInLog();
         SqliteTransaction transaction(m_Writer->File());
         Insert(values);
         m_Writer->Note(position);
@@ -100,9 +103,14 @@ void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition pos
         if (m_Trouble != error.Description())
             Log(LogLevel::Warning, QStringLiteral("The history cannot be arranged: ") + error.Description());
         m_Trouble = error.Description();
-        m_Numbers.clear();
-        m_RowsInLog = m_Writer->RowsInLog();
+        RolledBack();
     }
+}
+
+bool SqliteTable::Survives(const DescribedError& error) const
+{
+    const auto* failure = dynamic_cast<const SqliteError*>(&error);
+    return failure && failure->IsOfTheMoment();
 }
 
 quint64 SqliteTable::Written(quint64 spool) const
@@ -175,7 +183,7 @@ void SqliteTable::OrderLog()
 void SqliteTable::RolledBack()
 {
     m_Numbers.clear();
-    m_RowsInLog = 0; // counted again when the table is opened again
+    m_RowsInLog = -1;
 }
 
 void SqliteTable::OpenNewest()

@@ -16,6 +16,7 @@ public:
 
     bool IsGone() const override;
     void Write(std::span<const RecordedValue> values, SpoolPosition position) override;
+    bool Survives(const DescribedError& error) const override;
     quint64 Written(quint64 spool) const override;
     void Forget(quint64 spool) const override;
 
@@ -42,8 +43,8 @@ private:
     PartitionFile m_File;
     std::unique_ptr<PartitionWriter> m_Writer;
     QHash<std::pair<QString, QString>, qint64> m_Numbers; ///< of items, in this partition
-    qint64 m_RowsInLog = 0;
-    qint64 m_Added = 0; ///< by the last transaction
+    qint64 m_RowsInLog = 0;                               ///< -1: not counted
+    qint64 m_Added = 0;                                   ///< by the last transaction
     Clock::time_point m_NextLook = Clock::now();
     qint64 m_OffsetMinute = std::numeric_limits<qint64>::min();
     qint32 m_Offset = 0; ///< in that minute

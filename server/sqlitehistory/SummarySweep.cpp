@@ -11,7 +11,7 @@ constexpr qint64 MostSpansAtOnce = 20'000;
 struct SummarySweep::Part
 {
     Part(const PartitionFile& file, const SummaryQuery& query)
-        : Rows(file.Path, RowPartition::Access::Existing)
+        : Rows(file.Path, RowPartition::Access::Reading)
     {
         Rows.BeginReading();
         Chunks = Rows.Chunks();
