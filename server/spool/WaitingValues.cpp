@@ -1,7 +1,6 @@
 #include "server/spool/WaitingValues.h"
 
 #include "core/automation/Errors.h"
-#include "server/database/SqlValue.h"
 #include "server/log/Log.h"
 
 using namespace std::chrono_literals;
@@ -20,10 +19,8 @@ constexpr auto RetryPause = 1000ms;
 /// What is on disk as well is kept in memory up to this size, so that a writer that is a little behind need not read.
 constexpr qint64 BytesWorthKeeping = 16 * 1024 * 1024;
 
-qint64 BytesOf(const RecordedValue& value)
-{
-    return qint64{sizeof(RecordedValue)} + SizeOf(value.Value);
-}
+/// Beyond it the loop does itself what the other threads do not get to.
+constexpr qint64 LargestInbox = 4 * 1024 * 1024;
 
 } // namespace
 
@@ -36,22 +33,23 @@ WaitingValues::WaitingValues(QString name, const SpoolSettings& settings, const 
 
 void WaitingValues::Add(RecordedValue value)
 {
+    if (m_Inbox.Add(std::move(value)) <= LargestInbox) return;
     const std::lock_guard lock(m_Guard);
-    const bool hadRoom = m_Bytes <= BytesWorthKeeping;
-    m_Bytes += BytesOf(value);
-    m_Values.push_back(std::move(value));
-    MakeRoom();
-    const bool isFull = hadRoom && m_Bytes > BytesWorthKeeping;
-    if (m_Values.size() == 1 || m_Values.size() == BatchWorthWriting || isFull) m_Filled.notify_all();
+    Collect();
 }
 
 SpoolBatch WaitingValues::Next(const std::stop_token& stop)
 {
     std::unique_lock lock(m_Guard);
+    Collect();
     m_BusySince.reset();
     if (!m_Spool.HasEarlier() && !IsOnDisk()) {
-        m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
-        m_Filled.wait_for(lock, stop, UntilBatchIsTaken, [this] { return m_Values.size() >= BatchWorthWriting; });
+        const quint64 begin = m_First - 1;
+        lock.unlock();
+        m_Inbox.WaitUntilAdded(begin + 1, stop);
+        m_Inbox.WaitUntilAdded(begin + BatchWorthWriting, stop, Clock::now() + UntilBatchIsTaken);
+        lock.lock();
+        Collect();
     }
     m_BusySince = Clock::now();
     if (m_Spool.HasEarlier() || IsOnDisk()) {
@@ -77,9 +75,11 @@ void WaitingValues::Written(SpoolPosition position)
 
 void WaitingValues::Pause(const std::stop_token& stop)
 {
-    std::unique_lock lock(m_Guard);
-    m_BusySince.reset();
-    m_Filled.wait_for(lock, stop, RetryPause, [] { return false; });
+    {
+        const std::lock_guard lock(m_Guard);
+        m_BusySince.reset();
+    }
+    Sleep(RetryPause, stop);
 }
 
 void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()>& onLook)
@@ -89,8 +89,13 @@ void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()
     auto safeAt = oldAt; // what was there then is on disk or has been written
     std::unique_lock lock(m_Guard);
     while (!stop.stop_requested()) {
+        Collect();
         if (m_Values.empty()) {
-            m_Filled.wait(lock, stop, [this] { return !m_Values.empty(); });
+            const quint64 begin = m_First - 1;
+            lock.unlock();
+            m_Inbox.WaitUntilAdded(begin + 1, stop);
+            lock.lock();
+            Collect();
             safeAt = oldAt = Clock::now();
             // It is tried anew, and said anew.
             if (oldAt - m_ProblemAt > BetweenComplaints) m_Problem.clear();
@@ -98,7 +103,10 @@ void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()
         const quint64 end = End();
         const auto endAt = Clock::now();
         const bool hadProblem = !m_Problem.isEmpty();
-        m_Filled.wait_for(lock, stop, hadProblem ? RetryPause : UntilSpooled, [] { return false; });
+        lock.unlock();
+        Sleep(hadProblem ? RetryPause : UntilSpooled, stop);
+        lock.lock();
+        Collect();
         // A busy machine may have let this thread wait: then also what is newer has waited long enough.
         if (Clock::now() - endAt > 2 * UntilSpooled) std::tie(old, oldAt) = std::tuple(End(), Clock::now());
         lock.unlock();
@@ -110,6 +118,7 @@ void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()
         safeAt = oldAt;
         std::tie(old, oldAt) = std::max(std::tuple(old, oldAt), std::tuple(end, endAt));
     }
+    Collect();
     lock.unlock();
     while (KeepSome(std::numeric_limits<quint64>::max())) {
     }
@@ -119,14 +128,18 @@ bool WaitingValues::WaitUntilWritten(std::chrono::milliseconds longest)
 {
     const auto until = Clock::now() + longest;
     std::unique_lock lock(m_Guard);
-    const auto isDone = [this] { return m_Values.empty() && !IsOnDisk() && !m_Spool.HasEarlier(); };
+    const auto isDone = [this] {
+        Collect();
+        return m_Values.empty() && !IsOnDisk() && !m_Spool.HasEarlier();
+    };
     while (!isDone() && Clock::now() < until) m_Emptied.wait_for(lock, 10ms);
     return isDone();
 }
 
-quint64 WaitingValues::CountInMemory() const
+quint64 WaitingValues::CountInMemory()
 {
     const std::lock_guard lock(m_Guard);
+    Collect();
     return End() - 1 - std::max(m_Kept, m_First - 1);
 }
 
@@ -146,9 +159,25 @@ std::chrono::milliseconds WaitingValues::BusyFor() const
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - *m_BusySince);
 }
 
+/// What is in the inbox gets its sequences.
+void WaitingValues::Collect()
+{
+    auto [values, bytes] = m_Inbox.Take();
+    m_Bytes += bytes;
+    std::move(values.begin(), values.end(), std::back_inserter(m_Values));
+    MakeRoom();
+}
+
+void WaitingValues::Sleep(std::chrono::milliseconds time, const std::stop_token& stop)
+{
+    std::mutex guard;
+    std::unique_lock lock(guard);
+    std::condition_variable_any().wait_for(lock, stop, time, [] { return false; });
+}
+
 void WaitingValues::DropFront()
 {
-    m_Bytes -= BytesOf(m_Values.front());
+    m_Bytes -= ValueInbox::BytesOf(m_Values.front());
     m_Values.pop_front();
     ++m_First;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/spool/Spool.h"
+#include "server/spool/ValueInbox.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -43,7 +44,7 @@ public:
 
     bool WaitUntilWritten(std::chrono::milliseconds longest);
     /// In memory only, so that the end of the process would lose them.
-    quint64 CountInMemory() const;
+    quint64 CountInMemory();
     DroppedValues TakeDropped();
     /// How long the writer has been busy with one batch; 0 while it waits for values or pauses.
     std::chrono::milliseconds BusyFor() const;
@@ -51,6 +52,8 @@ public:
 private:
     quint64 End() const { return m_First + m_Values.size(); } ///< behind the last sequence
     bool IsOnDisk() const { return m_First > m_Written + 1; }
+    void Collect();
+    static void Sleep(std::chrono::milliseconds time, const std::stop_token& stop);
     void DropFront();
     void MakeRoom();
     SpoolBatch BatchFromMemory();
@@ -60,8 +63,8 @@ private:
 
     const QString m_Name;
     Spool m_Spool;
+    ValueInbox m_Inbox;
     mutable std::mutex m_Guard;
-    std::condition_variable_any m_Filled;
     std::condition_variable_any m_Emptied;
     std::deque<RecordedValue> m_Values;
     quint64 m_First = 1; ///< sequence of the first of m_Values

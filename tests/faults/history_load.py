@@ -1,5 +1,6 @@
 """Records 100,000 values a second into PostgreSQL and SQLite while a client reads, with PostgreSQL stopped for a while;
-says how long reading took at worst, how the backlog went, and whether any value is missing, there twice or out of order.
+says how long reading took at worst beside an idle server, how the backlog went, and whether any value is missing, there
+twice or out of order.
 
 usage: history_load.py [--seconds S] [--outage S] [--items N]   (default: 600 s, of these no outage; 10,000 items ten times a second)
 """
@@ -8,17 +9,22 @@ from postgres import Postgres
 from wire import *
 
 READ = """
-let worst = 0, count = 0, late = 0;
+let took = [];
 const item = Vlx.Controller("C").Item("N_0");
 const end = Date.now() + %d;
 while (Date.now() < end) {
-    const before = Date.now(); item.Value; const took = Date.now() - before;
-    worst = Math.max(worst, took); ++count; if (took > 20) ++late;
+    const before = Date.now(); item.Value; took.push(Date.now() - before); sleep(2);
 }
-print(count, worst, late);
+took.sort((a, b) => a - b);
+print(took.length, took[Math.floor(took.length * 0.999)], took[took.length - 1], took.filter(ms => ms > 20).length);
 """
-STEPS = ("SELECT count(*) AS rows, (SELECT count(*) FROM (SELECT CAST(item_value AS {int}) - lag(CAST(item_value AS {int})) OVER "
-         "(PARTITION BY item_name ORDER BY item_utc) AS step FROM velsql_values) AS s WHERE step <> 1) AS wrong FROM velsql_values")
+# An item counts up by one: what is missing or there twice changes one of the sums.
+WHOLE = """SELECT sum(n) AS records, count(*) AS items, count(CASE WHEN n <> hi - lo + 1 OR 2 * total <> n * (lo + hi) OR
+6 * squares <> hi * (hi + 1) * (2 * hi + 1) - (lo - 1) * lo * (2 * lo - 1) THEN 1 END) AS wrong, max(hi) - min(hi) AS apart FROM
+(SELECT item_name, count(*) AS n, min(value_number) AS lo, max(value_number) AS hi, sum(value_number) AS total,
+sum(value_number * value_number) AS squares FROM velsql_values GROUP BY item_name) AS i"""
+ORDER = """SELECT count(*) AS records, coalesce(sum(CASE WHEN step <> 1 THEN 1 END), 0) AS wrong FROM (SELECT value_number - lag(value_number)
+OVER (PARTITION BY item_name ORDER BY item_utc) AS step FROM velsql_values WHERE controller_name = 'C' AND item_name IN ({})) AS s"""
 
 arguments = argparse.ArgumentParser(description=__doc__)
 arguments.add_argument("--seconds", type=int, default=600)
@@ -26,17 +32,17 @@ arguments.add_argument("--outage", type=int, default=0)
 arguments.add_argument("--items", type=int, default=10_000)
 options = arguments.parse_args()
 
-pg = Postgres(); pl = Place("load")
-plant = pl.d + "/plant.toml"
-with open(plant, "w") as f:
-    f.write(f"""[history]
-[[history.destination]]
-connection = "{pg.connection}"
-max_record = 0
-[[history.destination]]
-connection = "Database={pl.d}/second.db"
-max_record = 0
-[[controller]]
+pg = Postgres(); pl = Place("load"); idle = Place("idle")
+sqlite = f"Database={pl.d}/second.db"
+
+
+def plant(place, *connections, enabled=True):
+    """The path of a plant file with these destinations."""
+    path = place.d + "/plant.toml"
+    with open(path, "w") as f:
+        f.write(f"[history]\nenabled = {str(enabled).lower()}\n")
+        for c in connections: f.write(f'[[history.destination]]\nconnection = "{c}"\nmax_size = "0"\n')
+        f.write(f"""[[controller]]
 name = "C"
 scan_times = [100, 0, 0]
 [[controller.item]]
@@ -45,6 +51,7 @@ type = "I4"
 history = true
 signal = {{ form = "counter" }}
 """)
+    return path
 
 
 def spooled():
@@ -57,22 +64,46 @@ def spooled():
     return total
 
 
-def read(seconds):
-    return subprocess.Popen([BIN + "/velsqlscript", "--attach", "-"], env=pl.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True), seconds
+def read(place, seconds):
+    reader = subprocess.Popen([BIN + "/velsqlscript", "--attach", "-"], env=place.env, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+    reader.stdin.write(READ % (seconds * 1000)); reader.stdin.close()
+    return reader
 
 
-def heard(reader):
-    count, worst, late = reader[0].communicate(READ % (reader[1] * 1000))[0].split()
-    check(int(worst) <= 20, f"get_Value for {reader[1]} s: {count} times, {worst} ms at worst, {late} times more than 20 ms")
+def read_both(seconds, what):
+    readers = [read(pl, seconds), read(idle, seconds)]
+    (count, most, worst, late), floor = [r.stdout.read().split() for r in readers]
+    for r in readers: r.wait()
+    check(int(worst) <= max(20, int(floor[2])), f"get_Value for {seconds} s {what}: {count} times, 99.9 % within {most} ms, {worst} ms at worst, {late} times more "
+          f"than 20 ms; of an idle server: {floor[0]} times, {floor[1]} ms, {floor[2]} ms, {floor[3]} times")
 
 
+def query(statement):
+    r = subprocess.run([BIN + "/velsqlscript", "--attach", "--query", statement], env=pl.env, capture_output=True, text=True)
+    return [float(word) for word in (r.stdout.split("\n") + ["", ""])[1].split("\t")] if r.returncode == 0 else r.stderr.strip()
+
+
+def look_at(name, connection):
+    """Asks the server, which knows how the rows lie; it records nothing meanwhile."""
+    p = pl.start("--plant", plant(pl, connection, enabled=False))
+    whole = query(WHOLE)
+    some = query(ORDER.format(", ".join(f"'N_{i}'" for i in range(0, options.items, max(1, options.items // 50)))))
+    check(isinstance(whole, list) and whole[1] == options.items and whole[2] == 0 and whole[3] <= 1,
+          f"{name}: records, items, of these with values missing or there twice, ends apart: {whole}")
+    check(isinstance(some, list) and some[1] == 0, f"{name}: records of 50 items, of these out of order: {some}")
+    p.terminate(); p.wait(60)
+    return whole
+
+
+idle.start("--plant", plant(idle, enabled=False))
+both = plant(pl, pg.connection, sqlite)
 began = time.time()
-p = pl.start("--plant", plant)
+p = pl.start("--plant", both)
 subprocess.run([BIN + "/velsqlscript", "--attach", "-"], env=pl.env, input="Vlx.Start()", text=True)
-heard(read(options.seconds - options.outage))
+read_both(options.seconds - options.outage, "recording")
 print(f"   memory {pl.rss() // 1024} MB, spool {spooled() / 1e6:.1f} MB", flush=True)
 if options.outage:
-    pg.stop(); heard(read(options.outage))
+    pg.stop(); read_both(options.outage, "without PostgreSQL")
     peak = spooled(); print(f"   after {options.outage} s without PostgreSQL: spool {peak / 1e6:.1f} MB, memory {pl.rss() // 1024} MB", flush=True)
     pg.start(); back = time.time()
     while spooled() > peak * 0.02 and time.time() < back + 20 * 60:
@@ -82,12 +113,7 @@ lasted = time.time() - began
 p.terminate(); p.wait(60)
 print("   " + pl.text().replace("\n", "\n   ").rstrip(), flush=True)
 while spooled() > 0:                                     # what the end was too short for
-    p = pl.start("--plant", plant); time.sleep(10); p.terminate(); p.wait(60)
-rows, wrong = pg.ask(STEPS.replace("{int}", "bigint"), "plant").split("|")
-check(int(wrong) == 0, f"PostgreSQL: {rows} rows in {lasted:.0f} s, {int(rows) / lasted:.0f} a second; {wrong} missing, twice or out of order")
-swapped = open(plant).read().replace(pg.connection, f"Database={pl.d}/second.db").replace(f'connection = "Database={pl.d}/second.db"\nmax_record = 0\n[[c', "[[c")
-with open(plant, "w") as f: f.write(swapped.replace("[[history.destination]]\n[[controller]]", "[[controller]]"))
-p = pl.start("--plant", plant)
-r = subprocess.run([BIN + "/velsqlscript", "--attach", "--query", STEPS.replace("{int}", "INTEGER")], env=pl.env, capture_output=True, text=True)
-print("   SQLite: " + r.stdout.strip().replace("\n", " ") + r.stderr.strip())
-pl.close(); pg.close(); leave()
+    p = pl.start("--plant", both); time.sleep(10); p.terminate(); p.wait(60)
+there = [look_at("PostgreSQL", pg.connection), look_at("SQLite", sqlite)]
+check(there[0] == there[1], f"the same in both after {lasted:.0f} s, {there[0][0] / lasted:.0f} a second")
+idle.close(); pl.close(); pg.close(); leave()

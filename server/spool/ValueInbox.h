@@ -1,0 +1,44 @@
+#pragma once
+
+#include "server/database/RecordedValue.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <limits>
+#include <mutex>
+#include <stop_token>
+#include <vector>
+
+/// Where the event loop puts values, and others take all of them at once: so the loop never waits while these copy,
+/// sort or forget values.
+class ValueInbox
+{
+public:
+    using Clock = std::chrono::steady_clock;
+
+    /// Returns the memory that the values here take now, in bytes.
+    qint64 Add(RecordedValue value);
+
+    struct Values
+    {
+        std::vector<RecordedValue> List;
+        qint64 Bytes = 0;
+    };
+    Values Take();
+
+    /// Waits until so many values have been added since the beginning, taken ones included, but not beyond `end` and
+    /// not when told to stop.
+    void WaitUntilAdded(quint64 count, const std::stop_token& stop, Clock::time_point end = Clock::time_point::max());
+
+    /// Memory that a value takes while it waits, in bytes.
+    static qint64 BytesOf(const RecordedValue& value);
+
+private:
+    static constexpr quint64 Nobody = std::numeric_limits<quint64>::max();
+
+    std::mutex m_Guard;
+    std::condition_variable_any m_HasCome;
+    Values m_Values;
+    quint64 m_Added = 0;
+    quint64 m_WaitedFor = Nobody; ///< when so many have been added somebody is to be woken
+};
