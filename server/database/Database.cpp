@@ -1,5 +1,6 @@
 #include "server/database/Database.h"
 
+#include "server/database/PasswordFile.h"
 #include "server/database/PrivateFile.h"
 
 #include <QFile>
@@ -182,6 +183,9 @@ DatabaseAddress::DatabaseAddress(const QString& connectionString)
     m_User = parts.value(QStringLiteral("user"));
     m_Password = parts.value(QStringLiteral("password"));
     m_Options = OptionsOf(parts);
+    if (IsPostgreSql() && m_Password.isEmpty())
+        m_UnsafeFile = UnsafePasswordFile(parts.value(QStringLiteral("passfile")));
+    if (!m_UnsafeFile.isEmpty()) m_Options += QStringLiteral(";passfile='/dev/null/none'"); // never there
     if (m_Database.isEmpty()) throw DescribedError(QStringLiteral("The connection string names no database."));
 }
 
@@ -209,6 +213,8 @@ DatabaseSession::DatabaseSession(const DatabaseAddress& address)
     }
     if (failure.isEmpty()) return;
     QSqlDatabase::removeDatabase(m_Name);
+    if (!address.m_UnsafeFile.isEmpty())
+        failure += QStringLiteral(" The password file %1 is not used: others may read it.").arg(address.m_UnsafeFile);
     throw DescribedError(
         QStringLiteral("The history database \"%1\" cannot be opened: %2").arg(address.m_Database, failure));
 }

@@ -14,7 +14,8 @@ class DatabaseAddress
 {
 public:
     /// Keys are case-insensitive: Driver (SQLite or PostgreSQL), Database, Server, Port, Uid, Pwd and their usual
-    /// synonyms, and PostgreSQL's sslmode with its companions and passfile; values may be in quotes or braces. Throws DescribedError for any other string.
+    /// synonyms, and PostgreSQL's sslmode with its companions and passfile; values may be in quotes or braces. Throws
+    /// DescribedError for any other string.
     explicit DatabaseAddress(const QString& connectionString);
 
     bool IsPostgreSql() const { return m_Driver == QStringLiteral("QPSQL"); }
@@ -35,7 +36,8 @@ private:
     int m_Port = -1;
     QString m_User;
     QString m_Password;
-    QString m_Options; ///< for PostgreSQL's library
+    QString m_UnsafeFile; ///< of passwords, which is not used
+    QString m_Options;    ///< for PostgreSQL's library
 };
 
 /// A database refused something.

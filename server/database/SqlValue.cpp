@@ -27,7 +27,22 @@ Variant FromBytes(const QByteArray& bytes)
 QString ElementText(const Variant& element)
 {
     if (element.IsArray()) return QStringLiteral("(%1)").arg(ToSql(element).toString());
-    return element.IsObject() || element.IsNull() ? QString() : ToPlainText(element);
+    if (element.IsObject() || element.IsNull()) return {};
+    try {
+        return ToPlainText(element);
+    } catch (const ValueError&) {
+        return ToSql(element).toString();
+    }
+}
+
+/// A date that has no text, outside the years 100 to 9999, as its days: one such value must not stop all others.
+QVariant DateToSql(Date date)
+{
+    try {
+        return FormatDate(date, true);
+    } catch (const ValueError&) {
+        return date.Days;
+    }
 }
 
 QString ArrayText(const SafeArray& array)
@@ -69,7 +84,7 @@ QVariant ToSql(const Variant& value)
             else if constexpr (std::is_same_v<T, float>) return static_cast<double>(payload);
             else if constexpr (std::is_same_v<T, double>) return payload;
             else if constexpr (std::is_integral_v<T>) return static_cast<qlonglong>(payload);
-            else if constexpr (std::is_same_v<T, Date>) return FormatDate(payload, true);
+            else if constexpr (std::is_same_v<T, Date>) return DateToSql(payload);
             else if constexpr (std::is_same_v<T, QString>) return payload;
             else if constexpr (std::is_same_v<T, SafeArrayRef>) return ArrayText(*payload);
             else return QVariant();

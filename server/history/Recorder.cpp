@@ -40,6 +40,7 @@ public:
     void SayWaiting(const QString& reason)
     {
         const std::lock_guard lock(m_Guard);
+        if (m_WaitReason.isEmpty()) m_Dropped = 0;
         if (std::exchange(m_WaitReason, reason) != reason)
             Say(LogLevel::Error, QStringLiteral("Values wait: ") + reason);
     }
@@ -47,8 +48,8 @@ public:
     void SayWritten()
     {
         const std::lock_guard lock(m_Guard);
+        if (m_WaitReason.isEmpty()) return;
         TakeDropped();
-        if (m_WaitReason.isEmpty() && m_Dropped == 0) return;
         SayDropped();
         Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(m_Dropped));
         m_WaitReason.clear();
@@ -62,6 +63,14 @@ public:
         const std::lock_guard lock(m_Guard);
         TakeDropped();
         if (Clock::now() - m_Reported > BetweenReports) SayDropped();
+    }
+
+    /// What has not been said yet.
+    void Finish()
+    {
+        const std::lock_guard lock(m_Guard);
+        TakeDropped();
+        SayDropped();
     }
 
     void Say(LogLevel level, const QString& text) const { Log(level, NameOf(m_Number) + text); }
@@ -229,6 +238,7 @@ Recorder::Recorder(int number, const HistoryDestination& destination, const Spoo
     const auto writer = std::make_shared<Writer>(destination, m_Waiting, reporter);
     m_Keeper.emplace([waiting = m_Waiting, reporter](const std::stop_token& stop) {
         waiting->Keep(stop, [&] { reporter->Look(); });
+        reporter->Finish();
     });
     m_Writer.emplace([writer](const std::stop_token& stop) { writer->Run(stop); }, LongestEnd);
 }

@@ -1,5 +1,7 @@
 #include "server/postgreshistory/Layout.h"
 
+#include "server/postgreshistory/RowColumns.h"
+
 #include <array>
 
 namespace {
@@ -34,7 +36,7 @@ AS $$ SELECT utc - ((utc % 60000000) + 60000000) % 60000000 $$)");
 // Statements on the view name four columns; these fill in the others. Who may use the view needs no more.
 const QString s_Insert = QStringLiteral(R"(CREATE OR REPLACE FUNCTION {insert}() RETURNS trigger
 LANGUAGE plpgsql SECURITY DEFINER AS $$ BEGIN
- INSERT INTO {rows} VALUES (NEW.controller_name, NEW.item_name, NEW.item_value, NEW.item_time,
+ INSERT INTO {rows} (%1) VALUES (NEW.controller_name, NEW.item_name, NEW.item_value, NEW.item_time,
                             {number}(NEW.item_value), {utc}(NEW.item_time), 0);
  RETURN NEW;
 END $$)");
@@ -97,14 +99,28 @@ QString Layout::Version() const
 
 bool Layout::IsComplete() const
 {
-    const auto there = [this](const QString& part) {
-        return QStringLiteral("to_regclass(%1)").arg(LayoutNames::Literal(m_Names.Of(part)));
-    };
-    return m_Session
-        .Ask(QStringLiteral("SELECT obj_description(%1, 'pg_class') = %2 AND num_nulls(%3, %4, %5) = 0")
-                 .arg(there(QStringLiteral("closed")), LayoutNames::Literal(Version()),
-                      there(QStringLiteral("history")), there(QStringLiteral("values")), there(QStringLiteral("days"))))
-        .toBool();
+    const QString parts = Places({QStringLiteral("history"), QStringLiteral("values"), QStringLiteral("minutes"),
+                                  QStringLiteral("hours"), QStringLiteral("days"), QStringLiteral("rows_other")});
+    return HasSumTables() &&
+           m_Session
+               .Ask(QStringLiteral("SELECT obj_description(%1, 'pg_class') = %2 AND num_nulls(%3) = 0")
+                        .arg(Places({QStringLiteral("closed")}), LayoutNames::Literal(Version()), parts))
+               .toBool();
+}
+
+bool Layout::HasSumTables() const
+{
+    const QString parts = Places({QStringLiteral("blocks"), QStringLiteral("changed"), QStringLiteral("closed")});
+    return m_Session.Ask(QStringLiteral("SELECT num_nulls(%1) = 0").arg(parts)).toBool();
+}
+
+/// What names these parts in a statement; null for those that are missing.
+QString Layout::Places(const QStringList& parts) const
+{
+    QStringList places;
+    for (const QString& part : parts)
+        places.append(QStringLiteral("to_regclass(%1)").arg(LayoutNames::Literal(m_Names.Of(part))));
+    return places.join(u',');
 }
 
 QString SummedUp(const QString& source)
@@ -130,8 +146,7 @@ Layout::Layout(const DatabaseSession& session, const LayoutNames& names)
 Layout::Kind Layout::Find() const
 {
     const auto exists = [this](const QString& part) {
-        const QString name = LayoutNames::Literal(m_Names.Of(part));
-        return !m_Session.Ask(QStringLiteral("SELECT to_regclass(%1)").arg(name)).isNull();
+        return !m_Session.Ask(QStringLiteral("SELECT ") + Places({part})).isNull();
     };
     if (exists(QStringLiteral("rows"))) return Kind::Partitioned;
     if (!exists(QStringLiteral("history"))) return Kind::Missing;
@@ -143,7 +158,9 @@ void Layout::Make(Kind found) const
 {
     m_Session.Run(QStringLiteral("BEGIN"));
     try {
-        if (found != Kind::Partitioned) MakeTables(found);
+        if (found != Kind::Partitioned) MakeRows(found);
+        MakeOther();
+        if (found != Kind::Partitioned || !HasSumTables()) MakeSumTables();
         MakeFunctions();
         MakeViews();
         if (found == Kind::OldTable) Run(s_Rights);
@@ -155,26 +172,33 @@ void Layout::Make(Kind found) const
     }
 }
 
-void Layout::MakeTables(Kind found) const
+void Layout::MakeRows(Kind found) const
 {
-    // What is left where somebody has dropped the rows.
-    Run(QStringLiteral("DROP TABLE IF EXISTS {blocks}, {changed}, {closed} CASCADE"));
     Run(QStringLiteral("CREATE TABLE {rows} (%1, value_number float8, item_utc bigint, item_state integer) "
                        "PARTITION BY RANGE (item_time)")
             .arg(s_Columns));
-    if (found == Kind::OldTable) {
-        Run(QStringLiteral("ALTER TABLE {history} ADD COLUMN value_number float8, ADD COLUMN item_utc bigint, "
-                           "ADD COLUMN item_state integer"));
-        Run(QStringLiteral(
-                "CREATE TEMPORARY TABLE rights ON COMMIT DROP AS SELECT (aclexplode(relacl)).* FROM pg_class "
-                "WHERE oid = to_regclass(%1)")
-                .arg(LayoutNames::Literal(m_Names.Of(QStringLiteral("history")))));
-        Run(QStringLiteral("ALTER TABLE {history} RENAME TO ") + u'"' + m_Names.Bare(QStringLiteral("rows_other")) +
-            u'"');
-    } else {
-        Run(QStringLiteral("CREATE TABLE {rows_other} (LIKE {rows})"));
-    }
+    if (found != Kind::OldTable) return;
+    Run(QStringLiteral("ALTER TABLE {history} ADD COLUMN value_number float8, ADD COLUMN item_utc bigint, "
+                       "ADD COLUMN item_state integer"));
+    Run(QStringLiteral("CREATE TEMPORARY TABLE rights ON COMMIT DROP AS SELECT (aclexplode(relacl)).* FROM pg_class "
+                       "WHERE oid = to_regclass(%1)")
+            .arg(LayoutNames::Literal(m_Names.Of(QStringLiteral("history")))));
+    Run(QStringLiteral("ALTER TABLE {history} RENAME TO ") + u'"' + m_Names.Bare(QStringLiteral("rows_other")) + u'"');
     Run(QStringLiteral("ALTER TABLE {rows} ATTACH PARTITION {rows_other} DEFAULT"));
+}
+
+/// The partition for the rest, where it is missing.
+void Layout::MakeOther() const
+{
+    if (!m_Session.Ask(QStringLiteral("SELECT ") + Places({QStringLiteral("rows_other")})).isNull()) return;
+    Run(QStringLiteral("CREATE TABLE {rows_other} (LIKE {rows})"));
+    Run(QStringLiteral("ALTER TABLE {rows} ATTACH PARTITION {rows_other} DEFAULT"));
+}
+
+/// Also where one of them has been dropped: then all that is closed is summed up anew.
+void Layout::MakeSumTables() const
+{
+    Run(QStringLiteral("DROP TABLE IF EXISTS {blocks}, {changed}, {closed} CASCADE"));
     Run(QStringLiteral("CREATE TABLE {blocks} (controller_name text, item_name text, start_utc bigint, value_count "
                        "bigint, number_count bigint, smallest float8, largest float8, first_value float8, last_value "
                        "float8, number_sum float8, worst_state integer, day date) PARTITION BY LIST (day)"));
@@ -186,7 +210,7 @@ void Layout::MakeTables(Kind found) const
 
 void Layout::MakeFunctions() const
 {
-    for (const QString& function : {s_Number, s_Utc, s_Minute, s_Insert, s_Update}) Run(function);
+    for (const QString& function : {s_Number, s_Utc, s_Minute, s_Insert.arg(RowColumns(true)), s_Update}) Run(function);
     struct Noted
     {
         QString Event;

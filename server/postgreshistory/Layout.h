@@ -23,13 +23,18 @@ public:
     Kind Find() const;
     /// Whether all of it is there, as this version makes it. Throws DatabaseError.
     bool IsComplete() const;
-    /// Makes it, taking over an old table with all its rows; afterwards relations and functions are of this version.
+    /// Makes what is missing, taking over an old table with all its rows; afterwards relations and functions are of this
+    /// version.
     /// All or nothing. Throws DatabaseError.
     void Make(Kind found) const;
 
 private:
     QString Version() const;
-    void MakeTables(Kind found) const;
+    QString Places(const QStringList& parts) const;
+    bool HasSumTables() const;
+    void MakeRows(Kind found) const;
+    void MakeOther() const;
+    void MakeSumTables() const;
     void MakeFunctions() const;
     void MakeViews() const;
     void Run(const QString& statement) const { m_Session.Run(m_Names.Fill(statement)); }

@@ -23,5 +23,8 @@ DatabaseError ErrorOf(const PGconn* connection, const PGresult* result)
     const QString text =
         QString::fromUtf8(result ? PQresultErrorMessage(result) : PQerrorMessage(connection)).trimmed();
     const QString shown = code ? QStringLiteral("%1\n(%2)").arg(text, QLatin1StringView(code)) : text;
-    return DatabaseError(QSqlError(QString(), shown, QSqlError::StatementError, QString::fromLatin1(code)));
+    // A row that no partition is for violates a check, too; but that is no fault of the row.
+    const bool hasNoPlace = QByteArrayView(code) == "23514" && !PQresultErrorField(result, PG_DIAG_CONSTRAINT_NAME);
+    return DatabaseError(
+        QSqlError(QString(), shown, QSqlError::StatementError, hasNoPlace ? QString() : QString::fromLatin1(code)));
 }

@@ -1,6 +1,7 @@
 #include "server/postgreshistory/PartitionCare.h"
 
 #include "server/postgreshistory/Layout.h"
+#include "server/postgreshistory/RowColumns.h"
 
 #include <QDateTime>
 
@@ -14,12 +15,16 @@ using namespace std::chrono_literals;
 
 constexpr int LateSeconds = 60;  // what comes later than this goes into a closed partition
 constexpr int IdleSeconds = 120; // nothing has been written for so long: nothing is on its way
-constexpr int TriesToLock = 300; // a second apart
+constexpr int TriesToLock = 600;
+constexpr auto BetweenTries = 300ms; // less than the second after which the database looks for deadlocks
 constexpr double RateOfNarrow = 1400.0;
 constexpr qint64 RowsWorthMerging = 150'000'000;
 
 const QString s_InOrder =
     QStringLiteral("ORDER BY date_trunc('hour', item_time), controller_name, item_name, item_utc");
+
+const QString s_IsInTheWay = QStringLiteral(
+    "SELECT EXISTS (SELECT FROM pg_locks WHERE NOT granted AND pg_backend_pid() = ANY (pg_blocking_pids(pid)))");
 
 QString DayOf(const QString& time)
 {
@@ -126,10 +131,10 @@ void PartitionCare::Merge(const Partition& day, const std::vector<Partition>& pa
         while (std::ranges::find(parts, made.Name, &Partition::Name) != parts.end()) made.Name += u'x';
         m_Partitions.MakeTable(made);
         m_Session.Run(m_Names
-                          .Fill(QStringLiteral("INSERT INTO %1 SELECT * FROM {rows} WHERE item_time >= '%2' AND "
+                          .Fill(QStringLiteral("INSERT INTO %1 (%5) SELECT %5 FROM {rows} WHERE item_time >= '%2' AND "
                                                "item_time < '%3' AND item_utc IS NOT NULL AND tableoid <> "
                                                "'{rows_other}'::regclass %4"))
-                          .arg(m_Partitions.NameOf(made), day.From, day.To, s_InOrder));
+                          .arg(m_Partitions.NameOf(made), day.From, day.To, s_InOrder, RowColumns(true)));
         MoveOtherRows(made);
         MakeIndexes(m_Partitions.NameOf(made), made.Name);
         LockRows();
@@ -251,10 +256,10 @@ void PartitionCare::SumUp(const QString& table, const QString& day) const
 void PartitionCare::MoveOtherRows(const Partition& into) const
 {
     Run(QStringLiteral("WITH moved AS (DELETE FROM {rows_other} WHERE item_time >= '%1' AND item_time < '%2' "
-                       "RETURNING *) INSERT INTO %3 SELECT controller_name, item_name, item_value, item_time, "
+                       "RETURNING *) INSERT INTO %3 (%5) SELECT controller_name, item_name, item_value, item_time, "
                        "coalesce(value_number, {number}(item_value)), coalesce(item_utc, {utc}(item_time)), "
                        "coalesce(item_state, 0) FROM moved %4")
-            .arg(into.From, into.To, m_Partitions.NameOf(into), s_InOrder));
+            .arg(into.From, into.To, m_Partitions.NameOf(into), s_InOrder, RowColumns(true)));
 }
 
 /// Makes the table a partition, with what came into {rows_other} while it was filled: from the lock on nothing comes.
@@ -265,7 +270,8 @@ void PartitionCare::Join(const Partition& partition) const
     m_Partitions.Attach(partition);
 }
 
-/// Within a transaction that has worked for long: others wait 0.2 s at a time only.
+/// Within a transaction that has worked for long: others wait 0.2 s at a time only. Throws DatabaseError also when
+/// somebody waits for what this has locked already, for then each would wait for the other.
 void PartitionCare::LockRows() const
 {
     for (int tries = 1;; ++tries) {
@@ -274,9 +280,10 @@ void PartitionCare::LockRows() const
             Run(QStringLiteral("LOCK TABLE ONLY {rows}, ONLY {rows_other} IN ACCESS EXCLUSIVE MODE"));
             return;
         } catch (const DatabaseError&) {
-            if (tries == TriesToLock) throw;
+            if (tries == TriesToLock || m_Progress.IsEnding) throw;
             m_Session.Run(QStringLiteral("ROLLBACK TO unlocked"));
-            std::this_thread::sleep_for(1s);
+            std::this_thread::sleep_for(BetweenTries);
+            if (m_Session.Ask(s_IsInTheWay).toBool()) throw;
         }
     }
 }

@@ -48,9 +48,10 @@ bool PostgresTable::HasLayout(Layout::Kind found, const Layout& layout) const
         layout.Make(found);
         return true;
     } catch (const DatabaseError& error) {
-        Log(LogLevel::Info,
+        const bool isThere = found == Layout::Kind::Partitioned; // some part of it is not as it should be
+        Log(isThere ? LogLevel::Debug : LogLevel::Info,
             QStringLiteral("The history %1 cannot be kept in partitions here: %2").arg(Name(), error.Description()));
-        return found == Layout::Kind::Partitioned;
+        return isThere;
     }
 }
 

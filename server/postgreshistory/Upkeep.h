@@ -20,6 +20,7 @@ private:
     struct Breaker;
     class Work;
 
+    const std::shared_ptr<WriteProgress> m_Progress;
     std::shared_ptr<Breaker> m_Breaker;
     std::jthread m_Thread;
 };

@@ -36,7 +36,7 @@ pg = Postgres(); pl = Place("load"); idle = Place("idle")
 sqlite = f"Database={pl.d}/second.db"
 
 
-def plant(place, *connections, enabled=True):
+def plant(place, *connections, enabled=True, scanned=True):
     """The path of a plant file with these destinations."""
     path = place.d + "/plant.toml"
     with open(path, "w") as f:
@@ -44,7 +44,7 @@ def plant(place, *connections, enabled=True):
         for c in connections: f.write(f'[[history.destination]]\nconnection = "{c}"\nmax_size = "0"\n')
         f.write(f"""[[controller]]
 name = "C"
-scan_times = [100, 0, 0]
+scan_times = [{100 if scanned else 0}, 0, 0]
 [[controller.item]]
 name = "N_{{0..{options.items - 1}}}"
 type = "I4"
@@ -111,9 +111,10 @@ if options.outage:
     check(spooled() <= peak * 0.02, f"caught up within {time.time() - back:.0f} s while recording went on")
 lasted = time.time() - began
 p.terminate(); p.wait(60)
-print("   " + pl.text().replace("\n", "\n   ").rstrip(), flush=True)
+said = pl.text().rstrip().split("\n")
+print("   " + "\n   ".join(said[:30]) + (f"\n   and {len(said) - 30} more lines" if len(said) > 30 else ""), flush=True)
 while spooled() > 0:                                     # what the end was too short for
-    p = pl.start("--plant", both); time.sleep(10); p.terminate(); p.wait(60)
+    p = pl.start("--plant", plant(pl, pg.connection, sqlite, scanned=False)); time.sleep(20); p.terminate(); p.wait(60)
 there = [look_at("PostgreSQL", pg.connection), look_at("SQLite", sqlite)]
 check(there[0] == there[1], f"the same in both after {lasted:.0f} s, {there[0][0] / lasted:.0f} a second")
 idle.close(); pl.close(); pg.close(); leave()

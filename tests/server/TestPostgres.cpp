@@ -121,9 +121,11 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     EXPECT_TRUE(countTo(600));
     EXPECT_EQ(server.Terminate(), 0) << "while the last ones wait for their batch";
 
-    // The report of what is kept comes at the start, or later where the database is away then.
+    // The report of what is kept comes at the start, or later where the database is away then; and this machine may be
+    // too busy.
     QStringList log = server.Log(), reasons = log.filter(waits);
-    log.removeIf([](const QString& line) { return line.startsWith(u"info: The history takes "); });
+    log.removeIf(
+        [](const QString& line) { return line.startsWith(u"info: The history takes ") || line.contains(u"too busy"); });
     EXPECT_EQ(reasons.removeDuplicates(), 0) << "each reason once";
     EXPECT_EQ(log.size(), reasons.size() + 4)
         << log.join(u'\n').toStdString() << "\nand nothing else but that it listens, writes twice and ends";

@@ -1,8 +1,13 @@
+#include "core/automation/SafeArray.h"
+#include "server/postgreshistory/Layout.h"
+#include "server/postgreshistory/LocalTime.h"
 #include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresRetention.h"
 #include "server/postgreshistory/RowFeed.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/support/PostgresRun.h"
+
+#include <future>
 
 namespace {
 
@@ -94,12 +99,86 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
                   .section(u' ', 0, 0),
               u"8,2");
 
-    HistoryDestination destination = m_Settings.Destinations[0];
-    destination.Keep = std::chrono::hours(24);
-    PostgresRetention retention(session, m_Names, destination);
+    HistoryDestination byAge = m_Settings.Destinations[0], bySize = byAge;
+    byAge.Keep = std::chrono::hours(24);
+    bySize.MaxBytes = 100'000'000;
     care.TidyNext(); // lists them anew
-    EXPECT_TRUE(retention.DropNext(care.All().All()));
+    EXPECT_FALSE(PostgresRetention(session, m_Names, bySize).DropNext(care.All().All())) << "there is room";
+    EXPECT_TRUE(PostgresRetention(session, m_Names, byAge).DropNext(care.All().All()));
+    care.CloseNext(s_Later);
+    bySize.MaxBytes = 1;
     EXPECT_EQ(Ask(u"SELECT count(*) || ' ' || (SELECT count(*) FROM velsql_minutes) FROM velsql_values"_s), u"8,1 1");
+    EXPECT_TRUE(PostgresRetention(session, m_Names, bySize).DropNext(care.All().All()));
+    EXPECT_EQ(Ask(u"SELECT count(*) FROM velsql_values"_s), u"3,0");
+}
+
+TEST_F(PostgresLayoutTest, WhoMovesRowsGivesWayToWhoWaitsForThem)
+{
+    Record();
+    Ask(u"INSERT INTO velsql_history VALUES ('C', 'X', '1', '2023-05-05')"_s);
+    HistorySettings idle = m_Settings;
+    idle.Enabled = false;
+    AskedHistory operators(idle);
+    const DatabaseSession reader{DatabaseAddress(m_Database.ConnectionString())};
+    reader.Run(u"BEGIN; LOCK TABLE velsql_rows IN ACCESS SHARE MODE"_s);
+    auto moved = std::async([&] {
+        const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+        return OutcomeOf([&] { PartitionCare(session, m_Names, m_Progress).TidyNext(); });
+    });
+    const QString waiting = u"SELECT count(*) FROM pg_locks WHERE NOT granted AND mode = 'AccessExclusiveLock'"_s;
+    EXPECT_TRUE(WaitUntil([&] { return operators.FirstOf(waiting) != u"3,0"; })) << "it has the row, but not the table";
+    auto deleted = operators.Start(u"DELETE FROM velsql_history WHERE item_name = 'X'"_s);
+    EXPECT_TRUE(WaitUntil([&] { return moved.wait_for(std::chrono::seconds(0)) == std::future_status::ready; }));
+    reader.Run(u"COMMIT"_s);
+    EXPECT_TRUE(moved.get().contains(u"lock timeout"_s));
+    EXPECT_EQ(Wait(kj::mv(deleted))->Progress().Affected, 1);
+}
+
+TEST_F(PostgresLayoutTest, WhatSomebodyDropsIsMadeAgainAndSummedUpAnew)
+{
+    Record();
+    const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+    PartitionCare care(session, m_Names, m_Progress);
+    const Layout layout(session, m_Names);
+    for (const QString& statement :
+         {u"DROP VIEW velsql_history"_s, u"DROP TABLE velsql_blocks CASCADE"_s, u"DROP TABLE velsql_closed CASCADE"_s,
+          u"DROP TABLE velsql_rows_other CASCADE"_s, u"DROP FUNCTION velsql_utc CASCADE"_s}) {
+        while (care.CloseNext(s_Later)) {
+        }
+        EXPECT_TRUE(layout.IsComplete());
+        Ask(statement);
+        EXPECT_FALSE(layout.IsComplete()) << statement.toStdString();
+        layout.Make(layout.Find());
+        EXPECT_EQ(Disagreement(), u"8,0 of 182") << statement.toStdString();
+        EXPECT_EQ(Ask(u"SELECT count(*) FROM velsql_history"_s), u"3,6000");
+    }
+}
+
+TEST_F(PostgresLayoutTest, EveryWayOfBringingRowsBringsTheSame)
+{
+    Record();
+    const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+    const QString text = u"it's \\ \"text\"\t\n\r with \u2713"_s + QChar(u'\0');
+    const TimeStamp before1970{std::chrono::microseconds(-1'500'001)};
+    QStringList kept;
+    for (const auto way : {RowFeed::Way::BinaryCopy, RowFeed::Way::Copy, RowFeed::Way::Arrays, RowFeed::Way::Values}) {
+        const auto feed = RowFeed::Make(way, session, true);
+        LocalTime clock;
+        for (const bool isMeant : {false, true}) {
+            feed->Begin(u"velsql_rows_other"_s);
+            for (const Variant& value : {Variant(0.1 + 0.2), Variant(-1e300), Variant(7), Variant(true), Variant(text),
+                                         Variant(u" 1e3"_s), Variant(u"1e999"_s), Variant(Date{1e9}),
+                                         Variant(SafeArray(QList{Date{1e9}})), Variant(Null{}), Variant()}) {
+                const RecordedValue recorded{text, u"A"_s, value, before1970, 1};
+                feed->Add(PostgresRow(recorded, clock.Of(recorded.Time)));
+            }
+            isMeant ? feed->End() : feed->Abandon();
+        }
+        kept << Ask(u"SELECT count(*) || string_agg(r::text, ' ') FROM velsql_rows_other AS r"_s);
+        Ask(u"DELETE FROM velsql_rows_other"_s);
+    }
+    EXPECT_EQ(kept, QStringList(4, kept[0]));
+    EXPECT_TRUE(kept[0].startsWith(u"8,11("_s) && kept[0].contains(u"1969-12-31"_s)) << kept[0].toStdString();
 }
 
 TEST_F(PostgresLayoutTest, AnOldTableIsTakenOverWithAllItsRowsAndRights)
