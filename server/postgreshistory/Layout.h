@@ -24,8 +24,7 @@ public:
     /// Whether all of it is there, as this version makes it. Throws DatabaseError.
     bool IsComplete() const;
     /// Makes what is missing, taking over an old table with all its rows; afterwards relations and functions are of this
-    /// version.
-    /// All or nothing. Throws DatabaseError.
+    /// version. All or nothing. Throws DatabaseError.
     void Make(Kind found) const;
 
 private:

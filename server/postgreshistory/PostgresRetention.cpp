@@ -16,8 +16,10 @@ constexpr qint64 FewestSeconds = 3600;              // to tell a rate
 constexpr auto LargestJump = 1h;
 constexpr auto WaitAfterJump = 24h;
 
+/// Without {rows_other}: its space counts once the rows that are moved out of it stand in partitions, and not twice.
 const QString s_Bytes = QStringLiteral(R"(SELECT coalesce(sum(pg_total_relation_size(inhrelid)), 0)::bigint
- FROM pg_inherits WHERE inhparent IN (to_regclass(%1), to_regclass(%2)))");
+ FROM pg_inherits WHERE inhparent IN (to_regclass(%1), to_regclass(%2))
+ AND inhrelid IS DISTINCT FROM to_regclass(%3))");
 
 qint64 MaxBytesOf(const HistoryDestination& destination)
 {
@@ -96,7 +98,8 @@ qint64 PostgresRetention::Bytes() const
 {
     return m_Session
         .Ask(s_Bytes.arg(LayoutNames::Literal(m_Names.Of(QStringLiteral("rows"))),
-                         LayoutNames::Literal(m_Names.Of(QStringLiteral("blocks")))))
+                         LayoutNames::Literal(m_Names.Of(QStringLiteral("blocks"))),
+                         LayoutNames::Literal(m_Names.Of(QStringLiteral("rows_other")))))
         .toLongLong();
 }
 
