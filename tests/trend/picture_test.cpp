@@ -142,7 +142,7 @@ TEST(TrendPainter, PaintsWhateverThereIs)
             QImage image(size, QImage::Format_RGB32);
             QPainter painter(&image);
             const std::vector<const Pen*> shown = {&pens[0], &pens[1], &pens[2]};
-            TrendPainter().Paint(painter, size, {view, shown, 0, true}, PictureColours::Dark());
+            TrendPainter().Paint(painter, size, {view, shown, 0, true, QStringLiteral("no history")}, PictureColours::Dark());
         }
     }
 }

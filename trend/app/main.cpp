@@ -2,6 +2,7 @@
 #include "commandline/QtOptions.h"
 #include "core/ConsoleStyle.h"
 #include "core/DesktopColours.h"
+#include "trend/app/ReportOptions.h"
 #include "trend/core/ReadMoment.h"
 #include "trend/files/ViewFile.h"
 #include "trend/window/frmTrend.h"
@@ -26,7 +27,8 @@ struct TrendOptions
     QString View;              ///< a file that keeps one
     std::optional<Span> Shown; ///< nothing: the last hour, following the present
     std::optional<Micros> Length;
-    QString Answer; ///< to --help or --version: is printed, and nothing else is done
+    std::optional<ReportOrder> Report; ///< is written, and no window is opened
+    QString Answer;                    ///< to --help or --version: is printed, and nothing else is done
 };
 
 Micros ReadTime(const CommandLine& line, const QString& option, Micros now)
@@ -57,6 +59,7 @@ TrendOptions ReadOptions(CommandLine& line, const QStringList& arguments)
                       QStringLiteral("time")},
                      {QStringLiteral("to"), QStringLiteral("Until then. Default: now, and on with the present."),
                       QStringLiteral("time")}});
+    AddReportOptions(line);
     line.addPositionalArgument(QStringLiteral("ITEM"),
                                QStringLiteral("Items to show, such as \"PLC1\\Level\", or a view that was saved, "
                                               "whose name ends in .velsqltrend."),
@@ -66,6 +69,7 @@ TrendOptions ReadOptions(CommandLine& line, const QStringList& arguments)
     for (const QString& argument : line.positionalArguments())
         argument.endsWith(ViewFile::Suffix) ? void(options.View = argument) : options.Items.append(argument);
     ReadSpan(line, options);
+    options.Report = ReadReportOptions(line);
     for (const QString& item : options.Items) {
         if (!PenOf(item)) throw UsageError(QStringLiteral("\"%1\" is not an item such as PLC1\\Level.").arg(item));
     }
@@ -81,6 +85,49 @@ int Show(const TrendOptions& options)
     window->ShowSpan(options.Shown, options.Length);
     window->show();
     return QApplication::exec();
+}
+
+/// Throws DescribedError for a view that cannot be read.
+SavedView ViewOf(const TrendOptions& options)
+{
+    SavedView view;
+    const Micros now = QDateTime::currentMSecsSinceEpoch() * 1000;
+    view.Of.Shown = {now - options.Length.value_or(3600 * MicrosASecond), now};
+    if (!options.View.isEmpty()) view = ViewFile::Read(options.View);
+    view.Of.IsFollowing = options.Length || (!options.Shown && view.Of.IsFollowing);
+    if (options.Length) view.Of.Shown = {now - *options.Length, now};
+    if (options.Shown) view.Of.Shown = *options.Shown;
+    for (const QString& item : options.Items) {
+        PenSettings pen = PenOf(item).value();
+        pen.Colour = PenColours[view.Pens.size() % PenColours.size()];
+        view.Pens.push_back(pen);
+    }
+    return view;
+}
+
+/// Throws DescribedError.
+int WriteReport(const TrendOptions& options)
+{
+    Report report([] { return std::make_unique<RemoteLibrary>(); }, *options.Report, ViewOf(options));
+    const Report::Result result = report.Run();
+    for (const QString& trouble : report.Troubles()) std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(trouble));
+    return result;
+}
+
+int SayError(const std::function<int()>& action)
+{
+    try {
+        return action();
+    } catch (const DescribedError& error) {
+        std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(error.Description()));
+        return EXIT_FAILURE;
+    }
+}
+
+[[noreturn]] void End(int code)
+{
+    std::fflush(nullptr);
+    std::_Exit(code); // a thread that waits for a silent server must not be waited for
 }
 
 } // namespace
@@ -99,18 +146,16 @@ int main(int argc, char** argv)
         }
     }
     if (!options.Answer.isEmpty()) return std::puts(qPrintable(options.Answer)) < 0 ? EXIT_FAILURE : EXIT_SUCCESS;
+    if (options.Report) {
+        qputenv("QT_QPA_PLATFORM", "offscreen"); // reports are written where there is no display
+        const QGuiApplication application(argc, argv);
+        End(SayError([&] { return WriteReport(options); }));
+    }
     QApplication application(argc, argv);
     QApplication::setStyle(new ConsoleStyle);
     QApplication::setApplicationName(QStringLiteral("velsqltrend"));
     QApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("velsqltrend"));
     DesktopColours::FollowSession(&application);
-    int code = EXIT_FAILURE;
-    try {
-        code = Show(options);
-    } catch (const DescribedError& error) {
-        std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(error.Description()));
-    }
-    std::fflush(nullptr);
-    std::_Exit(code); // a thread that waits for a silent server must not be waited for
+    End(SayError([&] { return Show(options); }));
 }

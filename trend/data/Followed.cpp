@@ -56,6 +56,7 @@ void Followed::Begin(const LiveNews& news)
     if (m_Break && news.Time <= *m_Break) m_Pen->Values.Replace({*m_Break, *m_Break + 1}, {});
     m_Break.reset();
     m_Live = m_Seam = news.Time;
+    m_Known.Add({news.Time, news.Time + 1}, Coverage::Exact);
 }
 
 void Followed::AppendNumber(const LiveNews& news)
@@ -82,6 +83,7 @@ void Followed::AppendText(const LiveNews& news)
 
 void Followed::Take(const HistoryAnswer& answer, Micros now)
 {
+    Hold(now); // what was heard meanwhile is not for the history to replace
     // The last interval may not be over yet.
     const Span known{answer.Known.From, std::min(answer.Known.To, now)};
     if (answer.HasTexts && m_Pen->Time == 0 && m_Pen->Values.Count() == 0) m_Pen->Kind = PenKind::Texts;
@@ -120,6 +122,11 @@ void Followed::DoubtSeam()
 {
     if (m_Seam) m_Known.Forget({*m_Seam - WritingTime, *m_Seam});
     m_Seam.reset();
+}
+
+bool Followed::IsSettled(const Span& span) const
+{
+    return IsHeard() && (!m_Seam || *m_Seam - WritingTime >= span.To);
 }
 
 std::vector<Span> Followed::Missing(Span span, Micros interval, Micros now) const

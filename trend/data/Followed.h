@@ -18,6 +18,9 @@ public:
     void Break(Micros now);
     /// What was heard last holds until now.
     void Hold(Micros now);
+    bool IsHeard() const { return m_Live || !m_Pen->Note.isEmpty(); }
+    /// Whether what lies in the span will stay as it is.
+    bool IsSettled(const Span& span) const;
     /// What is recorded just before the first value that was heard may not have been written when it was asked for.
     void DoubtSeam();
     /// What has to be asked for, so that this span is known in such intervals.

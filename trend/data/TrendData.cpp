@@ -163,6 +163,19 @@ bool TrendData::KnowsEveryValue(const Span& span) const
     });
 }
 
+bool TrendData::HasHeardAll() const
+{
+    return std::all_of(m_Followed.begin(), m_Followed.end(), [](const auto& followed) { return followed->IsHeard(); });
+}
+
+bool TrendData::IsComplete()
+{
+    const auto isSettled = [this](const auto& followed) { return followed->IsSettled(m_Shown); };
+    if (m_IsWaiting || !std::all_of(m_Followed.begin(), m_Followed.end(), isSettled)) return false;
+    const QList<HistoryQuestion> missing = Missing();
+    return missing.isEmpty() || missing == m_Asked;
+}
+
 void TrendData::HoldPresent()
 {
     const Micros now = Now();

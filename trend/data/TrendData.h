@@ -31,6 +31,10 @@ public:
     void Show(const Span& shown, int width);
     /// Whether each value of the visible pens in this span is known, as far as there can be any yet.
     bool KnowsEveryValue(const Span& span) const;
+    /// Whether each item has said its value, or why it has none.
+    bool HasHeardAll() const;
+    /// Whether all that is shown is known as exactly as it was asked for, or cannot be.
+    bool IsComplete();
     /// Whether something has been asked for and has not come yet.
     bool IsWaiting() const { return m_IsWaiting; }
     /// Why the server, or its history, cannot be asked at present; mostly empty.

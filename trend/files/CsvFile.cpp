@@ -93,8 +93,10 @@ public:
             const auto mark = m_Pen.Texts.At(time);
             return mark ? Variant(mark->Text) : Variant();
         }
-        const auto value = m_Pen.Values.At(time, m_Pen.Settings.Drawn);
-        return value ? NumberCell(m_Pen, *value) : Variant();
+        const Series& values = m_Pen.Values;
+        const auto value = values.At(time, m_Pen.Settings.Drawn);
+        const bool isBad = m_Next > 0 && values.IsGap(m_Next - 1) && time <= values.HeldUntil();
+        return value ? NumberCell(m_Pen, *value) : isBad ? Variant(values.ValueAt(m_Next - 1)) : Variant();
     }
 
     Micros NextTime() const

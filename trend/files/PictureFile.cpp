@@ -66,6 +66,14 @@ struct Kind
 constexpr std::array<Kind, 3> Kinds = {
     {{QLatin1StringView("png"), WritePng}, {QLatin1StringView("svg"), WriteSvg}, {QLatin1StringView("pdf"), WritePdf}}};
 
+const Kind& KindOf(const QString& path)
+{
+    const QString suffix = QFileInfo(path).suffix().toLower();
+    const auto* kind = std::find_if(Kinds.begin(), Kinds.end(), [&](const Kind& one) { return suffix == one.Suffix; });
+    if (kind != Kinds.end()) return *kind;
+    throw DescribedError(QStringLiteral("%1 cannot be written: pictures are .png, .svg or .pdf.").arg(path));
+}
+
 } // namespace
 
 QImage PictureFile::Image(const PictureContent& content, const Format& format, const PictureColours& colours)
@@ -78,17 +86,19 @@ QImage PictureFile::Image(const PictureContent& content, const Format& format, c
     return image;
 }
 
+void PictureFile::Check(const QString& path, const Format& format)
+{
+    KindOf(path);
+    CheckFormat(format);
+}
+
 void PictureFile::Write(const QString& path, const PictureContent& content, const Format& format,
                         const PictureColours& colours)
 {
-    CheckFormat(format);
-    const QString suffix = QFileInfo(path).suffix().toLower();
-    const auto* kind = std::find_if(Kinds.begin(), Kinds.end(), [&](const Kind& one) { return suffix == one.Suffix; });
-    if (kind == Kinds.end())
-        throw DescribedError(QStringLiteral("%1 cannot be written: pictures are .png, .svg or .pdf.").arg(path));
+    Check(path, format);
     QBuffer bytes;
     bytes.open(QIODevice::WriteOnly);
-    kind->Write(bytes, content, format, colours);
+    KindOf(path).Write(bytes, content, format, colours);
     FileOutput file(path);
     file.Write(bytes.data());
     file.Finish();

@@ -14,6 +14,9 @@ struct Format
 
 inline constexpr int LargestSide = 10'000; ///< of the file's pixels
 
+/// Throws DescribedError for a name or a format that Write refuses.
+void Check(const QString& path, const Format& format);
+
 /// Also for the clipboard.
 QImage Image(const PictureContent& content, const Format& format, const PictureColours& colours);
 

@@ -15,6 +15,7 @@ struct PictureContent
     std::span<const Pen* const> Pens;
     std::optional<std::size_t> Current = {}; ///< the number of the pen that stands out
     bool HasLegend = false;                  ///< for pictures that stand alone: what is shown, above the picture
+    QString Trouble = {};                    ///< of all pens, such as that there is no history
 };
 
 /// A value axis with the pens that stand on it.

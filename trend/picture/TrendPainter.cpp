@@ -145,6 +145,7 @@ void TrendPainter::PaintWords(const Frame& frame)
         frame.On.drawText(frame.Layout.Field, Qt::AlignCenter, QStringLiteral("No data in this span."));
 
     QStringList notes;
+    if (!frame.Content.Trouble.isEmpty()) notes += frame.Content.Trouble;
     for (const Pen* pen : pens)
         if (isVisible(pen) && !pen->Note.isEmpty()) notes += QString(pen->Settings.Name() % u": " % pen->Note);
     if (notes.size() > qsizetype{MostNotes}) {
