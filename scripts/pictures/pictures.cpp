@@ -1,11 +1,13 @@
 #include "additem/frmAddItem.h"
-#include "core/modMain.h"
 #include "core/DesktopColours.h"
+#include "core/modMain.h"
 #include "perfcheck/frmPerfChk.h"
 #include "tests/system/SystemConsole.h"
+#include "trend/window/frmTrend.h"
 
 #include <QDir>
 #include <QMdiSubWindow>
+#include <QTableView>
 #include <QTabWidget>
 #include <QTreeView>
 
@@ -111,6 +113,42 @@ TEST_F(Pictures, BatchWrite)
     ChildWindow& window = OpenBatch("D100,3,120\nPump,11,True\nRecipe,8,Lemonade\n");
     Press(window, "cmdStart");
     Take(window, u"batchwrite-window"_s);
+}
+
+/// A minute of the demo plant, measured.
+TEST_F(Pictures, Trend)
+{
+    modMain::Engine->Start();
+    constexpr Micros Second = MicrosASecond;
+    QTest::qWait(70'000);
+    SavedView view;
+    for (const auto& [item, unit] : {std::pair(u"Level"_s, u"%"_s),
+                                     {u"Temperature"_s, u"°C"_s},
+                                     {u"Pressure"_s, u"bar"_s},
+                                     {u"Valve"_s, u""_s},
+                                     {u"Recipe"_s, u""_s}}) {
+        PenSettings pen;
+        pen.Controller = u"PLC1"_s;
+        pen.Item = item;
+        pen.Unit = unit;
+        pen.Colour = PenColours[view.Pens.size()];
+        pen.HasOwnAxis = item == u"Pressure";
+        view.Pens.push_back(pen);
+    }
+    view.Pens[0].Limits = {80};
+    const Micros now = QDateTime::currentMSecsSinceEpoch() * 1000;
+    view.Of.Shown = {now - 60 * Second, now};
+    view.Of.Cursors = {now - 42 * Second, now - 18 * Second};
+    auto* const trend =
+        new frmTrend([socket = m_Server.SocketPath()] { return std::make_unique<RemoteLibrary>(socket, QString()); });
+    trend->Open(view);
+    trend->resize(1400, 760);
+    trend->show();
+    QTest::qWait(8000);
+    Take(*trend, u"trend-window"_s);
+    trend->findChild<QAction*>(u"mnuMeasure_Clear"_s)->trigger(); // the list then has the whole width
+    Take(Control<QTableView>(*trend, "fgPen"), u"trend-list"_s);
+    delete trend;
 }
 
 TEST_F(Pictures, ScriptTool)
