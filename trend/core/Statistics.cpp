@@ -112,7 +112,9 @@ std::optional<Statistics> StatisticsOf(const Series& series, const Span& span, D
     });
     if (!first) return std::nullopt;
     const double seconds = static_cast<double>(figures.Covered) / static_cast<double>(MicrosASecond);
-    figures.Mean = seconds > 0 ? figures.Integral / seconds : last.Last;
+    // Not beyond the extremes by rounding.
+    figures.Mean = seconds > 0 ? std::clamp(figures.Integral / seconds, figures.Values.Smallest, figures.Values.Largest)
+                               : last.Last;
     double squares = 0;
     ForPieces(series, span, drawing, [&](const Piece& piece) { squares += SquaresOf(piece, figures.Mean); });
     figures.Spread = seconds > 0 ? std::sqrt(squares / seconds) : 0;
