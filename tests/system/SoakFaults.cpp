@@ -46,6 +46,9 @@ std::vector<SoakFault> SoakFaults::All()
          [=, &there, this] {
              killed(there.Sshd() + there.Bridges() + Servers());
              QDir(there.Path(QStringLiteral("there/run/velsql"))).removeRecursively();
+         },
+         [this] {
+             if (m_IsService) StartServerThere(); // no bridge starts one in its place
          }},
         {"socket here removed", 2, none, [this] { SweepAwayAndKill(); }},
         {"socket there removed", 2, none,
@@ -78,8 +81,15 @@ void SoakFaults::Freeze(const QList<pid_t>& processes)
     PrivateSshd::Signal(processes, SIGSTOP);
 }
 
-void SoakFaults::StartServerThere() const
+void SoakFaults::EndServers()
 {
+    PrivateSshd::Signal(Servers(), SIGKILL);
+    m_IsService = false;
+}
+
+void SoakFaults::StartServerThere()
+{
+    m_IsService = true;
     QProcess::startDetached(PrivateSshd::Program(QStringLiteral("velsqlserver")),
                             {QStringLiteral("--socket"), m_Machine.Path(QStringLiteral("there/run/velsql/server.sock")),
                              QStringLiteral("--plant"),

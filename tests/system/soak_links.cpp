@@ -69,7 +69,7 @@ protected:
         m_Machine.EndLink();
         EXPECT_TRUE(
             QTest::qWaitFor([this] { return m_Machine.Ssh().isEmpty() && m_Machine.Bridges().isEmpty(); }, PatienceMs));
-        PrivateSshd::Signal(m_Faults.Servers(), SIGKILL);
+        m_Faults.EndServers();
         EXPECT_EQ(QDir(m_Machine.RuntimeHere()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList());
     }
 
