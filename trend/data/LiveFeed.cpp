@@ -146,6 +146,7 @@ void LiveFeed::Watch(const QStringList& items)
         WatchedRef& watched = m_Watched[name];
         if (!watched) watched = std::make_shared<Watched>(Watched{.Name = name});
     }
+    m_Unsought = 0; // a new round
     LookAtAll();
 }
 
@@ -153,7 +154,10 @@ void LiveFeed::LookAtAll()
 {
     if (m_IsAbsent || !m_Engine) return;
     DropClosed();
-    FindItems();
+    if (m_Unsought == 0) {
+        m_Unsought = m_Watched.size();
+        FindItems();
+    }
     QList<WatchedRef> found;
     for (const auto& [name, watched] : m_Watched) {
         if (watched->Item) found.append(watched);
@@ -170,15 +174,21 @@ void LiveFeed::LookOften()
     if (!m_IsAbsent) ReadItems(silent);
 }
 
-/// For a while: a slow server still brings values of those that were found.
+/// One round over all that have not been found, in turns: a slow server brings values of the others meanwhile.
 void LiveFeed::FindItems()
 {
     QElapsedTimer time;
     time.start();
-    for (const auto& [name, watched] : m_Watched) {
-        if (watched->Item) continue;
-        if (Find(*watched)) Subscribe(watched);
-        if (time.elapsed() > FindMs) break;
+    while (m_Unsought > 0 && !m_Watched.empty()) {
+        --m_Unsought;
+        auto next = m_Watched.upper_bound(m_Sought);
+        if (next == m_Watched.end()) next = m_Watched.begin();
+        m_Sought = next->first;
+        const WatchedRef watched = next->second;
+        if (watched->Item || !Find(*watched)) continue;
+        Subscribe(watched);
+        ReadItems({watched});
+        if (time.elapsed() > FindMs) return QTimer::singleShot(GatherMs, this, &LiveFeed::FindItems);
     }
 }
 

@@ -69,6 +69,8 @@ private:
     EngineRef m_Engine;
     std::map<QString, WatchedRef> m_Watched;                          ///< key: Name
     std::map<QString, std::unique_ptr<Subscription>> m_Subscriptions; ///< key: the controller's name
+    std::size_t m_Unsought = 0;                                       ///< of this round
+    QString m_Sought;                                                 ///< the one that was looked for last
     QList<WatchedRef> m_Changed;
     QList<LiveNews> m_News;
     Micros m_Zone = 0; ///< what is added to the server's local time to make it UTC
