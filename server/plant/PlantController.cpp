@@ -181,7 +181,7 @@ void PlantController::RaiseStateChanged(qint32 state)
 template <typename Action>
 void PlantController::TellAll(Action action)
 {
-    for (ControllerObserver* observer : m_Observers) {
+    for (ControllerObserver* observer : std::as_const(m_Observers)) {
         try {
             action(*observer);
         } catch (...) {

@@ -93,6 +93,7 @@ public:
 
     void AddObserver(ControllerObserver& observer) { m_Observers.append(&observer); }
     void RemoveObserver(ControllerObserver& observer) { m_Observers.removeOne(&observer); }
+    bool IsObserved() const { return !m_Observers.isEmpty(); }
     void RaiseItemChanged(const PlantItemRef& item);
     void RaiseStateChanged(qint32 state);
 

@@ -1,14 +1,11 @@
 #include "server/plant/PlantItem.h"
 
 #include "core/automation/SafeArray.h"
-#include "core/automation/VariantCompare.h"
 #include "server/plant/Convert.h"
-#include "server/plant/ItemFollower.h"
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Links.h"
 #include "server/plant/LinkWalk.h"
 #include "server/plant/Plant.h"
-#include "server/sources/SourceRound.h"
 
 namespace {
 
@@ -21,16 +18,16 @@ ValueRules::~ValueRules() = default;
 PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SourceVariableRef variable,
                      std::unique_ptr<ValueRules> rules)
     : m_Controller(&controller)
-    , m_Traits(std::move(traits))
     , m_Variable(std::move(variable))
     , m_Rules(std::move(rules))
+    , m_Active(traits.Active)
+    , m_LinkActive(traits.LinkActive && !traits.Links.isEmpty())
+    , m_Value(traits.Initial)
+    , m_Time(controller.Owner().Host().Now().Wall)
+    , m_Traits(std::move(traits))
     , m_Exceptions(m_Traits.Recorded ? std::make_unique<ExceptionFilter>(*m_Traits.Recorded) : nullptr)
-    , m_Active(m_Traits.Active)
-    , m_LinkActive(m_Traits.LinkActive)
-    , m_Value(m_Traits.Initial)
     , m_Tag(m_Traits.Tag)
     , m_Id(m_Traits.Id)
-    , m_Time(controller.Owner().Host().Now().Wall)
 {
     if (!m_Traits.Initial.IsEmpty()) m_State = ItemState::Succeeded;
     if (m_Variable) m_Variable->SetHolder(*this);
@@ -200,76 +197,6 @@ Variant PlantItem::LinkItem() const
     return m_Traits.Links.isEmpty() ? Variant() : TextArray(m_Traits.Links);
 }
 
-void PlantItem::Scan(const Moment& moment, SourceRound& round)
-{
-    if (!m_Active || m_Traits.Attribute == Access::WriteOnly) return;
-    try {
-        Read(moment, round);
-    } catch (const DescribedError& error) {
-        Fail(error.Description()); // calls report the reason
-    } catch (...) {
-        const QString reason = CurrentErrorDescription();
-        if (m_Failure != reason)
-            Warn(QStringLiteral("Scanning item \"%1\" of controller \"%2\" failed: %3")
-                     .arg(Name(), m_Controller->Name(), reason));
-        Fail(reason);
-    }
-}
-
-void PlantItem::TakeRead(const Variant& value, TimeStamp time)
-{
-    if (!m_Controller || !m_Active) return;
-    try {
-        const LinkWalk walk(*this);
-        Take(value, time, ForcedChange::Reading);
-    } catch (...) {
-        NoteFailure(CurrentErrorDescription(), time);
-    }
-}
-
-bool PlantItem::TakesArrivals() const
-{
-    return m_Controller && m_Controller->IsScanned() && m_Active && m_Traits.Attribute != Access::WriteOnly;
-}
-
-bool PlantItem::TakeArrived(const Variant& value, TimeStamp time)
-{
-    const bool takes = TakesArrivals();
-    if (takes) TakeRead(value, time);
-    return takes;
-}
-
-bool PlantItem::NoteLost(const QString& why, TimeStamp time)
-{
-    const bool takes = TakesArrivals();
-    if (takes) NoteFailure(why, time);
-    return takes;
-}
-
-/// The value stays as it was. That it no longer goes on is recorded, once.
-void PlantItem::NoteFailure(const QString& why, TimeStamp time)
-{
-    if (!m_Controller || !m_Active) return;
-    m_Time = time;
-    const bool isBreak = m_State == ItemState::Succeeded;
-    Fail(why);
-    if (!isBreak) return;
-    m_IsBroken = true;
-    Tell(true);
-}
-
-void PlantItem::Tell(bool isNews)
-{
-    if (m_Traits.Historic) Record(isNews);
-    if (!isNews) return;
-    for (ItemFollower* follower : m_Followers) follower->NoteChange(*this);
-}
-
-void PlantItem::OfferTo(ItemFollower& follower)
-{
-    if (follower.Follows(*this)) m_Followers.push_front(&follower);
-}
-
 void PlantItem::Fail(const QString& why)
 {
     m_State = ItemState::Failed;
@@ -287,31 +214,6 @@ void PlantItem::Throw(const QString& reason) const
     throw ItemError(Described(reason));
 }
 
-/// A failure in `action` is reported as this item's failure, unless it came from another item along a link.
-template <typename Action>
-void PlantItem::Attempt(Action action)
-{
-    try {
-        action();
-    } catch (const ItemError&) {
-        throw;
-    } catch (const DescribedError& error) {
-        Throw(error.Description());
-    }
-}
-
-PendingRef PlantItem::ReadNow()
-{
-    SourceRound round(false);
-    try {
-        Attempt([&] { Read(m_Controller->Owner().Host().Now(), round); });
-    } catch (const ItemError& error) {
-        Fail(error.Description());
-        throw;
-    }
-    return BeginRound(round);
-}
-
 void PlantItem::CheckExists() const
 {
     if (!m_Controller) throw ItemError(QStringLiteral("Item \"%1\" has been removed.").arg(Name()));
@@ -324,56 +226,6 @@ Variant PlantItem::Fitted(const Variant& value) const
         throw ValueError(QStringLiteral("EMPTY cannot be written to it"));
     }
     return ConvertTo(m_Rules ? m_Rules->Written(value) : value, m_Traits.Type);
-}
-
-void PlantItem::Read(const Moment& moment, SourceRound& round)
-{
-    if (!FollowsLinks() && !m_Variable) return; // it holds what was written
-    if (!FollowsLinks() && m_Variable->Owner()) return round.Add(*m_Variable);
-    LinkWalk walk(*this);
-    const auto raw = FollowsLinks() ? ReadLinks(*this) : m_Variable->AtOnce(moment.Seconds, m_Traits.Type);
-    if (!raw) return; // nothing has come yet
-    Take(*raw, moment.Wall, ForcedChange::Reading);
-    walk.NoteRead(*this);
-}
-
-void PlantItem::Take(const Variant& raw, TimeStamp time, ForcedChange occasion)
-{
-    if (!m_Rules) return Store(raw.IsEmpty() ? raw : ConvertTo(raw, m_Traits.Type), time, occasion);
-    const auto value = m_Rules->Read(raw, m_Value, *m_Controller);
-    if (value) return Store(*value, time, occasion);
-    m_State = ItemState::Succeeded;                            // filtered out: the previous value stays
-    if (m_IsBroken) Store(m_Value, time, ForcedChange::Never); // and goes on
-}
-
-bool PlantItem::IsChange(const Variant& value, ForcedChange occasion) const
-{
-    if (m_Traits.Forced == occasion || m_State == ItemState::Undefined) return true;
-    if (!m_Traits.ComparesArrays && value.IsArray()) return true;
-    return !SameValue(value, m_Value);
-}
-
-void PlantItem::Store(const Variant& value, TimeStamp time, ForcedChange occasion)
-{
-    const bool isChange = m_Active && IsChange(value, occasion);
-    // An equal block is not replaced, wherever it is shared.
-    if (!(value == m_Value)) m_Value = value;
-    m_Time = time;
-    m_State = ItemState::Succeeded;
-    const bool goesOn = m_Active && std::exchange(m_IsBroken, false); // with the same value, too
-    if (isChange && m_Traits.RaisesEvents) m_Controller->RaiseItemChanged(shared_from_this());
-    if (m_Active) Tell(isChange || goesOn);
-}
-
-void PlantItem::Record(bool isNews)
-{
-    PlantHost& host = m_Controller->Owner().Host();
-    const ItemReading reading{m_Value, m_Time, static_cast<qint32>(m_State)};
-    if (m_Exceptions) {
-        for (const ItemReading& due : m_Exceptions->Take(reading)) host.Record(*this, due);
-    } else if (isNews) {
-        host.Record(*this, reading);
-    }
 }
 
 void PlantItem::Forget()

@@ -13,7 +13,7 @@
 class ItemFollower;
 class PlantController;
 
-enum class ItemState
+enum class ItemState : quint8
 {
     Succeeded = 0,
     Failed = 1,
@@ -63,7 +63,7 @@ public:
     const SourceVariable* Variable() const { return m_Variable.get(); }
     bool IsActive() const { return m_Active; }
     /// False for an item without links, because it has nothing that could be active.
-    bool IsLinkActive() const { return m_LinkActive && !m_Traits.Links.isEmpty(); }
+    bool IsLinkActive() const { return m_LinkActive; }
     /// Whether reading and writing the item continue with its linked items.
     bool FollowsLinks() const { return IsLinkActive() && m_Active; }
     /// Whether reading it is quick for sure: it has one value, and needs no others.
@@ -98,6 +98,9 @@ public:
     /// The names of the linked items; EMPTY without links.
     Variant LinkItem() const;
 
+    /// Items and variables lie anywhere in memory: the processor fetches what is scanned soon, then its variable.
+    void Prefetch() const;
+    void PrefetchVariable() const { __builtin_prefetch(m_Variable.get()); }
     /// Takes the next value from its variable or link, or joins the round. A failure of any kind shows in the state.
     void Scan(const Moment& moment, SourceRound& round);
 
@@ -112,8 +115,18 @@ private:
     /// "Item "D100" of controller "PLC1": <reason>."
     QString Described(const QString& reason) const;
     [[noreturn]] void Throw(const QString& reason) const;
+    /// A failure in `action` is reported as this item's failure, unless it came from another item along a link.
     template <typename Action>
-    void Attempt(Action action);
+    void Attempt(Action action)
+    {
+        try {
+            action();
+        } catch (const ItemError&) {
+            throw;
+        } catch (const DescribedError& error) {
+            Throw(error.Description());
+        }
+    }
     PendingRef ReadNow();
     void PutDelayed(const Variant& value);
     PendingRef PassOn(const Variant& value);
@@ -134,24 +147,26 @@ private:
     void Record(bool isNews);
     void Forget();
 
+    // What each reading touches stands together, up to the first traits: plants have hundreds of thousands of items, and
+    // the time that a scan takes is the memory's.
     PlantController* m_Controller;
-    const ItemTraits m_Traits;
     SourceVariableRef m_Variable;
     std::unique_ptr<ValueRules> m_Rules;
-    std::unique_ptr<ExceptionFilter> m_Exceptions; ///< null when every change is recorded
-    qint32 m_Index = 0;
     ItemState m_State = ItemState::Undefined;
     bool m_Active;
     bool m_LinkActive;
     bool m_IsBroken = false; ///< it has been told that its values do not go on
     Variant m_Value;
+    TimeStamp m_Time;
+    std::forward_list<ItemFollower*> m_Followers;
+    qint32 m_Index = 0;
+    const ItemTraits m_Traits;
+    std::unique_ptr<ExceptionFilter> m_Exceptions; ///< null when every change is recorded
     Variant m_Tag;
     Variant m_Id;
-    TimeStamp m_Time;
     /// The state of the plant's links for which this item's links were last found sound.
     mutable quint64 m_LinksChecked = 0;
     QString m_Failure; ///< the last one
-    std::forward_list<ItemFollower*> m_Followers;
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;

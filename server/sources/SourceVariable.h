@@ -9,6 +9,9 @@
 
 class Source;
 
+/// So many bytes the processor fetches from memory together.
+inline constexpr std::size_t CacheLine = 64;
+
 /// How a plant file or an operator names a variable.
 struct VariableText
 {
@@ -82,6 +85,12 @@ public:
     bool Arrive(const Variant& value, VariableHolder::Time time);
     bool Lose(const QString& why, VariableHolder::Time time);
     void Fail(const QString& why, VariableHolder::Time time);
+    /// Holders lie anywhere in memory: the processor fetches the beginning of one that is told soon.
+    void PrefetchHolder() const
+    {
+        const auto* bytes = reinterpret_cast<const char*>(m_Holder);
+        for (std::size_t line = 0; line < 3; ++line) __builtin_prefetch(bytes + line * CacheLine);
+    }
 
 private:
     friend class SourceRound;

@@ -200,6 +200,26 @@ TEST_F(PlantItemTest, ElementsAnswerWhatTheirIntegersSay)
     }
 }
 
+TEST_F(PlantItemTest, AReadingThatFailsIsABreakInItsHistory)
+{
+    const PlantItemRef source = Add(u"S"_s, {.Initial = 1});
+    const PlantItemRef item = Add(u"X"_s, {.Type = VT_I4, .Historic = true, .Links = {u"S"_s}});
+    struct Step
+    {
+        Variant Value;
+        QString Recorded;
+    };
+    // What cannot be converted is recorded once, with the value before; the same value then goes on.
+    for (const Step& step : {Step{1, u"X=3,1"_s}, {u"none"_s, u"X=3,1"_s}, {u"no"_s, {}}, {1, u"X=3,1"_s}, {1, {}}}) {
+        source->PutValue(step.Value);
+        m_Plant.Pass(1000);
+        ReadAll(m_First);
+        EXPECT_EQ(std::exchange(m_Plant.Recorded, {}).join(u' '), step.Recorded)
+            << WriteTypedText(step.Value).toStdString();
+        EXPECT_EQ(item->Time(), m_Plant.Now().Wall) << "when it was tried";
+    }
+}
+
 TEST_F(PlantItemTest, ByItsRuleAnItemRecordsOnlyWhatSaysSomething)
 {
     using namespace std::chrono_literals;
