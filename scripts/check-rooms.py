@@ -37,7 +37,7 @@ ROOMS = {
     "server/sources": ("server", ("velsqllib", "core/automation")),
     "server/plant": ("server", ("server/sources", "velsqllib", "core/automation")),
     "server/sources/simulated": ("server", ("server/plant", "server/sources", "velsqllib", "core/automation")),
-    "server/sources/replay": ("server", ("server/sources/simulated", "server/plant", "server/sources", "velsqllib",
+    "server/sources/replay": ("server", ("server/sources/simulated", "server/worker", "server/plant", "server/sources", "velsqllib",
                                          "core/automation")),
     "server/sources/modbus": ("server", ("server/plant", "server/sources", "server/worker", "server/log", "velsqllib",
                                          "core/automation")),

@@ -43,7 +43,8 @@ SourceVariableRef BindRecording(const Definition& definition)
     const QString& path = definition.Text(Element::ObjectName);
     if (!QDir::isAbsolutePath(path))
         Definition::Refuse(Element::ObjectName, QStringLiteral("\"%1\" is not the full path of a file").arg(path));
-    ReplaySource recording(path, path);
+    constexpr std::chrono::milliseconds Patience{50}; // the server's loop is waiting
+    ReplaySource recording(path, path, Patience);
     return Bind(recording, definition);
 }
 

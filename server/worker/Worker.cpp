@@ -47,10 +47,10 @@ void Worker::RequestStop()
     m_Thread.request_stop();
 }
 
-bool Worker::IsDone() const
+bool Worker::WaitFor(std::chrono::milliseconds time) const
 {
-    const std::lock_guard lock(m_Progress->Guard);
-    return m_Progress->Done;
+    std::unique_lock lock(m_Progress->Guard);
+    return m_Progress->Changed.wait_for(lock, time, [this] { return m_Progress->Done; });
 }
 
 bool Worker::AnyLeftBehind()

@@ -18,7 +18,9 @@ public:
     /// Asks the thread to stop and waits for it until the patience runs out; then the thread is abandoned.
     ~Worker();
 
-    bool IsDone() const;
+    bool IsDone() const { return WaitFor(std::chrono::milliseconds(0)); }
+    /// Whether it is done at the end of that time at the latest.
+    bool WaitFor(std::chrono::milliseconds time) const;
     /// The patience counts from now on, so that several workers that are asked before the first one is destroyed are
     /// waited for together.
     void RequestStop();

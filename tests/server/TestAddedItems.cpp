@@ -34,6 +34,17 @@ public:
         Set(request.initDefinition(), SafeArray(definition));
         Wait(request.send());
     }
+    void AddRecording(const QString& controller, const QString& name, const QString& path)
+    {
+        auto definition = UntouchedDefinition();
+        definition[0] = name;
+        definition[2] = u"value"_s;
+        definition[4] = qint16(4);
+        definition[5] = path;
+        auto request = Controller(controller).addItemRequest();
+        Set(request.initDefinition(), SafeArray(definition));
+        Wait(request.send());
+    }
     void Remove(const QString& controller, const QString& name)
     {
         auto request = Controller(controller).removeItemRequest();
@@ -138,4 +149,26 @@ TEST_F(AddedItemsTest, ComeAlongWhenAServiceTakesThePlaceOfAServerThatIsNone)
     WriteFile(m_Path, s_Plant);
     m_Server.Start({u"--plant"_s, m_Path});
     EXPECT_EQ(EndOfServer(asService)[1], u"error: A server is already running at %1."_s.arg(m_Server.SocketPath()));
+}
+
+TEST_F(AddedItemsTest, ARecordingIsReadWhileTheServerGoesOn)
+{
+    const QString large = m_Folder.filePath(u"large.csv"_s), broken = m_Folder.filePath(u"broken.csv"_s);
+    QByteArray rows;
+    for (int i = 0; i < 900'000; ++i) rows += QByteArray::number(i) + ",2026-11-22 12:00:00\n";
+    WriteFile(m_Path, s_Plant);
+    WriteFile(large, rows);
+    WriteFile(broken, "x\n");
+    const QString answer = At([&](Operator& client) {
+        QElapsedTimer passed;
+        passed.start();
+        client.AddRecording(u"A"_s, u"Large"_s, large);
+        const qint64 added = passed.elapsed();
+        EXPECT_TRUE(
+            WaitUntil([&] { return WriteTypedText(client.Value(u"Large"_s, u"A"_s)).startsWith(u"8,2026"); }, 60'000));
+        EXPECT_LT(added, passed.elapsed() / 2) << "of what reading it takes";
+        return OutcomeOf([&] { client.AddRecording(u"A"_s, u"Broken"_s, broken); });
+    });
+    EXPECT_EQ(answer,
+              u"Element 2 (Variable Name): %1:1: a time stamp, a comma and a value must stand here."_s.arg(broken));
 }

@@ -33,9 +33,11 @@ item = [ { name = "R{0..499}", type = "UI2", variable = "holding:{n}" },
         m_Server.emplace(QStringList{u"--plant"_s, m_Plant});
         m_Client.emplace(m_Server->SocketPath());
     }
-    void ServeTcp(const QByteArray& more = {})
+    void ServeTcp(const QByteArray& more = {}, const QByteArray& connections = "1")
     {
-        Serve("protocol = \"modbus-tcp\"\nhost = \"127.0.0.1\"\nport = " + QByteArray::number(m_Port), more);
+        Serve("protocol = \"modbus-tcp\"\nhost = \"127.0.0.1\"\nport = " + QByteArray::number(m_Port) +
+                  "\nconnections = " + connections,
+              more);
     }
 
     QString Value(const QString& item)
@@ -227,6 +229,47 @@ item = [ { name = "A{0..9}", type = "UI2", variable = "holding:{1995+n}", scan =
     qint64 most = 0;
     EXPECT_TRUE(WaitUntil([&] { return (most = std::max(most, snapshot())) > 2; }))
         << "after a new connection it is asked again";
+}
+
+TEST_F(Modbus, WhatItIsSilentAboutFailsAlone)
+{
+    ModbusPeer peer(u"tcp"_s, QString::number(m_Port));
+    ServeTcp();
+    ASSERT_TRUE(Becomes(u"R1"_s, Good));
+    peer.Be("deaf 300");
+    EXPECT_TRUE(
+        WaitUntil([&] { return Why(u"R300"_s) == u"Failed: no answer in time" && Why(u"R301"_s) == Good; }, 20'000));
+    EXPECT_EQ(Why(u"R299"_s) + Why(u"R499"_s), Good + Good);
+    EXPECT_EQ(State(), 1);
+}
+
+TEST_F(Modbus, SeveralConnectionsReadAndWriteByTheFunctionsAskedFor)
+{
+    ModbusPeer peer(u"tcp"_s, QString::number(m_Port));
+    ServeTcp(R"([[controller]]
+name = "W"
+device = "D"
+item = [ { name = "Single", type = "ARRAY|UI2", variable = "holding:950-952", option = "write=single", scan = 2 },
+         { name = "Block", type = "UI2", variable = "holding:960", option = "write=block", scan = 2 } ]
+)",
+             "3");
+    ASSERT_TRUE(Becomes(u"R499"_s, Good));
+    const auto put = [&](const QString& item, const Variant& value) {
+        auto request = m_Client->Item(item, u"W"_s).putValueRequest();
+        m_Client->Set(request.initValue(), value);
+        return OutcomeOf([&] { Wait(request.send()); }).section(u": "_s, -1);
+    };
+    const Variant three(SafeArray(QList<quint16>{5, 6, 7}));
+    const QString lacks = u"Illegal function (exception 1)."_s;
+    peer.Be("lacks 16");
+    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), u"done" + lacks);
+    peer.Be("lacks 6");
+    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), lacks + u"done");
+    EXPECT_EQ(Polled({u"-t4"_s, u"-r950"_s, u"-c3"_s}) + Polled({u"-t4"_s, u"-r960"_s}), u"5 6 78");
+    peer.Be("silent");
+    EXPECT_TRUE(WaitUntil([&] { return State() == 3; }, 5000));
+    peer.Be("right");
+    EXPECT_TRUE(WaitUntil([&] { return State() == 1 && Why(u"R499"_s) == Good; }, 3000));
 }
 
 TEST_F(Modbus, DevicesAreLookedAtBeforeThereIsAPlant)

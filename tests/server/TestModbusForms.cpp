@@ -1,5 +1,6 @@
 #include "server/plant/Convert.h"
 #include "server/sources/modbus/Pdu.h"
+#include "server/sources/modbus/Refusals.h"
 #include "tests/server/DocTables.h"
 
 #include <random>
@@ -135,4 +136,24 @@ TEST(ModbusForms, AnswersThatAreNoneAreTold)
               u"its answer is garbled: it confirms another writing");
     const std::vector<quint16> bits = {1, 0, 0, 0, 0, 0, 0, 0, 1};
     EXPECT_EQ(WriteBlockRequest(Area::Coil, 1, bits), (Pdu{15, 0, 1, 0, 9, 2, 1, 1}));
+}
+
+TEST(ModbusRefusals, AreTriedAgainSoonAndThenEverMoreRarely)
+{
+    using namespace std::chrono_literals;
+    const Span span{Area::Holding, 7, 1};
+    Refusals refusals;
+    Refusals::Clock::time_point now{};
+    const auto forgottenAfter = [&](Refusals::Clock::duration longest) {
+        refusals.Learn(span, u"why"_s, now, longest);
+        const auto began = now;
+        for (; !refusals.Spans().empty(); now += 10s) refusals.ForgetOver(now);
+        return std::chrono::duration_cast<std::chrono::seconds>(now - 10s - began).count();
+    };
+    QList<qint64> seconds;
+    for (int i = 0; i < 11; ++i) seconds << forgottenAfter(1h);
+    EXPECT_EQ(seconds, (QList<qint64>{10, 20, 40, 80, 160, 320, 640, 1280, 2560, 3600, 3600}));
+    EXPECT_EQ(forgottenAfter(1min), 60) << "at most";
+    refusals.ForgetAll();
+    EXPECT_EQ(forgottenAfter(1h), 10) << "after a new connection";
 }

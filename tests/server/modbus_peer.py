@@ -21,6 +21,12 @@ def packet(response):
     return FRAMER(None).buildPacket(response)
 
 
+def refused(response, code):
+    refusal = ExceptionResponse(response.function_code, code)
+    refusal.transaction_id, refusal.unit_id = response.transaction_id, response.unit_id
+    return refusal
+
+
 def manipulate(response):
     """The answer as the mode wants it, and whether it is bytes already."""
     word, _, number = mode.partition(" ")
@@ -40,12 +46,14 @@ def manipulate(response):
         response.unit_id ^= 2
     elif word == "short":
         response.registers = response.registers[:-1]
+    elif word == "deaf":  # to what holds this register
+        response.should_respond = int(number) not in getattr(response, "registers", ())
+    elif word == "lacks" and response.function_code == int(number):
+        return refused(response, 1), False
     elif word == "late":
         time.sleep(float(number))
     elif word == "exception":
-        refusal = ExceptionResponse(response.function_code, int(number))
-        refusal.transaction_id, refusal.unit_id = response.transaction_id, response.unit_id
-        return refusal, False
+        return refused(response, int(number)), False
     return response, False
 
 

@@ -54,50 +54,15 @@ void Line::Connection::Run()
     }
 }
 
-/// Writings go first, but not two before a reading that waits.
 std::optional<Line::Connection::Step> Line::Connection::Next()
 {
     const auto now = Clock::now();
-    if (now < m_RestsUntil) return std::nullopt;
-    if (auto trial = NextTrial(now)) return trial;
-    const UnitRef read = NextUnit(&Unit::HasRead);
-    const UnitRef written = read && m_Core->WasWrite ? nullptr : NextUnit(&Unit::HasWrite);
-    m_Core->WasWrite = written != nullptr;
-    if (written) return Step{written, written->TakeWrite()};
-    if (!read) return std::nullopt;
-    Step step{read, {}, read->TakeRead()};
-    step.Request = step.Job->Ask();
-    read->Queue(step.Job);
-    m_Core->Turn = static_cast<std::size_t>(std::ranges::find(m_Core->Units, read) - m_Core->Units.begin()) + 1;
-    return step;
-}
-
-std::optional<Line::Connection::Step> Line::Connection::NextTrial(Clock::time_point now)
-{
-    for (const UnitRef& unit : m_Core->Units) {
-        const auto at = unit->TryAt();
-        if (!at || *at > now) continue;
-        unit->Postpone(now + unit->Settings().Timeout * 2); // no other connection tries it meanwhile
-        return Step{unit, {}, {}, {}, unit->TrySpan()};
-    }
-    return std::nullopt;
-}
-
-UnitRef Line::Connection::NextUnit(bool (Unit::*has)() const)
-{
-    const auto& units = m_Core->Units;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        const UnitRef& unit = units[(m_Core->Turn + i) % units.size()];
-        if ((*unit.*has)()) return unit;
-    }
-    return nullptr;
+    return now < m_RestsUntil ? std::nullopt : m_Core->Turns.Next(now);
 }
 
 Line::Connection::Clock::time_point Line::Connection::NextTime() const
 {
-    auto next = Clock::now() + 1h;
-    for (const UnitRef& unit : m_Core->Units) next = std::min(next, unit->TryAt().value_or(next));
-    return m_RestsUntil > Clock::now() ? m_RestsUntil : next;
+    return m_RestsUntil > Clock::now() ? m_RestsUntil : m_Core->Turns.NextTime();
 }
 
 void Line::Connection::Do(Step& step)
@@ -108,7 +73,9 @@ void Line::Connection::Do(Step& step)
         else if (step.Job) DoRead(step);
         else DoTrial(step);
     } catch (const ModbusError& error) {
+        const bool isElsewhere = step.Job && IsSilent(error) && AnswersOthers(step);
         const std::lock_guard lock(m_Core->Guard);
+        if (isElsewhere) return NoteSilence(step, error, Clock::now() - began);
         if (error.Why() == Kind::Refused && !IsSilent(error)) step.For->NoteAnswer();
         Fail(step, error, Clock::now() - began);
     } catch (...) { // such as a lack of memory
@@ -120,7 +87,7 @@ void Line::Connection::Do(Step& step)
 
 void Line::Connection::DoRead(Step& step)
 {
-    const Span& where = step.Request.Block.Where;
+    const Span& where = step.Request.Block->Where;
     const auto registers = ReadAnswer(where, Ask(step, ReadRequest(where)));
     const std::lock_guard lock(m_Core->Guard);
     step.For->NoteAnswer();
@@ -130,8 +97,7 @@ void Line::Connection::DoRead(Step& step)
 
 void Line::Connection::DoWrite(Step& step)
 {
-    if (step.Write->Where.Bit >= 0) WriteBit(step);
-    else WriteRegisters(step);
+    step.Write->Do([&](const Pdu& request) { return Ask(step, request); });
     const std::lock_guard lock(m_Core->Guard);
     step.For->NoteAnswer();
     step.For->NoteWritten(step.Write->Number, QString());
@@ -146,31 +112,31 @@ void Line::Connection::DoTrial(Step& step)
     step.For->NoteAnswer();
 }
 
-void Line::Connection::WriteRegisters(const Step& step)
+/// Whether the unit that was silent answers what it has answered before.
+bool Line::Connection::AnswersOthers(const Step& step)
 {
-    const Form& form = step.Write->Where;
-    const std::span<const quint16> all = step.Write->Registers;
-    const bool isBlock = form.Writing == WriteBy::Block || (form.Writing == WriteBy::Fitting && all.size() > 1);
-    const auto most = isBlock ? static_cast<std::size_t>(MostWritten(form.Place)) : 1;
-    for (std::size_t at = 0; at < all.size(); at += most) {
-        const auto part = all.subspan(at, std::min(most, all.size() - at));
-        const auto first = static_cast<quint16>(form.First + at);
-        const Pdu request =
-            isBlock ? WriteBlockRequest(form.Place, first, part) : WriteOneRequest(form.Place, first, part[0]);
-        CheckWriteAnswer(request, Ask(step, request));
+    std::optional<Span> other;
+    {
+        const std::lock_guard lock(m_Core->Guard);
+        if (step.For->IsReachable()) other = step.For->TrySpan();
+    }
+    if (!other || *other == step.Request.Block->Where || m_Stop.stop_requested()) return false;
+    try {
+        ReadAnswer(*other, Ask(step, ReadRequest(*other), false));
+        return true;
+    } catch (const ModbusError&) {
+        return false;
     }
 }
 
-/// The other bits stay as they are. Nothing of ours comes in between; what others write meanwhile may be lost.
-void Line::Connection::WriteBit(const Step& step)
+void Line::Connection::NoteSilence(const Step& step, const ModbusError& error, Clock::duration cost)
 {
-    const Form& form = step.Write->Where;
-    const Span where{form.Place, form.First, 1};
-    const quint16 before = ReadAnswer(where, Ask(step, ReadRequest(where))).front();
-    const quint16 mask = form.BitMask();
-    const auto after = static_cast<quint16>(step.Write->Registers.front() ? before | mask : before & ~mask);
-    const Pdu request = WriteOneRequest(form.Place, form.First, after);
-    CheckWriteAnswer(request, Ask(step, request));
+    const auto now = Clock::now();
+    step.For->NoteFailure(error);
+    step.For->NoteAnswer();
+    const auto rest = m_Core->Turns.IsAlone(step.For) ? Clock::duration() : ShareOfTime * cost;
+    step.For->NoteSilence(*step.Job, step.Request, error.Description(), now + rest);
+    step.For->Report(step.Job, now);
 }
 
 Pdu Line::Connection::Ask(const Step& step, const Pdu& request, bool repeats)
@@ -197,7 +163,7 @@ Pdu Line::Connection::AskOnce(const Step& step, const Pdu& request)
         const std::lock_guard lock(m_Core->Guard);
         step.For->NoteRequest();
         if (std::exchange(m_IsFresh, false)) {
-            for (const UnitRef& each : m_Core->Units) each->ForgetRefusals();
+            for (const UnitRef& each : m_Core->Turns.Units()) each->ForgetRefusals();
         }
     }
     try {
@@ -228,12 +194,6 @@ void Line::Connection::Disconnect()
     m_Core->Connected -= std::exchange(m_IsCounted, false) ? 1 : 0;
 }
 
-bool Line::Connection::IsAlone(const UnitRef& unit) const
-{
-    return std::ranges::none_of(m_Core->Units,
-                                [&](const UnitRef& other) { return other != unit && other->IsWanted(); });
-}
-
 void Line::Connection::Fail(Step& step, const ModbusError& error, Clock::duration cost)
 {
     if (m_Stop.stop_requested()) return;
@@ -242,16 +202,17 @@ void Line::Connection::Fail(Step& step, const ModbusError& error, Clock::duratio
     unit.NoteFailure(error);
     // A connection on which nobody answers any more may be dead without anybody having said so.
     const bool isSilent = IsSilent(error);
-    if (isSilent && m_Transport->IsConnected() && m_Silences > 0 && (IsAlone(step.For) || m_Silences > 3)) {
+    if (isSilent && m_Transport->IsConnected() && m_Silences > 0 &&
+        (m_Core->Turns.IsAlone(step.For) || m_Silences > 3)) {
         m_Transport->Close();
         m_Core->Connected -= std::exchange(m_IsCounted, false) ? 1 : 0;
     }
     if (step.Write) unit.NoteWritten(step.Write->Number, error.Description());
     if (step.Job && (error.Why() == Kind::Broken || isSilent)) step.Job->Fail(step.Request, error.Description());
-    else if (step.Job) unit.NoteRefusal(*step.Job, step.Request, error, now);
+    else if (step.Job) unit.NoteRefusal(*step.Job, step.Request, error);
     if (error.Why() == Kind::Broken) FailLine(error);
     else if (isSilent || unit.IsGarbling())
-        unit.GoDown(error.Description(), now, IsAlone(step.For) ? Clock::duration() : ShareOfTime * cost,
+        unit.GoDown(error.Description(), now, m_Core->Turns.IsAlone(step.For) ? Clock::duration() : ShareOfTime * cost,
                     m_Core->Settings.LongestPause);
     if (step.Job) unit.Report(step.Job, now);
 }
@@ -264,5 +225,6 @@ void Line::Connection::FailLine(const ModbusError& error)
         m_RestsUntil = now + RestOfFurtherConnection;
         return;
     }
-    for (const UnitRef& unit : m_Core->Units) unit->GoDown(error.Description(), now, {}, m_Core->Settings.LongestPause);
+    for (const UnitRef& unit : m_Core->Turns.Units())
+        unit->GoDown(error.Description(), now, {}, m_Core->Settings.LongestPause);
 }

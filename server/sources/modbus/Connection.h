@@ -14,20 +14,10 @@ public:
 
 private:
     using Clock = Unit::Clock;
-    /// What is to be done next, for a unit: a writing, a request of a job, or else a trial whether it answers.
-    struct Step
-    {
-        UnitRef For;
-        std::optional<WriteJob> Write = {};
-        std::shared_ptr<ReadJob> Job = {};
-        ReadJob::Request Request = {};
-        std::optional<Span> Trial = {};
-    };
+    using Step = Schedule::Step;
 
     std::optional<Step> Next();
-    std::optional<Step> NextTrial(Clock::time_point now);
     Clock::time_point NextTime() const;
-    UnitRef NextUnit(bool (Unit::*has)() const);
     void Do(Step& step);
     void DoRead(Step& step);
     void DoWrite(Step& step);
@@ -35,10 +25,10 @@ private:
     /// Under the line's lock: what came of a step that has failed for good.
     void Fail(Step& step, const ModbusError& error, Clock::duration cost);
     void FailLine(const ModbusError& error);
-    bool IsAlone(const UnitRef& unit) const;
 
-    void WriteRegisters(const Step& step);
-    void WriteBit(const Step& step);
+    bool AnswersOthers(const Step& step);
+    /// Under the line's lock, as Fail.
+    void NoteSilence(const Step& step, const ModbusError& error, Clock::duration cost);
     Pdu Ask(const Step& step, const Pdu& request, bool repeats = true);
     Pdu AskOnce(const Step& step, const Pdu& request);
     void Connect();

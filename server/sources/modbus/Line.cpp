@@ -33,12 +33,12 @@ const LineSettings& Line::Settings() const
 
 void Line::Add(const UnitRef& unit)
 {
-    With([&] { m_Core->Units.push_back(unit); });
+    With([&] { m_Core->Turns.Add(unit); });
 }
 
 void Line::Remove(const UnitRef& unit)
 {
-    With([&] { std::erase(m_Core->Units, unit); });
+    With([&] { m_Core->Turns.Remove(unit); });
 }
 
 void Line::Start()

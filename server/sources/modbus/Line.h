@@ -1,7 +1,7 @@
 #pragma once
 
+#include "server/sources/modbus/Schedule.h"
 #include "server/sources/modbus/Transport.h"
-#include "server/sources/modbus/Unit.h"
 #include "server/worker/Worker.h"
 
 #include <condition_variable>
@@ -17,9 +17,7 @@ class Line
         std::mutex Guard;
         std::condition_variable_any Changed;
         LineSettings Settings;
-        std::vector<UnitRef> Units;
-        std::size_t Turn = 0; ///< the unit that is asked next
-        bool WasWrite = false;
+        Schedule Turns;
         int Connected = 0;
     };
 

@@ -12,7 +12,7 @@ ReadJob::ReadJob(quint64 number, ReadGroupRef group)
 ReadJob::Request ReadJob::Ask()
 {
     ++m_Asked;
-    if (m_Halves.empty()) return {m_Plan->Blocks[m_Next++]};
+    if (m_Halves.empty()) return {{m_Plan, &m_Plan->Blocks[m_Next++]}};
     Request half = std::move(m_Halves.front());
     m_Halves.pop_front();
     return half;
@@ -21,8 +21,8 @@ ReadJob::Request ReadJob::Ask()
 std::optional<Span> ReadJob::Take(const Request& request, std::span<const quint16> registers)
 {
     --m_Asked;
-    for (const Piece& piece : request.Block.Pieces) {
-        const auto first = static_cast<std::size_t>(piece.Where.First - request.Block.Where.First);
+    for (const Piece& piece : request.Block->Pieces) {
+        const auto first = static_cast<std::size_t>(piece.Where.First - request.Block->Where.First);
         TakeElement(piece, registers.subspan(first, static_cast<std::size_t>(piece.Where.Count)));
     }
     const bool isLearnt = request.From && --request.From->Left == 0 && !request.From->IsRefused;
@@ -32,18 +32,18 @@ std::optional<Span> ReadJob::Take(const Request& request, std::span<const quint1
 std::optional<Span> ReadJob::Refuse(const Request& request, const QString& why)
 {
     if (request.From) request.From->IsRefused = true;
-    auto halves = Halved(request.Block);
+    auto halves = Halved(*request.Block);
     if (halves.empty()) {
         Fail(request, why);
-        return request.Block.Where;
+        return request.Block->Where;
     }
     --m_Asked;
     const Span& low = halves[0].Where;
     const Span& high = halves[1].Where;
     Span across{low.Place, low.End() - 1, high.First - low.End() + 2};
-    if (across.Count < 2) across = request.Block.Where; // they overlap
+    if (across.Count < 2) across = request.Block->Where; // they overlap
     const auto cut = std::make_shared<Cut>(across);
-    for (ReadBlock& half : halves) m_Halves.push_back({std::move(half), cut});
+    for (ReadBlock& half : halves) m_Halves.push_back({std::make_shared<ReadBlock>(std::move(half)), cut});
     return std::nullopt;
 }
 
@@ -51,7 +51,7 @@ void ReadJob::Fail(const Request& request, const QString& why)
 {
     --m_Asked;
     if (request.From) request.From->IsRefused = true;
-    for (const Piece& piece : request.Block.Pieces) FailVariable(piece.Variable, why);
+    for (const Piece& piece : request.Block->Pieces) FailVariable(piece.Variable, why);
 }
 
 void ReadJob::FailVariable(quint32 variable, const QString& why)

@@ -41,7 +41,7 @@ public:
     };
     struct Request
     {
-        ReadBlock Block;
+        std::shared_ptr<const ReadBlock> Block;
         std::shared_ptr<Cut> From = {};
     };
 

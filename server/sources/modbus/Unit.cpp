@@ -6,15 +6,17 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// What a unit refuses is asked for again then; a failure within the device passes sooner.
+/// What a unit refuses is asked for again then at the latest; a failure within the device passes sooner.
 constexpr auto RefusedFor = 1h;
 constexpr auto FailedFor = 1min;
+constexpr auto SilentFor = 5min;
 
 constexpr quint8 IllegalFunction = 1;
 constexpr quint8 LastThatBlamesTheRequest = 4;
 constexpr quint8 DeviceFailure = 4;
 
 constexpr int MostGarbled = 3;
+constexpr int SilencesByChance = 3;
 constexpr auto FirstPause = 100ms;
 
 /// Results come to the loop in large portions.
@@ -32,7 +34,7 @@ void Unit::Add(quint64 number, const ReadGroupRef& group, Clock::time_point now)
 {
     Plan(*group, now);
     const auto job = std::make_shared<ReadJob>(number, group);
-    for (const auto& [variable, refusal] : job->Plan().Unread) job->FailVariable(variable, m_Refusals[refusal].Why);
+    for (const auto& [variable, refusal] : job->Plan().Unread) job->FailVariable(variable, m_Refusals.Why(refusal));
     if (!m_TrySpan && !job->Plan().Blocks.empty()) m_TrySpan = job->Plan().Blocks.front().Where;
     if (!TakesJobs(now)) job->FailRest(m_Trouble);
     if (job->IsOver()) return m_Listener->NoteRead(job->Collect());
@@ -54,11 +56,10 @@ bool Unit::TakesJobs(Clock::time_point now)
 
 void Unit::Plan(ReadGroup& group, Clock::time_point now)
 {
-    const auto isOver = [&](const Refusal& refusal) { return refusal.Until <= now; };
-    if (std::ranges::any_of(m_Refusals, isOver)) ForgetRefusals();
-    if (group.Plan && group.PlannedFor == m_RefusedVersion) return;
-    group.Plan = std::make_shared<ReadPlan>(PlanReading(group.Forms, m_Settings.Limits, m_Refused));
-    group.PlannedFor = m_RefusedVersion;
+    m_Refusals.ForgetOver(now);
+    if (group.Plan && group.PlannedFor == m_Refusals.Version()) return;
+    group.Plan = std::make_shared<ReadPlan>(PlanReading(group.Forms, m_Settings.Limits, m_Refusals.Spans()));
+    group.PlannedFor = m_Refusals.Version();
 }
 
 WriteJob Unit::TakeWrite()
@@ -86,6 +87,19 @@ std::optional<Unit::Clock::time_point> Unit::TryAt() const
     return m_IsReachable || !m_IsWanted ? std::nullopt : std::optional(m_TryAt);
 }
 
+std::optional<Unit::Clock::time_point> Unit::WakesAt() const
+{
+    if (m_Reads.empty()) return TryAt();
+    return std::min(m_RestsUntil, TryAt().value_or(m_RestsUntil));
+}
+
+UnitCounts Unit::Counts() const
+{
+    UnitCounts counts = m_Counts;
+    counts.Refused = std::ssize(m_Refusals.Spans());
+    return counts;
+}
+
 void Unit::NoteAnswer()
 {
     m_Garbled = 0;
@@ -110,45 +124,45 @@ bool Unit::IsGarbling() const
 
 void Unit::Take(ReadJob& job, const ReadJob::Request& request, std::span<const quint16> registers)
 {
-    m_TrySpan = request.Block.Where;
+    m_TrySpan = request.Block->Where;
+    if (m_SilentAbout == m_TrySpan) m_SilentAbout.reset();
     const auto learnt = job.Take(request, registers);
-    if (learnt) Learn(*learnt, QStringLiteral("the device refuses a request across it"), Clock::now() + RefusedFor);
+    if (learnt) Learn(*learnt, QStringLiteral("the device refuses a request across it"), RefusedFor);
 }
 
-void Unit::NoteRefusal(ReadJob& job, const ReadJob::Request& request, const ModbusError& error, Clock::time_point now)
+void Unit::NoteRefusal(ReadJob& job, const ReadJob::Request& request, const ModbusError& error)
 {
     const quint8 code = error.Exception();
     if (code < IllegalFunction || code > LastThatBlamesTheRequest) return job.Fail(request, error.Description());
-    const auto until = now + (code == DeviceFailure ? Clock::duration(FailedFor) : Clock::duration(RefusedFor));
+    const auto longest = code == DeviceFailure ? Clock::duration(FailedFor) : Clock::duration(RefusedFor);
     if (code == IllegalFunction) { // of all that is asked for in this way
-        for (const Piece& piece : request.Block.Pieces) Learn(piece.Where, error.Description(), until);
+        for (const Piece& piece : request.Block->Pieces) Learn(piece.Where, error.Description(), longest);
         return job.Fail(request, error.Description());
     }
-    if (const auto learnt = job.Refuse(request, error.Description())) Learn(*learnt, error.Description(), until);
+    if (const auto learnt = job.Refuse(request, error.Description())) Learn(*learnt, error.Description(), longest);
 }
 
-void Unit::Learn(const Span& span, const QString& why, Clock::time_point until)
+/// A few times may be chance, or a device that is slow; then the halves of what it is silent about are asked for.
+void Unit::NoteSilence(ReadJob& job, const ReadJob::Request& request, const QString& why, Clock::time_point restsUntil)
 {
-    if (std::ranges::find(m_Refused, span) != m_Refused.end()) return;
-    if (m_Refused.empty())
+    m_RestsUntil = restsUntil;
+    if (!request.From) {
+        m_SilencesAbout = m_SilentAbout == request.Block->Where ? m_SilencesAbout + 1 : 1;
+        m_SilentAbout = request.Block->Where;
+        if (m_SilencesAbout < SilencesByChance) return job.Fail(request, why);
+    }
+    if (const auto learnt = job.Refuse(request, why)) Learn(*learnt, why, SilentFor);
+}
+
+void Unit::Learn(const Span& span, const QString& why, Clock::duration longest)
+{
+    if (!m_Refusals.HaveBeenLearnt())
         Log(LogLevel::Warning, QStringLiteral("Device \"%1\" refuses registers, first %2 of them from %3 on: %4.")
                                    .arg(m_Settings.Name)
                                    .arg(span.Count)
                                    .arg(span.First + m_Settings.FirstAddress)
                                    .arg(why));
-    m_Refused.push_back(span);
-    m_Refusals.push_back({why, until});
-    m_Counts.Refused = static_cast<qint64>(m_Refused.size());
-    ++m_RefusedVersion;
-}
-
-void Unit::ForgetRefusals()
-{
-    if (m_Refused.empty()) return;
-    m_Refused.clear();
-    m_Refusals.clear();
-    m_Counts.Refused = 0;
-    ++m_RefusedVersion;
+    m_Refusals.Learn(span, why, Clock::now(), longest);
 }
 
 void Unit::GoDown(const QString& why, Clock::time_point now, Clock::duration least, Clock::duration longest)

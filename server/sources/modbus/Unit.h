@@ -1,45 +1,11 @@
 #pragma once
 
-#include "server/sources/modbus/ReadJob.h"
+#include "server/sources/modbus/Refusals.h"
+#include "server/sources/modbus/UnitListener.h"
+#include "server/sources/modbus/UnitSettings.h"
+#include "server/sources/modbus/WriteJob.h"
 
-#include <chrono>
 #include <deque>
-#include <functional>
-
-/// What a plant file says of one unit of a line.
-struct UnitSettings
-{
-    QString Name; ///< of the device
-    quint8 Number = 1;
-    std::chrono::milliseconds Timeout{1000};
-    std::chrono::milliseconds Pause{0}; ///< before each request
-    int Retries = 1;
-    ReadLimits Limits;
-    int FirstAddress = 0;
-    Order Bytes;
-    bool TakesWrites = false;
-};
-
-/// A value on its way into a unit.
-struct WriteJob
-{
-    quint64 Number = 0;
-    Form Where;
-    std::vector<quint16> Registers;
-};
-
-/// What a unit has to tell; its line's thread calls it, and it brings that to the loop.
-class UnitListener
-{
-public:
-    virtual void NoteRead(ReadResults results) = 0;
-    /// An empty text when it was written.
-    virtual void NoteWritten(quint64 number, const QString& failure) = 0;
-    virtual void NoteReachable(bool isReachable, const QString& why) = 0;
-
-protected:
-    ~UnitListener() = default;
-};
 
 /// How much a unit has been asked, and how it went.
 struct UnitCounts
@@ -59,7 +25,8 @@ public:
     Unit(UnitSettings settings, std::shared_ptr<UnitListener> listener);
 
     const UnitSettings& Settings() const { return m_Settings; }
-    const UnitCounts& Counts() const { return m_Counts; }
+    UnitCounts Counts() const;
+    bool IsReachable() const { return m_IsReachable; }
     const QString& Trouble() const { return m_Trouble; }
 
     /// Jobs that cannot be done at present fail at once.
@@ -70,13 +37,15 @@ public:
     bool IsWanted() const { return m_IsWanted; }
 
     bool HasWrite() const { return !m_Writes.empty(); }
-    bool HasRead() const { return !m_Reads.empty(); }
+    bool HasRead() const { return !m_Reads.empty() && Clock::now() >= m_RestsUntil; }
     WriteJob TakeWrite();
     /// The job whose turn it is; it waits for its next turn as long as there is something left to ask.
     std::shared_ptr<ReadJob> TakeRead();
     void Queue(const std::shared_ptr<ReadJob>& job);
     /// When it is to be tried again; none while it is reachable or not wanted.
     std::optional<Clock::time_point> TryAt() const;
+    /// When there will be something to do without it being told; none when there will not.
+    std::optional<Clock::time_point> WakesAt() const;
     void Postpone(Clock::time_point tryAt) { m_TryAt = tryAt; }
     /// What it is asked to see whether it answers; none: a connection is enough.
     std::optional<Span> TrySpan() const { return m_TrySpan; }
@@ -89,25 +58,23 @@ public:
     bool IsGarbling() const;
     void Take(ReadJob& job, const ReadJob::Request& request, std::span<const quint16> registers);
     /// It has refused a request of a job, or answered it with what is no answer.
-    void NoteRefusal(ReadJob& job, const ReadJob::Request& request, const ModbusError& error, Clock::time_point now);
+    void NoteRefusal(ReadJob& job, const ReadJob::Request& request, const ModbusError& error);
+    /// It has not answered a request of a job, but does answer others: what it is silent about is left out as well. It
+    /// is not read before `restsUntil`, so that this does not cost its line too much.
+    void NoteSilence(ReadJob& job, const ReadJob::Request& request, const QString& why, Clock::time_point restsUntil);
     void NoteWritten(quint64 number, const QString& failure) { m_Listener->NoteWritten(number, failure); }
     /// It does not answer: everything fails that it was asked, and it is left alone for a while. `least`: no shorter
     /// than this; `longest` bounds how far the pause grows beyond it.
     void GoDown(const QString& why, Clock::time_point now, Clock::duration least, Clock::duration longest);
     /// There is a new connection: what was refused may be there now.
-    void ForgetRefusals();
+    void ForgetRefusals() { m_Refusals.ForgetAll(); }
     /// Tells what a job has brought, at once or a little later.
     void Report(const std::shared_ptr<ReadJob>& job, Clock::time_point now);
 
 private:
-    struct Refusal
-    {
-        QString Why;
-        Clock::time_point Until;
-    };
     bool TakesJobs(Clock::time_point now);
     void Plan(ReadGroup& group, Clock::time_point now);
-    void Learn(const Span& span, const QString& why, Clock::time_point until);
+    void Learn(const Span& span, const QString& why, Clock::duration longest);
 
     const UnitSettings m_Settings;
     const std::shared_ptr<UnitListener> m_Listener;
@@ -121,9 +88,10 @@ private:
     Clock::duration m_Pause{};
     std::optional<Span> m_TrySpan;
     int m_Garbled = 0; ///< answers in a row that were none
-    std::vector<Span> m_Refused;
-    std::vector<Refusal> m_Refusals; ///< of the spans
-    quint64 m_RefusedVersion = 1;
+    Refusals m_Refusals;
+    std::optional<Span> m_SilentAbout; ///< what it did not answer the last time,
+    int m_SilencesAbout = 0;           ///< and how often in a row
+    Clock::time_point m_RestsUntil;
     Clock::time_point m_Reported;
     UnitCounts m_Counts;
 };

@@ -1,12 +1,13 @@
 #include "server/sources/replay/ReplaySource.h"
 
-#include "server/sources/replay/ReplayFile.h"
+#include "server/sources/replay/ReplayVariable.h"
 
 #include <QDir>
 
-ReplaySource::ReplaySource(QString name, QString path)
+ReplaySource::ReplaySource(QString name, QString path, std::chrono::milliseconds patience)
     : Source(std::move(name))
     , m_Path(std::move(path))
+    , m_Patience(patience)
 {
 }
 
@@ -14,7 +15,8 @@ SourceRef ReplaySource::Make(const QString& name, SourceSettings& settings)
 {
     const QString file = settings.Name("file");
     if (file.isEmpty()) return nullptr;
-    return std::make_shared<ReplaySource>(name, QDir(settings.Folder()).absoluteFilePath(file));
+    // While a plant file is read nobody is waiting yet.
+    return std::make_shared<ReplaySource>(name, QDir(settings.Folder()).absoluteFilePath(file), std::chrono::hours(1));
 }
 
 SourceVariableRef ReplaySource::Bind(const VariableText& text)
@@ -27,7 +29,9 @@ SourceVariableRef ReplaySource::Bind(const VariableText& text)
         throw VariableError(Option, QStringLiteral("a recording has the option \"once\", not \"%1\"").arg(text.Option));
     if (!text.Unit.isEmpty()) throw VariableError(Unit, QStringLiteral("a recording has no units"));
     try {
-        return std::make_unique<ReplaySignal>(ReadReplayFile(m_Path, text.Type), !isOnce);
+        auto variable = std::make_unique<ReplayVariable>(m_Path, text.Type, !isOnce);
+        variable->Await(m_Patience);
+        return variable;
     } catch (const DescribedError& error) {
         throw VariableError(Name, error.Description());
     }

@@ -8,7 +8,8 @@
 class ReplaySource : public Source
 {
 public:
-    ReplaySource(QString name, QString path);
+    /// A file that is not read within the patience of Bind is read on; what is wrong in it the item says later.
+    ReplaySource(QString name, QString path, std::chrono::milliseconds patience);
     /// Null when there are mistakes.
     static SourceRef Make(const QString& name, SourceSettings& settings);
 
@@ -20,4 +21,5 @@ public:
 
 private:
     const QString m_Path;
+    const std::chrono::milliseconds m_Patience;
 };
