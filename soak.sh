@@ -8,6 +8,7 @@ case ${1-} in
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
+        echo "       ./soak.sh --fuzz [RUNS]         the parsers of devices' options and answers (default: 300000 runs each)"
         echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
         echo "                                       what was recorded after kills and outages (default: 1000 kills)"
         echo "       ./soak.sh --links [FAULTS [LINKS]]"
@@ -23,6 +24,10 @@ case ${1-} in
         scripts/install-packages.sh packaging/test-packages.txt
         scripts/build.sh release programs
         exec scripts/run-faults.sh "$@" ;;
+    --fuzz)
+        case ${2-300000} in *[!0-9]* | '' | 0) echo "./soak.sh --fuzz takes a number of runs" >&2; exit 2 ;; esac
+        scripts/build.sh fuzz fuzz
+        exec scripts/run-fuzzers.sh "${2-300000}" ;;
     --history)
         shift
         scripts/install-packages.sh packaging/test-packages.txt

@@ -1,14 +1,15 @@
 #!/usr/bin/env bash
 # Installs what is missing, configures and builds one preset of CMakePresets.json into build/<preset>.
-# usage: scripts/build.sh dev|release|asan programs|all
-# "programs" are the three that are installed; "all" brings tests and figures, too.
+# usage: scripts/build.sh dev|release|asan|fuzz programs|all|fuzz
+# "programs" are those that are installed; "all" brings tests and figures, too; "fuzz" are the targets of tests/fuzz.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-preset=${1:?"usage: scripts/build.sh dev|release|asan programs|all"}
+preset=${1:?"usage: scripts/build.sh dev|release|asan|fuzz programs|all|fuzz"}
 case ${2-} in
     programs) packages=(packaging/packages.txt) testing=OFF ;;
     all) packages=(packaging/packages.txt packaging/test-packages.txt) testing=ON ;;
+    fuzz) packages=(packaging/packages.txt packaging/test-packages.txt packaging/fuzz-packages.txt) testing=ON ;;
     *) sed -n 's/^# usage/usage/p' "$0" >&2; exit 2 ;;
 esac
 
