@@ -34,7 +34,8 @@ void DefineOptions(QCommandLineParser& parser)
     parser.addOptions({
         {QStringLiteral("plant"), QStringLiteral("Read the plant from <file> instead of the user's plant.toml."),
          QStringLiteral("file")},
-        {QStringLiteral("check"), QStringLiteral("Only say whether the plant file is right, and what its devices will see.")},
+        {QStringLiteral("check"),
+         QStringLiteral("Only say whether the plant file is right, and what its devices will see.")},
         {QStringLiteral("probe"),
          QStringLiteral("Only print what a Modbus device has at the addresses that follow, such as holding:0-20."),
          QStringLiteral("modbus-tcp://host:port/unit")},
@@ -142,8 +143,7 @@ int Probe(const QCommandLineParser& parser)
 {
     const QStringList what = parser.positionalArguments();
     if (what.isEmpty()) throw UsageError(QStringLiteral("--probe takes addresses as well, such as holding:0-20."));
-    for (const QString& each : what)
-        std::printf("%s", qPrintable(ProbeModbus(parser.value(QStringLiteral("probe")), each)));
+    std::printf("%s", qPrintable(ProbeModbus(parser.value(QStringLiteral("probe")), what)));
     return 0;
 }
 

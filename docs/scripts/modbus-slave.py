@@ -8,6 +8,7 @@ holding:10-11  wanted temperature, R4              input:2-3  burned gas, cubic 
 coil:0         burner on (to be written)           discrete:0 the temperature is too high
 """
 import asyncio
+import logging
 import struct
 import sys
 
@@ -35,6 +36,7 @@ async def simulate(slave):
 
 
 async def main():
+    logging.disable()  # it would call each client that leaves an error
     slave = ModbusSlaveContext(
         co=ModbusSequentialDataBlock(1, [True] + [False] * 15), di=ModbusSequentialDataBlock(1, [False] * 16),
         hr=ModbusSequentialDataBlock(1, [60] + [0] * 9 + floats(65.0) + [0] * 4), ir=ModbusSequentialDataBlock(1, [0] * 16))

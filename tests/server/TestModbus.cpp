@@ -262,10 +262,10 @@ item = [ { name = "Single", type = "ARRAY|UI2", variable = "holding:950-952", op
     const Variant three(SafeArray(QList<quint16>{5, 6, 7}));
     const QString lacks = u"Illegal function (exception 1)."_s;
     peer.Be("lacks 16");
-    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), u"done" + lacks);
+    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), u"done"_s + lacks);
     peer.Be("lacks 6");
-    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), lacks + u"done");
-    EXPECT_EQ(Polled({u"-t4"_s, u"-r950"_s, u"-c3"_s}) + Polled({u"-t4"_s, u"-r960"_s}), u"5 6 78");
+    EXPECT_EQ(put(u"Single"_s, three) + put(u"Block"_s, Variant(8)), lacks + u"done"_s);
+    EXPECT_EQ(Polled({u"-t4"_s, u"-r950"_s, u"-c3"_s}) + Polled({u"-t4"_s, u"-r960"_s}), u"5 6 78"_s);
     peer.Be("silent");
     EXPECT_TRUE(WaitUntil([&] { return State() == 3; }, 5000));
     peer.Be("right");
@@ -288,8 +288,9 @@ TEST_F(Modbus, DevicesAreLookedAtBeforeThereIsAPlant)
     const QStringList lines = outputOf({u"--probe"_s, where, u"holding:1999-2000"_s}).split(u'\n');
     EXPECT_EQ(lines.value(1).simplified(), u"1999 07cf 1999 1999 ..");
     EXPECT_EQ(lines.value(2).simplified(), u"2000 Illegal data address (exception 2)");
-    WriteFile(m_Plant, lines.mid(4).join(u'\n').toUtf8());
-    EXPECT_TRUE(outputOf({u"--plant"_s, m_Plant, u"--check"_s}).contains(u"1 controllers, 2 items"_s)) << "the draft";
+    const QString both = outputOf({u"--probe"_s, where, u"holding:1999-2000"_s, u"coil:0-4"_s});
+    WriteFile(m_Plant, both.mid(both.indexOf(u'#')).toUtf8());
+    EXPECT_TRUE(outputOf({u"--plant"_s, m_Plant, u"--check"_s}).contains(u"1 controllers, 7 items"_s)) << "the draft";
 }
 
 TEST_F(Modbus, SerialLinesKnowWhatIsWrong)

@@ -126,37 +126,52 @@ QString Table(const Form& form, const std::vector<Found>& found)
     return text;
 }
 
-QString Draft(const Target& target, const Form& form)
+QString Draft(const Target& target, const std::vector<Form>& forms)
 {
-    const QString place = PlaceText(form, 0).section(u'-', 0, 0).section(u':', 0, 0);
     const LineSettings& line = target.Line;
     const QString where =
         line.Serial.isEmpty()
             ? QStringLiteral("protocol = \"modbus-tcp\"\nhost = \"%1\"\nport = %2").arg(line.Host).arg(line.Port)
             : QStringLiteral("protocol = \"modbus-rtu\"\nserial = \"%1\"\nbaud = %2").arg(line.Serial).arg(line.Baud);
-    return QStringLiteral("\n# The beginning of a plant file for it:\n[[device]]\nname = \"Device\"\n%1\nunit = %2\n\n"
-                          "[[controller]]\nname = \"Controller\"\ndevice = \"Device\"\n\n    [[controller.item]]\n"
-                          "    name = \"%3{%4..%5}\"\n    variable = \"%3:{n}\"\n")
-        .arg(where)
-        .arg(target.Unit)
-        .arg(place)
-        .arg(form.First)
-        .arg(form.First + form.Count - 1);
+    QString text = QStringLiteral("# The beginning of a plant file for it:\n[[device]]\nname = \"Device\"\n%1\n"
+                                  "unit = %2\n\n[[controller]]\nname = \"Controller\"\ndevice = \"Device\"\n")
+                       .arg(where)
+                       .arg(target.Unit);
+    for (const Form& form : forms) {
+        text += QStringLiteral("\n    [[controller.item]]\n    name = \"%1{%2..%3}\"\n    variable = \"%1:{n}\"\n")
+                    .arg(PlaceText(form, 0).section(u':', 0, 0))
+                    .arg(form.First)
+                    .arg(form.First + form.Count - 1);
+    }
+    return text;
+}
+
+Form RangeOf(const QString& range)
+{
+    const Form form = ParseForm({range, {}, VT_VARIANT}, 0, {});
+    if (form.Count > MostProbed || form.Bit >= 0)
+        throw DescribedError(
+            QStringLiteral("\"%1\" is not a range of at most %2 addresses").arg(range).arg(MostProbed));
+    return form;
 }
 
 } // namespace
 
-QString ProbeModbus(const QString& where, const QString& what)
+QString ProbeModbus(const QString& where, const QStringList& ranges)
 {
     const Target target = ParseTarget(where);
-    const Form form = ParseForm({what, {}, VT_VARIANT}, 0, {});
-    if (form.Count > MostProbed || form.Bit >= 0)
-        throw DescribedError(QStringLiteral("\"%1\" is not a range of at most %2 addresses").arg(what).arg(MostProbed));
+    std::vector<Form> forms;
+    for (const QString& range : ranges) forms.push_back(RangeOf(range));
     const auto line = MakeTransport(target.Line, {});
     line->Connect();
-    std::vector<Found> found(static_cast<std::size_t>(form.Count));
-    const qint32 most = ReadLimits().Most(form.Place);
-    for (qint32 at = 0; at < form.Count; at += most)
-        Ask(*line, target.Unit, {form.Place, form.First + at, std::min(most, form.Count - at)}, found, form.First);
-    return Table(form, found) + Draft(target, form);
+    QString text;
+    for (const Form& form : forms) {
+        std::vector<Found> found(static_cast<std::size_t>(form.Count));
+        const qint32 most = ReadLimits().Most(form.Place);
+        for (qint32 at = 0; at < form.Count; at += most)
+            Ask(*line, target.Unit, {form.Place, form.First + at, std::min(most, form.Count - at)}, found, form.First);
+        if (forms.size() > 1) text += PlaceText(form, 0) + u'\n';
+        text += Table(form, found) + u'\n';
+    }
+    return text + Draft(target, forms);
 }
