@@ -54,16 +54,12 @@ Variant ValueReader::ReadPayload(VarType type)
     });
 }
 
-Variant ValueReader::ReadArray(VarType elementType)
+template <typename T>
+T ValueReader::ReadElement()
 {
-    if (m_Depth == MaxArrayDepth) throw NestedTooDeep();
-    ++m_Depth;
-    Variant array = VisitType(elementType, [this]<typename T>(std::type_identity<T>) -> Variant {
-        if constexpr (IsElementType<T> && !std::is_same_v<T, ObjectRef>) return ReadElements<T>();
-        else throw ValueError::TypeMismatch();
-    });
-    --m_Depth;
-    return array;
+    if constexpr (std::is_same_v<T, QString>) return m_Cursor.TakeText();
+    else if constexpr (std::is_same_v<T, Variant>) return ReadBraced();
+    else return ReadScalar<T>(m_Cursor.TakePlain());
 }
 
 template <typename T>
@@ -81,12 +77,16 @@ SafeArray ValueReader::ReadElements()
     return SafeArray(std::move(elements), lowerBound);
 }
 
-template <typename T>
-T ValueReader::ReadElement()
+Variant ValueReader::ReadArray(VarType elementType)
 {
-    if constexpr (std::is_same_v<T, QString>) return m_Cursor.TakeText();
-    else if constexpr (std::is_same_v<T, Variant>) return ReadBraced();
-    else return ReadScalar<T>(m_Cursor.TakePlain());
+    if (m_Depth == MaxArrayDepth) throw NestedTooDeep();
+    ++m_Depth;
+    Variant array = VisitType(elementType, [this]<typename T>(std::type_identity<T>) -> Variant {
+        if constexpr (IsElementType<T> && !std::is_same_v<T, ObjectRef>) return ReadElements<T>();
+        else throw ValueError::TypeMismatch();
+    });
+    --m_Depth;
+    return array;
 }
 
 bool ValueReader::TakeComma()
