@@ -16,11 +16,17 @@ constexpr int TurnMs = 2;
 class PlantScanner::Reading
 {
 public:
-    Reading(QList<PlantControllerRef> controllers, std::optional<int> scanClass,
-            kj::Own<kj::PromiseFulfiller<void>> done)
+    /// A scan; `done` runs when all of the class has been read.
+    Reading(const Class& scanned, std::function<void()> done)
+        : m_Controllers({scanned.Controller})
+        , m_ScanClass(scanned.Number)
+        , m_Done(std::move(done))
+    {
+    }
+    /// A snapshot.
+    Reading(QList<PlantControllerRef> controllers, kj::Own<kj::PromiseFulfiller<void>> answer)
         : m_Controllers(std::move(controllers))
-        , m_ScanClass(scanClass)
-        , m_Done(kj::mv(done))
+        , m_Answer(kj::mv(answer))
     {
     }
 
@@ -46,17 +52,19 @@ private:
     /// left out by the next one.
     void End()
     {
-        const PendingRef asked = m_ScanClass ? nullptr : Pending::All(m_Asked);
-        if (!asked) return m_Done->fulfill();
-        auto done = std::make_shared<kj::Own<kj::PromiseFulfiller<void>>>(kj::mv(m_Done));
-        asked->Then([done](const QString&) { (*done)->fulfill(); });
+        if (m_Done) return m_Done();
+        const PendingRef asked = Pending::All(m_Asked);
+        if (!asked) return m_Answer->fulfill();
+        auto answer = std::make_shared<kj::Own<kj::PromiseFulfiller<void>>>(kj::mv(m_Answer));
+        asked->Then([answer](const QString&) { (*answer)->fulfill(); });
     }
 
-    bool IsOver() { return m_Controllers.isEmpty() || !m_Done->isWaiting(); }
+    bool IsOver() { return m_Controllers.isEmpty() || (m_Answer && !m_Answer->isWaiting()); }
 
     QList<PlantControllerRef> m_Controllers; ///< the ones to be read still
-    const std::optional<int> m_ScanClass;
-    kj::Own<kj::PromiseFulfiller<void>> m_Done;
+    std::optional<int> m_ScanClass;
+    std::function<void()> m_Done;
+    kj::Own<kj::PromiseFulfiller<void>> m_Answer;
     std::optional<ItemPass> m_Pass;
     std::vector<PendingRef> m_Asked;
 };
@@ -69,42 +77,66 @@ PlantScanner::PlantScanner(kj::Timer& timer)
 
 PlantScanner::~PlantScanner() = default;
 
+template <typename... Arguments>
+void PlantScanner::Begin(Arguments&&... arguments)
+{
+    m_UnderWay.emplace_back(std::forward<Arguments>(arguments)...);
+    if (!std::exchange(m_TakesTurns, true)) m_Tasks.add(TakeTurns());
+}
+
 void PlantScanner::Start(const Plant& plant)
 {
     for (const PlantControllerRef& controller : plant.Controllers()) {
         for (int scanClass = 0; scanClass < 3; ++scanClass) {
-            if (controller->ScanTime(scanClass) > 0) m_Tasks.add(ScanFrom(controller, scanClass, m_Timer.now()));
+            if (controller->ScanTime(scanClass) > 0) ScanAt(m_Timer.now(), {controller, scanClass});
         }
     }
+}
+
+void PlantScanner::ScanAt(kj::TimePoint due, Class scanned)
+{
+    const auto place = m_Waiting.emplace(due, std::move(scanned));
+    if (place == m_Waiting.begin())
+        m_Next = AwaitNext().eagerlyEvaluate([this](auto&& failure) { taskFailed(kj::mv(failure)); });
+}
+
+kj::Promise<void> PlantScanner::AwaitNext()
+{
+    if (m_Waiting.empty()) return kj::NEVER_DONE; // the next one that comes begins anew
+    return m_Timer.atTime(m_Waiting.begin()->first).then([this] {
+        ScanDue();
+        return AwaitNext();
+    });
+}
+
+void PlantScanner::ScanDue()
+{
+    while (!m_Waiting.empty() && m_Waiting.begin()->first <= m_Timer.now()) {
+        const auto first = m_Waiting.extract(m_Waiting.begin());
+        Scan(first.key(), first.mapped());
+    }
+}
+
+void PlantScanner::Scan(kj::TimePoint due, const Class& scanned)
+{
+    Begin(scanned, [=, this] {
+        // Missed scans are not made up for: the plant shows the present.
+        const auto period = scanned.Controller->ScanTime(scanned.Number) * kj::MILLISECONDS;
+        ScanAt(kj::max(due + period, m_Timer.now()), scanned);
+    });
 }
 
 void PlantScanner::ScanSoon(const PlantControllerRef& controller)
 {
     for (int scanClass = 0; scanClass < 3; ++scanClass) {
-        if (controller->ScanTime(scanClass) > 0) m_Tasks.add(Read({controller}, scanClass));
+        if (controller->ScanTime(scanClass) > 0) Begin(Class{controller, scanClass}, [] {});
     }
 }
 
 kj::Promise<void> PlantScanner::Snapshot(QList<PlantControllerRef> controllers)
 {
-    return Read(std::move(controllers), std::nullopt);
-}
-
-kj::Promise<void> PlantScanner::ScanFrom(const PlantControllerRef& controller, int scanClass, kj::TimePoint due)
-{
-    auto scanned = m_Timer.atTime(due).then([=, this] { return Read({controller}, scanClass); });
-    return scanned.then([=, this] {
-        // Missed scans are not made up for: the plant shows the present.
-        const auto period = controller->ScanTime(scanClass) * kj::MILLISECONDS;
-        return ScanFrom(controller, scanClass, kj::max(due + period, m_Timer.now()));
-    });
-}
-
-kj::Promise<void> PlantScanner::Read(QList<PlantControllerRef> controllers, std::optional<int> scanClass)
-{
     auto done = kj::newPromiseAndFulfiller<void>();
-    m_UnderWay.emplace_back(std::move(controllers), scanClass, kj::mv(done.fulfiller));
-    if (!std::exchange(m_TakesTurns, true)) m_Tasks.add(TakeTurns());
+    Begin(std::move(controllers), kj::mv(done.fulfiller));
     return kj::mv(done.promise);
 }
 
