@@ -41,9 +41,7 @@ void Plant::Follow(ItemFollowerRef follower)
 
 PlantControllerRef Plant::Find(const QString& name) const
 {
-    const auto found = std::find_if(m_Controllers.begin(), m_Controllers.end(),
-                                    [&](const auto& controller) { return controller->Name() == name; });
-    return found == m_Controllers.end() ? nullptr : *found;
+    return m_ByName.value(name);
 }
 
 PlantControllerRef Plant::Controller(const QString& name) const
@@ -59,6 +57,7 @@ PlantControllerRef Plant::Add(ControllerTraits traits)
     auto controller = std::make_shared<PlantController>(*this, std::move(traits));
     controller->m_Index = static_cast<qint32>(m_Controllers.size());
     m_Controllers.append(controller);
+    m_ByName.insert(controller->Name(), controller);
     return controller;
 }
 

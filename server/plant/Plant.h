@@ -79,6 +79,7 @@ private:
     QList<SourceRef> m_Sources;
     QList<ItemFollowerRef> m_Followers;
     QList<PlantControllerRef> m_Controllers;
+    QHash<QString, PlantControllerRef> m_ByName;
     bool m_Started = false;
     qint32 m_WaitingActions = 0;
     LinkWalk::State m_Walk;

@@ -102,28 +102,51 @@ Variant PlantController::SettingData(qint32 index) const
     return m_Traits.SettingData.value(index);
 }
 
-PlantItemRef PlantController::Add(ItemTraits traits, SourceVariableRef variable, std::unique_ptr<ValueRules> rules)
+void PlantController::Reserve(qsizetype count)
+{
+    const qsizetype added = count / 8; // by operators, later on
+    m_Items.reserve(m_Items.size() + count + added);
+    m_ByName.reserve(m_ByName.size() + count);
+}
+
+PlantItemRef PlantController::AddNew(ItemTraits traits, SourceVariableRef variable, std::unique_ptr<ValueRules> rules)
 {
     return Insert(m_Items.size(),
                   std::make_shared<PlantItem>(*this, std::move(traits), std::move(variable), std::move(rules)));
 }
 
+PlantItemRef PlantController::Add(ItemTraits traits, SourceVariableRef variable, std::unique_ptr<ValueRules> rules)
+{
+    const QString name = traits.Name;
+    return Added(AddNew(std::move(traits), std::move(variable), std::move(rules)), name);
+}
+
 PlantItemRef PlantController::AddInPlace(ItemTraits traits, SourceVariableRef variable,
                                          std::unique_ptr<ValueRules> rules)
 {
-    const auto greater = [&](const PlantItemRef& item) { return m_Traits.SortsItems && item->Name() > traits.Name; };
-    const qsizetype at = std::find_if(m_Items.begin(), m_Items.end(), greater) - m_Items.begin();
-    return Insert(at, std::make_shared<PlantItem>(*this, std::move(traits), std::move(variable), std::move(rules)));
+    const QString name = traits.Name;
+    const auto greater = [&](const PlantItemRef& item) { return item->Name() > name; };
+    const auto found = m_Traits.SortsItems ? std::ranges::find_if(m_Items, greater) : m_Items.end();
+    const qsizetype at = found - m_Items.begin();
+    return Added(
+        Insert(at, std::make_shared<PlantItem>(*this, std::move(traits), std::move(variable), std::move(rules))), name);
 }
 
+PlantItemRef PlantController::Added(PlantItemRef item, const QString& name) const
+{
+    if (!item) throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), name));
+    return item;
+}
+
+/// Null when the name is taken; it is looked up once, because a plant may have a million.
 PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
 {
-    if (m_ByName.contains(item->Name()))
-        throw ServerError(QStringLiteral("Controller \"%1\" has an item \"%2\" already.").arg(Name(), item->Name()));
+    PlantItemRef& place = m_ByName[item->Name()];
+    if (place) return nullptr;
+    place = item;
+    item->m_Order = OrderAt(at);
     Insert(m_Items, at, item);
-    m_ByName.insert(item->Name(), item);
-    Renumber(at);
-    Insert(OfClassOf(*item), PlaceInClass(*item), item);
+    Insert(OfClassOf(*item), PlaceIn(OfClassOf(*item), *item), item);
     for (const ItemFollowerRef& follower : m_Plant.Followers()) item->OfferTo(*follower);
     m_Plant.NoteLinksChanged();
     return item;
@@ -132,10 +155,9 @@ PlantItemRef PlantController::Insert(qsizetype at, PlantItemRef item)
 void PlantController::Remove(const QString& name)
 {
     const PlantItemRef item = Item(name);
-    RemoveAt(OfClassOf(*item), PlaceInClass(*item));
-    RemoveAt(m_Items, item->Index());
+    RemoveAt(OfClassOf(*item), PlaceIn(OfClassOf(*item), *item));
+    RemoveAt(m_Items, PlaceOf(*item));
     m_ByName.remove(name);
-    Renumber(item->Index());
     if (item->m_Variable) {
         for (ItemPass* pass : m_Passes) pass->NoteForgotten(*item->m_Variable);
     }
@@ -160,11 +182,24 @@ QList<PlantItemRef>& PlantController::OfClassOf(const PlantItem& item)
     return m_ByClass[static_cast<std::size_t>(item.Traits().ScanClass)];
 }
 
-qsizetype PlantController::PlaceInClass(const PlantItem& item)
+qsizetype PlantController::PlaceIn(const QList<PlantItemRef>& items, const PlantItem& item)
 {
-    const QList<PlantItemRef>& items = OfClassOf(item);
-    const auto indexOf = [](const PlantItemRef& other) { return other->Index(); };
-    return std::ranges::lower_bound(items, item.Index(), {}, indexOf) - items.begin();
+    const auto orderOf = [](const PlantItemRef& other) { return other->m_Order; };
+    if (items.isEmpty() || items.last()->m_Order < item.m_Order) return items.size(); // as when a plant is read
+    return std::ranges::lower_bound(items, item.m_Order, {}, orderOf) - items.begin();
+}
+
+/// For an item that comes to this place: between those of its neighbours. Others get new ones only when there is no room,
+/// after thirty insertions at one place at the earliest.
+qint64 PlantController::OrderAt(qsizetype at)
+{
+    constexpr qint64 room = qint64{1} << 31;
+    const auto before = [&] { return at > 0 ? m_Items[at - 1]->m_Order : 0; };
+    if (at == m_Items.size()) return before() + room;
+    if (m_Items[at]->m_Order - before() < 2) {
+        for (qsizetype i = 0; i < m_Items.size(); ++i) m_Items[i]->m_Order = (i + 1) * room;
+    }
+    return before() + (m_Items[at]->m_Order - before()) / 2;
 }
 
 void PlantController::RaiseItemChanged(const PlantItemRef& item)
@@ -189,9 +224,4 @@ void PlantController::TellAll(Action action)
                 QStringLiteral("An event of controller \"%1\" was lost: %2").arg(Name(), CurrentErrorDescription()));
         }
     }
-}
-
-void PlantController::Renumber(qsizetype from)
-{
-    for (qsizetype i = from; i < m_Items.size(); ++i) m_Items[i]->m_Index = static_cast<qint32>(i);
 }

@@ -74,6 +74,12 @@ public:
     /// Throws ServerError when there is none.
     PlantItemRef Item(const QString& name) const;
 
+    /// Room for so many more items, which are about to be added.
+    void Reserve(qsizetype count);
+
+    /// Where one of its items is among them.
+    qsizetype PlaceOf(const PlantItem& item) const { return PlaceIn(m_Items, item); }
+
     /// What a scan of a class asks sources for when all of its items are active.
     std::vector<SourceVariable*> AskedVariables(int scanClass) const;
 
@@ -84,7 +90,10 @@ public:
     qint32 ScanTime(qint32 index) const;
     Variant SettingData(qint32 index) const;
 
-    /// Adds an item at the end, in the order of the plant's description. Throws ServerError when the name is taken.
+    /// Adds an item at the end, in the order of the plant's description. Null when the name is taken.
+    PlantItemRef AddNew(ItemTraits traits, SourceVariableRef variable = nullptr,
+                        std::unique_ptr<ValueRules> rules = nullptr);
+    /// The same; throws ServerError when the name is taken.
     PlantItemRef Add(ItemTraits traits, SourceVariableRef variable = nullptr,
                      std::unique_ptr<ValueRules> rules = nullptr);
     /// Adds an item later: at the end or, if the controller sorts its items, before the first one with a greater name.
@@ -105,13 +114,14 @@ private:
     void UseDevice(bool uses);
     void ChangeState(qint32 state, bool hasLostDevice);
     PlantItemRef Insert(qsizetype at, PlantItemRef item);
+    PlantItemRef Added(PlantItemRef item, const QString& name) const;
     template <typename Action>
     void TellAll(Action action);
-    void Renumber(qsizetype from);
+    qint64 OrderAt(qsizetype at);
     void Insert(QList<PlantItemRef>& items, qsizetype at, const PlantItemRef& item);
     void RemoveAt(QList<PlantItemRef>& items, qsizetype at);
     QList<PlantItemRef>& OfClassOf(const PlantItem& item);
-    qsizetype PlaceInClass(const PlantItem& item);
+    static qsizetype PlaceIn(const QList<PlantItemRef>& items, const PlantItem& item);
 
     Plant& m_Plant;
     const ControllerTraits m_Traits;

@@ -33,6 +33,11 @@ PlantItem::PlantItem(PlantController& controller, ItemTraits traits, SourceVaria
     if (m_Variable) m_Variable->SetHolder(*this);
 }
 
+qint32 PlantItem::Index() const
+{
+    return m_Controller ? static_cast<qint32>(m_Controller->PlaceOf(*this)) : 0;
+}
+
 Variant PlantItem::Value()
 {
     CheckExists();

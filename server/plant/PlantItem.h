@@ -55,7 +55,8 @@ public:
     const QString& Name() const { return m_Traits.Name; }
     /// Null once the item has been removed; then every operation throws.
     PlantController* Controller() const { return m_Controller; }
-    qint32 Index() const { return m_Index; }
+    /// Its place among the controller's items; 0 once it has been removed.
+    qint32 Index() const;
     ItemState State() const { return m_State; }
     /// Why its state is Failed, as far as that was said; empty in other states.
     QString Failure() const { return m_State == ItemState::Failed ? m_Failure : QString(); }
@@ -159,7 +160,7 @@ private:
     Variant m_Value;
     TimeStamp m_Time;
     std::forward_list<ItemFollower*> m_Followers;
-    qint32 m_Index = 0;
+    qint64 m_Order = 0; ///< increases along the controller's items
     const ItemTraits m_Traits;
     std::unique_ptr<ExceptionFilter> m_Exceptions; ///< null when every change is recorded
     Variant m_Tag;
@@ -170,3 +171,5 @@ private:
 };
 
 using PlantItemRef = std::shared_ptr<PlantItem>;
+/// So that lists of a million move in one piece.
+Q_DECLARE_TYPEINFO(PlantItemRef, Q_RELOCATABLE_TYPE);
