@@ -9,6 +9,9 @@
 
 namespace {
 
+/// An item has about so many.
+constexpr std::size_t MostKeys = 32;
+
 QString ToText(const std::string& text)
 {
     return QString::fromStdString(text);
@@ -42,6 +45,12 @@ FileTable FileTable::WithNumber(const RangeNumber& number) const
     FileTable numbered = *this;
     numbered.m_Number = number;
     return numbered;
+}
+
+void FileTable::Know(const char* key)
+{
+    if (m_Known.empty()) m_Known.reserve(MostKeys);
+    m_Known.push_back(key);
 }
 
 const toml::node* FileTable::Find(const char* key) const
@@ -113,7 +122,7 @@ template <typename T, typename Convert>
 auto FileTable::Read(const char* key, const char16_t* form,
                      decltype(std::declval<Convert>()(std::declval<T>())) fallback, Convert convert)
 {
-    m_Known.push_back(key);
+    Know(key);
     const toml::node* node = Find(key);
     if (!node) return fallback;
     if (const auto value = As<T>(key, *node)) return convert(*value);
@@ -159,6 +168,10 @@ double FileTable::Number(const char* key, double fallback)
 
 int FileTable::Choice(const char* key, const QStringList& choices, int fallback)
 {
+    if (!Has(key)) {
+        Know(key);
+        return fallback;
+    }
     const QString text = Text(key, choices[fallback]);
     const auto choice = static_cast<int>(choices.indexOf(text));
     if (choice >= 0) return choice;
@@ -168,7 +181,7 @@ int FileTable::Choice(const char* key, const QStringList& choices, int fallback)
 
 Variant FileTable::Value(const char* key, bool typed)
 {
-    m_Known.push_back(key);
+    Know(key);
     const toml::node* node = Find(key);
     return node ? ToVariant(key, *node, typed) : Variant();
 }
@@ -196,7 +209,7 @@ T FileTable::ReadList(const char* key, T (FileTable::*read)(const char*))
 
 QList<Variant> FileTable::Values(const char* key)
 {
-    m_Known.push_back(key);
+    Know(key);
     const toml::node* node = Find(key);
     if (!node) return {};
     if (IsListInRow(*node)) return ReadList(key, &FileTable::Values);
@@ -208,7 +221,7 @@ QList<Variant> FileTable::Values(const char* key)
 
 QStringList FileTable::Texts(const char* key)
 {
-    m_Known.push_back(key);
+    Know(key);
     const toml::node* node = Find(key);
     if (!node) return {};
     if (IsListInRow(*node)) return ReadList(key, &FileTable::Texts);
@@ -227,7 +240,7 @@ QStringList FileTable::Texts(const char* key)
 
 std::vector<FileTable> FileTable::Tables(const char* key)
 {
-    m_Known.push_back(key);
+    Know(key);
     std::vector<FileTable> tables;
     const toml::node* node = Find(key);
     if (!node) return tables;
@@ -242,7 +255,7 @@ std::vector<FileTable> FileTable::Tables(const char* key)
 
 std::vector<FileTable> FileTable::OptionalTable(const char* key)
 {
-    m_Known.push_back(key);
+    Know(key);
     const toml::node* node = Find(key);
     if (!node) return {};
     if (const toml::table* table = node->as_table()) {

@@ -54,6 +54,7 @@ public:
     const std::vector<const char*>& Known() const { return m_Known; }
 
 private:
+    void Know(const char* key);
     const toml::node* Find(const char* key) const;
     int LineOf(const toml::node& node) const;
     QString Filled(const char* key, const std::string& text) const;

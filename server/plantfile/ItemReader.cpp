@@ -33,7 +33,8 @@ QHash<QString, VarType> TypesByName()
 std::optional<VarType> ParseType(const QString& text)
 {
     static const QHash<QString, VarType> types = TypesByName();
-    const auto type = types.constFind(PlainName(text));
+    auto type = types.constFind(text);
+    if (type == types.constEnd()) type = types.constFind(PlainName(text));
     return type == types.constEnd() ? std::nullopt : std::optional(*type);
 }
 
@@ -124,10 +125,11 @@ ItemTraits ReadTraits(FileTable& table, bool& isTyped)
 
 } // namespace
 
-ItemReader::ItemReader(Plant& plant, QString folder, Mistakes& mistakes)
+ItemReader::ItemReader(Plant& plant, QString folder, Mistakes& mistakes, ReadingProgress& progress)
     : m_Plant(plant)
     , m_Folder(std::move(folder))
     , m_Mistakes(mistakes)
+    , m_Progress(progress)
 {
 }
 
@@ -167,14 +169,13 @@ void ItemReader::ReadOne(FileTable entry, const QString& name, const ItemOwner& 
     }
     if (traits.Kind == ItemKind::Alias && traits.Links.isEmpty() && !isLinkWrong)
         entry.Refuse("kind", QStringLiteral("an alias needs the item that it stands for in links"));
-    const bool isTaken = owner.Controller.Find(name) != nullptr;
-    if (isTaken) entry.Refuse("name", QStringLiteral("item \"%1\" exists already").arg(name));
     if (!traits.Links.isEmpty())
         m_Linked.push_back({owner.Controller, name, traits.Links, traits.ExtractsElement, entry.PlaceOf("links")});
-    if (isTaken || name.isEmpty()) return;
-    if (++m_Count > MostItems)
+    if (name.isEmpty()) return;
+    if (m_Progress.Add() > MostItems)
         return entry.Refuse("name", QStringLiteral("a plant has at most %1 items").arg(MostItems));
-    owner.Controller.Add(std::move(traits), std::move(variable));
+    if (!owner.Controller.AddNew(std::move(traits), std::move(variable)))
+        entry.Refuse("name", QStringLiteral("item \"%1\" exists already").arg(name));
 }
 
 void ItemReader::NoteDefinition(FileTable entry, const ItemOwner& owner)

@@ -4,6 +4,7 @@
 #include "server/plant/LinkCheck.h"
 #include "server/plant/Plant.h"
 #include "server/plantfile/FileTable.h"
+#include "server/plantfile/ReadingProgress.h"
 
 /// A controller that takes items, and its name in the file, which differs when that is missing or taken.
 struct ItemOwner
@@ -18,7 +19,7 @@ class ItemReader
 {
 public:
     /// Relative paths start from `folder`.
-    ItemReader(Plant& plant, QString folder, Mistakes& mistakes);
+    ItemReader(Plant& plant, QString folder, Mistakes& mistakes, ReadingProgress& progress);
 
     const QString& Folder() const { return m_Folder; }
     Mistakes& MistakesOf(const QString& file) { return m_Mistakes.Of(file); }
@@ -26,7 +27,7 @@ public:
     /// Adds the items that an entry describes: one, or one for each number of the range in its name.
     void Read(FileTable entry, const ItemOwner& owner);
     /// There are as many items as there may be; further ones are a mistake that has been noted.
-    bool IsFull() const { return m_Count > MostItems; }
+    bool IsFull() const { return m_Progress.Items() > MostItems; }
     /// Once all entries are read: adds the items that are given by definitions and looks at all links.
     void Finish();
 
@@ -51,7 +52,7 @@ private:
     Plant& m_Plant;
     const QString m_Folder;
     Mistakes& m_Mistakes;
-    qint64 m_Count = 0;
+    ReadingProgress& m_Progress;
     std::vector<Linked> m_Linked;
     QList<DefinedItem> m_Defined;
     std::vector<Place> m_DefinedAt;

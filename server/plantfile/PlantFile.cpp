@@ -10,6 +10,8 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <malloc.h>
+
 namespace {
 
 constexpr qint32 LongestScanTime = 24 * 60 * 60 * 1000;
@@ -56,6 +58,7 @@ void ReadController(FileTable& table, Plant& plant, ItemReader& reader, bool kee
     if (isTaken) table.Refuse("name", QStringLiteral("controller \"%1\" exists already").arg(name));
     if (isTaken || name.isEmpty()) traits.Name += QStringLiteral("\n%1").arg(plant.Controllers().size());
     const ItemOwner owner = {*plant.Add(std::move(traits)), name, isDeviceKnown};
+    owner.Controller.Reserve(static_cast<qsizetype>(items.size()));
     for (FileTable& item : items) reader.Read(std::move(item), owner);
     if (tags.isEmpty()) return;
     try {
@@ -65,12 +68,15 @@ void ReadController(FileTable& table, Plant& plant, ItemReader& reader, bool kee
     }
 }
 
-toml::table Parse(const QString& path, Mistakes& mistakes)
+QByteArray ContentOf(const QString& path)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        throw PlantFileError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
-    const QByteArray text = file.readAll();
+    if (file.open(QIODevice::ReadOnly)) return file.readAll();
+    throw PlantFileError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+}
+
+toml::table Parse(const QByteArray& text, Mistakes& mistakes)
+{
     try {
         return toml::parse(std::string_view(text.constData(), static_cast<std::size_t>(text.size())));
     } catch (const toml::parse_error& error) {
@@ -116,17 +122,38 @@ QString DescribeLoads(const Plant& plant)
 
 } // namespace
 
-HistorySettings ReadPlantFile(const QString& path, Plant& plant)
+struct PlantFile::Content
 {
-    Mistakes mistakes(path);
-    const toml::table root = Parse(path, mistakes);
+    QByteArray Toml;
+    toml::table Root;
+};
+
+PlantFile::PlantFile(QString path)
+    : m_Path(std::move(path))
+    , m_Content(std::make_unique<Content>())
+{
+}
+
+PlantFile::~PlantFile()
+{
+    m_Content.reset();
+    malloc_trim(0); // or all of it stays with the process
+}
+
+HistorySettings PlantFile::Fill(Plant& plant, ReadingProgress& progress)
+{
+    Mistakes mistakes(m_Path);
+    m_Content->Toml = ContentOf(m_Path);
+    m_Content->Root = Parse(m_Content->Toml, mistakes);
+    progress.Check();
     HistorySettings history = DefaultHistorySettings();
     if (mistakes.IsEmpty()) {
-        FileTable table(root, mistakes);
+        const QString folder = QFileInfo(m_Path).path();
+        FileTable table(m_Content->Root, mistakes);
         for (FileTable& part : table.OptionalTable("history")) history = ReadHistory(std::move(part));
         const bool keepsAddedItems = table.Flag("keep_added_items", true);
-        for (FileTable& part : table.Tables("device")) ReadDevice(std::move(part), plant, QFileInfo(path).path());
-        ItemReader reader(plant, QFileInfo(path).path(), mistakes);
+        for (FileTable& part : table.Tables("device")) ReadDevice(std::move(part), plant, folder);
+        ItemReader reader(plant, folder, mistakes, progress);
         for (FileTable& part : table.Tables("controller")) ReadController(part, plant, reader, keepsAddedItems);
         reader.Finish();
         for (FileTable& part : table.Tables("publish")) ReadPublish(std::move(part), plant);
@@ -134,6 +161,17 @@ HistorySettings ReadPlantFile(const QString& path, Plant& plant)
     }
     if (!mistakes.IsEmpty()) throw PlantFileError(mistakes.Texts().join(u'\n'));
     return history;
+}
+
+const QByteArray& PlantFile::Toml() const
+{
+    return m_Content->Toml;
+}
+
+HistorySettings ReadPlantFile(const QString& path, Plant& plant)
+{
+    ReadingProgress progress;
+    return PlantFile(path).Fill(plant, progress);
 }
 
 QString DescribePlantFile(const QString& path)
