@@ -62,6 +62,7 @@ int main(int argc, char** argv)
     DesktopColours::FollowSession(&application);
 
     RemoteLibrary library;
+    library.OnServerBusy([](const QString& what) { std::fprintf(stderr, "velsqltester: %s\n", qPrintable(what)); });
     Platform platform;
     ConsoleServices services{library, platform};
     const auto mainWindow = StartConsole(services);

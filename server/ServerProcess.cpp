@@ -2,79 +2,100 @@
 
 #include "server/added/PlantText.h"
 #include "server/log/Log.h"
-#include "server/plantfile/DemoPlant.h"
-#include "server/plantfile/PlantFile.h"
+#include "server/rpc/WaitingLibrary.h"
 #include "server/ServerPlace.h"
 #include "velsqllib/WireText.h"
 
 #include <csignal>
 #include <unistd.h>
 
-namespace {
-
-HistorySettings FillPlant(Plant& plant, const QString& path)
+/// What there is only once the plant has been read.
+struct ServerProcess::Service
 {
-    if (!path.isEmpty()) return ReadPlantFile(path, plant);
-    BuildDemoPlant(plant);
-    return DefaultHistorySettings();
-}
+    Service(ServerProcess& process, PlantLoader::Description plant)
+        : PackedToml(std::move(plant.PackedToml))
+        , Recording(plant.History, process.m_Loop.Timer())
+        , Understood(process.SubjectsOfCommands(*this))
+        , Objects(process.m_Plant, Recording, Understood, process.m_AddedItems, process.m_Scanner, process.m_Watch)
+    {
+    }
 
-QByteArray PlantToml(const QString& path)
-{
-    if (path.isEmpty()) return DemoPlantToml();
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
+    const QByteArray PackedToml;
+    History Recording;
+    Commands Understood;
+    ObjectDirectory Objects;
+};
 
 ServerProcess::ServerProcess(KjLoop& loop, const ServerOptions& options)
     : m_Loop(loop)
     , m_Options(options)
     , m_Began(loop.Timer().now())
     , m_Plant(*this)
-    , m_HistorySettings(FillPlant(m_Plant, options.PlantPath))
     , m_Socket(std::in_place, options.SocketPath)
-    , m_History(m_HistorySettings, loop.Timer())
     , m_Watch(loop.Timer())
-    , m_PlantToml(PlantToml(options.PlantPath))
     , m_AddedItems(m_Plant)
-    , m_Commands(SubjectsOfCommands())
     , m_Scanner(loop.Timer())
-    , m_Objects(m_Plant, m_History, m_Commands, m_AddedItems, m_Scanner, m_Watch)
     , m_Ending(kj::newPromiseAndFulfiller<void>())
+    , m_Loaded(kj::newPromiseAndFulfiller<void>())
+    , m_Ready(m_Loaded.promise.fork())
     , m_Tasks(*this)
 {
 }
 
 ServerProcess::~ServerProcess() = default;
 
-void ServerProcess::Start()
+void ServerProcess::Begin()
 {
     ServerPlace::Announce(m_Options.SocketPath, GivesWay());
-    if (!m_Options.PlantPath.isEmpty()) m_AddedItems.Keep(m_Options.PlantPath);
-    if (m_Options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(m_Options.SocketPath));
-    m_Plant.StartSources(m_Inbox);
-    m_Plant.Begin();
-    m_Scanner.Start(m_Plant);
-    m_Clients = kj::heap<ClientHost>(m_Loop, [this](std::function<int()> callsUnderWay) {
-        return m_Objects.Library(std::move(callsUnderWay));
-    });
+    m_Loader = std::make_unique<PlantLoader>(m_Options.PlantPath, m_Plant, m_Inbox, [this] { NoteLoaded(); });
+    m_Clients = kj::heap<ClientHost>(
+        m_Loop, [this](std::function<int()> callsUnderWay) { return LibraryFor(std::move(callsUnderWay)); });
     m_Clients->Listen(m_Socket->Descriptor());
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
     LookAfterSocket();
 }
 
-void ServerProcess::Run()
+wire::Library::Client ServerProcess::LibraryFor(std::function<int()> callsUnderWay)
 {
-    Start();
-    WatchSignals();
+    if (m_Service) return m_Service->Objects.Library(std::move(callsUnderWay));
+    return kj::heap<WaitingLibrary>(
+        m_Ready.addBranch(), [this, callsUnderWay] { return m_Service->Objects.Library(callsUnderWay); }, callsUnderWay,
+        [this] { return m_Loader ? m_Loader->Progress() : QString(); });
+}
+
+void ServerProcess::NoteLoaded()
+{
+    if (!m_Loader) return; // the server has been told to end
+    try {
+        Serve(m_Loader->Take());
+    } catch (...) {
+        m_Failure = std::current_exception();
+        m_Ending.fulfiller->fulfill();
+    }
+}
+
+void ServerProcess::Serve(PlantLoader::Description plant)
+{
+    m_Service = std::make_unique<Service>(*this, std::move(plant));
+    if (!m_Options.PlantPath.isEmpty()) m_AddedItems.Keep(m_Options.PlantPath);
+    if (m_Options.IsService) m_AddedItems.TakeOver(ServerPlace::HandOverPath(m_Options.SocketPath));
+    m_Plant.StartSources(m_Inbox);
+    m_Plant.Begin();
+    m_Scanner.Start(m_Plant);
+    m_Loaded.fulfiller->fulfill();
     WatchIdleness();
     TellReady();
     Log(LogLevel::Info,
         QStringLiteral("velsqlserver %1 listens at %2.").arg(QStringLiteral(VELSQL_VERSION), m_Socket->Path()));
     LeaveStandardError();
+}
+
+void ServerProcess::Run()
+{
+    Begin();
+    WatchSignals();
     m_Ending.promise.wait(m_Loop.WaitScope());
+    if (m_Failure) std::rethrow_exception(m_Failure);
     Close();
 }
 
@@ -106,7 +127,7 @@ void ServerProcess::ListenAgain()
 
 void ServerProcess::Close()
 {
-    if (m_HandsOver) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
+    if (m_HandsOver && m_Service) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     // First, so that no client waits for a server that is only finishing its history.
     Disconnect();
     // The next turns of the loop cancel what clients were waiting for.
@@ -134,7 +155,7 @@ void ServerProcess::After(qint32 delay, std::function<void()> action)
 
 void ServerProcess::Record(const PlantItem& item, const ItemReading& reading)
 {
-    m_History.Record({item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State});
+    m_Service->Recording.Record({item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State});
 }
 
 void ServerProcess::ScanSoon(PlantController& controller)
@@ -180,7 +201,7 @@ void ServerProcess::WatchSignals()
 
 void ServerProcess::WatchIdleness()
 {
-    if (!m_Options.StopWhenIdle || m_Options.IsService) return;
+    if (!m_Options.StopWhenIdle || m_Options.IsService || !m_Service) return;
     if (m_Clients->ClientCount() > 0) {
         m_IdleWatch = kj::READY_NOW;
         return;
@@ -206,21 +227,22 @@ bool ServerProcess::IsIdle() const
     return m_Clients->ClientCount() == 0 && !m_Plant.IsStarted();
 }
 
-CommandSubjects ServerProcess::SubjectsOfCommands()
+CommandSubjects ServerProcess::SubjectsOfCommands(Service& service)
 {
     return {m_Plant,
-            m_History,
-            [this] { return m_Objects.Held(); },
+            service.Recording,
+            [&service] { return service.Objects.Held(); },
             m_Watch,
             m_Loop.Timer(),
             [this] { return m_AddedItems.LastDefinition(); },
-            [this] { return PlantTextWith(m_PlantToml, m_AddedItems.Items()); },
+            [this, &service] { return PlantTextWith(qUncompress(service.PackedToml), m_AddedItems.Items()); },
             [this] { End(QStringLiteral("A command ended it.")); }};
 }
 
 void ServerProcess::End(const QString& reason)
 {
     Log(LogLevel::Info, QStringLiteral("The server ends: %1").arg(reason));
+    m_Loader.reset(); // the plant belongs to it until it has been read
     m_Plant.Terminate();
     // Milliseconds for answers and events that are under way.
     constexpr qint32 TimeToTell = 100;

@@ -3,6 +3,7 @@
 #include "server/added/AddedItems.h"
 #include "server/commands/Commands.h"
 #include "server/LoopInbox.h"
+#include "server/PlantLoader.h"
 #include "server/PlantScanner.h"
 #include "server/rpc/ClientHost.h"
 #include "server/rpc/ObjectDirectory.h"
@@ -26,15 +27,17 @@ struct ServerOptions
 class ServerProcess : private PlantHost, private kj::TaskSet::ErrorHandler
 {
 public:
-    /// Reads the plant and takes the socket; nothing runs yet. Throws DescribedError when the server cannot start,
-    /// PlantFileError for mistakes in the plant file.
+    /// Takes the socket; nothing runs yet. Throws DescribedError when the server cannot start.
     ServerProcess(KjLoop& loop, const ServerOptions& options);
     ~ServerProcess();
 
-    /// Serves until a signal, idleness or a command ends it.
+    /// Reads the plant, while clients may connect already, and serves until a signal, idleness or a command ends it.
+    /// Throws PlantFileError for mistakes in the plant file.
     void Run();
 
 private:
+    struct Service;
+
     Moment Now() override;
     void After(qint32 delay, std::function<void()> action) override;
     void Record(const PlantItem& item, const ItemReading& reading) override;
@@ -42,7 +45,10 @@ private:
     void Warn(const QString& text) override;
     void taskFailed(kj::Exception&& exception) override;
 
-    void Start();
+    void Begin();
+    wire::Library::Client LibraryFor(std::function<int()> callsUnderWay);
+    void NoteLoaded();
+    void Serve(PlantLoader::Description plant);
     void TellReady() const;
     /// Whether this server gives way to a service that starts.
     bool GivesWay() const;
@@ -52,7 +58,7 @@ private:
     void WatchIdleness();
     void EndIfIdle();
     bool IsIdle() const;
-    CommandSubjects SubjectsOfCommands();
+    CommandSubjects SubjectsOfCommands(Service& service);
     void End(const QString& reason);
     void Close();
     void Disconnect();
@@ -62,19 +68,19 @@ private:
     const kj::TimePoint m_Began;
     LoopInbox m_Inbox;
     Plant m_Plant;
-    /// Read before the socket is taken, so that mistakes in a plant file are found before anybody can connect.
-    const HistorySettings m_HistorySettings;
     std::optional<ListeningSocket> m_Socket;
     QString m_WhyDeaf; ///< why the server cannot be reached by new clients
-    History m_History;
     CallWatch m_Watch;
-    const QByteArray m_PlantToml;
     AddedItems m_AddedItems;
-    Commands m_Commands;
     PlantScanner m_Scanner;
-    ObjectDirectory m_Objects;
     kj::PromiseFulfillerPair<void> m_Ending;
+    /// Why it cannot serve.
+    std::exception_ptr m_Failure;
     bool m_HandsOver = false;
+    std::unique_ptr<PlantLoader> m_Loader;
+    kj::PromiseFulfillerPair<void> m_Loaded;
+    kj::ForkedPromise<void> m_Ready;
+    std::unique_ptr<Service> m_Service;
     kj::Own<ClientHost> m_Clients;
     kj::Promise<void> m_IdleWatch = kj::READY_NOW;
     kj::TaskSet m_Tasks;

@@ -170,15 +170,18 @@ void Attachment::Ping()
     m_PingedCall = m_Call;
     m_Ping = m_Library.pingRequest()
                  .send()
-                 .then([this](auto&& answer) { NotePingAnswer(answer.getCallsUnderWay()); },
+                 .then([this](auto&& answer) { NotePingAnswer(answer); },
                        [](kj::Exception&&) {}) // the connection is lost, and its own promise reports that
                  .eagerlyEvaluate(nullptr);
 }
 
-void Attachment::NotePingAnswer(qint32 callsUnderWay)
+void Attachment::NotePingAnswer(wire::Library::PingResults::Reader answer)
 {
     m_PingSent = false;
     SetHanging(false);
     m_WaitingSince = Clock::now();
-    if (callsUnderWay == 0) m_UnknownCall = m_PingedCall;
+    if (answer.getCallsUnderWay() == 0) m_UnknownCall = m_PingedCall;
+    const auto what = answer.getWaitsFor();
+    if (what.size() > 0 && m_Notes.Busy)
+        m_Notes.Busy(QString::fromUtf8(what.begin(), static_cast<qsizetype>(what.size())));
 }

@@ -47,6 +47,8 @@ public:
     {
         std::function<void()> LongCall;  ///< once for every call that becomes long
         std::function<void()> StateNews; ///< it was lost, began to hang, or answers again
+        /// What the server has to do before it can answer any call; now and then while one waits for that.
+        std::function<void(const QString& what)> Busy;
     };
 
     /// Takes over a connected socket.
@@ -89,7 +91,7 @@ private:
     void LookAtCall();
     void CheckAlive(Clock::time_point now);
     void Ping();
-    void NotePingAnswer(qint32 callsUnderWay);
+    void NotePingAnswer(wire::Library::PingResults::Reader answer);
     void SetHanging(bool hanging);
     void GiveUp(kj::StringPtr why);
 

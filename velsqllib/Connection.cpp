@@ -55,9 +55,11 @@ bool Connection::Attach()
     }
     if (socket < 0) return false;
     m_Attachment.reset();
-    m_Attachment = std::make_unique<Attachment>(
-        m_Loop, socket, m_Patience,
-        Attachment::Notes{.LongCall = [this] { m_LongCall(); }, .StateNews = [this] { NoteState(); }});
+    m_Attachment =
+        std::make_unique<Attachment>(m_Loop, socket, m_Patience,
+                                     Attachment::Notes{.LongCall = [this] { m_LongCall(); },
+                                                       .StateNews = [this] { NoteState(); },
+                                                       .Busy = [this](const QString& what) { m_ServerBusy(what); }});
     ++m_Generation;
     for (ControllerSubscription* subscription : m_Subscriptions) subscription->Renew();
     NoteState();

@@ -81,6 +81,10 @@ public:
     bool IsPrompt() const { return m_Attachment && m_Attachment->IsPrompt(); }
     void OnLongCall(std::function<void()> action) { m_LongCall = std::move(action); }
 
+    /// Called with what the server has to do before it can answer any call, such as reading its plant: now and then
+    /// while a call waits for that. Runs inside the call.
+    void OnServerBusy(std::function<void(const QString& what)> action) { m_ServerBusy = std::move(action); }
+
     /// See VelSQLLib. With an action, a lost server is also looked for while nobody calls.
     void OnServerChange(std::function<void()> action) { m_ServerChange = std::move(action); }
 
@@ -117,6 +121,7 @@ private:
     QElapsedTimer m_LastAttempt;
     std::function<void()> m_LongCall = [] {};
     std::function<void()> m_ServerChange;
+    std::function<void(const QString&)> m_ServerBusy = [](const QString&) {};
     QString m_ToldAbsence;
     QTimer m_Search;
     quint64 m_Generation = 0;

@@ -5,7 +5,6 @@
 #include "velsqllib/EngineProxy.h"
 #include "velsqllib/RemoteLink.h"
 #include "velsqllib/ServerSocket.h"
-#include "velsqllib/ServerStarter.h"
 #include "velsqllib/TypedTextConverter.h"
 
 namespace {
@@ -36,6 +35,11 @@ void RemoteLibrary::OnLongCall(std::function<void()> action)
     m_Connection->OnLongCall(std::move(action));
 }
 
+void RemoteLibrary::OnServerBusy(std::function<void(const QString& what)> action)
+{
+    m_Connection->OnServerBusy(std::move(action));
+}
+
 QString RemoteLibrary::Absence() const
 {
     return m_Connection->Absence();
@@ -54,23 +58,27 @@ qsizetype RemoteLibrary::TakeSteps(const QList<CallStep>& steps, qsizetype first
 EngineRef RemoteLibrary::CreateEngine()
 {
     for (int attempt = 1;; ++attempt) {
-        AttachOrStart();
+        std::optional<ServerStarter> starter;
+        AttachOrStart(starter);
         try {
             return AttachedEngine();
         } catch (const ServerError&) {
+            if (!m_Connection->IsLost()) throw;
+            // It listened before it had read its plant, and says what is wrong with that.
+            if (starter) starter->WaitForEnd();
             // A server that was just ending has accepted the connection but no call: the next server is asked.
-            if (attempt == MostAttempts || !m_Connection->IsLost()) throw;
+            if (attempt == MostAttempts) throw;
         }
     }
 }
 
-void RemoteLibrary::AttachOrStart()
+void RemoteLibrary::AttachOrStart(std::optional<ServerStarter>& starter)
 {
     if (m_Connection->Attach()) return;
     // Another plant than the one that was asked for would be worse than none.
     if (m_IsRemote) throw ServerError(m_Connection->WhyUnreachable());
-    ServerStarter starter(m_ServerProgram, m_SocketPath);
-    while (!m_Connection->Attach()) starter.WaitAWhile();
+    starter.emplace(m_ServerProgram, m_SocketPath);
+    while (!m_Connection->Attach()) starter->WaitAWhile();
 }
 
 EngineRef RemoteLibrary::AttachEngine()

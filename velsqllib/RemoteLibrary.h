@@ -2,6 +2,7 @@
 
 #include "core/automation/ServerObjects.h"
 #include "velsqllib/Connection.h"
+#include "velsqllib/ServerStarter.h"
 
 /// The server's type library for a separate process: reaches a running server, or starts the bundled one.
 class RemoteLibrary : public VelSQLLib
@@ -15,6 +16,8 @@ public:
     ~RemoteLibrary() override;
 
     void OnLongCall(std::function<void()> action) override;
+    /// See Connection. A large plant takes seconds to be read.
+    void OnServerBusy(std::function<void(const QString& what)> action);
     QString Absence() const override;
     void OnServerChange(std::function<void()> action) override;
     bool IsPrompt() const override { return m_Connection->IsPrompt(); }
@@ -29,7 +32,7 @@ public:
     void Ping();
 
 private:
-    void AttachOrStart();
+    void AttachOrStart(std::optional<ServerStarter>& starter);
     EngineRef AttachedEngine();
 
     QString m_SocketPath;

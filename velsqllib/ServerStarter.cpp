@@ -13,6 +13,7 @@
 namespace {
 
 constexpr qint64 PatienceMs = 15'000;
+constexpr qint64 EndMs = 1000;
 constexpr unsigned long PauseMs = 10;
 /// How long a server stays after its console has crashed.
 constexpr auto IdleSeconds = "10";
@@ -20,6 +21,13 @@ constexpr auto IdleSeconds = "10";
 bool HasEnded(qint64 processId)
 {
     return kill(static_cast<pid_t>(processId), 0) != 0 && errno == ESRCH;
+}
+
+QElapsedTimer Now()
+{
+    QElapsedTimer now;
+    now.start();
+    return now;
 }
 
 /// The messages for an operator: no time stamps, no info and debug lines.
@@ -63,6 +71,13 @@ void ServerStarter::WaitAWhile()
     if (m_Started.elapsed() > PatienceMs)
         Fail(QStringLiteral("did not get ready within %1 seconds").arg(PatienceMs / 1000));
     QThread::msleep(PauseMs);
+}
+
+void ServerStarter::WaitForEnd()
+{
+    for (const QElapsedTimer since = Now(); since.elapsed() < EndMs; QThread::msleep(PauseMs)) {
+        if (HasEnded(m_ProcessId)) Fail(QStringLiteral("could not start"));
+    }
 }
 
 void ServerStarter::Fail(const QString& what)

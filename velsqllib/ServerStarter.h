@@ -4,7 +4,7 @@
 #include <QString>
 #include <QTemporaryFile>
 
-/// A server process that is being started; it continues when this object is destroyed.
+/// A server process that is being started until it listens; it continues when this object is destroyed.
 class ServerStarter
 {
 public:
@@ -13,6 +13,9 @@ public:
 
     /// Pauses briefly. Throws ServerError with the server's message when the server has ended, or after 15 seconds.
     void WaitAWhile();
+    /// After the connection to the server has been lost: throws likewise when it ends within a second, which is how it
+    /// refuses its plant; else returns.
+    void WaitForEnd();
 
 private:
     [[noreturn]] void Fail(const QString& what);

@@ -75,10 +75,11 @@ interface Library {
   # The first object of a connection.
   createEngine @0 () -> (result :Engine, version :Text, level :UInt16);
   # version: the server's, for people. Servers that know of no levels leave it empty.
-  ping @1 () -> (callsUnderWay :Int32 = -1);
+  ping @1 () -> (callsUnderWay :Int32 = -1, waitsFor :Text);
   # Answered at once by a server that is alive, whatever else it is doing. The result is the number of calls of this
   # connection, not counting the ping, that it has not answered yet. Messages keep their order, so a call that is
   # neither under way nor answered is lost. -1 when the server cannot tell.
+  # waitsFor: for people, what the server has to do before it can answer any call, such as reading its plant; else empty.
   callInTurn @2 (objects :List(Object), calls :List(Call)) -> (outcomes :List(Outcome)) $since(1);
   # Carries out the calls one after the other, as if each had come in a message of its own. Ends when another step might
   # last beyond 25 ms, or when the outcomes are large; the rest may be asked again. At least one call is answered.

@@ -44,6 +44,8 @@ template <typename Run>
 int WithServer(const ScriptOptions& options, Run run)
 {
     RemoteLibrary library;
+    library.OnServerBusy(
+        [](const QString& what) { WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + what); });
     EngineRef engine;
     try {
         engine = options.AttachOnly ? library.AttachEngine() : library.CreateEngine();

@@ -1,6 +1,8 @@
 #include "tests/server/AskedHistory.h"
 #include "tests/server/ServerRun.h"
 
+#include <sys/stat.h>
+
 TEST(Process, OneServerAtASocketInAFolderOfTheUsersOwn)
 {
     {
@@ -55,4 +57,33 @@ TEST(Process, EndsWhenItsLastClientHasGone)
     Wait(TestClient(server.SocketPath()).Engine().stopRequest().send());
     EXPECT_TRUE(WaitUntil([&] { return server.HasEnded(); }));
     EXPECT_EQ(server.Process().exitCode(), 0);
+}
+
+TEST(Process, AnswersPingsWhileItReadsItsPlant)
+{
+    RealServer server;
+    const QTemporaryDir folder;
+    const QString plant = folder.filePath(u"plant.toml"_s);
+    ASSERT_EQ(mkfifo(qPrintable(plant), 0600), 0) << "a file that is read for as long as the test wants";
+    const auto start = [&] {
+        server.Process().start(RealServer::Program(), {u"--socket"_s, server.SocketPath(), u"--plant"_s, plant});
+        return WaitUntil([&] { return QFile::exists(server.SocketPath()); });
+    };
+    const auto reason = [](TestClient& client) {
+        const auto answer = Wait(client.Library().pingRequest().send());
+        return std::pair(QString::fromUtf8(answer.getWaitsFor().cStr()), answer.getCallsUnderWay());
+    };
+    ASSERT_TRUE(start());
+    {
+        TestClient client(server.SocketPath());
+        auto value = client.Item(u"Level"_s).getValueRequest().send();
+        EXPECT_EQ(reason(client), std::pair(u"The VelSQL server is reading its plant."_s, 4)) << "the calls wait";
+        WriteFile(plant, "[[controller]]\nname = 'PLC1'\n[[controller.item]]\nname = 'Level'\nvalue = 7\n");
+        EXPECT_EQ(client.Read(Wait(kj::mv(value)).getResult()), Variant(7));
+        EXPECT_EQ(reason(client), std::pair(QString(), 0));
+    }
+    EXPECT_EQ(server.Terminate(), 0);
+    ASSERT_TRUE(start());
+    const TestClient client(server.SocketPath());
+    EXPECT_EQ(server.Terminate(), 0) << "it ends also while the file cannot be read";
 }

@@ -6,11 +6,13 @@
 #include "velsqllib/ServerSocket.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QThread>
 
+#include <array>
+#include <fcntl.h>
 #include <memory>
+#include <poll.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -53,14 +55,16 @@ QString RealServer::Answer(const QString& command) const
 
 void RealServer::Start(const QStringList& arguments)
 {
-    m_Process.start(Program(), QStringList{QStringLiteral("--socket"), SocketPath()} + arguments);
-    const QDeadlineTimer patience(20'000);
-    int connection = -1;
-    while ((connection = ConnectToServer(SocketPath())) < 0) {
-        if (patience.hasExpired()) qFatal("the server did not start");
-        QThread::msleep(10);
-    }
-    close(connection);
+    std::array<int, 2> ready{};
+    if (pipe(ready.data()) != 0 || fcntl(ready[0], F_SETFD, FD_CLOEXEC) != 0) qFatal("no pipe");
+    const QStringList place = {QStringLiteral("--socket"), SocketPath(), QStringLiteral("--ready-fd"),
+                               QString::number(ready[1])};
+    m_Process.start(Program(), place + arguments);
+    close(ready[1]);
+    pollfd readable{ready[0], POLLIN, 0};
+    char byte = 0;
+    if (poll(&readable, 1, 20'000) != 1 || read(ready[0], &byte, 1) != 1) qFatal("the server did not start");
+    close(ready[0]);
 }
 
 void RealServer::Kill()

@@ -220,6 +220,20 @@ TEST_F(ConnectionTest, WithoutAServerOrAProgramToStartTheDescriptionHelps)
                   program.fileName(), ServerLogPath(m_Server.SocketPath())));
 }
 
+TEST(StartedServer, SaysWhatIsWrongWithItsPlantThoughItListenedBefore)
+{
+    const RealServer folders;
+    const QString plant = qEnvironmentVariable("XDG_CONFIG_HOME") + u"/velsql/plant.toml"_s;
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(plant).path()));
+    QFile file(plant);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("[[controller]]\nname = 5\n");
+    file.close();
+    const QString said = OutcomeOf([&] { RemoteLibrary(folders.SocketPath(), RealServer::Program()).CreateEngine(); });
+    EXPECT_TRUE(said.contains(u" could not start. %1:2: name: a text must stand here\n"_s.arg(plant)))
+        << said.toStdString();
+}
+
 TEST(StartedServer, LogsToBoundedPrivateFilesThatComeBackWhenTheyAreDeleted)
 {
     const RealServer folders;
