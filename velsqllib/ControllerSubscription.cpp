@@ -74,6 +74,7 @@ ControllerSubscription::ControllerSubscription(ConnectionRef connection, QString
 ControllerSubscription::~ControllerSubscription() noexcept
 {
     m_Sink->Target = nullptr;
+    m_Connection->Events().Drop(*m_Sink);
     m_Connection->RemoveSubscription(this);
     m_Subscription = nullptr;
     m_Connection->PollLater();

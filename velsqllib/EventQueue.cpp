@@ -39,6 +39,11 @@ kj::Promise<void> EventQueue::Add(const std::shared_ptr<EventSink>& sink, const 
     return kj::mv(done.promise);
 }
 
+void EventQueue::Drop(const EventSink& sink)
+{
+    std::erase_if(m_Events, [&](const Event& event) { return event.Sink.get() == &sink; });
+}
+
 void EventQueue::Clear()
 {
     m_Turn.stop();

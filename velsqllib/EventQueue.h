@@ -42,6 +42,8 @@ public:
 
     /// The promise is fulfilled when all of these events have been handled or dropped, and rejected when too many wait.
     kj::Promise<void> Add(const std::shared_ptr<EventSink>& sink, const std::vector<Change>& changes);
+    /// Drops those of a subscription that has ended: the items in them would keep the connection.
+    void Drop(const EventSink& sink);
     void Clear();
 
 Q_SIGNALS:

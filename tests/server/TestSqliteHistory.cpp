@@ -343,5 +343,5 @@ TEST_F(SqliteHistoryTest, APlainTableIsTakenOverThoughInterruptedAndABackupIsOne
     WaitUntil(
         [&] { return restored.Ask(u"SELECT 1 FROM velsql_history_old"_s) == u"no such table: velsql_history_old"; },
         60'000);
-    EXPECT_EQ(restored.Ask(all), wanted);
+    EXPECT_TRUE(WaitUntil([&] { return restored.Ask(all) == wanted; }, 60'000)) << restored.Ask(all).toStdString();
 }

@@ -227,7 +227,12 @@ QString PlainPayload(const Variant& value, const PayloadForm& form)
     if (const bool* flag = value.GetIf<bool>()) return WordOf(*flag, form);
     if (value.IsEmpty()) return QString();
     if (value.IsNull() || value.IsObject()) throw ValueError(QStringLiteral("%1 cannot be sent").arg(Quoted(value)));
-    return WriteValueText(value);
+    const QString text = WriteValueText(value);
+    // A list's text that is empty, or looks like JSON, would not be read as the list that it is.
+    if (!value.IsArray() || !(text.trimmed().isEmpty() || text.trimmed().startsWith(u'['))) return text;
+    QString json;
+    AppendNestedJson(json, value);
+    return json;
 }
 
 /// {"data":{"temp":<value>}}. What a list holds besides is not known, so its elements cannot be sent.
