@@ -42,7 +42,7 @@ std::optional<Span> ReadJob::Refuse(const Request& request, const QString& why)
     const Span& high = halves[1].Where;
     Span across{low.Place, low.End() - 1, high.First - low.End() + 2};
     if (across.Count < 2) across = request.Block->Where; // they overlap
-    const auto cut = std::make_shared<Cut>(across);
+    const auto cut = std::make_shared<Cut>(Cut{across});
     for (ReadBlock& half : halves) m_Halves.push_back({std::make_shared<ReadBlock>(std::move(half)), cut});
     return std::nullopt;
 }
