@@ -228,8 +228,9 @@ QString PlainPayload(const Variant& value, const PayloadForm& form)
     if (value.IsEmpty()) return QString();
     if (value.IsNull() || value.IsObject()) throw ValueError(QStringLiteral("%1 cannot be sent").arg(Quoted(value)));
     const QString text = WriteValueText(value);
-    // A list's text that is empty, or looks like JSON, would not be read as the list that it is.
-    if (!value.IsArray() || !(text.trimmed().isEmpty() || text.trimmed().startsWith(u'['))) return text;
+    // A list's text that is empty, has blanks around it, or looks like JSON would not be read as the list that it is.
+    const bool isRead = !text.isEmpty() && text.trimmed() == text && !text.startsWith(u'[');
+    if (!value.IsArray() || isRead) return text;
     QString json;
     AppendNestedJson(json, value);
     return json;
