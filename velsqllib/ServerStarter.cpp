@@ -3,12 +3,10 @@
 #include "core/automation/Errors.h"
 #include "velsqllib/StateFolder.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QThread>
-
-#include <cerrno>
-#include <csignal>
 
 namespace {
 
@@ -18,9 +16,14 @@ constexpr unsigned long PauseMs = 10;
 /// How long a server stays after its console has crashed.
 constexpr auto IdleSeconds = "10";
 
+/// Also before its parent, which this process is not, has taken note.
 bool HasEnded(qint64 processId)
 {
-    return kill(static_cast<pid_t>(processId), 0) != 0 && errno == ESRCH;
+    QFile status(QStringLiteral("/proc/%1/stat").arg(processId));
+    if (!status.open(QIODevice::ReadOnly)) return true;
+    const QByteArray text = status.readAll(); // "<id> (<name>) <state> ..."
+    const char state = text.mid(text.lastIndexOf(')') + 2, 1).append(' ').front();
+    return text.isEmpty() || state == 'Z' || state == 'X';
 }
 
 QElapsedTimer Now()
