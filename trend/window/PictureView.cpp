@@ -83,8 +83,11 @@ void PictureView::PaintTrouble(QPainter& painter) const
 {
     if (m_Trouble.isEmpty()) return;
     const int margin = fontMetrics().height() / 3;
-    const QRect room = m_Layout.Field.toRect().adjusted(2 * margin, 2 * margin, -2 * margin, -2 * margin);
-    const int flags = Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap;
+    // Where the painter does not write its notes.
+    const bool hasPlot = !m_Layout.Plot.isEmpty();
+    const QRect place = (hasPlot ? m_Layout.Plot : m_Layout.Field).toRect();
+    const QRect room = place.adjusted(2 * margin, 2 * margin, -2 * margin, -2 * margin);
+    const int flags = Qt::AlignLeft | (hasPlot ? Qt::AlignBottom : Qt::AlignTop) | Qt::TextWordWrap;
     const QRect text = painter.boundingRect(room, flags, m_Trouble);
     painter.setPen(Colours::Error(palette()));
     painter.setBrush(palette().color(QPalette::Base));
