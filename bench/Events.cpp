@@ -2,8 +2,6 @@
 
 #include "bench/Figures.h"
 
-#include <QFile>
-
 #include <algorithm>
 
 void RunEvents(int milliseconds)
@@ -35,9 +33,5 @@ MemoryWatch::MemoryWatch()
 
 double MemoryWatch::MegabytesNow()
 {
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly)) qFatal("no /proc");
-    const QByteArray text = status.readAll();
-    const qsizetype at = text.indexOf("RssAnon:") + 8;
-    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
+    return Figures::MegabytesOf(QCoreApplication::applicationPid());
 }

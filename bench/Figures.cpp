@@ -87,6 +87,15 @@ double HeapMb()
     return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
 }
 
+double MegabytesOf(qint64 process)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(process));
+    if (!status.open(QIODevice::ReadOnly)) qFatal("no process %lld", process);
+    const QByteArray text = status.readAll();
+    const qsizetype at = text.indexOf("RssAnon:") + 8;
+    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
+}
+
 double CpuMsOf(qint64 process)
 {
     QFile file(QStringLiteral("/proc/%1/stat").arg(process));

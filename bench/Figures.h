@@ -28,6 +28,9 @@ bool PrintRatio(const QString& name, double ratio, double limit);
 /// Megabytes that this process holds of the heap; what it has given back counts no more, whenever the system takes it.
 double HeapMb();
 
+/// Megabytes of a process that belong to no file.
+double MegabytesOf(qint64 process);
+
 /// Milliseconds of processor time that a process has taken so far, in steps of 10.
 double CpuMsOf(qint64 process);
 /// The same of all children of this process that have ended.

@@ -42,16 +42,7 @@ double MsOf(const QElapsedTimer& time)
     return static_cast<double>(time.nsecsElapsed()) / 1e6;
 }
 
-double MegabytesOf(qint64 process)
-{
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
-    if (!status.open(QIODevice::ReadOnly)) qFatal("no server");
-    const QByteArray text = status.readAll();
-    const qsizetype at = text.indexOf("RssAnon:") + 8;
-    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
-}
-
-/// When the last event came.
+/// Counts the events that come.
 class Arrival : public ControllerEvents
 {
 public:
@@ -87,7 +78,7 @@ QList<Variant> Definition(const QString& name)
     return elements;
 }
 
-/// The longest get_Value and the longest way of a change from put_Value to another client, ten times a second each.
+/// The longest get_Value and the longest way of a change from put_Value to another client, some ten times a second.
 void WatchWaits(VelSQLItem& item, VelSQLController& other, Costs& figures)
 {
     const Arrival arrival(other);
@@ -142,7 +133,7 @@ Costs Measure(int controllers, int items, double emptyMegabytes)
     const ItemRef item = controller->get_Item(Variant(QStringLiteral("Item0000000")));
     time.start();
     while (time.elapsed() < 3000) QCoreApplication::processEvents(QEventLoop::AllEvents, 100); // memory is given back
-    figures.Megabytes = MegabytesOf(server.ProcessId()) - emptyMegabytes;
+    figures.Megabytes = Figures::MegabytesOf(server.ProcessId()) - emptyMegabytes;
     const double cpu = Figures::CpuMsOf(server.ProcessId());
     time.start();
     while (time.elapsed() < 5000) QCoreApplication::processEvents(QEventLoop::AllEvents, 100);
@@ -159,7 +150,7 @@ double EmptyMegabytes()
     WritePlant(plant, 1, 1);
     RealServer server;
     server.Start({QStringLiteral("--plant"), plant});
-    return MegabytesOf(server.ProcessId());
+    return Figures::MegabytesOf(server.ProcessId());
 }
 
 void Print(int controllers, int items, const Costs& figures)
