@@ -47,7 +47,7 @@ ROOMS = {
                                     "server/sources", "core/automation")),
     "server/definition": ("server", ("server/sources/replay", "server/sources", "server/plant", "velsqllib",
                                      "core/automation")),
-    "server/database": ("server", ("server/plant", "velsqllib", "core/automation")),
+    "server/database": ("server", ("server/log", "server/plant", "velsqllib", "core/automation")),
     "server/spool": ("server", ("server/database", "server/log", "server/plant", "velsqllib", "core/automation")),
     "server/postgreshistory": ("server", ("server/database", "server/log", "server/plant", "velsqllib",
                                           "core/automation")),

@@ -13,8 +13,6 @@ constexpr qint64 GigaByte = 1'000'000'000;
 constexpr qint64 DefaultBytes = 10 * GigaByte;
 constexpr double LongestTold = 10 * 365.0 * 86'400; // seconds
 constexpr qint64 FewestSeconds = 3600;              // to tell a rate
-constexpr auto LargestJump = 1h;
-constexpr auto WaitAfterJump = 24h;
 
 /// Without {rows_other}: its space counts once the rows that are moved out of it stand in partitions, and not twice.
 const QString s_Bytes = QStringLiteral(R"(SELECT coalesce(sum(pg_total_relation_size(inhrelid)), 0)::bigint
@@ -46,14 +44,15 @@ PostgresRetention::PostgresRetention(const DatabaseSession& session, const Layou
     , m_Names(names)
     , m_Keep(destination.Keep)
     , m_MaxBytes(MaxBytesOf(destination))
+    , m_Memory(session, names)
 {
 }
 
 bool PostgresRetention::DropNext(const std::vector<Partition>& partitions)
 {
-    const bool isSteady = IsClockSteady();
+    const bool isTrusted = m_Keep > 0s && m_Clock.IsTrusted(m_Memory);
     if (partitions.empty() || partitions.front().IsOpen()) return false;
-    const bool isOld = isSteady && IsTooOld(partitions.front());
+    const bool isOld = isTrusted && IsTooOld(partitions.front());
     if (!isOld && (m_MaxBytes == 0 || Bytes() <= m_MaxBytes)) return false;
     Drop(partitions.front());
     return true;
@@ -78,20 +77,7 @@ QString PostgresRetention::Report(const std::vector<Partition>& partitions) cons
 
 bool PostgresRetention::IsTooOld(const Partition& partition) const
 {
-    if (m_Keep == 0s) return false;
     return partition.To < TimeText(QDateTime::currentDateTime().addSecs(-m_Keep.count()));
-}
-
-/// A clock that has jumped may be wrong: nothing goes by age for a day.
-bool PostgresRetention::IsClockSteady()
-{
-    const auto steady = Steady::now() - std::exchange(m_Looked, Steady::now());
-    const auto wall = Wall::now() - std::exchange(m_LookedWall, Wall::now());
-    if (std::chrono::abs(wall - std::chrono::duration_cast<Wall::duration>(steady)) > LargestJump) {
-        m_AgeFrom = Steady::now() + WaitAfterJump;
-        Log(LogLevel::Warning, QStringLiteral("The clock has jumped: nothing is removed for its age for a day."));
-    }
-    return Steady::now() >= m_AgeFrom;
 }
 
 qint64 PostgresRetention::Bytes() const

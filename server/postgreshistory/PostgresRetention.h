@@ -1,17 +1,12 @@
 #pragma once
 
 #include "server/database/HistoryDestination.h"
-#include "server/postgreshistory/Partitions.h"
-
-#include <chrono>
+#include "server/postgreshistory/PostgresClock.h"
 
 /// Lets the oldest partitions of a history go, by age and by size; each at once, with its space.
 class PostgresRetention
 {
 public:
-    using Steady = std::chrono::steady_clock;
-    using Wall = std::chrono::system_clock;
-
     PostgresRetention(const DatabaseSession& session, const LayoutNames& names, const HistoryDestination& destination);
 
     /// Drops the oldest partition that is not kept any longer, never an open one. Returns whether there was one. Throws
@@ -23,7 +18,6 @@ public:
 
 private:
     bool IsTooOld(const Partition& partition) const;
-    bool IsClockSteady();
     qint64 Bytes() const;
     void Drop(const Partition& partition) const;
 
@@ -31,7 +25,6 @@ private:
     const LayoutNames m_Names;
     const std::chrono::seconds m_Keep;
     const qint64 m_MaxBytes; ///< 0: any
-    Steady::time_point m_Looked = Steady::now();
-    Wall::time_point m_LookedWall = Wall::now();
-    Steady::time_point m_AgeFrom = Steady::now(); ///< retention by age waits until then
+    PostgresClock m_Memory;
+    ClockWatch m_Clock;
 };

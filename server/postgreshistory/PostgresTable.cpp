@@ -1,6 +1,7 @@
 #include "server/postgreshistory/PostgresTable.h"
 
 #include "server/log/Log.h"
+#include "server/postgreshistory/PostgresClock.h"
 
 #include <QDateTime>
 
@@ -29,7 +30,16 @@ PostgresTable::PostgresTable(const HistoryDestination& destination)
     if (!m_IsPartitioned) return;
     m_Progress->WrittenAt = LocalTime::Microseconds(std::chrono::system_clock::now());
     m_Partitions.Refresh();
+    LookAtClock();
     m_Upkeep.emplace(destination, m_Progress);
+}
+
+/// Before the first value comes, whose time may be wrong.
+void PostgresTable::LookAtClock() const
+{
+    if (Destination().Keep == 0s) return;
+    PostgresClock memory(Session(), m_Names);
+    ClockWatch::Begin(memory);
 }
 
 void PostgresTable::FindLayout()

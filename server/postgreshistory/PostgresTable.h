@@ -35,6 +35,7 @@ private:
     void Trim() override;
     void RolledBack() override;
 
+    void LookAtClock() const;
     void FindLayout();
     bool HasLayout(Layout::Kind found, const Layout& layout) const;
     void MakeFlat() const;

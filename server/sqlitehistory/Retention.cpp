@@ -1,6 +1,7 @@
 #include "server/sqlitehistory/Retention.h"
 
 #include "server/log/Log.h"
+#include "server/sqlitehistory/ClockMemory.h"
 
 #include <QDateTime>
 #include <QStorageInfo>
@@ -79,7 +80,9 @@ Retention::Retention(const HistoryDestination& destination, const PartitionFolde
 
 void Retention::Begin(PartitionWriter& newest)
 {
-    if (m_Destination.Keep > 0s) m_Clock.Begin(newest);
+    if (m_Destination.Keep == 0s) return;
+    ClockMemory memory(newest);
+    ClockWatch::Begin(memory);
 }
 
 bool Retention::IsFull(const Chunk& range, qint64 bytes) const
@@ -106,7 +109,7 @@ void Retention::Apply(PartitionWriter& newest)
 {
     std::vector<PartitionFile> files = m_Folder.Files();
     if (m_MaxBytes > 0) DropBySize(files);
-    if (m_Destination.Keep > 0s && m_Clock.IsTrusted(newest)) DropByAge(files);
+    if (m_Destination.Keep > 0s && IsClockTrusted(newest)) DropByAge(files);
     if (m_Destination.MaxRecord > 0) Count(files);
     ApplyCount(newest, 0);
     if (Clock::now() >= m_NextReport) Report(files);
@@ -146,6 +149,12 @@ void Retention::DropBySize(std::vector<PartitionFile>& files) const
         PartitionFolder::Remove(files.front());
         files.erase(files.begin());
     }
+}
+
+bool Retention::IsClockTrusted(PartitionWriter& newest)
+{
+    ClockMemory memory(newest);
+    return m_Clock.IsTrusted(memory);
 }
 
 void Retention::DropByAge(std::vector<PartitionFile>& files)

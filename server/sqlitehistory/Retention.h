@@ -1,8 +1,9 @@
 #pragma once
 
+#include "server/database/ClockWatch.h"
 #include "server/database/HistoryDestination.h"
-#include "server/sqlitehistory/ClockWatch.h"
 #include "server/sqlitehistory/PartitionFolder.h"
+#include "server/sqlitehistory/PartitionWriter.h"
 
 /// Lets the oldest go: whole partitions, and where records are counted also parts of one.
 class Retention
@@ -28,6 +29,7 @@ public:
 private:
     void Count(const std::vector<PartitionFile>& files);
     void DropBySize(std::vector<PartitionFile>& files) const;
+    bool IsClockTrusted(PartitionWriter& newest);
     void DropByAge(std::vector<PartitionFile>& files);
     void Report(const std::vector<PartitionFile>& files);
 

@@ -104,6 +104,10 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     bySize.MaxBytes = 100'000'000;
     care.TidyNext(); // lists them anew
     EXPECT_FALSE(PostgresRetention(session, m_Names, bySize).DropNext(care.All().All())) << "there is room";
+    PostgresClock memory(session, m_Names);
+    ClockWatch::Begin(memory); // the last record is years old
+    EXPECT_FALSE(PostgresRetention(session, m_Names, byAge).DropNext(care.All().All())) << "for a day, whoever looks";
+    memory.SetTrustedFrom(0);
     EXPECT_TRUE(PostgresRetention(session, m_Names, byAge).DropNext(care.All().All()));
     care.CloseNext(s_Later);
     bySize.MaxBytes = 1;

@@ -1,5 +1,5 @@
 #include "server/sqlitehistory/Backup.h"
-#include "server/sqlitehistory/ClockWatch.h"
+#include "server/sqlitehistory/ClockMemory.h"
 #include "server/sqlitehistory/SqliteTable.h"
 #include "server/sqlitehistory/TimeKey.h"
 #include "tests/server/AskedHistory.h"
@@ -251,8 +251,9 @@ TEST_F(SqliteHistoryTest, AClockThatWasSetIsNotTrustedForADay)
         bool IsTrusted;
     };
     constexpr auto year = 365 * 24h;
-    ClockWatch::Time now{{}, std::chrono::system_clock::time_point(1000 * 24h)};
+    ClockTime now{{}, std::chrono::system_clock::time_point(1000 * 24h)};
     PartitionWriter newest(m_Place.filePath(u"part.db"_s), RowPartition::Access::Create);
+    ClockMemory memory(newest);
     std::optional<ClockWatch> watch;
     for (const auto& [passing, shown, isServerNew, isTrusted] : {Step{0min, 0min, true, true},
                                                                  {1min, 61min, false, true},
@@ -269,8 +270,8 @@ TEST_F(SqliteHistoryTest, AClockThatWasSetIsNotTrustedForADay)
                                                                  {61min, 61min, false, true}}) {
         now.Passing += passing;
         now.Shown += shown;
-        if (isServerNew) watch.emplace(now).Begin(newest, now);
-        EXPECT_EQ(watch->IsTrusted(newest, now), isTrusted) << now.Shown.time_since_epoch() / 1min;
+        if (isServerNew) watch.emplace(now).Begin(memory, now);
+        EXPECT_EQ(watch->IsTrusted(memory, now), isTrusted) << now.Shown.time_since_epoch() / 1min;
         HistoryRow row;
         row.Local = now.Shown.time_since_epoch() / 1us;
         Chunk range;

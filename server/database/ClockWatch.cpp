@@ -1,9 +1,6 @@
-#include "server/sqlitehistory/ClockWatch.h"
+#include "server/database/ClockWatch.h"
 
 #include "server/log/Log.h"
-#include "server/sqlitehistory/PartitionFolder.h"
-
-#include <QDateTime>
 
 namespace {
 
@@ -12,8 +9,6 @@ using namespace std::chrono_literals;
 constexpr auto LargestJump = 1h;
 constexpr auto LongestPause = 24h;
 constexpr auto Rest = 24h;
-/// Among the positions of spools, whose numbers are odd: the second since 1970 until which the clock is not trusted.
-constexpr quint64 TrustedFrom = 2;
 
 qint64 SecondOf(std::chrono::system_clock::time_point time)
 {
@@ -27,41 +22,33 @@ QString HoursText(std::chrono::duration<double, std::ratio<3600>> span)
 
 } // namespace
 
-ClockWatch::Time ClockWatch::Time::Now()
+void ClockWatch::Begin(Memory& memory, ClockTime now)
 {
-    return {std::chrono::steady_clock::now(), std::chrono::system_clock::now()};
-}
-
-void ClockWatch::Begin(PartitionWriter& newest, Time now)
-{
-    const Chunk all = ContentsOf(newest.Chunks()).Range;
-    if (all.FirstUtc > all.LastUtc) return;
-    const auto pause = now.Shown.time_since_epoch() - std::chrono::microseconds(all.LastUtc);
+    const auto last = memory.LastRecord();
+    if (!last) return;
+    const auto pause = now.Shown - *last;
     if (pause <= LongestPause) return; // what lies ahead of a clock is not too old for it
     Log(LogLevel::Info, QStringLiteral("The last record is %1 old, or the clock is wrong: what the history keeps by "
                                        "age (keep) is left alone for a day.")
                             .arg(HoursText(pause)));
-    Distrust(newest, now);
+    Distrust(memory, now);
 }
 
-bool ClockWatch::IsTrusted(PartitionWriter& newest, Time now)
+bool ClockWatch::IsTrusted(Memory& memory, ClockTime now)
 {
-    const auto jump = (now.Shown - m_Last.Shown) - (now.Passing - m_Last.Passing);
-    m_Last = now;
-    const auto until = static_cast<qint64>(newest.Written(TrustedFrom));
+    const auto jump = now.SetSince(std::exchange(m_Last, now));
+    const qint64 until = memory.TrustedFrom();
     const bool hasJumped = std::chrono::abs(jump) > LargestJump;
     if (hasJumped)
         Log(LogLevel::Warning, QStringLiteral("The clock has jumped by %1: what the history keeps by age (keep) is "
                                               "left alone for a day.")
                                    .arg(HoursText(jump)));
     // A day of a clock that was in the future would not end soon.
-    if (hasJumped || until > SecondOf(now.Shown + Rest)) Distrust(newest, now);
+    if (hasJumped || until > SecondOf(now.Shown + Rest)) Distrust(memory, now);
     return !hasJumped && SecondOf(now.Shown) >= until;
 }
 
-void ClockWatch::Distrust(PartitionWriter& newest, Time now)
+void ClockWatch::Distrust(Memory& memory, ClockTime now)
 {
-    SqliteTransaction transaction(newest.File());
-    newest.Note({TrustedFrom, static_cast<quint64>(SecondOf(now.Shown + Rest))});
-    transaction.Commit();
+    memory.SetTrustedFrom(SecondOf(now.Shown + Rest));
 }
