@@ -30,6 +30,15 @@ QStringList FoldersIn(const QString& root)
     return paths;
 }
 
+/// Milliseconds since 1970, or later: the clock may have been set back since the last one was made.
+qint64 TimeOfNext(const QString& root)
+{
+    const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
+    const QStringList there = FoldersIn(root);
+    const qint64 last = there.isEmpty() ? 0 : there.last().section(u'/', -1).section(u'-', 0, 0).toLongLong();
+    return std::max<qint64>(now.time_since_epoch().count(), last + 1);
+}
+
 /// -1 when another process holds it.
 int LockOf(const QString& path)
 {
@@ -73,10 +82,9 @@ void SpoolFolder::Remove()
 SpoolFolderRef SpoolFolder::Make(const QString& root, quint64 spool, const QString& destination)
 {
     MakePrivateFolder(root);
-    const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
     const QString path = QStringLiteral("%1/%2-%3")
                              .arg(root)
-                             .arg(now.time_since_epoch().count(), 14, 10, QChar(u'0'))
+                             .arg(TimeOfNext(root), 14, 10, QChar(u'0'))
                              .arg(spool, 16, 16, QChar(u'0'));
     MakePrivateFolder(path);
     const int lock = LockOf(path);
