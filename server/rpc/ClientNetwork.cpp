@@ -117,7 +117,8 @@ kj::Promise<ClientNetwork::Received> ClientNetwork::Receive()
         return nullptr;
     });
     return received.catch_([this](kj::Exception&& exception) -> Received {
-        m_Refusal = DescriptionOf(exception);
+        // A client that ends before it has read everything has only gone.
+        if (exception.getType() != kj::Exception::Type::DISCONNECTED) m_Refusal = DescriptionOf(exception);
         kj::throwFatalException(kj::mv(exception));
     });
 }
