@@ -8,6 +8,10 @@ case ${1-} in
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
+        echo "       ./soak.sh --seeds [COUNT [FIRST]]"
+        echo "                                       plant, clients, device, database by chance, in driven time:"
+        echo "                                       so many seeds under the sanitizers (default: 10000 from 1 on)"
+        echo "       ./soak.sh --days [DAYS]         a server that scans and records in driven time (default: 365 days)"
         echo "       ./soak.sh --fuzz [RUNS]         the parsers of devices' options and answers (default: 300000 runs each)"
         echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
         echo "                                       what was recorded after kills and outages (default: 1000 kills)"
@@ -28,6 +32,16 @@ case ${1-} in
         case ${2-300000} in *[!0-9]* | '' | 0) echo "./soak.sh --fuzz takes a number of runs" >&2; exit 2 ;; esac
         scripts/build.sh fuzz fuzz
         exec scripts/run-fuzzers.sh "${2-300000}" ;;
+    --seeds)
+        for number in "${2-10000}" "${3-1}"; do
+            case $number in *[!0-9]* | '' | 0) echo "./soak.sh --seeds takes two numbers" >&2; exit 2 ;; esac
+        done
+        scripts/build.sh asan simulation
+        exec build/asan/bin/simulation "${3-1}" "${2-10000}" ;;
+    --days)
+        case ${2-365} in *[!0-9]* | '' | 0) echo "./soak.sh --days takes a number of days" >&2; exit 2 ;; esac
+        scripts/build.sh release simulation
+        exec build/release/bin/simulation --days "${2-365}" ;;
     --history)
         shift
         scripts/install-packages.sh packaging/test-packages.txt

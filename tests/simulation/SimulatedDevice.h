@@ -1,0 +1,62 @@
+#pragma once
+
+#include "server/sources/Source.h"
+#include "tests/simulation/Random.h"
+#include "tests/simulation/Trace.h"
+
+#include <kj/async.h>
+#include <kj/timer.h>
+
+#include <deque>
+
+/// A device on the server's own loop: it answers one thing after the other, soon, late, wrongly or not at all. A
+/// variable counts its readings, unless a value has been written to it.
+class SimulatedDevice final : public Source, private kj::TaskSet::ErrorHandler
+{
+public:
+    enum class Mood
+    {
+        Prompt,
+        Late,
+        Failing,
+        Wrong, ///< with what is no number
+        Silent ///< until it is in another mood
+    };
+
+    SimulatedDevice(kj::Timer& timer, Random& random, Trace& trace);
+    ~SimulatedDevice() noexcept override;
+
+    void SetMood(Mood mood);
+    void SetConnected(bool isConnected) { SetReachable(isConnected); }
+    /// What it has not answered.
+    std::size_t UnderWay() const { return m_Jobs.size(); }
+
+    SourceVariableRef Bind(const VariableText& text) override;
+    void Read(std::vector<SourceVariable*> variables, std::function<void()> done) override;
+    void Write(SourceVariable& variable, const Variant& value, Written written) override;
+    QString Describe() const override { return QStringLiteral("simulated"); }
+
+private:
+    class Variable;
+    struct Job
+    {
+        std::vector<Variable*> Variables = {}; ///< null where one has been given up
+        std::function<void()> Done = {};       ///< of a reading
+        Variant Value = {};                    ///< of a writing
+        Source::Written Written = {};
+    };
+
+    void Add(Job job);
+    void Forget(const Variable& variable);
+    kj::Promise<void> Work();
+    void Finish(Job job);
+    void taskFailed(kj::Exception&& exception) override;
+
+    kj::Timer& m_Timer;
+    Random& m_Random;
+    Trace& m_Trace;
+    Mood m_Mood = Mood::Prompt;
+    std::deque<Job> m_Jobs;
+    bool m_IsWorking = false;
+    kj::TaskSet m_Tasks;
+};

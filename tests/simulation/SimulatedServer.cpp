@@ -1,0 +1,228 @@
+#include "tests/simulation/SimulatedServer.h"
+
+#include "core/automation/SafeArray.h"
+#include "server/rpc/ClientNetwork.h"
+#include "server/sources/simulated/Signal.h"
+#include "velsqllib/WireText.h"
+
+#include <capnp/rpc.h>
+#include <QDir>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+HistorySettings NoHistory()
+{
+    HistorySettings settings;
+    settings.Enabled = false;
+    settings.Spool.Folder = QDir::tempPath() + QStringLiteral("/none");
+    return settings;
+}
+
+SourceVariableRef Counter()
+{
+    return std::make_unique<CounterSignal>(1, 2e9, 1);
+}
+
+} // namespace
+
+/// One connection, with what serves it.
+struct SimulatedServer::Client
+{
+    Client(SimulatedServer& server, kj::AutoCloseFd socket)
+        : Server(server)
+        , Account(std::make_shared<ClientAccount>(server.m_Ledger, [] {}))
+        , Network(server.m_Loop, kj::mv(socket), Account)
+        , Rpc(capnp::makeRpcServer(Network, server.m_Objects.Library([this] { return Network.CallsUnderWay(); })))
+    {
+        ++Server.m_Clients;
+        Server.m_Accounts.push_back(Account);
+    }
+    Client(const Client&) = delete;
+    Client& operator=(const Client&) = delete;
+    ~Client() noexcept(false)
+    {
+        Server.m_Trace.Require(Network.Refusal().isEmpty(),
+                               QStringLiteral("a client was refused: ") + Network.Refusal());
+        --Server.m_Clients;
+    }
+
+    SimulatedServer& Server;
+    ClientAccountRef Account;
+    ClientNetwork Network;
+    capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
+};
+
+const QStringList& SimulatedServer::TouchedControllers()
+{
+    static const QStringList names = QStringLiteral("Own Live Device Added").split(u' ');
+    return names;
+}
+
+SimulatedServer::SimulatedServer(KjLoop& loop, Random& random, Trace& trace)
+    : m_Loop(loop)
+    , m_Trace(trace)
+    , m_Plant(*this)
+    , m_Scanner(loop.Timer())
+    , m_Watch(loop.Timer())
+    , m_Added(m_Plant)
+    , m_History(NoHistory(), loop.Timer())
+    , m_Commands(Subjects())
+    , m_Objects(m_Plant, m_History, m_Commands, m_Added, m_Scanner, m_Watch)
+    , m_Device(std::make_shared<SimulatedDevice>(loop.Timer(), random, trace))
+    , m_Recorder(random, trace)
+    , m_Ledger(std::make_shared<ClientLedger>(loop.Timer()))
+    , m_Tasks(*this)
+{
+    AddItems();
+    for (const PlantControllerRef& controller : m_Plant.Controllers())
+        controller->AddObserver(*m_Observers.emplace(controller->Name(), std::make_unique<Observer>()).first->second);
+    m_Plant.Begin();
+    m_Scanner.Start(m_Plant);
+}
+
+SimulatedServer::~SimulatedServer() noexcept(false)
+{
+    m_Ledger->Close();
+    for (const PlantControllerRef& controller : m_Plant.Controllers())
+        controller->RemoveObserver(*m_Observers.at(controller->Name()));
+}
+
+CommandSubjects SimulatedServer::Subjects()
+{
+    return {m_Plant,
+            m_History,
+            [this] { return m_Objects.Held(); },
+            m_Watch,
+            m_Loop.Timer(),
+            [this] { return m_Added.LastDefinition(); },
+            [] { return QString(); },
+            [] {}};
+}
+
+void SimulatedServer::AddItems()
+{
+    m_Plant.AddSource(m_Device);
+    AddOwn(*m_Plant.Add({.Name = QStringLiteral("Own"), .ScanTimes = {ScanTime, 0, 0}}));
+
+    PlantController& live = *m_Plant.Add({.Name = QStringLiteral("Live"), .ScanTimes = {50, 300, 0}});
+    for (int i = 0; i < 300; ++i) // more than a pass reads between two looks at the clock
+        live.Add({.Name = QStringLiteral("L%1").arg(i), .Type = VT_I4, .RaisesEvents = i % 50 == 0, .ScanClass = i % 2},
+                 i % 10 == 0 ? Counter() : std::make_unique<ConstantSignal>(Variant(i)));
+    live.Add({.Name = QStringLiteral("clock"), .Type = VT_DATE, .ScanClass = 1}, std::make_unique<ClockSignal>());
+
+    PlantController& device =
+        *m_Plant.Add({.Name = QStringLiteral("Device"), .ScanTimes = {200, 0, 0}, .Device = m_Device});
+    for (int i = 0; i < 5; ++i)
+        device.Add({.Name = QStringLiteral("D%1").arg(i), .Type = VT_I4},
+                   m_Device->Bind({QString(), QString(), VT_I4}));
+    for (int i = 0; i < 3; ++i)
+        device.Add({.Name = QStringLiteral("A%1").arg(i),
+                    .Kind = ItemKind::Alias,
+                    .Links = {QStringList{QStringLiteral("D%1").arg(i), QStringLiteral("Live\\L0"),
+                                          QStringLiteral("Own\\") + NameOfOwn(0, 3)}[i]}});
+
+    m_Plant.Add({.Name = QStringLiteral("Added"), .ScanTimes = {ScanTime, 0, 0}, .SortsItems = true});
+
+    PlantController& rhythm = *m_Plant.Add({.Name = QStringLiteral("Rhythm"), .ScanTimes = {ScanTime, 0, 0}});
+    rhythm.Add({.Name = QStringLiteral("scans"), .Type = VT_I4, .Historic = true}, Counter());
+    rhythm.Add({.Name = QStringLiteral("steady"), .Type = VT_I4, .Historic = true, .Recorded = RecordRule{0, AtLeast}},
+               std::make_unique<ConstantSignal>(Variant(1)));
+}
+
+void SimulatedServer::AddOwn(PlantController& controller) const
+{
+    for (int client = 0; client < MostClients; ++client) {
+        for (int item = 0; item < OwnItems; ++item) {
+            const bool isRecorded = item == OwnItems - 1;
+            controller.Add({.Name = NameOfOwn(client, item),
+                            .Type = isRecorded ? VT_I4 : VT_VARIANT,
+                            .Historic = isRecorded,
+                            .TakesEmpty = true});
+        }
+    }
+}
+
+void SimulatedServer::Accept(kj::AutoCloseFd socket)
+{
+    auto client = kj::heap<Client>(*this, kj::mv(socket));
+    auto end = client->Network.OnDisconnect();
+    m_Tasks.add(end.attach(kj::mv(client)));
+}
+
+Moment SimulatedServer::Now()
+{
+    const auto passed = std::chrono::duration<double>(DrivenTime::Passed());
+    return {std::chrono::system_clock::now(), passed.count()};
+}
+
+void SimulatedServer::After(qint32 delay, std::function<void()> action)
+{
+    m_Tasks.add(m_Loop.Timer().afterDelay(delay * kj::MILLISECONDS).then(std::move(action)));
+}
+
+void SimulatedServer::Record(const PlantItem& item, const ItemReading& reading)
+{
+    if (const qint32* number = reading.Value.GetIf<qint32>()) m_Recorded[item.Name()].append(*number);
+    if (item.Name() == QStringLiteral("steady")) CheckSteady();
+    m_Recorder.Record({item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State});
+}
+
+/// Where the clock is set back by less than the silence that is allowed, that lasts longer.
+void SimulatedServer::CheckSteady()
+{
+    const auto silence = DrivenTime::Passed() - m_SteadyAt - m_FrozenSinceSteady;
+    const int sets = m_ClockSets - m_ClockSetsAtSteady;
+    m_Trace.Require(silence <= AtLeast * (1 + sets) + 3 * ScanTime * 1ms,
+                    QStringLiteral("an item that is to be recorded every 2 s was silent for %1 ms").arg(silence / 1ms));
+    m_SteadyAt = DrivenTime::Passed();
+    m_FrozenSinceSteady = {};
+    m_ClockSetsAtSteady = m_ClockSets;
+}
+
+void SimulatedServer::NoteFrozen(DrivenTime::Duration time)
+{
+    m_Frozen += time;
+    m_FrozenSinceSteady += time;
+    ++m_Freezes;
+}
+
+void SimulatedServer::CheckRhythm()
+{
+    const QList<qint32>& scans = m_Recorded[QStringLiteral("scans")];
+    for (qsizetype i = 0; i < scans.size(); ++i)
+        m_Trace.Require(scans[i] == i + 1, QStringLiteral("scan %1 was recorded as %2").arg(i + 1).arg(scans[i]));
+    const auto passed = DrivenTime::Passed();
+    const auto most = passed / (ScanTime * 1ms) + 2 + m_Freezes;
+    const auto least = (passed - m_Frozen) / (ScanTime * 1ms) - 2 - m_Freezes;
+    m_Trace.Require(
+        scans.size() >= least && scans.size() <= most,
+        QStringLiteral("%1 scans in %2 ms, %3 to %4 are due").arg(scans.size()).arg(passed / 1ms).arg(least).arg(most));
+    const auto steady = m_Recorded[QStringLiteral("steady")].size();
+    m_Trace.Require(steady <= passed / AtLeast + 2 + m_ClockSets,
+                    QStringLiteral("what never changes was recorded %1 times").arg(steady));
+}
+
+void SimulatedServer::CheckNothingIsHeld() const
+{
+    const HeldCounts held = m_Objects.Held();
+    m_Trace.Require(m_Clients == 0, QStringLiteral("%1 clients have not gone").arg(m_Clients));
+    m_Trace.Require(held.Controllers == 0 && held.Items == 0 && held.Results == 0 && held.Subscriptions == 0 &&
+                        held.Events == 0,
+                    QStringLiteral("held without clients: %1 controllers, %2 items, %3 results, %4 subscriptions, %5 "
+                                   "events")
+                        .arg(held.Controllers)
+                        .arg(held.Items)
+                        .arg(held.Results)
+                        .arg(held.Subscriptions)
+                        .arg(held.Events));
+    for (const auto& account : m_Accounts)
+        m_Trace.Require(account.expired(), QStringLiteral("something is kept for a client that has gone"));
+    m_Trace.Require(m_Device->UnderWay() == 0, QStringLiteral("the device has been asked and has not answered"));
+}
+
+void SimulatedServer::taskFailed(kj::Exception&& exception)
+{
+    m_Trace.Note(QStringLiteral("server: a client was dropped: ") + DescriptionOf(exception));
+}

@@ -1,0 +1,91 @@
+#include "tests/simulation/Simulation.h"
+
+#include "tests/simulation/Operations.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// 2024-10-27 00:30 UTC: half an hour later clocks in Berlin are set back.
+constexpr qint64 BeforeWinterTime = 1'729'989'000;
+
+void Run(World& world, int milliseconds)
+{
+    world.Loop.Timer().afterDelay(milliseconds * kj::MILLISECONDS).wait(world.Loop.WaitScope());
+    world.Log.Check();
+}
+
+void Work(World& world)
+{
+    for (int left = world.Chance.Between(40, 250); left > 0; --left) {
+        DoSomething(world);
+        world.Log.Check();
+        if (world.Chance.OneIn(3)) continue; // the next thing happens at the same time
+        Run(world, world.Chance.OneIn(30) ? world.Chance.Between(500, 5000) : world.Chance.Between(0, 60));
+    }
+}
+
+/// Nothing hinders anybody any more; requires that all calls are answered.
+void ComeToRest(World& world)
+{
+    world.Server.Device().SetConnected(true);
+    world.Server.Device().SetMood(SimulatedDevice::Mood::Prompt);
+    for (const auto& client : world.Clients)
+        if (client) client->SetReading(true);
+    Run(world, 5000);
+    for (const auto& client : world.Clients)
+        world.Log.Require(!client || client->OldestCall().isEmpty(),
+                          QStringLiteral("never answered: ") + (client ? client->OldestCall() : QString()));
+    for (const QString& controller : SimulatedServer::TouchedControllers())
+        world.Server.Plant().Controller(controller)->Stop();
+    Run(world, 3000); // for events that slow clients work on
+}
+
+/// What was confirmed was recorded, each number once, and in the order in which it was written.
+void CheckOwn(World& world)
+{
+    for (auto own = world.Known.Confirmed.cbegin(); own != world.Known.Confirmed.cend(); ++own) {
+        const QList<qint32>& recorded = world.Server.Recorded(own.key());
+        world.Log.Require(std::ranges::is_sorted(recorded, std::ranges::less_equal()),
+                          own.key() + QStringLiteral(" was not recorded in the order in which it was written"));
+        for (const qint32 number : own.value())
+            world.Log.Require(std::ranges::binary_search(recorded, number),
+                              QStringLiteral("%1 was written to %2 and not recorded").arg(number).arg(own.key()));
+    }
+}
+
+void CheckAdded(World& world)
+{
+    const PlantController& added = *world.Server.Plant().Controller(QStringLiteral("Added"));
+    for (const QString& name : world.Known.Added)
+        world.Log.Require(added.Find(name) != nullptr, name + QStringLiteral(" was added and is not there"));
+    for (const PlantItemRef& item : added.Items())
+        world.Log.Require(world.Known.Added.contains(item->Name()) || world.Known.Maybe.contains(item->Name()),
+                          item->Name() + QStringLiteral(" was removed and is there"));
+    world.Log.Require(std::ranges::is_sorted(added.Items(), {}, [](const PlantItemRef& item) { return item->Name(); }),
+                      QStringLiteral("the added items are not sorted"));
+}
+
+} // namespace
+
+void Simulate(quint64 seed, Trace& trace)
+{
+    DrivenTime::Begin(BeforeWinterTime, seed);
+    const auto loop = KjLoop::OfThisThread();
+    {
+        World world(*loop, seed, trace);
+        Work(world);
+        ComeToRest(world);
+        for (const auto& client : world.Clients)
+            if (client) client->CheckEvents();
+        CheckOwn(world);
+        CheckAdded(world);
+        world.Server.CheckRhythm();
+        for (auto& client : world.Clients) client = nullptr;
+        Run(world, 1000);
+        world.Server.CheckNothingIsHeld();
+        world.Server.Recorder().Finish();
+        trace.Check();
+    }
+    DrivenTime::End();
+}
