@@ -105,7 +105,9 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     care.TidyNext(); // lists them anew
     EXPECT_FALSE(PostgresRetention(session, m_Names, bySize).DropNext(care.All().All())) << "there is room";
     PostgresClock memory(session, m_Names);
-    ClockWatch::Begin(memory); // the last record is years old
+    ClockTime later = ClockTime::Now();
+    later.Shown += std::chrono::hours(48);
+    ClockWatch::Begin(memory, later);
     EXPECT_FALSE(PostgresRetention(session, m_Names, byAge).DropNext(care.All().All())) << "for a day, whoever looks";
     memory.SetTrustedFrom(0);
     EXPECT_TRUE(PostgresRetention(session, m_Names, byAge).DropNext(care.All().All()));

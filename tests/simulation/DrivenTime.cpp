@@ -15,12 +15,16 @@ namespace {
 
 constexpr qint64 NanoSecond = 1'000'000'000;
 constexpr qint64 CounterFull = (qint64{1} << 32) * 1'000'000;
-constexpr quint64 LongestLook = 2000; // nanoseconds
+// In nanoseconds. Now and then the machine has something else to do, so that a turn may end anywhere.
+constexpr quint64 UsualLook = 2000;
+constexpr quint64 LongestLook = 4'000'000;
+constexpr quint64 UsualLooks = 100;
 
 bool s_IsDriven = false;
 qint64 s_Begin = 0; // of the time that only goes on
 qint64 s_Steady = 0;
 qint64 s_Wall = 0;
+qint64 s_Slept = 0;
 Random s_Random(0);
 
 void GoOn(qint64 time)
@@ -31,7 +35,21 @@ void GoOn(qint64 time)
 
 void Look()
 {
-    GoOn(1 + static_cast<qint64>(s_Random.Below(LongestLook)));
+    GoOn(1 + static_cast<qint64>(s_Random.Below(s_Random.OneIn(UsualLooks) ? LongestLook : UsualLook)));
+}
+
+/// Null for clocks of another kind, such as those that count work.
+const qint64* DrivenBy(clockid_t clock)
+{
+    switch (clock) {
+    case CLOCK_REALTIME:
+    case CLOCK_REALTIME_COARSE: return &s_Wall;
+    case CLOCK_MONOTONIC:
+    case CLOCK_MONOTONIC_COARSE:
+    case CLOCK_MONOTONIC_RAW:
+    case CLOCK_BOOTTIME: return &s_Steady;
+    default: return nullptr;
+    }
 }
 
 timespec ToTimespec(qint64 time)
@@ -44,8 +62,9 @@ timespec ToTimespec(qint64 time)
 void DrivenTime::Begin(qint64 wall, quint64 seed)
 {
     s_Random = Random(seed);
-    s_Steady = s_Begin = CounterFull - 60 * NanoSecond;
+    s_Steady = s_Begin = CounterFull - 10 * NanoSecond;
     s_Wall = wall * NanoSecond;
+    s_Slept = 0;
     s_IsDriven = true;
 }
 
@@ -57,6 +76,12 @@ void DrivenTime::End()
 void DrivenTime::Pass(Duration time)
 {
     GoOn(time.count());
+}
+
+void DrivenTime::Sleep(Duration time)
+{
+    s_Wall += time.count();
+    s_Slept += time.count();
 }
 
 void DrivenTime::SetClock(Duration change)
@@ -74,12 +99,10 @@ extern "C" {
 
 [[gnu::visibility("default")]] int clock_gettime(clockid_t clock, timespec* time) noexcept
 {
-    const bool isWall = clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE;
-    const bool isSteady = clock == CLOCK_MONOTONIC || clock == CLOCK_MONOTONIC_COARSE || clock == CLOCK_BOOTTIME ||
-                          clock == CLOCK_MONOTONIC_RAW;
-    if (!s_IsDriven || !(isWall || isSteady)) return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    const qint64* const driven = DrivenBy(clock);
+    if (!s_IsDriven || !driven) return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
     Look();
-    *time = ToTimespec(isWall ? s_Wall : s_Steady);
+    *time = ToTimespec(*driven + (clock == CLOCK_BOOTTIME ? s_Slept : 0));
     return 0;
 }
 

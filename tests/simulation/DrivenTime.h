@@ -13,13 +13,15 @@ namespace DrivenTime {
 using Duration = std::chrono::nanoseconds;
 
 /// From now on. `wall` is what the clock shows first, in seconds since 1970; the 32 bits of a millisecond counter are
-/// full a minute later. `seed` decides how long looking at a clock takes.
+/// full ten seconds later. `seed` decides how long looking at a clock takes.
 void Begin(qint64 wall, quint64 seed);
 /// The machine's own time again.
 void End();
 
 /// Time passes in which this process does nothing at all.
 void Pass(Duration time);
+/// The machine sleeps.
+void Sleep(Duration time);
 /// Somebody sets the clock; no time passes.
 void SetClock(Duration change);
 /// Since Begin; looking at it takes no time.

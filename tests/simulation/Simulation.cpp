@@ -25,6 +25,18 @@ void Work(World& world)
     }
 }
 
+/// Whatever has happened to it, scans reach it again.
+void CheckDeviceIsRead(World& world)
+{
+    PlantController& device = *world.Server.Plant().Controller(QStringLiteral("Device"));
+    device.Start();
+    for (const PlantItemRef& item : device.Items()) item->PutActivation(true);
+    Run(world, 1000);
+    for (const PlantItemRef& item : device.Items())
+        world.Log.Require(item->State() != ItemState::Failed && std::chrono::system_clock::now() - item->Time() < 500ms,
+                          item->Name() + QStringLiteral(" is not read any more: ") + item->Failure());
+}
+
 /// Nothing hinders anybody any more; requires that all calls are answered.
 void ComeToRest(World& world)
 {
@@ -36,6 +48,7 @@ void ComeToRest(World& world)
     for (const auto& client : world.Clients)
         world.Log.Require(!client || client->OldestCall().isEmpty(),
                           QStringLiteral("never answered: ") + (client ? client->OldestCall() : QString()));
+    CheckDeviceIsRead(world);
     for (const QString& controller : SimulatedServer::TouchedControllers())
         world.Server.Plant().Controller(controller)->Stop();
     Run(world, 3000); // for events that slow clients work on
