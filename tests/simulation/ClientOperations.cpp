@@ -2,7 +2,10 @@
 
 #include "velsqllib/ValueText.h"
 
+#include "tests/simulation/SocketPair.h"
+
 #include <algorithm>
+#include <unistd.h>
 
 namespace {
 
@@ -37,6 +40,14 @@ std::pair<QString, QString> AnyItem(World& world)
     case 4: return {QStringLiteral("Added"), QStringLiteral("X%1").arg(world.Chance.Between(1, world.LastName + 1))};
     default: return {QStringLiteral("Device"), QStringLiteral("D%1").arg(world.Chance.Between(0, 4))};
     }
+}
+
+/// Of a new item: as a rule none, else to what is there, or to what may come or go, or in a circle.
+QString AnyLink(World& world)
+{
+    if (!world.Chance.OneIn(3)) return {};
+    const auto [controller, item] = AnyItem(world);
+    return controller + u'\\' + item;
 }
 
 template <typename Action>
@@ -78,6 +89,17 @@ void ClientOperations::Connect(World& world)
 void ClientOperations::Disconnect(World& world)
 {
     world.Clients[static_cast<std::size_t>(world.Chance.Below(world.Clients.size()))] = nullptr;
+}
+
+void ClientOperations::SendRubbish(World& world)
+{
+    auto ends = SocketPair();
+    world.Server.Accept(kj::mv(ends[0]), SimulatedServer::Manners::Any);
+    QByteArray bytes(world.Chance.Between(1, 3000), Qt::Uninitialized);
+    const quint64 most = world.Chance.OneIn(2) ? 256 : 3; // small numbers look like sizes
+    for (char& byte : bytes) byte = static_cast<char>(world.Chance.Below(most));
+    if (write(ends[1].get(), bytes.constData(), static_cast<std::size_t>(bytes.size())) < 0)
+        throw DescribedError(qt_error_string());
 }
 
 void ClientOperations::PutOwn(World& world)
@@ -153,7 +175,7 @@ void ClientOperations::AddItem(World& world)
 {
     WithClient(world, [&](SimulatedClient& client) {
         for (int count = world.Chance.Between(1, 3); count > 0; --count)
-            client.AddItem(QStringLiteral("X%1").arg(++world.LastName));
+            client.AddItem(QStringLiteral("X%1").arg(++world.LastName), AnyLink(world));
     });
 }
 
@@ -183,7 +205,12 @@ void ClientOperations::Unsubscribe(World& world)
 
 void ClientOperations::Execute(World& world)
 {
-    static const QStringList commands = {QStringLiteral("fire Own item Own0_0 700"),
+    static const QStringList commands = {QStringLiteral("disturb Item(Live\\L1).get_Value slow 250"),
+                                         QStringLiteral("disturb Item(Device\\D1).get_Value fail not now"),
+                                         QStringLiteral("calls"),
+                                         QStringLiteral("restore"),
+                                         QStringLiteral("restore"),
+                                         QStringLiteral("fire Own item Own0_0 700"),
                                          QStringLiteral("fire Live state 1 40"),
                                          QStringLiteral("sleep 400"),
                                          QStringLiteral("return 8204,{3,1}"),

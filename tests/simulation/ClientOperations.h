@@ -7,6 +7,7 @@ namespace ClientOperations {
 
 void Connect(World& world);
 void Disconnect(World& world);
+void SendRubbish(World& world);
 void PutOwn(World& world);
 void GetOwn(World& world);
 void Get(World& world);

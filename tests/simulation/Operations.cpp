@@ -20,6 +20,11 @@ void ChangeMood(World& world)
     world.Server.Device().SetMood(static_cast<SimulatedDevice::Mood>(world.Chance.Below(5)));
 }
 
+void Tell(World& world)
+{
+    world.Server.Device().Tell();
+}
+
 void ChangeReach(World& world)
 {
     world.Server.Device().SetConnected(!world.Chance.OneIn(3));
@@ -64,34 +69,14 @@ void Freeze(World& world)
 
 /// Each is done so often of all.
 constexpr auto Operations = std::to_array<Operation>({
-    {12, Connect},
-    {3, Disconnect},
-    {14, PutOwn},
-    {8, GetOwn},
-    {8, Get},
-    {4, GetBurst},
-    {8, Put},
-    {4, PutLater},
-    {3, PutActivation},
-    {6, ReadItem},
-    {3, ReadController},
-    {5, SwitchController},
-    {5, AddItem},
-    {4, RemoveItem},
-    {7, Subscribe},
-    {4, Unsubscribe},
-    {4, Execute},
-    {1, AskHistory},
-    {2, StopReading},
-    {3, ReadOn},
-    {5, ChangeMood},
-    {3, ChangeReach},
-    {3, ChangeDatabase},
-    {5, Keep},
-    {10, Write},
-    {1, RestartRecorder},
-    {2, SetClock},
-    {1, Freeze},
+    {12, Connect},         {4, Disconnect},    {1, SendRubbish}, {14, PutOwn},
+    {8, GetOwn},           {8, Get},           {4, GetBurst},    {8, Put},
+    {4, PutLater},         {3, PutActivation}, {6, ReadItem},    {3, ReadController},
+    {5, SwitchController}, {5, AddItem},       {4, RemoveItem},  {7, Subscribe},
+    {4, Unsubscribe},      {4, Execute},       {1, AskHistory},  {2, StopReading},
+    {3, ReadOn},           {5, ChangeMood},    {3, Tell},        {3, ChangeReach},
+    {3, ChangeDatabase},   {5, Keep},          {8, Write},       {4, RestartRecorder},
+    {4, SetClock},         {1, Freeze},
 });
 
 } // namespace

@@ -2,21 +2,11 @@
 
 #include "core/automation/SafeArray.h"
 #include "tests/server/Outcome.h"
+#include "tests/simulation/SocketPair.h"
 
 #include <QRegularExpression>
 
-#include <sys/socket.h>
-
 namespace {
-
-/// Two ends of a connection inside this process.
-std::array<kj::AutoCloseFd, 2> Pair()
-{
-    std::array<int, 2> ends{};
-    if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()) != 0)
-        throw DescribedError(qt_error_string());
-    return {kj::AutoCloseFd(ends[0]), kj::AutoCloseFd(ends[1])};
-}
 
 QString Shown(const Variant& value)
 {
@@ -33,7 +23,7 @@ SimulatedClient::SimulatedClient(KjLoop& loop, SimulatedServer& server, Trace& t
     , m_Number(number)
     , m_Tasks(*this)
 {
-    auto ends = Pair();
+    auto ends = SocketPair();
     m_Server.Accept(kj::mv(ends[0]));
     m_Stream = kj::heap<PausableStream>(loop.Wrap(kj::mv(ends[1])));
     m_Rpc = kj::heap<capnp::TwoPartyClient>(*m_Stream);
@@ -195,14 +185,16 @@ void SimulatedClient::AskHistory()
     Send(QStringLiteral("history"), request);
 }
 
-void SimulatedClient::AddItem(const QString& name)
+void SimulatedClient::AddItem(const QString& name, const QString& link)
 {
     auto definition = UntouchedDefinition();
     definition[0] = name;
+    definition[8] = link;
     auto request = Controller(QStringLiteral("Added")).addItemRequest();
     Set(request.initDefinition(), SafeArray(definition));
     m_Book.Maybe.insert(name);
-    Send(QStringLiteral("AddItem ") + name, request, Expected::Success, [this, name](const auto&) {
+    const auto expected = link.isEmpty() ? Expected::Success : Expected::Anything;
+    Send(QStringLiteral("AddItem ") + name + u' ' + link, request, expected, [this, name](const auto&) {
         m_Book.Maybe.remove(name);
         m_Book.Added.insert(name);
         return QString();

@@ -33,7 +33,7 @@ public:
     void SwitchController(const QString& controller, bool isOn);
     void Execute(const QString& command);
     void AskHistory();
-    void AddItem(const QString& name);
+    void AddItem(const QString& name, const QString& link);
     void RemoveItem(const QString& name);
     /// One of its own items, which nobody else writes.
     void PutOwn(int item, const Variant& value);

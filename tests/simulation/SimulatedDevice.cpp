@@ -8,6 +8,7 @@ public:
     explicit Variable(SimulatedDevice& device)
         : m_Device(device)
     {
+        m_Device.m_Variables.push_back(this);
     }
     ~Variable() override { m_Device.Forget(*this); }
 
@@ -62,8 +63,17 @@ void SimulatedDevice::Add(Job job)
     if (!std::exchange(m_IsWorking, true)) m_Tasks.add(Work());
 }
 
-void SimulatedDevice::Forget(const Variable& variable)
+void SimulatedDevice::Tell()
 {
+    Variable& variable = *m_Random.OneOf(m_Variables);
+    const auto now = std::chrono::system_clock::now();
+    if (m_Random.OneIn(4)) variable.Lose(QStringLiteral("it is silent"), now);
+    else variable.Arrive(Variant(++variable.Count), now);
+}
+
+void SimulatedDevice::Forget(Variable& variable)
+{
+    std::erase(m_Variables, &variable);
     for (Job& job : m_Jobs)
         for (Variable*& asked : job.Variables)
             if (asked == &variable) asked = nullptr;

@@ -28,6 +28,8 @@ public:
 
     void SetMood(Mood mood);
     void SetConnected(bool isConnected) { SetReachable(isConnected); }
+    /// Without being asked it tells the value of one of its variables, or that there is none.
+    void Tell();
     /// What it has not answered.
     std::size_t UnderWay() const { return m_Jobs.size(); }
 
@@ -47,7 +49,7 @@ private:
     };
 
     void Add(Job job);
-    void Forget(const Variable& variable);
+    void Forget(Variable& variable);
     kj::Promise<void> Work();
     void Finish(Job job);
     void taskFailed(kj::Exception&& exception) override;
@@ -57,6 +59,7 @@ private:
     Trace& m_Trace;
     Mood m_Mood = Mood::Prompt;
     std::deque<Job> m_Jobs;
+    std::vector<Variable*> m_Variables;
     bool m_IsWorking = false;
     kj::TaskSet m_Tasks;
 };

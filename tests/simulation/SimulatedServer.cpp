@@ -2,6 +2,7 @@
 
 #include "core/automation/SafeArray.h"
 #include "server/rpc/ClientNetwork.h"
+#include "server/rpc/WaitingLibrary.h"
 #include "server/sources/simulated/Signal.h"
 #include "velsqllib/WireText.h"
 
@@ -30,11 +31,12 @@ SourceVariableRef Counter()
 /// One connection, with what serves it.
 struct SimulatedServer::Client
 {
-    Client(SimulatedServer& server, kj::AutoCloseFd socket)
+    Client(SimulatedServer& server, kj::AutoCloseFd socket, Manners manners)
         : Server(server)
+        , Mannered(manners)
         , Account(std::make_shared<ClientAccount>(server.m_Ledger, [] {}))
         , Network(server.m_Loop, kj::mv(socket), Account)
-        , Rpc(capnp::makeRpcServer(Network, server.m_Objects.Library([this] { return Network.CallsUnderWay(); })))
+        , Rpc(capnp::makeRpcServer(Network, server.LibraryFor([this] { return Network.CallsUnderWay(); })))
     {
         ++Server.m_Clients;
         Server.m_Accounts.push_back(Account);
@@ -43,12 +45,13 @@ struct SimulatedServer::Client
     Client& operator=(const Client&) = delete;
     ~Client() noexcept(false)
     {
-        Server.m_Trace.Require(Network.Refusal().isEmpty(),
+        Server.m_Trace.Require(Network.Refusal().isEmpty() || Mannered == Manners::Any,
                                QStringLiteral("a client was refused: ") + Network.Refusal());
         --Server.m_Clients;
     }
 
     SimulatedServer& Server;
+    const Manners Mannered;
     ClientAccountRef Account;
     ClientNetwork Network;
     capnp::RpcSystem<capnp::rpc::twoparty::VatId> Rpc;
@@ -144,9 +147,23 @@ void SimulatedServer::AddOwn(PlantController& controller) const
     }
 }
 
-void SimulatedServer::Accept(kj::AutoCloseFd socket)
+void SimulatedServer::NoteLoaded()
 {
-    auto client = kj::heap<Client>(*this, kj::mv(socket));
+    m_IsLoaded = true;
+    m_Loaded.fulfiller->fulfill();
+}
+
+wire::Library::Client SimulatedServer::LibraryFor(std::function<int()> callsUnderWay)
+{
+    if (m_IsLoaded) return m_Objects.Library(std::move(callsUnderWay));
+    return kj::heap<WaitingLibrary>(
+        m_Ready.addBranch(), [this, callsUnderWay] { return m_Objects.Library(callsUnderWay); }, callsUnderWay,
+        [] { return QStringLiteral("the plant"); });
+}
+
+void SimulatedServer::Accept(kj::AutoCloseFd socket, Manners manners)
+{
+    auto client = kj::heap<Client>(*this, kj::mv(socket), manners);
     auto end = client->Network.OnDisconnect();
     m_Tasks.add(end.attach(kj::mv(client)));
 }

@@ -30,7 +30,14 @@ public:
     SimulatedServer(KjLoop& loop, Random& random, Trace& trace);
     ~SimulatedServer() noexcept(false);
 
-    void Accept(kj::AutoCloseFd socket);
+    enum class Manners
+    {
+        Good,
+        Any ///< the server may refuse what it sends
+    };
+    void Accept(kj::AutoCloseFd socket, Manners manners = Manners::Good);
+    /// The plant has been read; until then all calls wait.
+    void NoteLoaded();
     int ClientCount() const { return m_Clients; }
     ::Plant& Plant() { return m_Plant; }
     SimulatedDevice& Device() { return *m_Device; }
@@ -69,6 +76,7 @@ private:
     void AddOwn(PlantController& controller) const;
     void CheckSteady();
     CommandSubjects Subjects();
+    wire::Library::Client LibraryFor(std::function<int()> callsUnderWay);
 
     KjLoop& m_Loop;
     Trace& m_Trace;
@@ -92,5 +100,8 @@ private:
     std::shared_ptr<ClientLedger> m_Ledger;
     std::vector<std::weak_ptr<ClientAccount>> m_Accounts;
     int m_Clients = 0;
+    bool m_IsLoaded = false;
+    kj::PromiseFulfillerPair<void> m_Loaded = kj::newPromiseAndFulfiller<void>();
+    kj::ForkedPromise<void> m_Ready = m_Loaded.promise.fork();
     kj::TaskSet m_Tasks;
 };

@@ -17,11 +17,22 @@ void Run(World& world, int milliseconds)
 
 void Work(World& world)
 {
-    for (int left = world.Chance.Between(40, 250); left > 0; --left) {
+    const int loaded = world.Chance.Between(0, 10); // so many things happen before the plant has been read
+    for (int done = 0, most = world.Chance.Between(40, 250); done < most; ++done) {
+        if (done == loaded) world.Server.NoteLoaded();
         DoSomething(world);
         world.Log.Check();
-        if (world.Chance.OneIn(3)) continue; // the next thing happens at the same time
-        Run(world, world.Chance.OneIn(30) ? world.Chance.Between(500, 5000) : world.Chance.Between(0, 60));
+        switch (world.Chance.Below(16)) {
+        case 0: Run(world, world.Chance.Between(60, 3000)); break;
+        case 1:
+        case 2:
+        case 3: Run(world, 0); break; // less than it needs
+        case 4:
+        case 5:
+        case 6:
+        case 7: break; // the next thing happens at the same time
+        default: Run(world, world.Chance.Between(1, 60));
+        }
     }
 }
 
