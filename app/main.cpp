@@ -1,5 +1,5 @@
-#include "commandline/QtOptions.h"
 #include "commandline/CommandLine.h"
+#include "commandline/QtOptions.h"
 #include "core/ConsoleServices.h"
 #include "core/ConsoleStyle.h"
 #include "core/DesktopColours.h"
@@ -49,6 +49,18 @@ void ShowLink(frmMDI& mainWindow, const VelSQLLib& library)
     });
 }
 
+int Run()
+{
+    RemoteLibrary library;
+    library.OnServerBusy([](const QString& what) { std::fprintf(stderr, "velsqltester: %s\n", qPrintable(what)); });
+    Platform platform;
+    ConsoleServices services{library, platform};
+    const auto mainWindow = StartConsole(services);
+    if (!mainWindow) return EXIT_FAILURE;
+    ShowLink(*mainWindow, library);
+    return QApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -60,13 +72,10 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(VELSQL_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("velsqltester"));
     DesktopColours::FollowSession(&application);
-
-    RemoteLibrary library;
-    library.OnServerBusy([](const QString& what) { std::fprintf(stderr, "velsqltester: %s\n", qPrintable(what)); });
-    Platform platform;
-    ConsoleServices services{library, platform};
-    const auto mainWindow = StartConsole(services);
-    if (!mainWindow) return EXIT_FAILURE;
-    ShowLink(*mainWindow, library);
-    return QApplication::exec();
+    try {
+        return Run();
+    } catch (...) { // before there is a window that could say it
+        std::fprintf(stderr, "velsqltester: %s\n", qPrintable(CurrentErrorDescription()));
+        return EXIT_FAILURE;
+    }
 }

@@ -1,6 +1,7 @@
 #include "core/automation/Errors.h"
 
 #include <new>
+#include <system_error>
 
 DescribedError::DescribedError(const QString& description)
     : std::runtime_error(description.toStdString())
@@ -37,6 +38,8 @@ QString CurrentErrorDescription()
         return error.Description();
     } catch (const std::bad_alloc&) {
         return QStringLiteral("Out of memory");
+    } catch (const std::system_error& error) { // of threads; everything else that the system refuses is described
+        return QStringLiteral("No further thread can be started: %1").arg(QString::fromUtf8(error.what()));
     } catch (const std::exception& error) {
         return QString::fromUtf8(error.what());
     } catch (...) {

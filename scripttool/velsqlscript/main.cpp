@@ -81,8 +81,8 @@ int RunStatement(const ScriptOptions& options)
         try {
             RunQuery(*engine, *options.Query, output);
             return int{Done};
-        } catch (const DescribedError& error) {
-            return FailByName(ScriptFailed, error);
+        } catch (...) {
+            return FailByName(ScriptFailed, DescribedError(CurrentErrorDescription()));
         }
     });
 }
@@ -102,5 +102,7 @@ int main(int argc, char** argv)
         return Done;
     } catch (const DescribedError& error) {
         return FailByName(Unusable, error);
+    } catch (...) { // memory, sockets
+        return FailByName(ScriptFailed, DescribedError(CurrentErrorDescription()));
     }
 }

@@ -118,8 +118,8 @@ int SayError(const std::function<int()>& action)
 {
     try {
         return action();
-    } catch (const DescribedError& error) {
-        std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(error.Description()));
+    } catch (...) {
+        std::fprintf(stderr, "velsqltrend: %s\n", qPrintable(CurrentErrorDescription()));
         return EXIT_FAILURE;
     }
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/automation/Errors.h"
+
 #include <QObject>
 #include <QThread>
 
@@ -11,6 +13,7 @@ template <typename Feed>
 class FeedThread
 {
 public:
+    /// Throws DescribedError when there is no thread to be had.
     template <typename... Arguments>
     explicit FeedThread(Arguments&&... arguments)
         : m_Thread(new QThread)
@@ -19,6 +22,10 @@ public:
         m_Feed->moveToThread(m_Thread);
         QObject::connect(m_Thread, &QThread::finished, m_Feed, &QObject::deleteLater);
         m_Thread->start();
+        if (m_Thread->isRunning()) return;
+        delete m_Feed;
+        delete m_Thread;
+        throw DescribedError(QStringLiteral("No further thread can be started."));
     }
     FeedThread(const FeedThread&) = delete;
     FeedThread& operator=(const FeedThread&) = delete;

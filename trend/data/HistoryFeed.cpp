@@ -137,8 +137,8 @@ void HistoryFeed::AnswerLatest()
         AnswerAll(questions);
     } catch (const Outdated&) {
         return; // the newer question waits in the event loop
-    } catch (const DescribedError& error) {
-        trouble = error.Description();
+    } catch (...) {
+        trouble = CurrentErrorDescription();
     }
     Q_EMIT Finished(trouble);
 }

@@ -22,7 +22,7 @@ void ItemListFeed::List()
             Q_EMIT Listed(items);
         }
         Q_EMIT Finished({});
-    } catch (const DescribedError& error) {
-        Q_EMIT Finished(error.Description());
+    } catch (...) {
+        Q_EMIT Finished(CurrentErrorDescription());
     }
 }

@@ -85,17 +85,19 @@ LiveFeed::~LiveFeed() = default;
 
 void LiveFeed::Open()
 {
-    m_Library = m_Make();
-    m_Library->OnServerChange([this] { NotePresence(); });
     Attach(true);
 }
 
 void LiveFeed::Attach(bool mayStart)
 {
     try {
+        if (!m_Library) {
+            m_Library = m_Make();
+            m_Library->OnServerChange([this] { NotePresence(); });
+        }
         m_Engine = mayStart ? m_Library->CreateEngine() : m_Library->AttachEngine();
-    } catch (const DescribedError& error) {
-        Q_EMIT AbsenceChanged(error.Description());
+    } catch (...) {
+        Q_EMIT AbsenceChanged(CurrentErrorDescription());
         m_Retry.start(RetryMs);
         return;
     }
@@ -131,7 +133,7 @@ void LiveFeed::LearnZone()
                                                          Variant(QStringLiteral("Count"))));
         constexpr qint32 Time = 1, Utc = 2;
         if (rows.Next()) m_Zone = std::llround(rows.Number(Utc)) - AsIfUtc(rows.Cell(Time).Get<Date>());
-    } catch (const DescribedError&) { // no history: the zone of this machine
+    } catch (...) { // no history: the zone of this machine
     }
 }
 
@@ -201,8 +203,8 @@ bool LiveFeed::Find(Watched& watched)
             watched.Item = m_Engine->FindItem(watched.Name.left(at), watched.Name.mid(at + 1)).Item;
             watched.Controller = watched.Name.left(at);
             return true;
-        } catch (const DescribedError& error) {
-            why = error.Description();
+        } catch (...) {
+            why = CurrentErrorDescription();
         }
     }
     Fail(watched, why);
@@ -219,7 +221,7 @@ void LiveFeed::Subscribe(const WatchedRef& watched)
             subscription = std::make_unique<Subscription>(*this, *controller);
         }
         subscription->Items[watched->Name.mid(watched->Controller.size() + 1)] = watched;
-    } catch (const DescribedError&) {
+    } catch (...) {
         m_Subscriptions.erase(watched->Controller);
         watched->IsSilent = true;
     }
@@ -291,9 +293,9 @@ void LiveFeed::Read(Watched& watched)
         news.Value = ReadingOf(value);
         news.State = state == 0 ? PenState::Good : state == 1 ? PenState::Failed : PenState::Undefined;
         Tell(std::move(news));
-    } catch (const DescribedError& error) {
+    } catch (...) {
         watched.Item.reset(); // it may have been removed, and be added again
-        Fail(watched, error.Description());
+        Fail(watched, CurrentErrorDescription());
     }
 }
 

@@ -33,7 +33,8 @@ void Paint(QPaintDevice& device, const QSizeF& size, const PictureContent& conte
 
 void WritePng(QBuffer& file, const PictureContent& content, const Format& format, const PictureColours& colours)
 {
-    PictureFile::Image(content, format, colours).save(&file, "PNG");
+    if (!PictureFile::Image(content, format, colours).save(&file, "PNG"))
+        throw DescribedError(QStringLiteral("The picture cannot be written as PNG."));
 }
 
 void WriteSvg(QBuffer& file, const PictureContent& content, const Format& format, const PictureColours& colours)
@@ -80,6 +81,7 @@ QImage PictureFile::Image(const PictureContent& content, const Format& format, c
 {
     CheckFormat(format);
     QImage image((QSizeF(format.Size) * format.Ratio).toSize(), QImage::Format_RGB32);
+    if (image.isNull()) throw DescribedError(QStringLiteral("There is no memory for the picture."));
     image.setDevicePixelRatio(format.Ratio);
     image.fill(colours.Paper);
     Paint(image, format.Size, content, colours);

@@ -63,21 +63,23 @@ PictureLayout TrendPainter::Paint(QPainter& painter, const QSizeF& size, const P
     return layout;
 }
 
-/// Where the device is made of pixels, into a layer of its own, which then is laid over the grid.
+/// Where the device is made of pixels, into a layer of its own, which then is laid over the grid; directly where there
+/// is no memory for one.
 void TrendPainter::PaintCurves(const Frame& frame)
 {
     const QRectF& plot = frame.Layout.Plot;
     const double ratio = frame.On.device()->devicePixelRatioF();
     m_Bad.clear();
-    if (frame.On.paintEngine()->type() != QPaintEngine::Raster) {
+    const QSize pixels = (plot.size() * ratio).toSize();
+    const bool hasPixels = frame.On.paintEngine()->type() == QPaintEngine::Raster;
+    if (hasPixels && m_Layer.size() != pixels) m_Layer = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
+    if (!hasPixels || m_Layer.isNull()) {
         frame.On.save();
         frame.On.translate(plot.topLeft());
         CurvePainter curves(frame.On, frame.Layout.Shown, plot.size(), ratio, nullptr);
         PaintPens(frame, curves);
         frame.On.restore();
     } else {
-        const QSize pixels = (plot.size() * ratio).toSize();
-        if (m_Layer.size() != pixels) m_Layer = QImage(pixels, QImage::Format_ARGB32_Premultiplied);
         m_Layer.setDevicePixelRatio(ratio);
         m_Layer.fill(Qt::transparent);
         QPainter onLayer(&m_Layer);

@@ -54,8 +54,9 @@ void frmTrend::Report(const std::function<void()>& action)
 {
     try {
         action();
-    } catch (const DescribedError& error) {
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("Trend"), error.Description(), QMessageBox::Ok, this);
+    } catch (...) {
+        const QString what = CurrentErrorDescription();
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Trend"), what, QMessageBox::Ok, this);
         box.setTextFormat(Qt::PlainText);
         box.exec();
     }

@@ -85,9 +85,11 @@ void frmTrend::ConnectPens()
 
 void frmTrend::Choose()
 {
-    auto* const chooser = new frmChooser(m_Make, this);
-    connect(chooser, &frmChooser::Chosen, this, &frmTrend::AddItems);
-    chooser->show();
+    Report([this] {
+        auto* const chooser = new frmChooser(m_Make, this);
+        connect(chooser, &frmChooser::Chosen, this, &frmTrend::AddItems);
+        chooser->show();
+    });
 }
 
 int frmTrend::CurrentRow() const
