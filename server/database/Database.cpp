@@ -227,7 +227,12 @@ DatabaseSession::~DatabaseSession()
 
 sqlite3* DatabaseSession::SqliteHandle() const
 {
-    const QVariant handle = Database().driver()->handle();
+    return SqliteHandleOf(*Database().driver());
+}
+
+sqlite3* SqliteHandleOf(const QSqlDriver& driver)
+{
+    const QVariant handle = driver.handle();
     return handle.typeName() == QByteArrayView("sqlite3*") ? *static_cast<sqlite3* const*>(handle.constData())
                                                            : nullptr;
 }

@@ -53,6 +53,9 @@ private:
     bool m_IsAboutTheValue;
 };
 
+/// The handle of SQLite's own library; null for other databases or when the driver does not provide it.
+sqlite3* SqliteHandleOf(const QSqlDriver& driver);
+
 /// An open connection to a database, to be used by the thread that made it.
 class DatabaseSession
 {
@@ -64,7 +67,7 @@ public:
     ~DatabaseSession();
 
     QSqlDatabase Database() const { return QSqlDatabase::database(m_Name, false); }
-    /// The handle of SQLite's own library; null for other databases or when the driver does not provide it.
+    /// See SqliteHandleOf.
     sqlite3* SqliteHandle() const;
     /// Runs a statement without a result. Throws DatabaseError.
     void Run(const QString& statement) const;

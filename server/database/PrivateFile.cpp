@@ -1,5 +1,7 @@
 #include "server/database/PrivateFile.h"
 
+#include "core/automation/Errors.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -43,6 +45,8 @@ void MakePrivateFile(const QString& path)
     const std::lock_guard lock(guard);
     const int file = open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, OfFile);
     if (file >= 0) close(file);
+    else if (const QString reason = qt_error_string(errno); !QFile::exists(path))
+        throw DescribedError(QStringLiteral("%1 cannot be made: %2").arg(path, reason)); // others would make it for all
 }
 
 void TakeFromOthers(const QString& path)

@@ -3,8 +3,7 @@
 #include <QString>
 
 /// Creates a database's file, and folders that are missing, for this user only: SQLite gives its companions (-wal,
-/// -shm, -journal) the mode of the file. Existing files stay as their owner wants them. Failures are left to the code
-/// that opens the file.
+/// -shm, -journal) the mode of the file. Existing files stay as their owner wants them. Throws DescribedError.
 void MakePrivateFile(const QString& path);
 
 /// SQLite gives the file of shared memory beside a database the mode that this has at that moment, and keeps it. If it

@@ -1,10 +1,10 @@
 #include "server/history/Recorder.h"
 
+#include "server/history/RecordingReport.h"
 #include "server/log/Log.h"
 #include "server/postgreshistory/PostgresTable.h"
 #include "server/sqlitehistory/SqliteTable.h"
 
-#include <mutex>
 #include <QHash>
 #include <QRegularExpression>
 
@@ -16,97 +16,17 @@ using Clock = std::chrono::steady_clock;
 // What is not written by then stays on disk for the next server.
 constexpr auto LongestEnd = 5s;
 constexpr auto TimeToWriteAtEnd = 3s;
-constexpr auto LongestSilence = 5s;
-constexpr auto BetweenReports = 60s;
+constexpr auto BetweenTakeOvers = 60s;
 constexpr qsizetype MostRefused = 10'000;
 
-QString NameOf(int destination)
-{
-    return QStringLiteral("History destination %1: ").arg(destination);
-}
-
 } // namespace
-
-/// Tells the log whether values are written, wait or are dropped, each once; from the threads of writer and keeper.
-class Recorder::Reporter
-{
-public:
-    Reporter(int number, std::shared_ptr<WaitingValues> waiting)
-        : m_Number(number)
-        , m_Waiting(std::move(waiting))
-    {
-    }
-
-    void SayWaiting(const QString& reason)
-    {
-        const std::lock_guard lock(m_Guard);
-        if (m_WaitReason.isEmpty()) m_Dropped = 0;
-        if (std::exchange(m_WaitReason, reason) != reason)
-            Say(LogLevel::Error, QStringLiteral("Values wait: ") + reason);
-    }
-
-    void SayWritten()
-    {
-        const std::lock_guard lock(m_Guard);
-        if (m_WaitReason.isEmpty()) return;
-        TakeDropped();
-        SayDropped();
-        Say(LogLevel::Info, QStringLiteral("Values are written again; %1 were dropped meanwhile.").arg(m_Dropped));
-        m_WaitReason.clear();
-        m_Dropped = 0;
-    }
-
-    void Look()
-    {
-        if (m_Waiting->BusyFor() > LongestSilence)
-            SayWaiting(QStringLiteral("the database has not answered for %1 seconds.").arg(LongestSilence.count()));
-        const std::lock_guard lock(m_Guard);
-        TakeDropped();
-        if (Clock::now() - m_Reported > BetweenReports) SayDropped();
-    }
-
-    /// What has not been said yet.
-    void Finish()
-    {
-        const std::lock_guard lock(m_Guard);
-        TakeDropped();
-        SayDropped();
-    }
-
-    void Say(LogLevel level, const QString& text) const { Log(level, NameOf(m_Number) + text); }
-
-private:
-    void TakeDropped()
-    {
-        const DroppedValues dropped = m_Waiting->TakeDropped();
-        m_Dropped += dropped.Count;
-        m_Unreported.Add(dropped.Count, dropped.Begin, dropped.End);
-    }
-
-    void SayDropped()
-    {
-        if (m_Unreported.Count == 0) return;
-        Say(LogLevel::Warning,
-            QStringLiteral("Too many values wait: the oldest are dropped, %1.").arg(m_Unreported.Text()));
-        m_Unreported = {};
-        m_Reported = Clock::now();
-    }
-
-    const int m_Number;
-    const std::shared_ptr<WaitingValues> m_Waiting;
-    mutable std::mutex m_Guard;
-    /// Why values are waiting; empty while they are written.
-    QString m_WaitReason;
-    quint64 m_Dropped = 0; ///< since values were last written
-    DroppedValues m_Unreported;
-    Clock::time_point m_Reported = Clock::now() - BetweenReports;
-};
 
 /// The writing thread's side.
 class Recorder::Writer
 {
 public:
-    Writer(HistoryDestination destination, std::shared_ptr<WaitingValues> waiting, std::shared_ptr<Reporter> reporter)
+    Writer(HistoryDestination destination, std::shared_ptr<WaitingValues> waiting,
+           std::shared_ptr<RecordingReport> reporter)
         : m_Destination(std::move(destination))
         , m_IsPostgreSql(DatabaseAddress(m_Destination.ConnectionString).IsPostgreSql())
         , m_Waiting(std::move(waiting))
@@ -116,57 +36,79 @@ public:
 
     void Run(const std::stop_token& stop)
     {
-        m_Waiting->OnDisk().TakeOver();
+        TakeOver();
         // Early, so that queries find the table.
-        Open();
+        Attempt([this] { Open(); });
         std::optional<Clock::time_point> end;
         while (!end || Clock::now() < *end) {
             if (!end && stop.stop_requested()) end = Clock::now() + TimeToWriteAtEnd;
-            SpoolBatch batch = m_Waiting->Next(stop);
+            TakeOver();
+            SpoolBatch batch;
+            if (!Until(stop, [&] { batch = m_Waiting->Next(stop); })) return;
             if (batch.Values.empty()) {
                 if (stop.stop_requested()) return ForgetOwn();
                 continue;
             }
-            while (!Write(batch)) {
-                if (stop.stop_requested()) return;
-                m_Waiting->Pause(stop);
-            }
+            if (!Until(stop, [&] { Write(batch); })) return;
         }
     }
 
 private:
-    bool Open()
+    /// What earlier servers left. What cannot be read is tried again now and then.
+    void TakeOver()
     {
-        if (m_Table && m_Table->IsGone()) m_Table.reset();
-        if (m_Table) return true;
-        try {
-            if (m_IsPostgreSql) m_Table = std::make_unique<PostgresTable>(m_Destination);
-            else m_Table = std::make_unique<SqliteTable>(m_Destination);
-            // Where a connection was lost, only the database knows whether it has committed.
-            for (const quint64 spool : m_Waiting->OnDisk().Ids()) NoteWritten({spool, m_Table->Written(spool)});
-            return true;
-        } catch (const DescribedError& error) {
-            m_Table.reset();
-            m_Reporter->SayWaiting(error.Description());
-            return false;
-        }
+        if (Clock::now() < m_NextTakeOver) return;
+        const bool isAll = m_Waiting->OnDisk().TakeOver();
+        m_NextTakeOver = isAll ? Clock::time_point::max() : Clock::now() + BetweenTakeOvers;
+        m_Table.reset(); // it is asked anew what of them has been written
     }
 
-    bool Write(SpoolBatch& batch)
+    /// Returns whether it was done. Whatever fails, values wait until it can be done, and the log says why.
+    bool Attempt(const std::function<void()>& work)
     {
         try {
-            if (!Open()) return false;
-            batch.SkipTo(m_Written.value(batch.Spool));
-            while (!batch.Values.empty()) WriteSome(batch, batch.Values.size());
-            ForgetEmptied();
-            m_Reporter->SayWritten();
+            work();
             return true;
         } catch (const DescribedError& error) {
             // An open connection keeps what others need to read while the disk is full.
             if (m_Table && !m_Table->Survives(error)) m_Table.reset();
             m_Reporter->SayWaiting(error.Description());
-            return false;
+        } catch (...) { // memory or a thread that there is not
+            m_Table.reset();
+            m_Reporter->SayWaiting(CurrentErrorDescription());
         }
+        return false;
+    }
+
+    /// Tries again until it is done; returns false when told to stop before.
+    bool Until(const std::stop_token& stop, const std::function<void()>& work)
+    {
+        while (!Attempt(work)) {
+            if (stop.stop_requested()) return false;
+            m_Waiting->Pause(stop);
+        }
+        return true;
+    }
+
+    void Open()
+    {
+        if (m_Table && m_Table->IsGone()) m_Table.reset();
+        if (m_Table) return;
+        std::unique_ptr<HistoryTable> table;
+        if (m_IsPostgreSql) table = std::make_unique<PostgresTable>(m_Destination);
+        else table = std::make_unique<SqliteTable>(m_Destination);
+        // Where a connection was lost, only the database knows whether it has committed.
+        for (const quint64 spool : m_Waiting->OnDisk().Ids()) NoteWritten({spool, table->Written(spool)});
+        m_Table = std::move(table);
+    }
+
+    void Write(SpoolBatch& batch)
+    {
+        Open();
+        batch.SkipTo(m_Written.value(batch.Spool));
+        while (!batch.Values.empty()) WriteSome(batch, batch.Values.size());
+        ForgetEmptied();
+        m_Reporter->SayWritten();
     }
 
     /// Writes the first `count` values or, when one of these is refused, fewer; they leave the batch.
@@ -203,7 +145,7 @@ private:
     void ForgetOwn()
     {
         try {
-            if (m_Table) m_Table->Forget(m_Waiting->OnDisk().Id());
+            if (m_Table && m_Waiting->OnDisk().IsOwnEmpty()) m_Table->Forget(m_Waiting->OnDisk().Id());
         } catch (const DescribedError& error) {
             m_Reporter->Say(LogLevel::Debug, error.Description());
         }
@@ -223,18 +165,20 @@ private:
     const HistoryDestination m_Destination;
     const bool m_IsPostgreSql;
     const std::shared_ptr<WaitingValues> m_Waiting;
-    const std::shared_ptr<Reporter> m_Reporter;
+    const std::shared_ptr<RecordingReport> m_Reporter;
     std::unique_ptr<HistoryTable> m_Table; ///< null while the database is away
     QHash<quint64, quint64> m_Written;     ///< by spool: up to this sequence
+    Clock::time_point m_NextTakeOver;
     /// Items, and why their value was last refused.
     QHash<QString, QString> m_Refused;
 };
 
 Recorder::Recorder(int number, const HistoryDestination& destination, const SpoolSettings& spool)
     : m_Number(number)
-    , m_Waiting(std::make_shared<WaitingValues>(NameOf(number), spool, NameOf(destination), destination.Surviving))
+    , m_Waiting(std::make_shared<WaitingValues>(RecordingReport::NameOf(number), spool, NameOf(destination),
+                                                destination.Surviving))
 {
-    const auto reporter = std::make_shared<Reporter>(number, m_Waiting);
+    const auto reporter = std::make_shared<RecordingReport>(number, m_Waiting);
     const auto writer = std::make_shared<Writer>(destination, m_Waiting, reporter);
     m_Keeper.emplace([waiting = m_Waiting, reporter](const std::stop_token& stop) {
         waiting->Keep(stop, [&] { reporter->Look(); });
@@ -249,7 +193,7 @@ Recorder::~Recorder()
     m_Keeper.reset(); // the last one: it keeps what could not be written
     const quint64 lost = m_Waiting->CountInMemory();
     const quint64 left = m_Waiting->OnDisk().Count();
-    const QString name = NameOf(m_Number);
+    const QString name = RecordingReport::NameOf(m_Number);
     if (lost > 0) Log(LogLevel::Error, name + QStringLiteral("%1 values are lost.").arg(lost));
     if (left > 0) Log(LogLevel::Warning, name + QStringLiteral("%1 values wait on disk for the next start.").arg(left));
 }

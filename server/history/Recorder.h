@@ -25,7 +25,6 @@ public:
 
 private:
     class Writer;
-    class Reporter;
 
     const int m_Number;
     std::shared_ptr<WaitingValues> m_Waiting;

@@ -1,17 +1,21 @@
 #include "server/history/ResultRows.h"
 
 #include "core/automation/Calendar.h"
+#include "core/automation/Errors.h"
+#include "server/database/Database.h"
 #include "server/database/SqlValue.h"
 
 #include <QDateTime>
 #include <QLibrary>
 #include <QLocale>
+#include <QSqlDriver>
 #include <QSqlRecord>
 #include <QSqlResult>
 
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <sqlite3.h>
 
 namespace {
 
@@ -193,12 +197,16 @@ ResultRows::ResultRows(QSqlQuery& query)
     : m_Query(query)
     , m_Columns(query.record().count())
     , m_IsPostgreSql(IsPostgreSql(query))
+    , m_Sqlite(SqliteHandleOf(*query.driver()))
 {
 }
 
 bool ResultRows::Next()
 {
     const bool isThere = m_Query.next();
+    // Qt's driver takes a text for which SQLite has found no memory for an empty one.
+    if (isThere && m_Sqlite && sqlite3_errcode(m_Sqlite) == SQLITE_NOMEM)
+        throw DescribedError(QStringLiteral("There is not enough memory for a row of the result."));
     if (isThere && m_IsPostgreSql)
         m_PostgresRow = *static_cast<const void* const*>(m_Query.result()->handle().constData());
     return isThere;

@@ -100,8 +100,8 @@ void ResultSpool::Finish(const QString& failure)
     QString reason = failure;
     try {
         Flush();
-    } catch (const DescribedError& error) {
-        if (reason.isEmpty()) reason = error.Description();
+    } catch (...) { // memory, too; otherwise its readers would wait for the end
+        if (reason.isEmpty()) reason = CurrentErrorDescription();
     }
     const std::lock_guard lock(m_Guard);
     m_Failure = reason;
@@ -118,7 +118,12 @@ void ResultSpool::FinishWithoutRows(qint64 affected)
 void ResultSpool::Flush()
 {
     if (m_WaitingRows == 0) return;
-    const auto bytes = Encode();
+    kj::Array<kj::byte> bytes;
+    try {
+        bytes = Encode();
+    } catch (...) {
+        throw DescribedError(QStringLiteral("There is not enough memory for row %1 of the result.").arg(m_Rows + 1));
+    }
     if (m_FileSize + static_cast<qint64>(bytes.size()) > m_MostBytes)
         throw DescribedError(
             QStringLiteral("The result is larger than %1, where reading it ends.").arg(SizeText(m_MostBytes)));

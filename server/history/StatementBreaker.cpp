@@ -87,7 +87,12 @@ void StatementBreaker::Break(const QString& reason)
     m_Reason = reason;
     m_State->Broken = true;
     if (m_State->PostgreSqlProcess == 0) return;
-    m_Messenger.emplace([address = m_Address, state = m_State](const std::stop_token& stop) {
-        while (state->PostgreSqlProcess != 0 && !stop.stop_requested()) TellPostgreSql(address, *state, stop);
-    });
+    try {
+        m_Messenger.emplace([address = m_Address, state = m_State](const std::stop_token& stop) {
+            while (state->PostgreSqlProcess != 0 && !stop.stop_requested()) TellPostgreSql(address, *state, stop);
+        });
+    } catch (...) { // also called by destructors
+        Log(LogLevel::Warning, QStringLiteral("A statement that nobody waits for ends only with its next row: ") +
+                                   CurrentErrorDescription());
+    }
 }

@@ -1,5 +1,6 @@
 #include "server/publishing/Publication.h"
 
+#include "core/automation/Errors.h"
 #include "server/log/Log.h"
 #include "server/plant/PlantController.h"
 #include "server/publishing/PublishedValue.h"
@@ -89,7 +90,14 @@ public:
     void Run(const std::stop_token& stop)
     {
         while (!IsOver(stop)) {
-            SpoolBatch batch = m_Values->Next(stop);
+            SpoolBatch batch;
+            try {
+                batch = m_Values->Next(stop);
+            } catch (...) { // they wait
+                SayRefused(CurrentErrorDescription());
+                Pause(stop);
+                continue;
+            }
             if (batch.Values.empty() && stop.stop_requested()) return;
             while (!batch.Values.empty() && !IsOver(stop)) SendSome(batch, stop);
         }

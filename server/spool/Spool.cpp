@@ -55,22 +55,38 @@ Spool::~Spool()
     if (m_Folder && m_Segments.empty()) m_Folder->Remove();
 }
 
-void Spool::TakeOver()
+bool Spool::TakeOver()
 {
-    const std::lock_guard lock(m_Guard);
-    for (SpoolFolderRef& folder : SpoolFolder::LeftFor(m_Settings.Folder, m_Destination)) {
-        for (const QString& path : folder->Files()) {
-            try {
-                m_Segments.push_back(std::make_shared<SpoolSegment>(path, folder->Spool()));
-                m_Bytes += m_Segments.back()->Bytes();
-            } catch (const DescribedError& error) {
-                Log(LogLevel::Error, QStringLiteral("Values that wait on disk cannot be read: ") + error.Description());
-            }
+    bool isAll = true;
+    const auto attempt = [&](const auto& work) {
+        try {
+            work();
+        } catch (...) {
+            isAll = false;
+            Log(LogLevel::Error, QStringLiteral("Values that wait on disk cannot be read yet, and are left there: ") +
+                                     CurrentErrorDescription());
         }
-        m_Earlier.push_back(std::move(folder));
-    }
+    };
+    const std::lock_guard lock(m_Guard);
+    attempt([&] {
+        for (SpoolFolderRef& folder : SpoolFolder::LeftFor(m_Settings.Folder, m_Destination))
+            attempt([&] { TakeOver(std::move(folder)); });
+    });
     m_IsTakenOver = true;
     RemoveEmptyFolders();
+    return isAll;
+}
+
+/// Whole or not at all: once the last values of a folder have been written, earlier ones count as written, too.
+void Spool::TakeOver(SpoolFolderRef folder)
+{
+    std::vector<SpoolSegmentRef> segments;
+    for (const QString& path : folder->Files())
+        segments.push_back(std::make_shared<SpoolSegment>(path, folder->Spool()));
+    // In front of what this server has added since.
+    m_Segments.insert(std::ranges::find(m_Segments, m_Id, &SpoolSegment::Spool), segments.begin(), segments.end());
+    for (const SpoolSegmentRef& segment : segments) m_Bytes += segment->Bytes();
+    m_Earlier.push_back(std::move(folder));
 }
 
 std::vector<quint64> Spool::Ids() const
@@ -149,6 +165,12 @@ std::vector<quint64> Spool::TakeEmptied()
     return std::exchange(m_Emptied, {});
 }
 
+bool Spool::IsOwnEmpty() const
+{
+    const std::lock_guard lock(m_Guard);
+    return !m_Stuck.contains(m_Id);
+}
+
 SpoolSegment& Spool::Growing(quint64 first, qint64 bytes)
 {
     const qint64 most = std::min(LargestSegment, m_Settings.MostBytes / FewestSegments);
@@ -202,7 +224,7 @@ void Spool::RemoveFront()
 {
     const SpoolSegmentRef segment = m_Segments.front();
     m_Bytes -= segment->Bytes();
-    segment->Remove();
+    if (!segment->Remove()) m_Stuck.insert(segment->Spool());
     m_Segments.pop_front();
     if (segment == m_Growing) m_Growing.reset();
 }
@@ -218,7 +240,7 @@ void Spool::RemoveEmptyFolders()
             ++folder;
             continue;
         }
-        m_Emptied.push_back((*folder)->Spool());
+        if (!m_Stuck.contains((*folder)->Spool())) m_Emptied.push_back((*folder)->Spool());
         (*folder)->Remove();
         folder = m_Earlier.erase(folder);
     }

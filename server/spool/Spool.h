@@ -7,6 +7,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <set>
 
 struct SpoolSettings
 {
@@ -40,8 +41,9 @@ public:
 
     /// This server's own.
     quint64 Id() const { return m_Id; }
-    /// Takes over what earlier servers left. It may take seconds; called once, before the first Read.
-    void TakeOver();
+    /// Takes over what earlier servers left. It may take seconds; called before the first Read. Returns whether that is
+    /// all: what cannot be read at present is left for another call, and the log says why.
+    bool TakeOver();
     /// All spools that have values here, and this server's own.
     std::vector<quint64> Ids() const;
     /// Values on disk that have not been written.
@@ -54,14 +56,18 @@ public:
     void Append(quint64 first, std::span<const RecordedValue> values);
     DroppedValues TakeDropped();
 
-    /// The oldest values that have not been read; empty when there are none.
+    /// The oldest values that have not been read; empty when there are none. Throws as SpoolSegment::Read.
     SpoolBatch Read(std::size_t most);
     /// The values up to there have been written.
     void Written(SpoolPosition position);
-    /// Spools of earlier servers that have been emptied since the last call.
+    /// Spools of earlier servers that have been emptied since the last call: nobody will ask any more how far they have
+    /// been written.
     std::vector<quint64> TakeEmptied();
+    /// Whether this also holds for this server's own, once everything has been written.
+    bool IsOwnEmpty() const;
 
 private:
+    void TakeOver(SpoolFolderRef folder);
     SpoolSegment& Growing(quint64 first, qint64 bytes);
     bool HasRoom(qint64 bytes) const;
     void MakeRoom(qint64 bytes);
@@ -84,6 +90,7 @@ private:
     std::map<quint64, quint64> m_Read;
     DroppedValues m_Dropped;
     std::vector<quint64> m_Emptied;
+    std::set<quint64> m_Stuck; ///< spools of which a file could not be removed
 };
 
 /// How a destination is named beside the values that wait for it: what it is reached by, without secrets.

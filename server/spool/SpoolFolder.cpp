@@ -1,11 +1,13 @@
 #include "server/spool/SpoolFolder.h"
 
 #include "core/automation/Errors.h"
+#include "server/database/FolderNames.h"
 #include "velsqllib/StateFolder.h"
 
 #include <QDir>
-#include <QFile>
+#include <QFileInfo>
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
@@ -14,19 +16,38 @@
 namespace {
 
 const QString s_DestinationFile = QStringLiteral("/destination");
+const QString s_LockFile = QStringLiteral("/lock");
 
+[[noreturn]] void ThrowReason(const QString& path, const QString& reason)
+{
+    throw DescribedError(QStringLiteral("%1: %2").arg(path, reason));
+}
+
+/// Empty when nobody has noted one. Throws DescribedError when it cannot be read at present.
 QString DestinationOf(const QString& path)
 {
     QFile file(path + s_DestinationFile);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed() : QString();
+    if (!file.exists()) return {};
+    if (!file.open(QIODevice::ReadOnly)) ThrowReason(file.fileName(), file.errorString());
+    const QByteArray text = file.readAll();
+    if (file.error() != QFile::NoError) ThrowReason(file.fileName(), file.errorString());
+    return QString::fromUtf8(text).trimmed();
+}
+
+void NoteDestination(const QString& path, const QString& destination)
+{
+    QFile file(path + s_DestinationFile);
+    const QByteArray text = destination.toUtf8();
+    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.flush())
+        ThrowReason(file.fileName(), file.errorString());
 }
 
 /// Their names begin with the time they were made, so that they sort by age.
 QStringList FoldersIn(const QString& root)
 {
     QStringList paths;
-    for (const QString& name : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-        paths.append(root + u'/' + name);
+    for (const QString& name : NamesIn(root))
+        if (const QString path = root + u'/' + name; QFileInfo(path).isDir()) paths.append(path);
     return paths;
 }
 
@@ -39,12 +60,22 @@ qint64 TimeOfNext(const QString& root)
     return std::max<qint64>(now.time_since_epoch().count(), last + 1);
 }
 
-/// -1 when another process holds it.
+/// A folder without values.
+void Erase(const QString& path)
+{
+    QFile::remove(path + s_LockFile);
+    QFile::remove(path + s_DestinationFile);
+    QDir().rmdir(path);
+}
+
+/// -1 when another process holds it, or has just removed it. Throws DescribedError.
 int LockOf(const QString& path)
 {
-    const int lock = open(QFile::encodeName(path + QStringLiteral("/lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC,
-                          S_IRUSR | S_IWUSR);
-    if (lock < 0 || flock(lock, LOCK_EX | LOCK_NB) == 0) return lock;
+    const QString name = path + s_LockFile;
+    const int lock = open(QFile::encodeName(name).constData(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (lock < 0 && errno == ENOENT) return -1;
+    if (lock < 0) ThrowReason(name, qt_error_string(errno));
+    if (flock(lock, LOCK_EX | LOCK_NB) == 0) return lock;
     close(lock);
     return -1;
 }
@@ -66,17 +97,19 @@ SpoolFolder::~SpoolFolder()
 QStringList SpoolFolder::Files() const
 {
     QStringList paths;
-    for (const QString& name : QDir(m_Path).entryList({QStringLiteral("*.values")}, QDir::Files, QDir::Name))
-        paths.append(m_Path + u'/' + name);
+    for (const QString& name : NamesIn(m_Path))
+        if (name.endsWith(QStringLiteral(".values"))) paths.append(m_Path + u'/' + name);
     return paths;
 }
 
 void SpoolFolder::Remove()
 {
-    if (!Files().isEmpty()) return; // could not be read, or removed
-    QFile::remove(m_Path + QStringLiteral("/lock"));
-    QFile::remove(m_Path + s_DestinationFile);
-    QDir().rmdir(m_Path);
+    try {
+        if (!Files().isEmpty()) return; // could not be removed
+    } catch (const DescribedError&) {
+        return; // the next server looks
+    }
+    Erase(m_Path);
 }
 
 SpoolFolderRef SpoolFolder::Make(const QString& root, quint64 spool, const QString& destination)
@@ -87,14 +120,16 @@ SpoolFolderRef SpoolFolder::Make(const QString& root, quint64 spool, const QStri
                              .arg(TimeOfNext(root), 14, 10, QChar(u'0'))
                              .arg(spool, 16, 16, QChar(u'0'));
     MakePrivateFolder(path);
-    const int lock = LockOf(path);
-    QFile file(path + s_DestinationFile);
-    const QByteArray text = destination.toUtf8();
-    if (lock < 0 || !file.open(QIODevice::WriteOnly) || file.write(text) != text.size()) {
-        if (lock >= 0) close(lock);
-        throw DescribedError(QStringLiteral("%1: %2").arg(path, qt_error_string(errno)));
+    try {
+        const int lock = LockOf(path);
+        if (lock < 0) ThrowReason(path, QStringLiteral("it cannot be made"));
+        SpoolFolderRef folder(new SpoolFolder(path, spool, lock));
+        NoteDestination(path, destination);
+        return folder;
+    } catch (const DescribedError&) {
+        Erase(path); // it is tried again soon, with another one
+        throw;
     }
-    return SpoolFolderRef(new SpoolFolder(path, spool, lock));
 }
 
 SpoolFolderRef SpoolFolder::Open(const QString& path)
@@ -124,13 +159,23 @@ std::vector<SpoolFolderRef> SpoolFolder::LeftFor(const QString& root, const QStr
 QStringList SpoolFolder::LeftForOthers(const QString& root, const QStringList& destinations)
 {
     QStringList lines;
-    for (const QString& path : FoldersIn(root)) {
-        const QString destination = DestinationOf(path);
-        if (destinations.contains(destination)) continue;
-        const SpoolFolderRef folder = Open(path);
-        if (folder && !folder->Files().isEmpty())
-            lines.append(
-                QStringLiteral("Values wait in %1 for a destination that is not used here: %2").arg(path, destination));
+    QStringList folders;
+    try {
+        folders = FoldersIn(root);
+    } catch (const DescribedError& error) {
+        lines.append(error.Description());
+    }
+    for (const QString& path : folders) {
+        try {
+            const QString destination = DestinationOf(path);
+            if (destinations.contains(destination)) continue;
+            const SpoolFolderRef folder = Open(path);
+            if (folder && !folder->Files().isEmpty())
+                lines.append(QStringLiteral("Values wait in %1 for a destination that is not used here: %2")
+                                 .arg(path, destination));
+        } catch (const DescribedError& error) {
+            lines.append(QStringLiteral("Nobody knows for whom values wait: ") + error.Description());
+        }
     }
     return lines;
 }

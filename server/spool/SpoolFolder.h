@@ -16,14 +16,15 @@ public:
 
     quint64 Spool() const { return m_Spool; }
     const QString& Path() const { return m_Path; }
-    /// Full paths of the files that hold values, the oldest first.
+    /// Full paths of the files that hold values, the oldest first. Throws DescribedError.
     QStringList Files() const;
     /// When nothing waits in it any more.
     void Remove();
 
     /// A new one in `root`, for this user only. `destination` says in words where its values go. Throws DescribedError.
     static std::unique_ptr<SpoolFolder> Make(const QString& root, quint64 spool, const QString& destination);
-    /// Those that servers which have ended left for this destination, the oldest first.
+    /// Those that servers which have ended left for this destination, the oldest first. Throws DescribedError when one
+    /// cannot be looked at at present.
     static std::vector<std::unique_ptr<SpoolFolder>> LeftFor(const QString& root, const QString& destination);
     /// Those that they left for others, as lines for the log.
     static QStringList LeftForOthers(const QString& root, const QStringList& destinations);

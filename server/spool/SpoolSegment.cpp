@@ -47,6 +47,8 @@ SpoolSegment::SpoolSegment(const QString& path, quint64 spool)
     if (!m_File.open(QIODevice::ReadOnly))
         throw DescribedError(QStringLiteral("%1: %2").arg(path, m_File.errorString()));
     const QByteArray bytes = m_File.readAll();
+    if (m_File.error() != QFile::NoError)
+        throw DescribedError(QStringLiteral("%1: %2").arg(path, m_File.errorString()));
     m_File.close();
     for (qsizetype at = FindFrame(bytes, 0); at >= 0; at = FindFrame(bytes, m_Bytes)) {
         const auto header = FrameHeader::Read(QByteArrayView(bytes).sliced(at));
@@ -75,6 +77,17 @@ void SpoolSegment::Append(const QByteArray& frame, bool waitsForDisk)
 
 SpoolBatch SpoolSegment::Read(quint64 done, std::size_t most)
 {
+    const qint64 before = m_ReadAt;
+    try {
+        return ReadOn(done, most);
+    } catch (...) {
+        m_ReadAt = before;
+        throw;
+    }
+}
+
+SpoolBatch SpoolSegment::ReadOn(quint64 done, std::size_t most)
+{
     SpoolBatch batch;
     batch.Spool = m_Spool;
     while (batch.Values.size() < most) {
@@ -95,17 +108,18 @@ SpoolBatch SpoolSegment::Read(quint64 done, std::size_t most)
     return batch;
 }
 
-void SpoolSegment::Remove()
+bool SpoolSegment::Remove()
 {
-    if (!m_IsDamaged) {
-        m_File.remove();
-        return;
-    }
     const QFileInfo file(m_File);
     const QString aside = QStringLiteral("%1-%2.damaged").arg(file.path(), file.completeBaseName());
-    m_File.rename(aside);
-    Log(LogLevel::Error,
-        QStringLiteral("Values that waited on disk are damaged: their file is set aside as %1.").arg(aside));
+    const bool isGone = (m_IsDamaged ? m_File.rename(aside) : m_File.remove()) || !file.exists();
+    if (!isGone)
+        Log(LogLevel::Warning, QStringLiteral("%1 is of no use any more and cannot be removed: %2")
+                                   .arg(file.filePath(), m_File.errorString()));
+    else if (m_IsDamaged)
+        Log(LogLevel::Error,
+            QStringLiteral("Values that waited on disk are damaged: their file is set aside as %1.").arg(aside));
+    return isGone;
 }
 
 void SpoolSegment::Count(const FrameHeader& header)
@@ -117,6 +131,13 @@ void SpoolSegment::Count(const FrameHeader& header)
     m_Count += header.Count;
 }
 
+bool SpoolSegment::Open()
+{
+    if (m_File.isOpen() || m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) return true;
+    if (m_File.exists()) throw DescribedError(QStringLiteral("%1: %2").arg(m_File.fileName(), m_File.errorString()));
+    return false;
+}
+
 QByteArray SpoolSegment::BytesAt(qint64 at, qint64 count)
 {
     m_File.seek(at);
@@ -126,7 +147,7 @@ QByteArray SpoolSegment::BytesAt(qint64 at, qint64 count)
 std::optional<FrameHeader> SpoolSegment::NextHeader()
 {
     if (m_ReadAt >= m_Bytes) return std::nullopt;
-    if (!m_File.isOpen() && !m_File.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    if (!Open()) {
         Log(LogLevel::Error,
             QStringLiteral("Values that waited on disk are lost: %1: %2").arg(m_File.fileName(), m_File.errorString()));
         m_ReadAt = m_Bytes;

@@ -26,7 +26,8 @@ class SpoolSegment
 public:
     /// A new one, that begins with this sequence.
     SpoolSegment(const QString& folder, quint64 spool, quint64 first);
-    /// One that is there. What a server that was killed has left half-written at its end does not count.
+    /// One that is there. What a server that was killed has left half-written at its end does not count. Throws
+    /// DescribedError.
     SpoolSegment(const QString& path, quint64 spool);
 
     QString Path() const { return m_File.fileName(); }
@@ -41,15 +42,20 @@ public:
     /// Adds a frame whole or not at all. Throws DescribedError. `waitsForDisk`: it then survives a power cut.
     void Append(const QByteArray& frame, bool waitsForDisk);
     /// Values that follow each other, the first of them behind `done`; `most` is exceeded by one frame at most. Empty
-    /// when there are none behind it. Frames that are damaged are left out.
+    /// when there are none behind it. Frames that are damaged are left out. Throws, DescribedError among others, when it
+    /// cannot be read at present; then nothing has been read.
     SpoolBatch Read(quint64 done, std::size_t most);
     /// It will not grow any more.
     void Finish() { m_File.close(); }
-    /// From the disk; when it was found damaged it is set aside beside the folder instead, and the log says so.
-    void Remove();
+    /// From the disk; when it was found damaged it is set aside beside the folder instead, and the log says so. Returns
+    /// false when it cannot be removed: then it stays, and the log says why.
+    bool Remove();
 
 private:
     void Count(const FrameHeader& header);
+    SpoolBatch ReadOn(quint64 done, std::size_t most);
+    /// Returns false when the file is gone.
+    bool Open();
     QByteArray BytesAt(qint64 at, qint64 count);
     /// Of the frame that is read next, behind damage; empty at the end.
     std::optional<FrameHeader> NextHeader();

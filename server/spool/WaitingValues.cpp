@@ -209,14 +209,15 @@ bool WaitingValues::KeepSome(quint64 end)
     const quint64 first = std::max(m_Kept + 1, m_First);
     end = std::min({end, End(), first + LargestBatch});
     if (first >= end) return false;
-    const auto begin = m_Values.begin() + static_cast<std::ptrdiff_t>(first - m_First);
-    const std::vector<RecordedValue> values(begin, begin + static_cast<std::ptrdiff_t>(end - first));
-    lock.unlock();
     QString problem;
     try {
+        const auto begin = m_Values.begin() + static_cast<std::ptrdiff_t>(first - m_First);
+        const std::vector<RecordedValue> values(begin, begin + static_cast<std::ptrdiff_t>(end - first));
+        lock.unlock();
         m_Spool.Append(first, values);
-    } catch (const DescribedError& error) {
-        problem = error.Description();
+    } catch (...) { // memory for so many values among others
+        if (lock.owns_lock()) lock.unlock();
+        problem = CurrentErrorDescription();
     }
     SayProblem(problem);
     if (!problem.isEmpty()) return false;

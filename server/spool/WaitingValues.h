@@ -30,7 +30,7 @@ public:
     // What the writer does.
 
     /// The oldest values, which go on waiting until they are Written; empty when told to stop and nothing waits in
-    /// memory.
+    /// memory. Throws as SpoolSegment::Read.
     SpoolBatch Next(const std::stop_token& stop);
     void Written(SpoolPosition position);
     /// Waits for as long as the database is given time to come back.

@@ -1,5 +1,6 @@
 #include "server/sqlitehistory/PartitionFolder.h"
 
+#include "server/database/FolderNames.h"
 #include "server/log/Log.h"
 
 #include <QDateTime>
@@ -101,8 +102,9 @@ PartitionFolder::PartitionFolder(const QString& database, const QString& table)
 QStringList PartitionFolder::Tables(const QString& database)
 {
     QStringList tables;
-    for (const QString& name : QDir(PartsOf(database)).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
-        tables.append(QUrl::fromPercentEncoding(name.toLatin1()));
+    const QDir folder(PartsOf(database));
+    for (const QString& name : NamesIn(folder.path()))
+        if (QFileInfo(folder.filePath(name)).isDir()) tables.append(QUrl::fromPercentEncoding(name.toLatin1()));
     return tables;
 }
 
@@ -110,10 +112,12 @@ std::vector<PartitionFile> PartitionFolder::Files() const
 {
     std::vector<PartitionFile> files;
     const QDir folder(m_Path);
-    for (const QString& name : folder.entryList({u'*' + s_Suffix}, QDir::Files, QDir::Name)) {
+    for (const QString& name : NamesIn(m_Path)) {
+        if (!name.endsWith(s_Suffix)) continue;
         bool isNumber = false;
         const qint64 number = name.chopped(s_Suffix.size()).toLongLong(&isNumber);
-        if (isNumber) files.push_back({number, folder.filePath(name)});
+        const QString path = folder.filePath(name);
+        if (isNumber && QFileInfo(path).isFile()) files.push_back({number, path});
     }
     std::sort(files.begin(), files.end(), [](const auto& a, const auto& b) { return a.Number < b.Number; });
     for (std::size_t i = 0; i < files.size(); ++i)

@@ -34,11 +34,11 @@ public:
 
     PartitionFolder(const QString& database, const QString& table);
 
-    /// The tables of which there are partitions beside a database.
+    /// The tables of which there are partitions beside a database. Throws DescribedError.
     static QStringList Tables(const QString& database);
 
     const QString& Path() const { return m_Path; }
-    /// In the order of their numbers.
+    /// In the order of their numbers. Throws DescribedError.
     std::vector<PartitionFile> Files() const;
     PartitionFile FileOf(qint64 number) const;
     /// Does something with a partition, unless it has gone; if it proves to be damaged, it is set aside and the work

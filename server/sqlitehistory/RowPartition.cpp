@@ -97,7 +97,11 @@ QString Made(const QString& path)
     const Begun begun(path);
     SqliteConnection(begun.Path(), SqliteConnection::Access::Create).Run(Layout);
     // What a file of this name that has gone has left would become part of this one.
-    for (const char16_t* companion : {u"-wal", u"-shm"}) QFile::remove(path + QString::fromUtf16(companion));
+    for (const char16_t* companion : {u"-wal", u"-shm"}) {
+        const QString left = path + QString::fromUtf16(companion);
+        if (!QFile::remove(left) && QFile::exists(left))
+            throw SqliteError(SQLITE_CANTOPEN, QStringLiteral("%1 cannot be removed.").arg(left));
+    }
     const int result = link(QFile::encodeName(begun.Path()).constData(), QFile::encodeName(path).constData());
     const int reason = errno;
     if (result != 0 && reason != EEXIST)

@@ -64,6 +64,11 @@ SqliteConnection::SqliteConnection(const QString& path, Access access)
     MendSharedMemoryFile(path);
     Open(QFile::encodeName(path), SQLITE_OPEN_READWRITE);
     m_File = open(QFile::encodeName(path).constData(), O_PATH | O_CLOEXEC);
+    if (m_File < 0) { // without it nobody would notice that the file is deleted
+        const QString reason = qt_error_string(errno);
+        sqlite3_close(m_Handle);
+        throw SqliteError(SQLITE_CANTOPEN, QStringLiteral("%1 cannot be opened: %2").arg(path, reason));
+    }
     // Without a file beside it that holds changes it is complete, and nobody can change it either.
     const bool isComplete = QFileInfo(path + QStringLiteral("-wal")).size() == 0;
     if (access != Access::Reading || CanBeRead() || !isComplete) return;

@@ -98,11 +98,11 @@ void SqliteTable::Write(std::span<const RecordedValue> values, SpoolPosition pos
     try {
         Trim();
         m_Trouble.clear();
-    } catch (const DescribedError& error) {
+    } catch (...) {
         // What was written stays written, and what is out of order is found all the same.
-        if (m_Trouble != error.Description())
-            Log(LogLevel::Warning, QStringLiteral("The history cannot be arranged: ") + error.Description());
-        m_Trouble = error.Description();
+        const QString reason = CurrentErrorDescription();
+        if (std::exchange(m_Trouble, reason) != reason)
+            Log(LogLevel::Warning, QStringLiteral("The history cannot be arranged: ") + reason);
         RolledBack();
     }
 }

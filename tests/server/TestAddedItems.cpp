@@ -112,6 +112,22 @@ TEST_F(AddedItemsTest, OutliveTheirServerUntilTheyAreRemoved)
     EXPECT_EQ(NamesWith(s_Plant), u"x | a c") << "nothing was kept meanwhile";
 }
 
+TEST_F(AddedItemsTest, AreKeptAsSoonAsTheDiskTakesThem)
+{
+    WriteFile(m_Path, s_Plant);
+    const QString file = AddedItemsFile::PathFor(m_Path);
+    const QString folder = QFileInfo(file).path();
+    QDir().mkpath(QFileInfo(folder).path());
+    WriteFile(folder, "in the way");
+    At([&](Operator& client) {
+        client.Add(u"A"_s, u"first"_s);
+        QFile::remove(folder);
+        EXPECT_TRUE(WaitUntil([&] { return QFile::exists(file); }));
+        return QString();
+    });
+    EXPECT_EQ(At(&Operator::Names), u"x first | ");
+}
+
 TEST_F(AddedItemsTest, StandInThePlantsTextAndAreReadFromIt)
 {
     WriteFile(m_Path, s_Plant);

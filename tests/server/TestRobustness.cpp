@@ -1,3 +1,4 @@
+#include "server/worker/Worker.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/server/ServerRun.h"
 #include "velsqllib/ServerSocket.h"
@@ -21,6 +22,14 @@ protected:
 };
 
 } // namespace
+
+TEST(Worker, WhatItsWorkThrowsIsLoggedAndEndsNothingElse)
+{
+    testing::internal::CaptureStderr();
+    const Worker worker([](const std::stop_token&) { throw std::bad_alloc(); });
+    EXPECT_TRUE(worker.WaitFor(std::chrono::seconds(5)));
+    EXPECT_TRUE(testing::internal::GetCapturedStderr().ends_with("restart: Out of memory\n"));
+}
 
 TEST_F(Robustness, HostileBytesEndOnlyTheirOwnConnection)
 {

@@ -1,4 +1,6 @@
+#include "core/automation/Errors.h"
 #include "tests/server/AskedHistory.h"
+#include "tests/server/NoMoreFiles.h"
 
 #include <gtest/gtest.h>
 #include <QDirIterator>
@@ -132,6 +134,22 @@ TEST_F(SpoolTest, TheOldestGoWhenItIsFullAndTheLogSaysWhich)
     EXPECT_EQ(written.mid(1), QStringList({written[0], QString::number(200'000 - count), u"199999"_s, u"0"_s}));
     static const QRegularExpression dropped(u"oldest are dropped, (\\d+) values from 2024-01-31 00:00:00 to "_s);
     EXPECT_TRUE(log.contains(dropped)) << log.toStdString();
+}
+
+TEST_F(SpoolTest, WhatCannotBeReadAtPresentIsReadLater)
+{
+    RecordWithoutDatabase(0, 20'000);
+    const auto withoutFiles = [](const std::function<bool()>& work) {
+        const NoMoreFiles none;
+        return work();
+    };
+    Spool spool(m_Settings.Spool, NameOf(m_Settings.Destinations[0]), Durability::Process);
+    EXPECT_FALSE(withoutFiles([&] { return spool.TakeOver(); }));
+    EXPECT_TRUE(spool.TakeEmptied().empty()) << "how far they have been written must not be forgotten";
+    EXPECT_TRUE(spool.TakeOver());
+    EXPECT_THROW(withoutFiles([&] { return spool.Read(10).Values.empty(); }), DescribedError);
+    EXPECT_EQ(spool.Read(10).First, 1u);
+    EXPECT_EQ(spool.Count(), 20'000u);
 }
 
 TEST_F(SpoolTest, WithoutADiskValuesWaitInMemory)

@@ -3,6 +3,7 @@
 #include "server/sqlitehistory/SqliteTable.h"
 #include "server/sqlitehistory/TimeKey.h"
 #include "tests/server/AskedHistory.h"
+#include "tests/server/NoMoreFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -43,6 +44,14 @@ const QString s_Odd =
     "('PLC2','Item0',-0.0,'2024-01-31 00:00:01.000500'), ('','',1e300,12.5)"_s;
 
 } // namespace
+
+TEST_F(SqliteHistoryTest, PartitionsThatCannotBeListedAreNotTakenForNone)
+{
+    QDir().mkpath(m_Folder.Path());
+    const NoMoreFiles none;
+    EXPECT_THROW(m_Folder.Files(), DescribedError);
+    EXPECT_THROW(PartitionFolder::Tables(m_Path), DescribedError);
+}
 
 TEST(TimeKey, NeverGoesDownWhereTextsGoUp)
 {
