@@ -33,7 +33,7 @@ ROOMS = {
     "mainwindow": ("mainwindow", ("controller", "item", "additem", "perfcheck", "history", "batchwrite", "scripttool",
                                   "guide", "core", "core/automation")),
     "server/log": ("server", ("velsqllib", "core/automation")),
-    "server/worker": ("server", ()),
+    "server/worker": ("server", ("server/log", "core/automation")),
     "server/sources": ("server", ("velsqllib", "core/automation")),
     "server/plant": ("server", ("server/sources", "velsqllib", "core/automation")),
     "server/sources/simulated": ("server", ("server/plant", "server/sources", "velsqllib", "core/automation")),

@@ -27,9 +27,9 @@ PlantLoader::Description Fill(Plant& plant, PlantFile& file, ReadingProgress& pr
 
 PlantLoader::PlantLoader(const QString& path, Plant& plant, Loop& loop, std::function<void()> done)
     : m_Worker([outcome = m_Outcome, path, &plant, &loop, done = std::move(done)](const std::stop_token&) {
-        PlantFile file(path); // destroyed when the server serves already
+        std::optional<PlantFile> file; // destroyed when the server serves already
         try {
-            outcome->Description = path.isEmpty() ? Fill(plant) : Fill(plant, file, outcome->Progress);
+            outcome->Description = path.isEmpty() ? Fill(plant) : Fill(plant, file.emplace(path), outcome->Progress);
         } catch (...) {
             outcome->Failure = std::current_exception();
         }

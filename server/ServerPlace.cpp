@@ -61,8 +61,12 @@ QString Announcement(pid_t process, bool givesWay)
 void ServerPlace::Announce(const QString& socketPath, bool givesWay)
 {
     QFile file(LockPath(socketPath));
-    if (file.open(QIODevice::ReadWrite)) file.write(Announcement(getpid(), givesWay).toLatin1() + '\n');
-    file.resize(file.pos());
+    const QByteArray text = Announcement(getpid(), givesWay).toLatin1() + '\n';
+    const bool isSaid = file.open(QIODevice::ReadWrite | QIODevice::Unbuffered) && file.write(text) == text.size() &&
+                        file.resize(text.size());
+    if (!isSaid)
+        Log(LogLevel::Warning, QStringLiteral("%1 cannot be written, and no service can take this server's place: %2")
+                                   .arg(file.fileName(), file.errorString()));
 }
 
 void ServerPlace::Take(const QString& socketPath)

@@ -52,7 +52,7 @@ void ServerProcess::Begin()
         m_Loop, [this](std::function<int()> callsUnderWay) { return LibraryFor(std::move(callsUnderWay)); });
     m_Clients->Listen(m_Socket->Descriptor());
     m_Clients->OnCountChanged([this] { WatchIdleness(); });
-    LookAfterSocket();
+    LookAfterFiles();
 }
 
 wire::Library::Client ServerProcess::LibraryFor(std::function<int()> callsUnderWay)
@@ -99,13 +99,14 @@ void ServerProcess::Run()
     Close();
 }
 
-/// Whoever tidies up temporary files may take the socket away.
-void ServerProcess::LookAfterSocket()
+/// Whoever tidies up temporary files may take the socket away; a disk that was full may have room again.
+void ServerProcess::LookAfterFiles()
 {
-    constexpr qint32 SocketInterval = 1000;
+    constexpr qint32 FilesInterval = 1000;
     if (!m_Socket) return;
     if (!m_Socket->IsThere()) ListenAgain();
-    After(SocketInterval, [this] { LookAfterSocket(); });
+    m_AddedItems.StoreAgain();
+    After(FilesInterval, [this] { LookAfterFiles(); });
 }
 
 void ServerProcess::ListenAgain()
@@ -127,6 +128,7 @@ void ServerProcess::ListenAgain()
 
 void ServerProcess::Close()
 {
+    m_AddedItems.StoreAgain();
     if (m_HandsOver && m_Service) m_AddedItems.HandOver(ServerPlace::HandOverPath(m_Options.SocketPath));
     // First, so that no client waits for a server that is only finishing its history.
     Disconnect();

@@ -52,7 +52,7 @@ private:
     void TellReady() const;
     /// Whether this server gives way to a service that starts.
     bool GivesWay() const;
-    void LookAfterSocket();
+    void LookAfterFiles();
     void ListenAgain();
     void WatchSignals();
     void WatchIdleness();

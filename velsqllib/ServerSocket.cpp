@@ -175,10 +175,10 @@ void ListeningSocket::Listen()
     m_Socket = MakeSocket();
     const mode_t before = umask(0177);
     const bool listening = bind(m_Socket, Generic(address), sizeof address) == 0 && listen(m_Socket, SOMAXCONN) == 0;
+    const QString error = SystemError();
     umask(before);
     m_File = FileMark::Of(m_Path);
     if (listening) return;
-    const QString error = SystemError();
     CloseSocket();
     throw DescribedError(QStringLiteral("The server cannot listen at %1: %2").arg(m_Path, error));
 }

@@ -27,6 +27,19 @@ void AddedItems::Keep(const QString& plantPath)
     m_File.emplace(AddedItemsFile::PathFor(plantPath),
                    QStringLiteral("Items that operators have added to the plant of %1; velsqlserver writes this file.")
                        .arg(QString(plantPath).simplified()));
+    try {
+        AddKept();
+    } catch (...) {
+        Log(LogLevel::Error,
+            QStringLiteral(
+                "The added items are missing, and further ones are not kept, until the server starts again: ") +
+                CurrentErrorDescription());
+        m_File.reset(); // what stands there is not to be replaced
+    }
+}
+
+void AddedItems::AddKept()
+{
     const QList<DefinedItem> kept = m_File->Read();
     if (m_File->UnreadableCount() > 0)
         Log(LogLevel::Warning,
@@ -44,10 +57,13 @@ void AddedItems::Keep(const QString& plantPath)
 
 void AddedItems::TakeOver(const QString& path)
 {
-    AddedItemsFile file(path, {});
-    const auto refused = AddDefinedItems(m_Plant, file.Read(), [this](const auto& item) { m_Items.append(item); });
-    LogRefused(refused, {});
-    QFile::remove(path);
+    try {
+        const QList<DefinedItem> items = AddedItemsFile(path, {}).Read();
+        LogRefused(AddDefinedItems(m_Plant, items, [this](const auto& item) { m_Items.append(item); }), {});
+        QFile::remove(path);
+    } catch (const DescribedError& error) {
+        Log(LogLevel::Error, QStringLiteral("The former server's added items are missing: ") + error.Description());
+    }
     if (m_File) Store([this] { m_File->Write(ItemsToKeep()); });
 }
 
@@ -60,6 +76,13 @@ void AddedItems::HandOver(const QString& path) const
     } catch (const DescribedError& error) {
         Log(LogLevel::Error, error.Description());
     }
+}
+
+void AddedItems::StoreAgain()
+{
+    if (!m_File || m_LastFailure.isEmpty()) return;
+    Store([] {});
+    if (m_LastFailure.isEmpty()) Log(LogLevel::Info, QStringLiteral("Added items are kept again."));
 }
 
 void AddedItems::AddItem(PlantController& controller, const Variant& definition)
@@ -96,14 +119,15 @@ void AddedItems::LogRefused(const QList<DefinedItem>& refused, const QString& fi
                      file.isEmpty() ? QString() : QStringLiteral(" and stays aside in ") + file, item.Objection));
 }
 
-/// A failure is logged once for its reason and does not fail the call that added the item.
+/// A failure is logged once for its reason and does not fail the call that added the item. After one everything is
+/// written anew.
 void AddedItems::Store(const std::function<void()>& write)
 {
     QString failure;
     try {
-        write();
-    } catch (const DescribedError& error) {
-        failure = error.Description();
+        m_LastFailure.isEmpty() ? write() : m_File->Write(ItemsToKeep());
+    } catch (...) {
+        failure = CurrentErrorDescription();
     }
     if (!failure.isEmpty() && failure != m_LastFailure)
         Log(LogLevel::Error, QStringLiteral("Added items are not kept: %1").arg(failure));

@@ -20,6 +20,9 @@ public:
     /// Writes the items for the server that replaces this one. A failure is logged.
     void HandOver(const QString& path) const;
 
+    /// Writes again what could not be written last time, if so.
+    void StoreAgain();
+
     void AddItem(PlantController& controller, const Variant& definition) override;
     void RemoveItem(PlantController& controller, const QString& name) override;
 
@@ -29,6 +32,7 @@ public:
     const QList<PlantItemRef>& Items() const { return m_Items; }
 
 private:
+    void AddKept();
     bool IsKept(const QString& controller) const;
     void LogRefused(const QList<DefinedItem>& refused, const QString& file) const;
     void Store(const std::function<void()>& write);
@@ -40,5 +44,5 @@ private:
     std::optional<AddedItemsFile> m_File; ///< empty for the built-in plant
     /// In the file, but not in the plant.
     QList<DefinedItem> m_Aside;
-    QString m_LastFailure;
+    QString m_LastFailure; ///< why they could not be written; empty when they have been
 };

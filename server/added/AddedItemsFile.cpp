@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
@@ -41,9 +42,9 @@ DefinedItem ItemOf(const QString& toml)
     throw DescribedError(mistakes.Texts().first());
 }
 
-[[noreturn]] void Refuse(const QFile& file)
+[[noreturn]] void Refuse(const QString& path, const QString& reason)
 {
-    throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(file.fileName(), file.errorString()));
+    throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(path, reason));
 }
 
 void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
@@ -53,14 +54,27 @@ void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
     const int descriptor =
         open(QFile::encodeName(path).constData(),
              O_WRONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | (mode & QIODevice::Append ? O_APPEND : O_TRUNC), 0600);
-    QFile file(path);
-    if (descriptor < 0) {
-        file.open(mode); // so that it describes the error
-        Refuse(file);
-    }
-    if (!file.open(descriptor, mode, QFile::AutoCloseHandle)) Refuse(file);
+    if (descriptor < 0) Refuse(path, qt_error_string(errno));
+    QFile file;
+    if (!file.open(descriptor, mode | QIODevice::Unbuffered, QFile::AutoCloseHandle)) Refuse(path, file.errorString());
+    const qint64 before = file.size();
     const QByteArray bytes = text.toUtf8();
-    if (file.write(bytes) != bytes.size() || !file.flush()) Refuse(file);
+    if (file.write(bytes) == bytes.size()) return;
+    const QString reason = file.errorString();
+    file.resize(before);
+    Refuse(path, reason);
+}
+
+/// Empty when it is not there.
+QByteArray ContentOf(const QString& path)
+{
+    QFile file(path);
+    if (!file.exists()) return {};
+    QByteArray content;
+    if (file.open(QIODevice::ReadOnly)) content = file.readAll();
+    if (file.error() != QFile::NoError)
+        throw DescribedError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+    return content;
 }
 
 } // namespace
@@ -84,11 +98,9 @@ QList<DefinedItem> AddedItemsFile::Read()
 {
     m_Unreadable.clear();
     QList<DefinedItem> items;
-    QFile file(m_Path);
-    if (!file.open(QIODevice::ReadOnly)) return items;
     QString block;
     // Each block is read by itself, so that a damaged one does not affect the others.
-    for (const QString& line : QString::fromUtf8(file.readAll()).split(u'\n')) {
+    for (const QString& line : QString::fromUtf8(ContentOf(m_Path)).split(u'\n')) {
         const bool begins = line == QStringLiteral("[[item]]") || line == QStringLiteral("[[aside]]");
         if (begins) ReadBlock(std::exchange(block, QString()), items);
         block += line + u'\n';
@@ -122,5 +134,5 @@ void AddedItemsFile::Write(const QList<DefinedItem>& items)
     const QString next = m_Path + QStringLiteral(".next");
     Put(next, text, QIODevice::WriteOnly | QIODevice::Truncate);
     if (std::rename(QFile::encodeName(next).constData(), QFile::encodeName(m_Path).constData()) != 0)
-        throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(m_Path, qt_error_string(errno)));
+        Refuse(m_Path, qt_error_string(errno));
 }

@@ -13,11 +13,11 @@ public:
     explicit AddedItemsFile(QString path, QString title);
 
     const QString& Path() const { return m_Path; }
-    /// The items that can be read; empty when there is no file.
+    /// The items that can be read; empty when there is no file. Throws DescribedError when it cannot be read at present.
     QList<DefinedItem> Read();
     /// How many items could not be read last time; they stay in the file as they are.
     qsizetype UnreadableCount() const { return m_Unreadable.size(); }
-    /// Adds one item at the end. Throws DescribedError.
+    /// Adds one item at the end, whole or not at all. Throws DescribedError.
     void Append(const DefinedItem& item);
     /// Replaces all items except those that could not be read; items with an objection go to [[aside]]. Throws
     /// DescribedError.

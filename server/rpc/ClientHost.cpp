@@ -110,9 +110,11 @@ void ClientHost::Serve(int socket)
         close(socket);
         return;
     }
-    auto client = kj::heap<Client>(*this, kj::AutoCloseFd(socket));
-    auto end = client->End();
-    m_Tasks.add(end.attach(kj::mv(client)));
+    m_Tasks.add(kj::evalNow([&] { // what fails for one client is no reason to accept no other
+        auto client = kj::heap<Client>(*this, kj::AutoCloseFd(socket));
+        auto end = client->End();
+        return end.attach(kj::mv(client));
+    }));
 }
 
 QString ClientHost::ObjectionTo(int socket) const

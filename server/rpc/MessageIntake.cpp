@@ -6,6 +6,7 @@
 #include <QtEndian>
 
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -25,6 +26,15 @@ capnp::ReaderOptions LimitsFor(size_t words)
     return options;
 }
 
+kj::Array<capnp::word> WordsFor(size_t count)
+{
+    try {
+        return kj::heapArray<capnp::word>(count);
+    } catch (const std::bad_alloc&) {
+        RefuseMessage("there is no memory for its message");
+    }
+}
+
 } // namespace
 
 ReceivedMessage::ReceivedMessage(ClientAccountRef account, kj::Array<uint32_t> segmentSizes)
@@ -34,7 +44,7 @@ ReceivedMessage::ReceivedMessage(ClientAccountRef account, kj::Array<uint32_t> s
     size_t words = 0;
     for (const uint32_t size : m_SegmentSizes) words += size;
     if (words > WireReaderOptions().traversalLimitInWords) RefuseMessage("it sent a message that is too large");
-    m_Words = kj::heapArray<capnp::word>(words);
+    m_Words = WordsFor(words);
     m_Segments = kj::heapArray<kj::ArrayPtr<const capnp::word>>(m_SegmentSizes.size());
     size_t begin = 0;
     for (size_t i = 0; i < m_Segments.size(); begin += m_SegmentSizes[i++])

@@ -44,8 +44,10 @@ private:
     {
         try {
             return Interface::Server::dispatchCall(interfaceId, methodId, context);
-        } catch (const kj::Exception&) {
-            throw;
+        } catch (const kj::Exception& exception) {
+            // Of an answer that is too large for what memory there is: said in the words of the code.
+            if (exception.getType() != kj::Exception::Type::OVERLOADED) throw;
+            return {ToException(QStringLiteral("Out of memory")), false};
         } catch (...) {
             return {ToException(CurrentErrorDescription()), false};
         }

@@ -1,5 +1,8 @@
 #include "server/worker/Worker.h"
 
+#include "core/automation/Errors.h"
+#include "server/log/Log.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
@@ -21,7 +24,12 @@ Worker::Worker(std::function<void(const std::stop_token&)> work, std::chrono::se
     : m_Progress(std::make_shared<Progress>())
     , m_Patience(patience)
     , m_Thread([work = std::move(work), progress = m_Progress](const std::stop_token& stop) mutable {
-        work(stop);
+        try {
+            work(stop);
+        } catch (...) { // otherwise it would end the process
+            Log(LogLevel::Error, QStringLiteral("A part of the server has failed, and works again after a restart: ") +
+                                     CurrentErrorDescription());
+        }
         // Its objects are released before the owner is told.
         work = nullptr;
         const std::lock_guard lock(progress->Guard);

@@ -7,7 +7,7 @@
 #include <thread>
 
 /// A thread that its owner can abandon when it hangs in foreign code, such as a database's client library. Its work
-/// must own everything that it uses.
+/// must own everything that it uses. What the work throws is logged.
 class Worker
 {
 public:
