@@ -7,6 +7,8 @@ case ${1-} in
     --help)
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
+        echo "       ./soak.sh --anomalies [KIND...] one operation after the other fails: allocation, write, short, sync, name,"
+        echo "                                       open, socket, thread (default: all)"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         echo "       ./soak.sh --seeds [COUNT [FIRST]]"
         echo "                                       plant, clients, device, database by chance, in driven time:"
@@ -23,6 +25,11 @@ case ${1-} in
         scripts/install-packages.sh packaging/test-packages.txt
         scripts/build.sh release programs
         VELSQL_BIN=$PWD/build/release/bin exec python3 tests/faults/outages.py ${2-} ;;
+    --anomalies)
+        shift
+        scripts/install-packages.sh packaging/test-packages.txt
+        scripts/build.sh release all
+        VELSQL_BIN=$PWD/build/release/bin exec nice -n 19 python3 tests/faults/anomalies.py "$@" ;;
     --faults)
         shift
         scripts/install-packages.sh packaging/test-packages.txt
