@@ -10,6 +10,8 @@
 
 #include <QCoreApplication>
 
+#include <optional>
+
 #include <cstdlib>
 
 namespace {
@@ -43,16 +45,16 @@ int FailByName(ExitCode code, const DescribedError& error)
 template <typename Run>
 int WithServer(const ScriptOptions& options, Run run)
 {
-    RemoteLibrary library;
-    library.OnServerBusy(
-        [](const QString& what) { WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + what); });
+    std::optional<RemoteLibrary> library;
     EngineRef engine;
     try {
-        engine = options.AttachOnly ? library.AttachEngine() : library.CreateEngine();
-    } catch (const ServerError& error) {
-        return FailByName(NoServer, error);
+        library.emplace().OnServerBusy(
+            [](const QString& what) { WriteLine(Stream::Error, QStringLiteral("velsqlscript: ") + what); });
+        engine = options.AttachOnly ? library->AttachEngine() : library->CreateEngine();
+    } catch (...) { // without sockets, too
+        return FailByName(NoServer, DescribedError(CurrentErrorDescription()));
     }
-    return run(library, engine);
+    return run(*library, engine);
 }
 
 int RunScript(const ScriptOptions& options)
@@ -102,7 +104,5 @@ int main(int argc, char** argv)
         return Done;
     } catch (const DescribedError& error) {
         return FailByName(Unusable, error);
-    } catch (...) { // memory, sockets
-        return FailByName(ScriptFailed, DescribedError(CurrentErrorDescription()));
     }
 }
