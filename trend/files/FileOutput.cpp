@@ -2,6 +2,9 @@
 
 #include "core/automation/Errors.h"
 
+#include <cerrno>
+#include <unistd.h>
+
 FileOutput::FileOutput(const QString& path)
     : m_File(path)
 {
@@ -15,10 +18,18 @@ void FileOutput::Write(const QByteArray& bytes)
 
 void FileOutput::Finish()
 {
+    if (!m_File.flush()) Fail();
+    // Qt does this, too, but without a look at whether it has succeeded.
+    if (fdatasync(m_File.handle()) != 0) Fail(qt_error_string(errno));
     if (!m_File.commit()) Fail();
 }
 
 void FileOutput::Fail() const
 {
-    throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(m_File.fileName(), m_File.errorString()));
+    Fail(m_File.errorString());
+}
+
+void FileOutput::Fail(const QString& reason) const
+{
+    throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(m_File.fileName(), reason));
 }

@@ -15,6 +15,7 @@ public:
 
 private:
     [[noreturn]] void Fail() const;
+    [[noreturn]] void Fail(const QString& reason) const;
 
     QSaveFile m_File;
 };
