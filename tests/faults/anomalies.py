@@ -22,6 +22,7 @@ HARMLESS = [
     ("[a-z]+ [a-z0-9]+ < <libfontconfig>", "fonts are found without their cache"),
     ("open open < MakePrivateFile", "the file is there; if it were not, this would be said"),
     ("open open64 < <libsqlite3>", "SQLite then opens the file for reading, and the answer is right"),
+    ("[a-z]+ [a-z0-9]+ < <libsqlite3> < SqliteConnection::CanBeRead", "it is then read without files beside it"),
     ("socket eventfd < <libglib", "GLib uses pipes instead"),
     ("socket [a-z0-9_]+ < .*(HistoryFeed|LiveFeed)::", "it is tried again, and the file is whole"),
     ("socket sendmsg < SocketStream", "the client sees that its connection has ended"),

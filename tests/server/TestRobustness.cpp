@@ -154,13 +154,15 @@ TEST(Disk, ThatIsFullIsSaidAndNothingElseSuffers)
         setrlimit(RLIMIT_FSIZE, &limit);
     });
     TestClient client(server.SocketPath());
-    for (int i = 0; i < 2000; ++i) Wait(client.Engine().snapshotRequest().send()); // some recorded values each
+    EXPECT_TRUE(WaitUntil([&] {
+        Wait(client.Engine().snapshotRequest().send()); // some recorded values each
+        return !server.Log().filter(u"History destination 1: Values wait: "_s).isEmpty();
+    }));
     auto result = Wait(client.Query(s_Numbers + u" LIMIT 100000"_s)).getResult();
     const auto failure = [&] { return FromWireText(Wait(result.progressRequest().send()).getFailure()); };
     EXPECT_TRUE(WaitUntil([&] { return failure() == u"The result cannot be kept: File too large"; }));
     EXPECT_FALSE(client.Value(u"Counter"_s).IsEmpty());
     EXPECT_EQ(server.Terminate(), 0);
-    EXPECT_FALSE(server.Log().filter(u"History destination 1: Values wait: "_s).isEmpty());
 }
 
 TEST(Disk, ADatabaseThatIsReadOnlyIsWrittenToOnceItMayBe)
