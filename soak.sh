@@ -1,11 +1,14 @@
 #!/usr/bin/env bash
-# Works the console for minutes on end under the sanitizers: windows, events, queries, writes, server restarts.
+# Works the programs for minutes on end, most of them under the sanitizers, and lets fail what they depend on.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 case ${1-} in
     --help)
         echo "usage: ./soak.sh [MINUTES]             windows, events, queries, restarts (default: 10 minutes)"
+        echo "       ./soak.sh --console [ROUNDS [SEED]]"
+        echo "                                       keys and clicks at random while the server dies, hangs and comes"
+        echo "                                       back with another plant (default: 1000 rounds)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
         echo "       ./soak.sh --anomalies [KIND...] one operation after the other fails: allocation, write, short, sync, name,"
         echo "                                       open, socket, thread (default: all)"
@@ -60,9 +63,17 @@ case ${1-} in
         done
         scripts/build.sh release all
         VELSQL_BIN=$PWD/build/release/bin exec python3 tests/faults/links.py "${2-1000}" "${3-8}" ;;
+    --console)
+        for number in "${2-1000}" "${3-1}"; do
+            case $number in *[!0-9]* | '' | 0) echo "./soak.sh --console takes a number of rounds, and a seed" >&2; exit 2 ;; esac
+        done
+        program=soak_console
+        export VELSQL_SOAK_ROUNDS=${2-1000} VELSQL_SOAK_SEED=${3-} ;;
     *[!0-9]* | 0) echo "./soak.sh takes a number of minutes" >&2; exit 2 ;;
+    *)
+        program=soak
+        export VELSQL_SOAK_SECONDS=$((${1:-10} * 60)) ;;
 esac
-export VELSQL_SOAK_SECONDS=$((${1:-10} * 60))
 
 scripts/build.sh asan all
 
@@ -70,4 +81,4 @@ scripts/build.sh asan all
 export ASAN_OPTIONS=quarantine_size_mb=8:detect_leaks=1:malloc_context_size=20
 export UBSAN_OPTIONS=print_stacktrace=1
 export QT_QPA_PLATFORM=offscreen
-exec build/asan/bin/soak
+exec build/asan/bin/"$program"

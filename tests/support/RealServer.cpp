@@ -16,6 +16,12 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+namespace {
+
+constexpr int PatienceMs = 60'000; // a plant of a million items on a busy machine
+
+} // namespace
+
 RealServer::RealServer()
 {
     for (const auto& [variable, folder] : {std::pair{"XDG_RUNTIME_DIR", "run"},
@@ -63,7 +69,7 @@ void RealServer::Start(const QStringList& arguments)
     close(ready[1]);
     pollfd readable{ready[0], POLLIN, 0};
     char byte = 0;
-    if (poll(&readable, 1, 20'000) != 1 || read(ready[0], &byte, 1) != 1) qFatal("the server did not start");
+    if (poll(&readable, 1, PatienceMs) != 1 || read(ready[0], &byte, 1) != 1) qFatal("the server did not start");
     close(ready[0]);
 }
 

@@ -23,7 +23,7 @@ public:
     /// connections. When it cannot be asked, the description of the error.
     QString Answer(const QString& command) const;
 
-    /// Returns when the server is ready; ends the program when it does not within 20 seconds.
+    /// Returns when the server is ready; ends the program when it does not within a minute.
     void Start(const QStringList& arguments = {});
     /// Ends it as a crash would.
     void Kill();

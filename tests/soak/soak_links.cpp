@@ -2,9 +2,9 @@
 #include "core/modMain.h"
 #include "mainwindow/LinkBand.h"
 #include "mainwindow/Start.h"
+#include "tests/soak/SoakFaults.h"
+#include "tests/soak/SoakMemory.h"
 #include "tests/support/PrivateSshd.h"
-#include "tests/system/SoakFaults.h"
-#include "tests/system/SoakMemory.h"
 #include "tests/system/SystemConsole.h"
 #include "velsqllib/RemoteLink.h"
 

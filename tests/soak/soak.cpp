@@ -1,7 +1,7 @@
 #include "controller/EventList.h"
 #include "core/modMain.h"
 #include "history/frmHistory.h"
-#include "tests/system/SoakMemory.h"
+#include "tests/soak/SoakMemory.h"
 #include "tests/system/SystemConsole.h"
 
 #include <QElapsedTimer>

@@ -1,4 +1,4 @@
-#include "tests/system/SoakFaults.h"
+#include "tests/soak/SoakFaults.h"
 
 #include "velsqllib/RemoteLink.h"
 

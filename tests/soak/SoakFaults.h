@@ -1,23 +1,11 @@
 #pragma once
 
+#include "tests/soak/SoakFault.h"
 #include "tests/support/PrivateSshd.h"
 
 #include <atomic>
-#include <functional>
 #include <random>
 #include <vector>
-
-/// A fault of the link: how often it happens compared with others, for how long, and what puts it right if it does not
-/// go by itself.
-struct SoakFault
-{
-    const char* Name;
-    int Weight;
-    std::pair<int, int> PauseMs;
-    std::function<void()> Happen;
-    /// Runs in a thread of its own, because a call may hold the console meanwhile.
-    std::function<void()> Mend = {};
-};
 
 /// What can happen to the link between a program and the server of another machine.
 class SoakFaults

@@ -1,0 +1,45 @@
+#include "tests/soak/LoopWatch.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+
+namespace {
+
+constexpr int BeatMs = 10;
+constexpr qint64 LongestAnswerMs = 10'000;
+
+qint64 Now()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+} // namespace
+
+LoopWatch::LoopWatch()
+    : m_LastBeat(Now())
+{
+    QObject::connect(&m_Beat, &QTimer::timeout, &m_Beat, [this] { Beat(); });
+    m_Beat.start(BeatMs);
+    m_Guard = std::jthread([this](const std::stop_token& stop) { Guard(stop); });
+}
+
+void LoopWatch::Beat()
+{
+    const qint64 now = Now(), turn = now - m_LastBeat.exchange(now);
+    if (turn <= m_LongestMs) return;
+    m_LongestMs = turn;
+    m_DuringLongest = m_Doing;
+}
+
+void LoopWatch::Guard(const std::stop_token& stop)
+{
+    while (!stop.stop_requested()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        if (Now() - m_LastBeat < LongestAnswerMs) continue;
+        std::fprintf(stderr, "No answer for 10 seconds: %s\n", m_Doing.load());
+        pthread_kill(m_Watched, SIGABRT);
+        return;
+    }
+}
