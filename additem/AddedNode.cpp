@@ -26,7 +26,7 @@ qint16 PositionOf(const QString& name, const QList<QString>& names)
 std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name)
 {
     for (int row = 0; row < controllerNode->ChildCount(); ++row)
-        if (controllerNode->Child(row)->Text() == name) return row;
+        if (controllerNode->Child(row)->TextView() == name) return row;
     return std::nullopt;
 }
 

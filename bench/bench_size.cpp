@@ -1,6 +1,7 @@
 // What a plant costs by its size, an item by item in its file: start, memory, scanning, the longest call and event
 // meanwhile, and items that come and go. An item of a large plant costs at most twice one of a tenth as many.
 #include "bench/Figures.h"
+#include "bench/LargePlant.h"
 #include "core/automation/ItemDefinition.h"
 #include "core/automation/SafeArray.h"
 #include "core/automation/ServerObjects.h"
@@ -10,7 +11,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <algorithm>
@@ -22,20 +22,6 @@ constexpr int Sizes[] = {10'000, 100'000, 1'000'000};
 constexpr int ControllerCount = 10'000; // one item each
 constexpr int WatchedMs = 10'000;
 constexpr int Additions = 20;
-
-void WritePlant(const QString& path, int controllers, int items)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) qFatal("no plant file");
-    for (int controller = 0; controller < controllers; ++controller) {
-        file.write(
-            QStringLiteral("[[controller]]\nname = \"PLC%1\"\nscan_times = [1000, 0, 0]\n").arg(controller).toUtf8());
-        for (int item = 0; item < items; ++item)
-            file.write(QStringLiteral("[[controller.item]]\nname = \"Item%1\"\ntype = \"I4\"\n")
-                           .arg(item, 7, 10, QChar(u'0'))
-                           .toUtf8());
-    }
-}
 
 double MsOf(const QElapsedTimer& time)
 {
@@ -116,7 +102,7 @@ Costs Measure(int controllers, int items, double emptyMegabytes)
 {
     const QTemporaryDir folder;
     const QString plant = folder.filePath(QStringLiteral("plant.toml"));
-    WritePlant(plant, controllers, items);
+    LargePlant(plant).Add(controllers, items);
     Costs figures;
     RealServer server;
     QElapsedTimer time;
@@ -147,7 +133,7 @@ double EmptyMegabytes()
 {
     const QTemporaryDir folder;
     const QString plant = folder.filePath(QStringLiteral("plant.toml"));
-    WritePlant(plant, 1, 1);
+    LargePlant(plant).Add(1, 1);
     RealServer server;
     server.Start({QStringLiteral("--plant"), plant});
     return Figures::MegabytesOf(server.ProcessId());

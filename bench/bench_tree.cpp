@@ -159,7 +159,7 @@ bool CompareLookup()
     const auto goThrough = [&] {
         const QString key = keys.at(next++ % keys.size());
         for (int row = 0; row < root->ChildCount(); ++row)
-            for (int i = 0; i < ItemCount; ++i) found += root->Child(row)->Child(i)->Text() == key ? 1 : 0;
+            for (int i = 0; i < ItemCount; ++i) found += root->Child(row)->Child(i)->TextView() == key ? 1 : 0;
     };
     const QList<Figures::Cost> costs = Figures::MeasureInTurn(10, 100, {lookUp, goThrough});
     Figures::PrintCost(u"find a node by its key"_s, costs[0]);

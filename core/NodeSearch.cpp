@@ -44,7 +44,8 @@ void NodeSearch::SetText(const QString& text)
     if (text == before) return;
     m_Text.setPattern(text);
     m_IsCurrent = m_IsCurrent && !before.isEmpty() && text.contains(before, Qt::CaseInsensitive);
-    if (m_IsCurrent) std::erase_if(m_Hits, [this](const TreeNode* node) { return m_Text.indexIn(node->Text()) < 0; });
+    if (m_IsCurrent)
+        std::erase_if(m_Hits, [this](const TreeNode* node) { return m_Text.indexIn(node->TextView()) < 0; });
 }
 
 const std::vector<TreeNode*>& NodeSearch::Hits()
@@ -57,7 +58,7 @@ const std::vector<TreeNode*>& NodeSearch::Hits()
 
 void NodeSearch::Collect(const TreeNodeRef& node)
 {
-    if (m_Text.indexIn(node->Text()) >= 0) m_Hits.push_back(node.get());
+    if (m_Text.indexIn(node->TextView()) >= 0) m_Hits.push_back(node.get());
     for (const TreeNodeRef& child : node->Children()) Collect(child);
 }
 

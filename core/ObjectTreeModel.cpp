@@ -58,7 +58,7 @@ void ObjectTreeModel::Clear()
 
 TreeNodeRef ObjectTreeModel::SetRoot(const QString& text, NodeTag tag)
 {
-    ReplaceRoot(TreeNodeRef(new TreeNode(text, tag)));
+    ReplaceRoot(TreeNode::Make(text, tag));
     return m_Root;
 }
 
@@ -93,15 +93,16 @@ void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const QStri
 {
     if (!Holds(parent) || row < 0 || row > parent->ChildCount()) throw ValueError::SubscriptOutOfRange();
     if (texts.isEmpty()) return;
-    std::vector<TreeNodeRef>& children = parent->m_Children;
+    if (!parent->m_Children) parent->m_Children = std::make_unique<std::vector<TreeNodeRef>>();
+    std::vector<TreeNodeRef>& children = *parent->m_Children;
     beginInsertRows(IndexOf(parent), row, row + static_cast<int>(texts.size()) - 1);
     const auto place = children.insert(children.begin() + row, static_cast<std::size_t>(texts.size()), TreeNodeRef());
-    std::transform(texts.begin(), texts.end(), place, [&](const QString& text) {
-        auto* node = new TreeNode(text, tag);
+    std::transform(texts.begin(), texts.end(), place, [&, at = row](const QString& text) mutable {
+        TreeNodeRef node = TreeNode::Make(text, tag);
         node->m_Parent = parent.get();
-        return TreeNodeRef(node);
+        node->m_Row = at++;
+        return node;
     });
-    Renumber(*parent, row);
     endInsertRows();
 }
 
@@ -114,17 +115,9 @@ void ObjectTreeModel::Remove(const TreeNodeRef& node)
     const TreeNodeRef parent = removed->Parent();
     const int row = removed->Row();
     beginRemoveRows(IndexOf(parent), row, row);
-    parent->m_Children.erase(parent->m_Children.begin() + row);
+    parent->m_Children->erase(parent->m_Children->begin() + row);
     removed->m_Parent = nullptr;
-    removed->m_Row = 0;
-    Renumber(*parent, row);
     endRemoveRows();
-}
-
-void ObjectTreeModel::Renumber(TreeNode& parent, int fromRow)
-{
-    for (int row = fromRow; row < parent.ChildCount(); ++row)
-        parent.m_Children[static_cast<std::size_t>(row)]->m_Row = row;
 }
 
 bool ObjectTreeModel::Holds(const TreeNodeRef& node) const
@@ -142,11 +135,11 @@ TreeNodeRef ObjectTreeModel::FindByKey(QStringView key) const
 TreeNodeRef ObjectTreeModel::FindBelow(const TreeNodeRef& node, QStringView key)
 {
     // A name may hold the separator, so several paths may fit; only those that match so far are followed.
-    if (!key.startsWith(node->m_Text)) return {};
-    const QStringView rest = key.sliced(node->m_Text.size());
+    if (!key.startsWith(node->TextView())) return {};
+    const QStringView rest = key.sliced(node->m_Length);
     if (rest.isEmpty()) return node;
     if (rest.front() != TreeNode::PathSeparator) return {};
-    for (const TreeNodeRef& child : node->m_Children)
+    for (const TreeNodeRef& child : node->Children())
         if (TreeNodeRef found = FindBelow(child, rest.sliced(1))) return found;
     return {};
 }
@@ -158,21 +151,21 @@ TreeNodeRef ObjectTreeModel::NodeAt(const QModelIndex& index) const
 
 QModelIndex ObjectTreeModel::IndexOf(const TreeNodeRef& node) const
 {
-    return Holds(node) ? createIndex(node->m_Row, 0, node.get()) : QModelIndex();
+    return Holds(node) ? createIndex(node->Row(), 0, node.get()) : QModelIndex();
 }
 
 QModelIndex ObjectTreeModel::index(int row, int column, const QModelIndex& parent) const
 {
     if (!hasIndex(row, column, parent)) return {};
     const TreeNode* node =
-        parent.isValid() ? NodeOf(parent)->m_Children[static_cast<std::size_t>(row)].get() : m_Root.get();
+        parent.isValid() ? NodeOf(parent)->Children()[static_cast<std::size_t>(row)].get() : m_Root.get();
     return createIndex(row, column, node);
 }
 
 QModelIndex ObjectTreeModel::parent(const QModelIndex& child) const
 {
     TreeNode* parent = child.isValid() ? NodeOf(child)->m_Parent : nullptr;
-    return parent ? createIndex(parent->m_Row, 0, parent) : QModelIndex();
+    return parent ? createIndex(parent->Row(), 0, parent) : QModelIndex();
 }
 
 int ObjectTreeModel::rowCount(const QModelIndex& parent) const
@@ -195,7 +188,7 @@ QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
 {
     if (!index.isValid()) return {};
     const TreeNode* node = NodeOf(index);
-    if (role == Qt::DisplayRole) return OneLine(node->m_Text);
+    if (role == Qt::DisplayRole) return OneLine(node->Text());
     if (role == Qt::DecorationRole) return Image(node->m_Tag);
     if (role == Qt::AccessibleDescriptionRole) return KindToSpeak(node->m_Tag);
     return {};

@@ -60,7 +60,6 @@ public:
 private:
     void ReplaceRoot(const TreeNodeRef& root);
     void InsertRows(const TreeNodeRef& parent, int row, const QStringList& texts, NodeTag tag);
-    static void Renumber(TreeNode& parent, int fromRow);
     bool Holds(const TreeNodeRef& node) const;
     static TreeNodeRef FindBelow(const TreeNodeRef& node, QStringView key);
 

@@ -1,5 +1,7 @@
 #include "core/TreeNode.h"
 
+#include <algorithm>
+
 QString TagText(NodeTag tag)
 {
     switch (tag) {
@@ -12,35 +14,58 @@ QString TagText(NodeTag tag)
     return {};
 }
 
-TreeNode::TreeNode(QString text, NodeTag tag)
-    : m_Tag(tag)
-    , m_Text(std::move(text))
+const std::vector<TreeNodeRef> TreeNode::NoChildren;
+
+TreeNodeRef TreeNode::Make(QStringView text, NodeTag tag)
 {
+    const auto textBytes = static_cast<std::size_t>(text.size()) * sizeof(char16_t);
+    return TreeNodeRef(new (::operator new(sizeof(TreeNode) + textBytes)) TreeNode(text, tag));
+}
+
+TreeNode::TreeNode(QStringView text, NodeTag tag)
+    : m_Tag(tag)
+    , m_Length(static_cast<int>(text.size()))
+{
+    std::copy_n(text.utf16(), text.size(), reinterpret_cast<char16_t*>(this + 1));
 }
 
 TreeNode::~TreeNode()
 {
+    if (!m_Children) return;
     // Not recursive: a node whose last reference goes here hands over its children first.
-    std::vector<TreeNodeRef> orphans = std::move(m_Children);
+    std::vector<TreeNodeRef> orphans = std::move(*m_Children);
     while (!orphans.empty()) {
         const TreeNodeRef orphan = std::move(orphans.back());
         orphans.pop_back();
         orphan->m_Parent = nullptr;
-        if (orphan->ref.loadRelaxed() > 1) continue;
-        orphans.insert(orphans.end(), std::make_move_iterator(orphan->m_Children.begin()),
-                       std::make_move_iterator(orphan->m_Children.end()));
-        orphan->m_Children.clear();
+        if (orphan->ref.loadRelaxed() > 1 || !orphan->m_Children) continue;
+        orphans.insert(orphans.end(), std::make_move_iterator(orphan->m_Children->begin()),
+                       std::make_move_iterator(orphan->m_Children->end()));
+        orphan->m_Children.reset();
     }
 }
 
 QString TreeNode::Key() const
 {
-    QString key = m_Text;
+    QString key = Text();
     for (const TreeNode* node = m_Parent; node; node = node->m_Parent) {
         key.prepend(PathSeparator);
-        key.prepend(node->m_Text);
+        key.prepend(node->TextView());
     }
     return key;
+}
+
+int TreeNode::Row() const
+{
+    if (!m_Parent) return 0;
+    const std::vector<TreeNodeRef>& siblings = m_Parent->Children();
+    const int count = static_cast<int>(siblings.size());
+    const auto standsAt = [&](int row) {
+        return row >= 0 && row < count && siblings[static_cast<std::size_t>(row)].get() == this;
+    };
+    int away = 0; // at most as many as have come and gone since
+    while (away < count && !standsAt(m_Row - away) && !standsAt(m_Row + away)) ++away;
+    return m_Row = standsAt(m_Row - away) ? m_Row - away : m_Row + away;
 }
 
 bool TreeNode::IsInTree() const

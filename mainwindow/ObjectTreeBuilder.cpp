@@ -5,23 +5,43 @@
 #include "core/modMain.h"
 #include "core/ObjectTreeModel.h"
 
+#include <exception>
+#include <malloc.h>
+
 using modMain::Engine;
 
 namespace {
 
-void AddItems(ObjectTreeModel& tree, const TreeNodeRef& controllerNode)
+Variant ItemNamesOf(const QString& controller)
 {
-    const ControllerRef controller = Engine->get_Controller(controllerNode->Text());
-    const Variant names = controller->get_ItemNames();
-    tree.Append(controllerNode, names.Array().Of<QString>(), NodeTag::Item);
+    return Engine->get_Controller(controller)->get_ItemNames();
 }
 
-void AddControllers(ObjectTreeModel& tree)
+void AddController(ObjectTreeModel& tree, const QString& name)
+{
+    const TreeNodeRef node = tree.Append(modMain::EngineNode, name, NodeTag::Controller);
+    const Variant names = ItemNamesOf(name);
+    tree.Append(node, names.Array().Of<QString>(), NodeTag::Item);
+}
+
+/// Many are asked for together. The first failure ends it.
+void AddControllers(ObjectTreeModel& tree, VelSQLLib& server)
 {
     const Variant names = Engine->get_ControllerNames();
+    std::exception_ptr failure;
+    QList<CallStep> steps;
     for (const QString& name : names.Array().Of<QString>()) {
-        AddItems(tree, tree.Append(modMain::EngineNode, name, NodeTag::Controller));
+        const auto add = [&tree, &failure, name] {
+            try {
+                if (!failure) AddController(tree, name);
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        };
+        steps << CallStep{[name] { ItemNamesOf(name); }, add};
     }
+    for (qsizetype added = 0; added < steps.size() && !failure;) added += server.TakeSteps(steps, added);
+    if (failure) std::rethrow_exception(failure);
 }
 
 } // namespace
@@ -35,7 +55,8 @@ void BuildObjectTree(MainWindow& mainWindow)
     Engine = mainWindow.Services().Library.CreateEngine();
     modMain::EngineNode = tree.SetRoot(TagText(NodeTag::Engine), NodeTag::Engine);
     mainWindow.m_CurrentNode = modMain::EngineNode;
-    AddControllers(tree);
+    AddControllers(tree, mainWindow.Services().Library);
+    malloc_trim(0); // the lists that the names came in would stay with the process, which matters in a large plant
     modMain::History = Engine->get_History();
     modMain::HistoryNode = tree.Append(modMain::EngineNode, TagText(NodeTag::History), NodeTag::History);
     modMain::SetStatus(QStringLiteral("Ready."));
