@@ -1,28 +1,34 @@
 #include "tests/soak/LoopWatch.h"
 
+#include <QFile>
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <unistd.h>
 
 namespace {
 
 constexpr int BeatMs = 10;
 constexpr qint64 LongestAnswerMs = 10'000;
 
-qint64 Now()
-{
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 } // namespace
 
 LoopWatch::LoopWatch()
-    : m_LastBeat(Now())
+    : m_WaitsFile("/proc/self/task/" + QByteArray::number(gettid()) + "/schedstat")
+    , m_LastBeat(Now())
 {
     QObject::connect(&m_Beat, &QTimer::timeout, &m_Beat, [this] { Beat(); });
     m_Beat.start(BeatMs);
     m_Guard = std::jthread([this](const std::stop_token& stop) { Guard(stop); });
+}
+
+qint64 LoopWatch::Now() const
+{
+    using namespace std::chrono;
+    QFile waits(QFile::decodeName(m_WaitsFile)); // nanoseconds: it ran, it waited
+    const qint64 waitedNs = waits.open(QIODevice::ReadOnly) ? waits.readAll().split(' ').value(1).toLongLong() : 0;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count() - waitedNs / 1'000'000;
 }
 
 void LoopWatch::Beat()
