@@ -93,7 +93,12 @@ void ConsoleHand::GoToOtherWindow()
 void ConsoleHand::FocusFront()
 {
     const QWindow* focus = QGuiApplication::focusWindow();
-    if (Front()->isVisible() && (!focus || !focus->isVisible())) GoTo(*Front()->window());
+    const QWidget* dialog = QApplication::activeModalWidget();
+    const auto standsBefore = [dialog](const QWindow* window) {
+        return window == dialog->windowHandle() || window->transientParent() == dialog->windowHandle();
+    };
+    const bool isLost = !focus || !focus->isVisible() || (dialog && !standsBefore(focus));
+    if (isLost && Front()->isVisible()) GoTo(*Front()->window());
 }
 
 void ConsoleHand::CloseFront()

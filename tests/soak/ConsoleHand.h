@@ -42,7 +42,7 @@ public:
     /// As a task bar does it.
     void GoTo(const QWidget& window);
     void GoToOtherWindow();
-    /// What a window manager does when the window with the focus has closed.
+    /// What a window manager does when the window with the focus has closed, or waits behind a dialog.
     void FocusFront();
     void CloseFront();
 

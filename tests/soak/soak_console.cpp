@@ -84,7 +84,7 @@ protected:
         if (m_Left == 0 && IsAtRest()) return EndWhenTroublesAreOver();
         m_Seen.Look();
         m_Hand.LetGo();
-        m_Hand.FocusFront();
+        if (!QApplication::activePopupWidget()) m_Hand.FocusFront();
         const auto doing = [this](const char* what) { m_Watch.Doing(what); };
         if (m_Left > 0) {
             --m_Left;
