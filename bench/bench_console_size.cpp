@@ -36,7 +36,7 @@ double ShowMs(frmMDI& console, const TreeNodeRef& controller)
 {
     QList<double> all;
     for (int i = 0; i < Windows; ++i) {
-        console.m_CurrentNode = controller->Child(controller->ChildCount() / 2 + i);
+        console.m_CurrentNode = controller->Child((controller->ChildCount() / 2 + i) % controller->ChildCount());
         QElapsedTimer time;
         time.start();
         console.findChild<QAction*>(u"btnShow"_s)->trigger();
