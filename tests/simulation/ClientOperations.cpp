@@ -210,7 +210,7 @@ void ClientOperations::Execute(World& world)
                                          QStringLiteral("calls"),
                                          QStringLiteral("restore"),
                                          QStringLiteral("restore"),
-                                         QStringLiteral("fire Own item Own0_0 700"),
+                                         QStringLiteral("fire Own item Own0_0 200"),
                                          QStringLiteral("fire Live state 1 40"),
                                          QStringLiteral("sleep 400"),
                                          QStringLiteral("return 8204,{3,1}"),

@@ -109,7 +109,7 @@ void SimulatedServer::AddItems()
     m_Plant.AddSource(m_Device);
     AddOwn(*m_Plant.Add({.Name = QStringLiteral("Own"), .ScanTimes = {ScanTime, 0, 0}}));
 
-    PlantController& live = *m_Plant.Add({.Name = QStringLiteral("Live"), .ScanTimes = {50, 300, 0}});
+    PlantController& live = *m_Plant.Add({.Name = QStringLiteral("Live"), .ScanTimes = {150, 1000, 0}});
     for (int i = 0; i < 300; ++i) // more than a pass reads between two looks at the clock
         live.Add({.Name = QStringLiteral("L%1").arg(i), .Type = VT_I4, .RaisesEvents = i % 50 == 0, .ScanClass = i % 2},
                  i % 10 == 0 ? Counter() : std::make_unique<ConstantSignal>(Variant(i)));

@@ -208,6 +208,18 @@ void CheckJumps(ClockedPlant& plant, Findings& findings, int days)
     findings.Expect("day of the oldest once it is set back", OldestKept(findings), days - 3, days);
 }
 
+/// Signals follow the time that passes, and not the clock.
+void CheckWave(Findings& findings)
+{
+    const qint64 now = QDateTime::currentMSecsSinceEpoch() * 1000;
+    const QString last = QStringLiteral("SELECT 1e6 * value_number FROM velsql_values WHERE item_name = 'wave' AND "
+                                        "item_utc <= %1 ORDER BY item_utc DESC LIMIT 1");
+    const qint64 secondOfTurn = DrivenTime::Passed() / 1s % SecondsADay;
+    const qint64 height = 1'000'000 * secondOfTurn / SecondsADay;
+    findings.Expect("the wave in millionths", findings.Ask(QStringLiteral("everything"), last.arg(now)), height - 710,
+                    height);
+}
+
 } // namespace
 
 bool RunDays(int days)
@@ -229,6 +241,7 @@ bool RunDays(int days)
         findings.Expect("day of the oldest that is kept", OldestKept(findings), days - KeptDays - 3, days - KeptDays);
         CheckNights(plant, findings, days, Nights);
         CheckJumps(plant, findings, days + Nights);
+        CheckWave(findings);
         const QString scans = QStringLiteral("SELECT count(*) FROM velsql_values WHERE item_name = 'counter'");
         const qint64 due = days * MinutesADay + HoursAfterwards * 60;
         findings.Expect("scans at the end", findings.Ask(QStringLiteral("everything"), scans), due, due + 1);
