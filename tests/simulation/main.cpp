@@ -9,6 +9,7 @@
 
 #include <csignal>
 #include <iostream>
+#include <malloc.h>
 #include <unistd.h>
 
 // There under the address sanitizer only.
@@ -18,6 +19,9 @@ namespace {
 
 /// So often a seed is played twice in a campaign.
 constexpr quint64 BetweenReplays = 16;
+/// Of so many seeds the first ones may fill caches; what the others add to the heap is a leak, beyond so many kB.
+constexpr quint64 WarmUp = 200;
+constexpr qint64 MostGrowth = 200;
 
 quint64 s_Seed = 0;
 
@@ -63,13 +67,25 @@ bool Play(quint64 seed, bool isShown)
     return true;
 }
 
+/// The sanitizers' heap has no figures, but finds leaks itself.
+qint64 HeapInUse()
+{
+    return static_cast<qint64>(mallinfo2().uordblks) / 1000;
+}
+
 int PlayAll(quint64 first, quint64 count)
 {
     QElapsedTimer watch;
     watch.start();
+    qint64 heap = std::numeric_limits<qint64>::max() / 2; // until it is known
     for (quint64 seed = first; seed < first + count; ++seed) {
         if (!Play(seed, count == 1)) return 1;
+        if (seed == first + WarmUp) heap = HeapInUse();
         if (count > 1000 && (seed - first + 1) % 1000 == 0) std::cout << seed - first + 1 << " seeds" << std::endl;
+    }
+    if (HeapInUse() > heap + MostGrowth) {
+        std::cerr << "The heap has grown from " << heap << " kB to " << HeapInUse() << ".\n";
+        return 1;
     }
     std::cout << count << " seeds from " << first << " on in " << static_cast<double>(watch.elapsed()) / 1000.0
               << " s\n";
