@@ -189,14 +189,14 @@ class Start:
         time.sleep(0.5); run.kill(); lock.let_go()
 
     def run(self, slot, **anomaly):
-        run, recorded = server(slot, **anomaly), Recorded()
+        run, recorded, lines = server(slot, **anomaly), Recorded(), []
         try:
             if run.listens():
                 lines = slot.script(COMMON + "write(81, 82);")
                 recorded.note(lines); run.arm(False)
                 if lines or anomaly["kind"] == "socket" and run.p.poll() is None: ended(run)     # else it ends by itself
             if run.end(None) != 0: expect(run.p.returncode == 1 and run.text().strip(), f"it ends with {run.p.returncode} without a word")
-            yield told(run) or run.p.returncode == 1
+            yield told(run, lines) or run.p.returncode == 1
             recorded.compare(slot)
         finally: run.kill()
 
@@ -256,11 +256,12 @@ class Away(Start):
             expect(run.listens(), run.text())
             slot.script(COMMON); time.sleep(0.3)
             lock = Lock(slot); run.arm(True)
-            recorded.note(slot.script(COMMON + "write(101, 105); text(60); write(106, 110); sleep(200); text(61); write(111, 115);"))
+            lines = slot.script(COMMON + "write(101, 105); text(60); write(106, 110); sleep(200); text(61); write(111, 115);")
+            recorded.note(lines)
             time.sleep(0.15); lock.let_go(); lock = None
             time.sleep(0.4); run.arm(False)
             ended(run)
-            yield told(run)
+            yield told(run, lines)
             recorded.compare(slot)
         finally:
             if lock: lock.let_go()
