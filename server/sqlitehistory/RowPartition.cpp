@@ -95,7 +95,12 @@ QString Made(const QString& path)
 {
     if (QFile::exists(path)) return path;
     const Begun begun(path);
-    SqliteConnection(begun.Path(), SqliteConnection::Access::Create).Run(Layout);
+    {
+        const SqliteConnection made(begun.Path(), SqliteConnection::Access::Create);
+        made.Run(Layout);
+        // All of it is in the file itself then, which is what gets the name. Closing does this, too, but says nothing.
+        made.Run("PRAGMA wal_checkpoint(TRUNCATE)");
+    }
     // What a file of this name that has gone has left would become part of this one.
     for (const char16_t* companion : {u"-wal", u"-shm"}) {
         const QString left = path + QString::fromUtf16(companion);
