@@ -3,17 +3,34 @@
 #include "core/automation/Errors.h"
 #include "velsqllib/WireText.h"
 
+#include <limits>
+
 namespace {
 
-kj::Array<capnp::word> CopyWords(capnp::Data::Reader bytes)
+/// Looks at all of a page once, within a limit: cells could lead to the same data again and again without an end.
+void Check(kj::ArrayPtr<const capnp::word> words)
+{
+    capnp::FlatArrayMessageReader message(words, WireReaderOptions(words.size()));
+    const auto page = message.getRoot<wire::ResultPage>();
+    page.totalSize();
+    const qint64 last = std::numeric_limits<qint64>::max() - page.getCells().size();
+    if (page.getFirstRow() < 0 || page.getFirstRow() > last)
+        throw ServerError(QStringLiteral("The server sent a page of rows that cannot be."));
+}
+
+kj::Array<capnp::word> CheckedWords(capnp::Data::Reader bytes)
 {
     auto words = kj::heapArray<capnp::word>(bytes.size() / sizeof(capnp::word));
     memcpy(words.begin(), bytes.begin(), words.size() * sizeof(capnp::word));
+    try {
+        Check(words);
+    } catch (const kj::Exception&) {
+        throw ServerError(QStringLiteral("The server sent a page that cannot be read."));
+    }
     return words;
 }
 
-/// A page is read many times while the operator scrolls over it, so the read limit is lifted; the page's size is
-/// limited by the message that brought it.
+/// A page is read many times while the operator scrolls over it, so the read limit is lifted.
 capnp::ReaderOptions PageOptions()
 {
     capnp::ReaderOptions options = WireReaderOptions();
@@ -24,7 +41,7 @@ capnp::ReaderOptions PageOptions()
 } // namespace
 
 WirePage::WirePage(capnp::Data::Reader bytes)
-    : m_Words(CopyWords(bytes))
+    : m_Words(CheckedWords(bytes))
     , m_Message(m_Words, PageOptions())
     , m_Page(m_Message.getRoot<wire::ResultPage>())
     , m_Cells(m_Page.getCells())

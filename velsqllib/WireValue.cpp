@@ -4,6 +4,8 @@
 #include "core/automation/SafeArray.h"
 #include "velsqllib/WireText.h"
 
+#include <algorithm>
+
 namespace {
 
 void CheckDepth(int depth)
@@ -218,5 +220,12 @@ capnp::ReaderOptions WireReaderOptions()
     options.traversalLimitInWords = 64 * 1024 * 1024;
     // A variant inside an array is three pointers deep.
     options.nestingLimit = 3 * MaxArrayDepth + 16;
+    return options;
+}
+
+capnp::ReaderOptions WireReaderOptions(std::size_t words)
+{
+    capnp::ReaderOptions options = WireReaderOptions();
+    options.traversalLimitInWords = std::min<uint64_t>(options.traversalLimitInWords, 32 * words + 4096);
     return options;
 }

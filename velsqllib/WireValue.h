@@ -30,3 +30,6 @@ Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);
 
 /// Limits for reading messages on both sides: 512 MiB a message, and nesting deep enough for MaxArrayDepth.
 capnp::ReaderOptions WireReaderOptions();
+/// The same for a message of so many words, which must not repeat the same data again and again: reading a value costs
+/// a few times its size, most when arrays are nested.
+capnp::ReaderOptions WireReaderOptions(std::size_t words);

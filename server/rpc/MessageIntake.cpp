@@ -17,15 +17,6 @@ constexpr qint64 BytesOfMessage = 1024;
 /// The most that is fetched before others get their turn.
 constexpr size_t MostFetchedAtOnce = 256 * 1024;
 
-/// Reading a value costs a few times its size, most when arrays are nested. A message that would cost more repeats the
-/// same data again and again.
-capnp::ReaderOptions LimitsFor(size_t words)
-{
-    capnp::ReaderOptions options = WireReaderOptions();
-    options.traversalLimitInWords = std::min<uint64_t>(options.traversalLimitInWords, 32 * words + 4096);
-    return options;
-}
-
 kj::Array<capnp::word> WordsFor(size_t count)
 {
     try {
@@ -49,7 +40,7 @@ ReceivedMessage::ReceivedMessage(ClientAccountRef account, kj::Array<uint32_t> s
     size_t begin = 0;
     for (size_t i = 0; i < m_Segments.size(); begin += m_SegmentSizes[i++])
         m_Segments[i] = m_Words.slice(begin, begin + m_SegmentSizes[i]);
-    m_Reader = kj::heap<capnp::SegmentArrayMessageReader>(m_Segments, LimitsFor(words));
+    m_Reader = kj::heap<capnp::SegmentArrayMessageReader>(m_Segments, WireReaderOptions(words));
 }
 
 void ReceivedMessage::HasArrived(size_t bytes)
