@@ -12,8 +12,11 @@ Mistakes::Mistakes(QString file)
 {
 }
 
-void Mistakes::Add(int line, const QString& what)
+void Mistakes::Add(int line, const QString& text)
 {
+    QString what = text;
+    for (QChar& character : what) // each mistake is a line, whatever names it quotes
+        if (character < u' ') character = u' ';
     const QStringList there = m_Texts.value(line);
     if (there.contains(what)) return; // what is read twice is said once
     if (m_Count < MostInAFile && there.size() < MostInALine) {
