@@ -64,7 +64,7 @@ QString ServerSocketPath()
 {
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!runtime.isEmpty()) return runtime + QStringLiteral("/velsql/server.sock");
-    return QStringLiteral("%1/velsql-%2/server.sock").arg(QDir::tempPath()).arg(geteuid());
+    return QDir::tempPath() + QStringLiteral("/velsql-%1/server.sock").arg(geteuid());
 }
 
 bool IsSameUser(int connectedSocket)

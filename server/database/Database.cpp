@@ -192,7 +192,7 @@ DatabaseAddress::DatabaseAddress(const QString& connectionString)
 QString DatabaseAddress::Place() const
 {
     if (!IsPostgreSql()) return QStringLiteral("SQLite ") + QFileInfo(m_Database).absoluteFilePath();
-    return QStringLiteral("PostgreSQL %1:%2/%3").arg(m_Server).arg(m_Port > 0 ? m_Port : 5432).arg(m_Database);
+    return QStringLiteral("PostgreSQL %1:%2/%3").arg(m_Server, QString::number(m_Port > 0 ? m_Port : 5432), m_Database);
 }
 
 DatabaseError::DatabaseError(const QSqlError& error)

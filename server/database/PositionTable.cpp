@@ -27,7 +27,8 @@ bool PositionTable::Make()
 quint64 PositionTable::Written(quint64 spool) const
 {
     if (!m_IsKept) return 0;
-    return m_Session.Ask(QStringLiteral("SELECT sequence FROM %1 WHERE spool_id = %2").arg(m_Name).arg(spool))
+    return m_Session
+        .Ask(QStringLiteral("SELECT sequence FROM %1 WHERE spool_id = %2").arg(m_Name, QString::number(spool)))
         .toULongLong();
 }
 
@@ -36,12 +37,11 @@ void PositionTable::Note(SpoolPosition position) const
     if (!m_IsKept) return;
     m_Session.Run(QStringLiteral("INSERT INTO %1 VALUES (%2, %3) ON CONFLICT (spool_id) DO UPDATE "
                                  "SET sequence = excluded.sequence")
-                      .arg(m_Name)
-                      .arg(position.Spool)
-                      .arg(position.Sequence));
+                      .arg(m_Name, QString::number(position.Spool), QString::number(position.Sequence)));
 }
 
 void PositionTable::Forget(quint64 spool) const
 {
-    if (m_IsKept) m_Session.Run(QStringLiteral("DELETE FROM %1 WHERE spool_id = %2").arg(m_Name).arg(spool));
+    if (m_IsKept)
+        m_Session.Run(QStringLiteral("DELETE FROM %1 WHERE spool_id = %2").arg(m_Name, QString::number(spool)));
 }

@@ -27,8 +27,8 @@ Target Find(const PlantItem& item, const QString& text)
 const SafeArray& ArrayOf(const Target& target, const Variant& value)
 {
     if (!value.IsArray() || target.Element >= value.Array().Count())
-        throw DescribedError(
-            QStringLiteral("the linked item \"%1\" has no element %2").arg(target.Item->Name()).arg(target.Element));
+        throw DescribedError(QStringLiteral("the linked item \"%1\" has no element %2")
+                                 .arg(target.Item->Name(), QString::number(target.Element)));
     return value.Array();
 }
 

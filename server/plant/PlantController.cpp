@@ -87,8 +87,8 @@ void PlantController::ChangeState(qint32 state, bool hasLostDevice)
 qint32 PlantController::ScanTime(qint32 index) const
 {
     if (index < 0 || index >= static_cast<qint32>(m_Traits.ScanTimes.size()))
-        throw ServerError(
-            QStringLiteral("Controller \"%1\": ScanTimes has the indexes 0 to 2, not %2.").arg(Name()).arg(index));
+        throw ServerError(QStringLiteral("Controller \"%1\": ScanTimes has the indexes 0 to 2, not %2.")
+                              .arg(Name(), QString::number(index)));
     return m_Traits.ScanTimes[static_cast<std::size_t>(index)];
 }
 
@@ -96,9 +96,7 @@ Variant PlantController::SettingData(qint32 index) const
 {
     if (index < 0 || index >= SettingDataCount)
         throw ServerError(QStringLiteral("Controller \"%1\": SettingData has the indexes 0 to %2, not %3.")
-                              .arg(Name())
-                              .arg(SettingDataCount - 1)
-                              .arg(index));
+                              .arg(Name(), QString::number(SettingDataCount - 1), QString::number(index)));
     return m_Traits.SettingData.value(index);
 }
 

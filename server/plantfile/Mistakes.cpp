@@ -46,7 +46,7 @@ QStringList Mistakes::Texts() const
     QStringList texts;
     for (auto line = m_Texts.begin(); line != m_Texts.end(); ++line) {
         for (const QString& what : line.value())
-            texts.append(QStringLiteral("%1:%2: %3").arg(m_File).arg(line.key()).arg(what));
+            texts.append(QStringLiteral("%1:%2: %3").arg(m_File, QString::number(line.key()), what));
     }
     if (m_HasMore) texts.append(QStringLiteral("%1: there are more mistakes of this kind").arg(m_File));
     for (const Mistakes& other : m_Others) texts += other.Texts();

@@ -116,7 +116,7 @@ QString DescribeLoads(const Plant& plant)
     }
     QString text;
     for (auto load = loads.begin(); load != loads.end(); ++load)
-        text += QStringLiteral("\n%1: %2 requests a second").arg(load.key()).arg(load.value(), 0, 'f', 1);
+        text += QStringLiteral("\n%1: %2 requests a second").arg(load.key(), QString::number(load.value(), 'f', 1));
     return text;
 }
 
@@ -182,7 +182,7 @@ QString DescribePlantFile(const QString& path)
     qsizetype items = 0;
     for (const PlantControllerRef& controller : plant.Controllers()) items += controller->Items().size();
     const QString text = QStringLiteral("%1: %2 controllers, %3 items");
-    return text.arg(path).arg(plant.Controllers().size()).arg(items) + DescribeLoads(plant);
+    return text.arg(path, QString::number(plant.Controllers().size()), QString::number(items)) + DescribeLoads(plant);
 }
 
 HistorySettings HistoryOf(const QString& path)

@@ -31,8 +31,7 @@ Pieces TakeApart(const QString& text)
         if (end < 0)
             throw DescribedError(
                 QStringLiteral("the brace %1 in \"%2\" stands alone; one that is meant itself is written twice")
-                    .arg(character)
-                    .arg(text));
+                    .arg(QString(character), text));
         pieces.InBraces.append(text.sliced(i + 1, end - i - 1));
         pieces.Parts.append(QString());
         i = end;
@@ -167,7 +166,8 @@ NameRange ParseName(const QString& name)
                     first.startsWith(u'0') ? static_cast<int>(first.size()) : 1};
     if (range.Last < *range.First) throw DescribedError(QStringLiteral("the range {%1} counts down").arg(text));
     if (range.Last - *range.First >= MostItems)
-        throw DescribedError(QStringLiteral("the range {%1} is over more than %2 items").arg(text).arg(MostItems));
+        throw DescribedError(
+            QStringLiteral("the range {%1} is over more than %2 items").arg(text, QString::number(MostItems)));
     return range;
 }
 

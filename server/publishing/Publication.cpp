@@ -174,7 +174,8 @@ Publication::~Publication()
     m_Sender.reset();
     m_Settings.Device->RemoveUser(*this);
     const quint64 lost = m_Values->Finish();
-    if (lost > 0) Log(LogLevel::Error, QStringLiteral("%1: %2 values are lost.").arg(NameOf(m_Settings)).arg(lost));
+    if (lost > 0)
+        Log(LogLevel::Error, QStringLiteral("%1: %2 values are lost.").arg(NameOf(m_Settings), QString::number(lost)));
 }
 
 void Publication::Start()

@@ -111,8 +111,7 @@ void SubscriptionServer::Answered(qint32 count)
     if (m_Unanswered <= m_All.MostUnanswered() / 2) SendWaiting(); // many at once, instead of one for each answer
     if (m_Dropped == 0 || m_Waiting.size() > MostWaiting / 2) return;
     Log(LogLevel::Warning, QStringLiteral("The subscriber of controller \"%1\" reads again; %2 events were dropped.")
-                               .arg(m_Controller->Name())
-                               .arg(m_Dropped));
+                               .arg(m_Controller->Name(), QString::number(m_Dropped)));
     m_Dropped = 0;
 }
 

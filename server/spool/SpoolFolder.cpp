@@ -116,7 +116,7 @@ SpoolFolderRef SpoolFolder::Make(const QString& root, quint64 spool, const QStri
 {
     MakePrivateFolder(root);
     const QString path =
-        QStringLiteral("%1/%2-%3").arg(root).arg(TimeOfNext(root), 14, 10, QChar(u'0')).arg(spool, 16, 16, QChar(u'0'));
+        root + QStringLiteral("/%1-%2").arg(TimeOfNext(root), 14, 10, QChar(u'0')).arg(spool, 16, 16, QChar(u'0'));
     MakePrivateFolder(path);
     try {
         const int lock = LockOf(path);

@@ -18,7 +18,7 @@ QString TimeText(qint64 microseconds)
 
 QString PathOf(const QString& folder, quint64 first)
 {
-    return QStringLiteral("%1/%2.values").arg(folder).arg(first, 20, 10, QChar(u'0'));
+    return folder + QStringLiteral("/%1.values").arg(first, 20, 10, QChar(u'0'));
 }
 
 } // namespace

@@ -128,7 +128,7 @@ std::vector<PartitionFile> PartitionFolder::Files() const
 
 PartitionFile PartitionFolder::FileOf(qint64 number) const
 {
-    return {number, QStringLiteral("%1/%2%3").arg(m_Path).arg(number, 7, 10, QChar(u'0')).arg(s_Suffix)};
+    return {number, m_Path + u'/' + QString::number(number).rightJustified(7, u'0') + s_Suffix};
 }
 
 void PartitionFolder::Guard(const PartitionFile& file, const std::function<void()>& work)

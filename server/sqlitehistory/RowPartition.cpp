@@ -76,7 +76,7 @@ private:
     static QString NameFor(const QString& path)
     {
         static std::atomic<int> count = 0;
-        return QStringLiteral("%1.new-%2-%3").arg(path).arg(getpid()).arg(++count);
+        return path + QStringLiteral(".new-%1-%2").arg(getpid()).arg(++count);
     }
     /// Of servers that were killed.
     static void RemoveLeft(const QString& path)

@@ -83,7 +83,7 @@ TEST_F(HistoryTest, CatchesUpWhenItsDatabaseIsBack)
 TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
 {
     m_Settings.Destinations[1].ConnectionString = u"Database="_s + m_Folder.filePath(u"second.db"_s);
-    m_Settings.Destinations[1].TableName = u"mi\"ne"_s;
+    m_Settings.Destinations[1].TableName = u"mi\"ne %2"_s;
     for (const bool enabled : {false, true}) {
         m_Settings.Enabled = enabled;
         AskedHistory history(m_Settings);
@@ -93,7 +93,7 @@ TEST_F(HistoryTest, TwoDestinationsOrNoneAreRecordedInto)
     }
     EXPECT_EQ(AskedHistory(m_Settings).Ask(s_Values), u"item_value\n1");
     std::swap(m_Settings.Destinations[0], m_Settings.Destinations[1]); // the first one is asked
-    EXPECT_EQ(AskedHistory(m_Settings).Ask(u"SELECT item_value FROM \"mi\"\"ne\""_s), u"item_value\n1");
+    EXPECT_EQ(AskedHistory(m_Settings).Ask(u"SELECT item_value FROM \"mi\"\"ne %2\""_s), u"item_value\n1");
 }
 
 TEST_F(HistoryTest, ResultsAreReadInPages)

@@ -14,7 +14,7 @@ class SpoolTest : public ::testing::Test
 protected:
     SpoolTest()
     {
-        m_Settings.Spool.Folder = m_Folder.filePath(u"spool"_s);
+        m_Settings.Spool.Folder = m_Folder.filePath(u"%1 %2 spool"_s);
         QDir().mkpath(m_Path); // a folder where the file should be
     }
 

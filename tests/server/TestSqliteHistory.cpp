@@ -29,7 +29,7 @@ protected:
     }
 
     QTemporaryDir m_Place;
-    QString m_Path = m_Place.filePath(u"history.db"_s);
+    QString m_Path = m_Place.filePath(u"%1 %2.db"_s);
     HistorySettings m_Settings = RecordingInto(u"Driver=SQLite;Database="_s + m_Path);
     PartitionFolder m_Folder{m_Path, u"velsql_history"_s};
 };

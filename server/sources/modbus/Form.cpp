@@ -124,7 +124,8 @@ std::vector<quint16> EncodeText(const Form& form, const QString& text)
     const auto count = static_cast<std::size_t>(form.Count);
     QByteArray bytes = text.toUtf8();
     if (bytes.size() > 2 * form.Count)
-        throw ValueError(QStringLiteral("%1 has more than %2 bytes").arg(Quoted(text)).arg(2 * form.Count));
+        throw ValueError(
+            QStringLiteral("%1 has more than %2 bytes").arg(Quoted(text), QString::number(2 * form.Count)));
     bytes.append(2 * form.Count - bytes.size(), '\0');
     std::vector<quint16> registers(count);
     for (std::size_t i = 0; i < count; ++i) {

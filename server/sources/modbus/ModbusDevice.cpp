@@ -207,13 +207,9 @@ QString ModbusDevice::Describe() const
     QString text = m_Line->With([&] {
         const UnitCounts& counts = m_Unit->Counts();
         return QStringLiteral("%1: %2 %3 unit %4: %5; requests %6, silences %7, other failures %8, refused spans %9")
-            .arg(Name(), m_Protocol, m_Line->Settings().Place())
-            .arg(m_Unit->Settings().Number)
-            .arg(IsReachable() ? QStringLiteral("reachable") : m_Unit->Trouble())
-            .arg(counts.Requests)
-            .arg(counts.Silences)
-            .arg(counts.Others)
-            .arg(counts.Refused);
+            .arg(Name(), m_Protocol, m_Line->Settings().Place(), QString::number(m_Unit->Settings().Number),
+                 IsReachable() ? QStringLiteral("reachable") : m_Unit->Trouble(), QString::number(counts.Requests),
+                 QString::number(counts.Silences), QString::number(counts.Others), QString::number(counts.Refused));
     });
     for (const auto& other : m_Others) text += QStringLiteral("\r\n") + other->Describe();
     return text;

@@ -168,15 +168,13 @@ void SetCount(Form& form, std::optional<qint32> range, const QString& name)
         return;
     }
     if (form.Count % size != 0)
-        throw VariableError(
-            Part::Name,
-            QStringLiteral("\"%1\" has %2 registers, which %3 do not divide").arg(name).arg(form.Count).arg(size));
+        throw VariableError(Part::Name, QStringLiteral("\"%1\" has %2 registers, which %3 do not divide")
+                                            .arg(name, QString::number(form.Count), QString::number(size)));
     const bool isOne = form.Count == size;
     if (form.Type == VT_VARIANT && !isOne) form.IsArray = true;
     if (!isOne && !form.IsArray)
-        throw VariableError(
-            Part::Name,
-            QStringLiteral("\"%1\" holds %2 values, and the item is not an array").arg(name).arg(form.Count / size));
+        throw VariableError(Part::Name, QStringLiteral("\"%1\" holds %2 values, and the item is not an array")
+                                            .arg(name, QString::number(form.Count / size)));
     if (form.First + form.Count > Registers)
         throw VariableError(Part::Name, QStringLiteral("\"%1\" goes beyond the last register").arg(name));
 }

@@ -25,7 +25,8 @@ int Number(const QString& text, int lowest, int highest, int fallback)
     bool isNumber = false;
     const int number = text.toInt(&isNumber);
     if (!isNumber || number < lowest || number > highest)
-        throw DescribedError(QStringLiteral("\"%1\" is not a number from %2 to %3").arg(text).arg(lowest).arg(highest));
+        throw DescribedError(QStringLiteral("\"%1\" is not a number from %2 to %3")
+                                 .arg(text, QString::number(lowest), QString::number(highest)));
     return number;
 }
 
@@ -129,14 +130,14 @@ QString Table(const Form& form, const std::vector<Found>& found)
 QString Draft(const Target& target, const std::vector<Form>& forms)
 {
     const LineSettings& line = target.Line;
-    const QString where =
-        line.Serial.isEmpty()
-            ? QStringLiteral("protocol = \"modbus-tcp\"\nhost = \"%1\"\nport = %2").arg(line.Host).arg(line.Port)
-            : QStringLiteral("protocol = \"modbus-rtu\"\nserial = \"%1\"\nbaud = %2").arg(line.Serial).arg(line.Baud);
+    const QString where = line.Serial.isEmpty()
+                              ? QStringLiteral("protocol = \"modbus-tcp\"\nhost = \"%1\"\nport = %2")
+                                    .arg(line.Host, QString::number(line.Port))
+                              : QStringLiteral("protocol = \"modbus-rtu\"\nserial = \"%1\"\nbaud = %2")
+                                    .arg(line.Serial, QString::number(line.Baud));
     QString text = QStringLiteral("# The beginning of a plant file for it:\n[[device]]\nname = \"Device\"\n%1\n"
                                   "unit = %2\n\n[[controller]]\nname = \"Controller\"\ndevice = \"Device\"\n")
-                       .arg(where)
-                       .arg(target.Unit);
+                       .arg(where, QString::number(target.Unit));
     for (const Form& form : forms) {
         text += QStringLiteral("\n    [[controller.item]]\n    name = \"%1{%2..%3}\"\n    variable = \"%1:{n}\"\n")
                     .arg(PlaceText(form, 0).section(u':', 0, 0))
@@ -151,7 +152,7 @@ Form RangeOf(const QString& range)
     const Form form = ParseForm({range, {}, VT_VARIANT}, 0, {});
     if (form.Count > MostProbed || form.Bit >= 0)
         throw DescribedError(
-            QStringLiteral("\"%1\" is not a range of at most %2 addresses").arg(range).arg(MostProbed));
+            QStringLiteral("\"%1\" is not a range of at most %2 addresses").arg(range, QString::number(MostProbed)));
     return form;
 }
 

@@ -7,7 +7,7 @@ Transport::~Transport() = default;
 
 QString LineSettings::Place() const
 {
-    return Serial.isEmpty() ? QStringLiteral("%1:%2").arg(Host).arg(Port) : Serial;
+    return Serial.isEmpty() ? QStringLiteral("%1:%2").arg(Host, QString::number(Port)) : Serial;
 }
 
 std::unique_ptr<Transport> MakeTransport(const LineSettings& settings, const std::stop_token& stop)

@@ -39,7 +39,8 @@ void ReadEncryption(SourceSettings& settings, BrokerSettings& broker)
 
 QString BrokerSettings::Address() const
 {
-    return QStringLiteral("%1://%2:%3").arg(QLatin1StringView(IsEncrypted ? "mqtts" : "mqtt"), Host).arg(Port);
+    return QStringLiteral("%1://%2:%3")
+        .arg(QLatin1StringView(IsEncrypted ? "mqtts" : "mqtt"), Host, QString::number(Port));
 }
 
 QString BrokerSettings::Unreachable(const QString& why) const

@@ -91,9 +91,8 @@ bool MqttSource::IsHeardBy(const QByteArray& topic, const SourceVariable& variab
 QString MqttSource::Describe() const
 {
     return QStringLiteral("%1: %2, %3; %4 subscriptions, %5 messages")
-        .arg(Name(), m_Connection.Settings().Address(), State())
-        .arg(m_Subscriptions.Count())
-        .arg(m_Messages);
+        .arg(Name(), m_Connection.Settings().Address(), State(), QString::number(m_Subscriptions.Count()),
+             QString::number(m_Messages));
 }
 
 QString MqttSource::WhyUnreachable() const

@@ -45,7 +45,7 @@ std::vector<ReplayedValue> ReadReplayFile(const QString& path, VarType type)
             if (rows.size() > 1 && rows.back().Seconds < rows[rows.size() - 2].Seconds)
                 throw DescribedError(QStringLiteral("the time stamp is before the one above"));
         } catch (const DescribedError& error) {
-            throw DescribedError(QStringLiteral("%1:%2: %3").arg(path).arg(number).arg(error.Description()));
+            throw DescribedError(QStringLiteral("%1:%2: %3").arg(path, QString::number(number), error.Description()));
         }
     }
     if (rows.empty()) throw DescribedError(QStringLiteral("%1 holds no values").arg(path));
