@@ -17,7 +17,9 @@ case ${1-} in
         echo "                                       plant, clients, device, database by chance, in driven time:"
         echo "                                       so many seeds under the sanitizers (default: 10000 from 1 on)"
         echo "       ./soak.sh --days [DAYS]         a server that scans and records in driven time (default: 365 days)"
-        echo "       ./soak.sh --fuzz [RUNS]         the parsers of devices' options and answers (default: 300000 runs each)"
+        echo "       ./soak.sh --fuzz [MINUTES | --runs RUNS] [TARGET...]"
+        echo "                                       what reads files, texts and messages, side by side under inputs that"
+        echo "                                       libFuzzer makes (default: 60 minutes in all; RUNS are of each)"
         echo "       ./soak.sh --history [--kills N] [--database sqlite|postgres]"
         echo "                                       what was recorded after kills and outages (default: 1000 kills)"
         echo "       ./soak.sh --links [FAULTS [LINKS]]"
@@ -39,9 +41,12 @@ case ${1-} in
         scripts/build.sh release programs
         exec scripts/run-faults.sh "$@" ;;
     --fuzz)
-        case ${2-300000} in *[!0-9]* | '' | 0) echo "./soak.sh --fuzz takes a number of runs" >&2; exit 2 ;; esac
+        shift
+        how=--minutes
+        [ "${1-}" != --runs ] || { how=--runs; shift; }
+        case ${1-60} in *[!0-9]* | '' | 0) echo "./soak.sh --fuzz takes a number of minutes, or --runs and a number" >&2; exit 2 ;; esac
         scripts/build.sh fuzz fuzz
-        exec scripts/run-fuzzers.sh "${2-300000}" ;;
+        exec scripts/run-fuzzers.sh "$how" "${1-60}" "${@:2}" ;;
     --seeds)
         for number in "${2-10000}" "${3-1}"; do
             case $number in *[!0-9]* | '' | 0) echo "./soak.sh --seeds takes two numbers" >&2; exit 2 ;; esac

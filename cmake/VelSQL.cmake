@@ -30,7 +30,7 @@ target_include_directories(velsql_options INTERFACE "${CMAKE_SOURCE_DIR}")
 target_compile_options(velsql_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion $<$<BOOL:${VELSQL_WERROR}>:-Werror>)
 target_compile_definitions(velsql_options INTERFACE QT_NO_CAST_FROM_ASCII QT_NO_CAST_TO_ASCII QT_NO_KEYWORDS
     QT_DISABLE_DEPRECATED_BEFORE=0x060400 VELSQL_VERSION="${PROJECT_VERSION}")
-if(VELSQL_PCH)
+if(VELSQL_PCH AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(velsql_options INTERFACE -fpch-preprocess -Winvalid-pch)
 endif()
 
