@@ -65,6 +65,7 @@ private:
     bool Wheel();
     bool DragSomething();
     bool ContextMenu();
+    bool Measure();
     bool Keys();
     bool Find();
     bool Statement();

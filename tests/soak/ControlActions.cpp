@@ -1,10 +1,12 @@
 // What is done to any control of whatever window is in front.
 #include "tests/soak/ConsoleActions.h"
 
+#include "controller/EventList.h"
 #include "core/MainWindow.h"
 #include "core/modMain.h"
 #include "mainwindow/DragBar.h"
 #include "mainwindow/ObjectTreeView.h"
+#include "perfcheck/frmPerfChk.h"
 #include "tests/support/ConsoleTest.h"
 
 #include <QAbstractButton>
@@ -196,10 +198,24 @@ bool ConsoleActions::DragSomething()
 
 bool ConsoleActions::ContextMenu()
 {
-    QWidget* control = m_Hand.AnyOf<QWidget>(m_Hand.Front());
-    if (auto* list = m_Hand.AnyOf<QAbstractScrollArea>(m_Hand.Front()); list && m_Hand.OneIn(2)) control = list;
+    const int way = m_Hand.Number(4);
+    QWidget* control = nullptr;
+    if (way == 0) control = m_Hand.AnyOf<EventList>(m_Hand.Front());
+    if (!control && way < 2) control = m_Hand.AnyOf<QAbstractScrollArea>(m_Hand.Front());
+    if (!control) control = m_Hand.AnyOf<QWidget>(m_Hand.Front());
     if (!control) return false;
     m_Hand.Click(*control, Qt::RightButton);
+    return true;
+}
+
+/// One that ends only when it is stopped.
+bool ConsoleActions::Measure()
+{
+    const QPointer<frmPerfChk> check = FrontAs<frmPerfChk>();
+    auto* endless = check ? check->findChild<QAbstractButton*>(u"optPattern_2"_s) : nullptr;
+    if (!endless || !endless->isEnabled()) return false;
+    m_Hand.ClickAt(*endless, {8, endless->height() / 2});
+    if (check) m_Hand.Click(*check->findChild<QAbstractButton*>(u"cmdStart"_s));
     return true;
 }
 
