@@ -33,7 +33,7 @@ ConsoleActions::ConsoleActions(ConsoleHand& hand, QString batchFile)
         {"turn the wheel", 3, bound(&ConsoleActions::Wheel)},
         {"drag", 5, bound(&ConsoleActions::DragSomething)},
         {"context menu", 4, bound(&ConsoleActions::ContextMenu)},
-        {"start a measurement", 20, bound(&ConsoleActions::Measure)},
+        {"start a measurement", 8, bound(&ConsoleActions::Measure)},
         {"press keys", 8, bound(&ConsoleActions::Keys)},
         {"find", 3, bound(&ConsoleActions::Find)},
         {"execute a statement", 3, bound(&ConsoleActions::Statement)},

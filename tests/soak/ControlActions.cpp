@@ -208,13 +208,14 @@ bool ConsoleActions::ContextMenu()
     return true;
 }
 
-/// One that ends only when it is stopped.
+/// Opens the dialog, where it is not open yet; the measurement ends only when it is stopped.
 bool ConsoleActions::Measure()
 {
     const QPointer<frmPerfChk> check = FrontAs<frmPerfChk>();
-    auto* endless = check ? check->findChild<QAbstractButton*>(u"optPattern_2"_s) : nullptr;
-    if (!endless || !endless->isEnabled()) return false;
-    m_Hand.ClickAt(*endless, {8, endless->height() / 2});
+    const QString name = check ? u"optPattern_2"_s : u"cmdPerfchk"_s;
+    auto* button = m_Hand.Front()->findChild<QAbstractButton*>(name);
+    if (!button || !button->isEnabled() || button->visibleRegion().isEmpty()) return false;
+    m_Hand.ClickAt(*button, {8, button->height() / 2});
     if (check) m_Hand.Click(*check->findChild<QAbstractButton*>(u"cmdStart"_s));
     return true;
 }
