@@ -25,8 +25,8 @@ class TreeNode;
 /// A reference to a node; stays safe after the node has left the tree.
 using TreeNodeRef = QExplicitlySharedDataPointer<TreeNode>;
 
-/// One object of the server in the object tree. There may be a million: its key is computed from its parents, and without
-/// children a node takes 32 bytes beside its text. Only ObjectTreeModel changes the structure.
+/// One object of the server in the object tree. There may be a million: its key is computed from its parents, and
+/// without children a node takes 32 bytes beside its text. Only ObjectTreeModel changes the structure.
 class TreeNode : public QSharedData
 {
 public:
