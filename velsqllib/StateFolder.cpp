@@ -32,7 +32,9 @@ QString StateFolder()
 
 void MakePrivateFolder(const QString& path)
 {
-    QDir().mkpath(QFileInfo(path).path());
+    const QFileInfo folder(path);
+    if (folder.exists() || folder.isRoot()) return;
+    MakePrivateFolder(folder.absolutePath());
     // Failures are reported by the code that writes into it.
     mkdir(QFile::encodeName(path).constData(), 0700);
 }

@@ -6,7 +6,7 @@
 /// yet.
 QString StateFolder();
 
-/// Creates a folder that only this user may access, and its parents; an existing folder stays unchanged.
+/// Creates a folder, and those above it that are missing, for this user only; an existing folder stays unchanged.
 void MakePrivateFolder(const QString& path);
 
 /// The log of a server that is started for the socket: server.log in the state folder. Other sockets that share the

@@ -1,6 +1,7 @@
 #include "server/database/PrivateFile.h"
 
 #include "core/automation/Errors.h"
+#include "velsqllib/StateFolder.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -14,14 +15,6 @@ namespace {
 
 constexpr mode_t OfFile = 0600;
 constexpr mode_t OfFolder = 0700;
-
-void MakeFolder(const QString& path)
-{
-    const QFileInfo folder(path);
-    if (folder.exists() || folder.isRoot()) return;
-    MakeFolder(folder.absolutePath());
-    mkdir(QFile::encodeName(path).constData(), OfFolder);
-}
 
 void TakeAway(const QString& path, mode_t mode)
 {
@@ -38,7 +31,7 @@ void TakeAway(const QString& path, mode_t mode)
 
 void MakePrivateFile(const QString& path)
 {
-    MakeFolder(QFileInfo(path).absolutePath());
+    MakePrivateFolder(QFileInfo(path).absolutePath());
     // Closing a file releases the locks that SQLite holds on it. So this never opens a file that exists already or that
     // another thread is about to open.
     static std::mutex guard;

@@ -1,5 +1,6 @@
 #include "server/sqlitehistory/PartitionFolder.h"
 
+#include "server/database/FolderLock.h"
 #include "server/database/FolderNames.h"
 #include "server/log/Log.h"
 
@@ -163,6 +164,7 @@ PartitionContents PartitionFolder::ContentsOf(const PartitionFile& file)
 
 void PartitionFolder::Remove(const PartitionFile& file)
 {
+    const FolderLock lock(file.Path);
     if (!QFile::remove(file.Path) && QFile::exists(file.Path))
         throw DescribedError(QStringLiteral("%1 cannot be removed.").arg(file.Path));
     QFile::remove(file.Path + s_Write);
@@ -173,6 +175,7 @@ QString PartitionFolder::SetAside(const PartitionFile& file, const QString& reas
 {
     const QString mark = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-hhmmsszzz"));
     const QString name = QStringLiteral("%1.damaged-%2").arg(file.Path, mark);
+    const FolderLock lock(file.Path);
     if (!QFile::rename(file.Path, name))
         throw DescribedError(QStringLiteral("%1 is damaged and cannot be renamed: %2").arg(file.Path, reason));
     QFile::rename(file.Path + s_Write, name + s_Write);

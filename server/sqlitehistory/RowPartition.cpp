@@ -1,5 +1,7 @@
 #include "server/sqlitehistory/RowPartition.h"
 
+#include "server/database/FolderLock.h"
+
 #include <QDir>
 
 #include <array>
@@ -94,6 +96,8 @@ private:
 QString Made(const QString& path)
 {
     if (QFile::exists(path)) return path;
+    const FolderLock lock(path);
+    if (QFile::exists(path)) return path; // somebody was faster
     const Begun begun(path);
     {
         const SqliteConnection made(begun.Path(), SqliteConnection::Access::Create);

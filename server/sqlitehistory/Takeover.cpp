@@ -117,8 +117,10 @@ Takeover::Takeover(const QString& database, const QString& table)
         if (found.isEmpty()) return;
         // What refers to the table means the one that all statements see.
         file.Run("PRAGMA legacy_alter_table = ON");
+        SqliteTransaction transaction(file);
         if (found == backup) file.Run("DROP VIEW IF EXISTS " + Quoted(table));
         file.Run("ALTER TABLE " + Quoted(found) + " RENAME TO " + Quoted(m_Old));
+        transaction.Commit();
     }
     m_Thread = std::jthread([this](const std::stop_token& stop) { Run(stop); });
 }

@@ -7,6 +7,9 @@
 
 #include <gtest/gtest.h>
 
+#include <barrier>
+#include <future>
+
 namespace {
 
 class SqliteHistoryTest : public ::testing::Test
@@ -51,68 +54,6 @@ TEST_F(SqliteHistoryTest, PartitionsThatCannotBeListedAreNotTakenForNone)
     const NoMoreFiles none;
     EXPECT_THROW(m_Folder.Files(), DescribedError);
     EXPECT_THROW(PartitionFolder::Tables(m_Path), DescribedError);
-}
-
-TEST(TimeKey, NeverGoesDownWhereTextsGoUp)
-{
-    QByteArrayList texts = {"",
-                            " ",
-                            "0000-01-01",
-                            "1969-12-31 23:59:59.999999",
-                            "1970",
-                            "2024-0",
-                            "2024-00-05",
-                            "2024-01-31",
-                            "2024-01-31 00",
-                            "2024-01-31 00:00",
-                            "2024-01-31 00:00:00.0",
-                            "2024-01-31 0x",
-                            "2024-01-31 00:00:00.000000",
-                            "2024-01-31 00:00:00.0000001",
-                            "2024-01-31 12:60:00",
-                            "2024-01-31 99",
-                            "2024-01-31T12:00:00",
-                            "2024-02-29 24:00",
-                            "2024-02-30",
-                            "2024-1",
-                            "2024-12-31",
-                            "2024-13",
-                            "2024.",
-                            "20240",
-                            "9999-12-31 23:59:59.999999",
-                            "soon",
-                            "\xff"};
-    std::sort(texts.begin(), texts.end());
-    for (qsizetype i = 1; i < texts.size(); ++i)
-        EXPECT_LE(TimeKeyOf(texts[i - 1]).Local, TimeKeyOf(texts[i]).Local)
-            << texts[i - 1].data() << " " << texts[i].data();
-    for (const QByteArray& text : texts) {
-        const TimeKey key = TimeKeyOf(text);
-        const TimeText again = SpellTime(key.Local);
-        EXPECT_EQ(key.IsCanonical, QByteArrayView(again.data(), again.size()) == text) << text.data();
-        const bool isTime =
-            QDateTime::fromString(QString::fromLatin1(text.left(23).replace("24:00", "xx")), Qt::ISODate).isValid();
-        const bool isKnown = text.size() > 13 && !text.contains('T');
-        EXPECT_TRUE(!isKnown || key.IsTime == (isTime && text.size() < 27)) << text.data();
-    }
-}
-
-TEST(Minutes, ArePackedWithoutLoss)
-{
-    SummaryMaker maker(Minute);
-    for (int i = 0; i < 1000; ++i) {
-        HistoryRow row;
-        row.Local = 1'706'659'200'000'000 + i * Minute / 7;
-        row.State = i / 100 == 3 ? 1 : 0;
-        if (i / 50 != 5) row.Value = NumericCell(i % 3 == 0 ? i * 0.1 : i);
-        maker.Add(row);
-    }
-    std::vector<Summary> minutes;
-    for (const auto& [start, minute] : maker.Made()) minutes.push_back(minute);
-    std::vector<Summary> again = UnpackMinutes(PackMinutes(maker.Made()));
-    for (Summary& minute : again)
-        if (minute.Numbers == 0) minute.FirstUtc = minute.LastUtc = 0;
-    EXPECT_EQ(again, minutes);
 }
 
 TEST_F(SqliteHistoryTest, AnswersAndChangesAsAPlainTable)
@@ -197,6 +138,29 @@ TEST_F(SqliteHistoryTest, PartsThatAreGoneOrDamagedCostOnlyThemselves)
     EXPECT_GE(history.Ask(s_Count).section(u'\n', 1).toInt(), Many);
     const QByteArray log = QByteArray::fromStdString(testing::internal::GetCapturedStderr());
     EXPECT_EQ(log.count("set aside as " + kept.toUtf8() + ".damaged-"), 1) << log.constData();
+}
+
+// A server's recording and a client's statement, both the first ones.
+TEST_F(SqliteHistoryTest, WhoeverMakesAPartitionAtTheSameTimeLosesNothing)
+{
+    constexpr quint64 Threads = 4;
+    for (int round = 0; round < 25; ++round) {
+        const QString path = m_Place.filePath(u"part%1/1000000.db"_s.arg(round));
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
+        std::barrier ready(Threads);
+        std::vector<std::future<void>> all;
+        for (quint64 spool = 1; spool <= Threads; ++spool)
+            all.push_back(std::async(std::launch::async, [&, spool] {
+                ready.arrive_and_wait();
+                PartitionWriter writer(path, RowPartition::Access::Create);
+                SqliteTransaction transaction(writer.File());
+                writer.Note({spool, 7});
+                transaction.Commit();
+            }));
+        for (auto& one : all) EXPECT_NO_THROW(one.get());
+        const PartitionWriter made(path, RowPartition::Access::Existing);
+        for (quint64 spool = 1; spool <= Threads; ++spool) ASSERT_EQ(made.Written(spool), 7U) << round;
+    }
 }
 
 TEST_F(SqliteHistoryTest, WhatIsKeptFollowsSizeAgeAndCount)
