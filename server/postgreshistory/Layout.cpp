@@ -1,8 +1,10 @@
 #include "server/postgreshistory/Layout.h"
 
 #include "server/postgreshistory/RowColumns.h"
+#include "server/postgreshistory/SumStatements.h"
 
 #include <array>
+#include <limits>
 
 namespace {
 
@@ -68,11 +70,7 @@ const QString s_Values = QStringLiteral(R"(CREATE OR REPLACE VIEW {values} AS
  SELECT controller_name, item_name, item_value, item_time, {number}(item_value), {utc}(item_time), 0
  FROM {rows_other} WHERE item_utc IS NULL)");
 
-const QString s_Sums = QStringLiteral(R"(CREATE OR REPLACE VIEW {sums} AS
- SELECT controller_name, item_name, start_utc, value_count, number_count, smallest, largest, first_value, last_value,
-        number_sum, worst_state FROM {blocks}
- UNION ALL %1
- UNION ALL %2)");
+const QString s_UnionAll = QStringLiteral("\nUNION ALL ");
 
 const QString s_Shown = QStringLiteral(R"(CREATE OR REPLACE VIEW {%1} AS
  SELECT controller_name, item_name, start_utc, to_timestamp(start_utc / 1e6) AT TIME ZONE {zone} AS start_time,
@@ -80,27 +78,18 @@ const QString s_Shown = QStringLiteral(R"(CREATE OR REPLACE VIEW {%1} AS
         number_sum / NULLIF(number_count, 0) AS mean_value, worst_state, number_count
  FROM %2)");
 
-const QString s_Longer = QStringLiteral(R"((
- SELECT controller_name, item_name, start_utc - ((start_utc % %1) + %1) % %1 AS start_utc,
-        sum(value_count)::bigint AS value_count, sum(number_count)::bigint AS number_count,
-        min(smallest) AS smallest, max(largest) AS largest,
-        (array_agg(first_value ORDER BY start_utc) FILTER (WHERE number_count > 0))[1] AS first_value,
-        (array_agg(last_value ORDER BY start_utc DESC) FILTER (WHERE number_count > 0))[1] AS last_value,
-        sum(number_sum) AS number_sum,
-        CASE WHEN bool_or(worst_state = 1) THEN 1 ELSE max(worst_state) END AS worst_state
- FROM {sums} GROUP BY 1, 2, 3) AS longer)");
-
 } // namespace
 
 QString Layout::Version() const
 {
-    return m_Names.Fill(QStringLiteral("layout 1 {zone}"));
+    return m_Names.Fill(QStringLiteral("layout 2 {zone}"));
 }
 
 bool Layout::IsComplete() const
 {
-    const QString parts = Places({QStringLiteral("history"), QStringLiteral("values"), QStringLiteral("minutes"),
-                                  QStringLiteral("hours"), QStringLiteral("days"), QStringLiteral("rows_other")});
+    const QString parts =
+        Places({QStringLiteral("history"), QStringLiteral("values"), QStringLiteral("minutes"), QStringLiteral("hours"),
+                QStringLiteral("days"), QStringLiteral("rows_other"), QStringLiteral("kept_hours")});
     return HasSumTables() &&
            m_Session
                .Ask(QStringLiteral("SELECT obj_description(%1, 'pg_class') = %2 AND num_nulls(%3) = 0")
@@ -121,20 +110,6 @@ QString Layout::Places(const QStringList& parts) const
     for (const QString& part : parts)
         places.append(QStringLiteral("to_regclass(%1)").arg(LayoutNames::Literal(m_Names.Of(part))));
     return places.join(u',');
-}
-
-QString SummedUp(const QString& source)
-{
-    return QStringLiteral(R"(SELECT controller_name, item_name, {minute}(item_utc) AS start_utc,
- count(*) AS value_count, count(*) FILTER (WHERE good) AS number_count,
- min(value_number) FILTER (WHERE good) AS smallest, max(value_number) FILTER (WHERE good) AS largest,
- (array_agg(value_number ORDER BY item_utc) FILTER (WHERE good))[1] AS first_value,
- (array_agg(value_number ORDER BY item_utc DESC) FILTER (WHERE good))[1] AS last_value,
- sum(value_number) FILTER (WHERE good) AS number_sum,
- CASE WHEN bool_or(item_state = 1) THEN 1 ELSE max(item_state) END AS worst_state
- FROM (SELECT *, item_state = 0 AND value_number IS NOT NULL AS good FROM %1) AS source
- WHERE item_utc IS NOT NULL GROUP BY 1, 2, 3)")
-        .arg(source);
 }
 
 Layout::Layout(const DatabaseSession& session, const LayoutNames& names)
@@ -161,6 +136,7 @@ void Layout::Make(Kind found) const
         if (found != Kind::Partitioned) MakeRows(found);
         MakeOther();
         if (found != Kind::Partitioned || !HasSumTables()) MakeSumTables();
+        MakeHourTable();
         MakeFunctions();
         MakeViews();
         if (found == Kind::OldTable) Run(s_Rights);
@@ -198,7 +174,7 @@ void Layout::MakeOther() const
 /// Also where one of them has been dropped: then all that is closed is summed up anew.
 void Layout::MakeSumTables() const
 {
-    Run(QStringLiteral("DROP TABLE IF EXISTS {blocks}, {changed}, {closed} CASCADE"));
+    Run(QStringLiteral("DROP TABLE IF EXISTS {blocks}, {changed}, {closed}, {kept_hours} CASCADE"));
     Run(QStringLiteral("CREATE TABLE {blocks} (controller_name text, item_name text, start_utc bigint, value_count "
                        "bigint, number_count bigint, smallest float8, largest float8, first_value float8, last_value "
                        "float8, number_sum float8, worst_state integer, day date) PARTITION BY LIST (day)"));
@@ -206,6 +182,22 @@ void Layout::MakeSumTables() const
     // Up to there all is summed up in {blocks}.
     Run(QStringLiteral("CREATE TABLE {closed} (until timestamp)"));
     Run(QStringLiteral("INSERT INTO {closed} VALUES ('-infinity')"));
+}
+
+/// Where the hours are missing they are kept anew.
+void Layout::MakeHourTable() const
+{
+    if (!m_Session.Ask(QStringLiteral("SELECT ") + Places({QStringLiteral("kept_hours")})).isNull()) return;
+    Run(QStringLiteral("CREATE TABLE {kept_hours} AS SELECT %1 FROM {blocks} WITH NO DATA").arg(SumColumns()));
+    Run(QStringLiteral("CREATE INDEX ON {kept_hours} (controller_name, item_name, start_utc)"));
+    // Small, and enough to find those that are not kept any longer.
+    Run(QStringLiteral("CREATE INDEX ON {kept_hours} USING brin (start_utc)"));
+    // Up to there, in microseconds of UTC, they are kept.
+    Run(QStringLiteral("ALTER TABLE {closed} ADD COLUMN IF NOT EXISTS hours_until bigint"));
+    Run(QStringLiteral(
+            "UPDATE {closed} SET hours_until = (SELECT %1 FROM (SELECT min(start_utc) AS oldest FROM {blocks}) "
+            "AS b)")
+            .arg(RoundedDown(QStringLiteral("oldest"), DayLength)));
 }
 
 void Layout::MakeFunctions() const
@@ -247,8 +239,21 @@ void Layout::MakeViews() const
                                          "value_number, {utc}(item_time) AS item_utc, coalesce(item_state, 0) AS "
                                          "item_state FROM {rows_other} WHERE item_time < (SELECT until FROM {closed})) "
                                          "AS r");
-    Run(s_Sums.arg(SummedUp(open), SummedUp(other)));
+    const QString minutes = QStringLiteral("SELECT %1 FROM {blocks}").arg(SumColumns());
+    const QString rest = s_UnionAll + SummedUp(open) + s_UnionAll + SummedUp(other);
+    Run(QStringLiteral("CREATE OR REPLACE VIEW {sums} AS ") + minutes + rest);
+    // What is behind the kept hours. A minute may stand with the day before or after its own, as zones have it.
+    const QString behind =
+        minutes + QStringLiteral(" WHERE start_utc >= (SELECT coalesce(hours_until, %1) FROM {closed}) AND day >= "
+                                 "(SELECT coalesce(to_timestamp(hours_until / 1e6)::date - 2, '-infinity') FROM "
+                                 "{closed})")
+                      .arg(std::numeric_limits<qint64>::min() + 1);
+    Run(QStringLiteral("CREATE OR REPLACE VIEW {hour_sums} AS SELECT * FROM {kept_hours}") + s_UnionAll + behind +
+        rest);
     Run(s_Shown.arg(QStringLiteral("minutes"), QStringLiteral("{sums}")));
-    Run(s_Shown.arg(QStringLiteral("hours"), s_Longer.arg(3'600'000'000)));
-    Run(s_Shown.arg(QStringLiteral("days"), s_Longer.arg(86'400'000'000)));
+    const auto longer = [](qint64 length) {
+        return u'(' + SummedUp(QStringLiteral("{hour_sums}"), length) + QStringLiteral(") AS longer");
+    };
+    Run(s_Shown.arg(QStringLiteral("hours"), longer(HourLength)));
+    Run(s_Shown.arg(QStringLiteral("days"), longer(DayLength)));
 }

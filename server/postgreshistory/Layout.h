@@ -5,7 +5,7 @@
 
 /// How a history lies in PostgreSQL: {history}, a view of four columns, on {rows}, a table in partitions by time; the
 /// rows that no partition is for yet are in {rows_other}. Minutes of what is closed are summed up in {blocks};
-/// {changed} names those that have changed since.
+/// {changed} names those that have changed since, {kept_hours} are the hours of the days of UTC that are over.
 class Layout
 {
 public:
@@ -34,6 +34,7 @@ private:
     void MakeRows(Kind found) const;
     void MakeOther() const;
     void MakeSumTables() const;
+    void MakeHourTable() const;
     void MakeFunctions() const;
     void MakeViews() const;
     void Run(const QString& statement) const { m_Session.Run(m_Names.Fill(statement)); }
@@ -41,6 +42,3 @@ private:
     const DatabaseSession& m_Session;
     const LayoutNames m_Names;
 };
-
-/// A statement that sums up `source` by item and minute, with the columns of {blocks} but the day.
-QString SummedUp(const QString& source);

@@ -1,6 +1,5 @@
 #include "server/postgreshistory/PartitionCare.h"
 
-#include "server/postgreshistory/Layout.h"
 #include "server/postgreshistory/RowColumns.h"
 
 #include <QDateTime>
@@ -58,6 +57,7 @@ PartitionCare::PartitionCare(const DatabaseSession& session, const LayoutNames& 
     , m_Names(names)
     , m_Progress(progress)
     , m_Partitions(session, names)
+    , m_Sums(session, names)
 {
 }
 
@@ -89,7 +89,7 @@ bool PartitionCare::CloseNext(const QDateTime& now)
     InTransaction(m_Session, [&] {
         m_Session.Run(QStringLiteral("LOCK TABLE %1 IN SHARE MODE").arg(m_Partitions.NameOf(partition)));
         MakeIndexes(m_Partitions.NameOf(partition), partition.Name);
-        SumUp(m_Partitions.NameOf(partition), partition.From);
+        m_Sums.SumUp(m_Partitions.NameOf(partition), partition);
         Run(QStringLiteral("UPDATE {closed} SET until = '%1'").arg(partition.To));
     });
     m_Session.Run(QStringLiteral("ANALYZE ") + m_Partitions.NameOf(partition));
@@ -160,7 +160,7 @@ bool PartitionCare::TidyNext()
         m_Partitions.MakeTable(gap);
         MoveOtherRows(gap);
         if (isOver) MakeIndexes(m_Partitions.NameOf(gap), gap.Name);
-        if (gap.To <= m_Partitions.ClosedUntil()) SumUp(m_Partitions.NameOf(gap), gap.From);
+        if (gap.To <= m_Partitions.ClosedUntil()) m_Sums.SumUp(m_Partitions.NameOf(gap), gap);
         Join(gap);
     });
     m_Session.Run(QStringLiteral("ANALYZE ") + m_Partitions.NameOf(gap));
@@ -172,27 +172,14 @@ bool PartitionCare::TidyNext()
 bool PartitionCare::SumUpChanged() const
 {
     if (!Ask(QStringLiteral("SELECT EXISTS (SELECT FROM {changed})")).toBool()) return false;
-    InTransaction(m_Session, [&] {
-        Run(QStringLiteral("CREATE TEMPORARY TABLE anew ON COMMIT DROP AS SELECT DISTINCT * FROM "
-                           "(SELECT * FROM {changed} LIMIT 20000) AS first_ones"));
-        for (const QString& table : {QStringLiteral("{changed}"), QStringLiteral("{blocks}")})
-            Run(QStringLiteral("DELETE FROM %1 AS c USING anew AS a WHERE c.controller_name = a.controller_name AND "
-                               "c.item_name = a.item_name AND c.start_utc = a.start_utc")
-                    .arg(table));
-        Run(QStringLiteral("DELETE FROM {changed} WHERE controller_name IS NULL OR item_name IS NULL"));
-        const QString days =
-            Ask(QStringLiteral("SELECT string_agg(DISTINCT to_timestamp(start_utc / 1e6)::date::text, ' ') "
-                               "FROM anew"))
-                .toString();
-        for (const QString& day : days.split(u' ', Qt::SkipEmptyParts)) MakeDayOfSums(day);
-        const QString rows = QStringLiteral("(SELECT r.* FROM anew AS a JOIN {rows} AS r ON r.controller_name = "
-                                            "a.controller_name AND r.item_name = a.item_name AND r.item_utc >= "
-                                            "a.start_utc AND r.item_utc < a.start_utc + 60000000 WHERE r.item_time < "
-                                            "(SELECT until FROM {closed}) AND r.tableoid <> '{rows_other}'::regclass) "
-                                            "AS r");
-        Run(QStringLiteral("INSERT INTO {blocks} SELECT *, to_timestamp(start_utc / 1e6)::date FROM (%1) AS s")
-                .arg(SummedUp(rows)));
-    });
+    InTransaction(m_Session, [&] { m_Sums.SumUpChanged(); });
+    return true;
+}
+
+bool PartitionCare::KeepNextHours() const
+{
+    if (!m_Sums.IsDayOver()) return false;
+    InTransaction(m_Session, [&] { m_Sums.KeepDay(); });
     return true;
 }
 
@@ -231,24 +218,6 @@ void PartitionCare::MakeIndexes(const QString& table, const QString& name) const
     m_Session.Run(QStringLiteral("CREATE INDEX IF NOT EXISTS \"%2_i\" ON %1 (controller_name, item_name, item_utc)")
                       .arg(table, name));
     m_Session.Run(QStringLiteral("CREATE INDEX IF NOT EXISTS \"%2_t\" ON %1 (item_time)").arg(table, name));
-}
-
-/// A part of {blocks} for a day.
-void PartitionCare::MakeDayOfSums(const QString& day) const
-{
-    const QString part = QStringLiteral("blocks_") + day.left(10).remove(u'-');
-    const QString name = m_Names.Of(part);
-    if (!Ask(QStringLiteral("SELECT to_regclass(%1)").arg(LayoutNames::Literal(name))).isNull()) return;
-    Run(QStringLiteral("CREATE TABLE %1 (LIKE {blocks}, CHECK (day = '%2'))").arg(name, day.left(10)));
-    m_Session.Run(QStringLiteral("CREATE INDEX ON %1 (controller_name, item_name, start_utc)").arg(name));
-    Run(QStringLiteral("ALTER TABLE {blocks} ATTACH PARTITION %1 FOR VALUES IN ('%2')").arg(name, day.left(10)));
-}
-
-/// Sums up the rows of a table, all of them of one day.
-void PartitionCare::SumUp(const QString& table, const QString& day) const
-{
-    MakeDayOfSums(day);
-    Run(QStringLiteral("INSERT INTO {blocks} SELECT *, date '%2' FROM (%1) AS s").arg(SummedUp(table), day.left(10)));
 }
 
 /// Takes them out of {rows_other} and fills in what rows lack that were there before this layout. In one statement: a

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "server/postgreshistory/KeptSums.h"
 #include "server/postgreshistory/Partitions.h"
 #include "server/postgreshistory/WriteProgress.h"
 
@@ -23,6 +24,8 @@ public:
     bool TidyNext();
     /// Sums up anew what has changed. Returns whether there was anything. Throws DatabaseError.
     bool SumUpChanged() const;
+    /// Keeps the hours of a day of UTC that is over. Returns whether there was one. Throws DatabaseError.
+    bool KeepNextHours() const;
 
     const Partitions& All() const { return m_Partitions; }
 
@@ -32,8 +35,6 @@ private:
     bool IsPast(const Partition& partition, const QDateTime& now) const;
     Partition GapAround(const QString& time, bool isOver) const;
     void MakeIndexes(const QString& table, const QString& name) const;
-    void MakeDayOfSums(const QString& day) const;
-    void SumUp(const QString& table, const QString& day) const;
     void MoveOtherRows(const Partition& into) const;
     void LockRows() const;
     void Join(const Partition& partition) const;
@@ -43,6 +44,7 @@ private:
     const LayoutNames m_Names;
     const WriteProgress& m_Progress;
     Partitions m_Partitions;
+    const KeptSums m_Sums;
 };
 
 /// Does something in a transaction of its own. Throws what that throws, when nothing has changed.

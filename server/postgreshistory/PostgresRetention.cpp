@@ -16,6 +16,7 @@ constexpr qint64 FewestSeconds = 3600;              // to tell a rate
 
 /// Without {rows_other}: its space counts once the rows that are moved out of it stand in partitions, and not twice.
 const QString s_Bytes = QStringLiteral(R"(SELECT coalesce(sum(pg_total_relation_size(inhrelid)), 0)::bigint
+ + coalesce(pg_total_relation_size(to_regclass(%4)), 0)
  FROM pg_inherits WHERE inhparent IN (to_regclass(%1), to_regclass(%2))
  AND inhrelid IS DISTINCT FROM to_regclass(%3))");
 
@@ -85,7 +86,8 @@ qint64 PostgresRetention::Bytes() const
     return m_Session
         .Ask(s_Bytes.arg(LayoutNames::Literal(m_Names.Of(QStringLiteral("rows"))),
                          LayoutNames::Literal(m_Names.Of(QStringLiteral("blocks"))),
-                         LayoutNames::Literal(m_Names.Of(QStringLiteral("rows_other")))))
+                         LayoutNames::Literal(m_Names.Of(QStringLiteral("rows_other"))),
+                         LayoutNames::Literal(m_Names.Of(QStringLiteral("kept_hours")))))
         .toLongLong();
 }
 
@@ -99,6 +101,11 @@ void PostgresRetention::Drop(const Partition& partition) const
         m_Session.Run(QStringLiteral("DROP TABLE ") + names.NameOf(partition));
         if (endsDay) m_Session.Run(QStringLiteral("DROP TABLE IF EXISTS ") + sums);
     });
+    // By itself: looking for them takes too long to lock others out meanwhile.
+    if (endsDay)
+        m_Session.Run(
+            m_Names.Fill(QStringLiteral("DELETE FROM {kept_hours} WHERE start_utc <= {utc}('%1') - 3600000000"))
+                .arg(partition.To));
     Log(LogLevel::Info,
         QStringLiteral("The history up to %1 has been removed: it is no longer kept.").arg(partition.To));
 }

@@ -81,6 +81,9 @@ private:
         PostgresRetention retention(session, names, m_Destination);
         const QString lock = LayoutNames::Literal(names.Of(QStringLiteral("rows")));
         session.Run(QStringLiteral("SET lock_timeout = '2s'"));
+        // One core is enough: the others are for those who record and read.
+        session.Run(QStringLiteral("SET max_parallel_maintenance_workers = 0"));
+        session.Run(QStringLiteral("SET max_parallel_workers_per_gather = 0"));
         while (!session.Ask(QStringLiteral("SELECT pg_try_advisory_lock(hashtext(%1))").arg(lock)).toBool())
             if (!Wait(stop, AfterFailure)) return;
         while (!stop.stop_requested()) {
@@ -136,7 +139,8 @@ private:
             m_Progress->HasDropped = true;
             return true;
         }
-        return care.TidyNext() || care.CloseNext(now) || care.SumUpChanged() || care.MergeNext();
+        return care.TidyNext() || care.CloseNext(now) || care.SumUpChanged() || care.KeepNextHours() ||
+               care.MergeNext();
     }
 
     /// Returns false when told to stop.

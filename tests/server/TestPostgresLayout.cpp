@@ -34,20 +34,22 @@ protected:
         }
         EXPECT_TRUE(history.Flush());
     }
-    /// Records that the sums do not agree with, and how many sums there are.
-    QString Disagreement()
+    /// Sums that do not agree with the records, and how many there are.
+    QString Disagreement(const QString& view = u"velsql_minutes"_s, const QString& length = u"60000000"_s)
     {
         const QString reckoned =
-            u"(SELECT controller_name, item_name, velsql_minute(item_utc) AS start_utc, count(*) AS n, "
+            u"(SELECT controller_name, item_name, item_utc / "_s + length + u" * "_s + length +
+            u" AS start_utc, count(*) AS n, "
             "min(value_number) AS a, max(value_number) AS b, avg(value_number) AS m, "
             "(array_agg(value_number ORDER BY item_utc) FILTER (WHERE value_number IS NOT NULL))[1] AS f, "
             "(array_agg(value_number ORDER BY item_utc DESC) FILTER (WHERE value_number IS NOT NULL))[1] "
             "AS l FROM velsql_values WHERE item_utc IS NOT NULL GROUP BY 1, 2, 3) AS v"_s;
         return Ask(u"SELECT count(*) FILTER (WHERE n IS DISTINCT FROM value_count OR a IS DISTINCT FROM smallest OR "
                    "b IS DISTINCT FROM largest OR abs(m - mean_value) > 1e-9 OR f IS DISTINCT FROM first_value OR "
-                   "l IS DISTINCT FROM last_value) || ' of ' || count(*) FROM velsql_minutes FULL JOIN "_s +
-                   reckoned + u" USING (controller_name, item_name, start_utc)"_s);
+                   "l IS DISTINCT FROM last_value) || ' of ' || count(*) FROM "_s +
+                   view + u" FULL JOIN "_s + reckoned + u" USING (controller_name, item_name, start_utc)"_s);
     }
+    QString DisagreementOfHours() { return Disagreement(u"velsql_hours"_s, u"3600000000"_s); }
 
     PostgresRun m_Database;
     HistorySettings m_Settings = RecordingInto(m_Database.ConnectionString());
@@ -81,6 +83,10 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     EXPECT_TRUE(care.TidyNext());
     while (care.CloseNext(s_Later.addDays(1))) {
     }
+    while (care.KeepNextHours()) {
+    }
+    EXPECT_NE(Ask(u"SELECT count(*) FROM velsql_kept_hours"_s), u"3,0");
+    EXPECT_EQ(DisagreementOfHours(), u"8,0 of 5");
     EXPECT_TRUE(care.MergeNext());
     EXPECT_EQ(Ask(u"SELECT sum(value_number) - 1 || ' ' || count(*) - 1 FROM velsql_values"_s), sum);
     EXPECT_TRUE(Ask(s_Parts).startsWith(u"8,velsql_rows_d20240131_0000 velsql_rows_d20240201_0000"_s))
@@ -94,6 +100,7 @@ TEST_F(PostgresLayoutTest, PartitionsAreClosedMergedAndDroppedAndSumsAgreeWithWh
     while (care.SumUpChanged()) {
     }
     EXPECT_TRUE(Disagreement().startsWith(u"8,0 of "_s)) << Disagreement().toStdString();
+    EXPECT_TRUE(DisagreementOfHours().startsWith(u"8,0 of "_s)) << DisagreementOfHours().toStdString();
     EXPECT_EQ(Ask(u"SELECT count(*) || ' ' || max(start_time) || ' ' || sum(value_count) FROM velsql_days "
                   "WHERE item_name = 'A'"_s)
                   .section(u' ', 0, 0),
