@@ -3,6 +3,7 @@
 #include "velsqllib/RemoteLink.h"
 
 #include <QDir>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -56,6 +57,21 @@ TEST(RemoteProgram, RunsAProgramOnTheServerThereAndLeavesNothing)
     EXPECT_TRUE(QFile::exists(machine.Path(u"there/run/velsql/server.sock"_s)));
     for (const char* program : {"/usr/bin/ssh -F", "velsqlserver --connect"})
         EXPECT_TRUE(QTest::qWaitFor([&] { return machine.Processes(program).isEmpty(); }, 20'000)) << program;
+}
+
+TEST(RemoteProgram, ATrendShowsThePlantThere)
+{
+    const PrivateSshd machine;
+    const QTemporaryDir folder;
+    const QString csv = folder.filePath(u"heat.csv"_s);
+    const Outcome outcome =
+        RunProgram(PrivateSshd::Program(u"velsqlremote"_s), {u"plant"_s, PrivateSshd::Program(u"velsqltrend"_s),
+                                                             u"--csv"_s, csv, u"--from"_s, u"-8 s"_s, u"Kiln\\Heat"_s});
+    EXPECT_EQ(outcome.Code, 0) << outcome.Errors.toStdString();
+    QFile file(csv);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray text = file.readAll();
+    EXPECT_TRUE(text.startsWith("Time") && text.contains("Kiln\\Heat") && text.count('\n') > 1) << text.toStdString();
 }
 
 TEST(RemoteProgram, IsNoWayForAnotherUser)

@@ -147,6 +147,27 @@ TEST(Followed, ADayOfValuesKeepsItsExtremesAndNotItsSize)
     EXPECT_TRUE(followed.Missing(shown, 60 * Second, now).empty());
 }
 
+TEST(Followed, TextsThatChangeForADayAreKeptAsFarAsThereIsRoom)
+{
+    const auto pen = std::make_shared<Pen>();
+    Followed followed(pen);
+    constexpr std::size_t Most = 1600;
+    for (int i = 0; i < 10'000; ++i) {
+        LiveNews news = News(i, NaN, i == 0);
+        news.Value = {PenKind::Texts, NaN, QString::number(i)};
+        news.State = PenState::Good;
+        followed.Take(news, i * Second);
+        followed.Hold(i * Second);
+        if (i % 10 == 0) followed.Thin({(i - 200) * Second, i * Second}, 1, Most);
+    }
+    const auto kept = pen->Texts.Within({Span::Earliest, Span::Latest});
+    EXPECT_LE(kept.size(), Most / 16 + 10);
+    EXPECT_EQ(kept.back().Text, u"9999"_s);
+    const auto missing = followed.Missing({0, 10'000 * Second}, 1, 10'000 * Second);
+    ASSERT_EQ(missing.size(), 1U) << "the history is asked for what was dropped";
+    EXPECT_EQ(missing[0].To, kept.front().Time);
+}
+
 TEST(ReadMoment, IsReadAsPeopleTypeIt)
 {
     const auto at = [](int hour, int minute, int second = 0) {

@@ -8,6 +8,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDeadlineTimer>
+#include <QTemporaryFile>
 
 #include <cmath>
 #include <numbers>
@@ -111,4 +112,36 @@ TEST_F(TrendDataTest, SurvivesItsServer)
     ASSERT_TRUE(Becomes([&] { return show(), !pens[0]->IsOld && pens[0]->Time > gone; }));
     EXPECT_EQ(trend->Absence(), QString());
     EXPECT_GT(pens[0]->Values.Find(gone - Second), 0U); // what was there before still is
+}
+
+// An item is removed under the trend; the next server has it again, as a text, and after that as it was.
+TEST_F(TrendDataTest, ItemsGoChangeTheirTypeAndComeBack)
+{
+    const auto trend = Trend({u"PLC1\\Level"_s});
+    const Pen& pen = *trend->Pens()[0];
+    ASSERT_TRUE(Becomes([&] { return pen.Values.Count() > 3; }));
+    const std::size_t numbers = pen.Values.Count();
+    RemoteLibrary(m_Server.SocketPath(), QString())
+        .AttachEngine()
+        ->get_Controller(Variant(u"PLC1"_s))
+        ->RemoveItem(u"Level"_s);
+    ASSERT_TRUE(Becomes([&] { return pen.Note == u"Controller \"PLC1\" has no item \"Level\"."_s; }));
+    EXPECT_TRUE(pen.Values.IsGap(pen.Values.Count() - 1));
+
+    QTemporaryFile plant;
+    ASSERT_TRUE(plant.open() &&
+                plant.write("[[controller]]\nname = \"PLC1\"\n[[controller.item]]\n"
+                            "name = \"Level\"\ntype = \"BSTR\"\nvalue = \"high\"\n") &&
+                plant.flush());
+    m_Server.Terminate();
+    m_Server.Start({u"--plant"_s, plant.fileName()});
+    ASSERT_TRUE(Becomes([&] { return pen.Present == u"high"_s; }));
+    EXPECT_EQ(pen.Kind, PenKind::Texts);
+    EXPECT_EQ(pen.Note, QString());
+
+    m_Server.Terminate();
+    m_Server.Start();
+    ASSERT_TRUE(Becomes([&] { return pen.Values.Count() > numbers + 3 && !pen.IsOld; }));
+    EXPECT_EQ(pen.Kind, PenKind::Numbers);
+    EXPECT_EQ(pen.Texts.Within({Span::Earliest, Span::Latest}).size(), 1U) << "what it said meanwhile";
 }

@@ -56,7 +56,7 @@ bool Report::IsReady()
 void Report::NoteTroubles()
 {
     if (!m_Data.Absence().isEmpty()) m_Troubles += m_Data.Absence();
-    else if (!m_Data.HistoryTrouble().isEmpty()) m_Troubles += u"No history: " % m_Data.HistoryTrouble();
+    else if (!m_Data.HistoryTrouble().isEmpty()) m_Troubles += m_Data.HistoryTrouble();
     for (const auto& pen : m_Data.Pens())
         if (!pen->Note.isEmpty()) m_Troubles += QString(pen->Settings.Name() % u": " % pen->Note);
 }

@@ -9,6 +9,8 @@ namespace {
 
 /// Recorded values are written with a delay.
 constexpr Micros WritingTime = 10 * MicrosASecond;
+/// A text takes as much memory as so many numbers.
+constexpr std::size_t NumbersAText = 16;
 
 bool IsSame(double a, double b)
 {
@@ -140,6 +142,7 @@ std::vector<Span> Followed::Missing(Span span, Micros interval, Micros now) cons
 void Followed::Thin(const Span& shown, Micros interval, std::size_t most)
 {
     Series& values = m_Pen->Values;
+    ThinTexts(shown, most / NumbersAText);
     if (values.Count() <= most) return;
     Forget({Span::Earliest, shown.From - shown.Length() / 2});
     if (shown.To < m_Live.value_or(Span::Latest))
@@ -150,6 +153,15 @@ void Followed::Thin(const Span& shown, Micros interval, std::size_t most)
     const std::vector<Sample> samples = SamplesOf(FiguresOf(values, 0, values.Find(old.To), interval), old.To);
     values.Replace(old, samples);
     m_Known.Add(old, interval);
+}
+
+/// Older ones are then asked of the history when they are looked at.
+void Followed::ThinTexts(const Span& shown, std::size_t most)
+{
+    const auto all = [this] { return m_Pen->Texts.Within({Span::Earliest, Span::Latest}); };
+    if (all().size() <= most) return;
+    Forget({Span::Earliest, shown.From - shown.Length() / 2});
+    if (all().size() > most) Forget({Span::Earliest, all()[all().size() - most / 2].Time});
 }
 
 void Followed::Forget(const Span& span)

@@ -32,6 +32,7 @@ private:
     void AppendNumber(const LiveNews& news);
     void AppendText(const LiveNews& news);
     void Begin(const LiveNews& news);
+    void ThinTexts(const Span& shown, std::size_t most);
     void Forget(const Span& span);
 
     std::shared_ptr<Pen> m_Pen;

@@ -1,9 +1,8 @@
 #include "trend/data/LiveFeed.h"
 
-#include "trend/data/Rows.h"
+#include "trend/data/ServerZone.h"
 #include "velsqllib/ItemProxy.h"
 
-#include <QDateTime>
 #include <QElapsedTimer>
 
 namespace {
@@ -102,7 +101,7 @@ void LiveFeed::Attach(bool mayStart)
         return;
     }
     m_Retry.stop();
-    LearnZone();
+    m_Zone = ZoneOf(*m_Engine);
     Q_EMIT AbsenceChanged({});
     m_Look.start(LookMs);
     m_LookOften.start(LookOftenMs);
@@ -117,24 +116,8 @@ void LiveFeed::NotePresence()
     for (const auto& [name, watched] : m_Watched) watched->IsFirst = true;
     Q_EMIT AbsenceChanged(absence);
     if (m_IsAbsent || !m_Engine) return;
-    LearnZone();
+    m_Zone = ZoneOf(*m_Engine);
     LookAtAll();
-}
-
-/// The server tells local times only, of its own zone; its history knows both.
-void LiveFeed::LearnZone()
-{
-    const QDateTime now = QDateTime::currentDateTime();
-    m_Zone = -now.offsetFromUtc() * MicrosASecond;
-    try {
-        const auto utc = static_cast<double>(now.toMSecsSinceEpoch() / 1000 * MicrosASecond);
-        Rows rows(m_Engine->get_History()->ReadProcessed(Variant(QStringLiteral("-\\-")), Variant(utc),
-                                                         Variant(utc + MicrosASecond), Variant(0.0),
-                                                         Variant(QStringLiteral("Count"))));
-        constexpr qint32 Time = 1, Utc = 2;
-        if (rows.Next()) m_Zone = std::llround(rows.Number(Utc)) - AsIfUtc(rows.Cell(Time).Get<Date>());
-    } catch (...) { // no history: the zone of this machine
-    }
 }
 
 void LiveFeed::Watch(const QStringList& items)

@@ -50,7 +50,6 @@ private:
 
     void Attach(bool mayStart);
     void NotePresence();
-    void LearnZone();
     void LookAtAll();
     void LookOften();
     void FindItems();

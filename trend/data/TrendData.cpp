@@ -12,8 +12,6 @@ constexpr int AskSoonMs = 15;
 constexpr int AskAgainMs = 5000;
 constexpr int ThinMs = 10'000;
 constexpr int SeamMs = 3000;
-/// Of all pens together.
-constexpr std::size_t MostValues = 4'000'000;
 /// Clocks that differ less are taken for one.
 constexpr Micros SameClock = 2 * MicrosASecond;
 
@@ -150,7 +148,7 @@ void TrendData::TakeAbsence(const QString& absence)
 
 void TrendData::TakeEnd(const QString& trouble)
 {
-    m_HistoryTrouble = trouble;
+    m_HistoryTrouble = trouble.isEmpty() ? QString() : QStringLiteral("No history: ") + trouble;
     m_IsWaiting = false;
     Q_EMIT Changed();
 }

@@ -15,6 +15,9 @@ class TrendData : public QObject
     Q_OBJECT
 
 public:
+    /// Numbers kept of all pens together.
+    static constexpr std::size_t MostValues = 4'000'000;
+
     explicit TrendData(const MakeLibrary& make, QObject* parent = nullptr);
     ~TrendData() override;
 

@@ -211,10 +211,7 @@ void frmTrend::ShowView()
 
 void frmTrend::SayTrouble()
 {
-    QString trouble = m_Data.Absence();
-    if (trouble.isEmpty() && !m_Data.HistoryTrouble().isEmpty())
-        trouble = QStringLiteral("No history: ") + m_Data.HistoryTrouble();
-    picTrend->SetTrouble(trouble);
+    picTrend->SetTrouble(m_Data.Absence().isEmpty() ? m_Data.HistoryTrouble() : m_Data.Absence());
 }
 
 void frmTrend::SayPointed(std::optional<Micros> time)
