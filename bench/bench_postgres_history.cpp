@@ -1,7 +1,6 @@
 // Values recorded a second into PostgreSQL, against COPY of the same rows into an equal table (no index either), as
-// texts and in the database's own form; and how long one item's day takes to be found among many.
+// texts and in the database's own form.
 #include "bench/Figures.h"
-#include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresTable.h"
 #include "tests/support/PostgresRun.h"
 
@@ -120,60 +119,6 @@ double RecordAll(const HistoryDestination& destination, TimeStamp begin)
     return seconds;
 }
 
-/// `rows` of as many items, one value each in ten seconds, as the history keeps them once their days are over.
-void Fill(const DatabaseSession& session, const LayoutNames& names, qint64 rows)
-{
-    WriteProgress progress;
-    PartitionCare care(session, names, progress);
-    const QDateTime first(QDate(2024, 1, 1), QTime(0, 0), Qt::UTC);
-    for (qint64 done = 0; done < rows; done += qint64{Items} * 8640) {
-        const QDateTime day = first.addDays(done / (qint64{Items} * 8640));
-        session.Run(names.Fill(QStringLiteral("INSERT INTO {rows_other} SELECT 'PLC1', 'Temperature ' || i, (i + "
-                                              "s)::text, t, i + s, {utc}(t), 0 FROM "
-                                              "generate_series(0, 8639) AS s, generate_series(0, %1) AS i, LATERAL "
-                                              "(SELECT timestamp '%2' + s * interval "
-                                              "'10 s' + i * interval '1 ms' AS t) AS moment")
-                                   .arg(Items - 1)
-                                   .arg(TimeText(day))));
-        care.TidyNext();
-        while (care.CloseNext(day.addDays(3))) {
-        }
-        while (care.MergeNext()) {
-        }
-        std::printf("  filled: %lld rows\n", static_cast<long long>(done + qint64{Items} * 8640));
-        std::fflush(stdout);
-    }
-}
-
-void AskDay(const HistoryDestination& destination, qint64 rows)
-{
-    const DatabaseSession session{DatabaseAddress(destination.ConnectionString)};
-    const LayoutNames names(destination.TableName);
-    Fill(session, names, rows);
-    const auto time = [&](const char* what, const QString& question) {
-        for (int round = 0; round < Rounds; ++round) {
-            const auto start = Clock::now();
-            const QString answer = session.Ask(question).toString();
-            std::printf("  %-40s %8.1f ms  (%s)\n", what, SecondsSince(start) * 1000, qPrintable(answer));
-        }
-    };
-    time("one item, one day",
-         QStringLiteral("SELECT count(item_value) || ' ' || max(item_time) FROM velsql_history WHERE "
-                        "controller_name = 'PLC1' AND item_name = 'Temperature 77' AND item_time >= "
-                        "'2024-01-02' AND item_time < '2024-01-03'"));
-    time("the same by UTC",
-         QStringLiteral("SELECT sum(value_number) FROM velsql_values WHERE controller_name = 'PLC1' AND "
-                        "item_name = 'Temperature 77' AND item_utc >= %1 AND item_utc < %2")
-             .arg(qint64{1'704'153'600} * 1'000'000)
-             .arg(qint64{1'704'240'000} * 1'000'000));
-    time("minutes of 8 items over all",
-         QStringLiteral("SELECT count(*) FROM velsql_minutes WHERE controller_name = 'PLC1' AND "
-                        "item_name = ANY (ARRAY(SELECT 'Temperature ' || i FROM generate_series(1, 8) AS i))"));
-    time("ORDER BY item_time, the first 4000",
-         QStringLiteral("SELECT count(*) FROM (SELECT * FROM velsql_history ORDER BY "
-                        "item_time LIMIT 4000) AS page"));
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -185,14 +130,6 @@ int main(int argc, char** argv)
     destination.ConnectionString = database.ConnectionString();
     destination.MaxRecord = 0;
     destination.MaxBytes = 0;
-    const qsizetype option = application.arguments().indexOf(QStringLiteral("--rows"));
-    if (option > 0) {
-        {
-            const PostgresTable made(destination);
-        }
-        AskDay(destination, application.arguments().value(option + 1).toLongLong());
-        return 0;
-    }
     const TimeStamp begin = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
     const QString folder = database.ConnectionString().section(QStringLiteral("Server="), 1).section(u';', 0, 0);
     const char* const copy = "COPY bare FROM STDIN";

@@ -1,20 +1,15 @@
 // ReadProcessed and ReadRaw as clients get them, up to the last row of the result: items with a value each 10 seconds
 // for 11.6 days (100,000 values). 20 items as a rule; --items 1000 makes 100,000,000 rows of them. With --connection they
 // are recorded into that database, where --filled finds them again.
+#include "bench/AskedHistory.h"
 #include "bench/Figures.h"
-#include "core/automation/SafeArray.h"
-#include "server/history/History.h"
-#include "server/plant/Plant.h"
-#include "server/reading/ReadRequest.h"
 
-#include <kj/async-io.h>
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QTemporaryDir>
 
 #include <cmath>
 #include <cstdio>
-#include <ctime>
 
 namespace {
 
@@ -25,7 +20,6 @@ constexpr Micros Begin = 1'700'000'000 * MicrosASecond;
 constexpr Micros End = Begin + ValuesAnItem * Apart;
 constexpr int IntervalsRead = 2000;
 constexpr double LongestRead = 300; // milliseconds
-constexpr int Rounds = 5;
 using Clock = std::chrono::steady_clock;
 
 double MillisecondsSince(Clock::time_point start)
@@ -33,82 +27,17 @@ double MillisecondsSince(Clock::time_point start)
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
 }
 
-/// For names of items that no plant has.
-class NoHost : public PlantHost
+void Fill(AskedHistory& history, int items)
 {
-public:
-    Moment Now() override { return {}; }
-    void After(qint32, std::function<void()>) override {}
-    void Record(const PlantItem&, const ItemReading&) override {}
-    void ScanSoon(PlantController&) override {}
-    void Warn(const QString&) override {}
-};
-
-class AskedHistory
-{
-public:
-    explicit AskedHistory(const QString& connection)
-        : m_History(SettingsFor(connection), m_Io.provider->getTimer())
-    {
+    for (int i = 0; i < ValuesAnItem; ++i) {
+        const TimeStamp time{std::chrono::microseconds(Begin + i * Apart)};
+        for (int item = 0; item < items; ++item)
+            history.Recorded().Record(
+                {QStringLiteral("PLC1"), AskedHistory::NameOf(item), std::sin(i * 0.001 + item) * 100, time, 0});
+        if (i % 100 == 0 && !history.Recorded().Flush(60'000)) qFatal("the database takes nothing");
     }
-
-    void Fill(int items)
-    {
-        for (int i = 0; i < ValuesAnItem; ++i) {
-            const TimeStamp time{std::chrono::microseconds(Begin + i * Apart)};
-            for (int item = 0; item < items; ++item)
-                m_History.Record({QStringLiteral("PLC1"), NameOf(item), std::sin(i * 0.001 + item) * 100, time, 0});
-            if (i % 100 == 0 && !m_History.Flush(60'000)) qFatal("the database takes nothing");
-        }
-        if (!m_History.Flush(60'000)) qFatal("not written");
-    }
-    struct Answer
-    {
-        double Milliseconds = 1e12; ///< the best of some rounds, to the last row
-        double Processor = 1e12;    ///< of this process alone, likewise
-        qint64 Rows = 0;
-    };
-    Answer Ask(const Inquiry& asked)
-    {
-        Answer answer;
-        for (int round = 0; round < Rounds; ++round) {
-            const auto start = Clock::now();
-            const std::clock_t processor = std::clock();
-            const ResultSpoolRef result = m_History.Ask(asked, m_User).wait(m_Io.waitScope);
-            while (!result->Progress().Complete)
-                m_Io.provider->getTimer().afterDelay(kj::MILLISECONDS).wait(m_Io.waitScope);
-            answer.Milliseconds = std::min(answer.Milliseconds, MillisecondsSince(start));
-            answer.Processor =
-                std::min(answer.Processor, static_cast<double>(std::clock() - processor) * 1000 / CLOCKS_PER_SEC);
-            if (!result->Progress().Failure.isEmpty()) qFatal("%s", qPrintable(result->Progress().Failure));
-            answer.Rows = result->Progress().RowsSoFar;
-        }
-        return answer;
-    }
-    ReadRequest RequestFor(int items, Micros from, Micros to) const
-    {
-        QList<QString> names;
-        for (int item = 0; item < items; ++item) names.append(QStringLiteral("PLC1\\") + NameOf(item));
-        return {m_Plant, SafeArray(std::move(names)), static_cast<double>(from), static_cast<double>(to)};
-    }
-    QString Table() const { return m_History.TableName(1); }
-
-private:
-    static HistorySettings SettingsFor(const QString& connection)
-    {
-        HistorySettings settings;
-        settings.Destinations[0].ConnectionString = connection;
-        settings.Destinations[0].MaxRecord = 0;
-        return settings;
-    }
-    static QString NameOf(int item) { return QStringLiteral("Item%1").arg(item); }
-
-    kj::AsyncIoContext m_Io = kj::setupAsyncIo();
-    NoHost m_Host;
-    Plant m_Plant{m_Host};
-    const HistoryUserRef m_User = std::make_shared<HistoryUser>();
-    History m_History;
-};
+    if (!history.Recorded().Flush(60'000)) qFatal("not written");
+}
 
 bool Print(const char* what, const AskedHistory::Answer& answer, qint64 rows)
 {
@@ -132,7 +61,7 @@ int main(int argc, char** argv)
     const QString own = QStringLiteral("Database=") + folder.filePath(QStringLiteral("history.db"));
     AskedHistory history(options.isSet(connection) ? options.value(connection) : own);
     const auto start = Clock::now();
-    if (!options.isSet(filled)) history.Fill(options.value(items).toInt());
+    if (!options.isSet(filled)) Fill(history, options.value(items).toInt());
     std::printf("%s items of %d values, recorded in %.0f s\n", qPrintable(options.value(items)), ValuesAnItem,
                 MillisecondsSince(start) / 1000);
     const auto processed = [&](const QList<QString>& aggregates) {

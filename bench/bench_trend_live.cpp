@@ -25,6 +25,7 @@ constexpr int DayPens = 8;
 constexpr int DayValues = 86'400 / 2;
 constexpr std::size_t FewestSeen = 20;
 constexpr Micros Second = MicrosASecond;
+constexpr Micros FilledDay = (1'700'000'000 + 5 * 86'400) * Second; // in the middle of what bench_reading records
 
 constexpr char Plant[] = R"(
 [[controller]]
@@ -134,12 +135,10 @@ bool MeasureShow(TrendData& trend, const Span& span, const char* name, double li
     return Figures::PrintRatio(QStringLiteral("something / %1 ms").arg(limit), seen / limit, 1);
 }
 
-bool MeasureDay(const MakeLibrary& make)
+bool MeasureDay(const MakeLibrary& make, Micros begin, const QString& items)
 {
-    const Micros begin = (QDateTime::currentSecsSinceEpoch() / 86'400 - 2) * 86'400 * Second;
-    FillDay(make()->AttachEngine(), begin);
     TrendData trend(make);
-    for (int i = 0; i < DayPens; ++i) trend.Add(*PenOf(QStringLiteral("Day\\D%1").arg(i)));
+    for (int i = 0; i < DayPens; ++i) trend.Add(*PenOf(items + QString::number(i)));
     Rest(500);
     bool isGood = MeasureShow(trend, {begin, begin + 86'400 * Second}, "a day of 8 items", 300);
     isGood = MeasureShow(trend, {begin + 3600 * Second, begin + 7200 * Second}, "an hour of it", 50) && isGood;
@@ -152,12 +151,21 @@ int main(int argc, char** argv)
 {
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
     const QApplication application(argc, argv);
+    const qsizetype option = QApplication::arguments().indexOf(QStringLiteral("--filled"));
+    const QString filled = option > 0 ? QApplication::arguments().value(option + 1) : QString();
     QTemporaryFile plant;
-    if (!plant.open() || plant.write(Plant) < 0 || !plant.flush()) return 1;
+    const QByteArray history =
+        filled.isEmpty()
+            ? QByteArray()
+            : "[history]\ndestination = [ { connection = \"Database=" + filled.toUtf8() + "\", max_size = \"0\" } ]\n";
+    if (!plant.open() || plant.write(history + Plant) < 0 || !plant.flush()) return 1;
     RealServer server;
     server.Start({QStringLiteral("--plant"), plant.fileName()});
     const MakeLibrary make = [&] { return std::make_unique<RemoteLibrary>(server.SocketPath(), QString()); };
+    if (!filled.isEmpty()) return MeasureDay(make, FilledDay, QStringLiteral("PLC1\\Item")) ? 0 : 1;
     bool isGood = MeasureLive(make);
     isGood = CountValues(make) && isGood;
-    return MeasureDay(make) && isGood ? 0 : 1;
+    const Micros begin = (QDateTime::currentSecsSinceEpoch() / 86'400 - 2) * 86'400 * Second;
+    FillDay(make()->AttachEngine(), begin);
+    return MeasureDay(make, begin, QStringLiteral("Day\\D")) && isGood ? 0 : 1;
 }

@@ -102,6 +102,10 @@ def reached():
             ("a passfile for everybody", f"Server=localhost;passfile={d}/open", "others may read it"),
             ("no password", "Server=localhost", "no password supplied")):
         reach(what, f"{to};{rest}", pg, refusal)
+    home = os.environ["HOME"]
+    shutil.copy(d + "/right", d + "/.pgpass"); os.environ["HOME"] = d
+    reach(".pgpass of the user's home", f"{to};Server=localhost", pg)
+    os.environ["HOME"] = home
     check(pg.ask("SELECT count(*) > 0 FROM velsql_history", "plant") == "t", "rows came over TLS")
     pg.stop(); pg.options = []; pg.start()
     reach("sslmode=require of a server without TLS", f"{to};Server=localhost;Pwd=secret;sslmode=require", pg, "server does not support SSL")
