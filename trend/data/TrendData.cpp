@@ -111,6 +111,7 @@ void TrendData::TakeNews(const QList<LiveNews>& news)
     if (hasBegun) {
         QTimer::singleShot(SeamMs, this, [this] {
             for (const auto& followed : std::as_const(m_Followed)) followed->DoubtSeam();
+            m_Asked.clear(); // the same question has another answer now
             AskForMissing();
         });
         m_AskSoon.start(AskSoonMs);
