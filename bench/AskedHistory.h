@@ -6,6 +6,7 @@
 #include "server/reading/ReadRequest.h"
 
 #include <kj/async-io.h>
+#include <QTemporaryDir>
 
 #include <chrono>
 #include <ctime>
@@ -26,7 +27,7 @@ class AskedHistory
 {
 public:
     explicit AskedHistory(const QString& connection)
-        : m_History(SettingsFor(connection), m_Io.provider->getTimer())
+        : m_History(SettingsFor(connection, m_Spool.path()), m_Io.provider->getTimer())
     {
     }
 
@@ -68,15 +69,17 @@ private:
     using Clock = std::chrono::steady_clock;
     static constexpr int Rounds = 5;
 
-    static HistorySettings SettingsFor(const QString& connection)
+    static HistorySettings SettingsFor(const QString& connection, const QString& spool)
     {
         HistorySettings settings;
         settings.Destinations[0].ConnectionString = connection;
         settings.Destinations[0].MaxRecord = 0;
         settings.Destinations[0].MaxBytes = 0;
+        settings.Spool.Folder = spool;
         return settings;
     }
 
+    const QTemporaryDir m_Spool;
     kj::AsyncIoContext m_Io = kj::setupAsyncIo();
     NoHost m_Host;
     Plant m_Plant{m_Host};

@@ -33,8 +33,9 @@ QString StateFolder()
 void MakePrivateFolder(const QString& path)
 {
     const QFileInfo folder(path);
-    if (folder.exists() || folder.isRoot()) return;
-    MakePrivateFolder(folder.absolutePath());
+    const QString parent = folder.absolutePath();
+    if (folder.exists() || parent == path) return; // no name has itself for a parent but the root's, or none at all
+    MakePrivateFolder(parent);
     // Failures are reported by the code that writes into it.
     mkdir(QFile::encodeName(path).constData(), 0700);
 }

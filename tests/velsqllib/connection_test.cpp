@@ -258,3 +258,16 @@ TEST(StartedServer, LogsToBoundedPrivateFilesThatComeBackWhenTheyAreDeleted)
 }
 
 } // namespace
+
+TEST(StateFolder, IsMadeForItsUserOnlyAndNoPathIsTooOdd)
+{
+    MakePrivateFolder({});
+    MakePrivateFolder(u"/"_s);
+    const QTemporaryDir place;
+    const QString folder = place.filePath(u"a/b/c"_s);
+    MakePrivateFolder(folder);
+    for (const QString& made : {folder, place.filePath(u"a"_s)})
+        EXPECT_EQ(QFile::permissions(made) & (QFile::ReadGroup | QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther),
+                  QFile::Permissions());
+    EXPECT_TRUE(QFileInfo(folder).isDir());
+}
