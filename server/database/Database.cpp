@@ -136,11 +136,18 @@ QString OptionsOf(const QMap<QString, QString>& values)
     return options;
 }
 
+const QString s_Postgres = QStringLiteral("QPSQL");
+
+/// PostgreSQL takes questions over many partitions for so dear that it compiles them first, which lasts a hundred times
+/// as long as the answer. Does nothing where the database knows no such thing.
+const QString s_NoCompiling =
+    QStringLiteral("SELECT set_config('jit', 'off', false) FROM pg_settings WHERE name = 'jit'");
+
 QString DriverOf(const QString& name)
 {
     if (name.isEmpty() || name.startsWith(u"sqlite", Qt::CaseInsensitive)) return QStringLiteral("QSQLITE");
     if (name.startsWith(u"postgres", Qt::CaseInsensitive) || name.compare(u"psql", Qt::CaseInsensitive) == 0)
-        return QStringLiteral("QPSQL");
+        return s_Postgres;
     throw DescribedError(
         QStringLiteral("The connection string names an unknown driver: the drivers are SQLite and PostgreSQL."));
 }
@@ -210,6 +217,7 @@ DatabaseSession::DatabaseSession(const DatabaseAddress& address)
         if (!database.isValid()) failure = QStringLiteral("its driver is not installed");
         else Configure(database, address);
         if (failure.isEmpty() && !database.open()) failure = Describe(database.lastError());
+        else if (database.driverName() == s_Postgres) QSqlQuery(database).exec(s_NoCompiling);
     }
     if (failure.isEmpty()) return;
     QSqlDatabase::removeDatabase(m_Name);
