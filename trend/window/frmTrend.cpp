@@ -260,6 +260,7 @@ void frmTrend::Open(const SavedView& saved)
     while (!m_Data.Pens().empty()) m_Data.Remove(0);
     for (const PenSettings& settings : saved.Pens) m_Data.Add(settings);
     m_Control.SetView(saved.Of);
+    EnableEntries(); // and the title
 }
 
 void frmTrend::changeEvent(QEvent* event)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Platform.h"
+#include "guide/Guide.h"
 #include "trend/window/PenModel.h"
 #include "trend/window/PictureView.h"
 #include "trend/window/ViewControl.h"
@@ -63,6 +65,8 @@ private:
     void EnableEntries();
 
     MakeLibrary m_Make;
+    Platform m_Platform;
+    Guide m_Guide{m_Platform};
     TrendData m_Data;
     ViewControl m_Control;
     PenModel m_Pens;

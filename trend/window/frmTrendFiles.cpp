@@ -47,6 +47,7 @@ void frmTrend::ConnectFile()
     connect(mnuFile_Readings, &QAction::triggered, this,
             [this] { QApplication::clipboard()->setText(tabMeasure->Text()); });
     connect(mnuFile_Close, &QAction::triggered, this, &QWidget::close);
+    connect(mnuHelp_Guide, &QAction::triggered, this, [this] { m_Guide.Open(QStringLiteral("guide/trend.html")); });
 }
 
 /// Whatever is thrown is shown in a box.
