@@ -3,12 +3,8 @@
 #include "server/sqlitehistory/SqliteTable.h"
 #include "server/sqlitehistory/TimeKey.h"
 #include "tests/server/AskedHistory.h"
-#include "tests/server/NoMoreFiles.h"
 
 #include <gtest/gtest.h>
-
-#include <barrier>
-#include <future>
 
 namespace {
 
@@ -47,14 +43,6 @@ const QString s_Odd =
     "('PLC2','Item0',-0.0,'2024-01-31 00:00:01.000500'), ('','',1e300,12.5)"_s;
 
 } // namespace
-
-TEST_F(SqliteHistoryTest, PartitionsThatCannotBeListedAreNotTakenForNone)
-{
-    QDir().mkpath(m_Folder.Path());
-    const NoMoreFiles none;
-    EXPECT_THROW(m_Folder.Files(), DescribedError);
-    EXPECT_THROW(PartitionFolder::Tables(m_Path), DescribedError);
-}
 
 TEST_F(SqliteHistoryTest, AnswersAndChangesAsAPlainTable)
 {
@@ -138,29 +126,6 @@ TEST_F(SqliteHistoryTest, PartsThatAreGoneOrDamagedCostOnlyThemselves)
     EXPECT_GE(history.Ask(s_Count).section(u'\n', 1).toInt(), Many);
     const QByteArray log = QByteArray::fromStdString(testing::internal::GetCapturedStderr());
     EXPECT_EQ(log.count("set aside as " + kept.toUtf8() + ".damaged-"), 1) << log.constData();
-}
-
-// A server's recording and a client's statement, both the first ones.
-TEST_F(SqliteHistoryTest, WhoeverMakesAPartitionAtTheSameTimeLosesNothing)
-{
-    constexpr quint64 Threads = 4;
-    for (int round = 0; round < 25; ++round) {
-        const QString path = m_Place.filePath(u"part%1/1000000.db"_s.arg(round));
-        ASSERT_TRUE(QDir().mkpath(QFileInfo(path).path()));
-        std::barrier ready(Threads);
-        std::vector<std::future<void>> all;
-        for (quint64 spool = 1; spool <= Threads; ++spool)
-            all.push_back(std::async(std::launch::async, [&, spool] {
-                ready.arrive_and_wait();
-                PartitionWriter writer(path, RowPartition::Access::Create);
-                SqliteTransaction transaction(writer.File());
-                writer.Note({spool, 7});
-                transaction.Commit();
-            }));
-        for (auto& one : all) EXPECT_NO_THROW(one.get());
-        const PartitionWriter made(path, RowPartition::Access::Existing);
-        for (quint64 spool = 1; spool <= Threads; ++spool) ASSERT_EQ(made.Written(spool), 7U) << round;
-    }
 }
 
 TEST_F(SqliteHistoryTest, WhatIsKeptFollowsSizeAgeAndCount)
