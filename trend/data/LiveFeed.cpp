@@ -114,6 +114,8 @@ void LiveFeed::NotePresence()
     const QString absence = m_Library->Absence();
     m_IsAbsent = !absence.isEmpty();
     for (const auto& [name, watched] : m_Watched) watched->IsFirst = true;
+    // What was read before must not come behind it, as if the server were there.
+    if (!m_News.isEmpty()) Q_EMIT Heard(std::exchange(m_News, {}));
     Q_EMIT AbsenceChanged(absence);
     if (m_IsAbsent || !m_Engine) return;
     m_Zone = ZoneOf(*m_Engine);
