@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -26,12 +27,11 @@ QString BlockOf(const DefinedItem& item)
 }
 
 /// Throws DescribedError when the table does not describe an item correctly.
-DefinedItem ItemOf(const QString& toml)
+DefinedItem ItemOf(const QByteArray& toml)
 {
     Mistakes mistakes{QString()};
     try {
-        const std::string text = toml.toStdString();
-        const toml::table root = toml::parse(std::string_view(text));
+        const toml::table root = toml::parse(std::string_view(toml));
         FileTable table(root, mistakes);
         DefinedItem item = {table.Name("controller"), DefinitionFromToml(table.Values("definition"))};
         const Definition checked(item.Definition);
@@ -47,7 +47,31 @@ DefinedItem ItemOf(const QString& toml)
     throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(path, reason));
 }
 
-void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
+/// Also where an editor has put blanks or carriage returns around it.
+bool BeginsBlock(const QByteArray& line)
+{
+    const QByteArray word = line.trimmed();
+    return word == "[[item]]" || word == "[[aside]]";
+}
+
+/// Without the line ends behind it; all else stays as it is.
+QByteArray WithoutEnd(QByteArray block)
+{
+    while (block.endsWith('\n') || block.endsWith('\r')) block.chop(1);
+    return block;
+}
+
+/// Whether there are only comments in it.
+bool IsTitle(const QByteArray& text)
+{
+    const QList<QByteArray> lines = text.split('\n');
+    return std::all_of(lines.begin(), lines.end(), [](const QByteArray& line) {
+        const QByteArray words = line.trimmed();
+        return words.isEmpty() || words.startsWith('#');
+    });
+}
+
+void Put(const QString& path, const QByteArray& bytes, QIODevice::OpenMode mode)
 {
     MakePrivateFolder(StateFolder());
     MakePrivateFolder(QFileInfo(path).path());
@@ -58,7 +82,6 @@ void Put(const QString& path, const QString& text, QIODevice::OpenMode mode)
     QFile file;
     if (!file.open(descriptor, mode | QIODevice::Unbuffered, QFile::AutoCloseHandle)) Refuse(path, file.errorString());
     const qint64 before = file.size();
-    const QByteArray bytes = text.toUtf8();
     if (file.write(bytes) == bytes.size()) return;
     const QString reason = file.errorString();
     file.resize(before);
@@ -74,6 +97,7 @@ QByteArray ContentOf(const QString& path)
     if (file.open(QIODevice::ReadOnly)) content = file.readAll();
     if (file.error() != QFile::NoError)
         throw DescribedError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
+    if (content.startsWith("\xEF\xBB\xBF")) content.remove(0, 3); // some editors mark their UTF-8
     return content;
 }
 
@@ -98,41 +122,53 @@ QList<DefinedItem> AddedItemsFile::Read()
 {
     m_Unreadable.clear();
     QList<DefinedItem> items;
-    QString block;
+    QByteArray block;
+    bool isHead = true;
+    const auto end = [&] {
+        const QByteArray ended = WithoutEnd(std::exchange(block, {}));
+        std::exchange(isHead, false) ? ReadHead(ended) : ReadBlock(ended, items);
+    };
     // Each block is read by itself, so that a damaged one does not affect the others.
-    for (const QString& line : QString::fromUtf8(ContentOf(m_Path)).split(u'\n')) {
-        const bool begins = line == QStringLiteral("[[item]]") || line == QStringLiteral("[[aside]]");
-        if (begins) ReadBlock(std::exchange(block, QString()), items);
-        block += line + u'\n';
+    for (const QByteArray& line : ContentOf(m_Path).split('\n')) {
+        if (BeginsBlock(line)) end();
+        block += line + '\n';
     }
-    ReadBlock(block, items);
+    end();
     return items;
 }
 
-void AddedItemsFile::ReadBlock(const QString& block, QList<DefinedItem>& items)
+void AddedItemsFile::ReadHead(const QByteArray& head)
 {
-    if (!block.startsWith(QStringLiteral("[["))) return; // the title
+    m_DamagedHead = IsTitle(head) ? QByteArray() : head;
+}
+
+void AddedItemsFile::ReadBlock(const QByteArray& block, QList<DefinedItem>& items)
+{
     try {
-        items.append(ItemOf(block.section(u'\n', 1)));
+        items.append(ItemOf(block.mid(block.indexOf('\n') + 1)));
     } catch (const DescribedError&) {
-        m_Unreadable.append(block.trimmed());
+        m_Unreadable.append(block);
     }
 }
 
 void AddedItemsFile::Append(const DefinedItem& item)
 {
     const bool isNew = !QFile::exists(m_Path);
-    Put(m_Path, (isNew ? QStringLiteral("# %1\n").arg(m_Title) : QString()) + BlockOf(item),
-        QIODevice::WriteOnly | QIODevice::Append);
+    Put(m_Path, (isNew ? Head() : QByteArray()) + BlockOf(item).toUtf8(), QIODevice::WriteOnly | QIODevice::Append);
 }
 
 void AddedItemsFile::Write(const QList<DefinedItem>& items)
 {
-    QString text = QStringLiteral("# %1\n").arg(m_Title);
-    for (const DefinedItem& item : items) text += BlockOf(item);
-    for (const QString& block : m_Unreadable) text += u'\n' + block + u'\n';
+    QByteArray text = Head();
+    for (const DefinedItem& item : items) text += BlockOf(item).toUtf8();
+    for (const QByteArray& block : m_Unreadable) text += '\n' + block + '\n';
     const QString next = m_Path + QStringLiteral(".next");
     Put(next, text, QIODevice::WriteOnly | QIODevice::Truncate);
     if (std::rename(QFile::encodeName(next).constData(), QFile::encodeName(m_Path).constData()) != 0)
         Refuse(m_Path, qt_error_string(errno));
+}
+
+QByteArray AddedItemsFile::Head() const
+{
+    return m_DamagedHead.isEmpty() ? QStringLiteral("# %1\n").arg(m_Title).toUtf8() : m_DamagedHead + '\n';
 }

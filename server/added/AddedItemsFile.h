@@ -15,8 +15,8 @@ public:
     const QString& Path() const { return m_Path; }
     /// The items that can be read; empty when there is no file. Throws DescribedError when it cannot be read at present.
     QList<DefinedItem> Read();
-    /// How many items could not be read last time; they stay in the file as they are.
-    qsizetype UnreadableCount() const { return m_Unreadable.size(); }
+    /// How many blocks of text, mostly items, could not be read last time; they stay in the file as they are.
+    qsizetype UnreadableCount() const { return m_Unreadable.size() + (m_DamagedHead.isEmpty() ? 0 : 1); }
     /// Adds one item at the end, whole or not at all. Throws DescribedError.
     void Append(const DefinedItem& item);
     /// Replaces all items except those that could not be read; items with an objection go to [[aside]]. Throws
@@ -24,9 +24,12 @@ public:
     void Write(const QList<DefinedItem>& items);
 
 private:
-    void ReadBlock(const QString& block, QList<DefinedItem>& items);
+    void ReadHead(const QByteArray& head);
+    void ReadBlock(const QByteArray& block, QList<DefinedItem>& items);
+    QByteArray Head() const;
 
     QString m_Path;
-    QString m_Title; ///< its first comment
-    QStringList m_Unreadable;
+    QString m_Title;          ///< its first comment
+    QByteArray m_DamagedHead; ///< what stands before the first item, unless it is only a comment
+    QList<QByteArray> m_Unreadable;
 };

@@ -112,6 +112,26 @@ TEST_F(AddedItemsTest, OutliveTheirServerUntilTheyAreRemoved)
     EXPECT_EQ(NamesWith(s_Plant), u"x | a c") << "nothing was kept meanwhile";
 }
 
+TEST_F(AddedItemsTest, StayInTheirFileWhateverAnEditorHasMadeOfIt)
+{
+    WriteFile(m_Path, s_Plant);
+    At([](Operator& client) {
+        client.Add(u"A"_s, u"first"_s);
+        client.Add(u"A"_s, u"second"_s);
+        return QString();
+    });
+    const QString file = AddedItemsFile::PathFor(m_Path);
+    const QByteArray whole = ContentOf(file).toUtf8();
+    WriteFile(file, "\xEF\xBB\xBF" + QByteArray(whole).replace('\n', "\r\n"));
+    EXPECT_EQ(NamesWith(s_Plant), u"x first second | ");
+    const QByteArray damaged = "[item]]" + whole.mid(whole.indexOf("]]\n") + 2) + "\n[[item]]\n# \xff\n[[aside]] \x0b";
+    WriteFile(file, damaged);
+    EXPECT_EQ(NamesWith(s_Plant), u"x second | ");
+    AddedItemsFile again(file, {});
+    EXPECT_EQ(again.Read().size(), 1);
+    EXPECT_EQ(again.UnreadableCount(), 3) << "the head, what is no UTF-8, and an empty item";
+}
+
 TEST_F(AddedItemsTest, AreKeptAsSoonAsTheDiskTakesThem)
 {
     WriteFile(m_Path, s_Plant);
