@@ -17,8 +17,8 @@ def free_port():
         s.bind(("127.0.0.1", 0)); return s.getsockname()[1]
 
 
-def recording(connection, more=""):
-    """A place whose server has begun to record 2000 values a second."""
+def recording(connection, more="", home=None):
+    """A place whose server, with this home folder, has begun to record 2000 values a second."""
     pl = Place("pg")
     with open(pl.d + "/plant.toml", "w") as f:
         f.write(f"""[[history.destination]]
@@ -33,7 +33,7 @@ type = "I4"
 history = true
 signal = {{ form = "counter" }}
 """)
-    pl.start("--plant", pl.d + "/plant.toml", env=dict(pl.env, HOME=pl.d))
+    pl.start("--plant", pl.d + "/plant.toml", env=dict(pl.env, HOME=home or pl.d))
     subprocess.run([BIN + "/velsqlscript", "--attach", "-"], env=pl.env, input="Vlx.Start()", text=True)
     return pl
 
@@ -59,9 +59,9 @@ def waits(pl):
     return [line for line in pl.text().split("\n") if WAITS in line]
 
 
-def reach(what, connection, pg, refusal=""):
+def reach(what, connection, pg, refusal="", home=None):
     """A server records over this connection, or says why it does not."""
-    pl = recording(connection)
+    pl = recording(connection, home=home)
     if refusal:
         said = becomes(lambda: any(refusal in line for line in pl.text().split("\n")), 10)
         time.sleep(3)
@@ -102,10 +102,8 @@ def reached():
             ("a passfile for everybody", f"Server=localhost;passfile={d}/open", "others may read it"),
             ("no password", "Server=localhost", "no password supplied")):
         reach(what, f"{to};{rest}", pg, refusal)
-    home = os.environ["HOME"]
-    shutil.copy(d + "/right", d + "/.pgpass"); os.environ["HOME"] = d
-    reach(".pgpass of the user's home", f"{to};Server=localhost", pg)
-    os.environ["HOME"] = home
+    shutil.copy(d + "/right", d + "/.pgpass")
+    reach(".pgpass of the user's home", f"{to};Server=localhost", pg, home=d)
     check(pg.ask("SELECT count(*) > 0 FROM velsql_history", "plant") == "t", "rows came over TLS")
     pg.stop(); pg.options = []; pg.start()
     reach("sslmode=require of a server without TLS", f"{to};Server=localhost;Pwd=secret;sslmode=require", pg, "server does not support SSL")
