@@ -51,7 +51,7 @@ ROOMS = {
     "server/spool": ("server", ("server/database", "server/log", "server/plant", "velsqllib", "core/automation")),
     "server/postgreshistory": ("server", ("server/database", "server/log", "server/plant", "velsqllib",
                                           "core/automation")),
-    "server/sqlitehistory": ("server", ("server/database", "server/log", "server/plant", "core/automation")),
+    "server/sqlitehistory": ("server", ("server/database", "server/log", "server/worker", "server/plant", "core/automation")),
     "server/history": ("server", ("server/sqlitehistory", "server/postgreshistory", "server/spool", "server/database",
                                   "server/log", "server/worker", "server/plant", "velsqllib", "core/automation")),
     "server/publishing": ("server", ("server/spool", "server/database", "server/log", "server/worker", "server/plant",

@@ -4,6 +4,7 @@
 #include "server/log/Log.h"
 #include "server/rpc/WaitingLibrary.h"
 #include "server/ServerPlace.h"
+#include "server/worker/Priority.h"
 #include "velsqllib/WireText.h"
 
 #include <csignal>
@@ -92,6 +93,7 @@ void ServerProcess::Serve(PlantLoader::Description plant)
 
 void ServerProcess::Run()
 {
+    TakeShortTurns();
     Begin();
     WatchSignals();
     m_Ending.promise.wait(m_Loop.WaitScope());

@@ -4,6 +4,7 @@
 #include "server/log/Log.h"
 #include "server/postgreshistory/PostgresTable.h"
 #include "server/sqlitehistory/SqliteTable.h"
+#include "server/worker/Priority.h"
 
 #include <QHash>
 #include <QRegularExpression>
@@ -184,7 +185,11 @@ Recorder::Recorder(int number, const HistoryDestination& destination, const Spoo
         waiting->Keep(stop, [&] { reporter->Look(); });
         reporter->Finish();
     });
-    m_Writer.emplace([writer](const std::stop_token& stop) { writer->Run(stop); }, LongestEnd);
+    const auto write = [writer](const std::stop_token& stop) {
+        LowerPriority(Niceness::Writer); // what waits for it is safe
+        writer->Run(stop);
+    };
+    m_Writer.emplace(write, LongestEnd);
 }
 
 Recorder::~Recorder()

@@ -2,8 +2,7 @@
 
 #include "server/log/Log.h"
 #include "server/sqlitehistory/NewRow.h"
-
-#include <sys/resource.h>
+#include "server/worker/Priority.h"
 
 namespace {
 
@@ -134,8 +133,7 @@ bool Takeover::HasPlainTable(const SqliteConnection& database, const QString& ta
 
 void Takeover::Run(const std::stop_token& stop) const
 {
-    // Of this thread alone: recording comes first.
-    setpriority(PRIO_PROCESS, 0, 10);
+    LowerPriority(Niceness::InTheBackground); // recording comes first
     const QString name = QStringLiteral("Taking over the rows of %1 from %2").arg(m_Old, m_Path);
     try {
         Log(LogLevel::Info, name + QStringLiteral("."));
