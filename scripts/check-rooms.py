@@ -71,9 +71,11 @@ ROOMS = {
                           "server/sources/modbus", "server/sources", "remote", "commandline", "velsqllib",
                           "core/automation")),
     "trend/data": ("trend", ("trend/core", "velsqllib", "core/automation")),
-    "trend/window": ("trend", ("guide", "trend/data", "trend/files", "trend/picture", "trend/core", "core", "velsqllib", "core/automation")),
-    "trend/app": ("system", ("trend/window", "trend/data", "trend/files", "trend/core", "commandline", "core", "velsqllib",
-                             "core/automation")),
+    "trend/export": ("trend", ("trend/data", "trend/files", "trend/core", "velsqllib", "core/automation")),
+    "trend/window": ("trend", ("guide", "trend/export", "trend/data", "trend/files", "trend/picture", "trend/core", "core",
+                               "resulttext", "velsqllib", "core/automation")),
+    "trend/app": ("system", ("trend/window", "trend/export", "trend/data", "trend/files", "trend/core", "commandline", "core",
+                             "velsqllib", "core/automation")),
     "app": ("system", ("mainwindow", "commandline", "velsqllib", "core", "core/automation")),
 }
 # These stand beside the house and may include from every room.

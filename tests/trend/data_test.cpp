@@ -103,6 +103,29 @@ TEST(Followed, PresentAndPastAreOneLine)
     EXPECT_TRUE(followed.Missing({0, 20 * Second}, 1, 20 * Second).empty());
 }
 
+// Between two events an item had more values than were read; the history tells them, as far as it has got.
+TEST(Followed, WhatWasMissedIsReadFromTheHistory)
+{
+    const auto pen = std::make_shared<Pen>();
+    Followed followed(pen);
+    followed.Take(News(20, 1, true), 20 * Second);
+    LiveNews news = News(30, 5);
+    news.MissedSince = 20 * Second;
+    followed.Take(news, 30 * Second);
+    EXPECT_EQ(followed.Missed({25 * Second, 40 * Second}), (Span{25 * Second, 30 * Second}));
+    HistoryAnswer answer = Answer(20, 24, Coverage::Exact, {{20, 1}, {21, 9}, {23, 2}, {26, 4}});
+    answer.IsFresh = true;
+    followed.Take(answer, 30 * Second);
+    EXPECT_EQ(Written(pen->Values), u"20:1 21:9 23:2 30:5"_s); // 26 has not been recorded for sure
+    EXPECT_EQ(followed.Missed({0, 40 * Second}), (Span{24 * Second, 30 * Second}));
+    EXPECT_FALSE(followed.LacksMissed());
+    answer = Answer(24, 29, 3 * Second, {{24, 3}, {25, 7}, {27, 3}, {28, 8}});
+    answer.IsFresh = true;
+    followed.Take(answer, 60 * Second);
+    EXPECT_TRUE(Written(pen->Values).endsWith(u" 24:3 25:7 27:3 28:8 30:5"_s));
+    EXPECT_TRUE(followed.LacksMissed()) << "half a minute later the history still lacks something";
+}
+
 TEST(Followed, GapsTypesAndTroubleAreShown)
 {
     const auto pen = std::make_shared<Pen>();

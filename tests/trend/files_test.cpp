@@ -135,13 +135,6 @@ TEST(CsvFile, HoldsWhatIsInView)
     const QTemporaryDir folder;
     const QString path = folder.filePath(u"a.csv"_s);
 
-    CsvFile::WriteValues(path, pens, {0, 4'000'000});
-    EXPECT_EQ(BytesOf(path), QByteArray("Time,UTC,\"PLC1\\Level, left [m]\",PLC1\\Pump,PLC1\\Message\r\n"
-                                        "1970-01-01 00:00:00.000,1970-01-01T00:00:00.000000Z,1.5,,\r\n"
-                                        "1970-01-01 00:00:01.000,1970-01-01T00:00:01.000000Z,2,True,\r\n"
-                                        "1970-01-01 00:00:01.000,1970-01-01T00:00:01.000000Z,3,,\r\n"
-                                        "1970-01-01 00:00:02.000001,1970-01-01T00:00:02.000001Z,,,\"a \"\"b\"\"\"\r\n"
-                                        "1970-01-01 00:00:02.500,1970-01-01T00:00:02.500000Z,NaN,,\r\n"));
     CsvFile::WriteIntervals(path, pens, {0, 4'000'000}, 2);
     EXPECT_EQ(BytesOf(path), QByteArray("Time,UTC,\"PLC1\\Level, left [m] smallest\",\"PLC1\\Level, left [m] mean\","
                                         "\"PLC1\\Level, left [m] largest\",PLC1\\Pump smallest,PLC1\\Pump mean,"
@@ -149,7 +142,7 @@ TEST(CsvFile, HoldsWhatIsInView)
                                         "1970-01-01 00:00:00.000,1970-01-01T00:00:00.000000Z,1.5,2.25,3,1,1,1,\r\n"
                                         "1970-01-01 00:00:02.000,1970-01-01T00:00:02.000000Z,3,3,3,1,1,1,\r\n"));
     const QString nowhere = folder.filePath(u"no/a.csv"_s);
-    EXPECT_TRUE(ErrorOf([&] { CsvFile::WriteValues(nowhere, pens, {0, 1}); }).startsWith(nowhere));
+    EXPECT_TRUE(ErrorOf([&] { CsvFile::WriteIntervals(nowhere, pens, {0, 1}, 1); }).startsWith(nowhere));
 }
 
 TEST(PictureFile, WritesEachFormatByItsName)

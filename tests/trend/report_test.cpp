@@ -57,6 +57,13 @@ TEST(Report, IsWrittenWithoutADisplayAndSaysWhatIsMissing)
     EXPECT_EQ(missing.Code, 1);
     EXPECT_EQ(missing.Error, u"velsqltrend: PLC1\\No: Controller \"PLC1\" has no item \"No\".\n"_s);
     EXPECT_TRUE(bytes(u"b.svg"_s).contains("No data in this span."));
+    const Outcome table =
+        RunTrend({u"--csv"_s, u"b.csv"_s, u"--from"_s, u"-1 min"_s, u"PLC1\\D100"_s, u"PLC1\\No"_s}, folder.path());
+    EXPECT_EQ(table.Code, 1);
+    EXPECT_TRUE(table.Error.startsWith(missing.Error + u"velsqltrend: PLC1\\D100: nothing of it is recorded; "_s))
+        << table.Error.toStdString();
+    EXPECT_TRUE(bytes(u"b.csv"_s).startsWith("Time,UTC,PLC1\\D100,PLC1\\No\r\n")) << bytes(u"b.csv"_s).constData();
+    EXPECT_TRUE(bytes(u"b.csv"_s).endsWith(",25,\r\n")) << bytes(u"b.csv"_s).constData();
     const Outcome absent = RunTrend(past + QStringList{u"PLC1\\D100"_s}, folder.path(), false);
     EXPECT_EQ(absent.Code, 3) << absent.Error.toStdString();
     EXPECT_FALSE(absent.Error.isEmpty());

@@ -145,3 +145,38 @@ TEST_F(TrendDataTest, ItemsGoChangeTheirTypeAndComeBack)
     EXPECT_EQ(pen.Kind, PenKind::Numbers);
     EXPECT_EQ(pen.Texts.Within({Span::Earliest, Span::Latest}).size(), 1U) << "what it said meanwhile";
 }
+
+// Events come faster than values can be read, and values change without events: nothing is missing half a second later.
+TEST_F(TrendDataTest, ShowsEveryValueOfWhatChangesAThousandTimesASecond)
+{
+    QTemporaryFile plant;
+    ASSERT_TRUE(
+        plant.open() &&
+        plant.write(
+            "[[controller]]\nname = \"PLC1\"\nscan_times = [1, 100, 1000]\n"
+            "item = [ { name = \"Fast\", type = \"I4\", history = true, signal = { form = \"counter\" } },\n"
+            "         { name = \"Quiet\", type = \"I4\", history = true, events = false,"
+            " signal = { form = \"counter\" } },\n"
+            "         { name = \"Lost\", type = \"I4\", history = false, signal = { form = \"counter\" } } ]\n") &&
+        plant.flush());
+    m_Server.Terminate();
+    m_Server.Start({u"--plant"_s, plant.fileName()});
+    const auto trend = Trend({u"PLC1\\Fast"_s, u"PLC1\\Quiet"_s, u"PLC1\\Lost"_s});
+    const auto& pens = trend->Pens();
+    const auto follow = [&] { trend->Show({trend->Now() - 10 * Second, trend->Now()}, 1000); };
+    ASSERT_TRUE(Becomes([&] { return follow(), pens[0]->Time > 0 && pens[1]->Time > 0; }));
+    const Micros from = trend->Now() + Second;
+    const Span second{from, from + Second};
+    // A counter, so each value is one more than the one before.
+    const auto hasAll = [&](const Pen& pen) {
+        const std::size_t begin = pen.Values.Find(second.From), end = pen.Values.Find(second.To);
+        return end > begin + 100 &&
+               pen.Values.ValueAt(end - 1) - pen.Values.ValueAt(begin) == static_cast<double>(end - begin - 1);
+    };
+    const auto hasFastAndQuiet = [&] { return hasAll(*pens[0]) && hasAll(*pens[1]); };
+    EXPECT_TRUE(Becomes([&] { return follow(), trend->Now() > second.To && hasFastAndQuiet(); }));
+    EXPECT_LT(trend->Now() - second.To, 5 * Second) << "it does not take until the next question about the past";
+    EXPECT_FALSE(hasAll(*pens[2]));
+    const QString lost = u"Not recorded, and too fast to be heard whole: PLC1\\Lost"_s;
+    EXPECT_TRUE(Becomes([&] { return follow(), trend->HistoryTrouble() == lost; }));
+}

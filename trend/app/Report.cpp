@@ -1,6 +1,8 @@
 #include "trend/app/Report.h"
 
 #include "core/automation/Errors.h"
+#include "trend/data/FeedThread.h"
+#include "trend/export/ExportFeed.h"
 #include "trend/files/CsvFile.h"
 
 #include <QElapsedTimer>
@@ -17,7 +19,8 @@ constexpr qint64 PatienceMs = 600'000;
 } // namespace
 
 Report::Report(const MakeLibrary& make, const ReportOrder& order, const SavedView& view)
-    : m_Order(order)
+    : m_Make(make)
+    , m_Order(order)
     , m_View(view.Of)
     , m_Data(make)
 {
@@ -45,9 +48,11 @@ Report::Result Report::Run()
 /// A view that follows ends at the moment in which all items have been heard of.
 bool Report::IsReady()
 {
-    if (!m_Data.Absence().isEmpty() || (!m_View.IsFollowing && m_Data.IsComplete())) return true;
+    if (!m_Data.Absence().isEmpty()) return true;
+    if (!m_View.IsFollowing && (NeedsPicture() ? m_Data.IsComplete() : m_Data.HasHeardAll())) return true;
     if (m_View.IsFollowing) m_View.Shown = m_View.Shown.EndingAt(m_Data.Now());
     if (m_Data.HasHeardAll()) m_View.IsFollowing = false;
+    if (!NeedsPicture()) return false;
     const int columns = std::max(m_Order.Format.Size.width(), m_Order.Intervals);
     m_Data.Show(m_View.Shown, static_cast<int>(columns * std::max(m_Order.Format.Ratio, 1.0)));
     return false;
@@ -71,8 +76,21 @@ void Report::Write()
                            m_Order.IsDark ? PictureColours::Dark() : PictureColours::Light());
     if (m_Order.Table.isEmpty()) return;
     if (m_Order.Intervals > 0) CsvFile::WriteIntervals(m_Order.Table, pens, m_View.Shown, m_Order.Intervals);
-    else if (m_Data.KnowsEveryValue(m_View.Shown)) CsvFile::WriteValues(m_Order.Table, pens, m_View.Shown);
-    else
-        throw DescribedError(
-            QStringLiteral("These are too many values for a table: show less time, or use --intervals."));
+    else WriteValues();
+}
+
+/// The present goes on being heard meanwhile, and is dealt with.
+void Report::WriteValues()
+{
+    FeedThread<ExportFeed> feed(m_Make);
+    QEventLoop loop;
+    ExportResult result;
+    connect(&*feed, &ExportFeed::Finished, &loop, [&](const ExportResult& ended) {
+        result = ended;
+        loop.quit();
+    });
+    feed.Run([order = OrderOf(m_Data, m_View.Shown, m_Order.Table)](ExportFeed& exporting) { exporting.Write(order); });
+    loop.exec();
+    if (!result.Failure.isEmpty()) throw DescribedError(result.Failure);
+    m_Troubles += result.Written.Missing;
 }

@@ -36,8 +36,11 @@ public:
 private:
     bool IsReady();
     void NoteTroubles();
+    bool NeedsPicture() const { return !m_Order.Picture.isEmpty() || m_Order.Intervals > 0; }
     void Write();
+    void WriteValues();
 
+    const MakeLibrary m_Make;
     const ReportOrder m_Order;
     View m_View;
     TrendData m_Data;

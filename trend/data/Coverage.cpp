@@ -73,6 +73,23 @@ std::vector<Span> Coverage::Missing(const Span& span, Micros interval) const
     return missing;
 }
 
+std::vector<Span> Coverage::Within(const Span& span) const
+{
+    std::vector<Span> parts;
+    for (const Piece& piece : m_Pieces) {
+        const Span part{std::max(piece.Of.From, span.From), std::min(piece.Of.To, span.To)};
+        if (part.Length() > 0) parts.push_back(part);
+    }
+    return parts;
+}
+
+Span Coverage::LastExact() const
+{
+    const auto last =
+        std::find_if(m_Pieces.rbegin(), m_Pieces.rend(), [](const Piece& piece) { return piece.Interval == Exact; });
+    return last == m_Pieces.rend() ? Span{0, 0} : last->Of;
+}
+
 Micros RoundInterval(Micros column)
 {
     if (column >= Rounds.front()) return *(std::upper_bound(Rounds.begin(), Rounds.end(), column) - 1);

@@ -16,6 +16,11 @@ public:
     void Forget(const Span& span);
     /// The parts of a span that are not known, or known in longer intervals only.
     std::vector<Span> Missing(const Span& span, Micros interval) const;
+    /// The parts of a span of which something is known.
+    std::vector<Span> Within(const Span& span) const;
+    std::size_t Pieces() const { return m_Pieces.size(); }
+    /// The last of the times of which every value is known, without a hole; empty if there is none.
+    Span LastExact() const;
     bool IsEmpty() const { return m_Pieces.empty(); }
 
 private:

@@ -11,6 +11,9 @@ namespace {
 constexpr Micros WritingTime = 10 * MicrosASecond;
 /// A text takes as much memory as so many numbers.
 constexpr std::size_t NumbersAText = 16;
+/// What is missed again so soon is asked for as one.
+constexpr Micros MissedTogether = MicrosASecond;
+constexpr std::size_t MostMissedPieces = 1000;
 
 bool IsSame(double a, double b)
 {
@@ -51,6 +54,14 @@ void Followed::Take(const LiveNews& news, Micros now)
     m_Pen->Present = news.Value.Text;
     m_Pen->State = news.State;
     m_Pen->Time = news.Time;
+    if (news.MissedSince) NoteMissed({*news.MissedSince, news.Time});
+}
+
+void Followed::NoteMissed(Span missed)
+{
+    if (missed.From - m_MissedUntil < MissedTogether) missed.From = std::min(missed.From, m_MissedUntil);
+    m_Missed.Add(missed, Coverage::Exact);
+    m_MissedUntil = missed.To;
 }
 
 void Followed::Begin(const LiveNews& news)
@@ -89,17 +100,32 @@ void Followed::Take(const HistoryAnswer& answer, Micros now)
     // The last interval may not be over yet.
     const Span known{answer.Known.From, std::min(answer.Known.To, now)};
     if (answer.HasTexts && m_Pen->Time == 0 && m_Pen->Values.Count() == 0) m_Pen->Kind = PenKind::Texts;
-    for (const Span& piece : m_Known.Missing(known, answer.Interval)) {
-        const auto isBefore = [](const Sample& sample, Micros time) { return sample.Time < time; };
-        const auto begin = std::lower_bound(answer.Samples.begin(), answer.Samples.end(), piece.From, isBefore);
-        const auto end = std::lower_bound(begin, answer.Samples.end(), piece.To, isBefore);
-        if (m_Pen->Kind != PenKind::Texts) m_Pen->Values.Replace(piece, {begin, end});
-        std::vector<Marks::Mark> texts;
-        std::copy_if(answer.Texts.begin(), answer.Texts.end(), std::back_inserter(texts),
-                     [&](const Marks::Mark& mark) { return piece.Holds(mark.Time); });
-        m_Pen->Texts.Replace(piece, texts);
-        m_Known.Add(piece, answer.Interval);
+    if (answer.IsFresh) return TakeMissed(answer, now);
+    for (const Span& piece : m_Known.Missing(known, answer.Interval)) Replace(piece, answer);
+}
+
+/// Whole intervals, for nobody knows where in them the values lie.
+void Followed::TakeMissed(const HistoryAnswer& answer, Micros now)
+{
+    for (const Span& piece : m_Missed.Within(answer.Known)) {
+        const Span whole = answer.Interval > 0 ? Aligned(piece, answer.Interval) : piece;
+        Replace({std::max(whole.From, answer.Known.From), std::min(whole.To, answer.Known.To)}, answer);
+        m_Missed.Forget(piece);
     }
+    m_LacksMissed = !m_Missed.Within({Span::Earliest, now - WritingTime}).empty();
+}
+
+void Followed::Replace(const Span& piece, const HistoryAnswer& answer)
+{
+    const auto isBefore = [](const Sample& sample, Micros time) { return sample.Time < time; };
+    const auto begin = std::lower_bound(answer.Samples.begin(), answer.Samples.end(), piece.From, isBefore);
+    const auto end = std::lower_bound(begin, answer.Samples.end(), piece.To, isBefore);
+    if (m_Pen->Kind != PenKind::Texts) m_Pen->Values.Replace(piece, {begin, end});
+    std::vector<Marks::Mark> texts;
+    std::copy_if(answer.Texts.begin(), answer.Texts.end(), std::back_inserter(texts),
+                 [&](const Marks::Mark& mark) { return piece.Holds(mark.Time); });
+    m_Pen->Texts.Replace(piece, texts);
+    m_Known.Add(piece, answer.Interval);
 }
 
 void Followed::Break(Micros now)
@@ -139,8 +165,15 @@ std::vector<Span> Followed::Missing(Span span, Micros interval, Micros now) cons
     return span.Length() > 0 ? m_Known.Missing(span, interval) : std::vector<Span>();
 }
 
+Span Followed::Missed(const Span& span) const
+{
+    const std::vector<Span> pieces = m_Missed.Within(span);
+    return pieces.empty() ? Span{0, 0} : Span{pieces.front().From, pieces.back().To};
+}
+
 void Followed::Thin(const Span& shown, Micros interval, std::size_t most)
 {
+    if (m_Missed.Pieces() > MostMissedPieces) m_Missed.Add(Missed({Span::Earliest, Span::Latest}), Coverage::Exact);
     Series& values = m_Pen->Values;
     ThinTexts(shown, most / NumbersAText);
     if (values.Count() <= most) return;
@@ -169,4 +202,5 @@ void Followed::Forget(const Span& span)
     m_Pen->Values.Replace(span, {});
     m_Pen->Texts.Replace(span, {});
     m_Known.Forget(span);
+    m_Missed.Forget(span);
 }

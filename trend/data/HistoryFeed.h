@@ -1,6 +1,6 @@
 #pragma once
 
-#include "trend/core/Marks.h"
+#include "trend/data/HistoryReads.h"
 #include "trend/data/LiveFeed.h"
 
 #include <atomic>
@@ -14,17 +14,8 @@ struct HistoryQuestion
     QStringList Items;
     Span Asked;          ///< aligned to Interval
     Micros Interval = 1; ///< of the picture's columns
-};
-
-/// What the history knows of an item in a span.
-struct HistoryAnswer
-{
-    QString Item;
-    Span Known;
-    Micros Interval = 0; ///< Coverage::Exact: every value
-    std::vector<Sample> Samples = {};
-    std::vector<Marks::Mark> Texts = {};
-    bool HasTexts = false;
+    /// Some of it has only just happened: what is not recorded yet is left out of what is known.
+    bool IsFresh = false;
 };
 
 /// Asks the history; works on a thread of its own, because calls wait. First tells in few intervals what there is, then
@@ -46,21 +37,14 @@ Q_SIGNALS:
     void Finished(const QString& trouble);
 
 private:
-    using Counts = QHash<QString, double>;
-    struct Outdated
-    {
-    };
-
     void AnswerLatest();
     void AnswerAll(const QList<HistoryQuestion>& questions);
-    VelSQLHistory& History();
-    Counts AnswerRoughly(const HistoryQuestion& question);
-    void AnswerExactly(const HistoryQuestion& question, const Counts& counts);
-    void AnswerBeginning(const HistoryQuestion& question);
-    void ReadIntervals(const QStringList& items, const Span& span, Micros interval, Counts* counts);
-    void ReadValues(const QStringList& items, const Span& span);
+    HistoryReads Reads();
+    HistoryReads::Counts AnswerRoughly(const HistoryQuestion& question);
+    void AnswerExactly(const HistoryQuestion& question, const HistoryReads::Counts& counts);
+    void AnswerFresh(const HistoryQuestion& question);
+    void TellFresh(QList<HistoryAnswer> answers, const HistoryReads::Moments& newest);
     bool IsOutdated() const { return m_Answered != m_Asked; }
-    void CheckWanted() const;
 
     MakeLibrary m_Make;
     std::unique_ptr<RemoteLibrary> m_Library;

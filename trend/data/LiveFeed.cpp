@@ -19,22 +19,6 @@ constexpr qsizetype MostTold = 5000;
 
 } // namespace
 
-struct LiveFeed::Watched
-{
-    QString Name;
-    QString Controller = {}; ///< of the item that has been found
-    ItemRef Item = {};
-    Micros Time = 0;
-    Variant Value = {};
-    qint32 State = -1;
-    QString Note = {};
-    bool IsFirst = true;
-    bool IsChanged = false; ///< waits in m_Changed
-    bool HasEvents = false; ///< one has come
-    bool IsSilent = false;  ///< has changed without an event
-    bool KnowsUnit = false;
-};
-
 /// The events of one controller.
 class LiveFeed::Subscription final : public ControllerEvents
 {
@@ -113,7 +97,7 @@ void LiveFeed::NotePresence()
 {
     const QString absence = m_Library->Absence();
     m_IsAbsent = !absence.isEmpty();
-    for (const auto& [name, watched] : m_Watched) watched->IsFirst = true;
+    for (const auto& [name, watched] : m_Watched) watched->Forget();
     // What was read before must not come behind it, as if the server were there.
     if (!m_News.isEmpty()) Q_EMIT Heard(std::exchange(m_News, {}));
     Q_EMIT AbsenceChanged(absence);
@@ -131,7 +115,7 @@ void LiveFeed::Watch(const QStringList& items)
     std::erase_if(m_Subscriptions, [](const auto& entry) { return entry.second->Items.empty(); });
     for (const QString& name : wanted) {
         WatchedRef& watched = m_Watched[name];
-        if (!watched) watched = std::make_shared<Watched>(Watched{.Name = name});
+        if (!watched) watched = std::make_shared<Watched>(name);
     }
     m_Unsought = 0; // a new round
     LookAtAll();
@@ -156,7 +140,7 @@ void LiveFeed::LookOften()
 {
     QList<WatchedRef> silent;
     for (const auto& [name, watched] : m_Watched) {
-        if (watched->Item && watched->IsSilent) silent.append(watched);
+        if (watched->Item && watched->IsSilent()) silent.append(watched);
     }
     if (!m_IsAbsent) ReadItems(silent);
 }
@@ -208,7 +192,7 @@ void LiveFeed::Subscribe(const WatchedRef& watched)
         subscription->Items[watched->Name.mid(watched->Controller.size() + 1)] = watched;
     } catch (...) {
         m_Subscriptions.erase(watched->Controller);
-        watched->IsSilent = true;
+        watched->BeSilent();
     }
 }
 
@@ -224,8 +208,7 @@ void LiveFeed::DropClosed()
 
 void LiveFeed::NoteChange(const WatchedRef& watched)
 {
-    watched->HasEvents = true;
-    watched->IsSilent = false;
+    watched->NoteEvent();
     if (std::exchange(watched->IsChanged, true)) return;
     m_Changed.append(watched);
     if (!m_ReadSoon.isActive()) m_ReadSoon.start(GatherMs);
@@ -243,13 +226,7 @@ void LiveFeed::ReadItems(const QList<WatchedRef>& items)
     QList<CallStep> steps;
     for (const WatchedRef& watched : items) {
         if (!watched->Item) continue;
-        const auto foresee = [item = watched->Item] {
-            item->get_Value();
-            item->get_State();
-            item->get_DateTime();
-            item->get_Microsecond();
-        };
-        steps.append({foresee, [this, watched] { Read(*watched); }});
+        steps.append({[item = watched->Item] { Watched::ForeseeRead(*item); }, [this, watched] { Read(*watched); }});
     }
     for (qsizetype done = 0; done < steps.size(); done += m_Library->TakeSteps(steps, done))
         ;
@@ -259,25 +236,7 @@ void LiveFeed::Read(Watched& watched)
 {
     if (!watched.Item) return;
     try {
-        const Variant value = watched.Item->get_Value();
-        const qint32 state = watched.Item->get_State();
-        const Variant date = watched.Item->get_DateTime();
-        const qint32 fraction = watched.Item->get_Microsecond();
-        LiveNews news{.Item = watched.Name, .IsFirst = watched.IsFirst};
-        if (const Date* local = date.GetIf<Date>()) news.Time = AsIfUtc(*local) + m_Zone + fraction;
-        if (!watched.KnowsUnit) news.Unit = UnitOf(watched.Item->get_Tag(), watched.Name);
-        watched.KnowsUnit = true;
-        const bool isSame = news.Time == watched.Time && state == watched.State && !watched.IsFirst;
-        if (isSame) return;
-        if (!watched.IsFirst && !watched.HasEvents && value != watched.Value) watched.IsSilent = true;
-        watched.IsFirst = false;
-        watched.Time = news.Time;
-        watched.Value = value;
-        watched.State = state;
-        watched.Note.clear();
-        news.Value = ReadingOf(value);
-        news.State = state == 0 ? PenState::Good : state == 1 ? PenState::Failed : PenState::Undefined;
-        Tell(std::move(news));
+        if (auto news = watched.Read(m_Zone)) Tell(std::move(*news));
     } catch (...) {
         watched.Item.reset(); // it may have been removed, and be added again
         Fail(watched, CurrentErrorDescription());
@@ -287,7 +246,7 @@ void LiveFeed::Read(Watched& watched)
 /// Says the same only once. What fails because the server is away is said of the server.
 void LiveFeed::Fail(Watched& watched, const QString& why)
 {
-    watched.IsFirst = true;
+    watched.Forget();
     if (!m_Library->Absence().isEmpty() || std::exchange(watched.Note, why) == why) return;
     Tell({.Item = watched.Name, .Note = why});
 }

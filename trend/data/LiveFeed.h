@@ -1,24 +1,11 @@
 #pragma once
 
-#include "trend/data/Reading.h"
+#include "trend/data/Watched.h"
 #include "velsqllib/RemoteLibrary.h"
 
 #include <QTimer>
 
 #include <map>
-#include <optional>
-
-/// What has been heard of an item.
-struct LiveNews
-{
-    QString Item; ///< its name, as it was asked for
-    Micros Time = 0;
-    Reading Value = {};
-    PenState State = PenState::Undefined;
-    QString Note = {};                ///< why there is no value; then there is nothing else
-    std::optional<QString> Unit = {}; ///< once
-    bool IsFirst = false;             ///< what came between the news before and this is not known
-};
 
 using MakeLibrary = std::function<std::unique_ptr<RemoteLibrary>()>;
 
@@ -44,9 +31,7 @@ Q_SIGNALS:
     void AbsenceChanged(const QString& absence);
 
 private:
-    struct Watched;
     class Subscription;
-    using WatchedRef = std::shared_ptr<Watched>;
 
     void Attach(bool mayStart);
     void NotePresence();

@@ -12,12 +12,23 @@ constexpr int AskSoonMs = 15;
 constexpr int AskAgainMs = 5000;
 constexpr int ThinMs = 10'000;
 constexpr int SeamMs = 3000;
+/// What was missed is asked for at most so often, and for at most such a part of the time.
+constexpr qint64 MissedPauseMs = 250;
+constexpr qint64 MissedShare = 10;
 /// Clocks that differ less are taken for one.
 constexpr Micros SameClock = 2 * MicrosASecond;
 
 Micros LocalNow()
 {
     return QDateTime::currentMSecsSinceEpoch() * 1000;
+}
+
+/// With those about the same span.
+void AddQuestion(QList<HistoryQuestion>& questions, const HistoryQuestion& question)
+{
+    for (HistoryQuestion& same : questions)
+        if (same.Asked == question.Asked) return same.Items.append(question.Items);
+    questions.append(question);
 }
 
 } // namespace
@@ -151,15 +162,26 @@ void TrendData::TakeEnd(const QString& trouble)
 {
     m_HistoryTrouble = trouble.isEmpty() ? QString() : QStringLiteral("No history: ") + trouble;
     m_IsWaiting = false;
+    m_MissedPauseMs = trouble.isEmpty() ? std::max(MissedPauseMs, MissedShare * m_SinceMissed.elapsed()) : AskAgainMs;
     Q_EMIT Changed();
 }
 
-bool TrendData::KnowsEveryValue(const Span& span) const
+/// Also of items that change faster than they can be heard, and are not recorded.
+QString TrendData::HistoryTrouble() const
 {
-    return std::all_of(m_Pens.begin(), m_Pens.end(), [&](const auto& pen) {
-        const auto followed = m_Followed.value(pen->Settings.Name());
-        return !pen->Settings.IsVisible || followed->Missing(span, Coverage::Exact, Now()).empty();
-    });
+    if (!m_HistoryTrouble.isEmpty()) return m_HistoryTrouble;
+    QStringList lacking;
+    for (const auto& pen : m_Pens)
+        if (pen->Settings.IsVisible && m_Followed[pen->Settings.Name()]->LacksMissed()) lacking += pen->Settings.Name();
+    if (lacking.isEmpty()) return {};
+    const qsizetype more = lacking.size() - 1;
+    const QString others = more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString();
+    return QStringLiteral("Not recorded, and too fast to be heard whole: %1").arg(lacking.first() + others);
+}
+
+Span TrendData::Heard(const Pen& pen) const
+{
+    return m_Followed.value(pen.Settings.Name())->Heard();
 }
 
 bool TrendData::HasHeardAll() const
@@ -181,33 +203,53 @@ void TrendData::HoldPresent()
     for (const auto& followed : std::as_const(m_Followed)) followed->Hold(now);
 }
 
-/// What could not be answered, or not at once, is asked for again after a while.
+/// What could not be answered, or not at once, is asked for again after a while. What was missed of the present is asked
+/// for so often that nobody sees that it was, but does not end a question that is being answered.
 void TrendData::AskForMissing()
 {
     const QList<HistoryQuestion> missing = Missing();
-    const bool isTooSoon = missing == m_Asked && (m_IsWaiting || m_SinceAsked.elapsed() < AskAgainMs);
-    if (isTooSoon || (missing.isEmpty() && !m_IsWaiting)) return;
+    const bool isSame = missing == m_Asked;
+    if (isSame && m_IsWaiting) return;
+    const bool isDue = !isSame || m_SinceAsked.elapsed() >= AskAgainMs;
+    const bool isMissedDue = !m_SinceMissed.isValid() || m_SinceMissed.elapsed() >= m_MissedPauseMs;
+    const QList<HistoryQuestion> missed = isMissedDue ? Missed() : QList<HistoryQuestion>();
+    const QList<HistoryQuestion> questions = (isDue ? missing : QList<HistoryQuestion>()) + missed;
+    if (questions.isEmpty() && (isSame || !m_IsWaiting)) return;
+    if (isDue) m_SinceAsked.start();
+    m_SinceMissed.start();
     m_Asked = missing;
-    m_SinceAsked.start();
     m_IsWaiting = true;
-    m_History->Ask(missing);
+    m_History->Ask(questions);
+}
+
+Micros TrendData::Interval() const
+{
+    return RoundInterval(std::max<Micros>(m_Shown.Length() / m_Width, 1));
 }
 
 /// Pens that lack the same are asked for together.
-QList<HistoryQuestion> TrendData::Missing()
+QList<HistoryQuestion> TrendData::Missing() const
 {
-    const Micros interval = RoundInterval(std::max<Micros>(m_Shown.Length() / m_Width, 1));
     QList<HistoryQuestion> questions;
     for (const auto& pen : m_Pens) {
         if (!pen->Settings.IsVisible) continue;
         const QString name = pen->Settings.Name();
-        for (const Span& span : m_Followed[name]->Missing(m_Shown, interval, Now())) {
-            const Span asked = Aligned(span, interval);
-            const auto same = std::find_if(questions.begin(), questions.end(),
-                                           [&](const HistoryQuestion& question) { return question.Asked == asked; });
-            if (same != questions.end()) same->Items.append(name);
-            else questions.append({{name}, asked, interval});
-        }
+        for (const Span& span : m_Followed[name]->Missing(m_Shown, Interval(), Now()))
+            AddQuestion(questions, {{name}, Aligned(span, Interval()), Interval()});
+    }
+    return questions;
+}
+
+QList<HistoryQuestion> TrendData::Missed() const
+{
+    QList<HistoryQuestion> questions;
+    for (const auto& pen : m_Pens) {
+        const QString name = pen->Settings.Name();
+        const Span span = m_Followed[name]->Missed(m_Shown);
+        if (!pen->Settings.IsVisible || span.Length() <= 0) continue;
+        // Round, so that pens that change together are asked for together.
+        const Span asked = Aligned(span, MissedPauseMs * 1000);
+        AddQuestion(questions, {{name}, asked, Interval(), true});
     }
     return questions;
 }
@@ -215,7 +257,6 @@ QList<HistoryQuestion> TrendData::Missing()
 void TrendData::Thin()
 {
     if (m_Pens.empty()) return;
-    const Micros interval = RoundInterval(std::max<Micros>(m_Shown.Length() / m_Width, 1));
     for (const auto& followed : std::as_const(m_Followed))
-        followed->Thin(m_Shown, interval, MostValues / m_Pens.size());
+        followed->Thin(m_Shown, Interval(), MostValues / m_Pens.size());
 }

@@ -32,8 +32,8 @@ public:
     Micros Now() const;
     /// Asks for what is not known of this span in columns of `width` pixels.
     void Show(const Span& shown, int width);
-    /// Whether each value of the visible pens in this span is known, as far as there can be any yet.
-    bool KnowsEveryValue(const Span& span) const;
+    /// The time, up to the present or to when the server went, of which each value of a pen was heard or read.
+    Span Heard(const Pen& pen) const;
     /// Whether each item has said its value, or why it has none.
     bool HasHeardAll() const;
     /// Whether all that is shown is known as exactly as it was asked for, or cannot be.
@@ -42,7 +42,7 @@ public:
     bool IsWaiting() const { return m_IsWaiting; }
     /// Why the server, or its history, cannot be asked at present; mostly empty.
     const QString& Absence() const { return m_Absence; }
-    const QString& HistoryTrouble() const { return m_HistoryTrouble; }
+    QString HistoryTrouble() const;
 
 Q_SIGNALS:
     /// There are other values to be shown.
@@ -60,7 +60,9 @@ private:
     void NoteClock(Micros newest);
     void HoldPresent();
     void AskForMissing();
-    QList<HistoryQuestion> Missing();
+    Micros Interval() const;
+    QList<HistoryQuestion> Missing() const;
+    QList<HistoryQuestion> Missed() const;
     void Thin();
 
     std::vector<std::shared_ptr<Pen>> m_Pens;
@@ -73,6 +75,8 @@ private:
     bool m_IsWaiting = false;
     QList<HistoryQuestion> m_Asked;
     QElapsedTimer m_SinceAsked;
+    QElapsedTimer m_SinceMissed; ///< was asked for
+    qint64 m_MissedPauseMs = 0;  ///< until it is asked for again
     QTimer m_AskSoon;
     QTimer m_Thin;
     FeedThread<LiveFeed> m_Live;

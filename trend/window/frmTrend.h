@@ -2,6 +2,7 @@
 
 #include "core/Platform.h"
 #include "guide/Guide.h"
+#include "trend/window/CsvExport.h"
 #include "trend/window/PenModel.h"
 #include "trend/window/PictureView.h"
 #include "trend/window/ViewControl.h"
@@ -39,6 +40,7 @@ private:
     void SaveView();
     void ExportPicture();
     void ExportCsv();
+    void EndExport(const ExportResult& result);
     void CopyPicture();
     std::vector<const Pen*> AllPens() const;
     void ConnectPens();
@@ -70,6 +72,7 @@ private:
     TrendData m_Data;
     ViewControl m_Control;
     PenModel m_Pens;
+    std::unique_ptr<CsvExport> m_Export;
     QTimer m_Turn;
     QElapsedTimer m_SinceList;
     bool m_HasMeasured = false;

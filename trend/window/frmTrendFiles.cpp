@@ -1,7 +1,7 @@
 // What the entries of the menu "File" do, and of those that take something away.
 #include "trend/window/frmTrend.h"
 
-#include "core/MessageBoxes.h"
+#include "resulttext/RowCount.h"
 #include "trend/files/CsvFile.h"
 #include "trend/files/PictureFile.h"
 #include "trend/files/ViewFile.h"
@@ -110,11 +110,25 @@ void frmTrend::ExportCsv()
                                                       ValuesFilter + QStringLiteral(";;") + IntervalsFilter, &filter);
     if (path.isEmpty()) return;
     const Span shown = m_Control.Of().Shown;
-    const std::vector<const Pen*> pens = AllPens();
     if (filter == IntervalsFilter)
-        return CsvFile::WriteIntervals(WithSuffix(path, filter), pens, shown, picTrend->ColumnCount());
-    if (!m_Data.KnowsEveryValue(shown))
-        throw DescribedError(QStringLiteral("So much time is known interval by interval only. Show less of it, or "
-                                            "export smallest, mean and largest."));
-    CsvFile::WriteValues(WithSuffix(path, filter), pens, shown);
+        return CsvFile::WriteIntervals(WithSuffix(path, filter), AllPens(), shown, picTrend->ColumnCount());
+    m_Export = std::make_unique<CsvExport>(m_Make, OrderOf(m_Data, shown, WithSuffix(path, filter)), this);
+    mnuFile_Csv->setEnabled(false); // one at a time
+    connect(m_Export.get(), &CsvExport::Finished, this, &frmTrend::EndExport);
+}
+
+/// What the table lacks is said although there is one.
+void frmTrend::EndExport(const ExportResult& result)
+{
+    const QString& path = m_Export->Path();
+    Report([&] {
+        if (!result.Failure.isEmpty()) throw DescribedError(result.Failure);
+        if (result.IsCancelled) return stbrTrend->showMessage(QStringLiteral("Cancelled: nothing was written."));
+        stbrTrend->showMessage(QStringLiteral("%1 written to %2").arg(CountOfRows(result.Written.Rows), path));
+        if (result.Written.Missing.isEmpty()) return;
+        throw DescribedError(QStringLiteral("%1 is written, but not whole:\n\n").arg(path) +
+                             result.Written.Missing.join(u'\n'));
+    });
+    QTimer::singleShot(0, this, [this] { m_Export.reset(); }); // it is still telling
+    mnuFile_Csv->setEnabled(true);
 }

@@ -1,0 +1,105 @@
+#include "trend/export/RecordedValues.h"
+
+#include "core/automation/SafeArray.h"
+#include "trend/data/HistoryRows.h"
+#include "trend/data/Rows.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr qint32 FirstPage = 200; ///< says how long the values are
+constexpr qint32 LargestPage = 50'000;
+/// Asked about in one call.
+constexpr std::size_t PensTogether = 1000;
+
+/// A row, roughly, with all that is kept of it.
+qsizetype BytesOf(const Variant& cell)
+{
+    constexpr qsizetype Row = 100;
+    const QString* text = cell.GetIf<QString>();
+    return Row + (text ? 2 * text->size() : 0);
+}
+
+} // namespace
+
+RecordedValues::RecordedValues(HistoryRef history, const ExportedPen& pen, const Span& of, qsizetype mostBytes,
+                               IsWanted isWanted)
+    : m_History(std::move(history))
+    , m_Item(pen.Settings.Name())
+    , m_Kind(pen.Kind)
+    , m_Of(of)
+    , m_MostBytes(mostBytes)
+    , m_IsWanted(std::move(isWanted))
+    , m_AtMost(FirstPage)
+{
+}
+
+std::optional<TableValue> RecordedValues::Next()
+{
+    while (m_Next == m_Page.size()) {
+        if (!m_HasMore) return std::nullopt;
+        m_Page.clear();
+        m_Next = 0;
+        while (!ReadPage())
+            ;
+    }
+    return std::move(m_Page[m_Next++]);
+}
+
+/// False: it was too large, and has to be read again in smaller pieces.
+bool RecordedValues::ReadPage()
+{
+    if (FillPage()) return true;
+    m_Page.clear();
+    m_AtMost = std::max(m_AtMost / 16, 1);
+    return false;
+}
+
+/// The next page has as many values as there is room for, if they are as long as these.
+bool RecordedValues::FillPage()
+{
+    Rows rows(m_History->ReadRaw(Variant(m_Item), TimeOf(m_Of.From), TimeOf(m_Of.To), false, m_AtMost, m_Continuing),
+              m_IsWanted);
+    constexpr qsizetype TooLarge = 8;
+    qsizetype bytes = 1;
+    QString continuing;
+    while (rows.Next()) {
+        const RecordedRow row(rows);
+        if (row.IsContinuation()) {
+            continuing = row.Value.Get<QString>();
+        } else {
+            m_Page.push_back({row.Time, CellOf(row.Value, row.IsGood(), m_Kind)});
+            bytes += BytesOf(row.Value);
+        }
+        if (bytes > TooLarge * m_MostBytes && m_AtMost > 1) return false;
+    }
+    if (!m_IsWanted()) throw ExportCancelled();
+    m_Continuing = continuing;
+    m_HasMore = !continuing.isEmpty();
+    const auto fitting = m_MostBytes * static_cast<qsizetype>(m_Page.size()) / bytes;
+    m_AtMost = static_cast<qint32>(std::clamp<qsizetype>(fitting, 1, LargestPage));
+    return true;
+}
+
+std::vector<Variant> RecordedBefore(VelSQLHistory& history, std::span<const ExportedPen> pens, Micros time,
+                                    const IsWanted& isWanted)
+{
+    std::vector<Variant> held;
+    for (std::size_t first = 0; first < pens.size(); first += PensTogether) {
+        const auto together = pens.subspan(first, std::min(PensTogether, pens.size() - first));
+        QList<QString> names;
+        for (const ExportedPen& pen : together) names += pen.Settings.Name();
+        Rows rows(history.ReadRaw(SafeArray(names), TimeOf(time - 1), TimeOf(Span::Earliest), false, 1, {}), isWanted);
+        QHash<QString, Variant> cells;
+        while (rows.Next()) {
+            const RecordedRow row(rows);
+            const qsizetype pen = names.indexOf(row.Item);
+            if (pen < 0 || row.IsContinuation()) continue;
+            cells[row.Item] = CellOf(row.Value, row.IsGood(), together[static_cast<std::size_t>(pen)].Kind);
+        }
+        if (!isWanted()) throw ExportCancelled();
+        for (const QString& name : names) held.push_back(cells.value(name));
+    }
+    return held;
+}

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "trend/export/ExportOrder.h"
+
+#include "core/automation/ServerObjects.h"
+
+#include <functional>
+#include <optional>
+
+/// Whether anybody waits for the table any more; is asked often.
+using IsWanted = std::function<bool()>;
+
+/// Nobody waits any more.
+struct ExportCancelled
+{
+};
+
+/// Brings what was recorded of an item in a span, in the order of time and each value once, in pages: of a year only a
+/// few thousand values are in memory.
+class RecordedValues
+{
+public:
+    /// `mostBytes`: what a page takes in memory, about.
+    RecordedValues(HistoryRef history, const ExportedPen& pen, const Span& of, qsizetype mostBytes, IsWanted isWanted);
+
+    /// Nothing at the end. Throws ServerError and ExportCancelled.
+    std::optional<TableValue> Next();
+
+private:
+    bool ReadPage();
+    bool FillPage();
+
+    const HistoryRef m_History;
+    const QString m_Item;
+    const PenKind m_Kind;
+    const Span m_Of;
+    const qsizetype m_MostBytes;
+    const IsWanted m_IsWanted;
+    qint32 m_AtMost;      ///< values in a page
+    QString m_Continuing; ///< where the next page begins
+    bool m_HasMore = true;
+    std::vector<TableValue> m_Page;
+    std::size_t m_Next = 0;
+};
+
+/// The last value of each pen before a moment; EMPTY where none was recorded. Throws ServerError and ExportCancelled.
+std::vector<Variant> RecordedBefore(VelSQLHistory& history, std::span<const ExportedPen> pens, Micros time,
+                                    const IsWanted& isWanted);
