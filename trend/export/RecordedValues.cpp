@@ -24,12 +24,13 @@ qsizetype BytesOf(const Variant& cell)
 } // namespace
 
 RecordedValues::RecordedValues(HistoryRef history, const ExportedPen& pen, const Span& of, qsizetype mostBytes,
-                               IsWanted isWanted)
+                               bool readsAhead, IsWanted isWanted)
     : m_History(std::move(history))
     , m_Item(pen.Settings.Name())
     , m_Kind(pen.Kind)
     , m_Of(of)
     , m_MostBytes(mostBytes)
+    , m_ReadsAhead(readsAhead)
     , m_IsWanted(std::move(isWanted))
     , m_AtMost(FirstPage)
 {
@@ -41,26 +42,41 @@ std::optional<TableValue> RecordedValues::Next()
         if (!m_HasMore) return std::nullopt;
         m_Page.clear();
         m_Next = 0;
-        while (!ReadPage())
-            ;
+        ReadPage();
     }
     return std::move(m_Page[m_Next++]);
 }
 
-/// False: it was too large, and has to be read again in smaller pieces.
-bool RecordedValues::ReadPage()
+void RecordedValues::AskAhead()
 {
-    if (FillPage()) return true;
-    m_Page.clear();
-    m_AtMost = std::max(m_AtMost / 16, 1);
+    m_Ahead.emplace(
+        m_History->ReadRaw(Variant(m_Item), TimeOf(m_Of.From), TimeOf(m_Of.To), false, m_AtMost, m_Continuing),
+        m_IsWanted);
+}
+
+void RecordedValues::ReadPage()
+{
+    while (!TryPage()) m_Page.clear();
+    if (m_HasMore && m_ReadsAhead) AskAhead();
+}
+
+/// False: it is to be asked for again, in smaller pieces or because the server has not kept it for so long.
+bool RecordedValues::TryPage()
+{
+    const bool wasAskedBefore = m_Ahead.has_value();
+    if (!wasAskedBefore) AskAhead();
+    try {
+        if (FillPage(*std::exchange(m_Ahead, std::nullopt))) return true;
+        m_AtMost = std::max(m_AtMost / 16, 1);
+    } catch (const ServerError&) {
+        if (!wasAskedBefore) throw;
+    }
     return false;
 }
 
-/// The next page has as many values as there is room for, if they are as long as these.
-bool RecordedValues::FillPage()
+/// The next page has as many values as there is room for, if they are as long as these. False: it is too large.
+bool RecordedValues::FillPage(Rows rows)
 {
-    Rows rows(m_History->ReadRaw(Variant(m_Item), TimeOf(m_Of.From), TimeOf(m_Of.To), false, m_AtMost, m_Continuing),
-              m_IsWanted);
     constexpr qsizetype TooLarge = 8;
     qsizetype bytes = 1;
     QString continuing;

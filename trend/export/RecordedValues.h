@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trend/data/Rows.h"
 #include "trend/export/ExportOrder.h"
 
 #include "core/automation/ServerObjects.h"
@@ -20,25 +21,30 @@ struct ExportCancelled
 class RecordedValues
 {
 public:
-    /// `mostBytes`: what a page takes in memory, about.
-    RecordedValues(HistoryRef history, const ExportedPen& pen, const Span& of, qsizetype mostBytes, IsWanted isWanted);
+    /// `mostBytes`: what a page takes in memory, about. `readsAhead`: the server keeps a result for it all the time.
+    RecordedValues(HistoryRef history, const ExportedPen& pen, const Span& of, qsizetype mostBytes, bool readsAhead,
+                   IsWanted isWanted);
 
     /// Nothing at the end. Throws ServerError and ExportCancelled.
     std::optional<TableValue> Next();
 
 private:
-    bool ReadPage();
-    bool FillPage();
+    void AskAhead();
+    void ReadPage();
+    bool TryPage();
+    bool FillPage(Rows rows);
 
     const HistoryRef m_History;
     const QString m_Item;
     const PenKind m_Kind;
     const Span m_Of;
     const qsizetype m_MostBytes;
+    const bool m_ReadsAhead;
     const IsWanted m_IsWanted;
     qint32 m_AtMost;      ///< values in a page
     QString m_Continuing; ///< where the next page begins
     bool m_HasMore = true;
+    std::optional<Rows> m_Ahead; ///< the next page, which the server reads meanwhile
     std::vector<TableValue> m_Page;
     std::size_t m_Next = 0;
 };

@@ -13,6 +13,8 @@ namespace {
 /// The pages of all pens together.
 constexpr qsizetype MostBytes = 64'000'000;
 constexpr qsizetype MostBytesOfPen = 4'000'000;
+/// The server keeps some hundred results for a client, and runs some dozens of statements.
+constexpr qsizetype MostReadAhead = 16;
 
 QStringList ColumnsOf(const ExportOrder& order)
 {
@@ -37,10 +39,10 @@ std::vector<PenColumn> OpenColumns(const ExportOrder& order, const HistoryRef& h
     const auto pens = static_cast<qsizetype>(std::max<std::size_t>(order.Pens.size(), 1));
     std::vector<PenColumn> columns;
     for (const ExportedPen& pen : order.Pens) {
-        auto recorded =
-            history ? std::make_unique<RecordedValues>(history, pen, order.Of,
-                                                       std::min(MostBytes / pens, MostBytesOfPen), watch.IsWanted)
-                    : nullptr;
+        auto recorded = history ? std::make_unique<RecordedValues>(history, pen, order.Of,
+                                                                   std::min(MostBytes / pens, MostBytesOfPen),
+                                                                   pens <= MostReadAhead, watch.IsWanted)
+                                : nullptr;
         columns.emplace_back(pen, std::move(recorded));
     }
     return columns;

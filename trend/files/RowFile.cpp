@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int Decimals = 3; ///< of seconds, where a time has no more
+constexpr qsizetype FewestDecimals = 3; ///< of seconds
 constexpr qsizetype MostInMemory = 100'000;
 
 } // namespace
@@ -21,8 +21,22 @@ RowFile::RowFile(const QString& path, const QStringList& columns)
 
 void RowFile::Add(Micros time, const QList<Variant>& cells)
 {
-    m_Writer->WriteRow(m_Text, QList<Variant>{MomentText(time, Decimals), MomentToUtc(time)} + cells);
+    const Micros fraction = (time % MicrosASecond + MicrosASecond) % MicrosASecond;
+    if (m_Second != time - fraction) NoteSecond(time - fraction);
+    const QString micros = QStringLiteral("%1").arg(fraction, 6, 10, QLatin1Char('0'));
+    const qsizetype decimals = fraction % 1000 == 0 ? FewestDecimals : micros.size();
+    m_Writer->WriteRow(m_Text, QList<Variant>{QString(m_LocalSecond % u'.' % QStringView(micros).first(decimals)),
+                                              QString(m_UtcSecond % u'.' % micros % u'Z')} +
+                                   cells);
     if (m_Text.size() > MostInMemory) Flush();
+}
+
+void RowFile::NoteSecond(Micros second)
+{
+    m_Second = second;
+    m_LocalSecond = MomentText(second);
+    m_UtcSecond = MomentToUtc(second);
+    m_UtcSecond.truncate(m_UtcSecond.indexOf(u'.'));
 }
 
 void RowFile::Finish()

@@ -18,11 +18,15 @@ public:
     void Finish();
 
 private:
+    void NoteSecond(Micros second);
     void Flush();
 
     FileOutput m_File;
     RowWriterRef m_Writer;
     QString m_Text;
+    std::optional<Micros> m_Second; ///< of the last row, and how it begins: reckoning takes longer than writing
+    QString m_LocalSecond;
+    QString m_UtcSecond;
 };
 
 /// What stands above a pen's column: "PLC1\Level [m]".
