@@ -171,8 +171,11 @@ QString TrendData::HistoryTrouble() const
 {
     if (!m_HistoryTrouble.isEmpty()) return m_HistoryTrouble;
     QStringList lacking;
-    for (const auto& pen : m_Pens)
-        if (pen->Settings.IsVisible && m_Followed[pen->Settings.Name()]->LacksMissed()) lacking += pen->Settings.Name();
+    for (const auto& pen : m_Pens) {
+        const auto followed = m_Followed[pen->Settings.Name()];
+        const bool isSeen = pen->Settings.IsVisible && followed->Missed(m_Shown).Length() > 0;
+        if (isSeen && followed->LacksMissed()) lacking += pen->Settings.Name();
+    }
     if (lacking.isEmpty()) return {};
     const qsizetype more = lacking.size() - 1;
     const QString others = more > 0 ? QStringLiteral(" and %1 more").arg(more) : QString();
@@ -181,7 +184,9 @@ QString TrendData::HistoryTrouble() const
 
 Span TrendData::Heard(const Pen& pen) const
 {
-    return m_Followed.value(pen.Settings.Name())->Heard();
+    const auto followed = m_Followed.value(pen.Settings.Name());
+    followed->Hold(Now());
+    return followed->Heard();
 }
 
 bool TrendData::HasHeardAll() const

@@ -31,8 +31,11 @@ void ExportFeed::Write(const ExportOrder& order)
     } catch (const ExportCancelled&) {
         result.IsCancelled = true;
     } catch (...) {
-        result.Failure = CurrentErrorDescription();
-        if (m_IsCancelled) result = {.IsCancelled = true};
+        const QString why = CurrentErrorDescription();
+        result.IsCancelled = m_IsCancelled;
+        if (!result.IsCancelled)
+            result.Failure =
+                why.startsWith(order.Path) ? why : QStringLiteral("%1 is not written: %2").arg(order.Path, why);
     }
     Q_EMIT Finished(result);
 }

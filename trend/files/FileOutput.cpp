@@ -13,7 +13,10 @@ FileOutput::FileOutput(const QString& path)
 
 void FileOutput::Write(const QByteArray& bytes)
 {
-    if (m_File.write(bytes) != bytes.size()) Fail();
+    errno = 0;
+    if (m_File.write(bytes) == bytes.size()) return;
+    if (errno != 0) Fail(qt_error_string(errno)); // of a full disk Qt says "Unknown error"
+    Fail();
 }
 
 void FileOutput::Finish()

@@ -52,10 +52,12 @@ void MeasurePainter::PaintLimit(const PictureAxis& axis, const Pen& pen, double 
     m_Painter.drawLine(QLineF(plot.left(), y, plot.right(), y));
     const QString text = QString::number(limit, 'g', 6);
     const double line = m_Font.height();
+    const double length = m_Font.horizontalAdvance(text) + 4;
     const bool hasRoomAbove = y - line >= plot.top();
+    const QRectF label(plot.right() - length - 2, hasRoomAbove ? y - line : y + 1, length, line);
+    m_Painter.fillRect(label, m_Colours.Paper);
     m_Painter.setPen(m_Colours.OfText(pen.Settings.Colour));
-    m_Painter.drawText(QRectF(plot.left(), hasRoomAbove ? y - line : y, plot.width() - 4, line),
-                       Qt::AlignRight | Qt::AlignVCenter | Qt::TextSingleLine, text);
+    m_Painter.drawText(label, Qt::AlignCenter | Qt::TextSingleLine, text);
 }
 
 void MeasurePainter::PaintCursors()

@@ -62,6 +62,15 @@ double DistanceTo(const PictureLayout& layout, const PictureAxis& axis, const Pe
     return std::max({axis.Scale.PixelOf(near.Largest) - y, y - axis.Scale.PixelOf(near.Smallest), 0.0});
 }
 
+/// With no more digits than tell it from others that lie `step` apart.
+double Rounded(double value, double step)
+{
+    const double digits = std::floor(std::log10(std::abs(value))) - std::floor(std::log10(step)) + 1;
+    if (digits < 1) return 0;
+    constexpr double MostDigits = 15;
+    return QString::number(value, 'g', static_cast<int>(std::min(digits, MostDigits))).toDouble();
+}
+
 } // namespace
 
 PictureHit HitAt(const PictureLayout& layout, const PictureContent& content, const QPointF& point)
@@ -77,7 +86,11 @@ PictureHit HitAt(const PictureLayout& layout, const PictureContent& content, con
 std::optional<double> ValueAt(const PictureLayout& layout, std::size_t pen, double y)
 {
     const auto axis = layout.AxisOf(pen);
-    return axis ? std::optional(layout.Axes[*axis].Scale.ValueAt(y - layout.Plot.top())) : std::nullopt;
+    if (!axis) return std::nullopt;
+    const ValueScale& scale = layout.Axes[*axis].Scale;
+    const double pixel = y - layout.Plot.top();
+    const double value = scale.ValueAt(pixel);
+    return Rounded(value, std::abs(scale.ValueAt(pixel + 1) - value));
 }
 
 std::optional<std::size_t> PenAt(const PictureLayout& layout, const PictureContent& content, const QPointF& point)

@@ -26,7 +26,7 @@ struct PictureHit
 /// What can be taken hold of comes first: cursors before edges before limits.
 PictureHit HitAt(const PictureLayout& layout, const PictureContent& content, const QPointF& point);
 
-/// The value at a height of the picture, on a pen's axis; nothing for a pen without one.
+/// The value at a height of the picture, on a pen's axis, with the digits that a pixel can tell; nothing for a pen without one.
 std::optional<double> ValueAt(const PictureLayout& layout, std::size_t pen, double y);
 
 /// The pen whose line passes the point within a few pixels, or whose lane it is.

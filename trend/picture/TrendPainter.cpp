@@ -51,9 +51,9 @@ PictureLayout TrendPainter::Paint(QPainter& painter, const QSizeF& size, const P
     MeasurePainter measures(painter, content, layout, colours);
     around.PaintGrid();
     measures.PaintMarkedSpan();
-    measures.PaintLimits();
     PaintLanes(frame);
     if (!layout.Plot.isEmpty()) PaintCurves(frame);
+    measures.PaintLimits(); // above dense curves they can still be seen
     around.PaintAxes();
     around.PaintNames();
     measures.PaintCursors();

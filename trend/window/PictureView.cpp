@@ -2,6 +2,7 @@
 
 #include "core/Colours.h"
 
+#include <QAccessibleWidget>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPainter>
@@ -16,11 +17,19 @@ constexpr double ZoomStep = 1.25;
 constexpr double PanStep = 0.1;
 constexpr double NotchesPerUnit = 120;
 
+/// To a screen reader a picture, not just anything.
+QAccessibleInterface* MakeAccessible(const QString& name, QObject* object)
+{
+    auto* const view = name == QLatin1String("PictureView") ? qobject_cast<PictureView*>(object) : nullptr;
+    return view ? new QAccessibleWidget(view, QAccessible::Graphic) : nullptr;
+}
+
 } // namespace
 
 PictureView::PictureView(QWidget* parent)
     : QWidget(parent)
 {
+    QAccessible::installFactory(MakeAccessible);
     setFocusPolicy(Qt::StrongFocus);
     setMouseTracking(true);
     setAcceptDrops(true);

@@ -90,6 +90,8 @@ void frmTrend::LayOut()
     constexpr std::array<int, PenModel::Columns> Letters = {32, 18, 8, 16, 15, 11, 11, 11, 9, 7};
     for (int column = 0; column < PenModel::Columns; ++column)
         fgPen->setColumnWidth(column, Letters[static_cast<std::size_t>(column)] * letter.averageCharWidth() + 8);
+    stbrTrend->addPermanentWidget(&m_Pointed);
+    m_Pointed.setAccessibleName(QStringLiteral("Time at the mouse"));
     picTrend->setFocus();
 }
 
@@ -104,7 +106,6 @@ void frmTrend::AddPresets()
         entry->setShortcut(QKeySequence(QStringLiteral("Alt+%1").arg(i + 1)));
         connect(entry, &QAction::triggered, this, [this, preset] { m_Control.ShowLength(preset.Length); });
     }
-    cmbLength->addItem(QString());
     connect(cmbLength, &QComboBox::activated, this,
             [this](int index) { m_Control.ShowLength(cmbLength->itemData(index).toLongLong()); });
 }
@@ -202,6 +203,7 @@ void frmTrend::ShowView()
     }
     const int preset = cmbLength->findData(view.Shown.Length());
     const int own = static_cast<int>(Presets.size()); // the last entry is any other length
+    if (preset < 0 && cmbLength->count() == own) cmbLength->addItem(QString());
     if (preset < 0 || preset == own) {
         cmbLength->setItemText(own, DurationText(view.Shown.Length()));
         cmbLength->setItemData(own, view.Shown.Length());
@@ -216,8 +218,7 @@ void frmTrend::SayTrouble()
 
 void frmTrend::SayPointed(std::optional<Micros> time)
 {
-    if (time) stbrTrend->showMessage(RoundText(*time, m_Control.Of().Shown));
-    else stbrTrend->clearMessage();
+    m_Pointed.setText(time ? RoundText(*time, m_Control.Of().Shown) : QString());
 }
 
 void frmTrend::TypeSpan()
@@ -236,6 +237,7 @@ void frmTrend::TypeSpan()
                                                 .arg(wrong->text()));
         return;
     }
+    stbrTrend->clearMessage();
     picTrend->setFocus();
     m_Control.Show({*from, *to});
     if (*to == now) m_Control.Follow(true);

@@ -75,6 +75,7 @@ private:
     std::unique_ptr<CsvExport> m_Export;
     QTimer m_Turn;
     QElapsedTimer m_SinceList;
+    QLabel m_Pointed; ///< the time at the mouse
     bool m_HasMeasured = false;
     bool m_IsListOld = true;
     bool m_IsPictureOld = true;

@@ -18,6 +18,8 @@ const QString PictureFilter = QStringLiteral("PNG picture (*.png);;SVG picture (
 const QString ValuesFilter = QStringLiteral("CSV of every value (*.csv)");
 const QString IntervalsFilter = QStringLiteral("CSV of smallest, mean and largest, as the picture shows them (*.csv)");
 
+constexpr qsizetype MostLines = 10; ///< in a message
+
 /// The suffix of the filter that was chosen, if the name has none.
 QString WithSuffix(const QString& path, const QString& filter)
 {
@@ -125,9 +127,11 @@ void frmTrend::EndExport(const ExportResult& result)
         if (!result.Failure.isEmpty()) throw DescribedError(result.Failure);
         if (result.IsCancelled) return stbrTrend->showMessage(QStringLiteral("Cancelled: nothing was written."));
         stbrTrend->showMessage(QStringLiteral("%1 written to %2").arg(CountOfRows(result.Written.Rows), path));
-        if (result.Written.Missing.isEmpty()) return;
-        throw DescribedError(QStringLiteral("%1 is written, but not whole:\n\n").arg(path) +
-                             result.Written.Missing.join(u'\n'));
+        QStringList missing = result.Written.Missing;
+        if (missing.isEmpty()) return;
+        const qsizetype more = missing.size() - MostLines;
+        if (more > 0) missing = missing.first(MostLines) << QStringLiteral("and %1 more").arg(more);
+        throw DescribedError(QStringLiteral("%1 is written, but not whole:\n\n%2").arg(path, missing.join(u'\n')));
     });
     QTimer::singleShot(0, this, [this] { m_Export.reset(); }); // it is still telling
     mnuFile_Csv->setEnabled(true);
