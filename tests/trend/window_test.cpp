@@ -1,5 +1,6 @@
 #include "core/Colours.h"
 #include "tests/support/RealServer.h"
+#include "trend/core/ReadMoment.h"
 #include "trend/window/frmTrend.h"
 #include "trend/window/ItemListModel.h"
 
@@ -127,6 +128,17 @@ TEST_F(TrendWindowTest, ListsFollowsAndPausesByKeys)
     Find<QLineEdit>(u"txtTo"_s).setText(u"later"_s);
     QTest::keyClick(&Find<QLineEdit>(u"txtTo"_s), Qt::Key_Return);
     EXPECT_EQ(Shown().Length(), 1800 * Second);
+
+    Key(Qt::Key_End); // it follows
+    m_Window->ShowSpan({}, 60 * Second);
+    auto& from = Find<QLineEdit>(u"txtFrom"_s); // a span is typed although the view goes on
+    from.setFocus();
+    from.selectAll();
+    QTest::keyClicks(&from, u"2026-01-31"_s);
+    QTest::keyClick(&from, Qt::Key_Tab);
+    QTest::qWait(200);
+    QTest::keyClick(&Find<QLineEdit>(u"txtTo"_s), Qt::Key_Return);
+    EXPECT_EQ(Shown().From, *ReadMoment(u"2026-01-31"_s, 0, 0));
 
     Key(Qt::Key_1);
     Key(Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);

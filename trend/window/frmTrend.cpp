@@ -198,8 +198,10 @@ void frmTrend::ShowView()
     mnuView_Marked->setEnabled(view.Marked.has_value());
     const bool hasMeasured = view.Marked || view.Cursors[0] || view.Cursors[1];
     if (hasMeasured != std::exchange(m_HasMeasured, hasMeasured)) mnuMeasure_Pane->setChecked(hasMeasured);
+    const bool isTyping = txtFrom->hasFocus() || txtTo->hasFocus();
     for (const auto& [field, time] : {std::pair(txtFrom, view.Shown.From), {txtTo, view.Shown.To}}) {
-        if (!field->hasFocus()) field->setText(RoundText(time, view.Shown));
+        const bool isTyped = isTyping && (field->hasFocus() || field->isModified()); // the view goes on meanwhile
+        if (!isTyped) field->setText(RoundText(time, view.Shown));
     }
     const int preset = cmbLength->findData(view.Shown.Length());
     const int own = static_cast<int>(Presets.size()); // the last entry is any other length
