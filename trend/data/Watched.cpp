@@ -1,5 +1,6 @@
 #include "trend/data/Watched.h"
 
+#include <algorithm>
 #include <utility>
 
 void Watched::NoteEvent()
@@ -47,6 +48,6 @@ bool Watched::TakeMissed(bool isNew)
 {
     if (isNew) --m_Unread;
     const bool hasMissed = m_Unread > 0 || (isNew && m_IsSilent);
-    m_Unread = isNew && m_Unread < 0 ? -1 : 0;
+    m_Unread = std::clamp(m_Unread, -1, 0);
     return hasMissed;
 }

@@ -51,10 +51,19 @@ WrittenTable ExportFeed::WriteFrom(VelSQLEngine& engine, const ExportOrder& orde
                                 Q_EMIT Progressed(until, rows);
                             }};
     const HistoryRef history = engine.get_History();
-    if (history->get_Enabled()) return WriteValueTable(order, history, watch);
-    WrittenTable written = WriteValueTable(order, nullptr, watch);
-    written.Missing.prepend(QStringLiteral("The history is switched off: only what was heard is there."));
-    return written;
+    try {
+        WrittenTable written = WriteValueTable(order, history, watch);
+        const bool endsNow = order.Of.To + RecordingTime > order.Now;
+        if (endsNow && !history->get_Enabled())
+            written.Missing.prepend(QStringLiteral("The history records nothing at present: of what came since it was "
+                                                   "switched off only what was heard is there."));
+        return written;
+    } catch (const ServerError& error) {
+        if (history->get_Enabled()) throw;
+        WrittenTable written = WriteValueTable(order, nullptr, watch);
+        written.Missing.prepend(QStringLiteral("There is no history, only what was heard: ") + error.Description());
+        return written;
+    }
 }
 
 /// Only where the span ends just now.
