@@ -28,10 +28,11 @@ RecordedValues::RecordedValues(HistoryRef history, const ExportedPen& pen, const
     : m_History(std::move(history))
     , m_Item(pen.Settings.Name())
     , m_Kind(pen.Kind)
-    , m_Of(of)
+    , m_To(of.To)
     , m_MostBytes(mostBytes)
     , m_ReadsAhead(readsAhead)
     , m_IsWanted(std::move(isWanted))
+    , m_From(of.From)
     , m_AtMost(FirstPage)
 {
 }
@@ -49,9 +50,8 @@ std::optional<TableValue> RecordedValues::Next()
 
 void RecordedValues::AskAhead()
 {
-    m_Ahead.emplace(
-        m_History->ReadRaw(Variant(m_Item), TimeOf(m_Of.From), TimeOf(m_Of.To), false, m_AtMost, m_Continuing),
-        m_IsWanted);
+    m_Ahead.emplace(m_History->ReadRaw(Variant(m_Item), TimeOf(m_From), TimeOf(m_To), false, m_AtMost, m_Continuing),
+                    m_IsWanted);
 }
 
 void RecordedValues::ReadPage()
@@ -79,11 +79,11 @@ bool RecordedValues::FillPage(Rows rows)
 {
     constexpr qsizetype TooLarge = 8;
     qsizetype bytes = 1;
-    QString continuing;
+    std::optional<RecordedRow> more;
     while (rows.Next()) {
         const RecordedRow row(rows);
         if (row.IsContinuation()) {
-            continuing = row.Value.Get<QString>();
+            more = row;
         } else {
             m_Page.push_back({row.Time, CellOf(row.Value, row.IsGood(), m_Kind)});
             bytes += BytesOf(row.Value);
@@ -91,11 +91,25 @@ bool RecordedValues::FillPage(Rows rows)
         if (bytes > TooLarge * m_MostBytes && m_AtMost > 1) return false;
     }
     if (!m_IsWanted()) throw ExportCancelled();
-    m_Continuing = continuing;
-    m_HasMore = !continuing.isEmpty();
+    m_HasMore = more.has_value();
+    if (more) ContinueAt(*more);
     const auto fitting = m_MostBytes * static_cast<qsizetype>(m_Page.size()) / bytes;
     m_AtMost = static_cast<qint32>(std::clamp<qsizetype>(fitting, 1, LargestPage));
     return true;
+}
+
+/// The values of one moment are read together: a database may bring them in another order the next time.
+void RecordedValues::ContinueAt(const RecordedRow& row)
+{
+    const auto moment =
+        std::find_if(m_Page.begin(), m_Page.end(), [&](const TableValue& value) { return value.Time == row.Time; });
+    if (moment == m_Page.begin()) { // it fills the page
+        m_Continuing = row.Value.Get<QString>();
+        return;
+    }
+    m_Page.erase(moment, m_Page.end());
+    m_From = row.Time;
+    m_Continuing.clear();
 }
 
 std::vector<Variant> RecordedBefore(VelSQLHistory& history, std::span<const ExportedPen> pens, Micros time,

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "trend/data/Rows.h"
+#include "trend/data/HistoryRows.h"
 #include "trend/export/ExportOrder.h"
 
 #include "core/automation/ServerObjects.h"
@@ -33,16 +33,18 @@ private:
     void ReadPage();
     bool TryPage();
     bool FillPage(Rows rows);
+    void ContinueAt(const RecordedRow& row);
 
     const HistoryRef m_History;
     const QString m_Item;
     const PenKind m_Kind;
-    const Span m_Of;
+    const Micros m_To;
     const qsizetype m_MostBytes;
     const bool m_ReadsAhead;
     const IsWanted m_IsWanted;
+    Micros m_From;        ///< where the next page begins
+    QString m_Continuing; ///< and where in this moment; mostly empty
     qint32 m_AtMost;      ///< values in a page
-    QString m_Continuing; ///< where the next page begins
     bool m_HasMore = true;
     std::optional<Rows> m_Ahead; ///< the next page, which the server reads meanwhile
     std::vector<TableValue> m_Page;
