@@ -83,20 +83,23 @@ TEST_F(ValueTableTest, HoldsEachRecordedValueOnceAndNoHalfFile)
                         u"('PLC1','T','"_s + QString(2'000'000, u'x') + u"','1971-01-02 00:00:01')"_s};
     for (int i = 0; i < 2 * Pairs; ++i)
         rows << u"('PLC1','N','%1','1971-01-02 %2')"_s.arg(i).arg(QTime(0, 0).addSecs(i / 2).toString());
+    for (int i = 0; i < 1000; ++i) rows << u"('PLC1','Many','%1','1971-01-02 01:00:00')"_s.arg(i); // fills a page
     Execute(*history, u"INSERT INTO velsql_history (controller_name, item_name, item_value, item_time) VALUES "_s +
                           rows.join(u','));
     const Micros begin = 366 * 86'400 * Second;
     m_Order.Of = {begin, begin + 86'400 * Second};
     Add(u"N"_s, PenKind::Numbers).Heard = {{begin + 5 * Second, Variant(0.0)}, {begin + 7200 * Second, Variant(-1.0)}};
     Add(u"T"_s, PenKind::Texts);
-    EXPECT_EQ(Write(history).Rows, 2 * Pairs + 1);
+    Add(u"Many"_s, PenKind::Numbers);
+    EXPECT_EQ(Write(history).Rows, 2 * Pairs + 1000 + 1);
     const QList<QByteArray> lines = Bytes().split('\n');
     for (int i = 0; i < 2 * Pairs; ++i) {
         const QList<QByteArray> cells = lines[i + 1].trimmed().split(',');
         ASSERT_EQ(cells[2].toInt(), i);
         ASSERT_EQ(cells[3].size(), i == 2 ? 2'000'000 : 0) << "whole texts";
     }
-    EXPECT_TRUE(lines[2 * Pairs + 1].endsWith("T02:00:00.000000Z,-1,\r"));
+    for (int i = 0; i < 1000; ++i) ASSERT_EQ(lines[2 * Pairs + 1 + i].trimmed().split(',')[4].toInt(), i);
+    EXPECT_TRUE(lines[2 * Pairs + 1001].endsWith("T02:00:00.000000Z,-1,,\r"));
 
     m_Order.Of.From += 90 * Second + 1;
     const WrittenTable later = Write(history);

@@ -10,6 +10,7 @@ namespace {
 
 constexpr qint32 FirstPage = 200; ///< says how long the values are
 constexpr qint32 LargestPage = 50'000;
+constexpr qint32 ResizedBy = 16;
 /// Asked about in one call.
 constexpr std::size_t PensTogether = 1000;
 
@@ -60,21 +61,21 @@ void RecordedValues::ReadPage()
     if (m_HasMore && m_ReadsAhead) AskAhead();
 }
 
-/// False: it is to be asked for again, in smaller pieces or because the server has not kept it for so long.
+/// False: it is to be asked for again, with more or fewer values or because the server has not kept it for so long.
 bool RecordedValues::TryPage()
 {
     const bool wasAskedBefore = m_Ahead.has_value();
     if (!wasAskedBefore) AskAhead();
     try {
-        if (FillPage(*std::exchange(m_Ahead, std::nullopt))) return true;
-        m_AtMost = std::max(m_AtMost / 16, 1);
+        return FillPage(*std::exchange(m_Ahead, std::nullopt));
     } catch (const ServerError&) {
         if (!wasAskedBefore) throw;
     }
     return false;
 }
 
-/// The next page has as many values as there is room for, if they are as long as these. False: it is too large.
+/// The next page has as many values as there is room for, if they are as long as these. False: this one is too large, or
+/// has no room for one moment.
 bool RecordedValues::FillPage(Rows rows)
 {
     constexpr qsizetype TooLarge = 8;
@@ -88,9 +89,13 @@ bool RecordedValues::FillPage(Rows rows)
             m_Page.push_back({row.Time, CellOf(row.Value, row.IsGood(), m_Kind)});
             bytes += BytesOf(row.Value);
         }
-        if (bytes > TooLarge * m_MostBytes && m_AtMost > 1) return false;
+        if (bytes > TooLarge * m_MostBytes && m_AtMost > 1) return Resize(std::max(m_AtMost / ResizedBy, 1));
     }
     if (!m_IsWanted()) throw ExportCancelled();
+    const bool isOneMoment = more && m_Page.front().Time == more->Time;
+    if (isOneMoment && !m_WasTooLarge && m_AtMost < LargestPage)
+        return Resize(std::min(m_AtMost * ResizedBy, LargestPage));
+    m_WasTooLarge = false;
     m_HasMore = more.has_value();
     if (more) ContinueAt(*more);
     const auto fitting = m_MostBytes * static_cast<qsizetype>(m_Page.size()) / bytes;
@@ -98,12 +103,19 @@ bool RecordedValues::FillPage(Rows rows)
     return true;
 }
 
+bool RecordedValues::Resize(qint32 atMost)
+{
+    m_WasTooLarge = m_WasTooLarge || atMost < m_AtMost;
+    m_AtMost = atMost;
+    return false;
+}
+
 /// The values of one moment are read together: a database may bring them in another order the next time.
 void RecordedValues::ContinueAt(const RecordedRow& row)
 {
     const auto moment =
         std::find_if(m_Page.begin(), m_Page.end(), [&](const TableValue& value) { return value.Time == row.Time; });
-    if (moment == m_Page.begin()) { // it fills the page
+    if (moment == m_Page.begin()) { // it fills the largest page
         m_Continuing = row.Value.Get<QString>();
         return;
     }

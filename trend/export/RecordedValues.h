@@ -33,6 +33,7 @@ private:
     void ReadPage();
     bool TryPage();
     bool FillPage(Rows rows);
+    bool Resize(qint32 atMost);
     void ContinueAt(const RecordedRow& row);
 
     const HistoryRef m_History;
@@ -42,9 +43,10 @@ private:
     const qsizetype m_MostBytes;
     const bool m_ReadsAhead;
     const IsWanted m_IsWanted;
-    Micros m_From;        ///< where the next page begins
-    QString m_Continuing; ///< and where in this moment; mostly empty
-    qint32 m_AtMost;      ///< values in a page
+    Micros m_From;              ///< where the next page begins
+    QString m_Continuing;       ///< and where in this moment; mostly empty
+    qint32 m_AtMost;            ///< values in a page
+    bool m_WasTooLarge = false; ///< the page that is being read, at first
     bool m_HasMore = true;
     std::optional<Rows> m_Ahead; ///< the next page, which the server reads meanwhile
     std::vector<TableValue> m_Page;
