@@ -9,7 +9,7 @@ std::optional<Variant> SourceVariable::AtOnce(double, VarType)
 
 void SourceVariable::Answer(const Variant& value, VariableHolder::Time time)
 {
-    m_IsAsked = false;
+    NoteAnswer();
     if (m_Holder) m_Holder->TakeRead(value, time);
 }
 
@@ -25,7 +25,7 @@ bool SourceVariable::Lose(const QString& why, VariableHolder::Time time)
 
 void SourceVariable::Fail(const QString& why, VariableHolder::Time time)
 {
-    m_IsAsked = false;
+    NoteAnswer();
     if (m_Holder) m_Holder->NoteFailure(why, time);
 }
 

@@ -6,7 +6,7 @@
 SourceRound::~SourceRound()
 {
     for (const Group& group : m_Groups) {
-        for (SourceVariable* variable : group.Variables) variable->m_IsAsked = false;
+        for (SourceVariable* variable : group.Variables) variable->NoteAnswer();
     }
 }
 
@@ -17,13 +17,13 @@ void SourceRound::Remove(const SourceVariable& variable)
 
 void SourceRound::Add(SourceVariable& variable)
 {
-    if (m_IsScan && (variable.m_IsAsked || !variable.IsDue())) return;
+    if (m_IsScan && (variable.m_Asked > 0 || !variable.IsDue())) return;
     Source* const owner = variable.Owner();
     // As a rule all variables of a round belong to the same source.
     auto group = std::ranges::find(m_Groups, owner, &Group::Owner);
     if (group == m_Groups.end()) group = m_Groups.insert(m_Groups.end(), {owner, {}});
     group->Variables.push_back(&variable);
-    variable.m_IsAsked = true;
+    ++variable.m_Asked;
 }
 
 void SourceRound::Begin(const std::function<void()>& done)

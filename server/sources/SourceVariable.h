@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "core/automation/Variant.h"
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -95,9 +96,11 @@ public:
 private:
     friend class SourceRound;
 
+    void NoteAnswer() { m_Asked = std::max(m_Asked - 1, 0); }
+
     VariableHolder* m_Holder = nullptr;
-    /// Scans leave it out while the answer to the last one is still on its way.
-    bool m_IsAsked = false;
+    /// Readings whose answers are still on their way; meanwhile scans leave it out.
+    int m_Asked = 0;
 };
 
 using SourceVariableRef = std::unique_ptr<SourceVariable>;
