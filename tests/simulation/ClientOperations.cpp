@@ -32,22 +32,31 @@ QString AnyController(World& world)
 /// An item that anybody may write, and its controller: as a rule one that is there.
 std::pair<QString, QString> AnyItem(World& world)
 {
-    switch (world.Chance.Below(8)) {
+    switch (world.Chance.Below(10)) {
     case 0: return {QStringLiteral("Live"), QStringLiteral("clock")};
     case 1:
     case 2: return {QStringLiteral("Live"), QStringLiteral("L%1").arg(world.Chance.Between(0, 12))};
     case 3: return {QStringLiteral("Device"), QStringLiteral("A%1").arg(world.Chance.Between(0, 1))};
     case 4: return {QStringLiteral("Added"), QStringLiteral("X%1").arg(world.Chance.Between(1, world.LastName + 1))};
+    case 5: return {QStringLiteral("Unit"), QStringLiteral("U%1").arg(3 * world.Chance.Between(0, 33))};
+    case 6: return {QStringLiteral("Broker"), QStringLiteral("B%1").arg(world.Chance.Between(0, 7))};
     default: return {QStringLiteral("Device"), QStringLiteral("D%1").arg(world.Chance.Between(0, 4))};
     }
 }
 
-/// Of a new item: as a rule none, else to what is there, or to what may come or go, or in a circle.
-QString AnyLink(World& world)
+/// Of a new item: none, what it is linked to (what is there, what may come or go, a circle), or a variable.
+QString AnyOrigin(World& world)
 {
-    if (!world.Chance.OneIn(3)) return {};
-    const auto [controller, item] = AnyItem(world);
-    return controller + u'\\' + item;
+    switch (world.Chance.Below(6)) {
+    case 0: return QStringLiteral("holding:%1").arg(world.Chance.Between(0, 99));
+    case 1: return QStringLiteral("plant/b%1").arg(world.Chance.Between(0, 7));
+    case 2:
+    case 3: {
+        const auto [controller, item] = AnyItem(world);
+        return controller + u'\\' + item;
+    }
+    default: return {};
+    }
 }
 
 template <typename Action>
@@ -149,7 +158,8 @@ void ClientOperations::PutLater(World& world)
 void ClientOperations::PutActivation(World& world)
 {
     WithItem(world, [&](auto& client, auto& controller, auto& item) {
-        client.PutActivation(controller, item, !world.Chance.OneIn(3));
+        const bool isOff = controller != QStringLiteral("Unit") && world.Chance.OneIn(3); // those are written
+        client.PutActivation(controller, item, !isOff);
     });
 }
 
@@ -175,7 +185,7 @@ void ClientOperations::AddItem(World& world)
 {
     WithClient(world, [&](SimulatedClient& client) {
         for (int count = world.Chance.Between(1, 3); count > 0; --count)
-            client.AddItem(QStringLiteral("X%1").arg(++world.LastName), AnyLink(world));
+            client.AddItem(QStringLiteral("X%1").arg(++world.LastName), AnyOrigin(world));
     });
 }
 
@@ -224,7 +234,17 @@ void ClientOperations::Execute(World& world)
 
 void ClientOperations::AskHistory(World& world)
 {
-    WithClient(world, [](SimulatedClient& client) { client.AskHistory(); });
+    static const QStringList statements = {
+        QStringLiteral("SELECT 1"),
+        QStringLiteral("SELECT * FROM velsql_history"),
+        QStringLiteral("SELECT count(*), max(value_number) FROM velsql_values WHERE item_name = 'scans'"),
+        QStringLiteral("SELECT start_time, mean_value FROM velsql_minutes"),
+        QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n"), // no end
+        QStringLiteral("nonsense")};
+    WithClient(world, [&](SimulatedClient& client) {
+        if (world.Chance.OneIn(4)) client.ForgetResults();
+        client.AskHistory(world.Chance.OneOf(statements));
+    });
 }
 
 void ClientOperations::StopReading(World& world)

@@ -1,9 +1,7 @@
 #include "tests/simulation/DrivenTime.h"
 
-#include "tests/simulation/Random.h"
+#include "tests/simulation/DrivenThreads.h"
 
-#include <cstdio>
-#include <cstdlib>
 #include <sys/epoll.h>
 #include <sys/syscall.h>
 #include <sys/time.h>
@@ -18,7 +16,6 @@ constexpr qint64 CounterFull = (qint64{1} << 32) * 1'000'000;
 // In nanoseconds. Now and then the machine has something else to do, so that a turn may end anywhere.
 constexpr quint64 UsualLook = 2000;
 constexpr quint64 LongestLook = 4'000'000;
-constexpr quint64 UsualLooks = 100;
 
 bool s_IsDriven = false;
 qint64 s_Begin = 0; // of the time that only goes on
@@ -26,6 +23,7 @@ qint64 s_Steady = 0;
 qint64 s_Wall = 0;
 qint64 s_Slept = 0;
 Random s_Random(0);
+quint64 s_UsualLooks = DrivenTime::Usual;
 
 void GoOn(qint64 time)
 {
@@ -35,7 +33,7 @@ void GoOn(qint64 time)
 
 void Look()
 {
-    GoOn(1 + static_cast<qint64>(s_Random.Below(s_Random.OneIn(UsualLooks) ? LongestLook : UsualLook)));
+    GoOn(1 + static_cast<qint64>(s_Random.Below(s_Random.OneIn(s_UsualLooks) ? LongestLook : UsualLook)));
 }
 
 /// Null for clocks of another kind, such as those that count work.
@@ -57,20 +55,41 @@ timespec ToTimespec(qint64 time)
     return {static_cast<time_t>(time / NanoSecond), static_cast<long>(time % NanoSecond)};
 }
 
+DrivenTime::Duration ToDuration(const timespec& time)
+{
+    return DrivenTime::Duration(time.tv_sec * NanoSecond + time.tv_nsec);
+}
+
+constexpr auto Never = DrivenTime::Duration::max();
+
+/// When a time is over that the system takes as for ever if it is below 0.
+DrivenTime::Duration After(int milliseconds)
+{
+    return milliseconds < 0 ? Never : DrivenTime::Passed() + std::chrono::milliseconds(milliseconds);
+}
+
 } // namespace
 
 void DrivenTime::Begin(qint64 wall, quint64 seed)
 {
     s_Random = Random(seed);
+    s_UsualLooks = Usual;
     s_Steady = s_Begin = CounterFull - 10 * NanoSecond;
     s_Wall = wall * NanoSecond;
     s_Slept = 0;
     s_IsDriven = true;
+    DrivenThreads::Begin();
 }
 
 void DrivenTime::End()
 {
+    DrivenThreads::End();
     s_IsDriven = false;
+}
+
+void DrivenTime::SetPace(quint64 usualLooks)
+{
+    s_UsualLooks = usualLooks;
 }
 
 void DrivenTime::Pass(Duration time)
@@ -92,6 +111,11 @@ void DrivenTime::SetClock(Duration change)
 DrivenTime::Duration DrivenTime::Passed()
 {
     return Duration(s_Steady - s_Begin);
+}
+
+Random& DrivenTime::Chance()
+{
+    return s_Random;
 }
 
 // What the program defines goes before what libraries define, for all libraries that it uses.
@@ -124,18 +148,41 @@ extern "C" {
 
 [[gnu::visibility("default")]] int epoll_wait(int epoll, epoll_event* events, int most, int milliseconds)
 {
-    const int slept = s_IsDriven ? 0 : milliseconds;
-    const auto count = static_cast<int>(syscall(SYS_epoll_pwait, epoll, events, most, slept, nullptr, 8));
-    if (!s_IsDriven) return count;
-    if (count != 0 || milliseconds == 0) {
+    if (s_IsDriven) {
+        const pollfd anything{epoll, POLLIN, 0};
+        DrivenThreads::Wait({&anything, 1}, After(milliseconds));
         Look();
-    } else if (milliseconds < 0) {
-        fputs("The event loop sleeps for ever: nothing is due and nobody could wake it up.\n", stderr);
-        abort();
-    } else {
-        GoOn(qint64{milliseconds} * 1'000'000);
+        milliseconds = 0;
     }
-    return count;
+    return static_cast<int>(syscall(SYS_epoll_pwait, epoll, events, most, milliseconds, nullptr, 8));
+}
+
+[[gnu::visibility("default")]] int poll(pollfd* sockets, nfds_t count, int milliseconds)
+{
+    if (s_IsDriven && milliseconds != 0) DrivenThreads::Wait({sockets, count}, After(milliseconds));
+    const int longest = s_IsDriven ? 0 : milliseconds;
+    const timespec time{longest / 1000, longest % 1000 * 1'000'000};
+    return ppoll(sockets, count, longest < 0 ? nullptr : &time, nullptr);
+}
+
+[[gnu::visibility("default")]] int clock_nanosleep(clockid_t clock, int flags, const timespec* time, timespec* left)
+{
+    if (!s_IsDriven) return static_cast<int>(-syscall(SYS_clock_nanosleep, clock, flags, time, left));
+    timespec now{};
+    if (flags & TIMER_ABSTIME) clock_gettime(clock, &now);
+    DrivenThreads::Wait({}, DrivenTime::Passed() + ToDuration(*time) - ToDuration(now));
+    return 0;
+}
+
+[[gnu::visibility("default")]] int nanosleep(const timespec* time, timespec* left)
+{
+    return clock_nanosleep(CLOCK_MONOTONIC, 0, time, left);
+}
+
+[[gnu::visibility("default")]] int usleep(useconds_t time)
+{
+    const timespec parts{time / 1'000'000, static_cast<long>(time % 1'000'000) * 1000};
+    return nanosleep(&parts, nullptr);
 }
 
 } // extern "C"

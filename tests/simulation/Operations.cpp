@@ -17,17 +17,17 @@ struct Operation
 
 void ChangeMood(World& world)
 {
-    world.Server.Device().SetMood(static_cast<SimulatedDevice::Mood>(world.Chance.Below(5)));
+    world.Server.Sources().ChangeMood();
 }
 
 void Tell(World& world)
 {
-    world.Server.Device().Tell();
+    world.Server.Sources().Tell();
 }
 
 void ChangeReach(World& world)
 {
-    world.Server.Device().SetConnected(!world.Chance.OneIn(3));
+    world.Server.Sources().ChangeReach();
 }
 
 void ChangeDatabase(World& world)
@@ -67,25 +67,33 @@ void Freeze(World& world)
     world.Server.NoteFrozen(time);
 }
 
-/// Each is done so often of all.
+/// What usually takes one turn of the loop then takes many.
+void ChangePace(World& world)
+{
+    world.Server.SetSlow(world.Chance.OneIn(2));
+}
+
+/// Each is done so often of all in most runs; each run has things that it does more often or never.
 constexpr auto Operations = std::to_array<Operation>({
     {12, Connect},         {4, Disconnect},    {1, SendRubbish}, {14, PutOwn},
     {8, GetOwn},           {8, Get},           {4, GetBurst},    {8, Put},
     {4, PutLater},         {3, PutActivation}, {6, ReadItem},    {3, ReadController},
-    {5, SwitchController}, {5, AddItem},       {4, RemoveItem},  {7, Subscribe},
-    {4, Unsubscribe},      {4, Execute},       {1, AskHistory},  {2, StopReading},
+    {8, SwitchController}, {5, AddItem},       {4, RemoveItem},  {7, Subscribe},
+    {4, Unsubscribe},      {4, Execute},       {3, AskHistory},  {2, StopReading},
     {3, ReadOn},           {5, ChangeMood},    {3, Tell},        {3, ChangeReach},
     {3, ChangeDatabase},   {5, Keep},          {8, Write},       {4, RestartRecorder},
-    {4, SetClock},         {1, Freeze},
+    {4, SetClock},         {1, Freeze},        {4, ChangePace},
 });
 
 } // namespace
 
 void DoSomething(World& world)
 {
-    static const int all = std::accumulate(Operations.begin(), Operations.end(), 0,
-                                           [](int sum, const Operation& operation) { return sum + operation.Weight; });
-    int chosen = world.Chance.Between(0, all - 1);
-    for (const Operation& operation : Operations)
-        if ((chosen -= operation.Weight) < 0) return operation.Do(world);
+    static constexpr std::array Factors = {0, 1, 1, 1, 4};
+    if (world.Weights.empty())
+        for (const Operation& operation : Operations)
+            world.Weights.push_back(operation.Weight * (operation.Do == Connect ? 1 : world.Chance.OneOf(Factors)));
+    int chosen = world.Chance.Between(0, std::accumulate(world.Weights.begin(), world.Weights.end(), 0) - 1);
+    for (std::size_t i = 0; i < Operations.size(); ++i)
+        if ((chosen -= world.Weights[i]) < 0) return Operations[i].Do(world);
 }

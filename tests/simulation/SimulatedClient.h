@@ -32,8 +32,11 @@ public:
     void GetKnown();
     void SwitchController(const QString& controller, bool isOn);
     void Execute(const QString& command);
-    void AskHistory();
-    void AddItem(const QString& name, const QString& link);
+    /// Then for how far it is and for what it has, and keeps it.
+    void AskHistory(const QString& statement);
+    void ForgetResults() { m_Results.clear(); }
+    /// `origin` is a link, or a variable of the unit or the broker.
+    void AddItem(const QString& name, const QString& origin);
     void RemoveItem(const QString& name);
     /// One of its own items, which nobody else writes.
     void PutOwn(int item, const Variant& value);
@@ -77,6 +80,8 @@ private:
     wire::Engine::Client m_Engine = nullptr;
     NoObjects m_Objects;
     std::map<QString, wire::Item::Client> m_Items; ///< that it knows
+    std::map<QString, int> m_Asked;                ///< of these references so many are on their way
+    std::vector<wire::ResultSet::Client> m_Results;
     std::map<int, QString> m_UnderWay;
     int m_Calls = 0;
     std::array<Variant, SimulatedServer::OwnItems> m_Own; ///< what it has written to them last
@@ -84,3 +89,20 @@ private:
     std::vector<SimulatedSubscriptionRef> m_Given; ///< up
     kj::TaskSet m_Tasks;
 };
+
+template <typename Request, typename Action>
+void SimulatedClient::Send(const QString& what, Request&& request, Expected expected, Action answered)
+{
+    const int call = ++m_Calls;
+    m_UnderWay.emplace(call, what);
+    m_Trace.Note(QStringLiteral("c%1 #%2 %3").arg(m_Number).arg(call).arg(what));
+    m_Tasks.add(
+        request.send().then([this, call, answered](auto&& response) { Answered(call, answered(response)); },
+                            [this, call, expected](kj::Exception&& failure) { Failed(call, failure, expected); }));
+}
+
+template <typename Request>
+void SimulatedClient::Send(const QString& what, Request&& request, Expected expected)
+{
+    Send(what, std::forward<Request>(request), expected, [](const auto&) { return QString(); });
+}

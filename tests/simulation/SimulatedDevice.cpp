@@ -32,6 +32,13 @@ SimulatedDevice::SimulatedDevice(kj::Timer& timer, Random& random, Trace& trace)
 
 SimulatedDevice::~SimulatedDevice() noexcept = default;
 
+/// Never none.
+qint32 SimulatedDevice::Step()
+{
+    static constexpr std::array Steps = {-2, -1, 1, 2, 3};
+    return m_Random.OneOf(Steps);
+}
+
 void SimulatedDevice::SetMood(Mood mood)
 {
     m_Trace.Note(QStringLiteral("device: mood %1").arg(static_cast<int>(mood)));
@@ -46,6 +53,11 @@ SourceVariableRef SimulatedDevice::Bind(const VariableText&)
 
 void SimulatedDevice::Read(std::vector<SourceVariable*> variables, std::function<void()> done)
 {
+    const auto isAsked = [&](const Job& job) {
+        return !job.Written && std::ranges::find(job.Variables, variables.front()) != job.Variables.end();
+    };
+    if (std::ranges::any_of(m_Jobs, isAsked)) ++m_AskedAgain;
+    m_Trace.Require(m_AskedAgain <= m_MayAsk, QStringLiteral("a scan has asked what was asked already"));
     Job job{.Done = std::move(done)};
     for (SourceVariable* variable : variables) job.Variables.push_back(static_cast<Variable*>(variable));
     Add(std::move(job));
@@ -68,7 +80,7 @@ void SimulatedDevice::Tell()
     Variable& variable = *m_Random.OneOf(m_Variables);
     const auto now = std::chrono::system_clock::now();
     if (m_Random.OneIn(4)) variable.Lose(QStringLiteral("it is silent"), now);
-    else variable.Arrive(Variant(++variable.Count), now);
+    else variable.Arrive(Variant(variable.Count += Step()), now);
 }
 
 void SimulatedDevice::Forget(Variable& variable)
@@ -110,7 +122,7 @@ void SimulatedDevice::Finish(Job job)
         if (fails) variable->Fail(QStringLiteral("no answer"), now);
         else if (m_Mood == Mood::Wrong) variable->Answer(Variant(QStringLiteral("rubbish")), now);
         else if (!variable->Written.IsEmpty()) variable->Answer(variable->Written, now);
-        else variable->Answer(Variant(++variable->Count), now);
+        else variable->Answer(Variant(variable->Count += Step()), now);
     }
     const std::function<void()> done = std::move(m_Jobs.front().Done);
     m_Jobs.pop_front();

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "server/sources/Source.h"
-#include "tests/simulation/Random.h"
-#include "tests/simulation/Trace.h"
+#include "tests/simulation/SimulatedPeer.h"
 
 #include <kj/async.h>
 #include <kj/timer.h>
@@ -10,19 +9,10 @@
 #include <deque>
 
 /// A device on the server's own loop: it answers one thing after the other, soon, late, wrongly or not at all. A
-/// variable counts its readings, unless a value has been written to it.
+/// variable has another value at each reading, unless one has been written to it.
 class SimulatedDevice final : public Source, private kj::TaskSet::ErrorHandler
 {
 public:
-    enum class Mood
-    {
-        Prompt,
-        Late,
-        Failing,
-        Wrong, ///< with what is no number
-        Silent ///< until it is in another mood
-    };
-
     SimulatedDevice(kj::Timer& timer, Random& random, Trace& trace);
     ~SimulatedDevice() noexcept override;
 
@@ -32,6 +22,8 @@ public:
     void Tell();
     /// What it has not answered.
     std::size_t UnderWay() const { return m_Jobs.size(); }
+    /// A client asks for a reading, whether it has been asked already or not; scans leave out what was asked.
+    void NoteAsked() { ++m_MayAsk; }
 
     SourceVariableRef Bind(const VariableText& text) override;
     void Read(std::vector<SourceVariable*> variables, std::function<void()> done) override;
@@ -49,6 +41,7 @@ private:
     };
 
     void Add(Job job);
+    qint32 Step();
     void Forget(Variable& variable);
     kj::Promise<void> Work();
     void Finish(Job job);
@@ -61,5 +54,7 @@ private:
     std::deque<Job> m_Jobs;
     std::vector<Variable*> m_Variables;
     bool m_IsWorking = false;
+    int m_MayAsk = 0;
+    int m_AskedAgain = 0;
     kj::TaskSet m_Tasks;
 };

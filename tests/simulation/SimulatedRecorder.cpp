@@ -15,15 +15,15 @@ std::stop_token AtOnce()
     return source.get_token();
 }
 
-QString RowOf(const RecordedValue& value)
+} // namespace
+
+QString SimulatedRecorder::RowOf(const RecordedValue& value)
 {
     return QStringLiteral("%1\\%2=%3 at %4 %5")
-        .arg(value.Controller, value.Item, ToPlainText(value.Value))
+        .arg(value.Controller, value.Item, value.Value.IsNull() ? QString() : ToPlainText(value.Value))
         .arg(MicrosecondsSince1970(value.Time))
         .arg(value.State);
 }
-
-} // namespace
 
 SimulatedRecorder::SimulatedRecorder(Random& random, Trace& trace)
     : m_Random(random)

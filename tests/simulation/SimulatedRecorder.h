@@ -13,6 +13,9 @@ class SimulatedRecorder
 public:
     SimulatedRecorder(Random& random, Trace& trace);
 
+    /// "<controller>\<item>=<value> at <microseconds since 1970> <state>"
+    static QString RowOf(const RecordedValue& value);
+
     void Record(const RecordedValue& value);
     /// The keeping thread has its turn: all that waits goes to the disk.
     void Keep();
@@ -23,6 +26,8 @@ public:
     void Restart();
     /// The database is back for good; requires that it has everything once and in order.
     void Finish();
+    /// All that was to be recorded.
+    const QStringList& Recorded() const { return m_Recorded; }
 
 private:
     void Begin();

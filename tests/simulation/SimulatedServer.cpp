@@ -7,17 +7,19 @@
 #include "velsqllib/WireText.h"
 
 #include <capnp/rpc.h>
-#include <QDir>
 
 namespace {
 
 using namespace std::chrono_literals;
 
-HistorySettings NoHistory()
+HistorySettings HistoryIn(const QString& folder, bool isEnabled)
 {
     HistorySettings settings;
-    settings.Enabled = false;
-    settings.Spool.Folder = QDir::tempPath() + QStringLiteral("/none");
+    settings.Destinations[0].ConnectionString =
+        QStringLiteral("Driver=SQLite;Database=") + folder + QStringLiteral("/history.db");
+    settings.Enabled = isEnabled; // or else for statements only, which takes less time
+    settings.Spool.Folder = folder + QStringLiteral("/spool");
+    settings.Limits = {.ResultBytes = 1'000'000, .RestAfter = 50ms};
     return settings;
 }
 
@@ -59,21 +61,21 @@ struct SimulatedServer::Client
 
 const QStringList& SimulatedServer::TouchedControllers()
 {
-    static const QStringList names = QStringLiteral("Own Live Device Added").split(u' ');
+    static const QStringList names = QStringLiteral("Own Live Device Unit Broker Added").split(u' ');
     return names;
 }
 
 SimulatedServer::SimulatedServer(KjLoop& loop, Random& random, Trace& trace)
     : m_Loop(loop)
     , m_Trace(trace)
+    , m_Sources(loop.Timer(), random, trace)
     , m_Plant(*this)
     , m_Scanner(loop.Timer())
     , m_Watch(loop.Timer())
     , m_Added(m_Plant)
-    , m_History(NoHistory(), loop.Timer())
+    , m_History(HistoryIn(m_Folder.path(), random.OneIn(2)), loop.Timer())
     , m_Commands(Subjects())
     , m_Objects(m_Plant, m_History, m_Commands, m_Added, m_Scanner, m_Watch)
-    , m_Device(std::make_shared<SimulatedDevice>(loop.Timer(), random, trace))
     , m_Recorder(random, trace)
     , m_Ledger(std::make_shared<ClientLedger>(loop.Timer()))
     , m_Tasks(*this)
@@ -81,6 +83,7 @@ SimulatedServer::SimulatedServer(KjLoop& loop, Random& random, Trace& trace)
     AddItems();
     for (const PlantControllerRef& controller : m_Plant.Controllers())
         controller->AddObserver(*m_Observers.emplace(controller->Name(), std::make_unique<Observer>()).first->second);
+    m_Plant.StartSources(m_Inbox);
     m_Plant.Begin();
     m_Scanner.Start(m_Plant);
 }
@@ -106,7 +109,6 @@ CommandSubjects SimulatedServer::Subjects()
 
 void SimulatedServer::AddItems()
 {
-    m_Plant.AddSource(m_Device);
     AddOwn(*m_Plant.Add({.Name = QStringLiteral("Own"), .ScanTimes = {ScanTime, 0, 0}}));
 
     PlantController& live = *m_Plant.Add({.Name = QStringLiteral("Live"), .ScanTimes = {150, 1000, 0}});
@@ -115,18 +117,12 @@ void SimulatedServer::AddItems()
                  i % 10 == 0 ? Counter() : std::make_unique<ConstantSignal>(Variant(i)));
     live.Add({.Name = QStringLiteral("clock"), .Type = VT_DATE, .ScanClass = 1}, std::make_unique<ClockSignal>());
 
-    PlantController& device =
-        *m_Plant.Add({.Name = QStringLiteral("Device"), .ScanTimes = {200, 0, 0}, .Device = m_Device});
-    for (int i = 0; i < 40; ++i)
-        device.Add({.Name = QStringLiteral("D%1").arg(i), .Type = VT_I4},
-                   m_Device->Bind({QString(), QString(), VT_I4}));
-    for (int i = 0; i < 3; ++i)
-        device.Add({.Name = QStringLiteral("A%1").arg(i),
-                    .Kind = ItemKind::Alias,
-                    .Links = {QStringList{QStringLiteral("D%1").arg(i), QStringLiteral("Live\\L0"),
-                                          QStringLiteral("Own\\") + NameOfOwn(0, 3)}[i]}});
+    m_Sources.AddTo(m_Plant, m_Folder.path());
 
-    m_Plant.Add({.Name = QStringLiteral("Added"), .ScanTimes = {ScanTime, 0, 0}, .SortsItems = true});
+    PlantController& added =
+        *m_Plant.Add({.Name = QStringLiteral("Added"), .ScanTimes = {ScanTime, 0, 0}, .SortsItems = true});
+    for (int i = 0; i < Readings; ++i)
+        added.Add({.Name = NameOfReading(i), .Type = VT_I4, .RaisesEvents = false}, Counter());
 
     PlantController& rhythm = *m_Plant.Add({.Name = QStringLiteral("Rhythm"), .ScanTimes = {ScanTime, 0, 0}});
     rhythm.Add({.Name = QStringLiteral("scans"), .Type = VT_I4, .Historic = true}, Counter());
@@ -183,13 +179,17 @@ void SimulatedServer::Record(const PlantItem& item, const ItemReading& reading)
 {
     if (const qint32* number = reading.Value.GetIf<qint32>()) m_Recorded[item.Name()].append(*number);
     if (item.Name() == QStringLiteral("steady")) CheckSteady();
-    m_Recorder.Record({item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State});
+    const RecordedValue value{item.Controller()->Name(), item.Name(), reading.Value, reading.Time, reading.State};
+    m_Recorder.Record(value);
+    m_History.Record(value);
+    m_Sources.NoteRecorded(item, reading);
 }
 
 /// Where the clock is set back by less than the silence that is allowed, that lasts longer.
 void SimulatedServer::CheckSteady()
 {
-    const auto silence = DrivenTime::Passed() - m_SteadyAt - m_FrozenSinceSteady;
+    const auto slow = m_SlowSince ? DrivenTime::Passed() - std::max(*m_SlowSince, m_SteadyAt) : DrivenTime::Duration();
+    const auto silence = DrivenTime::Passed() - m_SteadyAt - m_FrozenSinceSteady - slow;
     const int sets = m_ClockSets - m_ClockSetsAtSteady;
     m_Trace.Require(silence <= AtLeast * (1 + sets) + 3 * ScanTime * 1ms,
                     QStringLiteral("an item that is to be recorded every 2 s was silent for %1 ms").arg(silence / 1ms));
@@ -205,39 +205,15 @@ void SimulatedServer::NoteFrozen(DrivenTime::Duration time)
     ++m_Freezes;
 }
 
-void SimulatedServer::CheckRhythm()
+void SimulatedServer::SetSlow(bool isSlow)
 {
-    const QList<qint32>& scans = m_Recorded[QStringLiteral("scans")];
-    for (qsizetype i = 0; i < scans.size(); ++i)
-        m_Trace.Require(scans[i] == i + 1, QStringLiteral("scan %1 was recorded as %2").arg(i + 1).arg(scans[i]));
-    const auto passed = DrivenTime::Passed();
-    const auto due = (passed - m_Frozen) / (ScanTime * 1ms); // what was missed is not made up for
-    const auto most = due + 2 + 2 * m_Freezes;
-    const auto least = due - 2 - m_Freezes;
-    m_Trace.Require(
-        scans.size() >= least && scans.size() <= most,
-        QStringLiteral("%1 scans in %2 ms, %3 to %4 are due").arg(scans.size()).arg(passed / 1ms).arg(least).arg(most));
-    const auto steady = m_Recorded[QStringLiteral("steady")].size();
-    m_Trace.Require(steady <= passed / AtLeast + 2 + m_ClockSets,
-                    QStringLiteral("what never changes was recorded %1 times").arg(steady));
-}
-
-void SimulatedServer::CheckNothingIsHeld() const
-{
-    const HeldCounts held = m_Objects.Held();
-    m_Trace.Require(m_Clients == 0, QStringLiteral("%1 clients have not gone").arg(m_Clients));
-    m_Trace.Require(held.Controllers == 0 && held.Items == 0 && held.Results == 0 && held.Subscriptions == 0 &&
-                        held.Events == 0,
-                    QStringLiteral("held without clients: %1 controllers, %2 items, %3 results, %4 subscriptions, %5 "
-                                   "events")
-                        .arg(held.Controllers)
-                        .arg(held.Items)
-                        .arg(held.Results)
-                        .arg(held.Subscriptions)
-                        .arg(held.Events));
-    for (const auto& account : m_Accounts)
-        m_Trace.Require(account.expired(), QStringLiteral("something is kept for a client that has gone"));
-    m_Trace.Require(m_Device->UnderWay() == 0, QStringLiteral("the device has been asked and has not answered"));
+    constexpr quint64 Slow = 3;
+    DrivenTime::SetPace(isSlow ? Slow : DrivenTime::Usual);
+    const auto now = DrivenTime::Passed();
+    const auto lasted = now - m_SlowSince.value_or(now);
+    m_Slow += lasted;
+    m_FrozenSinceSteady += lasted;
+    m_SlowSince = isSlow ? std::optional(now) : std::nullopt;
 }
 
 void SimulatedServer::taskFailed(kj::Exception&& exception)

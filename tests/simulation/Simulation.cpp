@@ -18,9 +18,10 @@ void Run(World& world, int milliseconds)
 void Work(World& world)
 {
     const int loaded = world.Chance.Between(0, 10); // so many things happen before the plant has been read
-    for (int done = 0, most = world.Chance.Between(40, 250); done < most; ++done) {
+    for (int done = 0, most = world.Chance.Between(10, 90); done < most; ++done) {
         if (done == loaded) world.Server.NoteLoaded();
         DoSomething(world);
+        world.Server.Sources().CheckStates(world.Server.Plant());
         world.Log.Check();
         switch (world.Chance.Below(16)) {
         case 0: Run(world, world.Chance.Between(60, 3000)); break;
@@ -36,33 +37,58 @@ void Work(World& world)
     }
 }
 
-/// Whatever has happened to it, scans reach it again.
-void CheckDeviceIsRead(World& world)
+void SwitchItems(World& world, const char* controller, bool isOn)
 {
-    PlantController& device = *world.Server.Plant().Controller(QStringLiteral("Device"));
-    device.Start();
-    for (const PlantItemRef& item : device.Items()) item->PutActivation(true);
+    for (const PlantItemRef& item : world.Server.Plant().Controller(QLatin1String(controller))->Items())
+        item->PutActivation(isOn);
+}
+
+/// Whatever has happened to them, scans reach them again; what a broker tells of items that are off is kept for them.
+void CheckSourcesAreRead(World& world)
+{
+    SimulatedSources& sources = world.Server.Sources();
+    for (const char* name : {"Device", "Unit", "Broker", "Added"}) {
+        world.Server.Plant().Controller(QLatin1String(name))->Start();
+        SwitchItems(world, name, true);
+    }
+    sources.SetReachable(false);
     Run(world, 1000);
-    for (const PlantItemRef& item : device.Items())
-        world.Log.Require(item->State() != ItemState::Failed && std::chrono::system_clock::now() - item->Time() < 500ms,
-                          item->Name() + QStringLiteral(" is not read any more: ") + item->Failure());
+    sources.CheckLost(world.Server.Plant());
+    SwitchItems(world, "Broker", false);
+    sources.SetReachable(true);
+    Run(world, 1500);
+    SwitchItems(world, "Broker", true);
+    Run(world, 1000);
+    for (const char* name : {"Device", "Unit"})
+        for (const PlantItemRef& item : world.Server.Plant().Controller(QLatin1String(name))->Items())
+            world.Log.Require(item->State() != ItemState::Failed &&
+                                  std::chrono::system_clock::now() - item->Time() < 800ms,
+                              item->Name() + QStringLiteral(" is not read any more: ") + item->Failure());
+    sources.Check(world.Server.Plant());
 }
 
 /// Nothing hinders anybody any more; requires that all calls are answered.
 void ComeToRest(World& world)
 {
-    world.Server.Device().SetConnected(true);
-    world.Server.Device().SetMood(SimulatedDevice::Mood::Prompt);
+    world.Server.SetSlow(false);
+    world.Server.Sources().ComeToRest();
     for (const auto& client : world.Clients)
         if (client) client->SetReading(true);
-    Run(world, 5000);
+    Run(world, 6500);
     for (const auto& client : world.Clients)
         world.Log.Require(!client || client->OldestCall().isEmpty(),
                           QStringLiteral("never answered: ") + (client ? client->OldestCall() : QString()));
-    CheckDeviceIsRead(world);
+    CheckSourcesAreRead(world);
     for (const QString& controller : SimulatedServer::TouchedControllers())
         world.Server.Plant().Controller(controller)->Stop();
-    Run(world, 3000); // for events that slow clients work on
+    Run(world, 2500); // for events that slow clients work on
+    world.Server.Sources().SetReachable(false);
+    Run(world, 300);
+    world.Server.Sources().SetReachable(true);
+    Run(world, 700);
+    for (const QString& controller : SimulatedServer::TouchedControllers())
+        world.Log.Require(world.Server.Plant().Controller(controller)->State() == 2,
+                          controller + QStringLiteral(" was stopped and is not"));
 }
 
 /// What was confirmed was recorded, each number once, and in the order in which it was written.
@@ -83,9 +109,11 @@ void CheckAdded(World& world)
     const PlantController& added = *world.Server.Plant().Controller(QStringLiteral("Added"));
     for (const QString& name : world.Known.Added)
         world.Log.Require(added.Find(name) != nullptr, name + QStringLiteral(" was added and is not there"));
-    for (const PlantItemRef& item : added.Items())
+    for (const PlantItemRef& item : world.Server.Added())
         world.Log.Require(world.Known.Added.contains(item->Name()) || world.Known.Maybe.contains(item->Name()),
                           item->Name() + QStringLiteral(" was removed and is there"));
+    world.Log.Require(added.Items().size() == world.Server.Added().size() + SimulatedServer::Readings,
+                      QStringLiteral("what was added and what is there differ"));
     world.Log.Require(std::ranges::is_sorted(added.Items(), {}, [](const PlantItemRef& item) { return item->Name(); }),
                       QStringLiteral("the added items are not sorted"));
 }
@@ -95,21 +123,21 @@ void CheckAdded(World& world)
 void Simulate(quint64 seed, Trace& trace)
 {
     DrivenTime::Begin(BeforeWinterTime, seed);
+    KJ_DEFER(DrivenTime::End());
     const auto loop = KjLoop::OfThisThread();
-    {
-        World world(*loop, seed, trace);
-        Work(world);
-        ComeToRest(world);
-        for (const auto& client : world.Clients)
-            if (client) client->CheckEvents();
-        CheckOwn(world);
-        CheckAdded(world);
-        world.Server.CheckRhythm();
-        for (auto& client : world.Clients) client = nullptr;
-        Run(world, 1000);
-        world.Server.CheckNothingIsHeld();
-        world.Server.Recorder().Finish();
-        trace.Check();
-    }
-    DrivenTime::End();
+    World world(*loop, seed, trace);
+    Work(world);
+    ComeToRest(world);
+    for (const auto& client : world.Clients)
+        if (client) client->CheckEvents();
+    CheckOwn(world);
+    CheckAdded(world);
+    world.Server.CheckRhythm();
+    world.Server.CheckReadings();
+    for (auto& client : world.Clients) client = nullptr;
+    Run(world, 1000);
+    world.Server.CheckNothingIsHeld();
+    world.Server.CheckHistory();
+    world.Server.Recorder().Finish();
+    trace.Check();
 }

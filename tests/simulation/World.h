@@ -19,6 +19,7 @@ struct World
     SimulatedServer Server;
     Book Known;
     std::array<std::unique_ptr<SimulatedClient>, SimulatedServer::MostClients> Clients;
+    std::vector<int> Weights; ///< how often each operation is done; empty before the first one
     int LastName = 0;
     qint32 LastNumber = 0;
 

@@ -4,12 +4,15 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QHashFunctions>
 #include <QTemporaryDir>
 
 #include <csignal>
 #include <iostream>
 #include <malloc.h>
+#include <sys/personality.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 // There under the address sanitizer only.
@@ -17,11 +20,11 @@ extern "C" [[gnu::weak]] void __sanitizer_set_death_callback(void (*callback)())
 
 namespace {
 
-/// So often a seed is played twice in a campaign.
-constexpr quint64 BetweenReplays = 16;
-/// Of so many seeds the first ones may fill caches; what the others add to the heap is a leak, beyond so many kB.
-constexpr quint64 WarmUp = 200;
-constexpr qint64 MostGrowth = 200;
+/// So often a seed is played twice in a campaign, and so often again and again to see what that adds to the heap.
+constexpr quint64 BetweenReplays = 32;
+constexpr quint64 BetweenHeapLooks = 256;
+/// What one more run may add, in bytes: there are caches.
+constexpr std::size_t MostGrowth = 20'000;
 
 quint64 s_Seed = 0;
 
@@ -44,52 +47,91 @@ void ShowLines(const Trace& trace)
     for (const QString& line : trace.Lines()) std::cout << line.toStdString() << '\n';
 }
 
-/// Returns whether all that is promised held.
-bool Play(quint64 seed, bool isShown)
+/// The hash of a run. Throws DescribedError when what is promised did not hold.
+quint64 PlayHere(quint64 seed, bool isShown)
 {
-    s_Seed = seed;
-    const bool isPlayedTwice = isShown || seed % BetweenReplays == 0;
-    Trace first(isShown), second(isShown);
+    Trace trace(isShown);
     try {
-        Simulate(seed, first);
-        if (isPlayedTwice) Simulate(seed, second);
-        if (isPlayedTwice && first.Hash() != second.Hash())
-            throw BrokenPromise(QStringLiteral("it is not the same twice"));
-    } catch (const DescribedError& error) {
-        ShowLines(first);
-        if (second.Count() > 0) std::cout << "--- the second time:\n", ShowLines(second);
-        std::cout << std::flush;
-        std::cerr << "seed " << seed << ": " << error.Description().toStdString() << '\n';
-        SayHowToPlayAgain();
-        return false;
+        Simulate(seed, trace);
+    } catch (const DescribedError&) {
+        ShowLines(trace);
+        throw;
     }
-    if (isShown) ShowLines(first);
-    return true;
+    if (isShown) ShowLines(trace);
+    return trace.Hash();
 }
 
-/// The sanitizers' heap has no figures, but finds leaks itself.
-qint64 HeapInUse()
+void CheckHeap(quint64 seed)
 {
-    return static_cast<qint64>(mallinfo2().uordblks) / 1000;
+    std::array<std::size_t, 5> heap{};
+    for (std::size_t& bytes : heap) {
+        PlayHere(seed, false);
+        bytes = mallinfo2().uordblks;
+    }
+    for (std::size_t i = 2; i < heap.size(); ++i) // the first ones fill caches
+        if (heap[i] <= heap[i - 1] + MostGrowth) return;
+    throw BrokenPromise(
+        QStringLiteral("each time more of the heap is in use, last %1 bytes instead of %2").arg(heap[4]).arg(heap[3]));
+}
+
+/// In a process of its own that begins like all others, whatever was played before; none when something did not hold.
+std::optional<quint64> Play(quint64 seed, bool isShown, bool looksAtHeap = false)
+{
+    s_Seed = seed;
+    std::array<int, 2> ends{};
+    if (pipe(ends.data()) != 0) throw DescribedError(qt_error_string());
+    const pid_t child = fork();
+    if (child == 0) {
+        try {
+            const quint64 hash = PlayHere(seed, isShown);
+            if (looksAtHeap) CheckHeap(seed);
+            std::cout << std::flush;
+            _exit(write(ends[1], &hash, sizeof(hash)) == sizeof(hash) ? 0 : 3);
+        } catch (const DescribedError& error) {
+            std::cout << std::flush;
+            std::cerr << "seed " << seed << ": " << error.Description().toStdString() << std::endl;
+            _exit(1);
+        }
+    }
+    close(ends[1]);
+    quint64 hash = 0;
+    const bool isDone = read(ends[0], &hash, sizeof(hash)) == sizeof(hash);
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    if (isDone) return hash;
+    SayHowToPlayAgain();
+    return std::nullopt;
 }
 
 int PlayAll(quint64 first, quint64 count)
 {
     QElapsedTimer watch;
     watch.start();
-    qint64 heap = std::numeric_limits<qint64>::max() / 2; // until it is known
+    Trace once(false);
+    Simulate(0, once); // what a process makes only once
+    quint64 all = 0;
     for (quint64 seed = first; seed < first + count; ++seed) {
-        if (!Play(seed, count == 1)) return 1;
-        if (seed == first + WarmUp) heap = HeapInUse();
+        const bool isTwice = count == 1 || seed % BetweenReplays == 0;
+        const auto hash = Play(seed, count == 1);
+        if (!hash) return 1;
+        if (isTwice && Play(seed, false, seed % BetweenHeapLooks == 0) != hash) {
+            std::cerr << "seed " << seed << ": it is not the same twice\n";
+            return 1;
+        }
+        all = all * 31 + *hash;
         if (count > 1000 && (seed - first + 1) % 1000 == 0) std::cout << seed - first + 1 << " seeds" << std::endl;
     }
-    if (HeapInUse() > heap + MostGrowth) {
-        std::cerr << "The heap has grown from " << heap << " kB to " << HeapInUse() << ".\n";
-        return 1;
-    }
     std::cout << count << " seeds from " << first << " on in " << static_cast<double>(watch.elapsed()) / 1000.0
-              << " s\n";
+              << " s, hash " << std::hex << all << '\n';
     return 0;
+}
+
+/// Where things lie in memory is the same in all processes from now on.
+void LieStill(char** argv)
+{
+    const int now = personality(0xFFFFFFFF);
+    if (now < 0 || now & ADDR_NO_RANDOMIZE) return;
+    if (personality(static_cast<unsigned long>(now) | ADDR_NO_RANDOMIZE) >= 0) execv("/proc/self/exe", argv);
 }
 
 } // namespace
@@ -98,11 +140,14 @@ int PlayAll(quint64 first, quint64 count)
 /// simulation --days [COUNT]: a server that scans each minute, for so many days.
 int main(int argc, char** argv)
 {
+    LieStill(argv);
     QHashSeed::setDeterministicGlobalSeed();
+    if (const QFileInfo memory(QStringLiteral("/dev/shm")); memory.isWritable()) qputenv("TMPDIR", "/dev/shm");
     const QTemporaryDir state;
     qputenv("XDG_STATE_HOME", state.path().toUtf8());
     qputenv("TZ", "Europe/Berlin");
     const QCoreApplication application(argc, argv);
+    mallopt(M_PERTURB, 0x5A); // who uses what has been given back does not get away with it
     for (const int signal : {SIGABRT, SIGSEGV}) std::signal(signal, DieSaying);
     if (__sanitizer_set_death_callback) __sanitizer_set_death_callback(SayHowToPlayAgain);
     SetLogLevel(LogLevel::Warning);
