@@ -4,6 +4,7 @@
 #include "trend/window/frmTrend.h"
 #include "trend/window/ItemListModel.h"
 
+#include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
 #include <QPointer>
@@ -203,4 +204,29 @@ TEST_F(TrendWindowTest, PensAreDroppedAndDragged)
     EXPECT_EQ(names(), u"PLC1\\Level PLC1\\Valve R&D\\a\\b"_s);
     model.setData(model.index(1, 0), Qt::Unchecked, Qt::CheckStateRole);
     EXPECT_FALSE(m_Window->Saved().Pens[1].IsVisible);
+}
+
+// It waits for the recorder first, which is time enough for the box to come and be closed.
+TEST_F(TrendWindowTest, AnExportSaysHowFarItIsAndIsCancelled)
+{
+    const QTemporaryDir folder;
+    const Micros now = QDateTime::currentMSecsSinceEpoch() * 1000;
+    ExportOrder order{.Path = folder.filePath(u"<b>a.csv"_s), .Of = {now - 60 * Second, now}, .Now = now};
+    order.Pens.push_back({.Settings = *PenOf(u"PLC1\\Level"_s)});
+    for (const bool isCancelled : {true, false}) {
+        std::optional<ExportResult> result;
+        CsvExport exporting(
+            [socket = m_Server.SocketPath()] { return std::make_unique<RemoteLibrary>(socket, QString()); }, order,
+            m_Window);
+        QObject::connect(&exporting, &CsvExport::Finished, [&](const ExportResult& ended) { result = ended; });
+        const auto box = [] { return qobject_cast<QDialog*>(QApplication::activeModalWidget()); };
+        ASSERT_TRUE(QTest::qWaitFor([&] { return box() || result; }, 5000));
+        const QString said = box() ? box()->findChild<QLabel*>()->text() : QString();
+        EXPECT_TRUE(said.startsWith(u"Writing <b>a.csv\n0 rows, until "_s)) << said.toStdString();
+        if (box() && isCancelled) QTest::keyClick(box(), Qt::Key_Escape);
+        ASSERT_TRUE(QTest::qWaitFor([&] { return result.has_value(); }, 20'000));
+        EXPECT_EQ(result->IsCancelled, isCancelled);
+        EXPECT_EQ(QFile::exists(order.Path), !isCancelled) << result->Failure.toStdString();
+        EXPECT_FALSE(box());
+    }
 }
