@@ -16,6 +16,29 @@ void AddCounters(PlantController& controller, const QStringList& names)
         controller.Add({.Name = name, .Type = VT_I4}, std::make_unique<CounterSignal>(1, 1e6, 1));
 }
 
+/// Is asked, and answers when the test says so.
+class AskedSource : public Source
+{
+public:
+    struct Variable : SourceVariable
+    {
+        explicit Variable(Source& source)
+            : Of(source)
+        {
+        }
+        Source* Owner() const override { return &Of; }
+        Source& Of;
+    };
+
+    using Source::Source;
+    SourceVariableRef Bind(const VariableText&) override { return std::make_unique<Variable>(*this); }
+    void Read(std::vector<SourceVariable*> variables, std::function<void()>) override { Asked.push_back(variables[0]); }
+    void Write(SourceVariable&, const Variant&, Written) override {}
+    QString Describe() const override { return Name(); }
+
+    std::vector<SourceVariable*> Asked;
+};
+
 /// Needs a millisecond for each event.
 class SlowObserver : public ControllerObserver
 {
@@ -38,6 +61,23 @@ kj::Promise<void> CallWithoutPause(qint64& calls)
 }
 
 } // namespace
+
+TEST(ItemPassTest, AScanLeavesOutWhatASnapshotStillAsksFor)
+{
+    TestPlant plant;
+    const auto source = std::make_shared<AskedSource>(u"slow"_s);
+    PlantController& controller = *plant.Add({.Name = u"A"_s, .Device = source});
+    controller.Add({.Name = u"a"_s}, source->Bind({}));
+    plant.Begin();
+    ReadAll(controller, 0);
+    ReadAll(controller);
+    source->Asked[0]->Answer(Variant(1), {});
+    ReadAll(controller, 0);
+    EXPECT_EQ(source->Asked.size(), 2U);
+    source->Asked[1]->Answer(Variant(2), {});
+    ReadAll(controller, 0);
+    EXPECT_EQ(source->Asked.size(), 3U);
+}
 
 TEST(ItemPassTest, ReadsEachItemOnceThoughOthersComeAndGoAndEndsWithStop)
 {

@@ -107,6 +107,7 @@ int PlayAll(quint64 first, quint64 count)
 {
     QElapsedTimer watch;
     watch.start();
+    if (!Play(0, false)) return 1;
     Trace once(false);
     Simulate(0, once); // what a process makes only once
     quint64 all = 0;
