@@ -80,6 +80,7 @@ void ModbusDevice::Start(Loop& loop)
 {
     m_Loop = &loop;
     m_Outlet->Open(loop);
+    for (const auto& other : m_Others) other->Start(loop); // of items that were there before
     m_Line->Start();
 }
 
