@@ -142,6 +142,7 @@ void SimulatedClient::AddItem(const QString& name, const QString& origin)
     Send(QStringLiteral("AddItem ") + name + u' ' + origin, request, expected, [this, name](const auto&) {
         m_Book.Maybe.remove(name);
         m_Book.Added.insert(name);
+        Get(QStringLiteral("Added"), name);
         return QString();
     });
 }

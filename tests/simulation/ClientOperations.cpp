@@ -48,9 +48,9 @@ std::pair<QString, QString> AnyItem(World& world)
 QString AnyOrigin(World& world)
 {
     switch (world.Chance.Below(6)) {
-    case 0: return QStringLiteral("holding:%1").arg(world.Chance.Between(0, 99));
-    case 1: return QStringLiteral("plant/b%1").arg(world.Chance.Between(0, 7));
-    case 2:
+    case 0:
+    case 1: return QStringLiteral("holding:%1").arg(world.Chance.Between(0, 99));
+    case 2: return QStringLiteral("plant/b%1").arg(world.Chance.Between(0, 7));
     case 3: {
         const auto [controller, item] = AnyItem(world);
         return controller + u'\\' + item;
@@ -194,7 +194,11 @@ void ClientOperations::RemoveItem(World& world)
     QStringList names(world.Known.Added.begin(), world.Known.Added.end());
     if (names.isEmpty()) return;
     names.sort();
-    WithClient(world, [&](SimulatedClient& client) { client.RemoveItem(world.Chance.OneOf(names)); });
+    WithClient(world, [&](SimulatedClient& client) {
+        const QString& name = world.Chance.OneOf(names);
+        if (world.Chance.OneIn(2)) client.Put(QStringLiteral("Added"), name, Variant(++world.LastNumber)); // on its way
+        client.RemoveItem(name);
+    });
 }
 
 void ClientOperations::Subscribe(World& world)

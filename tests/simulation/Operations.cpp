@@ -78,7 +78,7 @@ constexpr auto Operations = std::to_array<Operation>({
     {12, Connect},         {4, Disconnect},    {1, SendRubbish}, {14, PutOwn},
     {8, GetOwn},           {8, Get},           {4, GetBurst},    {8, Put},
     {4, PutLater},         {3, PutActivation}, {6, ReadItem},    {3, ReadController},
-    {8, SwitchController}, {5, AddItem},       {4, RemoveItem},  {7, Subscribe},
+    {8, SwitchController}, {6, AddItem},       {6, RemoveItem},  {7, Subscribe},
     {4, Unsubscribe},      {4, Execute},       {3, AskHistory},  {2, StopReading},
     {3, ReadOn},           {5, ChangeMood},    {3, Tell},        {3, ChangeReach},
     {3, ChangeDatabase},   {5, Keep},          {8, Write},       {4, RestartRecorder},

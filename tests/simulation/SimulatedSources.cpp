@@ -25,7 +25,7 @@ SourceRef MakeUnit()
     line.Port = SimulatedUnit::Port;
     UnitSettings unit;
     unit.Name = QStringLiteral("unit");
-    unit.Timeout = 300ms;
+    unit.Timeout = 100ms; // who is silent may be left alone for forty times as long
     unit.TakesWrites = true;
     return std::make_shared<ModbusDevice>(QStringLiteral("modbus-tcp"), unit, std::make_shared<Line>(line));
 }
@@ -101,8 +101,9 @@ void SimulatedSources::AddTo(Plant& plant, const QString& folder)
         device.Add({.Name = QStringLiteral("A%1").arg(i), .Kind = ItemKind::Alias, .Links = {links[i]}});
     PlantController& unit = add("Unit", 250, MakeUnit());
     for (int i = 0; i < SimulatedUnit::Count; i += 3)
-        unit.Add({.Name = QStringLiteral("U%1").arg(i), .Type = VT_UI2},
-                 unit.Device()->Bind({QStringLiteral("holding:%1").arg(i), QString(), VT_UI2}));
+        unit.Add(
+            {.Name = QStringLiteral("U%1").arg(i), .Type = VT_UI2},
+            unit.Device()->Bind({QStringLiteral("holding:%1").arg(i), QString(), VT_UI2, QString::number(1 + i % 2)}));
     const auto source = MakeBroker();
     PlantController& broker = add("Broker", 400, source);
     for (int i = 0; i < Topics; ++i)

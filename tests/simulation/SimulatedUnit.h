@@ -4,7 +4,7 @@
 
 #include <array>
 
-/// A Modbus unit with holding registers, in which anybody may write.
+/// Modbus units that have the same holding registers, in which anybody may write.
 class SimulatedUnit final : public SimulatedPeer
 {
 public:
