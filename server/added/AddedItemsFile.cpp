@@ -88,6 +88,14 @@ void Put(const QString& path, const QByteArray& bytes, QIODevice::OpenMode mode)
     Refuse(path, reason);
 }
 
+/// Some editors mark their UTF-8, one after the other.
+QByteArray WithoutMarks(const QByteArray& content)
+{
+    qsizetype begin = 0;
+    while (QByteArrayView(content).sliced(begin).startsWith("\xEF\xBB\xBF")) begin += 3;
+    return content.sliced(begin);
+}
+
 /// Empty when it is not there.
 QByteArray ContentOf(const QString& path)
 {
@@ -97,8 +105,7 @@ QByteArray ContentOf(const QString& path)
     if (file.open(QIODevice::ReadOnly)) content = file.readAll();
     if (file.error() != QFile::NoError)
         throw DescribedError(QStringLiteral("%1 cannot be read: %2").arg(path, file.errorString()));
-    if (content.startsWith("\xEF\xBB\xBF")) content.remove(0, 3); // some editors mark their UTF-8
-    return content;
+    return WithoutMarks(content);
 }
 
 } // namespace

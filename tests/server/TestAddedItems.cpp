@@ -122,7 +122,7 @@ TEST_F(AddedItemsTest, StayInTheirFileWhateverAnEditorHasMadeOfIt)
     });
     const QString file = AddedItemsFile::PathFor(m_Path);
     const QByteArray whole = ContentOf(file).toUtf8();
-    WriteFile(file, "\xEF\xBB\xBF" + QByteArray(whole).replace('\n', "\r\n"));
+    WriteFile(file, "\xEF\xBB\xBF\xEF\xBB\xBF" + QByteArray(whole).replace('\n', "\r\n"));
     EXPECT_EQ(NamesWith(s_Plant), u"x first second | ");
     const QByteArray damaged = "[item]]" + whole.mid(whole.indexOf("]]\n") + 2) + "\n[[item]]\n# \xff\n[[aside]] \x0b";
     WriteFile(file, damaged);
