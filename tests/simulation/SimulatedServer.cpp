@@ -12,12 +12,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-HistorySettings HistoryIn(const QString& folder, bool isEnabled)
+HistorySettings HistoryIn(const QString& folder, Random& random)
 {
     HistorySettings settings;
     settings.Destinations[0].ConnectionString =
         QStringLiteral("Driver=SQLite;Database=") + folder + QStringLiteral("/history.db");
-    settings.Enabled = isEnabled; // or else for statements only, which takes less time
+    settings.Enabled = random.OneIn(2); // or else for statements only, which takes less time
+    settings.Destinations[0].MaxRecord = random.OneIn(2) ? 0 : random.Between(1, 300);
     settings.Spool.Folder = folder + QStringLiteral("/spool");
     settings.Limits = {.ResultBytes = 1'000'000, .RestAfter = 50ms};
     return settings;
@@ -73,7 +74,7 @@ SimulatedServer::SimulatedServer(KjLoop& loop, Random& random, Trace& trace)
     , m_Scanner(loop.Timer())
     , m_Watch(loop.Timer())
     , m_Added(m_Plant)
-    , m_History(HistoryIn(m_Folder.path(), random.OneIn(2)), loop.Timer())
+    , m_History(HistoryIn(m_Folder.path(), random), loop.Timer())
     , m_Commands(Subjects())
     , m_Objects(m_Plant, m_History, m_Commands, m_Added, m_Scanner, m_Watch)
     , m_Recorder(random, trace)

@@ -39,6 +39,20 @@ std::shared_ptr<MqttSource> MakeBroker()
     return std::make_shared<MqttSource>(QStringLiteral("broker"), settings);
 }
 
+/// Of those that are the same, the last one.
+QList<QByteArray> LastOnes(const QList<QByteArray>& messages)
+{
+    QList<QByteArray> last;
+    QSet<QByteArray> seen;
+    for (auto message = messages.crbegin(); message != messages.crend(); ++message) {
+        if (seen.contains(*message)) continue;
+        seen.insert(*message);
+        last.append(*message);
+    }
+    std::ranges::reverse(last);
+    return last;
+}
+
 } // namespace
 
 /// What is to be published, in order, and what is heard of items that have sources.
@@ -253,15 +267,8 @@ void SimulatedSources::CheckExceptions(const QString& item, const Told& told) co
 /// What was not acknowledged comes again, with all that came behind it.
 void SimulatedSources::CheckPublished() const
 {
-    QList<QByteArray> last;
-    QSet<QByteArray> seen;
-    const QList<QByteArray>& all = m_Broker.ForOthers();
-    for (auto message = all.crbegin(); message != all.crend(); ++message) {
-        if (seen.contains(*message)) continue;
-        seen.insert(*message);
-        last.prepend(*message);
-    }
-    const QList<QByteArray>& due = m_Changes->All;
+    const QList<QByteArray> last = LastOnes(m_Broker.ForOthers());
+    const QList<QByteArray> due = LastOnes(m_Changes->All); // changes of the same microsecond may be the same
     const auto underWay = due.size() - last.size();
     m_Trace.Require(underWay >= 0 && underWay < MostUnderWay && due.first(last.size()) == last,
                     QStringLiteral("of %1 changes the broker has %2, and first another one than %3")

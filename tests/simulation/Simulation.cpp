@@ -17,7 +17,7 @@ void Run(World& world, int milliseconds)
 
 void Work(World& world)
 {
-    const int loaded = world.Chance.Between(0, 10); // so many things happen before the plant has been read
+    const int loaded = world.Chance.Between(0, 9); // so many things happen before the plant has been read
     for (int done = 0, most = world.Chance.Between(10, 90); done < most; ++done) {
         if (done == loaded) world.Server.NoteLoaded();
         DoSomething(world);
