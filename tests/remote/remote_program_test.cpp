@@ -67,7 +67,8 @@ TEST(RemoteProgram, ATrendShowsThePlantThere)
     const Outcome outcome =
         RunProgram(PrivateSshd::Program(u"velsqlremote"_s), {u"plant"_s, PrivateSshd::Program(u"velsqltrend"_s),
                                                              u"--csv"_s, csv, u"--from"_s, u"-8 s"_s, u"Kiln\\Heat"_s});
-    EXPECT_EQ(outcome.Code, 0) << outcome.Errors.toStdString();
+    EXPECT_EQ(outcome.Code, 1) << "it is written, but the item is not recorded there";
+    EXPECT_TRUE(outcome.Errors.contains(u"Kiln\\Heat: nothing of it is recorded"_s)) << outcome.Errors.toStdString();
     QFile file(csv);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray text = file.readAll();
