@@ -90,14 +90,21 @@ void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool ne
         QStringLiteral("SELECT item_utc, item_state, value_number, CASE WHEN value_number IS NULL THEN item_value END "
                        "FROM %1 WHERE controller_name = ? AND item_name = ? AND item_utc >= ? AND item_utc < ? "
                        "ORDER BY item_utc%2%3")
-            .arg(m_Values, newestFirst ? QStringLiteral(" DESC") : QString(),
-                 atMost > 0 ? QStringLiteral(" LIMIT %1").arg(atMost) : QString());
+            .arg(m_Values, newestFirst ? QStringLiteral(" DESC") : QString(), atMost > 0 ? Page(atMost) : QString());
     const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
     while (row->Next()) {
         Reading reading{row->Integer(0), NumberOf(*row, 2), static_cast<qint32>(row->Integer(1))};
         if (reading.Value.IsNull()) reading.Value = CellOf(*row, 3);
         if (!take(reading)) return;
     }
+}
+
+/// PostgreSQL gives values of one time in any order, each time another one: whoever reads on behind a page would miss
+/// some and have others twice.
+QString SqlReader::Page(qint64 atMost) const
+{
+    const QString limit = QStringLiteral(" LIMIT %1").arg(atMost);
+    return m_IsSqlite ? limit : QStringLiteral(", item_value COLLATE \"C\", item_state") + limit;
 }
 
 std::vector<Summary> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)

@@ -21,6 +21,7 @@ private:
     QString RelationOf(Level level) const;
     bool HasColumn(const QString& relation, const QString& column) const;
     QString FlatValues() const;
+    QString Page(qint64 atMost) const;
 
     const DatabaseSession& m_Session;
     const bool m_IsSqlite;

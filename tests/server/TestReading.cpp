@@ -233,7 +233,17 @@ TEST_F(ReadingTest, BothDatabasesAnswerWhatWasRecorded)
         };
         for (int i = 0; i < 11'000; ++i) record(u"A"_s, Midnight + i * MicrosASecond + 7, i % 100 * 0.5);
         record(u"B"_s, Midnight + Minute, u"it's"_s);
+        for (int i = 0; i < 500; ++i) record(u"C"_s, Midnight + i / 250, i);
         ASSERT_TRUE(history.Flush());
+        QStringList values;
+        QString more;
+        for (int pages = 0; pages < 30 && (pages == 0 || !more.isEmpty()); ++pages) {
+            const RawRequest page(Span({}, {}, u"PLC1\\C"_s), false, 20 + pages % 2, std::exchange(more, {}));
+            for (const QString& row : history.Ask(RawInquiry(page, table)).split(u'\n').sliced(1))
+                (row.endsWith(u",MoreData") ? more : values.emplaceBack()) = row.section(u',', 3, 3);
+        }
+        EXPECT_EQ(values.size(), 500);
+        EXPECT_EQ(values.removeDuplicates(), 0) << "many have one time";
         const auto ask = [&](const Inquiry& asked) {
             return history.Ask(asked).remove(QRegularExpression(u",\\d{4}-[-\\d]* [:.\\d]*"_s)).section(u'\n', 1);
         };
