@@ -3,6 +3,7 @@
 #include "core/automation/VariantCompare.h"
 #include "server/plant/Convert.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -40,9 +41,13 @@ bool ExceptionFilter::IsNews(const ItemReading& reading) const
     return !number || !recorded || !(std::abs(*number - *recorded) < m_Rule.Change); // also when one is a NaN
 }
 
-/// Also when the clock was set back.
+/// Also when the next reading would come too late if it takes as long as this one did, and when the clock was set back.
+/// That it may take a tenth less keeps readings that come a little early from being recorded one too soon.
 bool ExceptionFilter::IsOverdue(const ItemReading& reading) const
 {
+    using namespace std::chrono_literals;
+    if (m_Rule.AtLeast <= 0s) return false;
     const auto silence = reading.Time - m_Recorded->Time;
-    return m_Rule.AtLeast.count() > 0 && (silence >= m_Rule.AtLeast || silence.count() < 0);
+    const auto sinceLast = reading.Time - (m_LeftOut ? *m_LeftOut : *m_Recorded).Time;
+    return silence < 0s || silence + std::max<TimeStamp::duration>(sinceLast, 0s) * 9 / 10 >= m_Rule.AtLeast;
 }

@@ -18,7 +18,8 @@ struct ItemReading
 struct RecordRule
 {
     double Change = 0; ///< a number that differs by less from the one recorded last is left out
-    /// After so long a silence a reading is recorded whatever it says; 0: never.
+    /// No silence is longer, as far as there are readings: the last one before it would be is recorded whatever it says.
+    /// 0: it may last for ever.
     std::chrono::microseconds AtLeast{0};
 };
 

@@ -237,8 +237,11 @@ TEST_F(PlantItemTest, ByItsRuleAnItemRecordsOnlyWhatSaysSomething)
                              {1000, 10.5, u"X=5,10.4 X=5,10.5"_s}, // and the one before
                              {1000, 10.1, {}},
                              {9000, 10.1, u"X=5,10.1"_s}, // nothing for 10 seconds
-                             {9999, 10.1, {}},
-                             {1, 10.1, u"X=5,10.1"_s},
+                             {5000, 10.1, {}},
+                             {4990, 10.1, u"X=5,10.1"_s}, // a little early
+                             {3000, 10.1, {}},
+                             {3000, 10.1, {}},
+                             {3000, 10.1, u"X=5,10.1"_s}, // the next one is too late
                              {1, true, u"X=11,True"_s},
                              {1, false, u"X=11,False"_s},
                              {1, u"a"_s, u"X=8,a"_s},
