@@ -66,6 +66,7 @@ ControllerSubscription::ControllerSubscription(ConnectionRef connection, QString
     , m_ControllerName(std::move(controllerName))
     , m_Sink(std::make_shared<EventSink>(EventSink{&events}))
 {
+    KJ_ON_SCOPE_FAILURE(EndEvents()); // a server may send some all the same
     m_Connection->Call([this] { return SendSubscribe(); },
                        [this](auto response) { m_Subscription = response.getSubscription(); });
     m_Connection->AddSubscription(this);
@@ -73,11 +74,16 @@ ControllerSubscription::ControllerSubscription(ConnectionRef connection, QString
 
 ControllerSubscription::~ControllerSubscription() noexcept
 {
-    m_Sink->Target = nullptr;
-    m_Connection->Events().Drop(*m_Sink);
+    EndEvents();
     m_Connection->RemoveSubscription(this);
     m_Subscription = nullptr;
     m_Connection->PollLater();
+}
+
+void ControllerSubscription::EndEvents()
+{
+    m_Sink->Target = nullptr;
+    m_Connection->Events().Drop(*m_Sink);
 }
 
 void ControllerSubscription::Renew()

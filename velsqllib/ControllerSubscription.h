@@ -16,6 +16,7 @@ public:
     bool IsOpen() const override { return !m_Refused; }
 
 private:
+    void EndEvents();
     capnp::RemotePromise<wire::Controller::SubscribeResults> SendSubscribe();
 
     ConnectionRef m_Connection;

@@ -21,7 +21,7 @@ void Check(kj::ArrayPtr<const capnp::word> words)
 kj::Array<capnp::word> CheckedWords(capnp::Data::Reader bytes)
 {
     auto words = kj::heapArray<capnp::word>(bytes.size() / sizeof(capnp::word));
-    memcpy(words.begin(), bytes.begin(), words.size() * sizeof(capnp::word));
+    if (words.size() > 0) memcpy(words.begin(), bytes.begin(), words.size() * sizeof(capnp::word));
     try {
         Check(words);
     } catch (const kj::Exception&) {

@@ -15,35 +15,53 @@
 
 namespace {
 
-/// Says what it is told to, to the client that comes next, and then no more. It runs in the client's own loop.
+/// Says what it is told to, to the client that comes next, and then no more; to those that come after that, nothing.
+/// It runs in the client's own loop.
 class Server
 {
 public:
     QString Path() const { return m_Socket.Path(); }
     void WillSay(const QByteArray& bytes)
     {
-        m_Accepting = m_Observer.whenBecomesReadable()
-                          .then([this, bytes] {
-                              m_Client =
-                                  kj::AutoCloseFd(accept4(m_Socket.Descriptor(), nullptr, nullptr, SOCK_CLOEXEC));
-                              send(m_Client, bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL);
-                              shutdown(m_Client, SHUT_WR);
-                          })
-                          .eagerlyEvaluate(nullptr);
+        m_Said = bytes;
+        m_Accepting = AcceptAll().eagerlyEvaluate(nullptr);
     }
+    /// Turns away who is still waiting, so that the next one is not taken for him.
     void Forget()
     {
+        m_Said.clear();
+        Accept();
         m_Accepting = kj::READY_NOW;
         m_Client = nullptr;
     }
 
 private:
+    kj::Promise<void> AcceptAll()
+    {
+        return m_Observer.whenBecomesReadable().then([this] {
+            Accept();
+            return AcceptAll();
+        });
+    }
+    void Accept()
+    {
+        for (int next = -1; (next = accept4(m_Socket.Descriptor(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;) {
+            kj::AutoCloseFd client(next);
+            if (m_Said.isEmpty()) continue;
+            send(client, m_Said.constData(), static_cast<size_t>(m_Said.size()), MSG_NOSIGNAL);
+            shutdown(client, SHUT_WR);
+            m_Said.clear();
+            m_Client = kj::mv(client); // what he is told would be lost if he were left now
+        }
+    }
+
     const QTemporaryDir m_Folder{QStringLiteral("/dev/shm/velsql-fuzz-XXXXXX")};
     const ListeningSocket m_Socket{m_Folder.filePath(QStringLiteral("server.sock"))};
     const std::shared_ptr<KjLoop> m_Loop = KjLoop::OfThisThread();
     kj::UnixEventPort::FdObserver m_Observer{m_Loop->Port(), m_Socket.Descriptor(),
                                              kj::UnixEventPort::FdObserver::OBSERVE_READ};
     kj::Promise<void> m_Accepting = kj::READY_NOW;
+    QByteArray m_Said;
     kj::AutoCloseFd m_Client;
 };
 
