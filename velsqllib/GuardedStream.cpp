@@ -1,6 +1,36 @@
 #include "velsqllib/GuardedStream.h"
 
+#include "velsqllib/WireValue.h"
+
+#include <kj/vector.h>
+
+#include <algorithm>
 #include <capnp/rpc.capnp.h>
+
+namespace {
+
+/// What a short message may be read for, in words: an answer to many calls is looked at many times.
+constexpr uint64_t LeastToRead = 4 * 1024 * 1024;
+
+/// The same message, which can be read only in proportion to its size: a list may say that it has half a billion
+/// elements and take no room for them, but whoever reads it would.
+kj::Own<capnp::MessageReader> Limited(kj::Own<capnp::MessageReader> message)
+{
+    kj::Vector<kj::ArrayPtr<const capnp::word>> segments;
+    size_t words = 0;
+    uint id = 0;
+    for (auto segment = message->getSegment(0); segment.begin(); segment = message->getSegment(++id)) {
+        segments.add(segment);
+        words += segment.size();
+    }
+    capnp::ReaderOptions options = WireReaderOptions(words);
+    options.traversalLimitInWords = std::max(options.traversalLimitInWords, LeastToRead);
+    auto array = segments.releaseAsArray();
+    auto limited = kj::heap<capnp::SegmentArrayMessageReader>(array, options);
+    return limited.attach(kj::mv(array), kj::mv(message));
+}
+
+} // namespace
 
 GuardedStream::GuardedStream(KjLoop& loop, kj::AsyncIoStream& stream, std::function<bool()> mayRead)
     : m_Stream(stream)
@@ -25,7 +55,10 @@ kj::Promise<kj::Maybe<capnp::MessageReaderAndFds>> GuardedStream::tryReadMessage
     if (!m_MayRead()) return WhenMayRead().then([=, this] { return tryReadMessage(fdSpace, options, scratchSpace); });
     return m_Stream.tryReadMessage(fdSpace, options, scratchSpace)
         .then([this](kj::Maybe<capnp::MessageReaderAndFds>&& message) {
-            KJ_IF_MAYBE (read, message) Check(*read->reader);
+            KJ_IF_MAYBE (read, message) {
+                read->reader = Limited(kj::mv(read->reader));
+                Check(*read->reader);
+            }
             return kj::mv(message);
         });
 }
