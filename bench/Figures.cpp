@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <malloc.h>
 #include <sched.h>
@@ -87,13 +88,16 @@ double HeapMb()
     return static_cast<double>(heap.uordblks + heap.hblkhd) / 1e6;
 }
 
-double MegabytesOf(qint64 process)
+Memory MemoryOf(qint64 process)
 {
     QFile status(QStringLiteral("/proc/%1/status").arg(process));
     if (!status.open(QIODevice::ReadOnly)) qFatal("no process %lld", process);
     const QByteArray text = status.readAll();
-    const qsizetype at = text.indexOf("RssAnon:") + 8;
-    return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
+    const auto megabytes = [&text](const char* name) {
+        const qsizetype at = text.indexOf(name) + static_cast<qsizetype>(strlen(name));
+        return text.mid(at, text.indexOf("kB", at) - at).trimmed().toDouble() / 1024.0;
+    };
+    return {megabytes("VmRSS:"), megabytes("RssAnon:"), megabytes("VmHWM:")};
 }
 
 double CpuMsOf(qint64 process)

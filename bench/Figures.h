@@ -28,8 +28,18 @@ bool PrintRatio(const QString& name, double ratio, double limit);
 /// Megabytes that this process holds of the heap; what it has given back counts no more, whenever the system takes it.
 double HeapMb();
 
-/// Megabytes of a process that belong to no file.
-double MegabytesOf(qint64 process);
+/// Of a process, in megabytes: all that is resident, what of it belongs to no file, and the most that ever was resident.
+struct Memory
+{
+    double Resident = 0.0;
+    double Own = 0.0;
+    double Most = 0.0;
+};
+Memory MemoryOf(qint64 process);
+inline double MegabytesOf(qint64 process)
+{
+    return MemoryOf(process).Own;
+}
 
 /// Milliseconds of processor time that a process has taken so far, in steps of 10.
 double CpuMsOf(qint64 process);

@@ -9,7 +9,8 @@ public:
     explicit LargePlant(const QString& path);
 
     /// So many controllers PLC0, PLC1 and so on, each with so many items Item0000000, Item0000001 and so on.
-    void Add(int controllers, int items);
+    /// Added items go to the end, or where their names belong.
+    void Add(int controllers, int items, bool sortAdded = false);
 
 private:
     QFile m_File;

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QIcon>
+#include <QLabel>
 #include <QPixmap>
 #include <QTreeView>
 #include <QTreeWidget>
@@ -182,10 +183,12 @@ bool CompareFinding()
     view.show();
     FindBar bar;
     TreeFind find(&view, model, &bar);
-    const auto type = [&find](const QString& text) {
-        return [&find, text] {
-            find.Typed(text);
-            QApplication::processEvents();
+    const auto& said = *bar.findChild<QLabel*>(u"lblFound"_s);
+    const auto type = [&](const QString& text) {
+        return [&, text] {
+            bar.Say(find.Typed(text));
+            do QApplication::processEvents();
+            while (!said.text().contains(u" of ")); // counted
         };
     };
     qsizetype found = 0;

@@ -72,6 +72,12 @@ void FindBar::Say(const FindResult& result)
     m_Ui->lblFound->setText(words.join(QStringLiteral(". ")));
 }
 
+void FindBar::Tell(const FindResult& result)
+{
+    Say(result);
+    if (result.Found != FindResult::Way::Straight) show();
+}
+
 void FindBar::Open()
 {
     if (const QString first = m_Target->FirstText(); !first.isEmpty()) m_Ui->txtFind->setText(first);
@@ -108,7 +114,5 @@ void FindBar::txtFind_TextEdited()
 void FindBar::Find(bool backward)
 {
     if (Text().isEmpty()) return Open();
-    const FindResult result = m_Target->Find(Text(), backward);
-    Say(result);
-    if (result.Found != FindResult::Way::Straight) show();
+    Tell(m_Target->Find(Text(), backward));
 }

@@ -33,12 +33,14 @@ public:
     void MakeNarrow();
     QString Text() const;
     void Say(const FindResult& result);
+    /// The same for what the operator has asked for: a closed bar appears when it has more to say than the place.
+    void Tell(const FindResult& result);
 
     /// Shows the bar with its text ready to be overwritten.
     void Open();
     /// Hides the bar and gives the focus to what is searched.
     void Close();
-    /// Without a text to search for, these open the bar. A closed one appears when it has more to say than the place.
+    /// Without a text to search for, these open the bar.
     void FindNext();
     void FindPrevious();
 

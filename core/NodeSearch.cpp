@@ -2,11 +2,19 @@
 
 #include "core/ObjectTreeModel.h"
 
-#include <QVarLengthArray>
-
 #include <algorithm>
+#include <chrono>
+
+using namespace std::chrono_literals;
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// For so long the event loop is held.
+constexpr auto Turn = 4ms;
+/// Names between two looks at the clock, well below a tenth of that.
+constexpr int NamesAtOnce = 1000;
 
 /// The rows from the root down. Nodes stand in the order of their paths, a parent before its children.
 using Path = QVarLengthArray<int, 8>;
@@ -21,55 +29,108 @@ Path PathOf(const TreeNode& node)
 
 } // namespace
 
+NodeCursor::NodeCursor(TreeNode& node)
+    : m_Node(&node)
+{
+    const TreeNode* below = &node;
+    for (TreeNodeRef parent = node.Parent(); parent; below = parent.get(), parent = parent->Parent())
+        m_Above.append({parent.get(), below->Row()});
+    std::reverse(m_Above.begin(), m_Above.end());
+}
+
+void NodeCursor::GoOn()
+{
+    if (m_Node->ChildCount() > 0) m_Above.append({m_Node, -1});
+    m_Node = nullptr;
+    while (!m_Node && !m_Above.isEmpty()) {
+        auto& [parent, row] = m_Above.last();
+        if (++row < parent->ChildCount()) m_Node = parent->Children()[static_cast<std::size_t>(row)].get();
+        else m_Above.removeLast();
+    }
+}
+
 NodeSearch::NodeSearch(const ObjectTreeModel& tree)
     : m_Tree(tree)
     , m_Text(QString(), Qt::CaseInsensitive)
 {
     // The model keeps removed nodes alive until it has told of it.
-    connect(&tree, &ObjectTreeModel::rowsInserted, this, &NodeSearch::ForgetHits);
-    connect(&tree, &ObjectTreeModel::rowsRemoved, this, &NodeSearch::ForgetHits);
-    connect(&tree, &ObjectTreeModel::modelReset, this, &NodeSearch::ForgetHits);
+    connect(&tree, &ObjectTreeModel::rowsInserted, this, &NodeSearch::Forget);
+    connect(&tree, &ObjectTreeModel::rowsRemoved, this, &NodeSearch::Forget);
+    connect(&tree, &ObjectTreeModel::modelReset, this, &NodeSearch::Forget);
+    connect(&m_Turn, &QTimer::timeout, this, &NodeSearch::GoOn);
 }
 
-void NodeSearch::ForgetHits()
+void NodeSearch::Forget()
 {
-    m_IsCurrent = false;
+    m_Turn.stop();
+    m_IsOfThisTree = false;
     m_Hits.clear();
+    m_First = nullptr;
     Q_EMIT TreeChanged();
 }
 
-void NodeSearch::SetText(const QString& text)
+void NodeSearch::Search(const QString& text, const TreeNodeRef& from)
 {
-    const QString before = m_Text.pattern();
-    if (text == before) return;
+    if (std::exchange(m_IsOfThisTree, true) && text == m_Text.pattern()) return;
     m_Text.setPattern(text);
-    m_IsCurrent = m_IsCurrent && !before.isEmpty() && text.contains(before, Qt::CaseInsensitive);
-    if (m_IsCurrent)
-        std::erase_if(m_Hits, [this](const TreeNode* node) { return m_Text.indexIn(node->TextView()) < 0; });
-}
-
-const std::vector<TreeNode*>& NodeSearch::Hits()
-{
-    if (std::exchange(m_IsCurrent, true)) return m_Hits;
     m_Hits.clear();
-    if (m_Tree.Root() && !m_Text.pattern().isEmpty()) Collect(m_Tree.Root());
-    return m_Hits;
+    m_First = nullptr;
+    m_HitsToEnd.reset();
+    const TreeNodeRef first = from && from->IsInTree() ? from : m_Tree.Root();
+    m_From = first.get();
+    m_IsDone = !first || text.isEmpty();
+    if (!m_IsDone) {
+        m_At = NodeCursor(*first);
+        LookAtSome();
+    }
+    if (m_IsDone) m_Turn.stop();
+    else m_Turn.start(0);
 }
 
-void NodeSearch::Collect(const TreeNodeRef& node)
+void NodeSearch::GoOn()
 {
-    if (m_Text.indexIn(node->TextView()) >= 0) m_Hits.push_back(node.get());
-    for (const TreeNodeRef& child : node->Children()) Collect(child);
+    const bool hadFirst = m_First;
+    LookAtSome();
+    if (m_IsDone) m_Turn.stop();
+    if (m_First && !hadFirst) Q_EMIT FirstFound();
+    if (m_IsDone) Q_EMIT Done();
 }
 
-TreeNodeRef NodeSearch::Hit(qsizetype hit)
+void NodeSearch::LookAtSome()
 {
-    return TreeNodeRef(Hits().at(static_cast<std::size_t>(hit)));
+    const auto until = Clock::now() + Turn;
+    do {
+        for (int i = 0; i < NamesAtOnce && !m_IsDone; ++i) {
+            if (m_Text.indexIn(m_At.Node()->TextView()) >= 0) NoteHit();
+            m_At.GoOn();
+            if (!m_At.Node()) PassEnd();
+            if (m_HitsToEnd && m_At.Node() == m_From) SortHits();
+        }
+    } while (!m_IsDone && Clock::now() < until);
 }
 
-qsizetype NodeSearch::AtOrAfter(const TreeNodeRef& node)
+void NodeSearch::NoteHit()
+{
+    m_Hits.push_back(m_At.Node());
+    if (!m_First) m_First = m_At.Node();
+}
+
+void NodeSearch::PassEnd()
+{
+    m_HitsToEnd = m_Hits.size();
+    m_At = NodeCursor(*m_Tree.Root());
+}
+
+/// All names have been looked at: from here on the hits stand in the tree's order.
+void NodeSearch::SortHits()
+{
+    std::rotate(m_Hits.begin(), m_Hits.begin() + static_cast<qsizetype>(*m_HitsToEnd), m_Hits.end());
+    m_IsDone = true;
+}
+
+qsizetype NodeSearch::AtOrAfter(const TreeNodeRef& node) const
 {
     if (!node) return 0;
     const auto isBefore = [](const TreeNode* hit, const Path& path) { return PathOf(*hit) < path; };
-    return std::lower_bound(Hits().begin(), Hits().end(), PathOf(*node), isBefore) - Hits().begin();
+    return std::lower_bound(m_Hits.begin(), m_Hits.end(), PathOf(*node), isBefore) - m_Hits.begin();
 }

@@ -4,11 +4,34 @@
 
 #include <QObject>
 #include <QStringMatcher>
+#include <QTimer>
+#include <QVarLengthArray>
+
+#include <optional>
 
 class ObjectTreeModel;
 
+/// A place in the tree's order, which is that of its rows, a node before its children. Good while no node comes or goes.
+class NodeCursor
+{
+public:
+    NodeCursor() = default;
+    explicit NodeCursor(TreeNode& node);
+
+    /// Null behind the last node.
+    TreeNode* Node() const { return m_Node; }
+    void GoOn();
+
+private:
+    TreeNode* m_Node = nullptr;
+    /// Its ancestors from the root down, and in which of their rows it stands.
+    QVarLengthArray<std::pair<TreeNode*, int>, 4> m_Above;
+};
+
 /// The nodes of a tree, expanded or not, whose names contain a text, in the tree's order. Letter case does not matter,
 /// in any script (Unicode's case folding, character by character); otherwise every character stands for itself.
+///
+/// Of a million names it looks at some between other events, so that the operator goes on typing meanwhile.
 class NodeSearch : public QObject
 {
     Q_OBJECT
@@ -16,26 +39,46 @@ class NodeSearch : public QObject
 public:
     explicit NodeSearch(const ObjectTreeModel& tree);
 
-    /// An empty text is in no name. A text that has grown is looked for only where it was before.
-    void SetText(const QString& text);
-    qsizetype Count() { return static_cast<qsizetype>(Hits().size()); }
-    /// `hit` from 0.
-    TreeNodeRef Hit(qsizetype hit);
+    /// Looks for the text, which is in no name when it is empty, from this node on and then from the root on. What takes
+    /// longer than some milliseconds follows after this; the same text in the same tree is not looked for again.
+    void Search(const QString& text, const TreeNodeRef& from);
+    bool IsDone() const { return m_IsDone; }
+    /// So far.
+    qsizetype Count() const { return static_cast<qsizetype>(m_Hits.size()); }
+    /// The hit found first, the next one at or after the node where the search began; null while there is none.
+    TreeNodeRef First() const { return TreeNodeRef(m_First); }
+
+    /// `hit` from 0, once the search is done.
+    TreeNodeRef Hit(qsizetype hit) const { return TreeNodeRef(m_Hits.at(static_cast<std::size_t>(hit))); }
     /// The first hit that stands at this node or below it in the tree's order; Count when there is none, 0 for null.
-    qsizetype AtOrAfter(const TreeNodeRef& node);
+    /// Once the search is done.
+    qsizetype AtOrAfter(const TreeNodeRef& node) const;
 
 Q_SIGNALS:
-    /// The tree has other nodes than before; the hits are those of the tree as it is now.
+    /// These two only where Search has not come so far itself.
+    void FirstFound();
+    void Done();
+    /// The tree has other nodes than before: what was found is forgotten until the next search.
     void TreeChanged();
 
 private:
-    void ForgetHits();
-    const std::vector<TreeNode*>& Hits();
-    void Collect(const TreeNodeRef& node);
+    void Forget();
+    void GoOn();
+    void LookAtSome();
+    void NoteHit();
+    void PassEnd();
+    void SortHits();
 
     const ObjectTreeModel& m_Tree;
     QStringMatcher m_Text;
+    bool m_IsOfThisTree = false;
+    bool m_IsDone = true;
+    QTimer m_Turn;
+    NodeCursor m_At;
+    const TreeNode* m_From = nullptr;
     /// Plain pointers, because there may be a million; forgotten before any of these nodes can go.
     std::vector<TreeNode*> m_Hits;
-    bool m_IsCurrent = false;
+    TreeNode* m_First = nullptr;
+    /// So many were found before the search went on from the root; none yet while it has not.
+    std::optional<std::size_t> m_HitsToEnd;
 };

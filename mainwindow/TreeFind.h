@@ -23,14 +23,24 @@ public:
     void Leave() override;
 
 private:
+    // Once the search is done:
+    FindResult GoToNext(bool backward);
     /// -1 or Count where the ends are passed.
     qsizetype NextHit(bool backward);
-    FindResult ResultFor(qsizetype hit);
-    /// The tree has changed: which of how many it is now.
-    void SayPlace();
+    FindResult ResultFor(qsizetype hit) const;
+    /// Which of how many the marked or the selected node is.
+    FindResult Place() const;
+    /// How far a search has come.
+    FindResult SoFar() const;
+
+    void SearchFoundFirst();
+    void SearchDone();
+    void SearchAgain();
 
     ObjectTreeView* m_Tree;
     FindBar* m_Bar;
     NodeSearch m_Search;
     QTimer m_TreeHasChanged;
+    bool m_IsTyping = false;    ///< the first hit is to be marked
+    QList<bool> m_WaitingSteps; ///< what the operator has asked for meanwhile: forward or backward
 };

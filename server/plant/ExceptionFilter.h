@@ -18,8 +18,7 @@ struct ItemReading
 struct RecordRule
 {
     double Change = 0; ///< a number that differs by less from the one recorded last is left out
-    /// No silence is longer, as far as there are readings: the last one before it would be is recorded whatever it says.
-    /// 0: it may last for ever.
+    /// The longest silence while there are readings: the last one within it is recorded whatever it says. 0: none.
     std::chrono::microseconds AtLeast{0};
 };
 
