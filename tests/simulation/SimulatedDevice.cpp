@@ -32,11 +32,10 @@ SimulatedDevice::SimulatedDevice(kj::Timer& timer, Random& random, Trace& trace)
 
 SimulatedDevice::~SimulatedDevice() noexcept = default;
 
-/// Never none.
+/// Always in the same direction: no value comes back.
 qint32 SimulatedDevice::Step()
 {
-    static constexpr std::array Steps = {-2, -1, 1, 2, 3};
-    return m_Random.OneOf(Steps);
+    return m_Random.Between(1, 3);
 }
 
 void SimulatedDevice::SetMood(Mood mood)
