@@ -23,6 +23,7 @@ SourceRef MakeUnit()
     LineSettings line;
     line.Host = QLatin1String(Host);
     line.Port = SimulatedUnit::Port;
+    line.LongestPause = 500ms;
     UnitSettings unit;
     unit.Name = QStringLiteral("unit");
     unit.Timeout = 100ms; // who is silent may be left alone for forty times as long
