@@ -67,7 +67,10 @@ Line::Connection::Clock::time_point Line::Connection::NextTime() const
 
 void Line::Connection::Do(Step& step)
 {
-    const auto began = Clock::now();
+    const UnitSettings& unit = step.For->Settings();
+    // Time in which this machine stood still is not the unit's.
+    const Clock::duration most = (unit.Retries + 2) * (unit.Timeout + unit.Pause + BusyPause);
+    const auto cost = [most, began = Clock::now()] { return std::min(Clock::now() - began, most); };
     try {
         if (step.Write) DoWrite(step);
         else if (step.Job) DoRead(step);
@@ -75,13 +78,13 @@ void Line::Connection::Do(Step& step)
     } catch (const ModbusError& error) {
         const bool isElsewhere = step.Job && IsSilent(error) && AnswersOthers(step);
         const std::lock_guard lock(m_Core->Guard);
-        if (isElsewhere) return NoteSilence(step, error, Clock::now() - began);
+        if (isElsewhere) return NoteSilence(step, error, cost());
         if (error.Why() == Kind::Refused && !IsSilent(error)) step.For->NoteAnswer();
-        Fail(step, error, Clock::now() - began);
+        Fail(step, error, cost());
     } catch (...) { // such as a lack of memory
         const ModbusError error(Kind::Garbled, CurrentErrorDescription());
         const std::lock_guard lock(m_Core->Guard);
-        Fail(step, error, Clock::now() - began);
+        Fail(step, error, cost());
     }
 }
 
