@@ -1,6 +1,6 @@
 #include "velsqllib/Attachment.h"
 
-#include "velsqllib/WireValue.h"
+#include "velsqllib/WireLimits.h"
 
 namespace {
 

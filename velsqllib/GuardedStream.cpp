@@ -1,6 +1,6 @@
 #include "velsqllib/GuardedStream.h"
 
-#include "velsqllib/WireValue.h"
+#include "velsqllib/WireLimits.h"
 
 #include <kj/vector.h>
 
@@ -70,10 +70,11 @@ kj::Promise<void> GuardedStream::WhenMayRead()
     return kj::mv(pair.promise);
 }
 
-/// Counts what costs memory until the server takes it back; refuses messages of this kind that no server sends.
+/// Counts what costs memory until the server takes it back; refuses messages that no server sends.
 void GuardedStream::Check(capnp::MessageReader& message)
 {
     using capnp::rpc::Message;
+    KJ_REQUIRE(LeadsToItsDataOnce(message), "The server sent a message that leads to more data than it has.");
     switch (message.getRoot<Message>().which()) {
     case Message::CALL: ++m_OpenCalls; break;
     case Message::FINISH: --m_OpenCalls; break;

@@ -1,18 +1,18 @@
 #include "velsqllib/WirePage.h"
 
 #include "core/automation/Errors.h"
+#include "velsqllib/WireLimits.h"
 #include "velsqllib/WireText.h"
 
 #include <limits>
 
 namespace {
 
-/// Looks at all of a page once, within a limit: cells could lead to the same data again and again without an end.
 void Check(kj::ArrayPtr<const capnp::word> words)
 {
     capnp::FlatArrayMessageReader message(words, WireReaderOptions(words.size()));
+    KJ_REQUIRE(LeadsToItsDataOnce(message));
     const auto page = message.getRoot<wire::ResultPage>();
-    page.totalSize();
     const qint64 last = std::numeric_limits<qint64>::max() - page.getCells().size();
     if (page.getFirstRow() < 0 || page.getFirstRow() > last)
         throw ServerError(QStringLiteral("The server sent a page of rows that cannot be."));

@@ -4,7 +4,8 @@
 #include "core/automation/SafeArray.h"
 #include "velsqllib/WireText.h"
 
-#include <algorithm>
+#include <capnp/any.h>
+#include <capnp/schema.h>
 
 namespace {
 
@@ -15,7 +16,6 @@ void CheckDepth(int depth)
 }
 
 void WriteAt(const Variant& value, wire::Value::Builder builder, WireObjects& objects, int depth);
-Variant ReadAt(wire::Value::Reader reader, WireObjects& objects, int depth);
 
 /// Writes one array; overloads by element type.
 struct ArrayWriter
@@ -112,21 +112,6 @@ void WriteAt(const Variant& value, wire::Value::Builder builder, WireObjects& ob
     std::visit(ValueWriter{builder, objects, depth}, value.Data());
 }
 
-template <typename T, typename List, typename Convert>
-QList<T> ReadList(List list, Convert convert)
-{
-    QList<T> elements;
-    elements.reserve(static_cast<qsizetype>(list.size()));
-    for (auto element : list) elements.append(convert(element));
-    return elements;
-}
-
-template <typename T, typename List>
-QList<T> ReadList(List list)
-{
-    return ReadList<T>(list, [](auto element) { return T{element}; });
-}
-
 template <typename T>
 QList<T> ReadBytes(capnp::Data::Reader bytes)
 {
@@ -134,16 +119,53 @@ QList<T> ReadBytes(capnp::Data::Reader bytes)
     return QList<T>(first, first + bytes.size());
 }
 
-/// A list of structs without contents takes no room on the wire, whatever length it claims.
-template <typename List>
-List CheckedStructs(List list, wire::SafeArray::Reader array)
+/// Elements shorter than those that our programs write would make a short message a long list in memory.
+template <typename Struct>
+typename capnp::List<Struct>::Reader CheckedStructs(typename capnp::List<Struct>::Reader list)
 {
-    if (list.size() > array.totalSize().wordCount)
+    if (list.size() == 0) return list;
+    const capnp::AnyStruct::Reader first(list[0]);
+    const auto whole = capnp::Schema::from<Struct>().getProto().getStruct();
+    if (first.getDataSection().size() < sizeof(capnp::word) * whole.getDataWordCount() ||
+        first.getPointerSection().size() < whole.getPointerCount())
         throw ValueError(QStringLiteral("An array claims more elements than it has."));
     return list;
 }
 
-SafeArray::Elements ReadElements(wire::SafeArray::Reader array, WireObjects& objects, int depth)
+/// Reads one value, and counts what it takes in memory: a bit on the wire may become a byte.
+class ValueDecoder
+{
+public:
+    explicit ValueDecoder(WireObjects& objects)
+        : m_Objects(objects)
+    {
+    }
+    Variant Read(wire::Value::Reader reader, int depth);
+
+private:
+    SafeArray::Elements ReadElements(wire::SafeArray::Reader array, int depth);
+    template <typename T, typename List, typename Convert>
+    QList<T> ReadList(List list, Convert convert)
+    {
+        m_Bytes += list.size() * sizeof(T);
+        if (m_Bytes > MostValueBytes)
+            throw ValueError(QStringLiteral("A value arrived that takes more than %1 MB.").arg(MostValueBytes >> 20));
+        QList<T> elements;
+        elements.reserve(static_cast<qsizetype>(list.size()));
+        for (auto element : list) elements.append(convert(element));
+        return elements;
+    }
+    template <typename T, typename List>
+    QList<T> ReadList(List list)
+    {
+        return ReadList<T>(list, [](auto element) { return T{element}; });
+    }
+
+    WireObjects& m_Objects;
+    quint64 m_Bytes = 0;
+};
+
+SafeArray::Elements ValueDecoder::ReadElements(wire::SafeArray::Reader array, int depth)
 {
     using wire::SafeArray;
     switch (array.which()) {
@@ -160,15 +182,16 @@ SafeArray::Elements ReadElements(wire::SafeArray::Reader array, WireObjects& obj
     case SafeArray::DATE: return ReadList<Date>(array.getDate());
     case SafeArray::BSTR: return ReadList<QString>(array.getBstr(), &FromWireText);
     case SafeArray::DISPATCH:
-        return ReadList<ObjectRef>(CheckedStructs(array.getDispatch(), array), [&](auto o) { return objects.Read(o); });
+        return ReadList<ObjectRef>(CheckedStructs<wire::Object>(array.getDispatch()),
+                                   [&](auto object) { return m_Objects.Read(object); });
     case SafeArray::VARIANT:
-        return ReadList<Variant>(CheckedStructs(array.getVariant(), array),
-                                 [&](auto v) { return ReadAt(v, objects, depth + 1); });
+        return ReadList<Variant>(CheckedStructs<wire::Value>(array.getVariant()),
+                                 [&](auto value) { return Read(value, depth + 1); });
     }
     throw ValueError(QStringLiteral("An array of an unknown type arrived."));
 }
 
-Variant ReadAt(wire::Value::Reader reader, WireObjects& objects, int depth)
+Variant ValueDecoder::Read(wire::Value::Reader reader, int depth)
 {
     using wire::Value;
     switch (reader.which()) {
@@ -186,11 +209,11 @@ Variant ReadAt(wire::Value::Reader reader, WireObjects& objects, int depth)
     case Value::CY: return Currency{reader.getCy()};
     case Value::DATE: return Date{reader.getDate()};
     case Value::BSTR: return FromWireText(reader.getBstr());
-    case Value::DISPATCH: return objects.Read(reader.getDispatch());
+    case Value::DISPATCH: return m_Objects.Read(reader.getDispatch());
     case Value::ARRAY: {
         CheckDepth(depth);
         const auto array = reader.getArray();
-        return SafeArray(ReadElements(array, objects, depth), array.getLowerBound());
+        return SafeArray(ReadElements(array, depth), array.getLowerBound());
     }
     }
     throw ValueError(QStringLiteral("A value of an unknown type arrived."));
@@ -208,24 +231,8 @@ void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects&
 Variant ReadValue(wire::Value::Reader reader, WireObjects& objects)
 {
     try {
-        return ReadAt(reader, objects, 1);
+        return ValueDecoder(objects).Read(reader, 1);
     } catch (const kj::Exception&) { // pointers to nowhere, lists that claim more than there is, endless repetition
         throw ValueError(QStringLiteral("A value arrived that cannot be read."));
     }
-}
-
-capnp::ReaderOptions WireReaderOptions()
-{
-    capnp::ReaderOptions options;
-    options.traversalLimitInWords = 64 * 1024 * 1024;
-    // A variant inside an array is three pointers deep.
-    options.nestingLimit = 3 * MaxArrayDepth + 16;
-    return options;
-}
-
-capnp::ReaderOptions WireReaderOptions(std::size_t words)
-{
-    capnp::ReaderOptions options = WireReaderOptions();
-    options.traversalLimitInWords = std::min<uint64_t>(options.traversalLimitInWords, 32 * words + 4096);
-    return options;
 }

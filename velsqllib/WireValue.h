@@ -3,8 +3,6 @@
 #include "core/automation/Variant.h"
 #include "velsqllib/velsqllib.capnp.h"
 
-#include <capnp/message.h>
-
 /// How server objects inside values become wire objects and back; client and server each have their own.
 class WireObjects
 {
@@ -25,11 +23,8 @@ public:
 /// Throws ValueError when arrays are nested too deeply.
 void WriteValue(const Variant& value, wire::Value::Builder builder, WireObjects& objects);
 
-/// Throws ValueError for data that is not a value of this system.
-Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);
+/// The most that the elements of an array that arrives may take in memory, nested ones included.
+inline constexpr quint64 MostValueBytes = 512 * 1024 * 1024;
 
-/// Limits for reading messages on both sides: 512 MiB a message, and nesting deep enough for MaxArrayDepth.
-capnp::ReaderOptions WireReaderOptions();
-/// The same for a message of so many words, which must not repeat the same data again and again: reading a value costs
-/// a few times its size, most when arrays are nested.
-capnp::ReaderOptions WireReaderOptions(std::size_t words);
+/// Throws ValueError for data that is not a value of this system, or takes too much memory.
+Variant ReadValue(wire::Value::Reader reader, WireObjects& objects);

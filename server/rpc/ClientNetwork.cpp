@@ -1,8 +1,8 @@
 #include "server/rpc/ClientNetwork.h"
 
 #include "server/rpc/Refusal.h"
+#include "velsqllib/WireLimits.h"
 #include "velsqllib/WireText.h"
-#include "velsqllib/WireValue.h"
 
 #include <kj/vector.h>
 #include <QtEndian>

@@ -1,7 +1,7 @@
 #include "server/rpc/MessageIntake.h"
 
 #include "server/rpc/Refusal.h"
-#include "velsqllib/WireValue.h"
+#include "velsqllib/WireLimits.h"
 
 #include <QtEndian>
 
@@ -47,6 +47,11 @@ void ReceivedMessage::HasArrived(size_t bytes)
 {
     m_Arrived += bytes;
     m_Charge.Set(BytesOfMessage + static_cast<qint64>(m_Arrived));
+}
+
+void ReceivedMessage::Check()
+{
+    if (!LeadsToItsDataOnce(*m_Reader)) RefuseMessage("it sent a message that leads to more data than it has");
 }
 
 MessageIntake::MessageIntake(kj::AsyncInputStream& stream, ClientAccountRef account)
@@ -103,7 +108,10 @@ kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadHead()
 kj::Promise<kj::Own<ReceivedMessage>> MessageIntake::ReadRest(kj::Own<ReceivedMessage> message)
 {
     auto rest = message->Rest();
-    if (rest.size() == 0) return kj::mv(message);
+    if (rest.size() == 0) {
+        message->Check();
+        return kj::mv(message);
+    }
     auto reading = m_Stream.tryRead(rest.begin(), 1, std::min(rest.size(), MostFetchedAtOnce));
     return reading.then([this, message = kj::mv(message)](size_t count) mutable {
         if (count == 0) RefuseMessage("it disconnected in the middle of a message");

@@ -18,6 +18,8 @@ public:
     /// What has not arrived yet.
     kj::ArrayPtr<kj::byte> Rest() { return m_Words.asBytes().slice(m_Arrived, m_Words.asBytes().size()); }
     void HasArrived(size_t bytes);
+    /// Of the whole message. Fails for one that could become any multiple of its size in memory.
+    void Check();
 
 private:
     kj::Array<uint32_t> m_SegmentSizes;

@@ -12,6 +12,7 @@
 #include "server/rpc/ObjectDirectory.h"
 #include "tests/fuzz/Fuzz.h"
 #include "tests/fuzz/Messages.h"
+#include "velsqllib/WireLimits.h"
 
 #include <kj/io.h>
 #include <QFile>

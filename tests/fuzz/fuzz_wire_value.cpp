@@ -5,6 +5,7 @@
 #include "resulttext/JsonText.h"
 #include "tests/fuzz/Fuzz.h"
 #include "velsqllib/ValueText.h"
+#include "velsqllib/WireLimits.h"
 #include "velsqllib/WirePage.h"
 #include "velsqllib/WireText.h"
 

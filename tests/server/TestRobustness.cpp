@@ -3,6 +3,9 @@
 #include "tests/server/ServerRun.h"
 #include "velsqllib/ServerSocket.h"
 
+#include <capnp/rpc.capnp.h>
+#include <capnp/serialize.h>
+
 #include <linux/capability.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -12,6 +15,18 @@
 namespace {
 
 const QString s_Numbers = u"WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) SELECT i FROM n"_s;
+
+/// A message of a text and of three pointers to it.
+QByteArray Repetition()
+{
+    capnp::MallocMessageBuilder message;
+    auto content = message.initRoot<capnp::rpc::Message>().initReturn().initResults().initContent();
+    content.initAs<capnp::List<capnp::Data>>(3).init(0, 800);
+    auto words = capnp::messageToFlatArray(message);
+    auto* first = reinterpret_cast<quint64*>(words.end() - 3 - 800 / sizeof(capnp::word));
+    first[2] = (first[1] = first[0] - 4) - 4; // relative to themselves
+    return {words.asChars().begin(), static_cast<qsizetype>(words.asChars().size())};
+}
 
 /// What a client does that is odd, hostile or too much.
 class Robustness : public ::testing::Test
@@ -46,12 +61,21 @@ TEST_F(Robustness, HostileBytesEndOnlyTheirOwnConnection)
         close(socket);
         ASSERT_TRUE(m_Client.IsAnswered()) << attack.toHex().constData();
     }
-    auto request = m_Client.Item(u"Recipe"_s).putValueRequest();
-    auto array = request.initValue().initArray();
-    array.initVariant(0);
-    auto pointers = capnp::AnyStruct::Builder(kj::mv(array)).getPointerSection();
-    pointers[0].initAsListOfAnyStruct(0, 0, 60'000'000); // elements of no size
-    EXPECT_EQ(OutcomeOf([&] { Wait(request.send()); }), u"A value arrived that cannot be read.");
+    const int socket = ConnectToServer(m_Server.SocketPath());
+    send(socket, Repetition().constData(), static_cast<size_t>(Repetition().size()), MSG_NOSIGNAL);
+    QByteArray answer(1000, ' ');
+    const auto isTold = [&] { return recv(socket, answer.data(), 1000, MSG_DONTWAIT), answer.contains("than it has"); };
+    EXPECT_TRUE(WaitUntil(isTold)) << answer.constData();
+    close(socket);
+    const auto putElements = [&](quint16 words, uint count) { // so long each
+        auto request = m_Client.Item(u"Recipe"_s).putValueRequest();
+        auto array = request.initValue().initArray();
+        array.initVariant(0);
+        capnp::AnyStruct::Builder(kj::mv(array)).getPointerSection()[0].initAsListOfAnyStruct(words, 0, count);
+        return OutcomeOf([&] { Wait(request.send()); });
+    };
+    EXPECT_EQ(putElements(0, 60'000'000), u"A value arrived that cannot be read.");
+    EXPECT_EQ(putElements(1, 1), u"An array claims more elements than it has.");
     for (int i = 0; i < 2; ++i) {
         auto unknown = m_Client.Engine().typelessRequest(capnp::typeId<wire::Item>(), 65535, nullptr);
         EXPECT_TRUE(OutcomeOf([&] { Wait(unknown.send().ignoreResult()); }).contains(u"not implemented"_s));
