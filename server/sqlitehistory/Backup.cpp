@@ -5,6 +5,8 @@
 
 #include <QFile>
 
+#include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -66,7 +68,9 @@ qint64 BackUpHistory(const HistoryDestination& from, const QString& path)
     try {
         const qint64 rows = Write(from, unfinished);
         WriteToDisk(unfinished);
-        if (!QFile::rename(unfinished, path)) throw DescribedError(QStringLiteral("%1 cannot be written.").arg(path));
+        // Not by Qt, which would make another copy where it cannot rename, one that has not reached the disk.
+        if (std::rename(QFile::encodeName(unfinished).constData(), QFile::encodeName(path).constData()) != 0)
+            throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(path, qt_error_string(errno)));
         return rows;
     } catch (...) {
         QFile::remove(unfinished);
