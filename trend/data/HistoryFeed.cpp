@@ -100,7 +100,10 @@ HistoryReads::Counts HistoryFeed::AnswerRoughly(const HistoryQuestion& question)
     const Micros interval = std::max(RoundInterval(question.Asked.Length() / RoughIntervals), question.Interval);
     HistoryReads::Counts counts;
     HistoryReads wholeAnswer(*m_History, [] { return true; });
-    Q_EMIT Answered(wholeAnswer.Intervals(question.Items, question.Asked, interval, &counts));
+    QList<HistoryAnswer> answers = wholeAnswer.Intervals(question.Items, question.Asked, interval, &counts);
+    // Rougher than asked for, even if the intervals are not: the exact answer is still to come.
+    for (HistoryAnswer& answer : answers) ++answer.Interval;
+    Q_EMIT Answered(answers);
     return counts;
 }
 
