@@ -2,7 +2,7 @@
 import bisect, json, re
 from wire import *
 
-PATIENCE = 10        # seconds in which a program starts, answers or ends
+PATIENCE = float(os.environ.get("VELSQL_PATIENCE", 10))        # seconds in which a program starts, answers or ends; more on a busy machine
 KINDS = ("allocation", "write", "short", "sync", "name", "open", "socket", "thread")
 
 
