@@ -72,7 +72,7 @@ for (let i = 0; i < %d; ++i) {
         try:
             expect(run.listens(), run.text())
             slot.script(self.AGAIN % 2); run.arm(True)
-            slot.script(self.AGAIN % 4, 12 * PATIENCE); before = status(run.p.pid, "VmRSS")
+            slot.script(self.AGAIN % 12, 12 * PATIENCE); before = status(run.p.pid, "VmRSS")
             slot.script(self.AGAIN % 16, 12 * PATIENCE); grown = status(run.p.pid, "VmRSS") - before
             expect(grown < 4000, f"16 rounds of failures took {grown} kB")
             run.arm(False); ended(run)
