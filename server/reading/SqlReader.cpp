@@ -1,6 +1,7 @@
 #include "server/reading/SqlReader.h"
 
 #include "server/database/HistoryTable.h"
+#include "server/postgreshistory/LayoutNames.h"
 
 #include <QTimeZone>
 
@@ -19,6 +20,19 @@ const QString s_Flat =
                    "THEN item_value::float8 END "
                    "AS value_number, "
                    "(extract(epoch FROM item_time AT TIME ZONE '%2') * 1000000)::bigint AS item_utc FROM %1) AS flat");
+
+const QString s_Readings = QStringLiteral(
+    "SELECT item_utc, item_state, value_number, CASE WHEN value_number IS NULL THEN item_value END FROM %1");
+const QString s_OfItem =
+    QStringLiteral(" WHERE controller_name = ? AND item_name = ? AND item_utc >= ? AND item_utc < ?");
+// The database uses its indexes for the order of one table, but not of the view: there it would sort all values of the
+// item for each page.
+const QString s_Halves = QStringLiteral(
+    "((SELECT * FROM (SELECT item_utc, item_state, value_number, item_value, controller_name, item_name FROM {rows}) "
+    "AS "
+    "timed %1) UNION ALL (SELECT * FROM (SELECT {utc}(item_time) AS item_utc, 0 AS item_state, {number}(item_value) AS "
+    "value_number, item_value, controller_name, item_name FROM {rows_other} WHERE item_utc IS NULL) AS untimed %1)) AS "
+    "halves");
 
 const QString s_InRange =
     QStringLiteral("WHERE controller_name = ? AND item_name = ? AND start_utc >= ? AND start_utc < ?");
@@ -54,6 +68,7 @@ SqlReader::SqlReader(const DatabaseSession& session, const QString& table)
     , m_Values(m_IsSqlite || HasColumn(RelationOf(Level::Values), QStringLiteral("item_utc"))
                    ? RelationOf(Level::Values)
                    : FlatValues())
+    , m_Halves(m_IsSqlite ? QString() : Halves())
     , m_HasBlocks(m_IsSqlite || HasColumn(RelationOf(Level::Minutes), QStringLiteral("number_count")))
 {
 }
@@ -86,12 +101,16 @@ QString SqlReader::FlatValues() const
 void SqlReader::ReadValues(const ItemPath& item, const TimeRange& range, bool newestFirst, qint64 atMost,
                            const Taker<Reading>& take)
 {
-    const QString question =
-        QStringLiteral("SELECT item_utc, item_state, value_number, CASE WHEN value_number IS NULL THEN item_value END "
-                       "FROM %1 WHERE controller_name = ? AND item_name = ? AND item_utc >= ? AND item_utc < ? "
-                       "ORDER BY item_utc%2%3")
-            .arg(m_Values, newestFirst ? QStringLiteral(" DESC") : QString(), atMost > 0 ? Page(atMost) : QString());
-    const auto row = SqlCursor::Open(m_Session, question, {item.Controller, item.Item, range.From, range.To});
+    const QString order =
+        QStringLiteral(" ORDER BY item_utc%1%2")
+            .arg(newestFirst ? QStringLiteral(" DESC") : QString(), atMost > 0 ? Page(atMost) : QString());
+    QVariantList arguments = {item.Controller, item.Item, range.From, range.To};
+    QString source = m_Values + s_OfItem + order;
+    if (atMost > 0 && !m_Halves.isEmpty()) {
+        source = m_Halves.arg(s_OfItem + order) + order;
+        arguments += arguments;
+    }
+    const auto row = SqlCursor::Open(m_Session, s_Readings.arg(source), arguments);
     while (row->Next()) {
         Reading reading{row->Integer(0), NumberOf(*row, 2), static_cast<qint32>(row->Integer(1))};
         if (reading.Value.IsNull()) reading.Value = CellOf(*row, 3);
@@ -105,6 +124,17 @@ QString SqlReader::Page(qint64 atMost) const
 {
     const QString limit = QStringLiteral(" LIMIT %1").arg(atMost);
     return m_IsSqlite ? limit : QStringLiteral(", item_value COLLATE \"C\", item_state") + limit;
+}
+
+/// What velsql_values is made of, with room for what is asked of either half; empty where that cannot be read.
+QString SqlReader::Halves() const
+{
+    const LayoutNames names(m_Table);
+    const QString isThere = QStringLiteral("SELECT 1 WHERE has_table_privilege(to_regclass(?), 'SELECT') AND "
+                                           "has_table_privilege(to_regclass(?), 'SELECT')");
+    const QVariantList parts = {names.Of(QStringLiteral("rows")), names.Of(QStringLiteral("rows_other"))};
+    if (!HasColumn(RelationOf(Level::Values), QStringLiteral("item_utc"))) return {};
+    return SqlCursor::Open(m_Session, isThere, parts)->Next() ? names.Fill(s_Halves) : QString();
 }
 
 std::vector<Summary> SqlReader::ReadBlocks(const ItemPath& item, Level level, const TimeRange& range, const Grid& grid)

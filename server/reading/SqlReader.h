@@ -22,10 +22,12 @@ private:
     bool HasColumn(const QString& relation, const QString& column) const;
     QString FlatValues() const;
     QString Page(qint64 atMost) const;
+    QString Halves() const;
 
     const DatabaseSession& m_Session;
     const bool m_IsSqlite;
     const QString m_Table;
     const QString m_Values;
+    const QString m_Halves; ///< of PostgreSQL's velsql_values
     const bool m_HasBlocks;
 };
