@@ -1,42 +1,48 @@
 #include "additem/AddedNode.h"
 
 #include "core/automation/Errors.h"
-#include "core/automation/SafeArray.h"
 #include "core/ObjectTreeModel.h"
 
+#include <algorithm>
 #include <limits>
 #include <optional>
 
 namespace {
 
-/// Position of the name in the list; the number of names when it is not among them.
-qint16 PositionOf(const QString& name, const QList<QString>& names)
+/// Where the server has the new item, and who stands before it; before the first one nobody does, but there is another
+/// one behind it.
+struct ServerPlace
+{
+    qint16 Position; ///< the number of names when the name is not among them
+    std::optional<QString> Neighbour;
+};
+
+ServerPlace PlaceOf(const QString& name, const TextList& names)
 {
     qint16 position = 0;
-    for (const QString& other : names) {
-        if (other == name) break;
+    for (; position < names.Count() && names[position] != name; ++position)
         if (position == std::numeric_limits<qint16>::max()) throw ValueError::Overflow();
-        ++position;
-    }
-    return position;
+    const qsizetype neighbour = position > 0 ? position - 1 : 1;
+    if (neighbour >= names.Count()) return {position, {}};
+    return {position, names[neighbour].toString()};
 }
 
 /// The row of the controller's item with this name. Only the controller's own nodes are searched: names may hold
 /// backslashes, so a node below another controller may have the same key.
 std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name)
 {
-    for (int row = 0; row < controllerNode->ChildCount(); ++row)
-        if (controllerNode->Child(row)->TextView() == name) return row;
-    return std::nullopt;
+    const auto& children = controllerNode->Children();
+    const auto found = std::find_if(children.begin(), children.end(),
+                                    [&](const TreeNodeRef& child) { return child->TextView() == name; });
+    return found == children.end() ? std::nullopt : std::optional(static_cast<int>(found - children.begin()));
 }
 
-/// The row of the neighbour, which stands at `position` of the list.
-int RowOfNeighbour(const TreeNodeRef& controllerNode, const QList<QString>& names, qsizetype position)
+int RowOfNeighbour(const TreeNodeRef& controllerNode, const ServerPlace& place)
 {
-    if (position >= names.size()) throw ValueError::SubscriptOutOfRange();
-    if (const auto row = RowOf(controllerNode, names[position])) return *row;
+    if (!place.Neighbour) throw ValueError::SubscriptOutOfRange();
+    if (const auto row = RowOf(controllerNode, *place.Neighbour)) return *row;
     throw ValueError(QStringLiteral("The object tree has no node \"%1\".")
-                         .arg(controllerNode->Key() + TreeNode::PathSeparator + names[position]));
+                         .arg(controllerNode->Key() + TreeNode::PathSeparator + *place.Neighbour));
 }
 
 /// The server may have lost an item whose node is still in the tree. Two nodes of one name would share one key.
@@ -52,18 +58,13 @@ void RefuseSecondNode(const TreeNodeRef& controllerNode, const QString& name)
 TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controllerNode, VelSQLController& controller,
                             const QString& name)
 {
-    const Variant list = controller.get_ItemNames();
-    const auto& names = list.Array().Of<QString>();
-    const qint16 position = PositionOf(name, names);
+    ServerPlace place{};
+    controller.UseItemNames([&](const TextList& names) { place = PlaceOf(name, names); });
     const qint32 count = controller.get_Count();
     if (!controllerNode->IsInTree())
         throw ValueError(QStringLiteral("The object tree has no node \"%1\" any more.").arg(controllerNode->Key()));
     RefuseSecondNode(controllerNode, name);
     if (count == 1) return tree.Append(controllerNode, name, NodeTag::AddItem);
-    if (position > 0)
-        return tree.Insert(controllerNode, RowOfNeighbour(controllerNode, names, position - 1) + 1, name,
-                           NodeTag::AddItem);
-    // First of all, in front of the one that was first: that one must be there.
-    RowOfNeighbour(controllerNode, names, 1);
-    return tree.Insert(controllerNode, 0, name, NodeTag::AddItem);
+    const int neighbour = RowOfNeighbour(controllerNode, place); // also the one that the first is put in front of
+    return tree.Insert(controllerNode, place.Position > 0 ? neighbour + 1 : 0, name, NodeTag::AddItem);
 }

@@ -75,7 +75,7 @@ void ObjectTreeModel::ReplaceRoot(const TreeNodeRef& root)
 
 TreeNodeRef ObjectTreeModel::Insert(const TreeNodeRef& parent, int row, const QString& text, NodeTag tag)
 {
-    InsertRows(parent, row, {text}, tag);
+    InsertRows(parent, row, {1, [&](qsizetype) { return QStringView(text); }}, tag);
     return parent->Child(row);
 }
 
@@ -86,24 +86,38 @@ TreeNodeRef ObjectTreeModel::Append(const TreeNodeRef& parent, const QString& te
 
 void ObjectTreeModel::Append(const TreeNodeRef& parent, const QStringList& texts, NodeTag tag)
 {
+    Append(parent, TextList::Of(texts), tag);
+}
+
+void ObjectTreeModel::Append(const TreeNodeRef& parent, const TextList& texts, NodeTag tag)
+{
     InsertRows(parent, parent ? parent->ChildCount() : 0, texts, tag);
 }
 
-void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const QStringList& texts, NodeTag tag)
+void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const TextList& texts, NodeTag tag)
 {
     if (!Holds(parent) || row < 0 || row > parent->ChildCount()) throw ValueError::SubscriptOutOfRange();
-    if (texts.isEmpty()) return;
+    if (texts.Count() == 0) return;
+    // Made before the views hear of them, because a text may throw.
+    std::vector<TreeNodeRef> nodes = NewChildren(*parent, row, texts, tag);
     if (!parent->m_Children) parent->m_Children = std::make_unique<std::vector<TreeNodeRef>>();
     std::vector<TreeNodeRef>& children = *parent->m_Children;
-    beginInsertRows(IndexOf(parent), row, row + static_cast<int>(texts.size()) - 1);
-    const auto place = children.insert(children.begin() + row, static_cast<std::size_t>(texts.size()), TreeNodeRef());
-    std::transform(texts.begin(), texts.end(), place, [&, at = row](const QString& text) mutable {
-        TreeNodeRef node = TreeNode::Make(text, tag);
-        node->m_Parent = parent.get();
-        node->m_Row = at++;
-        return node;
-    });
+    beginInsertRows(IndexOf(parent), row, row + static_cast<int>(nodes.size()) - 1);
+    if (children.empty()) children = std::move(nodes);
+    else children.insert(children.begin() + row, std::move_iterator(nodes.begin()), std::move_iterator(nodes.end()));
     endInsertRows();
+}
+
+std::vector<TreeNodeRef> ObjectTreeModel::NewChildren(TreeNode& parent, int row, const TextList& texts, NodeTag tag)
+{
+    std::vector<TreeNodeRef> nodes;
+    nodes.reserve(static_cast<std::size_t>(texts.Count()));
+    for (qsizetype at = 0; at < texts.Count(); ++at) {
+        nodes.push_back(TreeNode::Make(texts[at], tag));
+        nodes.back()->m_Parent = &parent;
+        nodes.back()->m_Row = row + static_cast<int>(at);
+    }
+    return nodes;
 }
 
 void ObjectTreeModel::Remove(const TreeNodeRef& node)

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "core/automation/TextList.h"
 #include "core/TreeNode.h"
 
 #include <QAbstractItemModel>
 #include <QIcon>
-#include <QStringList>
 
 #include <array>
 
@@ -36,6 +36,7 @@ public:
     TreeNodeRef Append(const TreeNodeRef& parent, const QString& text, NodeTag tag);
     /// Adds many children with one announcement to the view.
     void Append(const TreeNodeRef& parent, const QStringList& texts, NodeTag tag);
+    void Append(const TreeNodeRef& parent, const TextList& texts, NodeTag tag);
     /// Takes the node and everything below it out of the tree; references to them stay safe. Does nothing when it has
     /// already left.
     void Remove(const TreeNodeRef& node);
@@ -59,7 +60,8 @@ public:
 
 private:
     void ReplaceRoot(const TreeNodeRef& root);
-    void InsertRows(const TreeNodeRef& parent, int row, const QStringList& texts, NodeTag tag);
+    void InsertRows(const TreeNodeRef& parent, int row, const TextList& texts, NodeTag tag);
+    static std::vector<TreeNodeRef> NewChildren(TreeNode& parent, int row, const TextList& texts, NodeTag tag);
     bool Holds(const TreeNodeRef& node) const;
     static TreeNodeRef FindBelow(const TreeNodeRef& node, QStringView key);
 

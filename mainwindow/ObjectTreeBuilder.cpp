@@ -12,16 +12,10 @@ using modMain::Engine;
 
 namespace {
 
-Variant ItemNamesOf(const QString& controller)
-{
-    return Engine->get_Controller(controller)->get_ItemNames();
-}
-
 void AddController(ObjectTreeModel& tree, const QString& name)
 {
     const TreeNodeRef node = tree.Append(modMain::EngineNode, name, NodeTag::Controller);
-    const Variant names = ItemNamesOf(name);
-    tree.Append(node, names.Array().Of<QString>(), NodeTag::Item);
+    Engine->get_Controller(name)->UseItemNames([&](const TextList& names) { tree.Append(node, names, NodeTag::Item); });
 }
 
 /// Many are asked for together. The first failure ends it.
@@ -38,7 +32,7 @@ void AddControllers(ObjectTreeModel& tree, VelSQLLib& server)
                 failure = std::current_exception();
             }
         };
-        steps << CallStep{[name] { ItemNamesOf(name); }, add};
+        steps << CallStep{[name] { Engine->get_Controller(name)->UseItemNames([](auto&&) {}); }, add};
     }
     for (qsizetype added = 0; added < steps.size() && !failure;) added += server.TakeSteps(steps, added);
     if (failure) std::rethrow_exception(failure);

@@ -1,6 +1,7 @@
 #include "velsqllib/ControllerProxy.h"
 
 #include "core/automation/PlainText.h"
+#include "core/automation/SafeArray.h"
 #include "velsqllib/ControllerSubscription.h"
 #include "velsqllib/ItemProxy.h"
 
@@ -58,6 +59,17 @@ qint32 ControllerProxy::get_Index()
 Variant ControllerProxy::get_ItemNames()
 {
     return Call(&WireClient::getItemNamesRequest);
+}
+
+void ControllerProxy::UseItemNames(const std::function<void(const TextList& names)>& use)
+{
+    const auto take = [&](wire::Value::Reader names) {
+        if (!names.isArray() || !names.getArray().isBstr())
+            return use(TextList::Of(ReadValue(names, Objects()).Array().Of<QString>()));
+        const auto texts = names.getArray().getBstr();
+        use({texts.size(), [&](qsizetype at) { return ViewOfWireText(texts[static_cast<uint>(at)]); }});
+    };
+    Call(&WireClient::getItemNamesRequest, NoArguments, ResultInPlace<decltype(take)>{take});
 }
 
 qint32 ControllerProxy::get_ScanTimes(qint32 index)

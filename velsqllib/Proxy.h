@@ -61,6 +61,17 @@ protected:
     {
         ObjectWay Way;
     };
+    template <typename Read>
+    static constexpr bool IsObject = requires(Read read)
+    {
+        read.Way;
+    };
+    /// The result as it stands in the message, which is then gone. Where the call is only foreseen, nobody takes it.
+    template <typename Take>
+    struct ResultInPlace
+    {
+        Take TakeResult;
+    };
 
     /// Calls an operation: `fill` sets the arguments of the request, `read` makes the result from the response, where
     /// it is not of the kinds above. These may have been asked beforehand, together with others.
@@ -114,6 +125,11 @@ private:
     {
         return std::make_shared<Object>(m_Connection, object.Way, response.getResult());
     }
+    template <typename Response, typename Take>
+    void ResultOf(Response& response, const ResultInPlace<Take>& use)
+    {
+        use.TakeResult(response.getResult());
+    }
     template <typename Response, std::invocable<Response&> Read>
     auto ResultOf(Response& response, const Read& read)
     {
@@ -140,6 +156,12 @@ private:
         return expected;
     }
 
+    template <typename Params, typename Results, typename Fill, typename Take>
+    void Foresee(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill, const ResultInPlace<Take>&)
+    {
+        WriteParams<Params>(foreseen.Note(*this, method), fill);
+    }
+
     /// What the server has answered to this very call already.
     template <typename Params, typename Fill>
     std::optional<ForeseenCalls::Results> Asked(ForeseenCalls& foreseen, const WireMethod& method, const Fill& fill)
@@ -159,12 +181,12 @@ private:
     auto Answer(ForeseenCalls& foreseen, ForeseenCalls::Results results, const Read& read)
     {
         auto response = results.getAs<Results>();
-        if constexpr (std::same_as<Read, PlainResult>) {
-            return ResultOf(response, read);
-        } else {
+        if constexpr (IsObject<Read>) {
             auto object = ResultOf(response, read);
             foreseen.SetResult(*object);
             return object;
+        } else {
+            return ResultOf(response, read);
         }
     }
 

@@ -11,6 +11,11 @@ QString FromWireText(capnp::Data::Reader text)
     return result;
 }
 
+QStringView ViewOfWireText(capnp::Data::Reader text)
+{
+    return {reinterpret_cast<const char16_t*>(text.begin()), static_cast<qsizetype>(text.size() / sizeof(char16_t))};
+}
+
 capnp::Data::Reader WireBytes(const QString& text)
 {
     return {reinterpret_cast<const kj::byte*>(text.utf16()), static_cast<std::size_t>(text.size()) * sizeof(QChar)};

@@ -8,6 +8,8 @@
 
 /// Texts cross the wire as their 16-bit characters, so that NUL and lone surrogates arrive as they were sent.
 QString FromWireText(capnp::Data::Reader text);
+/// The text where it stands, as long as its message does.
+QStringView ViewOfWireText(capnp::Data::Reader text);
 
 /// The bytes to send for a text; valid while `text` exists and is not changed.
 capnp::Data::Reader WireBytes(const QString& text);

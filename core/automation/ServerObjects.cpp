@@ -1,5 +1,7 @@
 #include "core/automation/ServerObjects.h"
 
+#include "core/automation/SafeArray.h"
+
 #include <array>
 
 ServerObject::~ServerObject() = default;
@@ -14,6 +16,12 @@ FoundItem VelSQLEngine::FindItem(const QString& controllerName, const QString& i
 {
     const ControllerRef controller = get_Controller(Variant(controllerName));
     return {controller, controller->get_Item(Variant(itemName))};
+}
+
+void VelSQLController::UseItemNames(const std::function<void(const TextList& names)>& use)
+{
+    const Variant names = get_ItemNames();
+    use(TextList::Of(names.Array().Of<QString>()));
 }
 
 VelSQLLib::~VelSQLLib() = default;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/automation/ResultSet.h"
+#include "core/automation/TextList.h"
 #include "core/automation/Variant.h"
 
 #include <functional>
@@ -92,6 +93,9 @@ public:
     virtual qint32 get_Index() = 0;
     /// An array of texts: the names of the controller's items, in the server's order.
     virtual Variant get_ItemNames() = 0;
+    /// get_ItemNames, and the names are used where the answer stands. Throws also what `use` throws, and ValueError when
+    /// the answer is no array of texts.
+    virtual void UseItemNames(const std::function<void(const TextList& names)>& use);
     /// Milliseconds; `index` is 0, 1 or 2.
     virtual qint32 get_ScanTimes(qint32 index) = 0;
     /// See StateName.
