@@ -27,12 +27,11 @@ const QString s_OfItem =
     QStringLiteral(" WHERE controller_name = ? AND item_name = ? AND item_utc >= ? AND item_utc < ?");
 // The database uses its indexes for the order of one table, but not of the view: there it would sort all values of the
 // item for each page.
-const QString s_Halves = QStringLiteral(
-    "((SELECT * FROM (SELECT item_utc, item_state, value_number, item_value, controller_name, item_name FROM {rows}) "
-    "AS "
-    "timed %1) UNION ALL (SELECT * FROM (SELECT {utc}(item_time) AS item_utc, 0 AS item_state, {number}(item_value) AS "
-    "value_number, item_value, controller_name, item_name FROM {rows_other} WHERE item_utc IS NULL) AS untimed %1)) AS "
-    "halves");
+const QString s_Halves =
+    QStringLiteral("((SELECT * FROM (SELECT item_utc, item_state, value_number, item_value, controller_name, item_name "
+                   "FROM {rows}) AS timed %1) UNION ALL (SELECT * FROM (SELECT {utc}(item_time) AS item_utc, 0 AS "
+                   "item_state, {number}(item_value) AS value_number, item_value, controller_name, item_name FROM "
+                   "{rows_other} WHERE item_utc IS NULL) AS untimed %1)) AS halves");
 
 const QString s_InRange =
     QStringLiteral("WHERE controller_name = ? AND item_name = ? AND start_utc >= ? AND start_utc < ?");
