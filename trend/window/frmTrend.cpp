@@ -87,7 +87,7 @@ void frmTrend::LayOut()
     fgPen->verticalHeader()->setDefaultSectionSize(letter.height() * 5 / 4);
     fgPen->horizontalHeader()->setHighlightSections(false);
     fgPen->setDragDropOverwriteMode(false);
-    constexpr std::array<int, PenModel::Columns> Letters = {32, 18, 8, 16, 15, 11, 11, 11, 9, 7};
+    constexpr std::array<int, PenModel::Columns> Letters = {32, 21, 8, 16, 15, 13, 13, 13, 9, 7};
     for (int column = 0; column < PenModel::Columns; ++column)
         fgPen->setColumnWidth(column, Letters[static_cast<std::size_t>(column)] * letter.averageCharWidth() + 8);
     stbrTrend->addPermanentWidget(&m_Pointed);
