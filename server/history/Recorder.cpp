@@ -186,7 +186,7 @@ Recorder::Recorder(int number, const HistoryDestination& destination, const Spoo
         reporter->Finish();
     });
     const auto write = [writer](const std::stop_token& stop) {
-        LowerPriority(Niceness::Writer); // what waits for it is safe
+        TakeUsualTurns(); // nobody waits for an answer
         writer->Run(stop);
     };
     m_Writer.emplace(write, LongestEnd);

@@ -133,7 +133,7 @@ bool Takeover::HasPlainTable(const SqliteConnection& database, const QString& ta
 
 void Takeover::Run(const std::stop_token& stop) const
 {
-    LowerPriority(Niceness::InTheBackground); // recording comes first
+    WorkInTheBackground(); // recording comes first
     const QString name = QStringLiteral("Taking over the rows of %1 from %2").arg(m_Old, m_Path);
     try {
         Log(LogLevel::Info, name + QStringLiteral("."));

@@ -23,7 +23,6 @@ struct Scheduling
     std::uint64_t Period = 0;
 };
 
-/// A thread with a policy of its own keeps it as it is.
 template <typename Change>
 void ChangeOwn(Change change)
 {
@@ -36,15 +35,20 @@ void ChangeOwn(Change change)
 
 } // namespace
 
-void LowerPriority(Niceness niceness)
-{
-    ChangeOwn([&](Scheduling& own) {
-        own.Niceness = std::max(own.Niceness, static_cast<std::int32_t>(niceness));
-        own.Runtime = 0; // as is usual
-    });
-}
-
 void TakeShortTurns()
 {
     ChangeOwn([](Scheduling& own) { own.Runtime = ShortTurn; });
+}
+
+void TakeUsualTurns()
+{
+    ChangeOwn([](Scheduling& own) { own.Runtime = 0; });
+}
+
+void WorkInTheBackground()
+{
+    ChangeOwn([](Scheduling& own) {
+        own.Niceness = std::max(own.Niceness, 10);
+        own.Runtime = 0;
+    });
 }
