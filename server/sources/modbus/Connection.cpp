@@ -45,7 +45,10 @@ void Line::Connection::Run()
         std::unique_lock lock(m_Core->Guard);
         std::optional<Step> step = Next();
         if (!step) {
-            m_Core->Changed.wait_until(lock, m_Stop, NextTime(), [&] { return (step = Next()).has_value(); });
+            // What it is told of may be something to do later, but sooner than what it knew of.
+            const auto until = NextTime();
+            m_Core->Changed.wait_until(lock, m_Stop, until,
+                                       [&] { return (step = Next()).has_value() || NextTime() < until; });
             if (!step) continue;
         }
         if (m_Core->Settings.Connections > 1) m_Core->Changed.notify_one(); // there may be more to do
