@@ -36,6 +36,7 @@ protected:
     const DatabaseSession& Session() const { return m_Session; }
     /// The table's name in quotes.
     const QString& Name() const { return m_Name; }
+    const PositionTable& Positions() const { return m_Positions; }
     /// See PositionTable::Make.
     bool MakePositions() { return m_Positions.Make(); }
 

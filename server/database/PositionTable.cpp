@@ -32,6 +32,17 @@ quint64 PositionTable::Written(quint64 spool) const
         .toULongLong();
 }
 
+quint64 PositionTable::WrittenForGood(quint64 spool) const
+{
+    if (!m_IsKept) return 0;
+    // It changes nothing, and so waits for whoever changes the row or is just adding it.
+    return m_Session
+        .Ask(QStringLiteral("INSERT INTO %1 VALUES (%2, 0) ON CONFLICT (spool_id) DO UPDATE "
+                            "SET sequence = velsql_positions.sequence RETURNING sequence")
+                 .arg(m_Name, QString::number(spool)))
+        .toULongLong();
+}
+
 void PositionTable::Note(SpoolPosition position) const
 {
     if (!m_IsKept) return;

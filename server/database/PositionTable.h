@@ -15,6 +15,9 @@ public:
     bool Make();
     /// The last sequence that was written; 0 when none is known. Throws DatabaseError.
     quint64 Written(quint64 spool) const;
+    /// The same once a transaction that is changing it has ended: that of a server that was killed may still be under
+    /// way in the database. Notes the spool when it is not known.
+    quint64 WrittenForGood(quint64 spool) const;
     /// Within a transaction. Throws DatabaseError.
     void Note(SpoolPosition position) const;
     /// For a spool that has been emptied and will not come back. Throws DatabaseError.

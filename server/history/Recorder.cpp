@@ -181,6 +181,7 @@ Recorder::Recorder(int number, const HistoryDestination& destination, const Spoo
 {
     const auto reporter = std::make_shared<RecordingReport>(number, m_Waiting);
     const auto writer = std::make_shared<Writer>(destination, m_Waiting, reporter);
+    m_Waiting->MakeShelter();
     m_Keeper.emplace([waiting = m_Waiting, reporter](const std::stop_token& stop) {
         waiting->Keep(stop, [&] { reporter->Look(); });
         reporter->Finish();

@@ -17,6 +17,8 @@ public:
     /// Makes what is missing. Throws DescribedError.
     explicit PostgresTable(const HistoryDestination& destination);
 
+    quint64 Written(quint64 spool) const override { return Positions().WrittenForGood(spool); }
+
 private:
     using Clock = std::chrono::steady_clock;
 

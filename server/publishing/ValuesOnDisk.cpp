@@ -10,6 +10,7 @@ public:
     ValuesOnDisk(const QString& name, const SpoolSettings& settings, const QString& destination)
         : m_Waiting(std::make_shared<WaitingValues>(name, settings, destination, Durability::Process))
     {
+        m_Waiting->MakeShelter();
         m_Keeper.emplace([waiting = m_Waiting](const std::stop_token& stop) { waiting->Keep(stop, [] {}); });
     }
 

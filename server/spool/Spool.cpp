@@ -3,6 +3,7 @@
 #include "core/automation/Errors.h"
 #include "server/database/Database.h"
 #include "server/log/Log.h"
+#include "velsqllib/StateFolder.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -67,22 +68,24 @@ bool Spool::TakeOver()
                                      CurrentErrorDescription());
         }
     };
-    const std::lock_guard lock(m_Guard);
     attempt([&] {
         for (SpoolFolderRef& folder : SpoolFolder::LeftFor(m_Settings.Folder, m_Destination))
             attempt([&] { TakeOver(std::move(folder)); });
     });
+    const std::lock_guard lock(m_Guard);
     m_IsTakenOver = true;
     RemoveEmptyFolders();
     return isAll;
 }
 
-/// Whole or not at all: once the last values of a folder have been written, earlier ones count as written, too.
+/// Whole or not at all: once the last values of a folder have been written, earlier ones count as written, too. Whoever
+/// adds values does not wait while the files are looked through.
 void Spool::TakeOver(SpoolFolderRef folder)
 {
     std::vector<SpoolSegmentRef> segments;
     for (const QString& path : folder->Files())
         segments.push_back(std::make_shared<SpoolSegment>(path, folder->Spool()));
+    const std::lock_guard lock(m_Guard);
     // In front of what this server has added since.
     m_Segments.insert(std::ranges::find(m_Segments, m_Id, &SpoolSegment::Spool), segments.begin(), segments.end());
     for (const SpoolSegmentRef& segment : segments) m_Bytes += segment->Bytes();
@@ -112,6 +115,12 @@ bool Spool::HasEarlier() const
 {
     const std::lock_guard lock(m_Guard);
     return !m_IsTakenOver || !m_Earlier.empty();
+}
+
+std::unique_ptr<SharedTail> Spool::MakeTail() const
+{
+    MakePrivateFolder(m_Settings.Folder);
+    return std::make_unique<SharedTail>(m_Id, m_Settings.Folder, m_Destination);
 }
 
 void Spool::Append(quint64 first, std::span<const RecordedValue> values)

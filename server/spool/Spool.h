@@ -1,6 +1,7 @@
 #pragma once
 
 #include "server/database/HistoryDestination.h"
+#include "server/spool/SharedTail.h"
 #include "server/spool/SpoolFolder.h"
 #include "server/spool/SpoolSegment.h"
 
@@ -51,6 +52,8 @@ public:
     /// Whether there are values of earlier servers, as far as is known.
     bool HasEarlier() const;
 
+    /// Where this server's values can be put before they are added. Throws DescribedError.
+    std::unique_ptr<SharedTail> MakeTail() const;
     /// Adds values of this server. Where there is no room the oldest go. Throws DescribedError when there is none at
     /// all.
     void Append(quint64 first, std::span<const RecordedValue> values);

@@ -2,12 +2,17 @@
 
 #include "core/automation/Errors.h"
 #include "server/database/FolderNames.h"
+#include "server/spool/SharedTail.h"
+#include "server/spool/SpoolFrame.h"
 #include "velsqllib/StateFolder.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSaveFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
@@ -17,6 +22,8 @@ namespace {
 
 const QString s_DestinationFile = QStringLiteral("/destination");
 const QString s_LockFile = QStringLiteral("/lock");
+const QString s_Unfinished = QStringLiteral(".new"); // ends the name of a folder that nobody may take yet
+constexpr qint64 LongestMaking = 60'000;             // milliseconds
 
 [[noreturn]] void ThrowReason(const QString& path, const QString& reason)
 {
@@ -51,12 +58,33 @@ QStringList FoldersIn(const QString& root)
     return paths;
 }
 
+/// Milliseconds since 1970.
+qint64 TimeOf(const QString& path)
+{
+    return path.section(u'/', -1).section(u'-', 0, 0).toLongLong();
+}
+
+/// 0 when it is no spool's.
+quint64 SpoolOf(const QString& path)
+{
+    return path.section(u'-', -1).toULongLong(nullptr, 16);
+}
+
+/// Behind the files of earlier values. Values that are in one of these as well are read once.
+void Save(const QByteArray& frames, const QString& folder)
+{
+    QSaveFile file(folder + QStringLiteral("/%1-tail.values").arg(FrameHeader::Read(frames)->First, 20, 10, QChar(u'0')));
+    file.setDirectWriteFallback(false);
+    if (!file.open(QIODevice::WriteOnly) || file.write(frames) != frames.size() || !file.commit())
+        ThrowReason(file.fileName(), file.errorString());
+}
+
 /// Milliseconds since 1970, or later: the clock may have been set back since the last one was made.
 qint64 TimeOfNext(const QString& root)
 {
     const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
     const QStringList there = FoldersIn(root);
-    const qint64 last = there.isEmpty() ? 0 : there.last().section(u'/', -1).section(u'-', 0, 0).toLongLong();
+    const qint64 last = there.isEmpty() ? 0 : TimeOf(there.last());
     return std::max<qint64>(now.time_since_epoch().count(), last + 1);
 }
 
@@ -66,6 +94,13 @@ void Erase(const QString& path)
     QFile::remove(path + s_LockFile);
     QFile::remove(path + s_DestinationFile);
     QDir().rmdir(path);
+}
+
+/// What servers left that were killed while they made a folder.
+void EraseUnfinished(const QString& root, qint64 now)
+{
+    for (const QString& path : FoldersIn(root))
+        if (path.endsWith(s_Unfinished) && TimeOf(path) < now - LongestMaking) Erase(path);
 }
 
 /// -1 when another process holds it, or has just removed it. Throws DescribedError.
@@ -115,31 +150,60 @@ void SpoolFolder::Remove()
 SpoolFolderRef SpoolFolder::Make(const QString& root, quint64 spool, const QString& destination)
 {
     MakePrivateFolder(root);
+    const qint64 time = TimeOfNext(root);
+    EraseUnfinished(root, time);
+    return MakeAt(time, root, spool, destination);
+}
+
+SpoolFolderRef SpoolFolder::MakeAt(qint64 time, const QString& root, quint64 spool, const QString& destination)
+{
     const QString path =
-        root + QStringLiteral("/%1-%2").arg(TimeOfNext(root), 14, 10, QChar(u'0')).arg(spool, 16, 16, QChar(u'0'));
-    MakePrivateFolder(path);
+        root + QStringLiteral("/%1-%2").arg(time, 14, 10, QChar(u'0')).arg(spool, 16, 16, QChar(u'0'));
+    const QString unfinished = path + s_Unfinished;
+    MakePrivateFolder(unfinished);
     try {
-        const int lock = LockOf(path);
-        if (lock < 0) ThrowReason(path, QStringLiteral("it cannot be made"));
+        const int lock = LockOf(unfinished);
+        if (lock < 0) ThrowReason(unfinished, QStringLiteral("it cannot be made"));
         SpoolFolderRef folder(new SpoolFolder(path, spool, lock));
-        NoteDestination(path, destination);
+        NoteDestination(unfinished, destination);
+        // From now on others see it, locked and with its destination.
+        if (rename(QFile::encodeName(unfinished).constData(), QFile::encodeName(path).constData()) != 0)
+            ThrowReason(path, qt_error_string(errno));
         return folder;
     } catch (const DescribedError&) {
-        Erase(path); // it is tried again soon, with another one
+        Erase(unfinished); // it is tried again soon, with another one
         throw;
     }
 }
 
 SpoolFolderRef SpoolFolder::Open(const QString& path)
 {
-    bool isNumber = false;
-    const quint64 spool = path.section(u'-', -1).toULongLong(&isNumber, 16);
-    const int lock = isNumber ? LockOf(path) : -1;
-    return lock < 0 ? nullptr : SpoolFolderRef(new SpoolFolder(path, spool, lock));
+    const quint64 spool = SpoolOf(path);
+    const int lock = spool > 0 ? LockOf(path) : -1;
+    if (lock < 0) return nullptr;
+    return SpoolFolderRef(new SpoolFolder(path, spool, lock));
+}
+
+/// What only shared memory has of servers that were killed is put on disk.
+void SpoolFolder::RescueTails(const QString& root, const std::function<bool(const QString&)>& isWanted)
+{
+    for (const SharedTail::Left& left : SharedTail::LeftIn(root, isWanted)) {
+        if (!left.Frames.isEmpty()) {
+            const QStringList there = FoldersIn(root);
+            const auto path = std::ranges::find(there, left.Spool, SpoolOf);
+            // A new one goes in front of what servers have left that were started later.
+            const SpoolFolderRef folder =
+                path != there.end() ? Open(*path) : MakeAt(left.Begin, root, left.Spool, left.Destination);
+            if (!folder) continue; // another server looks at it; the next one finds the rest
+            Save(left.Frames, folder->Path());
+        }
+        left.Forget();
+    }
 }
 
 std::vector<SpoolFolderRef> SpoolFolder::LeftFor(const QString& root, const QString& destination)
 {
+    RescueTails(root, [&](const QString& of) { return of == destination; });
     std::vector<SpoolFolderRef> folders;
     for (const QString& path : FoldersIn(root)) {
         if (DestinationOf(path) != destination) continue;
@@ -159,6 +223,7 @@ QStringList SpoolFolder::LeftForOthers(const QString& root, const QStringList& d
     QStringList lines;
     QStringList folders;
     try {
+        RescueTails(root, [&](const QString& of) { return !destinations.contains(of); });
         folders = FoldersIn(root);
     } catch (const DescribedError& error) {
         lines.append(error.Description());

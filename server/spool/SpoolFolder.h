@@ -2,6 +2,7 @@
 
 #include <QString>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -31,6 +32,10 @@ public:
 
 private:
     SpoolFolder(QString path, quint64 spool, int lock);
+    /// `time`, in milliseconds since 1970, is its place among the others.
+    static std::unique_ptr<SpoolFolder> MakeAt(qint64 time, const QString& root, quint64 spool,
+                                               const QString& destination);
+    static void RescueTails(const QString& root, const std::function<bool(const QString&)>& isWanted);
     /// Null when another server holds it.
     static std::unique_ptr<SpoolFolder> Open(const QString& path);
 

@@ -27,8 +27,10 @@ struct FrameHeader
 };
 
 /// Consecutive values as they wait on disk: a frame stands for itself, so that one that is damaged costs no other.
-/// Values are kept as they are recorded, numbers as numbers and all others as texts.
+/// Values keep their types; objects are NULL.
 QByteArray EncodeFrame(quint64 first, std::span<const RecordedValue> values);
+/// The same into memory that is used again: what is in `frame` goes.
+void EncodeFrame(quint64 first, std::span<const RecordedValue> values, QByteArray& frame);
 
 /// Where a whole frame begins, at `at` or behind damage there; -1 when none does.
 qsizetype FindFrame(QByteArrayView bytes, qsizetype at);

@@ -5,6 +5,7 @@
 qint64 ValueInbox::Add(RecordedValue value)
 {
     const qint64 bytes = BytesOf(value);
+    if (!IsSheltered(value)) m_HasExposed = true;
     const std::lock_guard lock(m_Guard);
     m_Values.List.push_back(std::move(value));
     m_Values.Bytes += bytes;
@@ -13,6 +14,27 @@ qint64 ValueInbox::Add(RecordedValue value)
         m_HasCome.notify_all();
     }
     return m_Values.Bytes;
+}
+
+bool ValueInbox::IsSheltered(const RecordedValue& value)
+{
+    SharedTail* tail = m_Tail;
+    try {
+        return tail && tail->Add(m_Added + 1, value);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+void ValueInbox::Shelter(std::unique_ptr<SharedTail> tail)
+{
+    m_OwnTail = std::move(tail);
+    m_Tail = m_OwnTail.get();
+}
+
+void ValueInbox::NoteSafe(quint64 sequence)
+{
+    if (SharedTail* tail = m_Tail) tail->NoteSafe(sequence);
 }
 
 ValueInbox::Values ValueInbox::Take()

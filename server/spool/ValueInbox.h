@@ -1,7 +1,8 @@
 #pragma once
 
-#include "server/database/RecordedValue.h"
+#include "server/spool/SharedTail.h"
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <limits>
@@ -16,8 +17,16 @@ class ValueInbox
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Returns the memory that the values here take now, in bytes.
+    /// Returns the memory that the values here take now, in bytes. Called by one thread only.
     qint64 Add(RecordedValue value);
+
+    /// From now on values are put there as well, with their number from the beginning on as sequence.
+    void Shelter(std::unique_ptr<SharedTail> tail);
+    bool HasShelter() const { return m_Tail != nullptr; }
+    /// The values up to there need it no more.
+    void NoteSafe(quint64 sequence);
+    /// Whether values have come since the last call that the end of the process would take along.
+    bool TakeExposed() { return m_HasExposed.exchange(false); }
 
     struct Values
     {
@@ -34,8 +43,13 @@ public:
     static qint64 BytesOf(const RecordedValue& value);
 
 private:
+    bool IsSheltered(const RecordedValue& value);
+
     static constexpr quint64 Nobody = std::numeric_limits<quint64>::max();
 
+    std::unique_ptr<SharedTail> m_OwnTail;
+    std::atomic<SharedTail*> m_Tail = nullptr;
+    std::atomic<bool> m_HasExposed = false;
     std::mutex m_Guard;
     std::condition_variable_any m_HasCome;
     Values m_Values;

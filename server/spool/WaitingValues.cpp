@@ -12,8 +12,9 @@ constexpr auto UntilBatchIsTaken = 25ms; // time for it to fill
 /// A value that has not been written after this time is on disk after twice this time. That leaves a busy machine some
 /// time until the 0.2 s are over that the end of the process may cost.
 constexpr auto UntilSpooled = 35ms;
-/// What a killed server may lose, as it is promised.
+/// What a killed server may lose without shared memory, as it is promised.
 constexpr auto LongestUnsafe = 200ms;
+constexpr auto BetweenShelters = 60s;
 constexpr auto BetweenComplaints = 60s;
 constexpr auto RetryPause = 1000ms;
 /// What is on disk as well is kept in memory up to this size, so that a writer that is a little behind need not read.
@@ -70,6 +71,7 @@ void WaitingValues::Written(SpoolPosition position)
         m_Written = std::max(m_Written, position.Sequence);
         while (!m_Values.empty() && m_First <= m_Written) DropFront();
     }
+    m_Inbox.NoteSafe(m_Written);
     if (m_Values.empty()) m_Emptied.notify_all();
 }
 
@@ -87,8 +89,10 @@ void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()
     quint64 old = 1; // behind the values that were there at the last look
     auto oldAt = Clock::now();
     auto safeAt = oldAt; // what was there then is on disk or has been written
-    std::unique_lock lock(m_Guard);
+    std::unique_lock lock(m_Guard, std::defer_lock);
     while (!stop.stop_requested()) {
+        MakeShelter();
+        lock.lock();
         Collect();
         if (m_Values.empty()) {
             const quint64 begin = m_First - 1;
@@ -112,12 +116,13 @@ void WaitingValues::Keep(const std::stop_token& stop, const std::function<void()
         lock.unlock();
         bool hasKept = false;
         while (KeepSome(old)) hasKept = true;
-        if (hasKept && !hadProblem) SayIfLate(Clock::now() - safeAt);
+        const bool hasExposed = m_Inbox.TakeExposed();
+        if (hasKept && hasExposed && !hadProblem) SayIfLate(Clock::now() - safeAt);
         onLook();
-        lock.lock();
         safeAt = oldAt;
         std::tie(old, oldAt) = std::max(std::tuple(old, oldAt), std::tuple(end, endAt));
     }
+    lock.lock();
     Collect();
     lock.unlock();
     while (KeepSome(std::numeric_limits<quint64>::max())) {
@@ -223,11 +228,28 @@ bool WaitingValues::KeepSome(quint64 end)
     if (!problem.isEmpty()) return false;
     lock.lock();
     m_Kept = end - 1;
+    m_Inbox.NoteSafe(m_Kept);
     MakeRoom();
     const SpoolPosition written = {m_Spool.Id(), m_Written};
     lock.unlock();
     m_Spool.Written(written); // it may have been written in the meantime
     return true;
+}
+
+void WaitingValues::MakeShelter()
+{
+    if (m_Inbox.HasShelter() || Clock::now() < m_NextShelter) return;
+    m_NextShelter = Clock::now() + BetweenShelters;
+    QString problem;
+    try {
+        m_Inbox.Shelter(m_Spool.MakeTail());
+    } catch (...) {
+        problem = CurrentErrorDescription();
+    }
+    if (problem.isEmpty() || std::exchange(m_NoShelter, problem) == problem) return;
+    Log(LogLevel::Warning,
+        m_Name + QStringLiteral("When this server is killed the last values are lost with it, up to 0.2 s of them: ") +
+            problem);
 }
 
 void WaitingValues::SayIfLate(Clock::duration unsafe)

@@ -10,7 +10,8 @@
 #include <stop_token>
 
 /// The values that wait to be written to one destination, in order: filled by the event loop, emptied by the writer.
-/// They wait in memory for a moment only; what its database has not taken by then waits in the spool.
+/// They wait in memory for a moment only, where the end of the process does not reach them; what its database has not
+/// taken by then waits in the spool.
 class WaitingValues
 {
 public:
@@ -24,6 +25,8 @@ public:
     /// `name` stands in front of what is said in the log; the rest as Spool has it.
     WaitingValues(QString name, const SpoolSettings& settings, const QString& destination, Durability surviving);
 
+    /// Where values are safe from the end of the process. Before the first of them is added; Keep tries it again.
+    void MakeShelter();
     /// Never waits for a disk or a database.
     void Add(RecordedValue value);
 
@@ -77,4 +80,6 @@ private:
     QString m_Problem; ///< with the disk; empty while there is none
     Clock::time_point m_ProblemAt;
     Clock::time_point m_NextComplaint;
+    Clock::time_point m_NextShelter;
+    QString m_NoShelter; ///< why there is none
 };

@@ -1,6 +1,5 @@
 """Kills the server at random moments while clients write, and takes its database away in every way; then compares what
-clients saw acknowledged with what was recorded: nothing missing that is older than 0.2 s, nothing twice, nothing out of
-order.
+clients saw acknowledged with what was recorded: nothing missing, nothing twice, nothing out of order.
 
 usage: history_campaign.py [--kills N] [--database sqlite|postgres]... [--seed N]
                                                     (default: 1000 kills, shared by both; at other moments each time)

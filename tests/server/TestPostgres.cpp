@@ -1,6 +1,9 @@
+#include "server/postgreshistory/PostgresTable.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/server/DocTables.h"
 #include "tests/support/PostgresRun.h"
+
+#include <future>
 
 namespace {
 
@@ -132,6 +135,25 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     const QString sums = u"SELECT count(*) - max(item_value::int) AS a, count(DISTINCT item_value) - count(*) AS b, "
                          "min(item_value) AS c, max(item_value::int) >= 600 AS d FROM velsql_history"_s;
     EXPECT_EQ(AskedHistory(m_Settings).Ask(sums), u"a,b,c,d\n1,0,0,True") << "none is missing, none came twice";
+}
+
+TEST_F(PostgresTest, WhatAKilledServersTransactionStillDoesIsWaitedFor)
+{
+    AskedHistory history(m_Settings);
+    history.Record(u"A"_s, 1); // the tables are made
+    ASSERT_TRUE(history.Flush());
+    const DatabaseSession killed(DatabaseAddress(m_Database.ConnectionString()));
+    for (const QString& sequence : {u"5"_s, u"9"_s}) { // added, then changed
+        killed.Run(u"BEGIN; INSERT INTO velsql_positions VALUES (7, %1) ON CONFLICT (spool_id) "
+                   "DO UPDATE SET sequence = excluded.sequence"_s.arg(sequence));
+        auto written = std::async([&] { return PostgresTable(m_Settings.Destinations[0]).Written(7); });
+        EXPECT_TRUE(WaitUntil([&] {
+            return history.Ask(u"SELECT wait_event_type AS n FROM pg_stat_activity WHERE wait_event_type = 'Lock'"_s) ==
+                   u"n\nLock"_s;
+        }));
+        killed.Run(u"COMMIT"_s);
+        EXPECT_EQ(QString::number(written.get()), sequence);
+    }
 }
 
 TEST_F(PostgresTest, AStatementEndsWithWhoWaitsForIt)

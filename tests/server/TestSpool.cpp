@@ -1,12 +1,32 @@
 #include "core/automation/Errors.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/server/NoMoreFiles.h"
+#include "tests/server/ServerRun.h"
 
 #include <gtest/gtest.h>
 #include <QDirIterator>
 #include <QRegularExpression>
 
+#include <sys/wait.h>
+
 namespace {
+
+/// In a process of its own. Returns whether it came so far as to kill itself.
+bool Crashes(const std::function<void()>& work)
+{
+    const pid_t child = fork();
+    if (child == 0) {
+        work();
+        _exit(1);
+    }
+    int status = 0;
+    return waitpid(child, &status, 0) == child && WIFSIGNALED(status);
+}
+
+QString TailOf(quint64 spool)
+{
+    return u"/dev/shm/velsql-tail-%1"_s.arg(spool, 16, 16, QChar(u'0'));
+}
 
 /// A history whose database is away until LetIn.
 class SpoolTest : public ::testing::Test
@@ -66,6 +86,22 @@ protected:
 };
 
 } // namespace
+
+TEST(SpoolFrameTest, ValuesKeepTheirTypesAndWhatNobodyWroteIsDamage)
+{
+    const QStringList values = {u"0,"_s,      u"1,"_s,       u"2,-7"_s,          u"3,-2147483648"_s, u"4,1.5"_s,
+                                u"5,-0.1"_s,  u"6,12.3456"_s, u"7,2024-01-31"_s, u"8,\u00e4\u2713"_s, u"11,True"_s,
+                                u"16,-128"_s, u"17,255"_s,   u"18,65535"_s,      u"19,4294967295"_s, u"8,"_s,
+                                u"8204,{2,2},{8,}"_s};
+    std::vector<RecordedValue> recorded;
+    for (const QString& value : values) recorded.push_back({u"C"_s, value, ReadTypedText(value), TimeStamp(), 1});
+    QByteArray frame = EncodeFrame(5, recorded);
+    const auto decoded = DecodeFrame(frame);
+    ASSERT_TRUE(decoded);
+    for (const RecordedValue& value : *decoded)
+        EXPECT_EQ(WriteTypedText(value.Value), WriteTypedText(ReadTypedText(value.Item))) << value.Item.toStdString();
+    EXPECT_FALSE(DecodeFrame(frame.replace(frame.size() - 3, 1, "x")));
+}
 
 TEST_F(SpoolTest, WhatOneServerCouldNotWriteTheNextOnesDoOnceAndInOrder)
 {
@@ -170,4 +206,69 @@ TEST_F(SpoolTest, WithoutADiskValuesWaitInMemory)
     EXPECT_GT(written, 200'000);
     EXPECT_TRUE(log.contains(u" are written again; %1 were dropped meanwhile."_s.arg(count - written)))
         << log.toStdString();
+}
+
+TEST_F(SpoolTest, WhatOnlyMemoryHasOutlivesACrashOnceAndInOrder)
+{
+    constexpr quint64 count = 200'000; // several times what there is room for
+    const auto valueAt = [](quint64 sequence) {
+        const TimeStamp time{std::chrono::seconds(1'700'000'000) + std::chrono::milliseconds(sequence)};
+        return RecordedValue{u"PLC1"_s, u"A"_s, static_cast<qint32>(sequence), time};
+    };
+    const auto crash = [&](const QString& root) {
+        SpoolSettings settings = m_Settings.Spool;
+        settings.Folder = root;
+        Spool spool(settings, NameOf(m_Settings.Destinations[0]), Durability::Process);
+        const auto tail = spool.MakeTail();
+        quint64 sequence = 0;
+        while (tail->Add(sequence + 1, valueAt(sequence + 1))) ++sequence;
+        if (sequence < 50'000 || sequence > count / 2) return;
+        for (tail->NoteSafe(sequence); sequence < count; ++sequence) {
+            if (!tail->Add(sequence + 1, valueAt(sequence + 1))) return;
+            if (sequence % 1000 == 999) tail->NoteSafe(sequence - 499);
+        }
+        std::vector<RecordedValue> onDisk;
+        for (quint64 kept = count - 600; kept <= count - 400; ++kept) onDisk.push_back(valueAt(kept));
+        spool.Append(count - 600, onDisk); // and does not come to say so
+        raise(SIGKILL);
+    };
+    ASSERT_TRUE(Crashes([&] { crash(m_Settings.Spool.Folder); }));
+    const QString other = m_Folder.filePath(u"other"_s);
+    ASSERT_TRUE(Crashes([&] { crash(other); }));
+    const auto spoolIn = [](const QString& root) {
+        return QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot).value(0).section(u'-', -1).toULongLong(nullptr, 16);
+    };
+    const QString orphan = TailOf(spoolIn(other));
+    const QString rescued = TailOf(spoolIn(m_Settings.Spool.Folder));
+    EXPECT_TRUE(QFile::exists(orphan) && QFile::exists(rescued));
+    ASSERT_TRUE(QDir(other).removeRecursively());
+
+    EXPECT_EQ(Written(), u"8,601 601 199400 200000 0");
+    EXPECT_FALSE(QFile::exists(rescued));
+    EXPECT_FALSE(QFile::exists(orphan)) << "its spool's folder has been deleted";
+    EXPECT_EQ(QDir(m_Settings.Spool.Folder).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+}
+
+TEST_F(SpoolTest, WhatAClientSawAcknowledgedOutlivesTheServer)
+{
+    const QString plant = m_Folder.filePath(u"plant.toml"_s);
+    WriteFile(plant, "[[history.destination]]\nconnection = \"Database=" + m_Path.toUtf8() +
+                         "\"\n[[controller]]\nname = \"PLC1\"\n[[controller.item]]\nname = \"N\"\ntype = \"I4\"\n"
+                         "history = true\n");
+    RealServer server;
+    qint32 number = 0;
+    for (int round = 0; round < 4; ++round) {
+        server.Start({u"--plant"_s, plant});
+        TestClient client(server.SocketPath());
+        for (const qint32 end = number + 200; number < end; ++number) {
+            auto request = client.Item(u"N"_s).putValueRequest();
+            client.Set(request.initValue(), Variant(number));
+            Wait(request.send());
+        }
+        server.Kill();
+    }
+    QDir().rmdir(m_Path);
+    server.Start({u"--plant"_s, plant});
+    EXPECT_EQ(server.Terminate(), 0);
+    EXPECT_EQ(Written(), u"8,800 800 0 799 0");
 }
