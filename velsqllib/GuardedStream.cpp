@@ -2,8 +2,6 @@
 
 #include "velsqllib/WireLimits.h"
 
-#include <kj/vector.h>
-
 #include <algorithm>
 #include <capnp/rpc.capnp.h>
 
@@ -16,16 +14,10 @@ constexpr uint64_t LeastToRead = 4 * 1024 * 1024;
 /// elements and take no room for them, but whoever reads it would.
 kj::Own<capnp::MessageReader> Limited(kj::Own<capnp::MessageReader> message)
 {
-    kj::Vector<kj::ArrayPtr<const capnp::word>> segments;
-    size_t words = 0;
-    uint id = 0;
-    for (auto segment = message->getSegment(0); segment.begin(); segment = message->getSegment(++id)) {
-        segments.add(segment);
-        words += segment.size();
-    }
-    capnp::ReaderOptions options = WireReaderOptions(words);
+    MessageSegments segments(*message);
+    capnp::ReaderOptions options = WireReaderOptions(segments.Words);
     options.traversalLimitInWords = std::max(options.traversalLimitInWords, LeastToRead);
-    auto array = segments.releaseAsArray();
+    auto array = segments.All.releaseAsArray();
     auto limited = kj::heap<capnp::SegmentArrayMessageReader>(array, options);
     return limited.attach(kj::mv(array), kj::mv(message));
 }

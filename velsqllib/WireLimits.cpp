@@ -22,18 +22,20 @@ capnp::ReaderOptions WireReaderOptions(std::size_t words)
     return options;
 }
 
+MessageSegments::MessageSegments(capnp::MessageReader& message)
+{
+    for (uint n = 0; message.getSegment(n).begin() != nullptr; Words += All[n++].size()) All.add(message.getSegment(n));
+}
+
 bool LeadsToItsDataOnce(capnp::MessageReader& message)
 {
-    kj::Vector<kj::ArrayPtr<const capnp::word>> segments;
-    std::size_t words = 0;
-    for (uint n = 0; message.getSegment(n).begin() != nullptr; words += segments[n++].size())
-        segments.add(message.getSegment(n));
+    const MessageSegments segments(message);
     // By a reader of its own, so that looking takes nothing from what may be read afterwards.
     capnp::ReaderOptions options = WireReaderOptions();
-    options.traversalLimitInWords = 2 * words + 4096;
+    options.traversalLimitInWords = 2 * segments.Words + 4096;
     try {
-        capnp::SegmentArrayMessageReader look(segments, options);
-        return look.getRoot<capnp::AnyPointer>().targetSize().wordCount <= words;
+        capnp::SegmentArrayMessageReader look(segments.All, options);
+        return look.getRoot<capnp::AnyPointer>().targetSize().wordCount <= segments.Words;
     } catch (const kj::Exception&) {
         return false;
     }

@@ -51,7 +51,7 @@ void Line::Connection::Run()
                                        [&] { return (step = Next()).has_value() || NextTime() < until; });
             if (!step) continue;
         }
-        if (m_Core->Settings.Connections > 1) m_Core->Changed.notify_one(); // there may be more to do
+        if (m_Core->Settings.Connections > 1) m_Core->Changed.notify_all(); // there may be more to do
         lock.unlock();
         Do(*step);
     }

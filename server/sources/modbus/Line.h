@@ -41,7 +41,7 @@ public:
     auto With(Action action)
     {
         const std::lock_guard lock(m_Core->Guard);
-        m_Core->Changed.notify_one();
+        m_Core->Changed.notify_all(); // one alone might be a connection that rests
         return action();
     }
 
