@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cerrno>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -81,6 +82,7 @@ QByteArray SharedTail::Layout::UnsafeFrames() const
 namespace {
 
 constexpr char Prefix[] = "velsql-tail-";
+constexpr time_t LongestMaking = 60; // seconds
 
 /// As shm_open has it.
 QByteArray NameOf(quint64 spool)
@@ -136,9 +138,14 @@ public:
         auto opened = std::make_unique<Mapping>(file);
         struct stat status = {};
         if (fstat(opened->m_File, &status) != 0) ThrowReason(errno);
-        if (status.st_uid != geteuid() || status.st_size != off_t{sizeof(Layout)}) return nullptr;
-        opened->Map();
-        return opened->m_Layout->Known == Layout::Mark ? std::move(opened) : nullptr;
+        const bool isOurs = status.st_uid == geteuid();
+        const bool hasRoom = status.st_size == off_t{sizeof(Layout)};
+        if (!isOurs || (!hasRoom && status.st_size > 0)) return nullptr;
+        if (hasRoom) opened->Map();
+        if (hasRoom && opened->m_Layout->Known == Layout::Mark) return opened;
+        // Its server was killed in the making.
+        if (status.st_ctime < time(nullptr) - LongestMaking && opened->IsUnused()) shm_unlink(name.constData());
+        return nullptr;
     }
 
     Layout& Memory() const { return *m_Layout; }
