@@ -118,7 +118,7 @@ public:
         auto made =
             std::make_unique<Mapping>(shm_open(name.constData(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
         try {
-            made->IsUnused();
+            made->Hold();
             // What is not reserved would end the process when it is used.
             if (const int problem = posix_fallocate(made->m_File, 0, off_t{sizeof(Layout)}); problem != 0)
                 ThrowReason(problem);
@@ -144,13 +144,13 @@ public:
         if (hasRoom) opened->Map();
         if (hasRoom && opened->m_Layout->Known == Layout::Mark) return opened;
         // Its server was killed in the making.
-        if (status.st_ctime < time(nullptr) - LongestMaking && opened->IsUnused()) shm_unlink(name.constData());
+        if (status.st_ctime < time(nullptr) - LongestMaking && opened->Hold()) shm_unlink(name.constData());
         return nullptr;
     }
 
     Layout& Memory() const { return *m_Layout; }
-    /// By any other process. From then on it is used by this one.
-    bool IsUnused() const { return flock(m_File, LOCK_EX | LOCK_NB) == 0; }
+    /// Returns false when another process holds it.
+    bool Hold() const { return flock(m_File, LOCK_EX | LOCK_NB) == 0; }
 
 private:
     void Map()
@@ -240,7 +240,7 @@ std::vector<SharedTail::Left> SharedTail::LeftIn(const QString& root,
         const bool isHere = layout.Root.Get() == path;
         const bool isOrphan = !isHere && !QFileInfo::exists(layout.Root.Get());
         const bool isAsked = isOrphan || (isHere && isWanted(layout.Destination.Get()));
-        if (!isAsked || !mapping->IsUnused()) continue;
+        if (!isAsked || !mapping->Hold()) continue;
         Left left(spool, std::move(mapping));
         if (isOrphan) left.Forget();
         else all.push_back(std::move(left));

@@ -1,6 +1,7 @@
 #include "server/spool/SpoolFrame.h"
 
 #include "core/automation/ValueTypes.h"
+#include "server/database/SqlValue.h"
 #include "velsqllib/ValueText.h"
 
 #include <QDataStream>
@@ -127,6 +128,24 @@ Variant FromBits(VarType type, qint64 bits)
     });
 }
 
+/// Empty for elements that have no text by which they could be read again, such as objects and dates far away.
+std::optional<QString> TypedTextOf(const Variant& array)
+{
+    try {
+        const QString text = WriteTypedText(array);
+        ReadTypedText(text);
+        return text;
+    } catch (const ValueError&) {
+        return std::nullopt;
+    }
+}
+
+void WriteArray(FrameOut& out, const Variant& array, qint32 state)
+{
+    const auto typed = TypedTextOf(array);
+    out << static_cast<quint8>((typed ? Typed : Text) | (state << 4)) << (typed ? *typed : ToSql(array).toString());
+}
+
 void WriteValue(FrameOut& out, const Variant& value, qint32 state)
 {
     const auto begin = [&](Kind kind) -> FrameOut& { return out << static_cast<quint8>(kind | (state << 4)); };
@@ -136,7 +155,7 @@ void WriteValue(FrameOut& out, const Variant& value, qint32 state)
             else if constexpr (std::is_same_v<T, qint32>) begin(Integer) << qint64{payload};
             else if constexpr (std::is_same_v<T, double>) begin(Real) << payload;
             else if constexpr (std::is_same_v<T, QString>) begin(Text) << payload;
-            else if constexpr (std::is_same_v<T, SafeArrayRef>) begin(Typed) << WriteTypedText(value);
+            else if constexpr (std::is_same_v<T, SafeArrayRef>) WriteArray(out, value, state);
             else begin(Scalar) << value.Type() << BitsOf(payload);
         },
         value.Data());

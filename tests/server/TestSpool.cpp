@@ -96,6 +96,8 @@ TEST(SpoolFrameTest, ValuesKeepTheirTypesAndWhatNobodyWroteIsDamage)
     std::vector<RecordedValue> recorded;
     for (const QString& value : values) recorded.push_back({u"C"_s, value, ReadTypedText(value), TimeStamp(), 1});
     QByteArray frame = EncodeFrame(5, recorded);
+    const RecordedValue farAway{u"C"_s, u"I"_s, Variant(SafeArray(QList<Date>{Date{1e9}})), TimeStamp(), 0};
+    EXPECT_TRUE(DecodeFrame(EncodeFrame(1, std::span(&farAway, 1)))) << "what has no text as a date";
     const auto decoded = DecodeFrame(frame);
     ASSERT_TRUE(decoded);
     for (const RecordedValue& value : *decoded)
