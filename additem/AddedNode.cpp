@@ -9,6 +9,10 @@
 
 namespace {
 
+constexpr qint16 LastPosition = std::numeric_limits<qint16>::max();
+/// No more of the server's names are needed to tell where an item stands.
+constexpr quint32 NamesNeeded = LastPosition + 1;
+
 /// Where the server has the new item, and who stands before it; before the first one nobody does, but there is another
 /// one behind it.
 struct ServerPlace
@@ -21,17 +25,18 @@ ServerPlace PlaceOf(const QString& name, const TextList& names)
 {
     qint16 position = 0;
     for (; position < names.Count() && names[position] != name; ++position)
-        if (position == std::numeric_limits<qint16>::max()) throw ValueError::Overflow();
+        if (position == LastPosition) throw ValueError::Overflow();
     const qsizetype neighbour = position > 0 ? position - 1 : 1;
     if (neighbour >= names.Count()) return {position, {}};
     return {position, names[neighbour].toString()};
 }
 
-/// The row of the controller's item with this name. Only the controller's own nodes are searched: names may hold
-/// backslashes, so a node below another controller may have the same key.
-std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name)
+/// The row of the controller's item with this name, which may be `expected`. Only the controller's own nodes are
+/// searched: names may hold backslashes, so a node below another controller may have the same key.
+std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name, int expected)
 {
     const auto& children = controllerNode->Children();
+    if (expected < controllerNode->ChildCount() && controllerNode->Child(expected)->TextView() == name) return expected;
     const auto found = std::find_if(children.begin(), children.end(),
                                     [&](const TreeNodeRef& child) { return child->TextView() == name; });
     return found == children.end() ? std::nullopt : std::optional(static_cast<int>(found - children.begin()));
@@ -40,7 +45,7 @@ std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name)
 int RowOfNeighbour(const TreeNodeRef& controllerNode, const ServerPlace& place)
 {
     if (!place.Neighbour) throw ValueError::SubscriptOutOfRange();
-    if (const auto row = RowOf(controllerNode, *place.Neighbour)) return *row;
+    if (const auto row = RowOf(controllerNode, *place.Neighbour, std::max(place.Position - 1, 0))) return *row;
     throw ValueError(QStringLiteral("The object tree has no node \"%1\".")
                          .arg(controllerNode->Key() + TreeNode::PathSeparator + *place.Neighbour));
 }
@@ -48,7 +53,7 @@ int RowOfNeighbour(const TreeNodeRef& controllerNode, const ServerPlace& place)
 /// The server may have lost an item whose node is still in the tree. Two nodes of one name would share one key.
 void RefuseSecondNode(const TreeNodeRef& controllerNode, const QString& name)
 {
-    if (const auto row = RowOf(controllerNode, name))
+    if (const auto row = RowOf(controllerNode, name, 0))
         throw ValueError(
             QStringLiteral("The object tree has a node \"%1\" already.").arg(controllerNode->Child(*row)->Key()));
 }
@@ -59,7 +64,7 @@ TreeNodeRef InsertAddedNode(ObjectTreeModel& tree, const TreeNodeRef& controller
                             const QString& name)
 {
     ServerPlace place{};
-    controller.UseItemNames([&](const TextList& names) { place = PlaceOf(name, names); });
+    controller.UseItemNames(NamesNeeded, [&](const TextList& names) { place = PlaceOf(name, names); });
     const qint32 count = controller.get_Count();
     if (!controllerNode->IsInTree())
         throw ValueError(QStringLiteral("The object tree has no node \"%1\" any more.").arg(controllerNode->Key()));

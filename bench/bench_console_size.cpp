@@ -143,15 +143,20 @@ struct Finding
 bool MeasureFinding(frmMDI& console, const TreeNodeRef& largest)
 {
     const QString last = largest->Child(largest->ChildCount() - 1)->Text();
+    const QString middle = largest->Child(largest->ChildCount() / 2)->Text();
     console.findChild<FindBar*>(u"fraFind"_s)->Open();
-    Finding(console, last.left(5)).Print("a beginning that all have, which opens a controller");
+    const Finding opening(console, middle);
+    opening.Print("a name in the middle, which opens the controller");
     QApplication::processEvents();
     const Finding whole(console, last), all(console, last.left(4)), none(console, u"no such name"_s);
     whole.Print("the last name of all");
     all.Print("a beginning that all have");
     none.Print("what is nowhere");
     const double holdMs = std::max({whole.LongestHoldMs, all.LongestHoldMs, none.LongestHoldMs});
-    return Figures::PrintRatio(u"longest hold of the event loop by finding / 10 ms"_s, holdMs / 10, 1.0);
+    // The view makes a place for each row: a tenth of a second is what an operator notices.
+    const bool kept =
+        Figures::PrintRatio(u"hold by a find that opens a controller / 100 ms"_s, opening.LongestHoldMs / 100, 1.0);
+    return Figures::PrintRatio(u"longest hold of the event loop by finding / 10 ms"_s, holdMs / 10, 1.0) && kept;
 }
 
 /// Prints what one console takes; the last controller is the largest.
@@ -187,6 +192,7 @@ int RunConsole(const QString& socket, qint64 server, qint64 readyNs)
     kept &= Figures::PrintRatio(u"a window in the largest controller / in the first"_s, showLargeMs / showMs, 2.0);
     kept &= Figures::PrintRatio(u"a node that comes and goes there / 10 ms"_s, goesLargeMs / 10, 1.0);
     kept &= Figures::PrintRatio(u"AddItem / 10 ms"_s, addition.AddItemMs / 10, 1.0);
+    kept &= Figures::PrintRatio(u"its node / 50 ms"_s, addition.NodeMs / 50, 1.0);
     kept &= Figures::PrintRatio(u"RemoveItem / 10 ms"_s, addition.RemoveMs / 10, 1.0);
     std::printf("  memory at the end %.0f MB\n", Figures::MemoryOf(self).Resident);
     return kept ? 0 : 1;

@@ -170,7 +170,7 @@ QModelIndex ObjectTreeModel::IndexOf(const TreeNodeRef& node) const
 
 QModelIndex ObjectTreeModel::index(int row, int column, const QModelIndex& parent) const
 {
-    if (!hasIndex(row, column, parent)) return {};
+    if (row < 0 || column != 0 || row >= ObjectTreeModel::rowCount(parent)) return {};
     const TreeNode* node =
         parent.isValid() ? NodeOf(parent)->Children()[static_cast<std::size_t>(row)].get() : m_Root.get();
     return createIndex(row, column, node);
@@ -210,8 +210,9 @@ QVariant ObjectTreeModel::data(const QModelIndex& index, int role) const
 
 Qt::ItemFlags ObjectTreeModel::flags(const QModelIndex& index) const
 {
-    const Qt::ItemFlags flags = QAbstractItemModel::flags(index);
-    return index.isValid() && IsItem(*NodeOf(index)) ? flags | Qt::ItemIsDragEnabled : flags;
+    constexpr Qt::ItemFlags Node = Qt::ItemIsSelectable | Qt::ItemIsEnabled;
+    if (!index.isValid()) return {};
+    return IsItem(*NodeOf(index)) ? Node | Qt::ItemIsDragEnabled | Qt::ItemNeverHasChildren : Node;
 }
 
 QStringList ObjectTreeModel::mimeTypes() const

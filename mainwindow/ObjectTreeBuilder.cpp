@@ -15,7 +15,8 @@ namespace {
 void AddController(ObjectTreeModel& tree, const QString& name)
 {
     const TreeNodeRef node = tree.Append(modMain::EngineNode, name, NodeTag::Controller);
-    Engine->get_Controller(name)->UseItemNames([&](const TextList& names) { tree.Append(node, names, NodeTag::Item); });
+    Engine->get_Controller(name)->UseItemNames(VelSQLController::AllItems,
+                                               [&](const TextList& names) { tree.Append(node, names, NodeTag::Item); });
 }
 
 /// Many are asked for together. The first failure ends it.
@@ -32,7 +33,10 @@ void AddControllers(ObjectTreeModel& tree, VelSQLLib& server)
                 failure = std::current_exception();
             }
         };
-        steps << CallStep{[name] { Engine->get_Controller(name)->UseItemNames([](auto&&) {}); }, add};
+        const auto foresee = [name] {
+            Engine->get_Controller(name)->UseItemNames(VelSQLController::AllItems, [](auto&&) {});
+        };
+        steps << CallStep{foresee, add};
     }
     for (qsizetype added = 0; added < steps.size() && !failure;) added += server.TakeSteps(steps, added);
     if (failure) std::rethrow_exception(failure);

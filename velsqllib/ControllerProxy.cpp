@@ -61,15 +61,19 @@ Variant ControllerProxy::get_ItemNames()
     return Call(&WireClient::getItemNamesRequest);
 }
 
-void ControllerProxy::UseItemNames(const std::function<void(const TextList& names)>& use)
+void ControllerProxy::UseItemNames(quint32 most, const std::function<void(const TextList& names)>& use)
 {
+    // An older server answers more than these.
+    const auto useFirst = [&](const TextList& names) { use(most == AllItems ? names : names.First(most)); };
     const auto take = [&](wire::Value::Reader names) {
         if (!names.isArray() || !names.getArray().isBstr())
-            return use(TextList::Of(ReadValue(names, Objects()).Array().Of<QString>()));
+            return useFirst(TextList::Of(ReadValue(names, Objects()).Array().Of<QString>()));
         const auto texts = names.getArray().getBstr();
-        use({texts.size(), [&](qsizetype at) { return ViewOfWireText(texts[static_cast<uint>(at)]); }});
+        useFirst({texts.size(), [&](qsizetype at) { return ViewOfWireText(texts[static_cast<uint>(at)]); }});
     };
-    Call(&WireClient::getItemNamesRequest, NoArguments, ResultInPlace<decltype(take)>{take});
+    Call(
+        &WireClient::getItemNamesRequest, [&](auto& request) { request.setMost(most); },
+        ResultInPlace<decltype(take)>{take});
 }
 
 qint32 ControllerProxy::get_ScanTimes(qint32 index)

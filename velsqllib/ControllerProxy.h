@@ -19,7 +19,7 @@ public:
     qint32 get_Count() override;
     qint32 get_Index() override;
     Variant get_ItemNames() override;
-    void UseItemNames(const std::function<void(const TextList& names)>& use) override;
+    void UseItemNames(quint32 most, const std::function<void(const TextList& names)>& use) override;
     qint32 get_ScanTimes(qint32 index) override;
     qint32 get_State() override;
     Variant get_Tag() override;

@@ -140,7 +140,8 @@ interface Controller {
   execute @7 (command :Text16, parameter :Value) -> (result :Value);
   getCount @8 () -> (result :Int32);
   getIndex @9 () -> (result :Int32);
-  getItemNames @10 () -> (result :Value);
+  getItemNames @10 (most :UInt32) -> (result :Value);
+  # The first so many; 0 are all. Servers that do not know it answer all.
   getScanTimes @11 (index :Int32) -> (result :Int32);
   getState @12 () -> (result :Int32);
   getTag @13 () -> (result :Value);

@@ -18,10 +18,11 @@ FoundItem VelSQLEngine::FindItem(const QString& controllerName, const QString& i
     return {controller, controller->get_Item(Variant(itemName))};
 }
 
-void VelSQLController::UseItemNames(const std::function<void(const TextList& names)>& use)
+void VelSQLController::UseItemNames(quint32 most, const std::function<void(const TextList& names)>& use)
 {
     const Variant names = get_ItemNames();
-    use(TextList::Of(names.Array().Of<QString>()));
+    const QList<QString>& texts = names.Array().Of<QString>();
+    use(TextList::Of(texts).First(most == AllItems ? texts.size() : most));
 }
 
 VelSQLLib::~VelSQLLib() = default;

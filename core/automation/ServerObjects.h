@@ -93,9 +93,10 @@ public:
     virtual qint32 get_Index() = 0;
     /// An array of texts: the names of the controller's items, in the server's order.
     virtual Variant get_ItemNames() = 0;
-    /// get_ItemNames, and the names are used where the answer stands. Throws also what `use` throws, and ValueError when
-    /// the answer is no array of texts.
-    virtual void UseItemNames(const std::function<void(const TextList& names)>& use);
+    static constexpr quint32 AllItems = 0;
+    /// get_ItemNames, and the names are used where the answer stands: the first `most` of them, or AllItems. Throws also
+    /// what `use` throws, and ValueError when the answer is no array of texts.
+    virtual void UseItemNames(quint32 most, const std::function<void(const TextList& names)>& use);
     /// Milliseconds; `index` is 0, 1 or 2.
     virtual qint32 get_ScanTimes(qint32 index) = 0;
     /// See StateName.

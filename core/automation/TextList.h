@@ -2,6 +2,7 @@
 
 #include <QStringList>
 
+#include <algorithm>
 #include <functional>
 
 /// Texts wherever they stand, for the time of the call that hands them on: of a million names no copy is made.
@@ -19,6 +20,9 @@ public:
     {
         return {texts.size(), [&texts](qsizetype at) { return QStringView(texts[at]); }};
     }
+
+    /// The first so many; all where there are no more.
+    TextList First(qsizetype most) const { return {std::min(most, m_Count), m_At}; }
 
     qsizetype Count() const { return m_Count; }
     QStringView operator[](qsizetype at) const { return m_At(at); }

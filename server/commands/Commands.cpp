@@ -58,16 +58,18 @@ kj::Promise<Variant> Commands::ExecuteOnController(PlantController& controller, 
     return Execute({CommandText(command), &controller, parameter});
 }
 
-QStringList Commands::ListedItems(const PlantController& controller) const
+QStringList Commands::ListedItems(const PlantController& controller, qsizetype most) const
 {
-    QStringList names;
-    for (const PlantItemRef& item : controller.Items()) names.append(item->Name());
     const QString wrong = m_WrongLists.value(controller.Name());
+    const qsizetype listed = wrong.isEmpty() ? std::min(most, controller.Items().size()) : controller.Items().size();
+    QStringList names;
+    names.reserve(listed);
+    for (qsizetype at = 0; at < listed; ++at) names.append(controller.Items()[at]->Name());
     if (names.isEmpty() || wrong.isEmpty()) return names;
     if (wrong == QStringLiteral("missing")) names.removeLast();
     else if (wrong == QStringLiteral("renamed")) names.last() += QStringLiteral(" renamed");
     else std::reverse(names.begin(), names.end());
-    return names;
+    return names.first(std::min(most, names.size()));
 }
 
 kj::Promise<Variant> Commands::Execute(Order order)

@@ -28,7 +28,7 @@ public:
     kj::Promise<Variant> ExecuteOnEngine(const QString& command) override;
     kj::Promise<Variant> ExecuteOnController(PlantController& controller, const QString& command,
                                              const Variant& parameter) override;
-    QStringList ListedItems(const PlantController& controller) const override;
+    QStringList ListedItems(const PlantController& controller, qsizetype most) const override;
 
 private:
     /// A command, and where it was given.

@@ -76,7 +76,9 @@ kj::Promise<void> ControllerServer::getIndex(GetIndexContext context)
 
 kj::Promise<void> ControllerServer::getItemNames(GetItemNamesContext context)
 {
-    const QStringList names = m_Services.Commands.ListedItems(*m_Controller);
+    const quint32 most = context.getParams().getMost();
+    const QStringList names =
+        m_Services.Commands.ListedItems(*m_Controller, most > 0 ? most : m_Controller->Items().size());
     WriteValue(TextArray(names), context.getResults().initResult(), m_Services.Objects);
     return kj::READY_NOW;
 }

@@ -15,8 +15,8 @@ public:
     virtual kj::Promise<Variant> ExecuteOnEngine(const QString& command) = 0;
     virtual kj::Promise<Variant> ExecuteOnController(PlantController& controller, const QString& command,
                                                      const Variant& parameter) = 0;
-    /// The names that a controller's list of items shows.
-    virtual QStringList ListedItems(const PlantController& controller) const = 0;
+    /// The names that a controller's list of items shows, the first `most` of them.
+    virtual QStringList ListedItems(const PlantController& controller, qsizetype most) const = 0;
 
 protected:
     ~CommandHandler() = default;

@@ -80,9 +80,11 @@ public:
     {
         return Read(Wait(Item(item, controller).getValueRequest().send()).getResult());
     }
-    QStringList ItemNames(const QString& controller = u"PLC1"_s)
+    QStringList ItemNames(const QString& controller = u"PLC1"_s, quint32 most = 0)
     {
-        return Read(Wait(Controller(controller).getItemNamesRequest().send()).getResult()).Array().Of<QString>();
+        auto request = Controller(controller).getItemNamesRequest();
+        request.setMost(most);
+        return Read(Wait(request.send()).getResult()).Array().Of<QString>();
     }
     /// A command of the engine, and below a statement, whose answer nobody waits for yet.
     auto Start(const QString& command)

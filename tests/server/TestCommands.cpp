@@ -28,6 +28,7 @@ TEST(Commands, AnswerOrSayWhatIsWrong)
     for (const auto& [how, list] : lists) {
         client.Execute(u"list PLC1 "_s + how);
         EXPECT_EQ(client.ItemNames(), list) << how.toStdString();
+        EXPECT_EQ(client.ItemNames(u"PLC1"_s, 1), list.first(1)) << how.toStdString();
     }
     EXPECT_EQ(OutcomeOf([&] { return client.Execute(u"terminate"_s); }), u"0") << "before the server ends";
     EXPECT_TRUE(WaitUntil([&] { return server.HasEnded(); }));

@@ -32,6 +32,12 @@ struct Controller : wire::Controller::Server
     {
         return call.getResults().setResult(kj::heap<Item>()), kj::READY_NOW;
     }
+    kj::Promise<void> getItemNames(GetItemNamesContext call) override
+    {
+        auto names = call.getResults().initResult().initArray().initBstr(2);
+        names.set(0, Bytes(u"D100"));
+        return names.set(1, Bytes(u"D200")), kj::READY_NOW;
+    }
 };
 
 struct Engine : wire::Engine::Server

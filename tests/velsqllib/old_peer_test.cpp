@@ -31,6 +31,9 @@ TEST(OldServer, IsAskedCallByCallForWhatItKnowsAndSaidToBeOlder)
                                    {[&] { item->get_Value(); }, [&] { value = item->get_Value(); }}};
     EXPECT_EQ(library.TakeSteps(steps, 0) + library.TakeSteps(steps, 1), 2);
     EXPECT_EQ(name + WriteTypedText(value), u"D1003,25");
+    for (const quint32 most : {1U, VelSQLController::AllItems}) // the older server always answers both names
+        engine->get_Controller(u"PLC1"_s)->UseItemNames(
+            most, [&](const TextList& names) { EXPECT_EQ(names.Count(), most == 1 ? 1 : 2); });
     EXPECT_EQ(OutcomeOf([&] { engine->get_History()->ReadRaw({}, {}, {}, false, 1, {}); }),
               u"The server is too old for this operation.");
     EXPECT_TRUE(library.VersionNote().startsWith(u"The server is older than this program, "));
