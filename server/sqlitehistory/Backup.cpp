@@ -4,6 +4,7 @@
 #include "server/sqlitehistory/PartitionFolder.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstdio>
@@ -35,10 +36,11 @@ void RefuseWhileTakenOver(const SqliteConnection& backup, const QString& databas
     backup.Run("DETACH source");
 }
 
+/// A file, or a folder's names, which some file systems keep without being asked.
 void WriteToDisk(const QString& path)
 {
     const int file = open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    const bool isThere = file >= 0 && fsync(file) == 0;
+    const bool isThere = file >= 0 && (fsync(file) == 0 || errno == EINVAL);
     if (file >= 0) close(file);
     if (!isThere) throw DescribedError(QStringLiteral("%1 could not be written to the disk.").arg(path));
 }
@@ -71,6 +73,7 @@ qint64 BackUpHistory(const HistoryDestination& from, const QString& path)
         // Not by Qt, which would make another copy where it cannot rename, one that has not reached the disk.
         if (std::rename(QFile::encodeName(unfinished).constData(), QFile::encodeName(path).constData()) != 0)
             throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(path, qt_error_string(errno)));
+        WriteToDisk(QFileInfo(path).path());
         return rows;
     } catch (...) {
         QFile::remove(unfinished);

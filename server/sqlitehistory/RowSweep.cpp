@@ -95,7 +95,8 @@ bool RowSweep::ComesLater(const RowQuery& query, const Stop& stop, const Stop& o
     // What has not been looked into may hold rows that come first.
     if (!stop.Rows || !other.Rows) return stop.Rows && !other.Rows;
     const int texts = CompareTexts(stop.Rows->Row(), other.Rows->Row());
-    return texts != 0 ? (texts > 0) != query.IsDescending : place(stop) > place(other);
+    if (texts != 0) return (texts > 0) != query.IsDescending;
+    return query.IsDescending ? place(stop) < place(other) : place(stop) > place(other);
 }
 
 qint64 RowSweep::KeyOf(const Chunk& range) const
@@ -198,6 +199,8 @@ void RowSweep::Load(const std::shared_ptr<Open>& partition, const Chunk& chunk)
         if (m_Query.IsDescending) return key != otherKey ? key > otherKey : CompareTexts(row, other) > 0;
         return key != otherKey ? key < otherKey : CompareTexts(row, other) < 0;
     };
+    // Of the rows of one time the one recorded last comes first then.
+    if (m_Query.IsDescending) std::reverse(loaded->Order.begin(), loaded->Order.end());
     if (m_Query.By != RowQuery::Order::None) std::stable_sort(loaded->Order.begin(), loaded->Order.end(), isEarlier);
     loaded->From = partition;
     loaded->Chunk = chunk.Number;

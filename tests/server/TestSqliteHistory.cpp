@@ -102,6 +102,21 @@ TEST_F(SqliteHistoryTest, AnswersAndChangesAsAPlainTable)
     }
 }
 
+TEST_F(SqliteHistoryTest, OfOneTimeTheLastRecordedIsTheNewest)
+{
+    AskedHistory history(m_Settings);
+    const auto insert = [&](int value) {
+        history.Ask(u"INSERT INTO velsql_history VALUES ('P', 'S', %1, '2024-01-31 00:00:30')"_s.arg(value));
+    };
+    for (const int value : {3, 1}) insert(value);
+    RecordMany(history); // in other chunks than what comes before and behind
+    for (const int value : {2, 4}) insert(value);
+    for (const auto& [order, values] : {std::pair(u"item_time"_s, u"3,1,2,4"_s), {u"item_time DESC"_s, u"4,2,1,3"_s}})
+        EXPECT_EQ(history.Ask(u"SELECT group_concat(item_value) AS all_values FROM (SELECT item_value FROM "
+                              "velsql_history WHERE item_name = 'S' ORDER BY %1)"_s.arg(order)),
+                  u"all_values\n"_s + values);
+}
+
 TEST_F(SqliteHistoryTest, PartsThatAreGoneOrDamagedCostOnlyThemselves)
 {
     {
