@@ -108,7 +108,8 @@ TEST_F(Robustness, ListsOfCallsThatMakeNoSense)
         write(request);
         const QString outcome = OutcomeOf([&] {
             QStringList texts;
-            for (const auto one : Wait(request.send()).getOutcomes())
+            const auto answer = Wait(request.send());
+            for (const auto one : answer.getOutcomes())
                 texts << (one.isSkipped() ? u"skipped"_s : QString::fromUtf8(one.getFailure().cStr()));
             return texts.join(u'|');
         });

@@ -270,7 +270,8 @@ REPLACED int pthread_cond_broadcast(pthread_cond_t* condition) noexcept
     return 0;
 }
 
-REPLACED long syscall(long number, ...) noexcept
+/// Of the six arguments only those that the call has are there; the others are passed on as they stand.
+REPLACED [[gnu::no_sanitize_address]] long syscall(long number, ...) noexcept
 {
     static const auto real = Real(&syscall, "syscall");
     long arguments[6];
