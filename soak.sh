@@ -10,9 +10,10 @@ case ${1-} in
         echo "                                       keys and clicks at random while the server dies, hangs and comes"
         echo "                                       back with another plant (default: 1000 rounds)"
         echo "       ./soak.sh --faults [STAGE...]   what hostile clients and broken files do to the programs"
-        echo "       ./soak.sh --anomalies [--scenario NAME]... [--at N [--lasting]] [KIND...]"
+        echo "       ./soak.sh --anomalies [--asan] [--scenario NAME]... [--at N [--lasting]] [KIND...]"
         echo "                                       one operation after the other fails: allocation, write, short, sync, name,"
-        echo "                                       open, socket, thread (default: all; --at: only the N-th)"
+        echo "                                       open, socket, thread (default: all; --at: only the N-th; --asan: under the"
+        echo "                                       sanitizers, without allocation, which is theirs)"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         echo "       ./soak.sh --seeds [COUNT [FIRST]]"
         echo "                                       plant, clients, device, database by chance, in driven time:"
@@ -33,9 +34,16 @@ case ${1-} in
         VELSQL_BIN=$PWD/build/release/bin exec python3 tests/faults/outages.py ${2-} ;;
     --anomalies)
         shift
+        preset=release
+        [ "${1-}" != --asan ] || { preset=asan; shift; }
         scripts/install-packages.sh packaging/test-packages.txt
-        scripts/build.sh release all
-        VELSQL_BIN=$PWD/build/release/bin exec nice -n 19 python3 tests/faults/anomalies.py "$@" ;;
+        scripts/build.sh "$preset" all
+        export VELSQL_BIN=$PWD/build/$preset/bin
+        if [ "$preset" = asan ]; then
+            VELSQL_SANITIZER=$(ldd "$VELSQL_BIN/velsqlserver" | awk '/libasan/ { print $3 }')
+            export VELSQL_SANITIZER VELSQL_PATIENCE=${VELSQL_PATIENCE:-60}
+        fi
+        exec nice -n 19 python3 tests/faults/anomalies.py "$@" ;;
     --faults)
         shift
         scripts/install-packages.sh packaging/test-packages.txt

@@ -112,7 +112,7 @@ def options():
 
 asked, table = options(), []
 for made in SCENARIOS:
-    kinds = [kind for kind in asked.kinds or made.kinds if kind in made.kinds]
+    kinds = [kind for kind in asked.kinds or made.kinds if kind in made.kinds and not (SANITIZER and kind == "allocation")]
     if not kinds or asked.scenario and made.__name__ not in asked.scenario: continue
     scenario, slots = made(), [Slot() for _ in range(1 if asked.at else asked.slots)]
     try:

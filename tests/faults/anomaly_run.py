@@ -3,6 +3,7 @@ import bisect, json, re
 from wire import *
 
 PATIENCE = float(os.environ.get("VELSQL_PATIENCE", 10))        # seconds in which a program starts, answers or ends; more on a busy machine
+SANITIZER = os.environ.get("VELSQL_SANITIZER", "")              # its library, which must be loaded before all others
 KINDS = ("allocation", "write", "short", "sync", "name", "open", "socket", "thread")
 
 
@@ -32,7 +33,7 @@ class Run:
         own = dict(env or place.env, TMPDIR=place.d + "/cache")
         if kind:
             place.run = self
-            own |= dict(LD_PRELOAD=os.environ.get("ANOMALY_FIRST", "") + " " + BIN + "/anomaly.so", ANOMALY_PROGRAM=program,
+            own |= dict(LD_PRELOAD=SANITIZER + " " + BIN + "/anomaly.so", ANOMALY_PROGRAM=program,
                         ANOMALY_KIND=kind, ANOMALY_AT=str(n), ANOMALY_WHILE=place.d + "/armed", ANOMALY_BELOW=place.d,
                         ANOMALY_REPORT=self.report)
             if lasting: own["ANOMALY_LASTING"] = "1"
@@ -84,7 +85,7 @@ class Run:
         for line in open(self.report, errors="replace").read().splitlines()[1:]:
             frame = re.match(r"(\S+?)\((\S*?)\+?(0x[0-9a-f]+)?\)", line)
             if not frame: names.append(line); continue
-            if "anomaly.so" in frame[1]: continue
+            if "anomaly.so" in frame[1] or "libasan" in frame[1]: continue
             if frame[1].startswith(BIN): names.append(Symbols.at(frame[1], int(frame[3], 16)).split("(")[0])
             elif not names[-1].startswith("<"): names.append("<" + os.path.basename(frame[1]).split(".so")[0] + ">")
         return " < ".join(name for name in names if name not in ("_start", "main", "<libc>"))
