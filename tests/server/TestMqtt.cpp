@@ -218,7 +218,8 @@ TEST_F(MqttServerTest, ABrokerMayGoAndComeBack)
 {
     QProcess other;
     m_Broker.Run(other, {u"mosquitto_sub"_s, u"-v"_s, u"-t"_s, u"b/kept/#"_s});
-    m_Broker.Publish({u"-t"_s, u"b/state"_s}, R"({"t":21.5,"p":true})");
+    m_Broker.Publish({u"-r"_s, u"-t"_s, u"b/state"_s}, R"({"t":21.5,"p":true})");
+    ASSERT_TRUE(WaitUntil([&] { return Seen({u"Temp"_s, u"Pump"_s}) == u"5,21.5 11,True 1"_s; }));
     ASSERT_TRUE(WaitUntil([&] { return Put(u"Kept"_s, Variant(41)) == u"done" && other.waitForReadyRead(100); }));
     EXPECT_TRUE(other.readAllStandardOutput().startsWith("b/kept/set 41\n"));
     EXPECT_EQ(Put(u"Any"_s, Variant(1)),
