@@ -53,7 +53,7 @@ struct SharedTail::Layout
 
     std::atomic<quint64> Known; ///< Mark, once all the rest is there
     std::atomic<quint64> Safe;  ///< the values up to there need no rescue
-    qint64 Begin; ///< milliseconds since 1970
+    qint64 Begin;               ///< milliseconds since 1970
     Text Root;
     Text Destination;
     std::array<Part, Parts> Filled;
@@ -115,8 +115,7 @@ public:
 
     static std::unique_ptr<Mapping> Make(const QByteArray& name)
     {
-        auto made =
-            std::make_unique<Mapping>(shm_open(name.constData(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
+        auto made = std::make_unique<Mapping>(shm_open(name.constData(), O_RDWR | O_CREAT | O_EXCL, S_IRUSR | S_IWUSR));
         try {
             made->Hold();
             // What is not reserved would end the process when it is used.
@@ -131,7 +130,7 @@ public:
     }
 
     /// Null when there is none, or it has not been filled, or not by this user.
-    static std::unique_ptr<Mapping> Open(const QByteArray& name)
+    static std::unique_ptr<Mapping> Open(const QByteArray& name, time_t now)
     {
         const int file = shm_open(name.constData(), O_RDWR, 0);
         if (file < 0 && (errno == ENOENT || errno == EACCES)) return nullptr;
@@ -144,7 +143,7 @@ public:
         if (hasRoom) opened->Map();
         if (hasRoom && opened->m_Layout->Known == Layout::Mark) return opened;
         // Its server was killed in the making.
-        if (status.st_ctime < time(nullptr) - LongestMaking && opened->Hold()) shm_unlink(name.constData());
+        if (status.st_ctime < now - LongestMaking && opened->Hold()) shm_unlink(name.constData());
         return nullptr;
     }
 
@@ -231,10 +230,12 @@ std::vector<SharedTail::Left> SharedTail::LeftIn(const QString& root,
 {
     std::vector<Left> all;
     const QString path = QDir(root).absolutePath();
+    // Asked for once, whatever other servers have there: a driven clock moves when it is read.
+    const time_t now = time(nullptr);
     for (const QString& file : NamesIn(QStringLiteral("/dev/shm"))) {
         if (!file.startsWith(QLatin1StringView(Prefix))) continue;
         const quint64 spool = file.section(u'-', -1).toULongLong(nullptr, 16);
-        auto mapping = Mapping::Open(NameOf(spool));
+        auto mapping = Mapping::Open(NameOf(spool), now);
         if (!mapping) continue;
         const Layout& layout = mapping->Memory();
         const bool isHere = layout.Root.Get() == path;
