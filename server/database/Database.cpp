@@ -1,5 +1,6 @@
 #include "server/database/Database.h"
 
+#include "server/database/LibraryConnection.h"
 #include "server/database/PasswordFile.h"
 #include "server/database/PrivateFile.h"
 
@@ -217,7 +218,10 @@ DatabaseSession::DatabaseSession(const DatabaseAddress& address)
         if (!database.isValid()) failure = QStringLiteral("its driver is not installed");
         else Configure(database, address);
         if (failure.isEmpty() && !database.open()) failure = Describe(database.lastError());
-        else if (database.driverName() == s_Postgres) QSqlQuery(database).exec(s_NoCompiling);
+        else if (database.driverName() == s_Postgres) {
+            SilenceLibrary(database);
+            QSqlQuery(database).exec(s_NoCompiling);
+        }
     }
     if (failure.isEmpty()) return;
     QSqlDatabase::removeDatabase(m_Name);

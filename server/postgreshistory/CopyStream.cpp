@@ -1,6 +1,6 @@
 #include "server/postgreshistory/CopyStream.h"
 
-#include "server/postgreshistory/LibraryConnection.h"
+#include "server/database/LibraryConnection.h"
 
 #include <algorithm>
 #include <cstring>
@@ -29,7 +29,7 @@ CopyStream::CopyStream(const DatabaseSession& session)
 void CopyStream::Begin(const QString& statement)
 {
     m_Used = 0;
-    m_Connection = LibraryConnection(m_Session);
+    m_Connection = LibraryConnection(m_Session.Database());
     const Result begun(PQexec(m_Connection, statement.toUtf8().constData()), &PQclear);
     if (PQresultStatus(begun.get()) != PGRES_COPY_IN) throw ErrorOf(m_Connection, begun.get());
     m_IsOpen = true;

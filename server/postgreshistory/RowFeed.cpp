@@ -1,7 +1,7 @@
 #include "server/postgreshistory/RowFeed.h"
 
 #include "server/postgreshistory/CopyFeed.h"
-#include "server/postgreshistory/LibraryConnection.h"
+#include "server/database/LibraryConnection.h"
 #include "server/postgreshistory/StatementFeed.h"
 
 std::unique_ptr<RowFeed> RowFeed::Make(Way way, const DatabaseSession& session, bool isOwn)
@@ -17,7 +17,7 @@ std::unique_ptr<RowFeed> RowFeed::Choose(const DatabaseSession& session, const Q
 {
     for (const Way way : {Way::BinaryCopy, Way::Copy, Way::Arrays}) {
         if (way == Way::BinaryCopy && !isOwn) continue;
-        if (way <= Way::Copy && !LibraryConnection(session)) continue;
+        if (way <= Way::Copy && !LibraryConnection(session.Database())) continue;
         try {
             auto feed = Make(way, session, isOwn);
             feed->Begin(table);

@@ -2,7 +2,7 @@
 
 #include "server/log/Log.h"
 #include "server/postgreshistory/Layout.h"
-#include "server/postgreshistory/LibraryConnection.h"
+#include "server/database/LibraryConnection.h"
 #include "server/postgreshistory/PartitionCare.h"
 #include "server/postgreshistory/PostgresRetention.h"
 
@@ -31,7 +31,7 @@ struct Upkeep::Breaker
 {
     void Arm(const DatabaseSession& session)
     {
-        PGconn* connection = LibraryConnection(session);
+        PGconn* connection = LibraryConnection(session.Database());
         const std::lock_guard lock(Guard);
         if (connection) Cancel.reset(PQgetCancel(connection));
     }

@@ -1,9 +1,11 @@
+#include "server/database/LibraryConnection.h"
 #include "server/postgreshistory/PostgresTable.h"
 #include "tests/server/AskedHistory.h"
 #include "tests/server/DocTables.h"
 #include "tests/support/PostgresRun.h"
 
 #include <future>
+#include <libpq-fe.h>
 
 namespace {
 
@@ -135,6 +137,16 @@ TEST_F(PostgresTest, LockedOrStoppedInTheMiddleOfRecordingItLosesNothing)
     const QString sums = u"SELECT count(*) - max(item_value::int) AS a, count(DISTINCT item_value) - count(*) AS b, "
                          "min(item_value) AS c, max(item_value::int) >= 600 AS d FROM velsql_history"_s;
     EXPECT_EQ(AskedHistory(m_Settings).Ask(sums), u"a,b,c,d\n1,0,0,True") << "none is missing, none came twice";
+}
+
+// PostgreSQL's library tells of an end that comes right behind an answer as of a notice.
+TEST_F(PostgresTest, NoticesAreNoLinesOfTheLog)
+{
+    const DatabaseSession session{DatabaseAddress(m_Database.ConnectionString())};
+    const PQnoticeProcessor take = PQsetNoticeProcessor(LibraryConnection(session.Database()), nullptr, nullptr);
+    testing::internal::CaptureStderr();
+    take(nullptr, "FATAL:  terminating connection due to administrator command\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(PostgresTest, WhatAKilledServersTransactionStillDoesIsWaitedFor)

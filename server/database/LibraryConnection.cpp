@@ -1,20 +1,23 @@
-#include "server/postgreshistory/LibraryConnection.h"
+#include "server/database/LibraryConnection.h"
 
 #include <QSqlDriver>
 
 #include <libpq-fe.h>
 
-PGconn* LibraryConnection(const DatabaseSession& session)
+PGconn* LibraryConnection(const QSqlDatabase& database)
 {
     // Qt names the type as the library declares it, or as its header calls it.
-    const QVariant handle = session.Database().driver()->handle();
+    const QVariant handle = database.driver()->handle();
     const QByteArrayView name = handle.typeName();
     if (name != "PGconn*" && name != "pg_conn*") return nullptr;
-    PGconn* connection = *static_cast<PGconn* const*>(handle.constData());
-    // The library would write the database's notices to standard error, in among the lines of the log.
-    PQsetNoticeProcessor(
-        connection, [](void*, const char*) {}, nullptr);
-    return connection;
+    return *static_cast<PGconn* const*>(handle.constData());
+}
+
+void SilenceLibrary(const QSqlDatabase& database)
+{
+    if (PGconn* connection = LibraryConnection(database))
+        PQsetNoticeProcessor(
+            connection, [](void*, const char*) {}, nullptr);
 }
 
 DatabaseError ErrorOf(const PGconn* connection, const PGresult* result)
