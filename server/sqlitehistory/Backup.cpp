@@ -67,16 +67,18 @@ qint64 BackUpHistory(const HistoryDestination& from, const QString& path)
     const QString database = DatabaseAddress(from.ConnectionString).Database();
     if (!QFile::exists(database)) throw DescribedError(QStringLiteral("There is no history %1.").arg(database));
     QFile::remove(unfinished);
+    QString made = unfinished;
     try {
         const qint64 rows = Write(from, unfinished);
         WriteToDisk(unfinished);
         // Not by Qt, which would make another copy where it cannot rename, one that has not reached the disk.
         if (std::rename(QFile::encodeName(unfinished).constData(), QFile::encodeName(path).constData()) != 0)
             throw DescribedError(QStringLiteral("%1 cannot be written: %2").arg(path, qt_error_string(errno)));
+        made = path;
         WriteToDisk(QFileInfo(path).path());
         return rows;
     } catch (...) {
-        QFile::remove(unfinished);
+        QFile::remove(made);
         throw;
     }
 }
