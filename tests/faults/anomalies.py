@@ -75,7 +75,7 @@ class Campaign:
         strikes, _, wrong = attempt(self.scenario, slot, kind=self.kind, n=n, lasting=lasting)
         with self.lock: self.runs += 1; self.struck += strikes > 0; self.findings += bool(wrong); self.seconds = time.time() - self.since
         if wrong:
-            again = f"./soak.sh --anomalies --scenario {self.name} --at {n} {'--lasting ' if lasting else ''}{self.kind}"
+            again = f"./soak.sh --anomalies {'--asan ' if SANITIZER else ''}--scenario {self.name} --at {n} {'--lasting ' if lasting else ''}{self.kind}"
             print(f"   {self.name} {self.kind} {n}{' and on' if lasting else ''}: {wrong}\n          again: {again}", flush=True)
         return strikes > 0
 
