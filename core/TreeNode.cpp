@@ -63,6 +63,7 @@ int TreeNode::Row() const
     const auto standsAt = [&](int row) {
         return row >= 0 && row < count && siblings[static_cast<std::size_t>(row)].get() == this;
     };
+    m_Row = std::min(m_Row, count - 1);
     int away = 0; // at most as many as have come and gone since
     while (away < count && !standsAt(m_Row - away) && !standsAt(m_Row + away)) ++away;
     return m_Row = standsAt(m_Row - away) ? m_Row - away : m_Row + away;

@@ -69,6 +69,8 @@ TEST_F(ObjectTree, KeepsRowsAndPersistentIndexesWhenNodesComeAndGo)
     EXPECT_FALSE(d200.isValid());
     EXPECT_EQ(m_Model->NodeAt(d300), m_Plc1->Child(2));
     EXPECT_EQ(m_Model->parent(d300), m_Model->IndexOf(m_Plc1));
+    for (int left = 3; left > 0; --left) m_Model->Remove(m_Plc1->Child(0)); // more than stay, and nobody asks between
+    EXPECT_EQ(Below(m_Plc1), u"Last 0 0;");
 }
 
 TEST_F(ObjectTree, RemovedNodesStaySafe)
