@@ -74,6 +74,7 @@ void ComeToRest(World& world)
     world.Server.Sources().ComeToRest();
     for (const auto& client : world.Clients)
         if (client) client->SetReading(true);
+    Run(world, 0);    // the loop learns how long the machine has stood still
     Run(world, 9500); // a unit that was silent while the machine stood still may be left alone for 8.7 s
     for (const auto& client : world.Clients)
         world.Log.Require(!client || client->OldestCall().isEmpty(),
