@@ -16,6 +16,7 @@
 #include "tests/support/RealServer.h"
 #include "velsqllib/RemoteLibrary.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QElapsedTimer>
@@ -68,14 +69,27 @@ double ShowMs(frmMDI& console, const TreeNodeRef& controller)
     return Median(all);
 }
 
-/// A node that comes and goes in the middle of the controller's.
+/// A node that comes and goes in the middle of the controller's, each time until the tree shows it.
 double ComeAndGoMs(ObjectTreeModel& tree, const TreeNodeRef& controller)
 {
     QElapsedTimer time;
     time.start();
-    for (int i = 0; i < Windows; ++i)
-        tree.Remove(tree.Insert(controller, controller->ChildCount() / 2, u"Added"_s, NodeTag::AddItem));
+    for (int i = 0; i < Windows; ++i) {
+        const TreeNodeRef node = tree.Insert(controller, controller->ChildCount() / 2, u"Added"_s, NodeTag::AddItem);
+        QApplication::processEvents();
+        tree.Remove(node);
+        QApplication::processEvents();
+    }
     return MsOf(time) / Windows;
+}
+
+/// A letter that begins no name is typed in the tree: all names that are seen are looked at.
+double LetterMs(frmMDI& console)
+{
+    QElapsedTimer time;
+    time.start();
+    console.findChild<QAbstractItemView*>(u"treeObject"_s)->keyboardSearch(u"~"_s);
+    return MsOf(time);
 }
 
 /// Medians of what the console does for an item that is added before all others, and removed again.
@@ -147,16 +161,12 @@ bool MeasureFinding(frmMDI& console, const TreeNodeRef& largest)
     console.findChild<FindBar*>(u"fraFind"_s)->Open();
     const Finding opening(console, middle);
     opening.Print("a name in the middle, which opens the controller");
-    QApplication::processEvents();
     const Finding whole(console, last), all(console, last.left(4)), none(console, u"no such name"_s);
     whole.Print("the last name of all");
     all.Print("a beginning that all have");
     none.Print("what is nowhere");
-    const double holdMs = std::max({whole.LongestHoldMs, all.LongestHoldMs, none.LongestHoldMs});
-    // The view makes a place for each row: a tenth of a second is what an operator notices.
-    const bool kept =
-        Figures::PrintRatio(u"hold by a find that opens a controller / 100 ms"_s, opening.LongestHoldMs / 100, 1.0);
-    return Figures::PrintRatio(u"longest hold of the event loop by finding / 10 ms"_s, holdMs / 10, 1.0) && kept;
+    const double holdMs = std::max({opening.LongestHoldMs, whole.LongestHoldMs, all.LongestHoldMs, none.LongestHoldMs});
+    return Figures::PrintRatio(u"longest hold of the event loop by finding / 10 ms"_s, holdMs / 10, 1.0);
 }
 
 /// Prints what one console takes; the last controller is the largest.
@@ -187,14 +197,20 @@ int RunConsole(const QString& socket, qint64 server, qint64 readyNs)
     std::printf("  AddItem %.2f ms, its node by the server's list %.2f ms, RemoveItem with its node %.2f ms\n",
                 addition.AddItemMs, addition.NodeMs, addition.RemoveMs);
     bool kept = MeasureFinding(*console, largest);
+    const double goesOpenMs = ComeAndGoMs(console->Tree(), largest), letterMs = LetterMs(*console);
+    std::printf("  in the open controller: a node comes and goes %.3f ms, a letter that is in no name %.2f ms\n",
+                goesOpenMs, letterMs);
     kept &= Figures::PrintRatio(u"window / 1 s"_s, startMs / 1000, 1.0);
     kept &= Figures::PrintRatio(u"most memory of the start / 150 MB"_s, memory.Most / 150, 1.0);
     kept &= Figures::PrintRatio(u"a window in the largest controller / in the first"_s, showLargeMs / showMs, 2.0);
     kept &= Figures::PrintRatio(u"a node that comes and goes there / 10 ms"_s, goesLargeMs / 10, 1.0);
+    kept &= Figures::PrintRatio(u"and where it is open / 10 ms"_s, goesOpenMs / 10, 1.0);
     kept &= Figures::PrintRatio(u"AddItem / 10 ms"_s, addition.AddItemMs / 10, 1.0);
     kept &= Figures::PrintRatio(u"its node / 50 ms"_s, addition.NodeMs / 50, 1.0);
     kept &= Figures::PrintRatio(u"RemoveItem / 10 ms"_s, addition.RemoveMs / 10, 1.0);
-    std::printf("  memory at the end %.0f MB\n", Figures::MemoryOf(self).Resident);
+    const double endMb = Figures::MemoryOf(self).Resident;
+    std::printf("  memory at the end %.0f MB\n", endMb);
+    kept &= Figures::PrintRatio(u"memory with the largest controller open / 150 MB"_s, endMb / 150, 1.0);
     return kept ? 0 : 1;
 }
 

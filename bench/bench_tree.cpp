@@ -9,7 +9,6 @@
 #include <QIcon>
 #include <QLabel>
 #include <QPixmap>
-#include <QTreeView>
 #include <QTreeWidget>
 
 #include <algorithm>
@@ -48,12 +47,9 @@ qint64 HeapBytes()
     return static_cast<qint64>(heap.uordblks + heap.hblkhd);
 }
 
-void ShowRoot(QTreeView& view, const QModelIndex& root)
+void Show(QAbstractItemView& view)
 {
-    view.setHeaderHidden(true);
-    view.setUniformRowHeights(true);
     view.resize(300, 600);
-    view.expand(root);
     view.show();
     QApplication::processEvents();
 }
@@ -69,12 +65,13 @@ public:
         for (const Controller& controller : listing)
             m_Model.Append(m_Model.Append(root, controller.Name, NodeTag::Controller), controller.ItemNames,
                            NodeTag::Item);
-        ShowRoot(m_View, m_Model.IndexOf(root));
+        m_View.Expand(m_Model.IndexOf(root));
+        Show(m_View);
     }
 
 private:
     ObjectTreeModel m_Model;
-    QTreeView m_View;
+    LargeTreeView m_View;
 };
 
 /// The same tree in the toolkit's own widget, built the quickest way: the view learns of it when it is complete.
@@ -92,7 +89,10 @@ public:
             root->addChild(node);
         }
         m_View.addTopLevelItem(root);
-        ShowRoot(m_View, m_View.indexFromItem(root));
+        m_View.setHeaderHidden(true);
+        m_View.setUniformRowHeights(true);
+        root->setExpanded(true);
+        Show(m_View);
     }
 
 private:

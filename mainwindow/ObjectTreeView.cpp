@@ -33,13 +33,10 @@ protected:
 } // namespace
 
 ObjectTreeView::ObjectTreeView(QWidget* parent)
-    : QTreeView(parent)
+    : LargeTreeView(parent)
 {
     setItemDelegate(new NodeDelegate(this));
-    setHeaderHidden(true);
-    setUniformRowHeights(true);
     setEditTriggers(NoEditTriggers);
-    setExpandsOnDoubleClick(false);     // A double-click opens the node's window.
     viewport()->setMouseTracking(true); // To know when the mouse rests.
     m_HasRested.setSingleShot(true);
     connect(&m_HasRested, &QTimer::timeout, this, &ObjectTreeView::SayOfNode);
@@ -52,7 +49,7 @@ TreeNodeRef ObjectTreeView::SelectedNode() const
 
 void ObjectTreeView::SelectNode(const TreeNodeRef& node)
 {
-    const QModelIndex index = static_cast<ObjectTreeModel*>(model())->IndexOf(node);
+    const QModelIndex index = Tree().IndexOf(node);
     if (!index.isValid()) return;
     setCurrentIndex(index);
     scrollTo(index);
@@ -71,7 +68,7 @@ void ObjectTreeView::GoTo(const TreeNodeRef& node)
 
 void ObjectTreeView::MarkNode(const TreeNodeRef& node)
 {
-    m_Marked = static_cast<ObjectTreeModel*>(model())->IndexOf(node);
+    m_Marked = Tree().IndexOf(node);
     if (m_Marked.isValid()) scrollTo(m_Marked);
     viewport()->update();
 }
@@ -79,12 +76,12 @@ void ObjectTreeView::MarkNode(const TreeNodeRef& node)
 void ObjectTreeView::currentChanged(const QModelIndex& current, const QModelIndex& previous)
 {
     if (m_Marked.isValid()) MarkNode({});
-    QTreeView::currentChanged(current, previous);
+    LargeTreeView::currentChanged(current, previous);
 }
 
-void ObjectTreeView::drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+void ObjectTreeView::DrawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
-    if (index != m_Marked) return QTreeView::drawRow(painter, option, index);
+    if (index != m_Marked) return LargeTreeView::DrawRow(painter, option, index);
     QColor colour = option.palette.color(QPalette::Highlight);
     const QRect box(QPoint(visualRect(index).left(), option.rect.top()), option.rect.bottomRight());
     painter->save();
@@ -93,13 +90,13 @@ void ObjectTreeView::drawRow(QPainter* painter, const QStyleOptionViewItem& opti
     painter->setBrush(colour);
     painter->drawRect(box.adjusted(0, 0, -1, -1));
     painter->restore();
-    QTreeView::drawRow(painter, option, index);
+    LargeTreeView::DrawRow(painter, option, index);
 }
 
 void ObjectTreeView::mousePressEvent(QMouseEvent* event)
 {
     Q_EMIT MouseDown(event->button());
-    QTreeView::mousePressEvent(event);
+    LargeTreeView::mousePressEvent(event);
     m_PressedAt = event->position().toPoint();
     m_Pressed = event->button() == Qt::LeftButton ? NodeUnder(m_PressedAt) : TreeNodeRef();
     if (const TreeNodeRef node = NodeUnder(event->position().toPoint())) {
@@ -117,7 +114,7 @@ void ObjectTreeView::mouseDoubleClickEvent(QMouseEvent* event)
 void ObjectTreeView::mouseMoveEvent(QMouseEvent* event)
 {
     // Dragging would move the selection away from the node that was clicked.
-    if (event->buttons() == Qt::NoButton) return QTreeView::mouseMoveEvent(event);
+    if (event->buttons() == Qt::NoButton) return LargeTreeView::mouseMoveEvent(event);
     const bool isFar =
         (event->position().toPoint() - m_PressedAt).manhattanLength() >= QApplication::startDragDistance();
     if (event->buttons() == Qt::LeftButton && isFar) DragPressed();
@@ -129,7 +126,7 @@ void ObjectTreeView::DragPressed()
     const TreeNodeRef node = std::exchange(m_Pressed, {});
     if (!node || !IsItem(*node) || !node->IsInTree()) return;
     auto* const drag = new QDrag(this);
-    drag->setMimeData(model()->mimeData({static_cast<ObjectTreeModel*>(model())->IndexOf(node)}));
+    drag->setMimeData(model()->mimeData({Tree().IndexOf(node)}));
     drag->exec(Qt::CopyAction);
 }
 
@@ -137,7 +134,7 @@ void ObjectTreeView::keyPressEvent(QKeyEvent* event)
 {
     const QPersistentModelIndex before = currentIndex();
     const bool isEnter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (!isEnter) QTreeView::keyPressEvent(event);
+    if (!isEnter) LargeTreeView::keyPressEvent(event);
     const TreeNodeRef node = SelectedNode();
     if (!node || (!isEnter && before == currentIndex())) return;
     Q_EMIT NodeKey(node);
@@ -164,7 +161,7 @@ bool ObjectTreeView::viewportEvent(QEvent* event)
     case QEvent::Wheel: m_HasRested.stop(); break;
     default: break;
     }
-    return QTreeView::viewportEvent(event);
+    return LargeTreeView::viewportEvent(event);
 }
 
 /// Comes after a rest, but at once while another tip is up.
@@ -201,14 +198,11 @@ QItemSelectionModel::SelectionFlags ObjectTreeView::selectionCommand(const QMode
 
 TreeNodeRef ObjectTreeView::NodeOf(const QModelIndex& index) const
 {
-    return index.isValid() ? static_cast<ObjectTreeModel*>(model())->NodeAt(index) : TreeNodeRef();
+    return index.isValid() ? Tree().NodeAt(index) : TreeNodeRef();
 }
 
 TreeNodeRef ObjectTreeView::NodeUnder(const QPoint& position) const
 {
-    const QModelIndex index = indexAt(position);
-    // Only the box itself: the space to its left belongs to the row, and a press there selects the row.
-    const int left = visualRect(index).left();
-    const bool isOnExpander = position.x() < left && position.x() >= left - indentation();
-    return isOnExpander && model()->hasChildren(index) ? TreeNodeRef() : NodeOf(index);
+    // Not where the node is opened and closed: the rest of its row belongs to it, and a press there selects it.
+    return BranchAt(position).isValid() ? TreeNodeRef() : NodeOf(indexAt(position));
 }

@@ -1,16 +1,15 @@
 #pragma once
 
-#include "core/TreeNode.h"
+#include "mainwindow/LargeTreeView.h"
 
 #include <QElapsedTimer>
 #include <QTimer>
-#include <QTreeView>
 
 #include <functional>
 
 /// The object tree as the operator uses it: signals what mouse and keyboard do to nodes; selecting from code signals
 /// nothing.
-class ObjectTreeView : public QTreeView
+class ObjectTreeView : public LargeTreeView
 {
     Q_OBJECT
 
@@ -53,7 +52,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
     bool viewportEvent(QEvent* event) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
-    void drawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void DrawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     QItemSelectionModel::SelectionFlags selectionCommand(const QModelIndex& index, const QEvent* event) const override;
 
 private:

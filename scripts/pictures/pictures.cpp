@@ -9,7 +9,6 @@
 #include <QMdiSubWindow>
 #include <QTableView>
 #include <QTabWidget>
-#include <QTreeView>
 
 namespace {
 
@@ -25,7 +24,7 @@ protected:
             QApplication::setPalette(DesktopColours::DarkPalette());
         StartBoth();
         m_Main->resize(1200, 800);
-        Control<QTreeView>(*m_Main, "treeObject").expand(m_Main->Tree().IndexOf(Node(PLC1)));
+        Control<ObjectTreeView>(*m_Main, "treeObject").Expand(m_Main->Tree().IndexOf(Node(PLC1)));
     }
 
     /// A picture of the widget, with its frame when it is a child window.

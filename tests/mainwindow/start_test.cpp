@@ -80,7 +80,7 @@ TEST_F(Console, StartDrawsTheServersObjectsAsFarAsItGets)
     EXPECT_EQ(KeysOf(m_Main->Tree().Root()), StartKeys);
     EXPECT_EQ(Panels(), (QStringList{u"Ready."_s, u"Object"_s, u"Count"_s})); // two keep their captions until a click
     EXPECT_TRUE(m_Main->SelectedNode() == modMain::EngineNode && Current() == modMain::EngineNode);
-    EXPECT_TRUE(Tree().isExpanded(m_Main->Tree().IndexOf(modMain::EngineNode)));
+    EXPECT_TRUE(Tree().IsExpanded(m_Main->Tree().IndexOf(modMain::EngineNode)));
     EXPECT_EQ(m_Server.m_LiveObjects, 2); // engine and history; no controller is kept
 }
 

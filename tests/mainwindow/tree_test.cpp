@@ -48,7 +48,7 @@ TEST_F(Console, ANodeIsHitByMouseOrKeyboardButNeverByCodeNorBesideIt)
     }
     QTest::mouseClick(Tree().viewport(), Qt::RightButton, {}, empty);
     EXPECT_EQ(TakePopup() + Windows().join(u' '), QString());
-    QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {}, expander - QPoint(Tree().indentation() - 5, 0));
+    QTest::mouseClick(Tree().viewport(), Qt::LeftButton, {}, expander - QPoint(Tree().Indentation() - 5, 0));
     EXPECT_EQ(Current(), Node(PLC1)) << "left of the expander it is the row";
 
     Click(Node(D100));

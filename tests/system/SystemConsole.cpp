@@ -32,7 +32,7 @@ ChildWindow& SystemConsole::Show(QStringView key)
 {
     auto& tree = Control<ObjectTreeView>(*m_Main, "treeObject");
     const QModelIndex index = m_Main->Tree().IndexOf(Node(key));
-    tree.expand(index.parent());
+    tree.Expand(index.parent());
     tree.scrollTo(index);
     const QRect place = tree.visualRect(index);
     const QPoint onNode(place.left() + 10, place.center().y());

@@ -89,7 +89,7 @@ TEST_F(SystemConsole, ScreenReadersAreToldRowsByNameAndNodesByKind)
     StartBoth();
     EXPECT_EQ(RowNames(Control<PropertyGrid>(Show(PLC1), "fgCtrl")).first(3),
               QStringList({u"Index"_s, u"Name"_s, u"Description"_s}));
-    auto& tree = Control<QTreeView>(*m_Main, "treeObject");
+    auto& tree = Control<ObjectTreeView>(*m_Main, "treeObject");
     const auto* nodes = QAccessible::queryAccessibleInterface(&tree)->tableInterface();
     EXPECT_EQ(nodes->cellAt(1, 0)->text(QAccessible::Name), u"PLC1"_s);
     EXPECT_EQ(nodes->cellAt(1, 0)->text(QAccessible::Description), u"Controller"_s);

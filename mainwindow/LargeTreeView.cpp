@@ -1,0 +1,424 @@
+#include "mainwindow/LargeTreeView.h"
+
+#include "mainwindow/SpokenTree.h"
+
+#include <QApplication>
+#include <QHoverEvent>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+#include <algorithm>
+
+namespace {
+
+TreeNode& NodeOf(const QModelIndex& index)
+{
+    return *static_cast<TreeNode*>(index.internalPointer());
+}
+
+} // namespace
+
+LargeTreeView::LargeTreeView(QWidget* parent)
+    : QAbstractItemView(parent)
+{
+    setSelectionMode(SingleSelection);
+    setSelectionBehavior(SelectRows);
+    SpokenTree::Announce();
+}
+
+void LargeTreeView::setModel(QAbstractItemModel* model)
+{
+    // Knows of the tree's changes before the view does.
+    m_Rows = std::make_unique<OpenRows>(*static_cast<ObjectTreeModel*>(model));
+    QAbstractItemView::setModel(model);
+    connect(model, &QAbstractItemModel::rowsRemoved, this, &LargeTreeView::Relay);
+    Relay();
+}
+
+void LargeTreeView::reset()
+{
+    QAbstractItemView::reset();
+    Relay();
+}
+
+void LargeTreeView::rowsInserted(const QModelIndex& parent, int first, int last)
+{
+    QAbstractItemView::rowsInserted(parent, first, last);
+    Relay();
+}
+
+/// Rows or their places are not what they were.
+void LargeTreeView::Relay()
+{
+    updateGeometries();
+    viewport()->update();
+}
+
+void LargeTreeView::doItemsLayout()
+{
+    m_RowHeight = 0; // font or style may have changed
+    QAbstractItemView::doItemsLayout();
+}
+
+bool LargeTreeView::IsExpanded(const QModelIndex& index) const
+{
+    return index.isValid() && m_Rows->IsOpen(NodeOf(index));
+}
+
+void LargeTreeView::Expand(const QModelIndex& index)
+{
+    if (!index.isValid() || IsItem(NodeOf(index)) || IsExpanded(index)) return;
+    m_Rows->Open(NodeOf(index));
+    Relay();
+    TellExpanded(index, true);
+}
+
+void LargeTreeView::Collapse(const QModelIndex& index)
+{
+    if (!IsExpanded(index)) return;
+    m_Rows->Close(NodeOf(index));
+    Relay();
+    TellExpanded(index, false);
+}
+
+void LargeTreeView::ExpandAllBelow(const QModelIndex& index)
+{
+    Expand(index);
+    std::vector<TreeNode*> nodes = {&NodeOf(index)};
+    for (std::size_t at = 0; at < nodes.size(); ++at) {
+        for (const TreeNodeRef& child : nodes[at]->Children()) {
+            if (IsItem(*child)) continue;
+            m_Rows->Open(*child);
+            nodes.push_back(child.get());
+        }
+    }
+    Relay();
+}
+
+void LargeTreeView::Toggle(const QModelIndex& index)
+{
+    if (IsExpanded(index)) Collapse(index);
+    else Expand(index);
+}
+
+int LargeTreeView::Indentation() const
+{
+    return style()->pixelMetric(QStyle::PM_TreeViewIndentation, nullptr, this);
+}
+
+int LargeTreeView::RowCount() const
+{
+    return m_Rows ? m_Rows->Count() : 0;
+}
+
+int LargeTreeView::RowOf(const QModelIndex& index) const
+{
+    return index.isValid() ? m_Rows->RowOf(NodeOf(index)) : -1;
+}
+
+QModelIndex LargeTreeView::IndexOfRow(int row) const
+{
+    TreeNode* const node = m_Rows ? m_Rows->NodeAt(row) : nullptr;
+    return node ? Tree().IndexOf(TreeNodeRef(node)) : QModelIndex();
+}
+
+int LargeTreeView::RowAround(const QModelIndex& index) const
+{
+    int row = -1;
+    for (QModelIndex at = index; at.isValid() && row < 0; at = at.parent()) row = RowOf(at);
+    return row;
+}
+
+// Places
+
+int LargeTreeView::RowHeight() const
+{
+    if (m_RowHeight == 0 && RowCount() > 0) m_RowHeight = std::max(1, sizeHintForIndex(IndexOfRow(0)).height());
+    return std::max(1, m_RowHeight);
+}
+
+int LargeTreeView::FirstRow() const
+{
+    return verticalScrollBar()->value();
+}
+
+/// Those that are seen as a whole.
+int LargeTreeView::RowsOnPage() const
+{
+    return std::max(1, viewport()->height() / RowHeight());
+}
+
+int LargeTreeView::verticalOffset() const
+{
+    return FirstRow() * RowHeight();
+}
+
+QRect LargeTreeView::Mirrored(const QRect& rect) const
+{
+    return QStyle::visualRect(layoutDirection(), viewport()->rect(), rect);
+}
+
+QRect LargeTreeView::RowRect(int row) const
+{
+    return {0, (row - FirstRow()) * RowHeight(), viewport()->width(), RowHeight()};
+}
+
+QRect LargeTreeView::BranchesRect(int row, const QModelIndex& index) const
+{
+    int depth = 1;
+    for (QModelIndex above = index.parent(); above.isValid(); above = above.parent()) ++depth;
+    QRect rect = RowRect(row);
+    rect.setWidth(depth * Indentation());
+    return Mirrored(rect);
+}
+
+QRect LargeTreeView::visualRect(const QModelIndex& index) const
+{
+    const int row = RowOf(index);
+    if (row < 0) return {};
+    QRect rect = RowRect(row);
+    const int branches = BranchesRect(row, index).width();
+    rect.setLeft(std::min(branches, rect.right() + 1));
+    return Mirrored(rect);
+}
+
+QModelIndex LargeTreeView::indexAt(const QPoint& place) const
+{
+    return place.y() < 0 ? QModelIndex() : IndexOfRow(FirstRow() + place.y() / RowHeight());
+}
+
+QModelIndex LargeTreeView::BranchAt(const QPoint& place) const
+{
+    const QModelIndex index = indexAt(place);
+    if (!index.isValid() || !model()->hasChildren(index)) return {};
+    QRect own = Mirrored(BranchesRect(RowOf(index), index));
+    own.setLeft(own.right() + 1 - Indentation());
+    return Mirrored(own).contains(place) ? index : QModelIndex();
+}
+
+void LargeTreeView::updateGeometries()
+{
+    const int page = RowsOnPage();
+    verticalScrollBar()->setSingleStep(1);
+    verticalScrollBar()->setPageStep(page);
+    verticalScrollBar()->setRange(0, std::max(0, RowCount() - page));
+    QAbstractItemView::updateGeometries();
+}
+
+void LargeTreeView::scrollTo(const QModelIndex& index, ScrollHint hint)
+{
+    if (!index.isValid()) return;
+    for (QModelIndex above = index.parent(); above.isValid() && m_OpensWhenScrolling; above = above.parent())
+        Expand(above);
+    const int row = RowOf(index);
+    if (row < 0) return;
+    const int last = row - RowsOnPage() + 1; // so far the page may be scrolled up
+    const auto place = [&] {
+        switch (hint) {
+        case PositionAtTop: return row;
+        case PositionAtBottom: return last;
+        case PositionAtCenter: return (row + last) / 2;
+        case EnsureVisible: break;
+        }
+        return std::clamp(FirstRow(), last, row);
+    };
+    verticalScrollBar()->setValue(place());
+}
+
+// Picture
+
+void LargeTreeView::paintEvent(QPaintEvent* event)
+{
+    if (RowCount() == 0) return;
+    QPainter painter(viewport());
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    option.viewItemPosition = QStyleOptionViewItem::OnlyOne;
+    const int last = std::min(RowCount() - 1, FirstRow() + event->rect().bottom() / RowHeight());
+    for (int row = FirstRow() + event->rect().top() / RowHeight(); row <= last; ++row) {
+        option.rect = RowRect(row);
+        DrawRow(&painter, option, IndexOfRow(row));
+    }
+}
+
+/// The branches' background is as the style wants it for a row; the name's is drawn with the name, over the whole rest.
+void LargeTreeView::DrawRow(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    QStyleOptionViewItem row = option;
+    row.index = index;
+    row.state.setFlag(QStyle::State_Selected, selectionModel()->isSelected(index));
+    row.state.setFlag(QStyle::State_HasFocus, index == currentIndex() && hasFocus());
+    row.state.setFlag(QStyle::State_MouseOver, index == m_Hovered);
+    QStyleOptionViewItem branches = row;
+    branches.rect = BranchesRect(RowOf(index), index);
+    row.rect = visualRect(index);
+    QStyleOptionViewItem rest = row;
+    rest.state.setFlag(QStyle::State_Selected, false);
+    for (const QStyleOptionViewItem* background : {&branches, &rest})
+        style()->drawPrimitive(QStyle::PE_PanelItemViewRow, background, painter, this);
+    DrawBranches(painter, branches, index);
+    row.showDecorationSelected = true;
+    itemDelegateForIndex(index)->paint(painter, row, index);
+}
+
+/// From the node's own branch outwards, the lines that lead from the nodes above it to what follows them.
+void LargeTreeView::DrawBranches(QPainter* painter, QStyleOptionViewItem option, const QModelIndex& index) const
+{
+    const bool isHovered = option.state.testFlag(QStyle::State_MouseOver) && option.showDecorationSelected;
+    const QStyle::State always =
+        (option.state & (QStyle::State_Enabled | QStyle::State_Active | QStyle::State_Selected)) |
+        (isHovered ? QStyle::State_MouseOver : QStyle::State_None);
+    const auto sibling = [&](const QModelIndex& node) {
+        return node.row() + 1 < model()->rowCount(node.parent()) ? QStyle::State_Sibling : QStyle::State_None;
+    };
+    const QRect branches = Mirrored(option.rect);
+    const int width = Indentation();
+    option.state = always | QStyle::State_Item | sibling(index);
+    if (model()->hasChildren(index)) option.state |= QStyle::State_Children;
+    if (IsExpanded(index)) option.state |= QStyle::State_Open;
+    QModelIndex node = index;
+    for (int left = branches.right() + 1 - width; left >= branches.left(); left -= width) {
+        option.rect = Mirrored({left, branches.top(), width, branches.height()});
+        style()->drawPrimitive(QStyle::PE_IndicatorBranch, &option, painter, this);
+        node = node.parent();
+        option.state = always | sibling(node);
+    }
+}
+
+// Selection
+
+void LargeTreeView::setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command)
+{
+    const QModelIndex index = indexAt(rect.bottomRight());
+    if (index.isValid()) selectionModel()->select(index, command);
+    else if (command.testFlag(QItemSelectionModel::Clear)) selectionModel()->clear();
+}
+
+QRegion LargeTreeView::visualRegionForSelection(const QItemSelection& selection) const
+{
+    QRegion region;
+    for (int row = FirstRow(); row <= FirstRow() + RowsOnPage(); ++row)
+        if (selection.contains(IndexOfRow(row))) region += RowRect(row);
+    return region;
+}
+
+void LargeTreeView::currentChanged(const QModelIndex& current, const QModelIndex& previous)
+{
+    QAbstractItemView::currentChanged(current, previous);
+    // The base draws the names again; their rows' branches may be part of the selection.
+    for (const QModelIndex& index : {current, previous})
+        if (const int row = RowOf(index); row >= 0) viewport()->update(RowRect(row));
+    if (current.isValid() && hasFocus()) SpokenTree::Tell(*this, QAccessible::Focus, RowOf(current));
+}
+
+void LargeTreeView::TellExpanded(const QModelIndex& index, bool isExpanded)
+{
+    SpokenTree::TellExpanded(*this, RowOf(index), isExpanded);
+}
+
+// Mouse and keys
+
+void LargeTreeView::mousePressEvent(QMouseEvent* event)
+{
+    const QModelIndex branch = BranchAt(event->position().toPoint());
+    if (!branch.isValid()) QAbstractItemView::mousePressEvent(event);
+    else if (state() == NoState) Toggle(branch);
+}
+
+void LargeTreeView::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (!BranchAt(event->position().toPoint()).isValid()) QAbstractItemView::mouseReleaseEvent(event);
+    else setState(NoState);
+}
+
+/// The base scrolls to what was pressed some time later; it may be closed again by then, and stays so.
+void LargeTreeView::timerEvent(QTimerEvent* event)
+{
+    m_OpensWhenScrolling = false;
+    QAbstractItemView::timerEvent(event);
+    m_OpensWhenScrolling = true;
+}
+
+void LargeTreeView::Hover(const QModelIndex& index)
+{
+    for (const QModelIndex& changed : {QModelIndex(std::exchange(m_Hovered, index)), index})
+        if (const int row = RowOf(changed); row >= 0) viewport()->update(RowRect(row));
+}
+
+bool LargeTreeView::viewportEvent(QEvent* event)
+{
+    switch (event->type()) {
+    case QEvent::HoverEnter:
+    case QEvent::HoverMove: Hover(indexAt(static_cast<QHoverEvent*>(event)->position().toPoint())); break;
+    case QEvent::HoverLeave:
+    case QEvent::Leave: Hover({}); break;
+    default: break;
+    }
+    return QAbstractItemView::viewportEvent(event);
+}
+
+void LargeTreeView::keyPressEvent(QKeyEvent* event)
+{
+    const QModelIndex current = currentIndex();
+    if (!current.isValid()) return QAbstractItemView::keyPressEvent(event);
+    switch (event->key()) {
+    case Qt::Key_Asterisk: return ExpandAllBelow(current);
+    case Qt::Key_Plus: return Expand(current);
+    case Qt::Key_Minus: return Collapse(current);
+    default: return QAbstractItemView::keyPressEvent(event);
+    }
+}
+
+QModelIndex LargeTreeView::StepOut(const QModelIndex& index)
+{
+    if (!IsExpanded(index)) return index.parent().isValid() ? index.parent() : index;
+    Collapse(index);
+    return index;
+}
+
+QModelIndex LargeTreeView::StepIn(const QModelIndex& index)
+{
+    if (!model()->hasChildren(index)) return index;
+    if (IsExpanded(index)) return model()->index(0, 0, index);
+    Expand(index);
+    return index;
+}
+
+QModelIndex LargeTreeView::moveCursor(CursorAction action, Qt::KeyboardModifiers)
+{
+    const QModelIndex current = currentIndex();
+    const int row = RowAround(current);
+    if (row < 0) return IndexOfRow(0);
+    const auto to = [this](int place) { return IndexOfRow(std::clamp(place, 0, RowCount() - 1)); };
+    const bool isMirrored = isRightToLeft();
+    switch (action) {
+    case MoveUp:
+    case MovePrevious: return to(row - 1);
+    case MoveDown:
+    case MoveNext: return to(row + 1);
+    case MovePageUp: return to(row - RowsOnPage());
+    case MovePageDown: return to(row + RowsOnPage());
+    case MoveHome: return to(0);
+    case MoveEnd: return to(RowCount() - 1);
+    case MoveLeft: return isMirrored ? StepIn(current) : StepOut(current);
+    case MoveRight: return isMirrored ? StepOut(current) : StepIn(current);
+    }
+    return {};
+}
+
+void LargeTreeView::keyboardSearch(const QString& typed)
+{
+    const bool goesOn = m_SinceTyped.isValid() && !m_SinceTyped.hasExpired(QApplication::keyboardInputInterval());
+    m_SinceTyped.start();
+    m_Typed = goesOn ? m_Typed + typed : typed;
+    if (m_Typed.isEmpty()) return;
+    // The same letter again and again goes from one name that begins with it to the next.
+    const bool isOneLetter = m_Typed.count(m_Typed.front()) == m_Typed.size();
+    const QString wanted = isOneLetter ? m_Typed.first(1) : m_Typed;
+    const int current = RowAround(currentIndex());
+    const int found = m_Rows->Find(isOneLetter ? current + 1 : current, [&](const TreeNode& node) {
+        return node.TextView().startsWith(wanted, Qt::CaseInsensitive);
+    });
+    if (found >= 0) setCurrentIndex(IndexOfRow(found));
+}
