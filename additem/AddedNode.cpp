@@ -35,11 +35,16 @@ ServerPlace PlaceOf(const QString& name, const TextList& names)
 /// searched: names may hold backslashes, so a node below another controller may have the same key.
 std::optional<int> RowOf(const TreeNodeRef& controllerNode, const QString& name, int expected)
 {
-    const auto& children = controllerNode->Children();
     if (expected < controllerNode->ChildCount() && controllerNode->Child(expected)->TextView() == name) return expected;
-    const auto found = std::find_if(children.begin(), children.end(),
-                                    [&](const TreeNodeRef& child) { return child->TextView() == name; });
-    return found == children.end() ? std::nullopt : std::optional(static_cast<int>(found - children.begin()));
+    const auto& children = controllerNode->Children();
+    const NameParts::Wanted parts(name);
+    const int count = controllerNode->ChildCount();
+    for (NameParts::Rows rows = {0, 0}; rows.End < count;) {
+        rows = controllerNode->NextChildren(rows.End, parts);
+        for (int row = rows.First; row < std::min(rows.End, count); ++row)
+            if (children[static_cast<std::size_t>(row)]->TextView() == name) return row;
+    }
+    return std::nullopt;
 }
 
 int RowOfNeighbour(const TreeNodeRef& controllerNode, const ServerPlace& place)

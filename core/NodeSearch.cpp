@@ -34,24 +34,40 @@ NodeCursor::NodeCursor(TreeNode& node)
 {
     const TreeNode* below = &node;
     for (TreeNodeRef parent = node.Parent(); parent; below = parent.get(), parent = parent->Parent())
-        m_Above.append({parent.get(), below->Row()});
+        m_Above.append({parent.get(), below->Row(), 0});
     std::reverse(m_Above.begin(), m_Above.end());
 }
 
-void NodeCursor::GoOn()
+void NodeCursor::GoOn(const NameParts::Wanted& text, const TreeNode& notPast)
 {
-    if (m_Node->ChildCount() > 0) m_Above.append({m_Node, -1});
+    if (m_Node->ChildCount() > 0) m_Above.append({m_Node, -1, 0});
     m_Node = nullptr;
     while (!m_Node && !m_Above.isEmpty()) {
-        auto& [parent, row] = m_Above.last();
-        if (++row < parent->ChildCount()) m_Node = parent->Children()[static_cast<std::size_t>(row)].get();
+        Level& level = m_Above.last();
+        if (++level.Row >= level.Until) LeaveOut(level, text, notPast);
+        if (level.Row < level.Parent->ChildCount())
+            m_Node = level.Parent->Children()[static_cast<std::size_t>(level.Row)].get();
         else m_Above.removeLast();
+    }
+}
+
+void NodeCursor::LeaveOut(Level& level, const NameParts::Wanted& text, const TreeNode& notPast)
+{
+    const int from = level.Row;
+    const NameParts::Rows rows = level.Parent->NextChildren(from, text);
+    level.Row = rows.First;
+    level.Until = rows.End;
+    if (rows.First == from || notPast.Parent().get() != level.Parent) return;
+    if (const int row = notPast.Row(); row >= from && row < rows.First) {
+        level.Row = row;
+        level.Until = row + 1;
     }
 }
 
 NodeSearch::NodeSearch(const ObjectTreeModel& tree)
     : m_Tree(tree)
     , m_Text(QString(), Qt::CaseInsensitive)
+    , m_Parts(QString())
 {
     // The model keeps removed nodes alive until it has told of it.
     connect(&tree, &ObjectTreeModel::rowsInserted, this, &NodeSearch::Forget);
@@ -73,6 +89,7 @@ void NodeSearch::Search(const QString& text, const TreeNodeRef& from)
 {
     if (std::exchange(m_IsOfThisTree, true) && text == m_Text.pattern()) return;
     m_Text.setPattern(text);
+    m_Parts = NameParts::Wanted(text);
     m_Hits.clear();
     m_First = nullptr;
     m_HitsToEnd.reset();
@@ -102,7 +119,7 @@ void NodeSearch::LookAtSome()
     do {
         for (int i = 0; i < NamesAtOnce && !m_IsDone; ++i) {
             if (m_Text.indexIn(m_At.Node()->TextView()) >= 0) NoteHit();
-            m_At.GoOn();
+            m_At.GoOn(m_Parts, *m_From);
             if (!m_At.Node()) PassEnd();
             if (m_HitsToEnd && m_At.Node() == m_From) SortHits();
         }

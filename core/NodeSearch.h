@@ -20,12 +20,22 @@ public:
 
     /// Null behind the last node.
     TreeNode* Node() const { return m_Node; }
-    void GoOn();
+    /// To the next node whose name may hold the text, but not past this one.
+    void GoOn(const NameParts::Wanted& text, const TreeNode& notPast);
 
 private:
     TreeNode* m_Node = nullptr;
-    /// Its ancestors from the root down, and in which of their rows it stands.
-    QVarLengthArray<std::pair<TreeNode*, int>, 4> m_Above;
+    struct Level
+    {
+        TreeNode* Parent;
+        int Row;   ///< the one that leads to the node
+        int Until; ///< the rows before this one may hold the text
+    };
+
+    static void LeaveOut(Level& level, const NameParts::Wanted& text, const TreeNode& notPast);
+
+    /// From the root down.
+    QVarLengthArray<Level, 4> m_Above;
 };
 
 /// The nodes of a tree, expanded or not, whose names contain a text, in the tree's order. Letter case does not matter,
@@ -71,6 +81,7 @@ private:
 
     const ObjectTreeModel& m_Tree;
     QStringMatcher m_Text;
+    NameParts::Wanted m_Parts;
     bool m_IsOfThisTree = false;
     bool m_IsDone = true;
     QTimer m_Turn;

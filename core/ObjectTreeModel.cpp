@@ -5,7 +5,12 @@
 
 #include <QMimeData>
 
+#include <chrono>
+
 namespace {
+
+/// For so long the event loop is held to look at names.
+constexpr auto LearningTurn = std::chrono::milliseconds(1);
 
 /// A plain pointer, because views ask for indexes, parents and counts very often.
 TreeNode* NodeOf(const QModelIndex& index)
@@ -34,6 +39,7 @@ QString ItemName(const TreeNode& item)
 ObjectTreeModel::ObjectTreeModel(QObject* parent)
     : QAbstractItemModel(parent)
 {
+    connect(&m_Learning, &QTimer::timeout, this, &ObjectTreeModel::LearnSome);
 }
 
 ObjectTreeModel::~ObjectTreeModel()
@@ -69,6 +75,7 @@ void ObjectTreeModel::ReplaceRoot(const TreeNodeRef& root)
     beginResetModel();
     if (before) before->m_IsRoot = false;
     m_Root = root;
+    m_ToLearn.clear();
     if (m_Root) m_Root->m_IsRoot = true;
     endResetModel();
 }
@@ -100,12 +107,27 @@ void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const TextL
     if (texts.Count() == 0) return;
     // Made before the views hear of them, because a text may throw.
     std::vector<TreeNodeRef> nodes = NewChildren(*parent, row, texts, tag);
-    if (!parent->m_Children) parent->m_Children = std::make_unique<std::vector<TreeNodeRef>>();
-    std::vector<TreeNodeRef>& children = *parent->m_Children;
-    beginInsertRows(IndexOf(parent), row, row + static_cast<int>(nodes.size()) - 1);
+    if (!parent->m_Below) parent->m_Below = std::make_unique<TreeNode::Below>();
+    std::vector<TreeNodeRef>& children = parent->m_Below->Children;
+    const int count = static_cast<int>(nodes.size());
+    beginInsertRows(IndexOf(parent), row, row + count - 1);
     if (children.empty()) children = std::move(nodes);
     else children.insert(children.begin() + row, std::move_iterator(nodes.begin()), std::move_iterator(nodes.end()));
+    if (parent->m_Tag == NodeTag::Controller && parent->m_Below->Names.Inserted(children, row, count)) {
+        m_ToLearn.push_back(parent);
+        m_Learning.start(0);
+    }
     endInsertRows();
+}
+
+void ObjectTreeModel::LearnSome()
+{
+    const auto until = std::chrono::steady_clock::now() + LearningTurn;
+    while (!m_ToLearn.empty() && std::chrono::steady_clock::now() < until) {
+        TreeNode::Below& below = *m_ToLearn.back()->m_Below;
+        if (!below.Names.Learn(below.Children)) m_ToLearn.pop_back();
+    }
+    if (m_ToLearn.empty()) m_Learning.stop();
 }
 
 std::vector<TreeNodeRef> ObjectTreeModel::NewChildren(TreeNode& parent, int row, const TextList& texts, NodeTag tag)
@@ -129,7 +151,9 @@ void ObjectTreeModel::Remove(const TreeNodeRef& node)
     const TreeNodeRef parent = removed->Parent();
     const int row = removed->Row();
     beginRemoveRows(IndexOf(parent), row, row);
-    parent->m_Children->erase(parent->m_Children->begin() + row);
+    TreeNode::Below& below = *parent->m_Below;
+    below.Children.erase(below.Children.begin() + row);
+    if (parent->m_Tag == NodeTag::Controller) below.Names.Removed(below.Children, row);
     removed->m_Parent = nullptr;
     endRemoveRows();
 }

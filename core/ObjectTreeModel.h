@@ -5,6 +5,7 @@
 
 #include <QAbstractItemModel>
 #include <QIcon>
+#include <QTimer>
 
 #include <array>
 
@@ -62,10 +63,14 @@ private:
     void ReplaceRoot(const TreeNodeRef& root);
     void InsertRows(const TreeNodeRef& parent, int row, const TextList& texts, NodeTag tag);
     static std::vector<TreeNodeRef> NewChildren(TreeNode& parent, int row, const TextList& texts, NodeTag tag);
+    void LearnSome();
     bool Holds(const TreeNodeRef& node) const;
     static TreeNodeRef FindBelow(const TreeNodeRef& node, QStringView key);
 
     TreeNodeRef m_Root;
+    /// Whose items' names are still to be looked at, between other events.
+    std::vector<TreeNodeRef> m_ToLearn;
+    QTimer m_Learning;
     /// One image for each kind of node.
     std::array<QIcon, 5> imglstMDI;
 };

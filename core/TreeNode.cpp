@@ -31,17 +31,17 @@ TreeNode::TreeNode(QStringView text, NodeTag tag)
 
 TreeNode::~TreeNode()
 {
-    if (!m_Children) return;
+    if (!m_Below) return;
     // Not recursive: a node whose last reference goes here hands over its children first.
-    std::vector<TreeNodeRef> orphans = std::move(*m_Children);
+    std::vector<TreeNodeRef> orphans = std::move(m_Below->Children);
     while (!orphans.empty()) {
         const TreeNodeRef orphan = std::move(orphans.back());
         orphans.pop_back();
         orphan->m_Parent = nullptr;
-        if (orphan->ref.loadRelaxed() > 1 || !orphan->m_Children) continue;
-        orphans.insert(orphans.end(), std::make_move_iterator(orphan->m_Children->begin()),
-                       std::make_move_iterator(orphan->m_Children->end()));
-        orphan->m_Children.reset();
+        if (orphan->ref.loadRelaxed() > 1 || !orphan->m_Below) continue;
+        orphans.insert(orphans.end(), std::make_move_iterator(orphan->m_Below->Children.begin()),
+                       std::make_move_iterator(orphan->m_Below->Children.end()));
+        orphan->m_Below.reset();
     }
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/NameParts.h"
+
 #include <QExplicitlySharedDataPointer>
 #include <QSharedData>
 #include <QString>
@@ -49,7 +51,13 @@ public:
     int ChildCount() const { return static_cast<int>(Children().size()); }
     TreeNodeRef Child(int row) const { return Children().at(static_cast<std::size_t>(row)); }
     /// For passes over very many nodes.
-    const std::vector<TreeNodeRef>& Children() const { return m_Children ? *m_Children : NoChildren; }
+    const std::vector<TreeNodeRef>& Children() const { return m_Below ? m_Below->Children : NoChildren; }
+    /// The next children from this row on whose texts may hold what is wanted; behind the last one when there are none.
+    /// Left out are many items that do not hold it; what has children itself never is.
+    NameParts::Rows NextChildren(int row, const NameParts::Wanted& text) const
+    {
+        return m_Below ? m_Below->Names.Next(row, text) : NameParts::Rows{row, row};
+    }
     /// Position among its siblings; 0 for a root.
     int Row() const;
     /// False once the node, or one of its ancestors, has been removed.
@@ -68,6 +76,11 @@ private:
     mutable int m_Row = 0;
     int m_Length;
     TreeNode* m_Parent = nullptr;
+    struct Below
+    {
+        std::vector<TreeNodeRef> Children;
+        NameParts Names; ///< if they are items
+    };
     /// Most nodes have none.
-    std::unique_ptr<std::vector<TreeNodeRef>> m_Children;
+    std::unique_ptr<Below> m_Below;
 };

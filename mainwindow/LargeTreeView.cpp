@@ -417,8 +417,6 @@ void LargeTreeView::keyboardSearch(const QString& typed)
     const bool isOneLetter = m_Typed.count(m_Typed.front()) == m_Typed.size();
     const QString wanted = isOneLetter ? m_Typed.first(1) : m_Typed;
     const int current = RowAround(currentIndex());
-    const int found = m_Rows->Find(isOneLetter ? current + 1 : current, [&](const TreeNode& node) {
-        return node.TextView().startsWith(wanted, Qt::CaseInsensitive);
-    });
+    const int found = m_Rows->Find(isOneLetter ? current + 1 : current, wanted);
     if (found >= 0) setCurrentIndex(IndexOfRow(found));
 }

@@ -56,19 +56,33 @@ int OpenRows::RowOf(const TreeNode& node) const
     return run.Row + child - run.Child;
 }
 
-int OpenRows::Find(int from, const std::function<bool(const TreeNode&)>& isWanted) const
+int OpenRows::Find(int from, QStringView beginning) const
 {
     const int count = Count();
     if (count == 0) return -1;
     const int start = std::clamp(from, 0, count) % count;
+    const NameParts::Wanted parts(beginning);
     const auto findIn = [&](int first, int last) {
-        for (const Run& run : m_Runs)
-            for (int at = std::max(0, first - run.Row); at < std::min(run.Count, last - run.Row); ++at)
-                if (isWanted(*NodeOf(run, at))) return run.Row + at;
+        for (const Run& run : m_Runs) {
+            const int from = std::max(0, first - run.Row), end = std::min(run.Count, last - run.Row);
+            if (const int at = FindIn(run, from, end, parts, beginning); at >= 0) return run.Row + at;
+        }
         return -1;
     };
     const int found = findIn(start, count);
     return found >= 0 ? found : findIn(0, start);
+}
+
+int OpenRows::FindIn(const Run& run, int from, int end, const NameParts::Wanted& parts, QStringView beginning) const
+{
+    for (int next = from; next < end;) {
+        NameParts::Rows rows = {run.Child + next, run.Child + end};
+        if (run.Parent) rows = run.Parent->NextChildren(rows.First, parts);
+        next = std::min(rows.End - run.Child, end);
+        for (int at = rows.First - run.Child; at < next; ++at)
+            if (NodeOf(run, at)->TextView().startsWith(beginning, Qt::CaseInsensitive)) return at;
+    }
+    return -1;
 }
 
 TreeNode* OpenRows::NodeOf(const Run& run, int at) const

@@ -5,7 +5,6 @@
 #include <QObject>
 #include <QPointer>
 
-#include <functional>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -34,8 +33,9 @@ public:
     TreeNode* NodeAt(int row) const;
     /// -1 for a node without a row: one of those above it is closed, or it has left the tree.
     int RowOf(const TreeNode& node) const;
-    /// The first row from `from` on, and behind the last row from the first one on, whose node is wanted; -1 for none.
-    int Find(int from, const std::function<bool(const TreeNode&)>& isWanted) const;
+    /// The first row from `from` on, and behind the last row from the first one on, whose node's name begins with the
+    /// text, in any letter case; -1 for none.
+    int Find(int from, QStringView beginning) const;
 
 private:
     /// Siblings without an open one among them, except that the last one may be open.
@@ -54,6 +54,7 @@ private:
     OpenBelow OpenByParent() const;
     void AddChildren(const TreeNode& parent, const OpenBelow& open) const;
     void AddRun(const TreeNode* parent, int child, int count) const;
+    int FindIn(const Run& run, int from, int end, const NameParts::Wanted& parts, QStringView beginning) const;
     TreeNode* NodeOf(const Run& run, int at) const;
 
     QPointer<const ObjectTreeModel> m_Tree; ///< may go first

@@ -43,7 +43,8 @@ TEST_F(ErrorMarkTest, TellsOfErrorsInAHiddenLogUntilThatIsShownOrCleared)
 TEST_F(ErrorMarkTest, IsPressedByMouseOrKeysAndShowsTheLog)
 {
     StartActive();
-    const std::pair<std::function<void()>, QWidget*> presses[] = { // and where the focus is then
+    const std::pair<std::function<void()>, QWidget*> presses[] = {
+        // and where the focus is then
         {[this] { QTest::mouseClick(&Mark(), Qt::LeftButton); }, &Tree()},
         {[this] { QTest::keyClick(&Mark(), Qt::Key_Space); }, &LogBox()},
         {[this] { QTest::keyClick(&Mark(), Qt::Key_Return); }, &LogBox()},

@@ -109,18 +109,17 @@ TEST_F(TreeFindTest, OfVeryManyTheFirstIsShownAtOnceAndKeysWaitForTheRest)
 {
     OpenBar();
     QStringList names;
-    for (int i = 0; i < 500'000; ++i) names << u"n%1"_s.arg(i);
+    for (int i = 0; i < 2'000'000; ++i) names << u"n%1"_s.arg(i);
     m_Main->Tree().Append(Node(PLC1), names + QStringList{u"end1"_s, u"end2"_s, u"end3"_s}, NodeTag::Item);
     const auto isSoon = [this](const QString& state) { return QTest::qWaitFor([&] { return State() == state; }); };
-    Enter(u"n"_s);
-    EXPECT_TRUE(State().startsWith(u"VelSQLEngine | VelSQLEngine | "_s) && Said().endsWith(u" so far"_s));
-    EXPECT_TRUE(isSoon(u"VelSQLEngine | VelSQLEngine | 1 of 500004"_s)) << State().toStdString();
-    Enter(u"end"_s);
+    Enter(u"end"_s); // before anything is known of the names
     EXPECT_EQ(Said(), u"Searching"_s);
     for (int i = 0; i < 3; ++i) QTest::keyClick(&Box("txtFind"), Qt::Key_Return);
     EXPECT_TRUE(isSoon(u"end3 |  | 3 of 3"_s)) << State().toStdString();
+    Enter(u"n"_s);
+    EXPECT_TRUE(State().startsWith(u"end3 | end3 | "_s) && Said().endsWith(u" so far"_s)) << State().toStdString();
+    EXPECT_TRUE(isSoon(u"end3 | end3 | 2000004 of 2000004"_s)) << State().toStdString();
     Enter(u"end1"_s);
-    EXPECT_EQ(Said(), u"Searching"_s);
     m_Main->Tree().Remove(Node(PLC1)->Child(0)); // begins anew
     EXPECT_TRUE(isSoon(u"end3 | end1 | 1 of 1. Went on from the start."_s)) << State().toStdString();
 }
