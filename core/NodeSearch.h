@@ -7,6 +7,7 @@
 #include <QTimer>
 #include <QVarLengthArray>
 
+#include <deque>
 #include <optional>
 
 class ObjectTreeModel;
@@ -87,8 +88,9 @@ private:
     QTimer m_Turn;
     NodeCursor m_At;
     const TreeNode* m_From = nullptr;
-    /// Plain pointers, because there may be a million; forgotten before any of these nodes can go.
-    std::vector<TreeNode*> m_Hits;
+    /// Plain pointers, because there may be a million, and in small pieces of memory, which there are also when large
+    /// ones are not; forgotten before any of these nodes can go.
+    std::deque<TreeNode*> m_Hits;
     TreeNode* m_First = nullptr;
     /// So many were found before the search went on from the root; none yet while it has not.
     std::optional<std::size_t> m_HitsToEnd;

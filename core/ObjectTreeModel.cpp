@@ -110,6 +110,9 @@ void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const TextL
     if (!parent->m_Below) parent->m_Below = std::make_unique<TreeNode::Below>();
     std::vector<TreeNodeRef>& children = parent->m_Below->Children;
     const int count = static_cast<int>(nodes.size());
+    // Also before, because there may be no memory for it.
+    if (const std::size_t needed = children.size() + nodes.size(); !children.empty() && needed > children.capacity())
+        children.reserve(needed + children.size() / 8);
     beginInsertRows(IndexOf(parent), row, row + count - 1);
     if (children.empty()) children = std::move(nodes);
     else children.insert(children.begin() + row, std::move_iterator(nodes.begin()), std::move_iterator(nodes.end()));
@@ -123,9 +126,13 @@ void ObjectTreeModel::InsertRows(const TreeNodeRef& parent, int row, const TextL
 void ObjectTreeModel::LearnSome()
 {
     const auto until = std::chrono::steady_clock::now() + LearningTurn;
-    while (!m_ToLearn.empty() && std::chrono::steady_clock::now() < until) {
-        TreeNode::Below& below = *m_ToLearn.back()->m_Below;
-        if (!below.Names.Learn(below.Children)) m_ToLearn.pop_back();
+    try {
+        while (!m_ToLearn.empty() && std::chrono::steady_clock::now() < until) {
+            TreeNode::Below& below = *m_ToLearn.back()->m_Below;
+            if (!below.Names.Learn(below.Children)) m_ToLearn.pop_back();
+        }
+    } catch (const std::bad_alloc&) {
+        m_ToLearn.clear(); // names that are not known are looked at
     }
     if (m_ToLearn.empty()) m_Learning.stop();
 }
