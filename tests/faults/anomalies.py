@@ -39,7 +39,7 @@ FOREIGN = [
     ("GLib-ERROR .*: Creating pipes for GWakeup", "GLib's loop, with which each Qt program and each of its threads begins"),
 ]
 
-SCENARIOS = [Start, Life, Leak, Away, TakeOver, Backup, Query, Picture, Table, Console]
+SCENARIOS = [Start, Life, Leak, Away, TakeOver, Backup, Query, Picture, Table, Console, Large]
 BEYOND = 2        # so many uses that do not come any more end a campaign: what threads do differs a little each time
 
 

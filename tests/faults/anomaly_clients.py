@@ -61,12 +61,14 @@ class Table(Client):
 
 class Console(Start):
     """The console opens on a server, and is closed."""
+    lives = 1.2     # for so many seconds
+
     def run(self, slot, **anomaly):
         owner, run = server(slot), None
         try:
             expect(owner.listens(), owner.text())
             run = Run(slot, "velsqltester", **anomaly)
-            time.sleep(1.2)
+            time.sleep(self.lives)
             code = run.end()
             expect(code == -signal.SIGTERM or (code == 1 and run.text().strip()), f"it ends with {code}: {run.text()}")
             run.p.returncode = max(code, 0)
@@ -74,3 +76,10 @@ class Console(Start):
         finally:
             owner.kill()
             if run: run.kill()
+
+
+class Large(Console):
+    """The same on a plant of which the console needs large pieces of memory."""
+    kinds, lives = ("allocation",), 5
+
+    def prepare(self, slot): plant(slot, '[[controller.item]]\nname = "Item{0..599999}"\ntype = "I4"')
