@@ -108,7 +108,6 @@ public:
     }
     int indexOfChild(const QAccessibleInterface* child) const override
     {
-        // Whoever asks may only read it, but its casts are for all.
         auto* const node = dynamic_cast<const SpokenNode*>(child);
         return node ? node->rowIndex() : -1;
     }
