@@ -51,7 +51,7 @@ void Add(Bits& groups, QStringView name)
 
 NameParts::Wanted::Wanted(QStringView text)
 {
-    ForEachGroup(text, [this](quint16 bit) { m_Bits.append(bit); });
+    ForEachGroup(text, [this](quint16 bit) { m_Bits.push_back(bit); });
     std::ranges::reverse(m_Bits); // the last ones differ most often
 }
 

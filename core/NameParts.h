@@ -2,7 +2,6 @@
 
 #include <QExplicitlySharedDataPointer>
 #include <QStringView>
-#include <QVarLengthArray>
 
 #include <array>
 #include <vector>
@@ -26,7 +25,7 @@ public:
 
     private:
         friend class NameParts;
-        QVarLengthArray<quint16, 32> m_Bits;
+        std::vector<quint16> m_Bits;
     };
 
     /// `count` siblings have come at the row; `siblings` has them already. True when there is more to learn

@@ -2,6 +2,8 @@
 
 #include "core/ObjectTreeModel.h"
 
+#include <QVarLengthArray>
+
 #include <algorithm>
 #include <chrono>
 
@@ -34,20 +36,20 @@ NodeCursor::NodeCursor(TreeNode& node)
 {
     const TreeNode* below = &node;
     for (TreeNodeRef parent = node.Parent(); parent; below = parent.get(), parent = parent->Parent())
-        m_Above.append({parent.get(), below->Row(), 0});
+        m_Above.push_back({parent.get(), below->Row(), 0});
     std::reverse(m_Above.begin(), m_Above.end());
 }
 
 void NodeCursor::GoOn(const NameParts::Wanted& text, const TreeNode& notPast)
 {
-    if (m_Node->ChildCount() > 0) m_Above.append({m_Node, -1, 0});
+    if (m_Node->ChildCount() > 0) m_Above.push_back({m_Node, -1, 0});
     m_Node = nullptr;
-    while (!m_Node && !m_Above.isEmpty()) {
-        Level& level = m_Above.last();
+    while (!m_Node && !m_Above.empty()) {
+        Level& level = m_Above.back();
         if (++level.Row >= level.Until) LeaveOut(level, text, notPast);
         if (level.Row < level.Parent->ChildCount())
             m_Node = level.Parent->Children()[static_cast<std::size_t>(level.Row)].get();
-        else m_Above.removeLast();
+        else m_Above.pop_back();
     }
 }
 

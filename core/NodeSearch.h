@@ -5,10 +5,10 @@
 #include <QObject>
 #include <QStringMatcher>
 #include <QTimer>
-#include <QVarLengthArray>
 
 #include <deque>
 #include <optional>
+#include <vector>
 
 class ObjectTreeModel;
 
@@ -36,7 +36,7 @@ private:
     static void LeaveOut(Level& level, const NameParts::Wanted& text, const TreeNode& notPast);
 
     /// From the root down.
-    QVarLengthArray<Level, 4> m_Above;
+    std::vector<Level> m_Above;
 };
 
 /// The nodes of a tree, expanded or not, whose names contain a text, in the tree's order. Letter case does not matter,

@@ -84,7 +84,7 @@ TEST_F(NodeSearchTest, FindsWhatAPassOverAllNamesFindsWhateverIsKnownOfThem)
     for (int step = 0; step < 400; ++step) {
         if (Any(3) == 0) ChangeAnything();
         if (Any(2) == 0) QTest::qWait(1); // the names are learnt between events
-        const QString text = AnyText(5);
+        const QString text = AnyText(Any(4) > 0 ? 5 : 20);
         const TreeNodeRef from = AnyNode();
         search.Search(text, from);
         ASSERT_TRUE(QTest::qWaitFor([&] { return search.IsDone(); }));
