@@ -13,7 +13,7 @@ case ${1-} in
         echo "       ./soak.sh --anomalies [--asan] [--scenario NAME]... [--at N [--lasting]] [KIND...]"
         echo "                                       one operation after the other fails: allocation, write, short, sync, name,"
         echo "                                       open, socket, thread (default: all; --at: only the N-th; --asan: under the"
-        echo "                                       sanitizers, without allocation, which is theirs)"
+        echo "                                       sanitizers, without allocation and Leak: both theirs)"
         echo "       ./soak.sh --devices [OUTAGES]   a Modbus device that fails in many ways, again and again (default: 1000)"
         echo "       ./soak.sh --seeds [COUNT [FIRST]]"
         echo "                                       plant, clients, device, database by chance, in driven time:"
