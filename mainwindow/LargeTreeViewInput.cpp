@@ -100,7 +100,7 @@ void LargeTreeView::keyboardSearch(const QString& typed)
     const bool goesOn = m_SinceTyped.isValid() && !m_SinceTyped.hasExpired(QApplication::keyboardInputInterval());
     m_SinceTyped.start();
     m_Typed = goesOn ? m_Typed + typed : typed;
-    if (m_Typed.isEmpty()) return;
+    if (m_Typed.isEmpty() || RowCount() == 0) return;
     // The same letter again and again goes from one name that begins with it to the next.
     const bool isOneLetter = m_Typed.count(m_Typed.front()) == m_Typed.size();
     const QString wanted = isOneLetter ? m_Typed.first(1) : m_Typed;
